@@ -1,0 +1,44 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+# What every target of the project shares, and the functions that declare rooms and their tests.
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+endif()
+
+add_library(kestrin_common INTERFACE)
+target_compile_features(kestrin_common INTERFACE cxx_std_20)
+target_include_directories(kestrin_common INTERFACE "${CMAKE_SOURCE_DIR}/src")
+target_compile_options(kestrin_common INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align
+    -Wformat=2 -Wundef -fno-omit-frame-pointer
+    $<$<BOOL:${KESTRIN_WARNINGS_AS_ERRORS}>:-Werror>)
+target_compile_definitions(kestrin_common INTERFACE
+    KESTRIN_VERSION="${PROJECT_VERSION}"
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_KEYWORDS
+    QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_DISABLE_DEPRECATED_BEFORE=0x060400
+    $<$<NOT:$<CONFIG:Debug>>:QT_NO_DEBUG_OUTPUT>)
+# A library that nothing was taken from is not loaded: the terminal commands start without Qt Gui.
+target_link_options(kestrin_common INTERFACE -Wl,--as-needed)
+if(KESTRIN_SANITIZE)
+    target_compile_options(kestrin_common INTERFACE -fsanitize=${KESTRIN_SANITIZE}
+        $<$<STREQUAL:${KESTRIN_SANITIZE},address$<COMMA>undefined>:-fno-sanitize-recover=undefined>)
+    target_link_options(kestrin_common INTERFACE -fsanitize=${KESTRIN_SANITIZE})
+endif()
+
+# kestrin_room(NAME SOURCES file... [LINKS target...]): the static library kestrin_NAME.
+function(kestrin_room name)
+    cmake_parse_arguments(ROOM "" "" "SOURCES;LINKS" ${ARGN})
+    add_library(kestrin_${name} STATIC ${ROOM_SOURCES})
+    target_link_libraries(kestrin_${name} PUBLIC kestrin_common ${ROOM_LINKS})
+endfunction()
+
+# kestrin_test(NAME SOURCES file... LINKS target... [LABELS label...]): the test program NAME, one CTest
+# case a test. Every program runs in a throw-away home (tests/support/TestMain.cpp).
+function(kestrin_test name)
+    cmake_parse_arguments(TEST "" "" "SOURCES;LINKS;LABELS" ${ARGN})
+    add_executable(${name} ${TEST_SOURCES})
+    target_link_libraries(${name} PRIVATE ${TEST_LINKS} kestrin_test_support)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
+        PROPERTIES TIMEOUT 120 LABELS "${TEST_LABELS}" SKIP_REGULAR_EXPRESSION "\\[  SKIPPED \\]")
+endfunction()

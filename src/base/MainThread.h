@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Calls onto the main thread, where every window, menu, alert and prompt lives.
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+namespace kestrin {
+
+/// The main thread's mailbox. `main()` makes one right after the QCoreApplication, on the thread that
+/// will run the event loop, and keeps it until the loop is over. Calls are served by the event loop,
+/// nested loops included, in the order they were posted.
+/// The hand-over uses a lock and a pipe and no posted Qt event, so that the thread sanitizer, which
+/// cannot see into an ordinary Qt build, checks it.
+class MainThread {
+   public:
+    MainThread();
+    /// Drops what was not served; callers that wait are let go.
+    ~MainThread();
+    MainThread(const MainThread&) = delete;
+    MainThread& operator=(const MainThread&) = delete;
+
+    /// True on the thread that made the mailbox; also when there is none (a plain test program).
+    static bool isCurrent();
+    /// Runs `call` on the main thread, later. Dropped when there is no mailbox.
+    static void post(std::function<void()> call);
+    /// Runs `call` on the main thread and returns when it has returned; at once on the main thread
+    /// itself. A worker may wait for the main thread; the main thread must never wait for a worker.
+    /// Returns false when the mailbox closed before the call was served.
+    static bool postAndWait(std::function<void()> call);
+    /// Runs `call` on the main thread, not before `delay` has passed.
+    static void postAfter(std::chrono::milliseconds delay, std::function<void()> call);
+
+   private:
+    class Mailbox;
+    Mailbox* m_mailbox;
+};
+
+}  // namespace kestrin

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// How alerts reach the user: the model of one alert, and what shows it. Windows, the terminal and
+// scripted tests have one implementation each. Main thread only.
+#pragma once
+
+#include <QString>
+#include <array>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace kestrin {
+
+/// Results of an alert: which button ended it.
+inline constexpr int kAlertFirstButton = 1000;
+inline constexpr int kAlertSecondButton = 1001;
+inline constexpr int kAlertThirdButton = 1002;
+
+/// Names a window that sheets may be attached to, without knowing what a window is. The implementation
+/// of the panel knows: a widget, or nothing at all in a terminal.
+using WindowHandle = void*;
+
+/// What an alert says and offers.
+struct AlertModel {
+    enum class Style { Informational, Warning, Critical };
+    /// What is asked, so that a terminal can answer it by an option. Decides nothing about looks.
+    enum class Topic { Other, EraseConfirmation, LockedQuestion, ForbiddenQuestion };
+
+    Style style = Style::Informational;
+    Topic topic = Topic::Other;
+    QString title;
+    QString text;
+    QString fullName;  ///< the untruncated name or path the title speaks of; may be empty
+    /// Titles of the three buttons, first to third. One with an empty title exists (its result is
+    /// reserved) and is not drawn; when all are empty the panel offers its one default button.
+    std::array<QString, 3> buttons;
+    std::optional<QString> suppressionTitle;  ///< with a value: a check box of that title
+    bool hasSizeLine = false;  ///< the confirmation's accessory line: spinner and text
+};
+
+/// One alert on its way to the user.
+class AlertPanel {
+   public:
+    virtual ~AlertPanel() = default;
+
+    /// Shows the alert and returns the result when the user has answered; other calls on the main
+    /// thread are served meanwhile (the one nested event loop of the program).
+    virtual int runModal(const AlertModel& model) = 0;
+    /// Shows the alert on `parent` and returns at once; `answered` is called on the main thread.
+    virtual void beginSheet(const AlertModel& model, WindowHandle parent,
+                            std::function<void(int)> answered) = 0;
+    /// Whether the check box is ticked.
+    virtual bool suppressionIsOn() const = 0;
+    /// Replaces the text of the accessory line and turns its spinner on or off.
+    virtual void setSizeLine(const QString& text, bool spinning) = 0;
+};
+
+/// Makes the panel of an alert. Called on the main thread.
+using AlertPanelFactory = std::function<std::unique_ptr<AlertPanel>()>;
+
+}  // namespace kestrin

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The way to the privileged helper, as the erase engine sees it.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/FileUrl.h"
+#include "base/Result.h"
+
+namespace kestrin {
+
+/// Work for the helper.
+struct HelperRequest {
+    std::vector<FileUrl> unlockItems;       ///< locked entries it must unlock and erase
+    std::vector<FileUrl> permissionsItems;  ///< entries it must erase as root
+    std::uint64_t erasedSize = 0;           ///< bytes already erased in this run
+    std::uint64_t erasedCount = 0;          ///< entries already erased in this run
+    std::optional<std::vector<FileUrl>> notTrashedBecauseFolderNotEmpty;  ///< folders left behind
+
+    bool isEmpty() const { return unlockItems.empty() && permissionsItems.empty(); }
+};
+
+/// Hears what the helper does. Called on any thread.
+class HelperDelegate {
+   public:
+    virtual ~HelperDelegate() = default;
+    virtual void setTotItemsDeleted(std::uint64_t count) = 0;
+    virtual void setTotSizeDeleted(std::uint64_t bytes) = 0;
+    virtual void setNotErasedCount(std::uint64_t count) = 0;
+    virtual void setIsWorking(bool working) = 0;
+    virtual void writeLogEntry(const std::string& path, std::uint64_t itemSize) = 0;
+    virtual void showError(const HostError& error) = 0;
+    virtual bool isStoppedByUser() const = 0;
+};
+
+/// One run of the helper. Main thread.
+class HelperClient {
+   public:
+    virtual ~HelperClient() = default;
+    /// Hands over the work and returns; the end comes through setNotErasedCount and setIsWorking.
+    virtual void authorizedErase(const HelperRequest& request) = 0;
+    virtual void stoppedByUser() = 0;
+};
+
+/// What the program knows of the helper.
+struct HelperAccess {
+    /// The application-wide flag: the helper is installed and usable. Without a helper: false.
+    std::function<bool()> isAuthorized = [] { return false; };
+    /// Makes a client with that delegate. Only called while `isAuthorized` answers true.
+    std::function<std::unique_ptr<HelperClient>(HelperDelegate&)> makeClient;
+};
+
+}  // namespace kestrin

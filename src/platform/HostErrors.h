@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The one place where an errno becomes an error of the program.
+#pragma once
+
+#include "base/Result.h"
+
+namespace kestrin {
+
+enum class HostAccess {
+    Read,   ///< the call looked at something: opened, listed, examined
+    Write,  ///< the call changed or removed something
+};
+
+/// The error for `systemError`: EACCES and EPERM give kFileErrorDomain with kFileWriteNoPermission or
+/// kFileReadNoPermission, EBUSY gives kOSStatusErrorDomain with kFileBusy, anything else
+/// kPOSIXErrorDomain with the errno itself. `systemError` is kept and "errorString" holds the
+/// system's text, in UTF-8.
+HostError errorFromErrno(int systemError, HostAccess access);
+
+}  // namespace kestrin

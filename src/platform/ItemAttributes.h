@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the file system says of one item. Links are never followed, nothing is opened.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "base/FileUrl.h"
+#include "base/Result.h"
+
+namespace kestrin {
+
+struct ItemAttributes {
+    std::uint32_t mode = 0;  ///< type and permission bits, as in stat(2)
+    std::uint32_t userId = 0;
+    std::uint32_t groupId = 0;
+    std::uint64_t size = 0;        ///< bytes of a file or of a link's text; 0 for anything else
+    std::uint64_t deviceId = 0;
+    std::uint64_t inode = 0;
+    double dateModified = 0;       ///< seconds since 1 January 2001 00:00 UTC
+    std::optional<double> dateCreated;  ///< the same; none where the file system keeps none
+    bool isImmutable = false;      ///< the immutable inode attribute (chattr +i)
+    bool isMountRoot = false;      ///< something is mounted here
+
+    bool isDirectory() const;
+    bool isRegularFile() const;
+    bool isSymbolicLink() const;
+};
+
+/// One statx(2) of the item at the path. Errors: errorFromErrno with Read.
+Result<ItemAttributes> itemAttributes(const FileUrl& item);
+
+/// Sets or clears the immutable attribute of a file or folder, on a descriptor that is opened without
+/// following links. Needs CAP_LINUX_IMMUTABLE: for ordinary users this fails with
+/// kFileWriteNoPermission. See ioctl_iflags(2).
+MaybeError setImmutable(const FileUrl& item, bool immutable);
+
+/// access(2) with F_OK on the path, following links as access does.
+bool pathExists(const std::string& path);
+
+/// Where a symbolic link points, as its bytes say. Errors: not a link, unreadable.
+Result<std::string> symbolicLinkDestination(const FileUrl& link);
+
+/// An extended attribute's bytes, read without following links; none when absent or unreadable.
+std::optional<std::string> extendedAttribute(const FileUrl& item, const char* name);
+
+/// True when the item's name is listed in the `.hidden` file of its folder (one name a line). Inside
+/// a trash folder the list is not looked at, so that trashed data decides nothing.
+bool isListedAsHidden(const FileUrl& item);
+
+}  // namespace kestrin

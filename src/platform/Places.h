@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Where things stand on this host: one table, a column a host.
+#pragma once
+
+#include <string>
+
+#include "base/FileUrl.h"
+
+namespace kestrin {
+
+/// The home folder: $HOME when it is an absolute path, else the user database's. No trailing slash.
+std::string homeFolder();
+/// $XDG_DATA_HOME when it is an absolute path, else "~/.local/share".
+std::string dataHomeFolder();
+
+enum class Place {
+    Logs,             ///< root of the erase logs: $XDG_STATE_HOME/Kestrin 3, else ~/.local/state/…
+    HelperTool,       ///< /usr/libexec/com.quorvane.Kestrin3Helper
+    PreferencesFile,  ///< $XDG_CONFIG_HOME/com.quorvane.kestrin-3.conf, else ~/.config/…
+};
+FileUrl location(Place place);
+
+/// True when the program's full access to files needs no consent of the system: always on Linux.
+constexpr bool hasFullDiskAccess() { return true; }
+
+}  // namespace kestrin

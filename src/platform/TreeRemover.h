@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Removes entries with all they hold, by descriptor. The only code that removes files of users.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "base/FileUrl.h"
+#include "base/Result.h"
+
+namespace kestrin {
+
+/// One entry as the remover meets it. Valid only during the call that is handed it.
+class RemovalEntry {
+   public:
+    virtual ~RemovalEntry() = default;
+    virtual std::string_view name() const = 0;
+    /// The full path, built at the call.
+    virtual std::string path() const = 0;
+    virtual bool isDirectory() const = 0;
+    virtual bool isMountRoot() const = 0;
+    /// The immutable inode attribute is set: the user's "locked".
+    virtual bool isImmutable() const = 0;
+    /// Bytes of a file or link; 0 otherwise.
+    virtual std::uint64_t size() const = 0;
+    /// Writing to the file is denied by its rights and its mode cannot be changed by the caller.
+    /// Never true for folders, links, FIFOs, sockets and devices. Opens nothing, changes nothing.
+    virtual bool isWritingDenied() const = 0;
+    /// Counts the folders between the entry that removal began with (0) and this entry.
+    virtual unsigned depth() const = 0;
+    /// Clears the immutable and append-only attributes. Errors as setImmutable.
+    virtual MaybeError clearImmutable() const = 0;
+};
+
+/// Decides about every entry and hears what became of it. Called from several workers at once.
+class RemovalPolicy {
+   public:
+    enum class Verdict {
+        Proceed,
+        Leave,  ///< the entry stays, a folder with all it holds
+    };
+
+    virtual ~RemovalPolicy() = default;
+
+    /// Before a folder below the first level is entered. May wait, for an answer of the user.
+    virtual Verdict willEnter(const RemovalEntry& folder) = 0;
+    /// Before an entry is removed; a folder when nothing is left in it. May wait.
+    virtual Verdict willRemove(const RemovalEntry& entry) = 0;
+    virtual void didRemove(const RemovalEntry& entry) = 0;
+    /// The entry could not be removed, entered or listed. A mount found below an entry is reported
+    /// here with kFileBusy, and so is its own refusal by the kernel.
+    virtual void didFail(const RemovalEntry& entry, const HostError& error) = 0;
+    /// Looked at before every entry. Once true nothing more is entered or removed.
+    virtual bool shouldStop() const = 0;
+};
+
+/// What became of one entry that `remove` was asked for.
+enum class RemovalOutcome {
+    Gone,          ///< removed, or it was not there any more
+    Stayed,        ///< left by the policy, failed, or a folder in which something stayed
+    NotAttempted,  ///< stopped before it was begun
+};
+
+/// One entry to be removed, named relative to an open folder.
+struct RemovalItem {
+    int parentDescriptor = -1;   ///< the folder that holds it; stays open until the item is finished
+    std::string parentPath;      ///< that folder's path, for RemovalEntry::path only
+    std::string name;            ///< one component
+};
+
+/// Hands out the items to be removed and hears when each is finished. `next` is called by one worker
+/// at a time, in order; `finished` by several at once.
+class RemovalItems {
+   public:
+    virtual ~RemovalItems() = default;
+    /// Fills in the item number `index`; false when there are no more.
+    virtual bool next(std::size_t index, RemovalItem& item) = 0;
+    virtual void finished(std::size_t index, RemovalOutcome outcome) = 0;
+};
+
+/// Removes items with several workers, a folder the unit of work. Items begin in their order, and a
+/// further one only when no folder of those begun waits for a worker.
+/// - Works on descriptors, follows no link, opens nothing but folders.
+/// - Does not enter another mount, be it of the same device (statx mount-root attribute and openat2
+///   without crossing); a nested subvolume is a folder like any other.
+/// - A folder of the caller's own that lacks read, write or search permission gets them on its
+///   descriptor while its contents go, and gets its mode back if it stays.
+/// - A folder that cannot be listed is never taken for empty: when it cannot be removed as it is,
+///   that is reported as kFileReadNoPermission.
+/// - Any depth, also deeper than PATH_MAX and than the descriptor limit: folders that wait are closed
+///   and opened again, and then must be the same folder.
+/// - What vanishes meanwhile counts as gone and is neither told as removed nor as failed.
+class TreeRemover {
+   public:
+    /// `workers` 0 chooses: more than there are cores, since a file system's journal waits.
+    explicit TreeRemover(RemovalPolicy& policy, unsigned workers = 0);
+
+    /// Returns when every item is finished. Thread: any but the main thread.
+    void remove(RemovalItems& items);
+
+   private:
+    RemovalPolicy& m_policy;
+    unsigned m_workers;
+};
+
+/// Removes one entry with all it holds, with the same rules and without asking: on this thread's
+/// behalf, by one worker. Errors: the first failure met.
+MaybeError removeItem(const FileUrl& item);
+
+}  // namespace kestrin

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Counts what folders hold, with several workers.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "base/FileUrl.h"
+#include "base/Result.h"
+
+namespace kestrin {
+
+/// One entry directly inside a scanned folder, with what lies below it.
+struct ScannedEntry {
+    std::string name;         ///< exact bytes
+    std::uint64_t size = 0;   ///< bytes of a file or link; of a folder the sum of what it holds
+    std::uint64_t count = 1;  ///< 1, and for a folder every entry inside it at any depth besides
+    bool isDirectory = false;
+};
+
+/// The entries of `folder` in the order the file system lists them, each with the sizes and the
+/// number of the entries below it. Sizes are st_size of files and links; folders, FIFOs, sockets and
+/// devices have none. Links are not followed; a folder where something is mounted counts as an entry
+/// and is not entered. What cannot be read is passed over and adds nothing.
+/// Memory: the first level and the folders still to be read; nothing for the entries below.
+/// Thread: any; uses workers of its own and returns when they are done. When `stop` is requested it
+/// returns early with the sums gathered so far.
+/// Errors: `folder` itself cannot be opened or listed (errorFromErrno with Read).
+Result<std::vector<ScannedEntry>> scanTree(const FileUrl& folder, std::stop_token stop = {});
+
+}  // namespace kestrin

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Questions to the host about volumes. A volume is named by its mount point. Every question that goes
+// to a volume can hang with it (a network share, a FUSE file system); use `answerWithin`.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/FileUrl.h"
+
+namespace kestrin {
+
+/// The mounted volumes that users see, in the order of the mount table. Asks the table only.
+std::vector<FileUrl> mountedVolumes();
+
+/// The volume that `item` lies on, by the mount table and the item's real path; none for an item that
+/// does not exist.
+std::optional<FileUrl> volumeOfItem(const FileUrl& item);
+
+/// True when something is mounted at the location; false when it is a link.
+bool isMountPoint(const FileUrl& location);
+
+/// Read-only by mount or superblock options; none when the item does not exist.
+std::optional<bool> isVolumeReadOnly(const FileUrl& item);
+
+struct VolumeCapacity {
+    std::uint64_t totalBytes = 0;
+    std::uint64_t availableBytes = 0;  ///< to the user
+    std::uint64_t itemCount = 0;       ///< inodes in use; 0 where the file system does not count them
+};
+/// statvfs(3) of the item's volume; none on failure.
+std::optional<VolumeCapacity> volumeCapacity(const FileUrl& item);
+
+/// The label of the file system mounted at `mountPoint`: the kernel's answer (FS_IOC_GETFSLABEL), else
+/// that of /dev/disk/by-label; none when it has none.
+std::optional<std::string> volumeLabel(const FileUrl& mountPoint);
+/// The UUID from /dev/disk/by-uuid; none when unknown.
+std::optional<std::string> volumeUUID(const FileUrl& item);
+/// An opaque identifier of the item's volume, the same for all its items while it is mounted.
+std::optional<std::string> volumeIdentifier(const FileUrl& item);
+
+/// Runs `question` on a thread of its own and gives its answer, or none when it took longer than
+/// `limit`: the thread is then left to itself, and `question` must own all that it uses.
+template <class T>
+std::optional<T> answerWithin(std::chrono::milliseconds limit, std::function<T()> question);
+
+namespace detail {
+bool runAbandonable(std::chrono::milliseconds limit, std::function<void()> work);
+}
+
+template <class T>
+std::optional<T> answerWithin(std::chrono::milliseconds limit, std::function<T()> question) {
+    auto answer = std::make_shared<std::optional<T>>();
+    const bool answered = detail::runAbandonable(
+        limit, [answer, question = std::move(question)] { answer->emplace(question()); });
+    return answered ? std::move(*answer) : std::nullopt;
+}
+
+}  // namespace kestrin
