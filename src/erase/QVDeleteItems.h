@@ -106,3 +106,52 @@ struct EraseServices {
     HelperAccess helper;
     DisplayTickFactory startTick = &DisplayTick::start;
 };
+
+/// One erase, from the question to the end. Made fresh for every request and kept alive by its own
+/// background work. Everything not marked otherwise is called on the main thread.
+///
+/// Sequence: askToContinue; when it answers true (smart erase: when "waitForResponse" says
+/// "canContinue"), proceedToErase; the end is "stopWorking", posted once, on the main thread. It
+/// carries the figures unless the confirmation was declined or nothing at all was erased.
+class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
+   public:
+    static std::shared_ptr<QVDeleteItems> create(EraseServices services);
+    ~QVDeleteItems();
+    QVDeleteItems(const QVDeleteItems&) = delete;
+    QVDeleteItems& operator=(const QVDeleteItems&) = delete;
+
+    /// Counts (all disks, in the background) and asks for confirmation. False: the user declined, and
+    /// "stopWorking" has been posted. A smart erase answers true at once and tells the user's answer
+    /// by "waitForResponse", posted on a background thread.
+    bool askToContinue(const EraseRequest& request);
+
+    /// Starts erasing `items`, in their order; those gathered by the count when nullptr or empty.
+    /// False: the log could not be opened or progress could not be shown; nothing was begun, nothing
+    /// will be posted, `startProblem` says why.
+    bool proceedToErase(SharedItemsToErase items = nullptr);
+
+    /// Presses Stop: the erase ends at its next entry. Thread: any.
+    void stop();
+
+    // What an erase has come to; at its end the final figures. Thread: any.
+    std::uint64_t totItemsDeleted() const;
+    std::uint64_t totSizeDeleted() const;
+    std::uint64_t notErasedCount() const;
+    std::uint64_t itemBusyCount() const;
+    bool isWorking() const;
+    bool isStoppedByUser() const;
+    SharedItemsToErase itemsToErase() const;
+    /// Every entry that stayed, with its reason. An entry that was never begun is not among them.
+    std::vector<StayedEntry> stayedEntries() const;
+    /// Why proceedToErase answered false, or that the log could not be written to its end; one
+    /// sentence that names the file, else empty.
+    QString startProblem() const;
+    QString logProblem() const;
+
+   private:
+    struct State;
+    explicit QVDeleteItems(EraseServices services);
+    std::unique_ptr<State> m_state;
+};
+
+}  // namespace kestrin

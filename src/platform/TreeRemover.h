@@ -2,6 +2,7 @@
 // Removes entries with all they hold, by descriptor. The only code that removes files of users.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -30,6 +31,8 @@ class RemovalEntry {
     virtual bool isWritingDenied() const = 0;
     /// Counts the folders between the entry that removal began with (0) and this entry.
     virtual unsigned depth() const = 0;
+    /// The folder that directly holds the entry has the immutable attribute.
+    virtual bool folderIsImmutable() const = 0;
     /// Clears the immutable and append-only attributes. Errors as setImmutable.
     virtual MaybeError clearImmutable() const = 0;
 };
@@ -60,11 +63,12 @@ class RemovalPolicy {
 enum class RemovalOutcome {
     Gone,          ///< removed, or it was not there any more
     Stayed,        ///< left by the policy, failed, or a folder in which something stayed
-    NotAttempted,  ///< stopped before it was begun
+    Stopped,       ///< begun, but stopped before its end; what is left of it stays
 };
 
 /// One entry to be removed, named relative to an open folder.
 struct RemovalItem {
+    std::size_t tag = 0;         ///< the caller's own, handed back
     int parentDescriptor = -1;   ///< the folder that holds it; stays open until the item is finished
     std::string parentPath;      ///< that folder's path, for RemovalEntry::path only
     std::string name;            ///< one component
@@ -75,9 +79,9 @@ struct RemovalItem {
 class RemovalItems {
    public:
     virtual ~RemovalItems() = default;
-    /// Fills in the item number `index`; false when there are no more.
-    virtual bool next(std::size_t index, RemovalItem& item) = 0;
-    virtual void finished(std::size_t index, RemovalOutcome outcome) = 0;
+    /// Fills in the next item; false when there are no more.
+    virtual bool next(RemovalItem& item) = 0;
+    virtual void finished(const RemovalItem& item, RemovalOutcome outcome) = 0;
 };
 
 /// Removes items with several workers, a folder the unit of work. Items begin in their order, and a
