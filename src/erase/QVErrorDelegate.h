@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The one presenter of error panels, information panels and questions. Callers give keys of the
+// string table, names to insert and keys of button titles, from any thread; alerts are made and run
+// on the main thread. A key that the tables lack shows itself, so finished texts can be given as
+// well.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/StringTable.h"
+#include "erase/AlertPanel.h"
+
+namespace kestrin {
+
+class UserDefaults;
+
+/// What a question is about, where its key cannot tell because the caller filled the text itself.
+struct AlertContext {
+    AlertModel::Topic topic = AlertModel::Topic::Other;
+    QString fullName;  ///< the name or path that the title may show shortened
+};
+
+/// What goes wrong, for showError. Keys of the table "Errors".
+struct ErrorReport {
+    std::string error;           ///< key of the title
+    std::string message;         ///< key of the text; may be empty
+    QStringList additionalName;  ///< inserted into the title
+};
+
+/// An error panel. Keys of the table "Errors".
+struct ErrorPanelInfo {
+    std::string error;
+    std::string messKey;
+    QStringList names;
+    std::optional<QStringList> mess_names;  ///< inserted into the text
+    WindowHandle window = nullptr;          ///< a sheet on it; none: modal
+};
+
+/// A question. All its texts come from "Errors" when `treatsAsError`, else from the default table.
+struct QuestionInfo {
+    std::string info;
+    std::string messKey;
+    QStringList names;  ///< inserted into the title
+    std::string dbuttonName;
+    std::string abuttonName;
+    std::string obuttonName;
+    bool treatsAsError = false;
+    bool showCheck = false;  ///< with a box "apply to all"
+    std::string prefKey;     ///< questions with suppression: the setting that the box sets
+    WindowHandle parentWindow = nullptr;
+    AlertContext context;
+    bool applyToAll = false;  ///< on return: the box was ticked
+};
+
+/// Presents errors, messages and questions. Thread: any; a call from another thread is performed on
+/// the main thread and waited for, a call on the main thread runs at once. Names are shown as
+/// titleName gives them.
+class QVErrorDelegate {
+ public:
+    /// The first instance of the process is the shared one as long as it lives. The references must
+    /// outlive the presenter.
+    QVErrorDelegate(AlertPanelFactory makePanel, StringTable& texts, UserDefaults& defaults);
+    ~QVErrorDelegate();
+    QVErrorDelegate(const QVErrorDelegate&) = delete;
+    QVErrorDelegate& operator=(const QVErrorDelegate&) = delete;
+
+    /// The shared instance; nullptr before the first is made and after it went.
+    static QVErrorDelegate* sharedControl();
+
+    // --- Errors and messages ---
+
+    void showError(const ErrorReport& report);
+    /// Shows a modal warning with one default button. Nothing when `error` is empty.
+    void showError(std::string_view error, std::string_view message = {},
+                   const QStringList& additionalNames = {});
+    /// The warning itself. Main thread.
+    void showErrorWithDict(const ErrorPanelInfo& panel);
+    /// A warning as a sheet on `window` and back at once; modal without a window.
+    void showErrorForWindow(WindowHandle window, std::string_view infoMessage,
+                            std::string_view message, const QStringList& additionalNames);
+    /// The same for information: texts from the default table.
+    void showMessagePanel(WindowHandle window, std::string_view infoMessage,
+                          std::string_view message, const QStringList& additionalNames);
+    /// Shows a message with a "do not show again" box, unless the setting `preferenceKey` is on; a
+    /// ticked box sets it. False when nothing was shown.
+    bool showMessagePanelWithView(std::string_view infoMessage, std::string_view message,
+                                  const QStringList& additionalNames,
+                                  std::string_view preferenceKey, bool treatsAsError);
+
+    // --- Questions ---
+
+    /// Asks and returns the button: kAlertFirstButton for `defaultButton` and so on. A button with
+    /// an empty key gets an empty title. With `showView` the state of the "apply to all" box is
+    /// stored in `viewStatus`, unless nullptr. With a parent window the question is a sheet, and
+    /// the call returns 0 before the user has answered. When nobody can be asked any more (the main
+    /// thread's loop is over, no panel can be made) the answer is kAlertFirstButton. The topic of
+    /// the alert is the context's or else the one that the key tells.
+    int askToTheUser(std::string_view question, std::string_view message,
+                     const QStringList& additionalNames, std::string_view defaultButton,
+                     std::string_view alternateButton, std::string_view otherButton, bool showView,
+                     bool* viewStatus, bool treatsAsError, WindowHandle parentWindow,
+                     const AlertContext& context = {});
+    /// Puts the question, sets its `applyToAll` and returns the button. Main thread.
+    int askToTheUserWithDict(QuestionInfo& question);
+    /// Asks with a "do not ask again" box, unless the setting `preferenceKey` is on: then
+    /// kAlertFirstButton at once. A ticked box sets it.
+    int askToTheUserWithView(std::string_view question, std::string_view message,
+                             const QStringList& additionalNames, std::string_view defaultButton,
+                             std::string_view alternateButton, std::string_view otherButton,
+                             std::string_view preferenceKey, bool treatsAsError);
+    /// Puts the question and keeps its box in the setting `prefKey`. Main thread.
+    int askToTheUserWithViewAndDict(QuestionInfo& question);
+
+    /// The button of the last question; 0 while it is open and before the first.
+    int lastResult() const { return m_lastResult; }
+
+    // --- Helpers ---
+
+    /// Puts each name in the place of the next "%@". Names that find none are dropped, placeholders
+    /// left over stay; a "%" in a name means nothing.
+    static QString replaceContentOfString(const QString& content, const QStringList& names);
+    /// A new panel, made on the main thread; also what QVAlert can be given as its factory.
+    /// nullptr when it cannot be made. Whoever takes it lets it go on the main thread.
+    std::unique_ptr<AlertPanel> alertPanel();
+
+ private:
+    using Table = StringTable::Table;
+
+    QString text(std::string_view key, Table table) const;
+    AlertModel questionModel(const QuestionInfo& question) const;
+    void showPanel(const AlertModel& model, WindowHandle window);
+    void beginSheet(std::unique_ptr<AlertPanel> panel, const AlertModel& model, WindowHandle window,
+                    std::function<void(int)> answered);
+    void closeSheet(AlertPanel* panel);
+    bool showSuppressible(const AlertModel& model, const std::string& preferenceKey);
+
+    const AlertPanelFactory m_makePanel;
+    StringTable& m_texts;
+    UserDefaults& m_defaults;
+    std::atomic<int> m_lastResult{0};
+    std::vector<std::unique_ptr<AlertPanel>> m_sheets;  ///< still open; main thread
+};
+
+}  // namespace kestrin
