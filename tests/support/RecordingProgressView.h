@@ -26,8 +26,9 @@ struct ProgressRecord {
     std::vector<QString> countTexts;
     std::vector<QString> sizeTexts;
     std::vector<double> percents;
-    std::vector<bool> hiddenFields;   ///< arguments of hideInfoSizeFields
-    std::vector<bool> indeterminate;  ///< true for each start of the indeterminate animation
+    std::vector<bool> hiddenFields;  ///< arguments of hideInfoSizeFields
+    std::vector<bool>
+        indeterminate;  ///< true: the indeterminate animation was started, false: the other
     int viewsMade = 0;
     int shown = 0;  ///< as a free window
     std::vector<WindowHandle> sheetParents;

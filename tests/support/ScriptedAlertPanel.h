@@ -5,7 +5,6 @@
 #include <QString>
 #include <deque>
 #include <functional>
-#include <memory>
 #include <vector>
 
 #include "erase/AlertPanel.h"
@@ -28,6 +27,7 @@ class ScriptedAlerts {
         friend bool operator==(const SizeLine&, const SizeLine&) = default;
     };
     struct Sheet {
+        const AlertPanel* panel = nullptr;
         WindowHandle parent = nullptr;
         std::function<void(int)> answered;
     };
@@ -41,7 +41,7 @@ class ScriptedAlerts {
     Answer defaultAnswer;       ///< for alerts beyond the script
     bool answersSheets = true;  ///< false: sheets stay open until `answerSheet`
 
-    /// Answers the oldest open sheet.
+    /// Answers the oldest open sheet. Requires: there is one.
     void answerSheet(int button);
 
     std::vector<AlertModel> models;  ///< every alert shown, in order
@@ -52,6 +52,7 @@ class ScriptedAlerts {
  private:
     friend class ScriptedAlertPanel;
     Answer nextAnswer();
+    void answerSheetOf(const AlertPanel* panel, int button);
 
     std::deque<Answer> m_answers;
 };
@@ -71,7 +72,6 @@ class ScriptedAlertPanel : public AlertPanel {
     void answerLater();
 
     ScriptedAlerts& m_script;
-    std::shared_ptr<std::function<void(int)>> m_sheet;
     bool m_suppression = false;
 };
 
