@@ -15,7 +15,7 @@ namespace kestrin {
 
 /// One entry as the remover meets it. Valid only during the call that is handed it.
 class RemovalEntry {
-   public:
+ public:
     virtual ~RemovalEntry() = default;
     virtual std::string_view name() const = 0;
     /// The full path, built at the call.
@@ -39,7 +39,7 @@ class RemovalEntry {
 
 /// Decides about every entry and hears what became of it. Called from several workers at once.
 class RemovalPolicy {
-   public:
+ public:
     enum class Verdict {
         Proceed,
         Leave,  ///< the entry stays, a folder with all it holds
@@ -61,23 +61,23 @@ class RemovalPolicy {
 
 /// What became of one entry that `remove` was asked for.
 enum class RemovalOutcome {
-    Gone,          ///< removed, or it was not there any more
-    Stayed,        ///< left by the policy, failed, or a folder in which something stayed
-    Stopped,       ///< begun, but stopped before its end; what is left of it stays
+    Gone,     ///< removed, or it was not there any more
+    Stayed,   ///< left by the policy, failed, or a folder in which something stayed
+    Stopped,  ///< begun, but stopped before its end; what is left of it stays
 };
 
 /// One entry to be removed, named relative to an open folder.
 struct RemovalItem {
-    std::size_t tag = 0;         ///< the caller's own, handed back
-    int parentDescriptor = -1;   ///< the folder that holds it; stays open until the item is finished
-    std::string parentPath;      ///< that folder's path, for RemovalEntry::path only
-    std::string name;            ///< one component
+    std::size_t tag = 0;        ///< the caller's own, handed back
+    int parentDescriptor = -1;  ///< the folder that holds it; stays open until the item is finished
+    std::string parentPath;     ///< that folder's path, for RemovalEntry::path only
+    std::string name;           ///< one component
 };
 
-/// Hands out the items to be removed and hears when each is finished. `next` is called by one worker
-/// at a time, in order; `finished` by several at once.
+/// Hands out the items to be removed and hears when each is finished. `next` is called by one
+/// worker at a time, in order; `finished` by several at once.
 class RemovalItems {
-   public:
+ public:
     virtual ~RemovalItems() = default;
     /// Fills in the next item; false when there are no more.
     virtual bool next(RemovalItem& item) = 0;
@@ -93,18 +93,19 @@ class RemovalItems {
 ///   descriptor while its contents go, and gets its mode back if it stays.
 /// - A folder that cannot be listed is never taken for empty: when it cannot be removed as it is,
 ///   that is reported as kFileReadNoPermission.
-/// - Any depth, also deeper than PATH_MAX and than the descriptor limit: folders that wait are closed
+/// - Any depth, also deeper than PATH_MAX and than the descriptor limit: folders that wait are
+/// closed
 ///   and opened again, and then must be the same folder.
 /// - What vanishes meanwhile counts as gone and is neither told as removed nor as failed.
 class TreeRemover {
-   public:
+ public:
     /// `workers` 0 chooses: more than there are cores, since a file system's journal waits.
     explicit TreeRemover(RemovalPolicy& policy, unsigned workers = 0);
 
     /// Returns when every item is finished. Thread: any but the main thread.
     void remove(RemovalItems& items);
 
-   private:
+ private:
     RemovalPolicy& m_policy;
     unsigned m_workers;
 };
