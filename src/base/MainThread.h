@@ -20,13 +20,14 @@ class MainThread {
     MainThread(const MainThread&) = delete;
     MainThread& operator=(const MainThread&) = delete;
 
-    /// True on the thread that made the mailbox; also when there is none (a plain test program).
+    /// True on the thread that made the mailbox, also after it closed; and on every thread when there
+    /// never was one (a plain test program).
     static bool isCurrent();
     /// Runs `call` on the main thread, later. Dropped when there is no mailbox.
     static void post(std::function<void()> call);
     /// Runs `call` on the main thread and returns when it has returned; at once on the main thread
     /// itself. A worker may wait for the main thread; the main thread must never wait for a worker.
-    /// Returns false when the mailbox closed before the call was served.
+    /// Returns false, without having run it, when the mailbox closed before the call was served.
     static bool postAndWait(std::function<void()> call);
     /// Runs `call` on the main thread, not before `delay` has passed.
     static void postAfter(std::chrono::milliseconds delay, std::function<void()> call);
