@@ -24,9 +24,11 @@ using SettingsMap = std::map<std::string, QVariant, std::less<>>;
 /// changed the value.
 /// The file keeps plain values under [General], as "write_log=true", and a dictionary as a section of
 /// its own, as "[empty_trash]" with "keyCode=51": a person can edit it. Booleans are read as true,
-/// yes, on, 1 and their opposites in any case.
-/// Failures: an unreadable or damaged file reads as empty, an unwritable one keeps the change in
-/// memory for this process and logs it.
+/// yes, on, 1 and their opposites in any case. What comes from the file is text ("7", "true") or a
+/// dictionary of texts; the typed queries below convert. Lines that a person added stay.
+/// Failures: an unreadable or damaged file reads as empty, and an unreadable one is not replaced; what
+/// cannot be written stays in memory for this process, is logged, and is tried again with the next
+/// change. Two processes that change settings at the same moment: the later one wins.
 class UserDefaults {
    public:
     /// The settings file `filePath`. It is created by the first `set`, with its folder.
@@ -69,12 +71,17 @@ class UserDefaults {
         NowAndOnChange,      ///< once at once, then at every change
     };
     /// Calls `callback` with the new value (none when it was removed and has no default) whenever the
-    /// value behind `keyPath`, "values." followed by a key, is set through this object.
+    /// value behind `keyPath`, "values." followed by a key, is set or removed through this object, or
+    /// becomes another one because a whole domain changed. No lock is held meanwhile.
     [[nodiscard]] Observation observe(std::string_view keyPath, Notify when,
                                       std::function<void(const std::optional<QVariant>&)> callback);
 
    private:
     struct State;
+
+    void changeMany(const std::function<void(State&)>& change);
+    void tellObservers(std::string_view key);
+
     std::unique_ptr<State> m_state;
 };
 
