@@ -1,0 +1,53 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!-- SPDX-License-Identifier: GPL-3.0-or-later -->
+<!-- Sorted by key. "%@" stands for a value, in the order that the program hands them over. -->
+<!DOCTYPE TS>
+<TS version="2.1" language="en_US" sourcelanguage="en_US">
+<context>
+    <name></name>
+    <message id="busy_plur">
+        <source></source>
+        <translation>%@ items are in use and were not erased.</translation>
+    </message>
+    <message id="busy_sing">
+        <source></source>
+        <translation>One item is in use and was not erased.</translation>
+    </message>
+    <message id="cant_create_menu">
+        <source></source>
+        <translation>Kestrin has no place in the status area.</translation>
+    </message>
+    <message id="cant_create_menu_mess">
+        <source></source>
+        <translation>Kestrin can’t work without its menu there and will quit now.</translation>
+    </message>
+    <message id="full_disk_access_authorization">
+        <source></source>
+        <translation>Kestrin needs full disk access.</translation>
+    </message>
+    <message id="full_disk_access_authorization_mess">
+        <source></source>
+        <translation>Without it, some items in your trashes can’t be seen or erased. Allow it in the system settings, then start Kestrin again.</translation>
+    </message>
+    <message id="login_error">
+        <source></source>
+        <translation>Kestrin can’t be set to start at login.</translation>
+    </message>
+    <message id="not_erased">
+        <source></source>
+        <translation>Some items could not be erased.</translation>
+    </message>
+    <message id="uninstall_failed">
+        <source></source>
+        <translation>Kestrin could not be uninstalled.</translation>
+    </message>
+    <message id="uninstall_failed_mess">
+        <source></source>
+        <translation>The helper is still there. An administrator’s password is needed to remove it.</translation>
+    </message>
+    <message id="user_not_authorized">
+        <source></source>
+        <translation>Kestrin is not authorized to erase locked items and items that you have no permission to erase. They stay in the trash.</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,300 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!-- SPDX-License-Identifier: GPL-3.0-or-later -->
+<!-- Sorted by key. "%@" stands for a value, in the order that the program hands them over. -->
+<!DOCTYPE TS>
+<TS version="2.1" language="en_US" sourcelanguage="en_US">
+<context>
+    <name></name>
+    <message id="Gb">
+        <source></source>
+        <translation> GB</translation>
+    </message>
+    <message id="Kb">
+        <source></source>
+        <translation> kB</translation>
+    </message>
+    <message id="Kestrin is trying to erase with root authorization.">
+        <source></source>
+        <translation>Kestrin wants to erase items that need administrator rights.</translation>
+    </message>
+    <message id="Mb">
+        <source></source>
+        <translation> MB</translation>
+    </message>
+    <message id="Tb">
+        <source></source>
+        <translation> TB</translation>
+    </message>
+    <message id="agree_btn">
+        <source></source>
+        <translation>Agree</translation>
+    </message>
+    <message id="all_disks">
+        <source></source>
+        <translation>%@ items, %@</translation>
+    </message>
+    <message id="all_disks_single">
+        <source></source>
+        <translation>%@ item, %@</translation>
+    </message>
+    <message id="all_vols_log_name">
+        <source></source>
+        <translation>Emptied Trashes</translation>
+    </message>
+    <message id="apply_to_all">
+        <source></source>
+        <translation>Apply to all</translation>
+    </message>
+    <message id="ask_add_start_up_disk">
+        <source></source>
+        <translation>Choose the start-up disk.</translation>
+    </message>
+    <message id="ask_uninstall">
+        <source></source>
+        <translation>Do you want to uninstall Kestrin?</translation>
+    </message>
+    <message id="ask_uninstall_mees">
+        <source></source>
+        <translation>Kestrin’s helper and your Kestrin settings will be removed. Your trashes stay as they are.</translation>
+    </message>
+    <message id="byte">
+        <source></source>
+        <translation> bytes</translation>
+    </message>
+    <message id="cancel_btn">
+        <source></source>
+        <translation>Cancel</translation>
+    </message>
+    <message id="contact">
+        <source></source>
+        <translation>mailto:kestrin@quorvane.com</translation>
+    </message>
+    <message id="day">
+        <source></source>
+        <translation>day </translation>
+    </message>
+    <message id="days">
+        <source></source>
+        <translation>days </translation>
+    </message>
+    <message id="delete_mess">
+        <source></source>
+        <translation>The items will be erased at once. You can’t undo this.</translation>
+    </message>
+    <message id="disagree_btn">
+        <source></source>
+        <translation>Disagree</translation>
+    </message>
+    <message id="disclaimer">
+        <source></source>
+        <translation>Kestrin erases what is in your trashes for good, and nothing can bring it back. You use it at your own risk. Do you agree?</translation>
+    </message>
+    <message id="do_not_uninstall_button">
+        <source></source>
+        <translation>Don’t Uninstall</translation>
+    </message>
+    <message id="dont_install_button">
+        <source></source>
+        <translation>Don’t Install</translation>
+    </message>
+    <message id="dont_update_button">
+        <source></source>
+        <translation>Don’t Update</translation>
+    </message>
+    <message id="empty_bin_menu_item_title">
+        <source></source>
+        <translation>Empty Trash of Disk</translation>
+    </message>
+    <message id="empty_trash_button">
+        <source></source>
+        <translation>Empty Trash</translation>
+    </message>
+    <message id="end_delete_all">
+        <source></source>
+        <translation>Finished emptying every chosen trash.</translation>
+    </message>
+    <message id="end_delete_checked">
+        <source></source>
+        <translation>Finished erasing the checked items.</translation>
+    </message>
+    <message id="end_delete_single">
+        <source></source>
+        <translation>Finished emptying the trash.</translation>
+    </message>
+    <message id="erase">
+        <source></source>
+        <translation>Erase</translation>
+    </message>
+    <message id="erase_all">
+        <source></source>
+        <translation>Empty all trashes?</translation>
+    </message>
+    <message id="erase_checked_button">
+        <source></source>
+        <translation>Erase Items</translation>
+    </message>
+    <message id="erase_vol">
+        <source></source>
+        <translation>Empty the trash of “%@”?</translation>
+    </message>
+    <message id="erasing">
+        <source></source>
+        <translation>Erasing the items of “%@”…</translation>
+    </message>
+    <message id="erasing_all">
+        <source></source>
+        <translation>Erasing the items of all disks…</translation>
+    </message>
+    <message id="erasing_smart_window">
+        <source></source>
+        <translation>Erasing the checked items…</translation>
+    </message>
+    <message id="gathering_bin_info">
+        <source></source>
+        <translation>Counting the items…</translation>
+    </message>
+    <message id="gathering_info">
+        <source></source>
+        <translation>Counting the items…</translation>
+    </message>
+    <message id="install_button">
+        <source></source>
+        <translation>Install</translation>
+    </message>
+    <message id="install_helper_tool">
+        <source></source>
+        <translation>Do you want to install Kestrin’s helper?</translation>
+    </message>
+    <message id="items_erased">
+        <source></source>
+        <translation>Erased: %@&#10;%@ %@&#10;</translation>
+    </message>
+    <message id="items_size" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>%@ item, %@</numerusform>
+            <numerusform>%@ items, %@</numerusform>
+        </translation>
+    </message>
+    <message id="log_name">
+        <source></source>
+        <translation> %@.log</translation>
+    </message>
+    <message id="no_btn">
+        <source></source>
+        <translation>Cancel</translation>
+    </message>
+    <message id="no_file_kind">
+        <source></source>
+        <translation>Unknown kind</translation>
+    </message>
+    <message id="open_log_file_error">
+        <source></source>
+        <translation>The log file can’t be opened, so nothing was erased. Make room for the log or allow Kestrin to write to its log folder, or turn the log off in the preferences.</translation>
+    </message>
+    <message id="selected_items_log_name">
+        <source></source>
+        <translation>Selected Items</translation>
+    </message>
+    <message id="single_disk">
+        <source></source>
+        <translation>“%@”: %@ items, %@</translation>
+    </message>
+    <message id="single_disk_single">
+        <source></source>
+        <translation>“%@”: %@ item, %@</translation>
+    </message>
+    <message id="skip">
+        <source></source>
+        <translation>Skip</translation>
+    </message>
+    <message id="smart_erase">
+        <source></source>
+        <translation>%@ checked items, %@</translation>
+    </message>
+    <message id="smart_erase_info">
+        <source></source>
+        <translation>Erase the checked items?</translation>
+    </message>
+    <message id="smart_erase_single">
+        <source></source>
+        <translation>%@ checked item, %@</translation>
+    </message>
+    <message id="start_delete_all">
+        <source></source>
+        <translation>Started to empty every chosen trash.</translation>
+    </message>
+    <message id="start_delete_checked">
+        <source></source>
+        <translation>Started to erase the checked items.</translation>
+    </message>
+    <message id="start_delete_single">
+        <source></source>
+        <translation>Started to empty the trash.</translation>
+    </message>
+    <message id="start_up_disk_name">
+        <source></source>
+        <translation>File System</translation>
+    </message>
+    <message id="stopping">
+        <source></source>
+        <translation>Stopping…</translation>
+    </message>
+    <message id="suppression_message_text">
+        <source></source>
+        <translation>Don’t show this again</translation>
+    </message>
+    <message id="tell_to_friend">
+        <source></source>
+        <translation>mailto:?subject=Kestrin&amp;body=I use Kestrin to see and to empty the trash of every disk. You might like it too.</translation>
+    </message>
+    <message id="today">
+        <source></source>
+        <translation>Today</translation>
+    </message>
+    <message id="undeleted_locked_sing_msg">
+        <source></source>
+        <translation>Erase it anyway?</translation>
+    </message>
+    <message id="undeleted_locked_sing_str">
+        <source></source>
+        <translation>“%@” is locked.</translation>
+    </message>
+    <message id="undeleted_no_permissions_sing_str">
+        <source></source>
+        <translation>You don’t have permission to erase “%@”. Erase it anyway?</translation>
+    </message>
+    <message id="uninstall_button">
+        <source></source>
+        <translation>Uninstall</translation>
+    </message>
+    <message id="uninstall_successful">
+        <source></source>
+        <translation>Kestrin has been uninstalled.</translation>
+    </message>
+    <message id="uninstall_successful_mess">
+        <source></source>
+        <translation>The helper and your settings are gone. Kestrin will quit now and show you where the program is, so that you can remove it too.</translation>
+    </message>
+    <message id="update_button">
+        <source></source>
+        <translation>Update</translation>
+    </message>
+    <message id="update_helper_tool">
+        <source></source>
+        <translation>Do you want to update Kestrin’s helper?</translation>
+    </message>
+    <message id="update_helper_tool_mess">
+        <source></source>
+        <translation>The helper erases locked items and items that you have no permission to erase. An administrator’s password is needed.</translation>
+    </message>
+    <message id="yes_btn">
+        <source></source>
+        <translation>OK</translation>
+    </message>
+    <message id="yesterday">
+        <source></source>
+        <translation>Yesterday</translation>
+    </message>
+</context>
+</TS>
