@@ -8,6 +8,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -32,6 +33,7 @@ class PropertyList {
     PropertyList(std::uint64_t value) : m_value(value) {}                    // NOLINT
     PropertyList(double value) : m_value(value) {}                           // NOLINT
     PropertyList(std::string value) : m_value(std::move(value)) {}           // NOLINT
+    PropertyList(const char* value) : m_value(std::string(value)) {}         // NOLINT
     PropertyList(Data value) : m_value(std::move(value)) {}                  // NOLINT
     PropertyList(Array value) : m_value(std::move(value)) {}                 // NOLINT
     PropertyList(Dictionary value) : m_value(std::move(value)) {}            // NOLINT
@@ -47,8 +49,13 @@ class PropertyList {
 
     friend bool operator==(const PropertyList&, const PropertyList&) = default;
 
+    /// Calls `visitor` with the value in its own type.
+    template <class Visitor>
+    void visit(Visitor&& visitor) const {
+        std::visit(std::forward<Visitor>(visitor), m_value);
+    }
+
    private:
-    friend std::string toXml(const PropertyList&);
     std::variant<Dictionary, Array, std::string, Data, bool, std::int64_t, std::uint64_t, double>
         m_value;
 };
@@ -60,13 +67,15 @@ struct PropertyListLimits {
     std::size_t maximumValues = 4'000'000;
 };
 
-/// The XML form, version 1.0: declaration, document type, one value.
+/// The XML form, version 1.0: declaration, document type, one value. What XML cannot hold in a text
+/// (most control characters, bytes that are not UTF-8) becomes U+FFFD.
 std::string toXml(const PropertyList& value);
 
-/// Reads the XML form. Errors: kFileErrorDomain, code 3840, "errorString" saying what is wrong and
+/// Reads the XML form: elements dict, array, key, string, data, true, false, integer and real, the
+/// five predefined entities, character references and comments. Errors: kFileErrorDomain, code 3840, "errorString" saying what is wrong and
 /// where: bytes that are not UTF-8 XML, an internal document type subset or entity declaration, an
-/// unknown element or attribute, a number out of range, a key without value, a repeated key, text
-/// outside values, anything after the list, or more than the limits allow.
+/// unknown element or attribute, a CDATA section, a number out of range, a key without value, a
+/// repeated key, text outside values, anything after the list, or more than the limits allow.
 Result<PropertyList> fromXml(std::string_view xml, const PropertyListLimits& limits = {});
 
 inline constexpr int kPropertyListReadCorrupt = 3840;
