@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The engine that erases trashes for good: confirmation, counting, erasing on a background queue,
-// questions, the helper's share, progress, log and end report. It never shows a window itself: alerts
-// go through the presenter, progress through a progress view.
+// questions, the helper's share, progress, log and end report. It never shows a window itself:
+// alerts go through the presenter, progress through a progress view.
 #pragma once
 
 #include <QString>
@@ -16,6 +16,7 @@
 #include "base/NotificationCenter.h"
 #include "base/Result.h"
 #include "erase/AlertPanel.h"
+#include "erase/EraseDecisions.h"
 #include "erase/HelperClient.h"
 #include "erase/ProgressView.h"
 #include "fsutil/QVFilesUtilities.h"
@@ -24,15 +25,13 @@
 
 namespace kestrin {
 
-class OperationQueue;
-class QVAlert;
+class QVDateUtilities;
 class QVErrorDelegate;
 class QVKestrinFileUtilities;
-class QVLogController;
 class QVNumberUtilities;
-class QVSmartWindowItem;
 class StringTable;
 class UserDefaults;
+struct LogSettings;
 
 /// Names and user-info keys of the notifications that an erase sends or hears.
 namespace EraseNotification {
@@ -49,13 +48,6 @@ inline constexpr std::string_view kItemsToErase = "itemsToErase";          // Sh
 inline constexpr std::string_view kCanContinue = "canContinue";            // bool
 inline constexpr std::string_view kItemsDict = "itemsDict";                // UserInfo
 }  // namespace EraseNotification
-
-/// What to do with entries that are locked, or that the user may not remove.
-enum class RefusedEntries {
-    Ask,    ///< ask as described, the user's answer may hold for all
-    Skip,   ///< leave them without asking, hidden ones too
-    Erase,  ///< treat the question as answered with "erase" for all
-};
 
 /// What an erase is asked to do.
 struct EraseRequest {
@@ -79,16 +71,6 @@ struct EraseRequest {
     bool writesLog = true;   ///< false: no log, whatever "write_log" says
 };
 
-enum class StayReason { Locked, Forbidden, Busy, MountPoint, ReadOnly, Error };
-
-/// An entry that an erase left where it was: the refused entry itself, not the folders around it.
-struct StayedEntry {
-    FileUrl url;
-    StayReason reason = StayReason::Error;
-    QString message;       ///< one sentence for the user
-    bool skipped = false;  ///< the user chose so
-};
-
 /// Starts the ticks that drive progress; DisplayTick::start but for tests.
 using DisplayTickFactory =
     std::function<Result<std::unique_ptr<DisplayTick>>(std::function<bool()> callback)>;
@@ -98,6 +80,7 @@ struct EraseServices {
     QVFilesUtilities& files;
     QVKestrinFileUtilities& trash;
     QVNumberUtilities& numbers;
+    QVDateUtilities& dates;
     QVErrorDelegate& presenter;
     UserDefaults& defaults;
     NotificationCenter& center;
@@ -114,20 +97,20 @@ struct EraseServices {
 /// "canContinue"), proceedToErase; the end is "stopWorking", posted once, on the main thread. It
 /// carries the figures unless the confirmation was declined or nothing at all was erased.
 class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
-   public:
+ public:
     static std::shared_ptr<QVDeleteItems> create(EraseServices services);
     ~QVDeleteItems();
     QVDeleteItems(const QVDeleteItems&) = delete;
     QVDeleteItems& operator=(const QVDeleteItems&) = delete;
 
-    /// Counts (all disks, in the background) and asks for confirmation. False: the user declined, and
-    /// "stopWorking" has been posted. A smart erase answers true at once and tells the user's answer
-    /// by "waitForResponse", posted on a background thread.
+    /// Counts (all disks, in the background) and asks for confirmation. False: the user declined,
+    /// and "stopWorking" has been posted. A smart erase answers true at once and tells the user's
+    /// answer by "waitForResponse", posted on a background thread.
     bool askToContinue(const EraseRequest& request);
 
     /// Starts erasing `items`, in their order; those gathered by the count when nullptr or empty.
-    /// False: the log could not be opened or progress could not be shown; nothing was begun, nothing
-    /// will be posted, `startProblem` says why.
+    /// False: the log could not be opened or progress could not be shown; nothing was begun,
+    /// nothing will be posted, `startProblem` says why.
     bool proceedToErase(SharedItemsToErase items = nullptr);
 
     /// Presses Stop: the erase ends at its next entry. Thread: any.
@@ -148,9 +131,51 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     QString startProblem() const;
     QString logProblem() const;
 
-   private:
+ private:
     struct State;
+    class HelperLink;
+
     explicit QVDeleteItems(EraseServices services);
+
+    void observeCount();
+    void stopObservingCount();
+    void updateCountAndSizeToDelete(const Notification& notification);
+    void calculateSizeAndCount();
+    void countTrashes();
+    int showConfirmation();
+    void waitForSheet();
+    void sendSmartEraseNotificationResponse(bool canContinue);
+    void cleanMemoryWithResponse(int response);
+
+    bool emptyTrash(SharedItemsToErase items);
+    bool startLogging(std::size_t entries);
+    LogSettings logSettings(std::size_t entries) const;
+    void resetForErasing();
+
+    void erase(SharedItemsToErase items, const QString& mainText);
+    void prepareProgressFields(const QString& mainText);
+    static QString erasingText(State& state);
+    void waitUntilItemsInfo();
+    void iterateTrashes(const ItemsToErase& items);
+    void addToNotTrashed(const FileUrl& entry);
+    RefusalAnswer askToErase(const RefusalQuestion& question);
+    void eraseWithAdminPrivileges();
+
+    void setupTick();
+    bool tickOnce();
+    void updateProgressStatus();
+    static void showProgress(State& state);
+    void updateProgressBar();
+    void onProgress(std::function<void(State&)> change);
+    void workIsOver();
+    void endSession();
+    void noteLogProblem();
+    void reportWhatStayed();
+    void stopWorking();
+    void sendPartialStopWorking();
+    void postStopWorking(bool withFigures);
+    void stopWasPressed();
+
     std::unique_ptr<State> m_state;
 };
 

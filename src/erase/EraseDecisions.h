@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What an erase decides about every entry: whether it is locked or forbidden, whether the user is
+// asked, what goes to the helper, what is counted and what stayed for which reason. No window, no
+// log file, no removal: those are the caller's.
+#pragma once
+
+#include <QString>
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "base/FileUrl.h"
+#include "base/Result.h"
+#include "platform/TreeRemover.h"
+
+namespace kestrin {
+
+class StringTable;
+
+/// What to do with entries that are locked, or that the user may not remove.
+enum class RefusedEntries {
+    Ask,    ///< ask as described, the user's answer may hold for all
+    Skip,   ///< leave them without asking, hidden ones too
+    Erase,  ///< treat the question as answered with "erase" for all
+};
+
+enum class StayReason { Locked, Forbidden, Busy, MountPoint, ReadOnly, Error };
+
+/// An entry that an erase left where it was: the refused entry itself, not the folders around it.
+struct StayedEntry {
+    FileUrl url;
+    StayReason reason = StayReason::Error;
+    QString message;       ///< one sentence for the user
+    bool skipped = false;  ///< the user chose so
+};
+
+/// A question about one entry, and its answer.
+struct RefusalQuestion {
+    enum class About { Locked, Forbidden };
+    About about = About::Locked;
+    std::string name;
+    std::string path;
+};
+struct RefusalAnswer {
+    bool eraseFile = false;
+    bool isForAll = false;
+};
+
+/// The decisions of one erase. Thread: any; several workers ask at once. Questions are put one at a
+/// time, each once; while one is open, the workers finish the entry they are at and wait.
+class EraseDecisions final : public RemovalPolicy {
+ public:
+    struct Settings {
+        bool isHelperAuthorized = false;
+        bool deleteLocked = false;  ///< the answer before there is one
+        RefusedEntries locked = RefusedEntries::Ask;
+        RefusedEntries forbidden = RefusedEntries::Ask;
+        /// Each failure is counted twice: as the removal fails, and once more when it has failed.
+        bool classifiesTwice = false;
+    };
+    /// What the decisions need of the erase. All may be called from several threads.
+    struct Callbacks {
+        std::function<RefusalAnswer(const RefusalQuestion&)> ask;  ///< waits for the user
+        std::function<bool()> wasStopped;
+        std::function<void(const std::string& path, std::uint64_t size)> didErase;
+    };
+
+    EraseDecisions(const Settings& settings, const StringTable& texts, Callbacks callbacks);
+
+    Verdict willEnter(const RemovalEntry& folder) override;
+    Verdict willRemove(const RemovalEntry& entry) override;
+    void didRemove(const RemovalEntry& entry) override;
+    void didFail(const RemovalEntry& entry, const HostError& error) override;
+    bool shouldStop() const override { return m_callbacks.wasStopped(); }
+
+    /// An entry that could not even be begun, since its folder cannot be opened.
+    void couldNotBegin(const FileUrl& entry, const HostError& error);
+    /// Notes what of the helper's share is still there. Called when the helper is done, or has not
+    /// been asked.
+    void noteWhatTheHelperLeft();
+
+    bool hasWorkForHelper() const;
+    std::vector<FileUrl> unlockItems() const;
+    std::vector<FileUrl> permissionsItems() const;
+    std::vector<StayedEntry> stayedEntries() const;
+
+    std::atomic<std::uint64_t> totItemsDeleted = 0;
+    std::atomic<std::uint64_t> totSizeDeleted = 0;
+    std::atomic<std::uint64_t> notErasedCount = 0;
+    std::atomic<std::uint64_t> itemBusyCount = 0;
+
+ private:
+    enum class Check { Passed, NotAuthorized, Skipped, HandedOver };
+    /// A list of paths in which each stands once.
+    struct Paths {
+        std::vector<FileUrl> list;
+        std::unordered_set<std::string> known;
+        void add(const std::string& path);
+        bool contains(const std::string& path) const { return known.contains(path); }
+    };
+
+    Check checkForLockedFile(const RemovalEntry& entry);
+    Check permissionsCheck(const RemovalEntry& entry, bool checkForNoPermissions);
+    Check decideLocked(const RemovalEntry& entry);
+    Check decideForbidden(const RemovalEntry& entry);
+    void manageError(const RemovalEntry& entry, const HostError& error);
+    Verdict verdict(const RemovalEntry& entry, Check check, StayReason reason);
+    RefusalAnswer askOnce(const RemovalEntry& entry, RefusalQuestion::About about);
+    void waitWhileAQuestionIsOpen();
+    void noteFailure(const RemovalEntry& entry, const HostError& error);
+    void note(const FileUrl& url, StayReason reason, bool skipped, const QString& message = {});
+
+    const Settings m_settings;
+    const StringTable& m_texts;
+    const Callbacks m_callbacks;
+
+    std::mutex m_questions;  ///< held from the look at the answers to the end of a question
+    bool m_deleteLocked;
+    bool m_deleteLockedAlreadyAsked;
+    bool m_deleteNoPermissions;
+    bool m_deleteNoPermissionsAlreadyAsked;
+    std::unordered_map<std::string, RefusalAnswer> m_answers;  ///< by path
+
+    std::mutex m_gate;
+    std::condition_variable m_gateOpened;
+    std::atomic<bool> m_questionIsOpen = false;
+
+    mutable std::mutex m_lists;  ///< guards what follows
+    Paths m_unlockItems;
+    Paths m_permissionsItems;
+    std::vector<StayedEntry> m_stayed;
+    std::unordered_map<std::string, std::size_t> m_stayedByPath;
+};
+
+}  // namespace kestrin
