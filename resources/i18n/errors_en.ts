@@ -37,6 +37,30 @@
         <source></source>
         <translation>Some items could not be erased.</translation>
     </message>
+    <message id="trash_entry_has_no_name">
+        <source></source>
+        <translation>not the name of an entry</translation>
+    </message>
+    <message id="trash_entry_is_in_no_trash">
+        <source></source>
+        <translation>it does not lie directly in one of your trashes</translation>
+    </message>
+    <message id="trash_entry_is_relative">
+        <source></source>
+        <translation>not an absolute path</translation>
+    </message>
+    <message id="trash_path_is_link">
+        <source></source>
+        <translation>the trash folder is a link</translation>
+    </message>
+    <message id="trash_path_is_no_folder">
+        <source></source>
+        <translation>it is not a folder</translation>
+    </message>
+    <message id="trash_path_is_not_own">
+        <source></source>
+        <translation>it belongs to another user</translation>
+    </message>
     <message id="uninstall_failed">
         <source></source>
         <translation>Kestrin could not be uninstalled.</translation>

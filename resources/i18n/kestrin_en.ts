@@ -176,6 +176,18 @@
             <numerusform>%@ items, %@</numerusform>
         </translation>
     </message>
+    <message id="log_cannot_be_used">
+        <source></source>
+        <translation>“%@”: %@</translation>
+    </message>
+    <message id="log_is_a_link">
+        <source></source>
+        <translation>“%@” is a link. The log does not follow links.</translation>
+    </message>
+    <message id="log_is_not_a_file">
+        <source></source>
+        <translation>“%@” is not a file that a log can be written to.</translation>
+    </message>
     <message id="log_name">
         <source></source>
         <translation> %@.log</translation>
@@ -187,6 +199,10 @@
     <message id="no_file_kind">
         <source></source>
         <translation>Unknown kind</translation>
+    </message>
+    <message id="no_progress_view">
+        <source></source>
+        <translation>The progress of the erase can’t be shown, so nothing was erased.</translation>
     </message>
     <message id="open_log_file_error">
         <source></source>
@@ -235,6 +251,30 @@
     <message id="start_up_disk_name">
         <source></source>
         <translation>File System</translation>
+    </message>
+    <message id="stayed_busy">
+        <source></source>
+        <translation>it is in use</translation>
+    </message>
+    <message id="stayed_error">
+        <source></source>
+        <translation>it could not be erased</translation>
+    </message>
+    <message id="stayed_forbidden">
+        <source></source>
+        <translation>you have no permission to erase it</translation>
+    </message>
+    <message id="stayed_locked">
+        <source></source>
+        <translation>it is locked</translation>
+    </message>
+    <message id="stayed_mount_point">
+        <source></source>
+        <translation>another volume is mounted in it; unmount that first</translation>
+    </message>
+    <message id="stayed_read_only">
+        <source></source>
+        <translation>its volume is read-only</translation>
     </message>
     <message id="stopping">
         <source></source>
