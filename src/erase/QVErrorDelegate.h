@@ -67,7 +67,7 @@ class QVErrorDelegate {
  public:
     /// The first instance of the process is the shared one as long as it lives. The references must
     /// outlive the presenter.
-    QVErrorDelegate(AlertPanelFactory makePanel, StringTable& texts, UserDefaults& defaults);
+    QVErrorDelegate(AlertPanelFactory makePanel, const StringTable& texts, UserDefaults& defaults);
     ~QVErrorDelegate();
     QVErrorDelegate(const QVErrorDelegate&) = delete;
     QVErrorDelegate& operator=(const QVErrorDelegate&) = delete;
@@ -83,10 +83,10 @@ class QVErrorDelegate {
                    const QStringList& additionalNames = {});
     /// The warning itself. Main thread.
     void showErrorWithDict(const ErrorPanelInfo& panel);
-    /// A warning as a sheet on `window` and back at once; modal without a window.
+    /// A warning as a sheet on `window`, back at once; modal without a window.
     void showErrorForWindow(WindowHandle window, std::string_view infoMessage,
                             std::string_view message, const QStringList& additionalNames);
-    /// The same for information: texts from the default table.
+    /// The same for information, with texts from the default table.
     void showMessagePanel(WindowHandle window, std::string_view infoMessage,
                           std::string_view message, const QStringList& additionalNames);
     /// Shows a message with a "do not show again" box, unless the setting `preferenceKey` is on; a
@@ -117,7 +117,7 @@ class QVErrorDelegate {
                              std::string_view alternateButton, std::string_view otherButton,
                              std::string_view preferenceKey, bool treatsAsError);
     /// Puts the question and keeps its box in the setting `prefKey`. Main thread.
-    int askToTheUserWithViewAndDict(QuestionInfo& question);
+    int askToTheUserWithViewAndDict(const QuestionInfo& question);
 
     /// The button of the last question; 0 while it is open and before the first.
     int lastResult() const { return m_lastResult; }
@@ -134,16 +134,19 @@ class QVErrorDelegate {
  private:
     using Table = StringTable::Table;
 
+    static Table tableOf(bool treatsAsError);
     QString text(std::string_view key, Table table) const;
+    AlertModel panelModel(std::string_view title, std::string_view message,
+                          const QStringList& names, Table table) const;
     AlertModel questionModel(const QuestionInfo& question) const;
     void showPanel(const AlertModel& model, WindowHandle window);
     void beginSheet(std::unique_ptr<AlertPanel> panel, const AlertModel& model, WindowHandle window,
                     std::function<void(int)> answered);
-    void closeSheet(AlertPanel* panel);
-    bool showSuppressible(const AlertModel& model, const std::string& preferenceKey);
+    void closeSheet(const AlertPanel* sheet);
+    std::optional<int> runSuppressible(AlertModel& model, std::string_view preferenceKey);
 
     const AlertPanelFactory m_makePanel;
-    StringTable& m_texts;
+    const StringTable& m_texts;
     UserDefaults& m_defaults;
     std::atomic<int> m_lastResult{0};
     std::vector<std::unique_ptr<AlertPanel>> m_sheets;  ///< still open; main thread
