@@ -32,7 +32,8 @@ class QVAlert {
  public:
     /// The references must outlive the alert. `makePanel` is called on the main thread;
     /// QVErrorDelegate::alertPanel serves.
-    QVAlert(AlertPanelFactory makePanel, StringTable& texts, QVNumberUtilities& numbers);
+    QVAlert(AlertPanelFactory makePanel, const StringTable& texts,
+            const QVNumberUtilities& numbers);
     ~QVAlert();
     QVAlert(const QVAlert&) = delete;
     QVAlert& operator=(const QVAlert&) = delete;
@@ -63,14 +64,13 @@ class QVAlert {
     struct Sheet;
 
     AlertModel model(const TrashInfo& trashInfo) const;
-    std::unique_ptr<AlertPanel> preparedPanel();
-    int runModal(const AlertModel& model);
+    void runModal(const AlertModel& model);
     void beginSheet(const AlertModel& model, WindowHandle window);
-    void showSizeLine();
+    QString sizeText(const SizeLine& line) const;
 
     const AlertPanelFactory m_makePanel;
-    StringTable& m_texts;
-    QVNumberUtilities& m_numbers;
+    const StringTable& m_texts;
+    const QVNumberUtilities& m_numbers;
     const std::shared_ptr<Answer> m_answer;
     const std::shared_ptr<SizeLine> m_line;
 };
