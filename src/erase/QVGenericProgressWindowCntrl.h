@@ -49,12 +49,13 @@ class QVGenericProgressWindowCntrl {
 
  private:
     QVGenericProgressWindowCntrl() = default;
+    void callStopHandler();
 
     std::unique_ptr<ProgressView> m_window;
     QString m_countStr;
     std::atomic<bool> m_wasStopped{false};
     std::mutex m_handlerLock;
-    std::function<void()> m_stopHandler;  ///< guarded by m_handlerLock
+    std::function<void()> m_stopHandler;  // guarded by m_handlerLock
 };
 
 }  // namespace kestrin
