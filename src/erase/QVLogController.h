@@ -21,6 +21,7 @@
 
 namespace kestrin {
 
+enum class DateStyle : unsigned;
 class QVDateUtilities;
 class QVNumberUtilities;
 class StringTable;
@@ -42,17 +43,18 @@ class QVLogController {
     using Clock = std::function<std::chrono::system_clock::time_point()>;
 
     /// The references must outlive the log.
-    QVLogController(LogSettings settings, StringTable& texts, QVNumberUtilities& numbers,
-                    QVDateUtilities& dates, Clock now = &std::chrono::system_clock::now);
+    QVLogController(LogSettings settings, const StringTable& texts,
+                    const QVNumberUtilities& numbers, const QVDateUtilities& dates,
+                    Clock now = &std::chrono::system_clock::now);
     /// Writes out what is buffered, without an end line.
     ~QVLogController();
     QVLogController(const QVLogController&) = delete;
     QVLogController& operator=(const QVLogController&) = delete;
 
     static std::unique_ptr<QVLogController> initWitDictionary(LogSettings settings,
-                                                              StringTable& texts,
-                                                              QVNumberUtilities& numbers,
-                                                              QVDateUtilities& dates);
+                                                              const StringTable& texts,
+                                                              const QVNumberUtilities& numbers,
+                                                              const QVDateUtilities& dates);
 
     /// Chooses or creates the file and opens it. False when the folder or the file cannot be
     /// created. True also when the file exists and cannot be opened: nothing is written then, and
@@ -68,8 +70,8 @@ class QVLogController {
     void writeEndSessionAndCloseFile();
     void closeLogFile();
 
-    /// Lines got lost since the log was opened, for example on a full disk: the log stopped writing
-    /// at the first failure, and says so in the system log once.
+    /// The file lacks lines of this run, for example because the disk is full: writing stopped at
+    /// the first failure, which the system log tells once and `lastProblem` names.
     bool writeFailed() const;
     std::uint64_t totSize() const;     ///< bytes of the items of this run
     std::uint64_t itemsCount() const;  ///< items of this run
@@ -83,26 +85,25 @@ class QVLogController {
     bool searchLogFileWithURL(const FileUrl& folder, int days);
 
  private:
-    bool searchFolder(int folder, const FileUrl& url, int days);
-    bool createLogFile();
-    void openHandle(int flags);
-    QString newFileName() const;
-    QString dateText(unsigned style) const;
-    void report(std::string_view key, const FileUrl& path, int error = 0);
-    std::string numberText(std::uint64_t number);
-    void append(std::string_view line);
-    void appendText(const QString& line);
+    UniqueFd openLogFolder(const QString& name, FileUrl& url);
+    bool searchFolder(const FileUrl& folder, int days);
+    bool createLogFile(int folder, const FileUrl& url);
+    void openHandle(int folder);
+    void reportProblem(const FileUrl& item, int error);
+    void close();
     void flush();
+    void failWriting(int error);
+    QString dateText(DateStyle style) const;
+    double now() const;
     bool isWriting() const { return m_handle && !m_writeFailed; }
 
-    StringTable& m_texts;
-    QVNumberUtilities& m_numbers;
-    QVDateUtilities& m_dates;
+    const StringTable& m_texts;
+    const QVNumberUtilities& m_numbers;
+    const QVDateUtilities& m_dates;
     const Clock m_now;
 
-    mutable std::recursive_mutex m_lock;  ///< guards what follows
+    mutable std::mutex m_lock;  // guards what follows; private functions are called with it held
     LogSettings m_settings;
-    UniqueFd m_folder;
     UniqueFd m_handle;
     FileUrl m_currLogURL;
     std::uint64_t m_totSize = 0;
