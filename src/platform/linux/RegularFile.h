@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Small files of users, read as what they are: untrusted bytes that may be anything.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace kestrin {
+
+/// The bytes of the regular file `name` in the open folder `folder` (AT_FDCWD for a path). None when
+/// it is a link, a FIFO, a device or absent, cannot be read, or holds more than `limit` bytes. Never
+/// waits for a writer.
+std::optional<std::string> readRegularFile(int folder, const char* name, std::size_t limit);
+
+/// What the kernel tells in a file of /proc, or an administrator in one of /etc; empty when absent.
+std::string readSystemFile(const char* path);
+
+}  // namespace kestrin
