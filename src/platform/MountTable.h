@@ -49,7 +49,7 @@ struct VolumeVisibility {
 /// The mounts that users see as volumes, in the order of the table: "/", the volume of the home
 /// folder and that of the home trash always; else real, network and FUSE file systems outside the
 /// system's own paths, whose path has no component that begins with a full stop. Of mounts that show
-/// the same folder of the same device the first only; a mount hidden by a later one not at all.
+/// the same folder of the same device the first only; a mount hidden by another one not at all.
 std::vector<MountEntry> visibleVolumes(const std::vector<MountEntry>& mounts,
                                        const VolumeVisibility& visibility);
 

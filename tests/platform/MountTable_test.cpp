@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/MountTable.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/TestEnvironment.h"
+
+namespace kestrin {
+namespace {
+
+using ::testing::ElementsAre;
+
+/// A desktop, with "/" after what is mounted on it.
+constexpr std::string_view kDesktop =
+    R"(22 29 0:21 / /proc rw,relatime shared:5 - proc proc rw
+23 29 0:22 / /sys rw,relatime shared:6 - sysfs sysfs rw
+24 29 0:5 / /dev rw,nosuid shared:2 - devtmpfs udev rw,size=8k
+25 24 0:24 / /dev/pts rw shared:3 - devpts devpts rw
+26 29 0:25 / /run rw shared:4 - tmpfs tmpfs rw
+29 1 8:2 / / rw,relatime shared:1 - ext4 /dev/sda2 rw
+30 26 0:27 / /run/user/1000 rw - tmpfs tmpfs rw
+31 30 0:50 / /run/user/1000/gvfs rw - fuse.gvfsd-fuse gvfsd-fuse rw
+32 30 0:51 / /run/user/1000/doc rw - fuse.portal portal rw
+33 29 8:1 / /boot/efi rw - vfat /dev/sda1 rw
+34 29 8:3 / /home rw - ext4 /dev/sda3 rw
+35 29 7:0 / /snap/core/1 ro - squashfs /dev/loop0 ro
+36 29 0:60 / /tmp rw - tmpfs tmpfs rw
+37 36 0:61 / /tmp/ramdisk rw - tmpfs tmpfs rw
+38 36 0:62 / /tmp/.mount_App rw - fuse.App App rw
+39 29 8:17 / /media/ann/My\040Disk\134\011\012 rw - vfat /dev/sdb1 rw
+40 26 8:33 / /run/media/ann/Stick rw - exfat /dev/sdc1 rw
+41 29 0:70 / /mnt/share rw - nfs4 server:/a rw
+42 29 0:70 / /mnt/other rw - nfs4 server:/b rw
+43 29 0:71 / /mnt/sftp rw - fuse.sshfs ann@host: rw
+44 29 8:17 / /mnt/again rw - vfat /dev/sdb1 rw
+45 29 8:17 /sub /mnt/sub rw - vfat /dev/sdb1 rw
+46 29 0:80 /@data /data rw - btrfs /dev/sdd1 rw
+47 29 0:80 /@vault /vault rw - btrfs /dev/sdd1 rw
+48 29 0:80 /@data /data2 rw - btrfs /dev/sdd1 rw
+49 29 0:81 / /var/lib/docker/overlay rw - overlay overlay rw
+50 29 0:82 / /srv/stuff ro,nosuid - xfs /dev/sde1 rw
+51 29 0:83 / /opt/merged rw - overlay overlay rw
+52 29 0:84 / /mnt/auto rw - autofs systemd-1 rw
+53 34 0:85 / /home/ann/.cache rw - tmpfs tmpfs rw
+54 29 8:49 / /mnt/secret rw - ext4 /dev/sdf1 rw
+55 29 8:50 / /usr/local rw - ext4 /dev/sdg1 rw
+56 34 8:51 / /home/ann/data/Trash/files/inside rw - ext4 /dev/sdh1 rw
+57 29 8:52 / /library rw - ext4 /dev/sdi1 rw
+58 29 8:53 / /lib32/x rw - ext4 /dev/sdj1 rw
+)";
+
+std::vector<std::string> pointsOf(const std::vector<MountEntry>& mounts) {
+    std::vector<std::string> points;
+    for (const MountEntry& mount : mounts) {
+        points.push_back(mount.mountPoint);
+    }
+    return points;
+}
+
+std::vector<std::string> visible(std::string_view table, const VolumeVisibility& visibility) {
+    return pointsOf(visibleVolumes(parseMountInfo(table), visibility));
+}
+
+std::string pointOf(std::string_view table, std::string_view path) {
+    const auto mounts = parseMountInfo(table);
+    const MountEntry* mount = mountOfPath(mounts, path);
+    return mount ? std::to_string(mount->id) : "none";
+}
+
+TEST(MountTable, ReadsEveryFieldOfALine) {
+    const auto mounts = parseMountInfo(
+        "36 35 98:12 /mnt1\\040x /mnt2\\134 rw,noatime master:1 propagate_from:2 - ext3 /dev/root "
+        "ro,errors=continue\n37 35 0:5 net:[1] /m rw - tmpfs  rw\n");
+    ASSERT_EQ(mounts.size(), 2u);
+    const MountEntry& mount = mounts[0];
+    EXPECT_EQ(mount.id, 36);
+    EXPECT_EQ(mount.parentId, 35);
+    EXPECT_EQ(mount.deviceMajor, 98u);
+    EXPECT_EQ(mount.deviceMinor, 12u);
+    EXPECT_EQ(mount.root, "/mnt1 x");
+    EXPECT_EQ(mount.mountPoint, "/mnt2\\");
+    EXPECT_THAT(mount.options, ElementsAre("rw", "noatime"));
+    EXPECT_EQ(mount.fileSystemType, "ext3");
+    EXPECT_EQ(mount.source, "/dev/root");
+    EXPECT_THAT(mount.superOptions, ElementsAre("ro", "errors=continue"));
+    EXPECT_TRUE(mount.isReadOnly()) << "by the file system";
+    EXPECT_EQ(mounts[1].source, "");
+}
+
+TEST(MountTable, PassesOverLinesThatDoNotFit) {
+    for (const char* bad : {"", "\n\n", "36 35 98:0 / /m rw", "36 35 98:0 / /m rw - ext3 /dev/root",
+                            "x 35 98:0 / /m rw - ext3 /d rw", "36 35 98 / /m rw - ext3 /d rw",
+                            "36 35 98:0 / m rw - ext3 /d rw", "36 35 98:0 / /m rw ext3 /d rw",
+                            "99999999999999999999 35 98:0 / /m rw - ext3 /d rw"}) {
+        EXPECT_TRUE(parseMountInfo(bad).empty()) << bad;
+    }
+    EXPECT_EQ(parseMountInfo("1 0 0:1 / /a\\04 rw - x y z")[0].mountPoint, "/a\\04");
+    EXPECT_EQ(parseMountInfo("1 0 0:1 / /a\\777\\ rw - x y z")[0].mountPoint, "/a\\777\\");
+}
+
+TEST(MountTable, FindsTheDeepestMountOfAPath) {
+    EXPECT_EQ(pointOf(kDesktop, "/"), "29");
+    EXPECT_EQ(pointOf(kDesktop, "/home/ann/file"), "34");
+    EXPECT_EQ(pointOf(kDesktop, "/homes"), "29");
+    EXPECT_EQ(pointOf(kDesktop, "/media/ann/My Disk\\\t\n/x"), "39");
+    EXPECT_EQ(pointOf(kDesktop, ""), "none");
+    EXPECT_EQ(pointOf("", "/"), "none");
+}
+
+TEST(MountTable, KnowsWhichMountsOthersHide) {
+    constexpr std::string_view kStacked = R"(1 0 8:1 / / rw - ext4 a rw
+2 1 8:2 / /mnt rw - ext4 b rw
+3 2 8:3 / /mnt/x rw - ext4 c rw
+4 2 8:4 / /mnt rw - ext4 d rw
+5 4 8:5 / /mnt/y rw - ext4 e rw
+6 1 8:6 / /a/b rw - ext4 f rw
+7 6 8:7 / /a/b/c rw - ext4 g rw
+8 1 8:8 / /a rw - ext4 h rw
+9 1 8:9 / /ab rw - ext4 i rw
+)";
+    EXPECT_EQ(pointOf(kStacked, "/mnt"), "4") << "the one on top";
+    EXPECT_EQ(pointOf(kStacked, "/mnt/x/file"), "4") << "covered with what it was mounted in";
+    EXPECT_EQ(pointOf(kStacked, "/mnt/y"), "5");
+    EXPECT_EQ(pointOf(kStacked, "/a/b/c/file"), "8");
+    EXPECT_THAT(visible(kStacked, {"/", "/", {}}), ElementsAre("/", "/mnt", "/mnt/y", "/a", "/ab"));
+}
+
+TEST(MountTable, SurvivesATableThatContradictsItself) {
+    constexpr std::string_view kCircle =
+        "1 2 8:1 / /a rw - ext4 a rw\n2 1 8:2 / /b rw - ext4 b rw\n"
+        "3 3 8:3 / /c rw - ext4 c rw\n";
+    EXPECT_EQ(pointOf(kCircle, "/a/x"), "1");
+    EXPECT_EQ(pointOf(kCircle, "/c"), "3");
+}
+
+TEST(MountTable, ShowsTheVolumesThatUsersMean) {
+    const VolumeVisibility visibility{"/home/ann", "/home/ann/data", {"/mnt/secret"}};
+    EXPECT_THAT(visible(kDesktop, visibility),
+                ElementsAre("/", "/home", "/tmp/ramdisk", "/media/ann/My Disk\\\t\n",
+                            "/run/media/ann/Stick", "/mnt/share", "/mnt/other", "/mnt/sftp",
+                            "/data", "/vault", "/srv/stuff", "/library"));
+}
+
+TEST(MountTable, AlwaysShowsRootHomeAndTheVolumeOfTheHomeTrash) {
+    constexpr std::string_view kContainer = R"(10 1 0:40 / / rw - overlay overlay rw
+11 10 8:1 /a /var/lib/home rw - ext4 /dev/sda1 rw
+12 10 8:1 / /mnt/whole rw - ext4 /dev/sda1 rw
+13 10 0:41 / /dev/shm/.data rw - tmpfs tmpfs rw
+14 10 8:1 /b /mnt/part rw - ext4 /dev/sda1 rw
+)";
+    EXPECT_THAT(visible(kContainer, {"/var/lib/home/ann", "/dev/shm/.data/x", {"/"}}),
+                ElementsAre("/", "/var/lib/home", "/mnt/whole", "/dev/shm/.data"));
+}
+
+TEST(MountTable, AWholeDeviceStandsForItsFolders) {
+    constexpr std::string_view kBinds = R"(1 0 8:1 / / rw - ext4 /dev/sda1 rw
+2 1 8:2 /part /mnt/part rw - ext4 /dev/sdb1 rw
+3 1 8:2 / /mnt/whole rw - ext4 /dev/sdb1 rw
+4 1 8:1 /etc /mnt/etc rw - ext4 /dev/sda1 rw
+)";
+    EXPECT_THAT(visible(kBinds, {"/", "/", {}}), ElementsAre("/", "/mnt/whole"));
+}
+
+TEST(MountTable, ReadsTheKernelsOwnTable) {
+    const auto mounts = currentMounts();
+    ASSERT_FALSE(mounts.empty());
+    EXPECT_NE(mountOfPath(mounts, "/"), nullptr);
+    EXPECT_EQ(mountOfPath(mounts, "/proc/self")->fileSystemType, "proc");
+}
+
+TEST(MountTable, ReadsHiddenMarksOfFstabAndUtab) {
+    KESTRIN_REQUIRE_MOUNTS();
+    const test::ScratchFolder scratch;
+    test::writeFile(scratch / "fstab",
+                    "# /dev/x /mnt/comment ext4 x-gvfs-hide 0 0\n"
+                    "  /dev/a\t/mnt/a\\040b/  ext4  noauto,x-gvfs-hide 0 0\n"
+                    "/dev/c /mnt/c ext4 x-gvfs-hidden 0 0\n/dev/d /mnt/d\n");
+    test::writeFile(scratch / "utab",
+                    "SRC=/dev/e TARGET=/mnt/e\\040f ROOT=/ OPTS=uhelper=u,x-gvfs-hide\n"
+                    "SRC=/dev/g TARGET=/mnt/g OPTS=x-other\nOPTS=x-gvfs-hide\n");
+    ASSERT_EQ(test::runAsRoot("mount --bind " + (scratch / "fstab") +
+                              " /etc/fstab && mount -t tmpfs none /run && mkdir /run/mount && cp " +
+                              (scratch / "utab") + " /run/mount/utab"),
+              0);
+    EXPECT_THAT(mountPointsMarkedHidden(), ElementsAre("/mnt/a b", "/mnt/e f"));
+    test::runAsRoot("umount /etc/fstab /run");
+}
+
+}  // namespace
+}  // namespace kestrin
