@@ -78,6 +78,7 @@ bool DescriptorCache::adopt(FolderNode& node, UniqueFd fd) {
 
 void DescriptorCache::keep(FolderNode& node, UniqueFd fd) {
     node.m_fd = std::move(fd);
+    if (node.parent) node.parent->m_openChild = &node;
     ++m_open;
     while (m_open > m_budget && !m_idle.empty())
         closeIdleNode(*m_idle.front());
@@ -86,20 +87,21 @@ void DescriptorCache::keep(FolderNode& node, UniqueFd fd) {
 void DescriptorCache::closeIdleNode(FolderNode& node) {
     m_idle.erase(node.m_idle);
     node.m_fd.reset();
+    if (node.parent && node.parent->m_openChild == &node) node.parent->m_openChild = nullptr;
     --m_open;
 }
 
-int DescriptorCache::pin(FolderNode& node, int child) {
+int DescriptorCache::pin(FolderNode& node) {
     const std::lock_guard lock(m_mutex);
     if (node.m_fd) {
         if (node.m_pins++ == 0) m_idle.erase(node.m_idle);
         return node.m_fd.get();
     }
-    UniqueFd fd(reopen(node, child));
+    UniqueFd fd(reopen(node));
     if (!fd && errno == EMFILE) {
         while (!m_idle.empty())
             closeIdleNode(*m_idle.front());
-        fd.reset(reopen(node, child));
+        fd.reset(reopen(node));
     }
     if (!fd) return -1;
     node.m_pins = 1;
@@ -107,9 +109,9 @@ int DescriptorCache::pin(FolderNode& node, int child) {
     return node.m_fd.get();
 }
 
-int DescriptorCache::reopen(FolderNode& node, int child) {
-    if (child >= 0) {
-        UniqueFd fd(openat(child, "..", kFolderFlags));
+int DescriptorCache::reopen(FolderNode& node) {
+    if (node.m_openChild) {
+        UniqueFd fd(openat(node.m_openChild->m_fd.get(), "..", kFolderFlags));
         if (fd && hasIdentity(fd.get(), node.m_device, node.m_inode)) return fd.release();
     }
     return reopenByName(node);

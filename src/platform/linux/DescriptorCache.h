@@ -32,6 +32,7 @@ struct FolderNode {
     std::uint64_t m_inode = 0;
     // Guarded by the cache's mutex:
     UniqueFd m_fd;
+    FolderNode* m_openChild = nullptr;  ///< a folder inside that is open, if one is known
     unsigned m_pins = 0;
     std::list<FolderNode*>::iterator m_idle;  ///< valid while open and not pinned
 };
@@ -48,10 +49,10 @@ class DescriptorCache {
     bool adopt(FolderNode& node, UniqueFd fd);
 
     /// The folder's descriptor, which stays open until `unpin`. A closed folder is opened again,
-    /// through ".." of `child` when given, else by name from the nearest folder that is open, and
-    /// must be the same folder as at first. -1 with errno on failure (ESTALE: another folder is
-    /// there).
-    int pin(FolderNode& node, int child = -1);
+    /// through ".." of a folder inside that is open, else by name from the nearest folder above
+    /// that is open, and must be the same folder as at first. -1 with errno on failure (ESTALE: it
+    /// is another one).
+    int pin(FolderNode& node);
     void unpin(FolderNode& node);
 
     /// Closes the folder. Requires: not pinned.
@@ -62,7 +63,7 @@ class DescriptorCache {
 
  private:
     void closeIdleNode(FolderNode& node);
-    int reopen(FolderNode& node, int child);
+    int reopen(FolderNode& node);
     int reopenByName(FolderNode& node);
     void keep(FolderNode& node, UniqueFd fd);
 

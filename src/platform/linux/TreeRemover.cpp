@@ -243,8 +243,8 @@ class Remover {
 
     /// The descriptor of a folder under removal. A folder that cannot be found again is told as
     /// failed.
-    int pin(RemovalFolder& folder, int child = -1) {
-        const int descriptor = m_descriptors.pin(folder, child);
+    int pin(RemovalFolder& folder) {
+        const int descriptor = m_descriptors.pin(folder);
         if (descriptor < 0) {
             const int error = errno;
             tellFailure(folder, error);
@@ -441,7 +441,8 @@ class Remover {
     Step removeFolder(RemovalFolder& folder) {
         Step step = Step::Stayed;
         if (!folder.somethingStayed && !m_policy.shouldStop()) {
-            const int parent = pinParent(folder);
+            const int parent =
+                folder.above() ? pin(*folder.above()) : folder.item->parentDescriptor;
             if (parent >= 0) {
                 step = removeEmptyFolder(folder, parent);
                 if (folder.above()) m_descriptors.unpin(*folder.above());
@@ -469,16 +470,6 @@ class Remover {
             return removeEntry({folder.above(), *folder.item, parent}, name, nullptr);
         }
         return fail(entry, error, HostAccess::Write);
-    }
-
-    int pinParent(RemovalFolder& folder) {
-        RemovalFolder* above = folder.above();
-        if (!above) return folder.item->parentDescriptor;
-        // The folder itself leads to its parent when that had to be closed meanwhile.
-        const int own = m_descriptors.pin(folder);
-        const int parent = pin(*above, own);
-        if (own >= 0) m_descriptors.unpin(folder);
-        return parent;
     }
 
     void listAgain(RemovalFolder* folder) {
