@@ -13,7 +13,7 @@ namespace kestrin {
 /// Where an item is: the exact bytes of its path, which need not be UTF-8, and whether the location
 /// has a scheme. A value with neither is "none". A path keeps no trailing slash, except "/" itself.
 class FileUrl {
-   public:
+ public:
     /// None.
     FileUrl() = default;
 
@@ -50,7 +50,7 @@ class FileUrl {
     friend bool operator==(const FileUrl&, const FileUrl&) = default;
     friend std::strong_ordering operator<=>(const FileUrl&, const FileUrl&) = default;
 
-   private:
+ private:
     std::string m_path;
     bool m_hasScheme = false;
 };

@@ -42,10 +42,10 @@ class IniFile {
         enum class Kind { Other, Header, Value };
 
         Kind kind = Kind::Other;
-        std::string section;
-        std::string key;
-        std::string value;
-        std::string text;  ///< as it stands in the file
+        std::string section = {};
+        std::string key = {};
+        std::string value = {};
+        std::string text = {};  ///< as it stands in the file
     };
     using Lines = std::vector<Line>;
 

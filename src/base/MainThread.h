@@ -7,21 +7,21 @@
 
 namespace kestrin {
 
-/// The main thread's mailbox. `main()` makes one right after the QCoreApplication, on the thread that
-/// will run the event loop, and keeps it until the loop is over. Calls are served by the event loop,
-/// nested loops included, in the order they were posted.
-/// The hand-over uses a lock and a pipe and no posted Qt event, so that the thread sanitizer, which
-/// cannot see into an ordinary Qt build, checks it.
+/// The main thread's mailbox. `main()` makes one right after the QCoreApplication, on the thread
+/// that will run the event loop, and keeps it until the loop is over. Calls are served by the event
+/// loop, nested loops included, in the order they were posted. The hand-over uses a lock and a pipe
+/// and no posted Qt event, so that the thread sanitizer, which cannot see into an ordinary Qt
+/// build, checks it.
 class MainThread {
-   public:
+ public:
     MainThread();
     /// Drops what was not served; callers that wait are let go.
     ~MainThread();
     MainThread(const MainThread&) = delete;
     MainThread& operator=(const MainThread&) = delete;
 
-    /// True on the thread that made the mailbox, also after it closed; and on every thread when there
-    /// never was one (a plain test program).
+    /// True on the thread that made the mailbox, also after it closed; and on every thread when
+    /// there never was one (a plain test program).
     static bool isCurrent();
     /// Runs `call` on the main thread, later. Dropped when there is no mailbox.
     static void post(std::function<void()> call);
@@ -32,7 +32,7 @@ class MainThread {
     /// Runs `call` on the main thread, not before `delay` has passed.
     static void postAfter(std::chrono::milliseconds delay, std::function<void()> call);
 
-   private:
+ private:
     class Mailbox;
     Mailbox* m_mailbox;
 };

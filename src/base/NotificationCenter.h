@@ -16,7 +16,7 @@ namespace kestrin {
 
 /// Values by literal key. A value is read with exactly the type it was stored with.
 class UserInfo {
-   public:
+ public:
     /// Stores `value` under `key`, replacing an earlier one. Returns itself, so that calls chain.
     template <class T>
     UserInfo& set(std::string_view key, T value) {
@@ -37,7 +37,7 @@ class UserInfo {
     }
     bool isEmpty() const { return m_values.empty(); }
 
-   private:
+ private:
     std::map<std::string, std::any, std::less<>> m_values;
 };
 
@@ -49,10 +49,11 @@ struct Notification {
 };
 
 /// A registration that ends with this token. Movable, not copyable; may outlive what made it.
-/// Once `reset` or the destructor returns, the callback neither runs nor will run on another thread,
-/// so a callback must never wait for the thread that drops its token. A callback may drop its own.
+/// Once `reset` or the destructor returns, the callback neither runs nor will run on another
+/// thread, so a callback must never wait for the thread that drops its token. A callback may drop
+/// its own.
 class Observation {
-   public:
+ public:
     Observation() = default;
     explicit Observation(std::function<void()> unregister) : m_unregister(std::move(unregister)) {}
     Observation(Observation&& other) noexcept
@@ -71,13 +72,13 @@ class Observation {
     }
     explicit operator bool() const { return m_unregister != nullptr; }
 
-   private:
+ private:
     std::function<void()> m_unregister;
 };
 
 /// Delivers notifications to observers, in the order of their registration. Thread: any.
 class NotificationCenter {
-   public:
+ public:
     using Callback = std::function<void(const Notification&)>;
 
     NotificationCenter();
@@ -87,7 +88,8 @@ class NotificationCenter {
     /// The process's default centre.
     static NotificationCenter& defaultCenter();
 
-    /// Calls `callback` for every later notification of that name, and of that sender unless nullptr.
+    /// Calls `callback` for every later notification of that name, and of that sender unless
+    /// nullptr.
     [[nodiscard]] Observation observe(std::string_view name, Callback callback,
                                       const void* sender = nullptr);
 
@@ -95,7 +97,7 @@ class NotificationCenter {
     /// when all have been called. Observers may register, unregister and post.
     void post(std::string_view name, const void* sender = nullptr, UserInfo userInfo = {});
 
-   private:
+ private:
     struct Observer;
     struct Registry;
     std::shared_ptr<Registry> m_registry;

@@ -55,6 +55,9 @@ struct OperationQueue::State {
     Threads threads;
     Threads ended;  ///< to be joined by the next one who comes along
 
+    State(std::string queueName, std::size_t limit)
+        : name(std::move(queueName)), maxConcurrent(limit) {}
+
     bool isFinished() const { return waiting.empty() && running == 0; }
     bool needsThread() const {
         return waiting.size() >= idle && (maxConcurrent == 0 || threads.size() < maxConcurrent);
@@ -107,7 +110,7 @@ void OperationQueue::State::runFirst(std::unique_lock<std::mutex>& lock) {
 }
 
 OperationQueue::OperationQueue(std::string name, std::size_t maxConcurrent)
-    : m_state(new State{std::move(name), maxConcurrent}) {}
+    : m_state(std::make_shared<State>(std::move(name), maxConcurrent)) {}
 
 OperationQueue::~OperationQueue() {
     std::deque<std::function<void()>> dropped;

@@ -12,7 +12,7 @@ namespace kestrin {
 /// Runs operations in the background, each begun in the order it was enqueued. Thread: any.
 /// Built on std threads and locks alone, which the thread sanitizer understands.
 class OperationQueue {
-   public:
+ public:
     /// `maxConcurrent` operations run at once; 0 means without limit. Threads are made when needed
     /// and end when idle for a second. The name shows in debuggers (15 bytes of it on Linux).
     explicit OperationQueue(std::string name, std::size_t maxConcurrent = 0);
@@ -29,7 +29,7 @@ class OperationQueue {
     /// Operations queued or running at this moment.
     std::size_t operationCount() const;
 
-   private:
+ private:
     struct State;
     std::shared_ptr<State> m_state;
 };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Property lists in their XML form. The reader is strict and bounded: it is also given, as root, what
-// unprivileged programs wrote.
+// Property lists in their XML form. The reader is strict and bounded: it is also given, as root,
+// what unprivileged programs wrote.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,7 @@ namespace kestrin {
 /// A value of a property list. Texts are UTF-8; locations travel in them percent-encoded, since XML
 /// cannot hold every file name.
 class PropertyList {
-   public:
+ public:
     using Array = std::vector<PropertyList>;
     using Dictionary = std::map<std::string, PropertyList, std::less<>>;
     struct Data {
@@ -28,18 +28,18 @@ class PropertyList {
     };
 
     PropertyList() : m_value(Dictionary{}) {}
-    PropertyList(bool value) : m_value(value) {}                             // NOLINT
-    PropertyList(std::int64_t value) : m_value(value) {}                     // NOLINT
-    PropertyList(std::uint64_t value) : m_value(value) {}                    // NOLINT
-    PropertyList(double value) : m_value(value) {}                           // NOLINT
-    PropertyList(std::string value) : m_value(std::move(value)) {}           // NOLINT
-    PropertyList(const char* value) : m_value(std::string(value)) {}         // NOLINT
-    PropertyList(Data value) : m_value(std::move(value)) {}                  // NOLINT
-    PropertyList(Array value) : m_value(std::move(value)) {}                 // NOLINT
-    PropertyList(Dictionary value) : m_value(std::move(value)) {}            // NOLINT
+    PropertyList(bool value) : m_value(value) {}                      // NOLINT
+    PropertyList(std::int64_t value) : m_value(value) {}              // NOLINT
+    PropertyList(std::uint64_t value) : m_value(value) {}             // NOLINT
+    PropertyList(double value) : m_value(value) {}                    // NOLINT
+    PropertyList(std::string value) : m_value(std::move(value)) {}    // NOLINT
+    PropertyList(const char* value) : m_value(std::string(value)) {}  // NOLINT
+    PropertyList(Data value) : m_value(std::move(value)) {}           // NOLINT
+    PropertyList(Array value) : m_value(std::move(value)) {}          // NOLINT
+    PropertyList(Dictionary value) : m_value(std::move(value)) {}     // NOLINT
 
-    /// The value when it is of type T; nullptr otherwise. Numbers: non-negative integers are read as
-    /// uint64, negative ones as int64.
+    /// The value when it is of type T; nullptr otherwise. Numbers: non-negative integers are read
+    /// as uint64, negative ones as int64.
     template <class T>
     const T* get() const {
         return std::get_if<T>(&m_value);
@@ -55,7 +55,7 @@ class PropertyList {
         std::visit(std::forward<Visitor>(visitor), m_value);
     }
 
-   private:
+ private:
     std::variant<Dictionary, Array, std::string, Data, bool, std::int64_t, std::uint64_t, double>
         m_value;
 };
@@ -72,10 +72,11 @@ struct PropertyListLimits {
 std::string toXml(const PropertyList& value);
 
 /// Reads the XML form: elements dict, array, key, string, data, true, false, integer and real, the
-/// five predefined entities, character references and comments. Errors: kFileErrorDomain, code 3840, "errorString" saying what is wrong and
-/// where: bytes that are not UTF-8 XML, an internal document type subset or entity declaration, an
-/// unknown element or attribute, a CDATA section, a number out of range, a key without value, a
-/// repeated key, text outside values, anything after the list, or more than the limits allow.
+/// five predefined entities, character references and comments. Errors: kFileErrorDomain, code
+/// 3840, "errorString" saying what is wrong and where: bytes that are not UTF-8 XML, an internal
+/// document type subset or entity declaration, an unknown element or attribute, a CDATA section, a
+/// number out of range, a key without value, a repeated key, text outside values, anything after
+/// the list, or more than the limits allow.
 Result<PropertyList> fromXml(std::string_view xml, const PropertyListLimits& limits = {});
 
 inline constexpr int kPropertyListReadCorrupt = 3840;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Failures as values: the error that the host gives, and a value that is either a result or that error.
+// Failures as values: the error that the host gives, and a value that is either a result or that
+// error.
 #pragma once
 
 #include <map>
@@ -39,9 +40,9 @@ using MaybeError = std::optional<HostError>;
 /// A value of type T or the reason why there is none.
 template <class T>
 class [[nodiscard]] Result {
-   public:
-    Result(T value) : m_content(std::in_place_index<0>, std::move(value)) {}              // NOLINT
-    Result(HostError error) : m_content(std::in_place_index<1>, std::move(error)) {}      // NOLINT
+ public:
+    Result(T value) : m_content(std::in_place_index<0>, std::move(value)) {}          // NOLINT
+    Result(HostError error) : m_content(std::in_place_index<1>, std::move(error)) {}  // NOLINT
 
     bool hasValue() const { return m_content.index() == 0; }
     explicit operator bool() const { return hasValue(); }
@@ -54,7 +55,7 @@ class [[nodiscard]] Result {
     /// Requires: !hasValue().
     const HostError& error() const { return std::get<1>(m_content); }
 
-   private:
+ private:
     std::variant<T, HostError> m_content;
 };
 

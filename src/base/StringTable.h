@@ -21,11 +21,11 @@ constexpr std::string_view operator""_errorKey(const char* text, std::size_t len
     return {text, length};
 }
 
-/// Two tables of texts: the default one and "Errors". Keys are Qt translation ids; the catalogues are
-/// compiled into the program (":/i18n/kestrin_LANG.qm", ":/i18n/errors_LANG.qm"). Look-ups may come
-/// from any thread once the tables are loaded.
+/// Two tables of texts: the default one and "Errors". Keys are Qt translation ids; the catalogues
+/// are compiled into the program (":/i18n/kestrin_LANG.qm", ":/i18n/errors_LANG.qm"). Look-ups may
+/// come from any thread once the tables are loaded.
 class StringTable {
-   public:
+ public:
     enum class Table {
         Default,
         Errors,
@@ -41,15 +41,15 @@ class StringTable {
 
     static StringTable& sharedControl();
 
-    /// The text of `key`; the key itself when the table lacks it. `count` chooses the plural form of
-    /// texts that have several ("%@ item" for 1, "%@ items" for 2); it is not inserted.
+    /// The text of `key`; the key itself when the table lacks it. `count` chooses the plural form
+    /// of texts that have several ("%@ item" for 1, "%@ items" for 2); it is not inserted.
     QString text(std::string_view key, Table table = Table::Default, long long count = -1) const;
 
-    /// Fills the placeholders of a format text: the N-th "%@" takes the N-th argument. Arguments are
-    /// inserted as they are, whatever they hold; placeholders left over stay.
+    /// Fills the placeholders of a format text: the N-th "%@" takes the N-th argument. Arguments
+    /// are inserted as they are, whatever they hold; placeholders left over stay.
     static QString filled(const QString& format, const QStringList& arguments);
 
-   private:
+ private:
     struct Catalogues;
     std::unique_ptr<Catalogues> m_catalogues;
 };

@@ -18,19 +18,19 @@ namespace kestrin {
 /// Settings by key. A value is a bool, an integer, a text, or a dictionary of those (one level).
 using SettingsMap = std::map<std::string, QVariant, std::less<>>;
 
-/// Settings of one domain. A value is looked up in the persistent domain (one INI file, re-read when
-/// it changed on disk, so that an edit by hand takes effect), then in the registration domain (the
-/// defaults of this process). Nothing is cached. Thread: any; observers are called on the thread that
-/// changed the value.
-/// The file keeps plain values under [General], as "write_log=true", and a dictionary as a section of
-/// its own, as "[empty_trash]" with "keyCode=51": a person can edit it. Booleans are read as true,
-/// yes, on, 1 and their opposites in any case. What comes from the file is text ("7", "true") or a
-/// dictionary of texts; the typed queries below convert. Lines that a person added stay.
-/// Failures: an unreadable or damaged file reads as empty, and an unreadable one is not replaced; what
-/// cannot be written stays in memory for this process, is logged, and is tried again with the next
-/// change. Two processes that change settings at the same moment: the later one wins.
+/// Settings of one domain. A value is looked up in the persistent domain (one INI file, re-read
+/// when it changed on disk, so that an edit by hand takes effect), then in the registration domain
+/// (the defaults of this process). Nothing is cached. Thread: any; observers are called on the
+/// thread that changed the value. The file keeps plain values under [General], as "write_log=true",
+/// and a dictionary as a section of its own, as "[empty_trash]" with "keyCode=51": a person can
+/// edit it. Booleans are read as true, yes, on, 1 and their opposites in any case. What comes from
+/// the file is text ("7", "true") or a dictionary of texts; the typed queries below convert. Lines
+/// that a person added stay. Failures: an unreadable or damaged file reads as empty, and an
+/// unreadable one is not replaced; what cannot be written stays in memory for this process, is
+/// logged, and is tried again with the next change. Two processes that change settings at the same
+/// moment: the later one wins.
 class UserDefaults {
-   public:
+ public:
     /// The settings file `filePath`. It is created by the first `set`, with its folder.
     explicit UserDefaults(std::string filePath);
     ~UserDefaults();
@@ -67,16 +67,16 @@ class UserDefaults {
     void revertToInitialValues();
 
     enum class Notify {
-        OnChange,            ///< at every later change
-        NowAndOnChange,      ///< once at once, then at every change
+        OnChange,        ///< at every later change
+        NowAndOnChange,  ///< once at once, then at every change
     };
-    /// Calls `callback` with the new value (none when it was removed and has no default) whenever the
-    /// value behind `keyPath`, "values." followed by a key, is set or removed through this object, or
-    /// becomes another one because a whole domain changed. No lock is held meanwhile.
+    /// Calls `callback` with the new value (none when it was removed and has no default) whenever
+    /// the value behind `keyPath`, "values." followed by a key, is set or removed through this
+    /// object, or becomes another one because a whole domain changed. No lock is held meanwhile.
     [[nodiscard]] Observation observe(std::string_view keyPath, Notify when,
                                       std::function<void(const std::optional<QVariant>&)> callback);
 
-   private:
+ private:
     struct State;
 
     void changeMany(const std::function<void(State&)>& change);

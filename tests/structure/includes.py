@@ -11,8 +11,8 @@ LOWER = ["base", "platform", "format", "fsutil"]
 UP_TO_ERASE = [*LOWER, "inventory", "erase"]
 UI = ["erase/ui", "format/ui"]
 
-# A room, and the rooms that it may include besides itself. A room inside another one stands under its
-# own path. Stand-ins for tests are for tests alone: no room includes them. Of the helper only the
+# A room, and the rooms that it may include besides itself. A room inside another one stands under
+# its own path. Stand-ins for tests are for tests alone: no room includes them. Of the helper only the
 # protocol header is open to others.
 ALLOWED = {
     "base": [],
@@ -49,8 +49,9 @@ def sources(folder):
 
 
 def include_faults(repository):
-    for top, root in ((repository / "src", repository / "src"), (repository / "helper", repository)):
-        for source in sources(top):
+    roots = {repository / "src": repository / "src", repository / "helper": repository}
+    for folder, root in roots.items():
+        for source in sources(folder):
             room = room_of(source.relative_to(root))
             if not room:
                 yield f"{source.relative_to(repository)}: lies in no room"
