@@ -21,8 +21,10 @@ target_compile_definitions(kestrin_common INTERFACE
 # A library that nothing was taken from is not loaded: the terminal commands start without Qt Gui.
 target_link_options(kestrin_common INTERFACE -Wl,--as-needed)
 if(KESTRIN_SANITIZE)
-    target_compile_options(kestrin_common INTERFACE -fsanitize=${KESTRIN_SANITIZE}
-        $<$<STREQUAL:${KESTRIN_SANITIZE},address$<COMMA>undefined>:-fno-sanitize-recover=undefined>)
+    target_compile_options(kestrin_common INTERFACE -fsanitize=${KESTRIN_SANITIZE})
+    if(KESTRIN_SANITIZE MATCHES "undefined")
+        target_compile_options(kestrin_common INTERFACE -fno-sanitize-recover=undefined)
+    endif()
     target_link_options(kestrin_common INTERFACE -fsanitize=${KESTRIN_SANITIZE})
 endif()
 
