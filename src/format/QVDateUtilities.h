@@ -66,7 +66,8 @@ class QVDateUtilities {
 
     /// The user's locale and time zone, and the standard user defaults.
     QVDateUtilities();
-    /// `timeZoneName` is an Olson id ("Europe/Rome"). `uDefault` must outlive this.
+    /// `timeZoneName` is an Olson id ("Europe/Rome"), empty for the host's zone. `uDefault` must
+    /// outlive this.
     QVDateUtilities(const UserDefaults& uDefault, LocaleSource localeSource,
                     const std::string& timeZoneName);
     ~QVDateUtilities();
