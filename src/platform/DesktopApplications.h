@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The programs that the desktop knows, by the id of their desktop entries, and its opener.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/FileUrl.h"
+
+namespace kestrin {
+
+/// The folders of shared data, the user's own first: $XDG_DATA_HOME, then those of $XDG_DATA_DIRS
+/// (default /usr/local/share and /usr/share).
+std::vector<FileUrl> dataFolders();
+
+/// The desktop entry with the id `identifier`, with or without ".desktop": the first in the
+/// `applications` folders. A "-" in the id may stand for a subfolder, after the FreeDesktop.org
+/// desktop entry specification. None when there is none, or when the first one is marked Hidden,
+/// which is how a user takes out an entry of the system.
+std::optional<FileUrl> desktopEntryWithId(std::string_view identifier);
+
+/// Hands an item to the desktop's opener (xdg-open) as its exact bytes, without waiting. False for
+/// a path that is not absolute, and when the opener could not be started.
+bool openWithDesktop(const std::string& path);
+
+}  // namespace kestrin

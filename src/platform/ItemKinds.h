@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What kind of thing an item is, told from its name and type alone: nothing is opened.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kestrin {
+
+/// True when a folder with this extension (any case, without the full stop) is a package: shown and
+/// counted as one thing.
+bool isBundleExtension(std::string_view extension);
+
+struct ItemKind {
+    std::string typeIdentifier;          ///< a MIME type name; "inode/…" for what is no file
+    std::string description;             ///< in the user's language, UTF-8
+    std::vector<std::string> iconNames;  ///< of theme icons, the best first
+};
+
+/// The kind of an item with the exact name `name` and the type bits of `mode` (stat(2)), by the
+/// shared MIME database. A file whose name tells nothing is "application/octet-stream". Thread:
+/// any.
+ItemKind kindOfItem(std::string_view name, std::uint32_t mode);
+
+}  // namespace kestrin

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Whole small files, read without trusting what they are.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "base/FileUrl.h"
+
+namespace kestrin {
+
+enum class LastLink {
+    Refuse,  ///< a link at the last component is no file: for what strangers may have put there
+    Follow,  ///< for what the system and the user's own settings hold
+};
+
+/// The bytes of a regular file of at most `maximumBytes`. None for anything else (a FIFO or device
+/// is neither waited for nor touched), a larger file, and one that cannot be read.
+std::optional<std::string> readSmallFile(const FileUrl& file, std::size_t maximumBytes,
+                                         LastLink link);
+
+}  // namespace kestrin
