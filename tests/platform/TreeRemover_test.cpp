@@ -28,7 +28,7 @@ using ::testing::UnorderedElementsAre;
 using Verdict = RemovalPolicy::Verdict;
 
 class RecordingPolicy : public RemovalPolicy {
-   public:
+ public:
     Verdict willEnter(const RemovalEntry& folder) override {
         if (onEnter) onEnter(folder);
         return Verdict::Proceed;
@@ -56,7 +56,7 @@ class RecordingPolicy : public RemovalPolicy {
 };
 
 class Items : public RemovalItems {
-   public:
+ public:
     Items(const std::string& folder, std::vector<std::string> names)
         : m_fd(open(folder.c_str(), O_PATH)), m_folder(folder), m_names(std::move(names)) {}
     bool next(RemovalItem& item) override {
@@ -71,7 +71,7 @@ class Items : public RemovalItems {
     }
     std::map<std::string, RemovalOutcome> outcomes;
 
-   private:
+ private:
     UniqueFd m_fd;
     std::string m_folder;
     std::vector<std::string> m_names;
@@ -80,7 +80,7 @@ class Items : public RemovalItems {
 };
 
 class TreeRemoverTest : public ::testing::Test {
-   protected:
+ protected:
     /// Removes the entries `names` of the folder "trash".
     std::map<std::string, RemovalOutcome> remove(std::vector<std::string> names,
                                                  unsigned workers = 4) {
@@ -149,13 +149,14 @@ TEST_F(TreeRemoverTest, OpensOwnFoldersWithoutRightsAndRestoresThoseThatStay) {
 TEST_F(TreeRemoverTest, TellsWhatCannotBeRemovedAndNeverTakesTheUnreadableForEmpty) {
     KESTRIN_REQUIRE_ROOT();
     makeFolder(trash + "/entry");
-    ASSERT_EQ(runAsRoot("cd '" + trash + "/entry' && mkdir -m 755 foreign && touch foreign/file && "
+    ASSERT_EQ(runAsRoot("cd '" + trash +
+                        "/entry' && mkdir -m 755 foreign && touch foreign/file && "
                         "mkdir -m 700 secret secretempty && touch secret/file && touch rootfile"),
               0);
     EXPECT_EQ(remove({"entry"}).at("entry"), RemovalOutcome::Stayed);
-    EXPECT_THAT(policy.failed,
-                UnorderedElementsAre(std::pair(trash + "/entry/foreign/file", kFileWriteNoPermission),
-                                     std::pair(trash + "/entry/secret", kFileReadNoPermission)));
+    EXPECT_THAT(policy.failed, UnorderedElementsAre(
+                                   std::pair(trash + "/entry/foreign/file", kFileWriteNoPermission),
+                                   std::pair(trash + "/entry/secret", kFileReadNoPermission)));
     EXPECT_THAT(policy.removed,
                 UnorderedElementsAre(trash + "/entry/secretempty", trash + "/entry/rootfile"));
 }
@@ -169,17 +170,17 @@ TEST_F(TreeRemoverTest, NeverEntersAnotherMount) {
     ASSERT_TRUE(volume.isMounted());
     writeFile(trash + "/entry/mounted/kept");
     writeFile(trash + "/entry/file");
-    ASSERT_EQ(runAsRoot("mount --bind '" + outside + "' '" + trash + "/entry/bound'; mount --bind '" +
-                        outside + "' '" + trash + "/boundtop'; mount --bind '" + outside +
-                        "/kept' '" + trash + "/entry/file'"),
-              0);
+    ASSERT_EQ(
+        runAsRoot("mount --bind '" + outside + "' '" + trash + "/entry/bound'; mount --bind '" +
+                  outside + "' '" + trash + "/boundtop'; mount --bind '" + outside + "/kept' '" +
+                  trash + "/entry/file'"),
+        0);
     const std::string before = listing(outside);
     remove({"entry", "boundtop"});
-    EXPECT_THAT(policy.failed,
-                UnorderedElementsAre(std::pair(trash + "/entry/bound", kFileBusy),
-                                     std::pair(trash + "/entry/mounted", kFileBusy),
-                                     std::pair(trash + "/entry/file", kFileBusy),
-                                     std::pair(trash + "/boundtop", kFileBusy)));
+    EXPECT_THAT(policy.failed, UnorderedElementsAre(std::pair(trash + "/entry/bound", kFileBusy),
+                                                    std::pair(trash + "/entry/mounted", kFileBusy),
+                                                    std::pair(trash + "/entry/file", kFileBusy),
+                                                    std::pair(trash + "/boundtop", kFileBusy)));
     EXPECT_EQ(listing(outside), before);
     EXPECT_TRUE(exists(trash + "/entry/mounted/kept"));
     runAsRoot("umount '" + trash + "/entry/bound' '" + trash + "/boundtop' '" + trash +
@@ -243,7 +244,8 @@ TEST_F(TreeRemoverTest, StopsBeforeTheNextEntryAndBeginsInOrder) {
     policy.onRemove = [&](const RemovalEntry& entry) { policy.stop = entry.name() == "entry4"; };
     const auto outcomes = remove(names, 1);
     ASSERT_EQ(policy.removed.size(), 5u);
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(policy.removed[i], trash + "/" + names[i]);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(policy.removed[i], trash + "/" + names[i]);
     EXPECT_EQ(outcomes.size(), 5u);
     EXPECT_TRUE(exists(trash + "/entry5"));
 }

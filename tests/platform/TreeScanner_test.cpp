@@ -18,7 +18,8 @@ std::map<std::string, ScannedEntry> scanned(const std::string& folder) {
     auto result = scanTree(FileUrl::fromPath(folder));
     EXPECT_TRUE(result);
     if (!result) return entries;
-    for (ScannedEntry& entry : *result) entries.emplace(entry.name, entry);
+    for (ScannedEntry& entry : *result)
+        entries.emplace(entry.name, entry);
     return entries;
 }
 
@@ -68,8 +69,10 @@ TEST(TreeScanner, PassesOverWhatItCannotReadAndStaysOnItsMount) {
 
 TEST(TreeScanner, ManyEntriesAreCountedOnceAndInTheirOrder) {
     const ScratchFolder scratch;
-    for (int i = 0; i < 3000; ++i) writeFile(scratch / ("trash/f" + std::to_string(i)), "1");
-    for (int i = 0; i < 300; ++i) writeFile(scratch / ("trash/d/s" + std::to_string(i) + "/x"), "1");
+    for (int i = 0; i < 3000; ++i)
+        writeFile(scratch / ("trash/f" + std::to_string(i)), "1");
+    for (int i = 0; i < 300; ++i)
+        writeFile(scratch / ("trash/d/s" + std::to_string(i) + "/x"), "1");
     const auto first = scanTree(FileUrl::fromPath(scratch / "trash"));
     const auto second = scanTree(FileUrl::fromPath(scratch / "trash"));
     ASSERT_TRUE(first && second);
