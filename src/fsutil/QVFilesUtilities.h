@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The program's questions about files, folders, volumes and trashes. One class, one source file a
-// subject: attributes, lists, bookmarks, paths, images and applications here; volumes, trash locations
-// and folder sizes in inventory/. Every query answers false, none, 0 or an empty text when the file
-// system refuses; none reports to the user. Thread: any, but for trashesAndVolumesLocations.
+// subject: attributes, lists, bookmarks, paths, images and applications here; volumes, trash
+// locations and folder sizes in inventory/. Every query answers false, none, 0 or an empty text
+// when the file system refuses; none reports to the user. Thread: any, but for
+// trashesAndVolumesLocations.
 #pragma once
 
 #include <QImage>
@@ -44,7 +45,7 @@ struct VolumeRecord {
 
 /// One trash of the user.
 struct TrashLocation {
-    FileUrl trashURL;   ///< the folder that holds the entries
+    FileUrl trashURL;  ///< the folder that holds the entries
     FileUrl volumeURL;
     QString volumeName;
     std::string volumePath;  ///< the key by which volumes are matched across refreshes
@@ -67,40 +68,40 @@ struct ItemPermissions {
 
 /// Resource keys of attributeWithURL.
 enum class ResourceKey {
-    Name,                     ///< std::string
-    Path,                     ///< std::string
-    IsDirectory,              ///< bool
-    IsPackage,                ///< bool
-    IsAliasFile,              ///< bool
-    IsApplication,            ///< bool
-    IsHidden,                 ///< bool
-    IsVolume,                 ///< bool
-    VolumeIsReadOnly,         ///< bool
-    VolumeTotalCapacity,      ///< std::uint64_t
-    VolumeAvailableCapacity,  ///< std::uint64_t
-    VolumeResourceCount,      ///< std::uint64_t
-    VolumeIdentifier,         ///< std::string
-    VolumeUUIDString,         ///< std::string
-    VolumeURL,                ///< FileUrl
-    FileSize,                 ///< std::uint64_t
-    TotalFileSize,            ///< std::uint64_t
-    CreationDate,             ///< double, seconds since 1 January 2001 UTC
-    ContentModificationDate,  ///< double, the same
-    AddedToDirectoryDate,     ///< double, the same; for entries of a trash
-    LocalizedTypeDescription, ///< std::string, UTF-8
-    TypeIdentifier,           ///< std::string, a MIME type name
+    Name,                      ///< std::string
+    Path,                      ///< std::string
+    IsDirectory,               ///< bool
+    IsPackage,                 ///< bool
+    IsAliasFile,               ///< bool
+    IsApplication,             ///< bool
+    IsHidden,                  ///< bool
+    IsVolume,                  ///< bool
+    VolumeIsReadOnly,          ///< bool
+    VolumeTotalCapacity,       ///< std::uint64_t
+    VolumeAvailableCapacity,   ///< std::uint64_t
+    VolumeResourceCount,       ///< std::uint64_t
+    VolumeIdentifier,          ///< std::string
+    VolumeUUIDString,          ///< std::string
+    VolumeURL,                 ///< FileUrl
+    FileSize,                  ///< std::uint64_t
+    TotalFileSize,             ///< std::uint64_t
+    CreationDate,              ///< double, seconds since 1 January 2001 UTC
+    ContentModificationDate,   ///< double, the same
+    AddedToDirectoryDate,      ///< double, the same; for entries of a trash
+    LocalizedTypeDescription,  ///< std::string, UTF-8
+    TypeIdentifier,            ///< std::string, a MIME type name
 };
 
 /// Asked by the stoppable size iterator before and after every entry; may change at any time.
 class SizeIterationDelegate {
-   public:
+ public:
     virtual ~SizeIterationDelegate() = default;
     /// none: the delegate does not decide, gatheringSizeIsWorking does.
     virtual std::optional<bool> wasStopped() const = 0;
 };
 
 class QVFilesUtilities {
-   public:
+ public:
     static constexpr std::size_t kNotFound = static_cast<std::size_t>(-1);
 
     QVFilesUtilities() = default;
@@ -112,17 +113,24 @@ class QVFilesUtilities {
 
     /// The value of a resource key, of the type that the key names; an empty any for none.
     std::any attributeWithURL(const FileUrl& url, ResourceKey ofType) const;
+    // A link is a link here, whatever it points to; all are false for a location without a scheme.
     bool isDirectoryWithURL(const FileUrl& url) const;
     bool isPackageWithURL(const FileUrl& url) const;
     bool isAliasWithURL(const FileUrl& url) const;
+    /// A desktop entry or an application bundle.
     bool isApplicationWithURL(const FileUrl& url) const;
+    /// By the leading full stop of the name, else by the `.hidden` list of the folder.
     bool isHiddenWithURL(const FileUrl& url) const;
     /// Exact bytes; none when the item cannot be read.
     std::optional<std::string> itemNameWithURL(const FileUrl& url) const;
+    /// The name as text, with replacement characters; of a volume its label. The item need not
+    /// exist.
     QString itemDisplayNameWithURL(const FileUrl& url) const;
+    /// None for "/" and for what is not there.
     std::optional<FileUrl> parentDirectoryWithURL(const FileUrl& url) const;
     /// The path when the item exists. Errors: POSIX domain, errno, user info "errorString".
     Result<std::string> pathWithURL(const FileUrl& url) const;
+    /// Follows links: a dangling one does not exist.
     bool itemAtPathExists(const std::string& path) const;
     /// 0 and the permissions; the failure result of the status call (-1); 1 when there is no path.
     int itemPermission(const FileUrl& url, ItemPermissions& permissions) const;
@@ -131,70 +139,110 @@ class QVFilesUtilities {
     bool hasPrivileges(const std::string& path) const;
     /// True when the package is treated like a folder where other packages are not.
     bool isASupportedPackage(const FileUrl& url) const;
+    /// The immutable attribute.
     bool isLockedWithURL(const FileUrl& url) const;
+    /// True when the attribute was cleared or not set; an ordinary user may not clear it.
     bool unlockWithURL(const FileUrl& url) const;
 
     // --- Lists and filters (QVFilesUtilities_lists.cpp) ---
 
+    /// Names of folders at the root of a system volume that are never offered for erasing.
     static const std::vector<std::string>& invisibleSystemItems();
     static const std::vector<std::string>& visibleSystemItems();
     static const std::vector<std::string>& visibleSystemPaths();
+    /// "/NAME" for each name.
     std::vector<FileUrl> urlsWithFoldersName(const std::vector<std::string>& names) const;
     std::vector<FileUrl> invisibleSystemURLs() const;
     std::vector<FileUrl> visibleSystemURLs() const;
+    /// Of the locations those that may be offered: folders that are no volumes, and photo
+    /// libraries, without photo catalogues and without the names of the system's folders. In their
+    /// order.
     std::vector<FileUrl> suitableURLsWithArray(const std::vector<FileUrl>& locations) const;
+    /// The same with aliases followed once, and with the names of the system's folders.
     std::vector<FileUrl> foldersWithItemsArray(const std::vector<FileUrl>& locations) const;
+    /// kNotFound when absent.
     std::size_t indexOfStringInArray(const std::vector<std::string>& array,
                                      std::string_view matchingString) const;
-    /// An entry is a location, or anything else that a list may hold.
+    /// File locations are replaced by their paths (std::string) where pathWithURL gives one;
+    /// anything else stays as it is.
     std::vector<std::any> urlsToPaths(const std::vector<std::any>& list) const;
     std::any urlsToPaths(const std::any& value) const;
+    /// The file locations of "text/uri-list", byte for byte.
     std::vector<FileUrl> pasteboardItemsWithPasteboard(const QMimeData& pasteboard) const;
+    /// Aliases are replaced by their destinations, read once.
     std::vector<std::string> followTheAliasOfPathsIfNeeded(
         const std::vector<std::string>& paths) const;
 
     // --- Aliases and bookmarks (QVFilesUtilities_bookmarks.cpp) ---
 
-    /// Bookmark data: a small property list. None on error.
+    /// Bookmark data: a small property list (XML) with path, volume identifier, inode and creation
+    /// time of the item, and the requested values that it has. None on error.
     std::optional<std::string> bookmarkWithURL(
         const FileUrl& url, const std::vector<ResourceKey>& includePathValueKey = {}) const;
+    /// The item by its path; when another item or none is there, by what it is among the entries of
+    /// its last known folder and the folders above (10,000 entries at most); else by its path
+    /// alone. None when nothing is found and for data that is no bookmark. Nothing is mounted.
     std::optional<FileUrl> urlWithDataAlias(const std::string& bookmark) const;
-    /// `updateIfNeeded`: set to true when the data was stale and fresh data could be made.
+    /// `updateIfNeeded`: true when the data was stale (the item moved or was replaced) and fresh
+    /// data could be made, false when it was not stale; left alone when nothing is found.
     std::optional<FileUrl> urlWithDataAlias(const std::string& bookmark,
                                             bool& updateIfNeeded) const;
+    /// What resolves, in order. `updated` is the answer for the last entry; the list keeps its
+    /// data.
     std::vector<FileUrl> urlsWithAliases(std::vector<std::string>& bookmarks, bool& updated) const;
+    /// The location by way of a fresh bookmark; the location itself when none can be made.
     FileUrl secureScopedForURL(const FileUrl& url) const;
 
     // --- Paths (QVFilesUtilities_paths.cpp) ---
 
+    /// The path in the form that begins with "/Volumes/" and the volume's name: a path that
+    /// contains
+    /// "/Volumes" anywhere is taken to be so already, any other is put on the start-up volume.
     std::string setAbsolutePath(const std::string& path) const;
-    std::vector<std::string> setAbsolutePathToPathArray(const std::vector<std::string>& paths) const;
+    std::vector<std::string> setAbsolutePathToPathArray(
+        const std::vector<std::string>& paths) const;
     FileUrl setAbsoluteURL(const FileUrl& url) const;
+    /// Only when the container is in the absolute form.
     FileUrl setAbsoluteURL(const FileUrl& url, const FileUrl& ifContainedIn) const;
+    /// Removes the last slash wherever it stands: "/a/b" gives "/ab".
     std::string removeLastSlash(const std::string& text) const;
+    /// Replaces every "/" by ":"; `foundCount` is how many there were.
     std::string removeSlashesFromFileSystemName(const std::string& name,
                                                 std::uint16_t& foundCount) const;
-    /// `thatMatch` none means "/Volumes/".
+    /// The path from the index (length of `thatMatch` - 1) on when it contains `thatMatch`
+    /// anywhere; else unchanged. None means "/Volumes/": "/Volumes/Data/x" gives "/Data/x".
     std::string removeFirstPathComponent(const std::string& path,
                                          const std::optional<std::string>& thatMatch) const;
     FileUrl removeFirstPathComponentWithURL(const FileUrl& url,
                                             const std::optional<std::string>& thatMatch) const;
 
     // --- Icons and images; sizes in points (QVFilesUtilities_images.cpp) ---
+    // Needs no display, but SVG icons are read in a GUI application only. The images keep no
+    // representations of other sizes, so there is nothing that could be cached. An empty size gives
+    // a null image.
 
+    /// The theme icon that the item names itself (a folder in `.directory`, a desktop entry), else
+    /// the theme icon of its kind, else a drawing of the program's own; the placeholder for no
+    /// item. Reads the icon theme anew: callers keep icons by kind.
     QImage iconOfItemWithURL(const FileUrl& url, QSize forSize) const;
     QImage iconForItemPath(const std::string& path) const;
+    /// A grey rounded rectangle of at least 20 by 20, clipped to the image.
     QImage placeholderImageWithSize(QSize size) const;
+    /// The icon at opacity 0.3, scaled to the size.
     QImage ghostIconWithIcon(const QImage& icon, QSize forSize) const;
+    /// The main image with the other one, scaled to half its size, in the bottom-right quarter.
     QImage composedImageMainImage(const QImage& mainImage, const QImage& addingImage) const;
 
     // --- Applications by identifier, a desktop entry's id (QVFilesUtilities_applications.cpp) ---
 
     std::optional<FileUrl> appURLWithIdentifier(const std::string& identifier) const;
     QImage appIconWithIdentifier(const std::string& identifier) const;
+    /// The name in the entry, in its original language; else the entry's file name.
     QString originalAppNameWithIdentifier(const std::string& identifier) const;
+    /// The same in the user's language.
     QString appNameWithIdentifier(const std::string& identifier) const;
     bool appWithIdentifierExists(const std::string& identifier) const;
+    /// Of a desktop entry; empty when the packager gave none, as most do.
     QString appVersionWithURL(const FileUrl& url) const;
     /// True when every path could be handed to the desktop's opener.
     bool launchItems(const std::vector<std::string>& paths) const;
@@ -219,6 +267,7 @@ class QVFilesUtilities {
                                              const std::string& matchWith) const;
 
     bool isVolumeWithURL(const FileUrl& url) const;
+    /// True also when that cannot be told.
     bool isVolumeLockedWithURL(const FileUrl& url) const;
     std::uint64_t volumeCapacityWithURL(const FileUrl& url) const;
     std::uint64_t volumeFreeCapacityWithURL(const FileUrl& url) const;
@@ -239,15 +288,19 @@ class QVFilesUtilities {
     /// While false, the stoppable size iterator stops at its next item.
     std::atomic<bool> gatheringSizeIsWorking = false;
 
-   private:
+ private:
     std::vector<FileUrl> m_trashErrors;  ///< volumes whose trash could not be had; only grows
 };
 
 /// The display name of the volume mounted at "/", found once.
 QString DefaultVolumeName();
 
-/// "/Volumes/" and the start-up volume's name is the same place as "/": the path on this host that a
-/// location in that form means; any other path unchanged.
+/// "/Volumes/" and the start-up volume's name is the same place as "/": the path on this host that
+/// a location in that form means; any other path unchanged.
 std::string hostPath(const FileUrl& url);
+
+/// Where the symbolic link `alias` points; a relative text is taken from the link's folder. None
+/// for what is no link. Nothing need be there.
+std::optional<FileUrl> aliasDestination(const FileUrl& alias);
 
 }  // namespace kestrin

@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <QMimeData>
+#include <QUrl>
+
+#include "fsutil/QVFilesUtilities.h"
+#include "support/TestEnvironment.h"
+
+namespace kestrin {
+namespace {
+
+using namespace kestrin::test;
+
+class ListsTest : public ::testing::Test {
+ protected:
+    FileUrl file(const std::string& name) {
+        writeFile(scratch / name);
+        return FileUrl::fromPath(scratch / name);
+    }
+    FileUrl folder(const std::string& name) {
+        makeFolder(scratch / name);
+        return FileUrl::fromPath(scratch / name);
+    }
+    FileUrl link(const std::string& name, const std::string& destination) {
+        EXPECT_EQ(symlink(destination.c_str(), (scratch / name).c_str()), 0);
+        return FileUrl::fromPath(scratch / name);
+    }
+
+    ScratchFolder scratch;
+    QVFilesUtilities utilities;
+};
+
+TEST_F(ListsTest, SystemNamesKeepTheirOddEndings) {
+    const auto& names = QVFilesUtilities::invisibleSystemItems();
+    ASSERT_EQ(names.size(), 32u);
+    EXPECT_EQ(names[13], ".Archived_Directories\n");
+    EXPECT_EQ(names[15], ".HFS+ Private Directory Data\n");
+    EXPECT_EQ(names.back(), ".Archived_Directories?");
+    EXPECT_EQ(utilities.invisibleSystemURLs()[13].path(), "/.Archived_Directories\n");
+    ASSERT_EQ(utilities.visibleSystemURLs().size(), 3u);
+    EXPECT_EQ(utilities.visibleSystemURLs()[2], FileUrl::fromPath("/System Folder"));
+}
+
+TEST_F(ListsTest, SuitableLocationsAreFoldersThatAreNotTheSystems) {
+    const FileUrl plain = folder("plain");
+    const FileUrl library = folder("p.photoslibrary");
+    const FileUrl libraryFile = file("f.photoslibrary");
+    EXPECT_EQ(utilities.suitableURLsWithArray({
+                  library,
+                  FileUrl::fromPath("/"),
+                  FileUrl::fromPath("/usr"),
+                  FileUrl::fromPath("/Volumes"),
+                  folder("deep/.Trashes"),
+                  folder("Library"),
+                  folder("catalog.lrcat"),
+                  file("file"),
+                  link("link", "plain"),
+                  folder(".Archived_Directories\n"),
+                  libraryFile,
+                  plain,
+              }),
+              (std::vector{library, libraryFile, plain}));
+}
+
+TEST_F(ListsTest, FoldersOfASelectionFollowAliasesAndKeepSystemNames) {
+    const FileUrl plain = folder("plain");
+    const FileUrl system = folder("Library");
+    EXPECT_EQ(utilities.foldersWithItemsArray({
+                  link("relative", "plain"),
+                  link("absolute", system.path()),
+                  link("tofile", file("file").path()),
+                  link("dangling", "nowhere"),
+                  folder("catalog.lrcat"),
+                  system,
+              }),
+              (std::vector{plain, system, system}));
+}
+
+TEST_F(ListsTest, AliasesOfPathsAreReadOnce) {
+    const FileUrl first = link("first", "second");
+    const FileUrl second = link("second", "/nowhere\xff");
+    EXPECT_EQ(utilities.followTheAliasOfPathsIfNeeded({first.path(), second.path(), "/missing"}),
+              (std::vector<std::string>{second.path(), "/nowhere\xff", "/missing"}));
+}
+
+TEST_F(ListsTest, IndexIsOfTheFirstEqualText) {
+    EXPECT_EQ(utilities.indexOfStringInArray({"a", "b", "b"}, "b"), 1u);
+    EXPECT_EQ(utilities.indexOfStringInArray({"a"}, "A"), QVFilesUtilities::kNotFound);
+}
+
+TEST_F(ListsTest, LocationsBecomePathsWhereSomethingIsThere) {
+    const FileUrl here = folder("here");
+    const FileUrl gone = FileUrl::fromPath(scratch / "gone");
+    const auto paths = utilities.urlsToPaths(std::vector<std::any>{here, gone, 7});
+    ASSERT_EQ(paths.size(), 3u);
+    EXPECT_EQ(std::any_cast<std::string>(paths[0]), here.path());
+    EXPECT_EQ(std::any_cast<FileUrl>(paths[1]), gone);
+    EXPECT_EQ(std::any_cast<int>(paths[2]), 7);
+    EXPECT_EQ(std::any_cast<std::string>(utilities.urlsToPaths(std::any(here))), here.path());
+    EXPECT_EQ(std::any_cast<int>(utilities.urlsToPaths(std::any(7))), 7);
+    const std::any list = utilities.urlsToPaths(std::any(std::vector<std::any>{here}));
+    EXPECT_EQ(std::any_cast<std::vector<std::any>>(list).size(), 1u);
+}
+
+TEST_F(ListsTest, PasteboardKeepsEveryByteOfANameAndPassesOverTheRest) {
+    QMimeData pasteboard;
+    EXPECT_TRUE(utilities.pasteboardItemsWithPasteboard(pasteboard).empty());
+    pasteboard.setData(QStringLiteral("text/uri-list"),
+                       "# comment\r\nfile:///a%FF%0A%25b\r\nhttps://example.org/x\r\n"
+                       "file:///plain%20name\r\n");
+    EXPECT_EQ(utilities.pasteboardItemsWithPasteboard(pasteboard),
+              (std::vector{FileUrl::fromPath("/a\xff\n%b"), FileUrl::fromPath("/plain name")}));
+    pasteboard.setUrls({QUrl::fromLocalFile(QStringLiteral("/x y"))});
+    EXPECT_EQ(utilities.pasteboardItemsWithPasteboard(pasteboard),
+              std::vector{FileUrl::fromPath("/x y")});
+}
+
+}  // namespace
+}  // namespace kestrin
