@@ -12,9 +12,10 @@ namespace kestrin {
 
 struct QVItemToErase {
     FileUrl url;
-    std::uint64_t size = 0;   ///< bytes of a file or link; of a folder the sum of what it holds
-    std::uint64_t count = 0;  ///< entries removed with it: 1, and for a folder all inside it besides
-    bool isDirectory = false; ///< set by callers that know it; the scan leaves it false
+    std::uint64_t size = 0;  ///< bytes of a file or link; of a folder the sum of what it holds
+    /// Entries removed with it: 1, and for a folder all inside it besides.
+    std::uint64_t count = 0;
+    bool isDirectory = false;  ///< set by callers that know it; the scan leaves it false
 
     const std::string& path() const { return url.path(); }
     static QVItemToErase newItem() { return {}; }

@@ -1,1 +1,54 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "inventory/QVKestrinFileUtilities.h"
+
+#include <string>
+#include <utility>
+
+#include "platform/TreeRemover.h"
+#include "platform/TreeScanner.h"
+
+namespace kestrin {
+
+namespace {
+
+FileUrl urlOfEntry(const std::string& folderPrefix, const std::string& name) {
+    std::string path;
+    path.reserve(folderPrefix.size() + name.size());
+    path.append(folderPrefix).append(name);
+    return FileUrl::fromPath(std::move(path));
+}
+
+}  // namespace
+
+QVKestrinFileUtilities& QVKestrinFileUtilities::sharedControl() {
+    static QVKestrinFileUtilities instance;
+    return instance;
+}
+
+std::optional<TrashScan> QVKestrinFileUtilities::binItemsAndInfoWithURL(
+    const FileUrl& folder, std::stop_token stop) const {
+    if (folder.isEmpty()) return std::nullopt;
+    const auto items = std::make_shared<ItemsToErase>();
+    TrashScan scan{items};
+    auto scanned = scanTree(folder, std::move(stop));
+    if (!scanned) return scan;
+
+    const std::string prefix = folder.path() == "/" ? "/" : folder.path() + "/";
+    items->reserve(scanned->size());
+    for (ScannedEntry& entry : *scanned) {
+        QVItemToErase& item = items->emplace_back();
+        item.url = urlOfEntry(prefix, entry.name);
+        item.size = entry.size;
+        item.count = entry.count;
+        scan.size += entry.size;
+        scan.count += entry.count;
+        std::string().swap(entry.name);  // of a million names, one copy at a time
+    }
+    return scan;
+}
+
+MaybeError QVKestrinFileUtilities::deleteItemWithURL(const FileUrl& item) const {
+    return removeItem(item);
+}
+
+}  // namespace kestrin

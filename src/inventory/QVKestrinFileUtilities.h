@@ -20,12 +20,12 @@ struct TrashScan {
 };
 
 class QVKestrinFileUtilities {
-   public:
+ public:
     static QVKestrinFileUtilities& sharedControl();
 
-    /// The entries directly inside `folder`, hidden ones included, in the order the file system lists
-    /// them. None for a none location; a folder that is absent or cannot be listed gives an empty
-    /// scan. When `stop` is requested it returns early with what it has. Thread: any.
+    /// The entries directly inside `folder`, hidden ones included, in the order the file system
+    /// lists them. None for a none location; a folder that is absent or cannot be listed gives an
+    /// empty scan. When `stop` is requested it returns early with what it has. Thread: any.
     std::optional<TrashScan> binItemsAndInfoWithURL(const FileUrl& folder,
                                                     std::stop_token stop = {}) const;
 
