@@ -18,8 +18,9 @@ class QSize;
 
 namespace kestrin {
 
-/// What a list column shows and sorts by.
-using ColumnValue = std::variant<std::int64_t, std::uint64_t, double, QString>;
+/// What a list column shows and sorts by: values of one column compare with "<". The order of the
+/// types matters: the integer that stands for an unknown date comes after every date.
+using ColumnValue = std::variant<double, std::int64_t, std::uint64_t, QString>;
 
 /// Keys of the columns that valueForUndefinedKey answers.
 namespace ColumnKey {

@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "inventory/QVSmartWindowItem.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QCryptographicHash>
+#include <QImage>
+#include <QString>
+#include <limits>
+#include <thread>
+
+#include "fsutil/QVFilesUtilities.h"
+#include "inventory/QVSourceItem.h"
+#include "support/TestEnvironment.h"
+
+namespace kestrin {
+namespace {
+
+using test::ScratchFolder;
+
+std::shared_ptr<QVSmartWindowItem> itemAt(const std::string& path) {
+    auto item = QVSmartWindowItem::item();
+    item->url = FileUrl::fromPath(path);
+    return item;
+}
+
+TEST(SmartWindowItem, AnswersItsColumns) {
+    QVSmartWindowItem item;
+    item.name = "caf\xE9";
+    item.size = std::numeric_limits<std::uint64_t>::max();
+    item.isMarked = true;
+    item.dateAdded = 1.5;
+    EXPECT_EQ(item.valueForUndefinedKey("check_col"), ColumnValue(std::int64_t{1}));
+    EXPECT_EQ(item.valueForUndefinedKey("name_col"), ColumnValue(QStringLiteral("caf\uFFFD")));
+    EXPECT_EQ(item.valueForUndefinedKey("date_added_col"), ColumnValue(1.5));
+    EXPECT_EQ(item.valueForUndefinedKey("size_col"),
+              ColumnValue(std::numeric_limits<std::uint64_t>::max()));
+}
+
+TEST(SmartWindowItem, UnknownDatesAndBlankTextsSortLast) {
+    QVSmartWindowItem dated, undated;
+    dated.dateAdded = 1e18;
+    EXPECT_EQ(undated.cfDateAdded(), ColumnValue(std::numeric_limits<std::int64_t>::max()));
+    EXPECT_LT(dated.cfDateAdded(), undated.cfDateAdded());
+
+    const QString blank = std::get<QString>(undated.valueForUndefinedKey("other_col"));
+    EXPECT_EQ(blank, QStringLiteral("\u00FF\u00FF\u00FF\u00FF\u00FF\u00FF\u00FF\u00FF"));
+    EXPECT_LT(QStringLiteral("zebra"), blank);
+    EXPECT_EQ(QVSmartWindowItem::valueForString(QString(), false), QString());
+    EXPECT_EQ(QVSmartWindowItem::valueForString(QStringLiteral("a"), true), QStringLiteral("a"));
+}
+
+TEST(SmartWindowItem, ReadsTheFileSystemAtEveryCall) {
+    const ScratchFolder scratch;
+    const auto item = itemAt(scratch / ".entry");
+    EXPECT_FALSE(item->isDirectory() || item->isAlias() || item->isEmptyDirectory());
+    EXPECT_EQ(item->dateModified(), 0);
+    EXPECT_TRUE(item->isInvisible());
+
+    test::makeFolder(scratch / ".entry");
+    EXPECT_TRUE(item->isDirectory() && item->isEmptyDirectory());
+    EXPECT_GT(item->dateModified(), 700000000);
+    EXPECT_FALSE(item->kind().isEmpty());
+    EXPECT_FALSE(item->formattedDateModified().isEmpty());
+
+    ASSERT_EQ(rmdir((scratch / ".entry").c_str()), 0);
+    ASSERT_EQ(symlink("nowhere", (scratch / ".entry").c_str()), 0);
+    EXPECT_TRUE(item->isAlias());
+    EXPECT_FALSE(item->isDirectory());
+
+    item->url = FileUrl::withoutScheme(".entry");
+    EXPECT_FALSE(item->isInvisible());
+}
+
+TEST(SmartWindowItem, TheIconMayChangeWhileItIsRead) {
+    QVSmartWindowItem item;
+    std::jthread writer([&](const std::stop_token& stop) {
+        while (!stop.stop_requested()) {
+            item.setIcon(std::make_shared<QImage>(4, 4, QImage::Format_ARGB32));
+        }
+    });
+    for (int i = 0; i < 2000; ++i) {
+        const auto icon = item.icon();
+        ASSERT_TRUE(!icon || icon->width() == 4);
+    }
+}
+
+TEST(SmartWindowItem, IconsNeedAPlaceAndHaveALimit) {
+    const ScratchFolder scratch;
+    test::writeFile(scratch / "entry.txt");
+    const auto item = itemAt(scratch / "entry.txt");
+    EXPECT_EQ(item->fileIcon().size(), QSize(32, 32));
+    EXPECT_EQ(item->iconImageWithValue(2000).size(), QSize(512, 512));
+    EXPECT_EQ(item->thumbnailWithValue(2000).size(), QSize(512, 512));
+    item->url = FileUrl::withoutScheme("entry.txt");
+    EXPECT_TRUE(item->fileIcon().isNull());
+    EXPECT_EQ(item->fileIconWithSize(QSize(24, 24)),
+              QVFilesUtilities::sharedControl().placeholderImageWithSize(QSize(24, 24)));
+}
+
+class Thumbnail : public ::testing::Test {
+ protected:
+    static constexpr int kModified = 1700000000;
+
+    Thumbnail() : m_path(m_scratch / "a picture; (caf\xE9).png") {
+        test::writeFile(m_path, "not a picture");
+        const timespec times[2] = {{kModified, 5}, {kModified, 999000000}};
+        utimensat(AT_FDCWD, m_path.c_str(), times, 0);
+        setenv("XDG_CACHE_HOME", m_scratch.path().c_str(), 1);
+    }
+    ~Thumbnail() override { unsetenv("XDG_CACHE_HOME"); }
+
+    std::string uri() const {
+        return "file://" + m_scratch.path() + "/a%20picture%3B%20(caf%E9).png";
+    }
+    void cache(const std::string& folder, int side, const std::string& thumbUri,
+               int modified = kModified) const {
+        QImage image(side, side / 2, QImage::Format_ARGB32);
+        image.fill(0xFF0000FF);
+        image.setText(QStringLiteral("Thumb::URI"), QString::fromStdString(thumbUri));
+        image.setText(QStringLiteral("Thumb::MTime"), QString::number(modified));
+        const QByteArray name =
+            QCryptographicHash::hash(QByteArray::fromStdString(uri()), QCryptographicHash::Md5);
+        const std::string directory = m_scratch / ("thumbnails/" + folder);
+        test::makeFolder(directory);
+        ASSERT_TRUE(image.save(QString::fromStdString(directory) + QLatin1Char('/') +
+                               QString::fromLatin1(name.toHex()) + QStringLiteral(".png")));
+    }
+    QSize thumbnailSize(int value) const {
+        return itemAt(m_path)->thumbnailWithValue(value).size();
+    }
+
+    ScratchFolder m_scratch;
+    std::string m_path;
+};
+
+TEST_F(Thumbnail, IsTheSmallestCachedOneThatFillsTheSizeFitted) {
+    cache("normal", 128, uri());
+    cache("x-large", 512, uri());
+    EXPECT_EQ(thumbnailSize(128), QSize(128, 64));
+    EXPECT_EQ(thumbnailSize(64), QSize(64, 32));
+    EXPECT_EQ(thumbnailSize(300), QSize(300, 150));
+    EXPECT_EQ(thumbnailSize(1000), QSize(512, 256));
+}
+
+TEST_F(Thumbnail, OfAnotherPlaceOrTimeIsNotUsed) {
+    cache("normal", 128, uri(), kModified - 1);
+    EXPECT_EQ(thumbnailSize(100), QSize(100, 100));
+    cache("normal", 128, "file:///elsewhere.png");
+    EXPECT_EQ(thumbnailSize(100), QSize(100, 100));
+    cache("xx-large", 1200, uri());
+    EXPECT_EQ(thumbnailSize(100), QSize(100, 100));
+}
+
+TEST(SourceItem, StartsWithNothingMarkedAndALockThatNests) {
+    const auto source = QVSourceItem::sourceItem();
+    EXPECT_EQ(source->markedStatus, 0);
+    EXPECT_EQ(source->markedSize + source->markedCount + source->gatheringSizeCount, 0U);
+    const std::lock_guard outer(source->lock);
+    EXPECT_TRUE(source->lock.try_lock());
+    source->lock.unlock();
+}
+
+}  // namespace
+}  // namespace kestrin
