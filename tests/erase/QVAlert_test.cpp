@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QStringList>
 #include <thread>
 
 #include "base/StringTable.h"
@@ -27,6 +28,12 @@ struct QVAlertTest : ::testing::Test {
         return {QStringLiteral("Empty “Stick”?"), "delete_mess", "single_disk", size, count, false,
                 QStringLiteral("Stick\n")};
     }
+    /// The size line of the disk "Stick" that the text of `key` gives.
+    QString diskLine(std::string_view key, const char* count, std::uint64_t size) const {
+        return StringTable::filled(texts.text(key),
+                                   {QStringLiteral("Stick\\n"), QString::fromLatin1(count),
+                                    numbers.sizeToFormatString(size, 4, true)});
+    }
     QString gathering() const { return texts.text("gathering_info"); }
 };
 
@@ -43,8 +50,7 @@ TEST_F(QVAlertTest, AsksBeforeAnErase) {
     EXPECT_EQ(model.style, AlertModel::Style::Critical);
     EXPECT_EQ(model.topic, AlertModel::Topic::EraseConfirmation);
     EXPECT_TRUE(model.hasSizeLine);
-    const test::ScriptedAlerts::SizeLine line{QStringLiteral("“Stick\\n”: 1,234 items, 2.50 MB"),
-                                              false};
+    const test::ScriptedAlerts::SizeLine line{diskLine("single_disk", "1,234", 2'500'000), false};
     EXPECT_EQ(alerts.sizeLines.at(0), line);
     EXPECT_EQ(alerts.panelsAlive, 0);
 }
@@ -57,7 +63,10 @@ TEST_F(QVAlertTest, FiguresArriveWhileTheAlertIsOpen) {
     });
     EXPECT_EQ(alert->showAlertWithTrashInfo(allDisks(), nullptr), kAlertFirstButton);
     const std::vector<test::ScriptedAlerts::SizeLine> expected{
-        {gathering(), true}, {QStringLiteral("5 items, 3.00 kB"), false}};
+        {gathering(), true},
+        {StringTable::filled(texts.text("all_disks"),
+                             {QStringLiteral("5"), numbers.sizeToFormatString(3000, 4, true)}),
+         false}};
     EXPECT_EQ(alerts.sizeLines, expected);
     EXPECT_TRUE(alert->stopped());
 }
@@ -71,11 +80,11 @@ TEST_F(QVAlertTest, FiguresOfNothingKeepTheGatheringText) {
 
 TEST_F(QVAlertTest, ExactlyOneItemChoosesTheSingleTextForGood) {
     alert->showAlertWithTrashInfo(oneDisk(7, 1), nullptr);
-    EXPECT_EQ(alert->sizeInfoStr(), QStringLiteral("“Stick\\n”: 1 item, 7 bytes"));
+    EXPECT_EQ(alert->sizeInfoStr(), diskLine("single_disk_single", "1", 7));
     alert->showSizeInfoString(1, 0);
-    EXPECT_EQ(alert->sizeInfoStr(), QStringLiteral("“Stick\\n”: 1 item, 8 bytes"));
+    EXPECT_EQ(alert->sizeInfoStr(), diskLine("single_disk_single", "1", 8));
     alert->showSizeInfoString(2, 1);
-    EXPECT_EQ(alert->sizeInfoStr(), QStringLiteral("“Stick\\n”: 2 item, 10 bytes"));
+    EXPECT_EQ(alert->sizeInfoStr(), diskLine("single_disk_single", "2", 10));
 }
 
 TEST_F(QVAlertTest, ASheetIsAnsweredToWhoeverWaits) {

@@ -96,7 +96,8 @@ TEST_F(QVLogControllerTest, WritesARunAndAppendsTheNext) {
         EXPECT_TRUE(all[start].ends_with(" " + texts.text("start_delete_all").toStdString()));
         EXPECT_EQ(all[start + 1], "1 /t/a\\nb\\xFF");
         EXPECT_EQ(all[start + 2], "2 /t/c");
-        EXPECT_NE(all[start + 3].find("1.50 MB"), std::string::npos);
+        EXPECT_NE(all[start + 3].find(numbers.sizeToFormatString(1'500'000, 4, true).toStdString()),
+                  std::string::npos);
     }
     EXPECT_TRUE(all.back().ends_with(texts.text("end_delete_all").toStdString()));
 }
