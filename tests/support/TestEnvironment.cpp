@@ -7,6 +7,7 @@
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -41,6 +42,7 @@ void dropRights() {
     require(setgroups(1, &group) == 0, "setgroups");
     require(setresgid(kTestUser, kTestUser, 0) == 0, "setresgid");
     require(setresuid(kTestUser, kTestUser, 0) == 0, "setresuid");
+    prctl(PR_SET_DUMPABLE, 1);  // the leak checker attaches to its own process
 }
 
 std::string makeScratch() {
