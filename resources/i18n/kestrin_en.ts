@@ -65,6 +65,42 @@
         <source></source>
         <translation>Cancel</translation>
     </message>
+    <message id="cli_empty_operand">
+        <source></source>
+        <translation>A name or path is empty.</translation>
+    </message>
+    <message id="cli_no_command">
+        <source></source>
+        <translation>A command is missing.</translation>
+    </message>
+    <message id="cli_option_needs_value">
+        <source></source>
+        <translation>The option "%@" needs a value.</translation>
+    </message>
+    <message id="cli_option_takes_no_value">
+        <source></source>
+        <translation>The option "%@" takes no value.</translation>
+    </message>
+    <message id="cli_too_few_operands">
+        <source></source>
+        <translation>"%@" needs to be told what to erase.</translation>
+    </message>
+    <message id="cli_too_many_operands">
+        <source></source>
+        <translation>"%@" is one too many.</translation>
+    </message>
+    <message id="cli_unknown_command">
+        <source></source>
+        <translation>Unknown command "%@".</translation>
+    </message>
+    <message id="cli_unknown_option">
+        <source></source>
+        <translation>Unknown option "%@".</translation>
+    </message>
+    <message id="cli_unknown_option_value">
+        <source></source>
+        <translation>Unknown value "%@" for the option "%@".</translation>
+    </message>
     <message id="contact">
         <source></source>
         <translation>mailto:kestrin@quorvane.com</translation>

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The order and the dates in which entries of trashes are shown. Pure.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/Arguments.h"
+#include "platform/TreeScanner.h"
+
+namespace kestrin {
+
+struct ShownEntry {
+    ScannedEntry entry;
+    std::size_t trash = 0;                     ///< index of the trash that holds it
+    std::optional<std::int64_t> deletionDate;  ///< seconds since 1970 UTC; filled in to sort by it
+};
+
+/// Puts entries in order; those alike are in the order of their names.
+void sortEntries(std::vector<ShownEntry>& entries, SortOrder order);
+
+/// Seconds since 1970 UTC as local time, "2026-11-21T02:26:42" with 'T' as separator; empty for
+/// none.
+std::string localTimeText(const std::optional<std::int64_t>& seconds, char separator);
+
+}  // namespace kestrin
