@@ -65,6 +65,10 @@
         <source></source>
         <translation>Cancel</translation>
     </message>
+    <message id="cli_confirm_prompt">
+        <source></source>
+        <translation>Erase for good? [y/N] </translation>
+    </message>
     <message id="cli_empty_operand">
         <source></source>
         <translation>A name or path is empty.</translation>
@@ -80,6 +84,22 @@
     <message id="cli_option_takes_no_value">
         <source></source>
         <translation>The option "%@" takes no value.</translation>
+    </message>
+    <message id="cli_progress_count">
+        <source></source>
+        <translation>%@ of %@ items</translation>
+    </message>
+    <message id="cli_progress_erasing">
+        <source></source>
+        <translation>Erasing…</translation>
+    </message>
+    <message id="cli_progress_rate">
+        <source></source>
+        <translation>%@/s</translation>
+    </message>
+    <message id="cli_refused_prompt">
+        <source></source>
+        <translation>[s]kip, [e]rase (add "all" for all): </translation>
     </message>
     <message id="cli_too_few_operands">
         <source></source>

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/TerminalAlertPanel.h"
+
+#include <QEventLoop>
+#include <string>
+#include <utility>
+
+#include "base/StringTable.h"
+#include "cli/Answers.h"
+#include "cli/Console.h"
+#include "erase/DisplayName.h"
+
+namespace kestrin {
+
+namespace {
+
+/// The lines of a text, each fit for a terminal whatever names it holds.
+QStringList printableLines(const QString& text) {
+    QStringList lines;
+    for (const QString& line : text.split(u'\n', Qt::SkipEmptyParts))
+        lines += displayName(line);
+    return lines;
+}
+
+/// Whether the title had to shorten the name.
+bool needsFullName(const AlertModel& model) {
+    return !model.fullName.isEmpty() && !model.title.contains(model.fullName);
+}
+
+}  // namespace
+
+int TerminalAlertPanel::runModal(const AlertModel& model) {
+    int result = 0;
+    QEventLoop loop;
+    beginSheet(model, nullptr, [&](int button) {
+        result = button;
+        loop.quit();
+    });
+    if (result == 0) loop.exec();
+    return result;
+}
+
+void TerminalAlertPanel::beginSheet(const AlertModel& model, WindowHandle,
+                                    std::function<void(int)> answered) {
+    if (model.topic == AlertModel::Topic::Other) {
+        report(model);
+        return answered(kAlertFirstButton);
+    }
+    const bool confirms = model.topic == AlertModel::Topic::EraseConfirmation;
+    if (!m_console.terminal().canAsk()) {
+        m_suppressionIsOn = true;
+        return answered(confirms ? kAlertSecondButton : kAlertFirstButton);
+    }
+    showTexts(model);
+    if (confirms) return confirm(std::move(answered));
+    askAboutEntry(std::move(answered));
+}
+
+void TerminalAlertPanel::showTexts(const AlertModel& model) {
+    QStringList lines = printableLines(model.title);
+    if (needsFullName(model)) lines += printableLines(model.fullName);
+    lines += printableLines(model.text);
+    lines += printableLines(m_sizeLine);
+    for (const QString& line : lines)
+        m_console.terminal().promptMessage(line);
+}
+
+void TerminalAlertPanel::report(const AlertModel& model) {
+    for (const QString& line : printableLines(model.title) + printableLines(model.text)) {
+        m_console.complain(line);
+    }
+}
+
+void TerminalAlertPanel::confirm(std::function<void(int)> answered) {
+    m_isConfirming = true;
+    m_console.terminal().ask(
+        m_console.text("cli_confirm_prompt"_key),
+        [this, answered = std::move(answered)](const std::optional<std::string>& line) {
+            m_isConfirming = false;
+            answered(line && isYes(*line) ? kAlertFirstButton : kAlertSecondButton);
+        });
+}
+
+void TerminalAlertPanel::askAboutEntry(std::function<void(int)> answered) {
+    m_console.terminal().ask(
+        m_console.text("cli_refused_prompt"_key),
+        [this, answered = std::move(answered)](const std::optional<std::string>& line) mutable {
+            const std::optional<RefusedAnswer> answer =
+                line ? refusedAnswer(*line) : RefusedAnswer{.erases = false, .holdsForAll = true};
+            if (!answer) return askAboutEntry(std::move(answered));
+            m_suppressionIsOn = answer->holdsForAll;
+            answered(answer->erases ? kAlertSecondButton : kAlertFirstButton);
+        });
+}
+
+void TerminalAlertPanel::setSizeLine(const QString& text, bool) {
+    if (text == m_sizeLine) return;
+    m_sizeLine = text;
+    if (!m_isConfirming) return;
+    for (const QString& line : printableLines(text))
+        m_console.terminal().promptMessage(line);
+}
+
+}  // namespace kestrin

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Alerts in a terminal: the confirmation and the questions as prompts, everything else as lines on
+// standard error.
+#pragma once
+
+#include "erase/AlertPanel.h"
+
+namespace kestrin {
+
+class Console;
+
+/// Whatever ends a prompt without an answer (end of input, Ctrl-C, no terminal) declines the
+/// confirmation and answers a question with "skip", for all.
+class TerminalAlertPanel : public AlertPanel {
+ public:
+    explicit TerminalAlertPanel(Console& console) : m_console(console) {}
+
+    int runModal(const AlertModel& model) override;
+    void beginSheet(const AlertModel& model, WindowHandle parent,
+                    std::function<void(int)> answered) override;
+    bool suppressionIsOn() const override { return m_suppressionIsOn; }
+    void setSizeLine(const QString& text, bool spinning) override;
+
+ private:
+    void showTexts(const AlertModel& model);
+    void report(const AlertModel& model);
+    void confirm(std::function<void(int)> answered);
+    void askAboutEntry(std::function<void(int)> answered);
+
+    Console& m_console;
+    QString m_sizeLine;
+    bool m_isConfirming = false;
+    bool m_suppressionIsOn = false;
+};
+
+}  // namespace kestrin
