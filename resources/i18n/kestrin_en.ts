@@ -65,6 +65,38 @@
         <source></source>
         <translation>Cancel</translation>
     </message>
+    <message id="cli_ambiguous_volume">
+        <source></source>
+        <translation>"%@" is the name of several volumes; use one of their paths: %@.</translation>
+    </message>
+    <message id="cli_column_date_added">
+        <source></source>
+        <translation>Date added</translation>
+    </message>
+    <message id="cli_column_items">
+        <source></source>
+        <translation>Items</translation>
+    </message>
+    <message id="cli_column_name">
+        <source></source>
+        <translation>Name</translation>
+    </message>
+    <message id="cli_column_original_path">
+        <source></source>
+        <translation>Original path</translation>
+    </message>
+    <message id="cli_column_path">
+        <source></source>
+        <translation>Path</translation>
+    </message>
+    <message id="cli_column_size">
+        <source></source>
+        <translation>Size</translation>
+    </message>
+    <message id="cli_column_volume">
+        <source></source>
+        <translation>Volume</translation>
+    </message>
     <message id="cli_confirm_prompt">
         <source></source>
         <translation>Erase for good? [y/N] </translation>
@@ -76,6 +108,10 @@
     <message id="cli_no_command">
         <source></source>
         <translation>A command is missing.</translation>
+    </message>
+    <message id="cli_no_trash">
+        <source></source>
+        <translation>No volume with a trash was found.</translation>
     </message>
     <message id="cli_option_needs_value">
         <source></source>
@@ -109,9 +145,21 @@
         <source></source>
         <translation>"%@" is one too many.</translation>
     </message>
+    <message id="cli_total">
+        <source></source>
+        <translation>Total</translation>
+    </message>
+    <message id="cli_trash_is_empty">
+        <source></source>
+        <translation>The trash is empty.</translation>
+    </message>
     <message id="cli_unknown_command">
         <source></source>
         <translation>Unknown command "%@".</translation>
+    </message>
+    <message id="cli_unknown_figure">
+        <source></source>
+        <translation>?</translation>
     </message>
     <message id="cli_unknown_option">
         <source></source>
@@ -120,6 +168,18 @@
     <message id="cli_unknown_option_value">
         <source></source>
         <translation>Unknown value "%@" for the option "%@".</translation>
+    </message>
+    <message id="cli_unknown_volume">
+        <source></source>
+        <translation>Unknown volume "%@"; known are: %@.</translation>
+    </message>
+    <message id="cli_unreadable_trash">
+        <source></source>
+        <translation>The trash "%@" cannot be read: %@.</translation>
+    </message>
+    <message id="cli_unusable_trash">
+        <source></source>
+        <translation>The volume %@ has no trash that can be used: %@.</translation>
     </message>
     <message id="contact">
         <source></source>

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// "kestrin list": every trash with its entries and bytes.
+#pragma once
+
+namespace kestrin {
+
+struct Arguments;
+class Console;
+class QVFilesUtilities;
+
+/// Returns the exit status: 1 when a trash could not be read.
+int runList(const Arguments& arguments, QVFilesUtilities& files, Console& console);
+
+}  // namespace kestrin

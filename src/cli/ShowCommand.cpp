@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/ShowCommand.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/StringTable.h"
+#include "cli/Arguments.h"
+#include "cli/Columns.h"
+#include "cli/Console.h"
+#include "cli/EntryOrder.h"
+#include "cli/JsonWriter.h"
+#include "cli/TrashSurvey.h"
+#include "cli/VolumeChoice.h"
+#include "erase/DisplayName.h"
+#include "platform/TrashFolders.h"
+
+namespace kestrin {
+
+namespace {
+
+/// Longer names push the rest of their line to the right.
+constexpr int kWidestName = 40;
+constexpr int kSizeWidth = 12;
+constexpr int kDateWidth = 19;
+
+struct ShownTrash {
+    TrashLocation location;
+    std::optional<OpenTrash> records;  ///< none: the records cannot be read
+};
+
+std::optional<TrashRecord> recordOf(const ShownTrash& trash, const std::string& name) {
+    if (!trash.records) return std::nullopt;
+    return trash.records->recordOf(name, trash.location.volumeURL);
+}
+
+/// The trashes with their entries in the order wanted. Records are read when an entry is printed,
+/// and besides that only to sort by date: a trash may hold a million entries.
+class Listing {
+ public:
+    explicit Listing(Console& console) : m_console(console) {}
+
+    /// False after a complaint: the trash cannot be read.
+    bool add(const TrashLocation& location);
+    void sort(SortOrder order);
+    bool isEmpty() const { return m_entries.empty(); }
+    void writeJson() const;
+    void writeText() const;
+
+ private:
+    void readDates();
+    void writeEntry(JsonWriter& json, const ShownEntry& shown) const;
+    QStringList rowOf(const ShownEntry& shown) const;
+    std::vector<Column> columns() const;
+
+    Console& m_console;
+    std::vector<ShownTrash> m_trashes;
+    std::vector<ShownEntry> m_entries;
+};
+
+bool Listing::add(const TrashLocation& location) {
+    Result<std::vector<ScannedEntry>> entries = entriesOfTrash(location.trashURL);
+    if (!entries) {
+        complainOfTrash(m_console, location.trashURL, entries.error());
+        return false;
+    }
+    Result<OpenTrash> records = OpenTrash::open(location.trashURL);
+    m_trashes.push_back({location, records ? std::optional(std::move(*records)) : std::nullopt});
+    m_entries.reserve(m_entries.size() + entries->size());
+    for (ScannedEntry& entry : *entries) {
+        m_entries.push_back({std::move(entry), m_trashes.size() - 1, std::nullopt});
+    }
+    return true;
+}
+
+void Listing::sort(SortOrder order) {
+    if (order == SortOrder::Date) readDates();
+    sortEntries(m_entries, order);
+}
+
+void Listing::readDates() {
+    for (ShownEntry& shown : m_entries) {
+        const auto record = recordOf(m_trashes[shown.trash], shown.entry.name);
+        if (record) shown.deletionDate = record->deletionDate;
+    }
+}
+
+std::optional<std::string> stringOrNone(const std::string& text) {
+    return text.empty() ? std::nullopt : std::optional(text);
+}
+
+void Listing::writeEntry(JsonWriter& json, const ShownEntry& shown) const {
+    const ShownTrash& trash = m_trashes[shown.trash];
+    const TrashRecord record = recordOf(trash, shown.entry.name).value_or(TrashRecord());
+    json.beginObject();
+    json.key("name");
+    json.string(std::string_view(shown.entry.name));
+    json.key("url");
+    json.string(std::string_view(trash.location.trashURL.appending(shown.entry.name).toString()));
+    json.key("size");
+    json.number(shown.entry.size);
+    json.key("count");
+    json.number(shown.entry.count);
+    json.key("isDirectory");
+    json.boolean(shown.entry.isDirectory);
+    json.key("dateAdded");
+    json.stringOrNull(stringOrNone(localTimeText(record.deletionDate, 'T')));
+    json.key("originalPath");
+    json.stringOrNull(stringOrNone(record.originalPath));
+    json.key("volumePath");
+    json.string(std::string_view(trash.location.volumePath));
+    json.endObject();
+}
+
+void Listing::writeJson() const {
+    JsonWriter json(m_console.output());
+    json.beginArray();
+    for (const ShownEntry& shown : m_entries) {
+        if (m_console.output().failure() != 0) return;
+        writeEntry(json, shown);
+    }
+    json.endArray();
+}
+
+QStringList Listing::rowOf(const ShownEntry& shown) const {
+    const TrashRecord record =
+        recordOf(m_trashes[shown.trash], shown.entry.name).value_or(TrashRecord());
+    return {displayName(shown.entry.name), m_console.size(shown.entry.size),
+            m_console.number(shown.entry.count),
+            QString::fromStdString(localTimeText(record.deletionDate, ' ')),
+            displayName(record.originalPath)};
+}
+
+std::vector<Column> Listing::columns() const {
+    int nameWidth = displayWidth(m_console.text("cli_column_name"_key));
+    std::uint64_t highestCount = 0;
+    for (const ShownEntry& shown : m_entries) {
+        highestCount = std::max(highestCount, shown.entry.count);
+        if (nameWidth >= kWidestName) continue;
+        nameWidth = std::max(nameWidth, displayWidth(displayName(shown.entry.name)));
+    }
+    const int countWidth = std::max(displayWidth(m_console.text("cli_column_items"_key)),
+                                    displayWidth(m_console.number(highestCount)));
+    return {{.width = std::min(nameWidth, kWidestName)},
+            {.width = kSizeWidth, .alignsRight = true},
+            {.width = countWidth, .alignsRight = true},
+            {.width = kDateWidth},
+            {}};
+}
+
+void Listing::writeText() const {
+    if (m_entries.empty()) return m_console.output().line(m_console.text("cli_trash_is_empty"_key));
+    const std::vector<Column> widths = columns();
+    const QStringList headings{
+        m_console.text("cli_column_name"_key), m_console.text("cli_column_size"_key),
+        m_console.text("cli_column_items"_key), m_console.text("cli_column_date_added"_key),
+        m_console.text("cli_column_original_path"_key)};
+    m_console.output().line(rowText(headings, widths));
+    for (const ShownEntry& shown : m_entries) {
+        if (m_console.output().failure() != 0) return;
+        m_console.output().line(rowText(rowOf(shown), widths));
+    }
+}
+
+}  // namespace
+
+int runShow(const Arguments& arguments, QVFilesUtilities& files, Console& console) {
+    const std::optional<ChosenTrashes> chosen = chooseTrashes(arguments.operands, files, console);
+    if (!chosen) return 2;
+    Listing listing(console);
+    bool allRead = chosen->isComplete;
+    for (const TrashLocation& location : chosen->trashes) {
+        if (!listing.add(location)) allRead = false;
+    }
+    listing.sort(arguments.sort);
+    // Empty is said of what could be read only.
+    if (arguments.json) {
+        listing.writeJson();
+    } else if (allRead || !listing.isEmpty()) {
+        listing.writeText();
+    }
+    return allRead ? 0 : 1;
+}
+
+}  // namespace kestrin
