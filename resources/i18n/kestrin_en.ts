@@ -69,6 +69,14 @@
         <source></source>
         <translation>"%@" is the name of several volumes; use one of their paths: %@.</translation>
     </message>
+    <message id="cli_and_more">
+        <source></source>
+        <translation>… and %@ more</translation>
+    </message>
+    <message id="cli_bad_location">
+        <source></source>
+        <translation>"%@" is not a file location.</translation>
+    </message>
     <message id="cli_column_date_added">
         <source></source>
         <translation>Date added</translation>
@@ -105,13 +113,28 @@
         <source></source>
         <translation>A name or path is empty.</translation>
     </message>
+    <message id="cli_erased" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>Erased %@ item, %@.</numerusform>
+            <numerusform>Erased %@ items, %@.</numerusform>
+        </translation>
+    </message>
     <message id="cli_no_command">
         <source></source>
         <translation>A command is missing.</translation>
     </message>
+    <message id="cli_no_terminal">
+        <source></source>
+        <translation>There is no terminal to ask on; use --yes to erase without a confirmation.</translation>
+    </message>
     <message id="cli_no_trash">
         <source></source>
         <translation>No volume with a trash was found.</translation>
+    </message>
+    <message id="cli_nothing_erased">
+        <source></source>
+        <translation>Nothing was erased.</translation>
     </message>
     <message id="cli_option_needs_value">
         <source></source>
@@ -136,6 +159,21 @@
     <message id="cli_refused_prompt">
         <source></source>
         <translation>[s]kip, [e]rase (add "all" for all): </translation>
+    </message>
+    <message id="cli_stayed" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>%@ item stayed:</numerusform>
+            <numerusform>%@ items stayed:</numerusform>
+        </translation>
+    </message>
+    <message id="cli_still_there">
+        <source></source>
+        <translation>It is still there.</translation>
+    </message>
+    <message id="cli_stopping">
+        <source></source>
+        <translation>Stopping…</translation>
     </message>
     <message id="cli_too_few_operands">
         <source></source>
@@ -180,6 +218,13 @@
     <message id="cli_unusable_trash">
         <source></source>
         <translation>The volume %@ has no trash that can be used: %@.</translation>
+    </message>
+    <message id="cli_would_erase" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>%@ item would be erased, %@.</numerusform>
+            <numerusform>%@ items would be erased, %@.</numerusform>
+        </translation>
     </message>
     <message id="contact">
         <source></source>

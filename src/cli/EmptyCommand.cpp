@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/EmptyCommand.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/StringTable.h"
+#include "cli/Arguments.h"
+#include "cli/Console.h"
+#include "cli/DryRun.h"
+#include "cli/EraseReport.h"
+#include "cli/EraseSession.h"
+#include "cli/TrashSurvey.h"
+#include "cli/VolumeChoice.h"
+
+namespace kestrin {
+
+namespace {
+
+/// What is in the trashes at this moment.
+struct Survey {
+    std::vector<TrashLocation> trashes;  ///< those that can be read; empty means without any entry
+    std::vector<std::pair<FileUrl, HostError>> unreadable;
+    ItemsToErase items;  ///< their entries, when they were counted
+    EntrySums sums;
+};
+
+/// Each name is let go as soon as it is taken over: there may be a million.
+void addItems(Survey& survey, const FileUrl& trash, std::vector<ScannedEntry> entries) {
+    survey.sums += sumsOf(entries);
+    survey.items.reserve(survey.items.size() + entries.size());
+    for (ScannedEntry& entry : entries) {
+        const std::string name = std::move(entry.name);
+        survey.items.push_back({.url = trash.appending(name),
+                                .size = entry.size,
+                                .count = entry.count,
+                                .isDirectory = entry.isDirectory});
+    }
+}
+
+/// Whether the trash holds entries, counting them on the way when that is wanted.
+Result<bool> lookInto(const FileUrl& trash, bool counts, Survey& survey,
+                      const std::stop_token& stop) {
+    if (!counts) return trashHoldsEntries(trash);
+    Result<std::vector<ScannedEntry>> entries = entriesOfTrash(trash, stop);
+    if (!entries) return entries.error();
+    const bool holdsEntries = !entries->empty();
+    addItems(survey, trash, std::move(*entries));
+    return holdsEntries;
+}
+
+Survey surveyOf(const std::vector<TrashLocation>& trashes, bool counts,
+                const std::stop_token& stop) {
+    Survey survey;
+    for (TrashLocation location : trashes) {
+        const Result<bool> holdsEntries = lookInto(location.trashURL, counts, survey, stop);
+        if (!holdsEntries) {
+            survey.unreadable.emplace_back(location.trashURL, holdsEntries.error());
+            continue;
+        }
+        // Hidden entries count: the exit status promises that the trash is empty afterwards.
+        location.trashIsEmpty = !*holdsEntries;
+        survey.trashes.push_back(std::move(location));
+    }
+    return survey;
+}
+
+/// One run of the command.
+class EmptyRun {
+ public:
+    EmptyRun(const Arguments& arguments, const ChosenTrashes& chosen, Console& console,
+             EraseSession& session)
+        : m_arguments(arguments), m_chosen(chosen), m_console(console), m_session(session) {}
+
+    int run();
+
+ private:
+    bool survey();
+    bool holdsNothing() const;
+    EraseRequest requestForAll() const;
+    EraseRequest requestForOne() const;
+    int tidyUp();
+    int erase();
+    int status(int reported) const { return reported == 0 && !m_isComplete ? 1 : reported; }
+
+    const Arguments& m_arguments;
+    const ChosenTrashes& m_chosen;
+    Console& m_console;
+    EraseSession& m_session;
+    Survey m_survey;
+    bool m_isComplete = true;  ///< false: some trash cannot be read
+};
+
+int EmptyRun::run() {
+    if (!survey()) {
+        const EraseResult stopped{.end = EraseResult::End::Declined, .wasStopped = true};
+        return reportErase(stopped, m_arguments, m_console);
+    }
+    for (const auto& [trash, error] : m_survey.unreadable)
+        complainOfTrash(m_console, trash, error);
+    m_isComplete = m_chosen.isComplete && m_survey.unreadable.empty();
+    if (m_arguments.dryRun) {
+        // Of a trash that could not be read nobody knows whether it is empty.
+        const bool saysNothing = m_survey.items.empty() && !m_isComplete && !m_arguments.json;
+        if (!saysNothing) reportDryRun(m_survey.items, m_arguments, m_console);
+        return status(0);
+    }
+    return status(holdsNothing() ? tidyUp() : erase());
+}
+
+/// False when the user stopped it.
+bool EmptyRun::survey() {
+    const bool counts = m_arguments.dryRun || m_chosen.volumeCount == 1;
+    return m_session.runInBackground(
+        [&](const std::stop_token& stop) { m_survey = surveyOf(m_chosen.trashes, counts, stop); });
+}
+
+bool EmptyRun::holdsNothing() const {
+    return std::ranges::all_of(m_survey.trashes, &TrashLocation::trashIsEmpty);
+}
+
+EraseRequest EmptyRun::requestForAll() const {
+    EraseRequest request = requestWithOptions(m_arguments, m_console);
+    request.isAllDisks = true;
+    request.volumeArray = m_survey.trashes;
+    for (const TrashLocation& location : m_survey.trashes) {
+        request.wholeTrashes.push_back(location.trashURL);
+    }
+    return request;
+}
+
+EraseRequest EmptyRun::requestForOne() const {
+    EraseRequest request = requestForAll();
+    request.isAllDisks = false;
+    request.volumeArray.clear();
+    request.volumeName = m_survey.trashes.front().volumeName;
+    request.size = m_survey.sums.size;
+    request.count = m_survey.sums.count;
+    return request;
+}
+
+/// Nothing to ask about and nothing to log; the engine still removes records without data.
+int EmptyRun::tidyUp() {
+    EraseRequest request = requestForAll();
+    request.confirmed = true;
+    request.askAlways = false;
+    request.writesLog = false;
+    const EraseResult result = m_session.erase(request, nullptr);
+    if (m_arguments.json || result.wasStopped || result.end != EraseResult::End::Finished) {
+        return reportErase(result, m_arguments, m_console);
+    }
+    if (m_isComplete && !m_arguments.quiet) {
+        m_console.output().line(m_console.text("cli_trash_is_empty"_key));
+    }
+    return 0;
+}
+
+int EmptyRun::erase() {
+    const bool isOne = m_chosen.volumeCount == 1;
+    const auto items = isOne ? std::make_shared<const ItemsToErase>(std::move(m_survey.items))
+                             : SharedItemsToErase();
+    EraseResult result = m_session.erase(isOne ? requestForOne() : requestForAll(), items);
+    const SharedItemsToErase asked = isOne ? items : result.itemsToErase;
+    if (asked) addWhatIsStillThere(result, *asked, m_console);
+    return reportErase(result, m_arguments, m_console);
+}
+
+}  // namespace
+
+int runEmpty(const Arguments& arguments, QVFilesUtilities& files, Console& console,
+             const SessionMaker& makeSession) {
+    const std::optional<ChosenTrashes> chosen = chooseTrashes(arguments.operands, files, console);
+    if (!chosen || !mayBegin(arguments, console)) return kStatusUsageError;
+    return EmptyRun(arguments, *chosen, console, makeSession()).run();
+}
+
+}  // namespace kestrin

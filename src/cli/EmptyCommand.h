@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// "kestrin empty": all trashes, or those of the volumes named.
+#pragma once
+
+#include "cli/EraseOptions.h"
+
+namespace kestrin {
+
+class QVFilesUtilities;
+
+/// Returns the exit status.
+int runEmpty(const Arguments& arguments, QVFilesUtilities& files, Console& console,
+             const SessionMaker& makeSession);
+
+}  // namespace kestrin

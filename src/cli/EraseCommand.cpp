@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/EraseCommand.h"
+
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/StringTable.h"
+#include "cli/Arguments.h"
+#include "cli/Console.h"
+#include "cli/DryRun.h"
+#include "cli/EraseReport.h"
+#include "cli/EraseSession.h"
+#include "cli/Paths.h"
+#include "cli/TrashSurvey.h"
+#include "erase/DisplayName.h"
+#include "platform/TrashFolders.h"
+
+namespace kestrin {
+
+namespace {
+
+/// The entry of a trash that an operand names; none after a complaint.
+std::optional<FileUrl> entryNamed(const std::string& operand, Console& console) {
+    const std::optional<FileUrl> location = locationOfOperand(operand);
+    if (!location) {
+        console.complain(console.text("cli_bad_location"_key, {displayName(operand)}));
+        return std::nullopt;
+    }
+    const Result<TrashFolder> folder = trashFolderOfEntry(*location);
+    if (!folder) {
+        const std::string reason = folder.error().localizedDescription();
+        console.complain(displayName(std::string_view(reason)));
+        return std::nullopt;
+    }
+    return folder->files.appending(location->lastPathComponent());
+}
+
+/// All entries named, each once; none after a complaint for each operand that is refused.
+std::optional<std::vector<FileUrl>> entriesNamed(const std::vector<std::string>& operands,
+                                                 Console& console) {
+    std::vector<FileUrl> entries;
+    std::set<FileUrl> known;
+    bool allAccepted = true;
+    for (const std::string& operand : operands) {
+        const std::optional<FileUrl> entry = entryNamed(operand, console);
+        if (!entry) {
+            allAccepted = false;
+        } else if (known.insert(*entry).second) {
+            entries.push_back(*entry);
+        }
+    }
+    if (!allAccepted) return std::nullopt;
+    return entries;
+}
+
+ItemsToErase itemsOf(const std::vector<FileUrl>& entries, const std::stop_token& stop) {
+    ItemsToErase items;
+    for (const FileUrl& entry : entries) {
+        const EntrySums sums = sumsOfEntry(entry, stop);
+        items.push_back({.url = entry, .size = sums.size, .count = sums.count});
+    }
+    return items;
+}
+
+EraseRequest requestFor(const SharedItemsToErase& items, const Arguments& arguments,
+                        const Console& console) {
+    EraseRequest request = requestWithOptions(arguments, console);
+    request.isSmartErase = true;
+    for (const QVItemToErase& item : *items) {
+        request.size += item.size;
+        request.count += item.count;
+    }
+    request.itemsDict.set(EraseNotification::kItemsToErase, items);
+    return request;
+}
+
+int eraseEntries(const std::vector<FileUrl>& entries, const Arguments& arguments, Console& console,
+                 EraseSession& session) {
+    SharedItemsToErase items;
+    const bool wentOn = session.runInBackground([&](const std::stop_token& stop) {
+        items = std::make_shared<const ItemsToErase>(itemsOf(entries, stop));
+    });
+    if (!wentOn) {
+        const EraseResult stopped{.end = EraseResult::End::Declined, .wasStopped = true};
+        return reportErase(stopped, arguments, console);
+    }
+    if (arguments.dryRun) {
+        reportDryRun(*items, arguments, console);
+        return 0;
+    }
+    EraseResult result = session.erase(requestFor(items, arguments, console), items);
+    addWhatIsStillThere(result, *items, console);
+    return reportErase(result, arguments, console);
+}
+
+}  // namespace
+
+int runErase(const Arguments& arguments, Console& console, const SessionMaker& makeSession) {
+    const auto entries = entriesNamed(arguments.operands, console);
+    if (!entries || !mayBegin(arguments, console)) return kStatusUsageError;
+    return eraseEntries(*entries, arguments, console, makeSession());
+}
+
+}  // namespace kestrin

@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/EraseReport.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "base/StringTable.h"
+#include "cli/Arguments.h"
+#include "cli/Console.h"
+#include "cli/JsonWriter.h"
+#include "erase/DisplayName.h"
+#include "platform/ItemAttributes.h"
+
+namespace kestrin {
+
+namespace {
+
+/// More than these are counted only; JSON has them all.
+constexpr std::size_t kMostNamed = 20;
+
+bool isGone(const FileUrl& item) {
+    const Result<ItemAttributes> attributes = itemAttributes(item);
+    if (attributes) return false;
+    const int error = attributes.error().systemError;
+    return error == ENOENT || error == ENOTDIR;
+}
+
+/// Whether one of `paths` is `item` or lies below it.
+bool isAccountedFor(const FileUrl& item, const std::set<std::string>& paths) {
+    if (paths.contains(item.path())) return true;
+    const std::string below = item.path() + '/';
+    const auto next = paths.lower_bound(below);
+    return next != paths.end() && next->starts_with(below);
+}
+
+std::string_view reasonName(StayReason reason) {
+    switch (reason) {
+        case StayReason::Locked:
+            return "locked";
+        case StayReason::Forbidden:
+            return "forbidden";
+        case StayReason::Busy:
+            return "busy";
+        case StayReason::MountPoint:
+            return "mount-point";
+        case StayReason::ReadOnly:
+            return "read-only";
+        case StayReason::Error:
+            break;
+    }
+    return "error";
+}
+
+void writeStayed(JsonWriter& json, const StayedEntry& entry) {
+    json.beginObject();
+    json.key("url");
+    json.string(std::string_view(entry.url.toString()));
+    json.key("reason");
+    json.string(reasonName(entry.reason));
+    json.key("message");
+    json.string(entry.message);
+    if (entry.skipped) {
+        json.key("skipped");
+        json.boolean(true);
+    }
+    json.endObject();
+}
+
+void nameStayed(const std::vector<StayedEntry>& stayed, Console& console) {
+    Terminal& terminal = console.terminal();
+    const auto count = static_cast<long long>(stayed.size());
+    terminal.message(console.text("cli_stayed"_key, {console.number(stayed.size())}, count));
+    const std::size_t named = std::min(stayed.size(), kMostNamed);
+    for (std::size_t index = 0; index < named; ++index) {
+        terminal.message(QStringLiteral("  ") + displayName(stayed[index].url.path()) +
+                         QStringLiteral(": ") + displayName(stayed[index].message));
+    }
+    if (named < stayed.size()) {
+        terminal.message(QStringLiteral("  ") +
+                         console.text("cli_and_more"_key, {console.number(stayed.size() - named)}));
+    }
+}
+
+QString summary(const EraseResult& result, const Console& console) {
+    if (result.erasedCount == 0) return console.text("cli_nothing_erased"_key);
+    return console.text("cli_erased"_key,
+                        {console.number(result.erasedCount), console.size(result.erasedSize)},
+                        static_cast<long long>(result.erasedCount));
+}
+
+int exitStatus(const EraseResult& result) {
+    if (result.end == EraseResult::End::Declined || result.wasStopped) return kStatusStopped;
+    const bool isAllGone = result.end == EraseResult::End::Finished && result.stayed.empty();
+    return isAllGone ? 0 : 1;
+}
+
+}  // namespace
+
+void addWhatIsStillThere(EraseResult& result, const ItemsToErase& items, const Console& console) {
+    // A stopped erase left the rest on purpose, and one that never began left all.
+    if (result.wasStopped || result.end != EraseResult::End::Finished) return;
+    std::set<std::string> paths;
+    for (const StayedEntry& entry : result.stayed)
+        paths.insert(entry.url.path());
+    for (const QVItemToErase& item : items) {
+        if (isGone(item.url) || isAccountedFor(item.url, paths)) continue;
+        result.stayed.push_back({.url = item.url,
+                                 .reason = StayReason::Error,
+                                 .message = console.text("cli_still_there"_key)});
+    }
+}
+
+void writeEraseJson(const EraseResult& result, bool isDryRun, Console& console) {
+    JsonWriter json(console.output());
+    json.beginObject();
+    json.key("erasedCount");
+    json.number(result.erasedCount);
+    json.key("erasedSize");
+    json.number(result.erasedSize);
+    json.key("wasStoppedByUser");
+    json.boolean(result.wasStopped);
+    json.key("dryRun");
+    json.boolean(isDryRun);
+    json.key("notErased");
+    json.beginArray();
+    for (const StayedEntry& entry : result.stayed)
+        writeStayed(json, entry);
+    json.endArray();
+    json.endObject();
+}
+
+int reportErase(const EraseResult& result, const Arguments& arguments, Console& console) {
+    const int status = exitStatus(result);
+    if (!result.startProblem.isEmpty()) console.complain(displayName(result.startProblem));
+    if (!result.logProblem.isEmpty()) console.complain(displayName(result.logProblem));
+    if (arguments.json) {
+        writeEraseJson(result, false, console);
+    } else if (!arguments.quiet) {
+        console.output().line(summary(result, console));
+        console.output().flush();
+    }
+    if (!result.stayed.empty()) nameStayed(result.stayed, console);
+    return status;
+}
+
+}  // namespace kestrin

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What an erase says at its end, as text or JSON, and its exit status.
+#pragma once
+
+#include <vector>
+
+#include "cli/EraseSession.h"
+
+namespace kestrin {
+
+struct Arguments;
+class Console;
+
+/// Asks the disk whether each of `items` is really gone, and adds those that are not and that no
+/// entry of `result.stayed` accounts for. Nothing for an erase that did not run to its end.
+void addWhatIsStillThere(EraseResult& result, const ItemsToErase& items, const Console& console);
+
+/// Prints the end of an erase. Returns the exit status: 0 when nothing stayed, 1 when something did
+/// or the erase could not begin, 3 when it was declined or stopped.
+int reportErase(const EraseResult& result, const Arguments& arguments, Console& console);
+
+/// The object that "empty" and "erase" print with --json.
+void writeEraseJson(const EraseResult& result, bool isDryRun, Console& console);
+
+}  // namespace kestrin

@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/EraseSession.h"
+
+#include <thread>
+
+#include "base/MainThread.h"
+#include "base/StringTable.h"
+#include "base/UserDefaults.h"
+#include "cli/Console.h"
+#include "cli/TerminalAlertPanel.h"
+#include "cli/TerminalProgressView.h"
+#include "format/QVDateUtilities.h"
+#include "format/QVNumberUtilities.h"
+#include "inventory/QVKestrinFileUtilities.h"
+
+namespace kestrin {
+
+namespace {
+
+UserDefaults& registeredDefaults() {
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    defaults.registerDefaults(defaultSettings());
+    return defaults;
+}
+
+}  // namespace
+
+EraseSession::EraseSession(Console& console, bool showsProgress)
+    : m_console(console),
+      m_showsProgress(showsProgress),
+      m_presenter([&console] { return std::make_unique<TerminalAlertPanel>(console); },
+                  StringTable::sharedControl(), registeredDefaults()),
+      m_signals([this] { stop(); }) {}
+
+bool EraseSession::runInBackground(const std::function<void(std::stop_token)>& work) {
+    bool isDone = false;
+    const std::jthread worker([&] {
+        work(m_backgroundStop.get_token());
+        MainThread::post([&] {
+            isDone = true;
+            m_loop.quit();
+        });
+    });
+    waitUntil([&] { return isDone; });
+    return !m_wasStopped;
+}
+
+EraseServices EraseSession::services() {
+    // Stop comes by signal, not by a button of the view.
+    const auto makeView = [this](const std::function<void()>&) {
+        return std::make_unique<TerminalProgressView>(
+            m_console, [this] { return bytesErased(); }, m_showsProgress);
+    };
+    return {.files = QVFilesUtilities::sharedControl(),
+            .trash = QVKestrinFileUtilities::sharedControl(),
+            .numbers = QVNumberUtilities::sharedControl(),
+            .dates = QVDateUtilities::sharedControl(),
+            .presenter = m_presenter,
+            .defaults = UserDefaults::standardUserDefaults(),
+            .center = NotificationCenter::defaultCenter(),
+            .texts = StringTable::sharedControl(),
+            .makeProgressView = makeView,
+            .helper = HelperAccess()};
+}
+
+std::uint64_t EraseSession::bytesErased() const {
+    return m_engine->totSizeDeleted();
+}
+
+EraseResult EraseSession::erase(const EraseRequest& request, const SharedItemsToErase& items) {
+    const Observation end = observeEnd();
+    const Observation response = observeResponse();
+    m_engine = QVDeleteItems::create(services());
+    if (!isConfirmed(request) || m_wasStopped) {
+        return {.end = EraseResult::End::Declined, .wasStopped = m_wasStopped};
+    }
+    m_isErasing = true;
+    if (!m_engine->proceedToErase(items)) {
+        return {.end = EraseResult::End::NotStarted, .startProblem = m_engine->startProblem()};
+    }
+    waitUntil([this] { return m_hasEnded; });
+    return finished();
+}
+
+Observation EraseSession::observeEnd() {
+    return NotificationCenter::defaultCenter().observe(EraseNotification::kStopWorking,
+                                                       [this](const Notification&) {
+                                                           m_hasEnded = true;
+                                                           m_loop.quit();
+                                                       });
+}
+
+/// The answer to a smart erase is told on a background thread.
+Observation EraseSession::observeResponse() {
+    return NotificationCenter::defaultCenter().observe(
+        EraseNotification::kWaitForResponse, [this](const Notification& notification) {
+            const bool canContinue =
+                notification.userInfo.value<bool>(EraseNotification::kCanContinue);
+            MainThread::post([this, canContinue] {
+                m_canContinue = canContinue;
+                m_loop.quit();
+            });
+        });
+}
+
+bool EraseSession::isConfirmed(const EraseRequest& request) {
+    const bool goesOn = m_engine->askToContinue(request);
+    if (!request.isSmartErase) return goesOn;
+    waitUntil([this] { return m_canContinue.has_value(); });
+    return *m_canContinue;
+}
+
+void EraseSession::waitUntil(const std::function<bool()>& isTrue) {
+    while (!isTrue())
+        m_loop.exec();
+}
+
+EraseResult EraseSession::finished() const {
+    return {.end = EraseResult::End::Finished,
+            .wasStopped = m_engine->isStoppedByUser(),
+            .erasedCount = m_engine->totItemsDeleted(),
+            .erasedSize = m_engine->totSizeDeleted(),
+            .stayed = m_engine->stayedEntries(),
+            .itemsToErase = m_engine->itemsToErase(),
+            .startProblem = {},
+            .logProblem = m_engine->logProblem()};
+}
+
+void EraseSession::stop() {
+    m_wasStopped = true;
+    m_backgroundStop.request_stop();
+    // The engine has posted its own stop by then: it must hear of it before an open question ends.
+    if (m_engine) m_engine->stop();
+    MainThread::post([this] {
+        m_console.terminal().cancelQuestion();
+        if (m_isErasing && m_console.terminal().hasStatusLine()) {
+            m_console.terminal().message(m_console.text("cli_stopping"_key));
+        }
+    });
+}
+
+}  // namespace kestrin
