@@ -120,6 +120,150 @@
             <numerusform>Erased %@ items, %@.</numerusform>
         </translation>
     </message>
+    <message id="cli_help">
+        <source></source>
+        <translation>Usage: kestrin COMMAND [OPTION…]
+
+Find, count and erase the trash of every mounted volume.
+
+Commands:
+  list            show every trash with its items and bytes
+  show [VOLUME]   show what is in one trash or in all
+  empty [VOLUME…] empty all trashes, or those of the named volumes
+  erase PATH…     erase only these entries of a trash
+  help [COMMAND]  explain a command
+
+Options:
+  -h, --help      print this page; after a command, the command's page
+  --version       print the version
+
+Exit status:
+  0  done; all that was to be erased is gone
+  1  something stayed, or could not be read or written
+  2  usage error; or no terminal to ask on and no --yes
+  3  declined or stopped
+
+Erasing is for good: what is erased cannot be brought back.</translation>
+    </message>
+    <message id="cli_help_empty">
+        <source></source>
+        <translation>Usage: kestrin empty [VOLUME…] [OPTION…]
+
+Empty all trashes, or those of the named volumes, for good.
+
+VOLUME is the path of a volume, or its name when only one has that name.
+
+Options:
+  --yes              do not ask for confirmation
+  --dry-run          list what would go, change nothing
+  --locked=WHAT      what to do with locked items: ask, skip or erase
+  --forbidden=WHAT   the same for items that you may not remove
+  --no-log           write no log
+  --quiet            no progress, and no summary when all went well
+  --json             print one object with "erasedCount", "erasedSize",
+                     "wasStoppedByUser", "dryRun" and "notErased"
+  -h, --help         print this page
+
+WHAT is "ask" unless given; without a terminal that means "skip".
+Ctrl-C stops at the next item, a second Ctrl-C at once.
+
+Exit status:
+  0  the trashes are empty
+  1  something stayed
+  2  usage error; or no terminal to ask on and no --yes
+  3  declined or stopped
+
+Examples:
+  kestrin empty --dry-run
+  kestrin empty Backup --yes --locked=skip</translation>
+    </message>
+    <message id="cli_help_erase">
+        <source></source>
+        <translation>Usage: kestrin erase PATH… [OPTION…]
+
+Erase only these entries of a trash, for good. Each must lie directly inside
+a trash folder of yours; otherwise nothing at all is touched.
+
+PATH is a path, or a location as "kestrin show --json" prints it.
+
+Options:
+  --yes              do not ask for confirmation
+  --dry-run          list what would go, change nothing
+  --locked=WHAT      what to do with locked items: ask, skip or erase
+  --forbidden=WHAT   the same for items that you may not remove
+  --no-log           write no log
+  --quiet            no progress, and no summary when all went well
+  --json             print one object with "erasedCount", "erasedSize",
+                     "wasStoppedByUser", "dryRun" and "notErased"
+  -h, --help         print this page
+  --                 what follows are paths, even with a hyphen in front
+
+WHAT is "ask" unless given; without a terminal that means "skip".
+Ctrl-C stops at the next item, a second Ctrl-C at once.
+
+Exit status:
+  0  all of these entries are gone
+  1  something stayed
+  2  usage error, such as a path outside a trash; or no terminal to ask on
+     and no --yes
+  3  declined or stopped
+
+Examples:
+  kestrin erase ~/.local/share/Trash/files/old.iso
+  kestrin erase --yes file:///media/backup/.Trash-1000/files/a%0Ab</translation>
+    </message>
+    <message id="cli_help_hint">
+        <source></source>
+        <translation>See "%@".</translation>
+    </message>
+    <message id="cli_help_list">
+        <source></source>
+        <translation>Usage: kestrin list [--json]
+
+Show every trash: volume name, volume path, items at every depth, bytes.
+The last line holds the totals. Changes nothing on disk.
+
+Options:
+  --json      print an array of objects with "volumeName", "volumePath",
+              "trashURL", "trashIsEmpty", "size" and "count"
+  -h, --help  print this page
+
+A trash that holds nothing but hidden items counts as empty in
+"trashIsEmpty"; "size" and "count" tell what it holds.
+
+Exit status:
+  0  done
+  1  a trash could not be read
+  2  usage error</translation>
+    </message>
+    <message id="cli_help_show">
+        <source></source>
+        <translation>Usage: kestrin show [VOLUME] [--sort name|size|date] [--json]
+
+Show the entries of one trash or of all: name, size, items that go with
+it, date added, original path. Changes nothing on disk.
+
+VOLUME is the path of a volume, or its name when only one has that name.
+
+Options:
+  --sort=name  by name; this is the default
+  --sort=size  largest first
+  --sort=date  newest first, entries without a date last
+  --json       print an array of objects with "name", "url", "size", "count",
+               "isDirectory", "dateAdded", "originalPath" and "volumePath"
+  -h, --help   print this page
+
+The "url" holds the exact bytes of a name, and "kestrin erase" takes it.
+
+Exit status:
+  0  done
+  1  a trash could not be read
+  2  usage error, such as an unknown volume
+
+Examples:
+  kestrin show --sort=size
+  kestrin show /media/backup --json</translation>
+    </message>
     <message id="cli_no_command">
         <source></source>
         <translation>A command is missing.</translation>
@@ -143,6 +287,10 @@
     <message id="cli_option_takes_no_value">
         <source></source>
         <translation>The option "%@" takes no value.</translation>
+    </message>
+    <message id="cli_output_failed">
+        <source></source>
+        <translation>The output could not be written: %@.</translation>
     </message>
     <message id="cli_progress_count">
         <source></source>
