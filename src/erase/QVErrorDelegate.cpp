@@ -8,6 +8,7 @@
 #include "base/MainThread.h"
 #include "base/UserDefaults.h"
 #include "erase/DisplayName.h"
+#include "format/QVInterfaceUtilities.h"
 
 namespace kestrin {
 namespace {
@@ -188,7 +189,7 @@ int QVErrorDelegate::askToTheUserWithViewAndDict(const QuestionInfo& question) {
 // --- Helpers ---
 
 QString QVErrorDelegate::replaceContentOfString(const QString& content, const QStringList& names) {
-    return StringTable::filled(content, names);
+    return QVInterfaceUtilities::sharedControl().replaceContentOfString(content, names);
 }
 
 std::unique_ptr<AlertPanel> QVErrorDelegate::alertPanel() {

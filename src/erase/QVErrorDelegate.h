@@ -124,8 +124,8 @@ class QVErrorDelegate {
 
     // --- Helpers ---
 
-    /// Puts each name in the place of the next "%@". Names that find none are dropped, placeholders
-    /// left over stay; a "%" in a name means nothing.
+    /// Puts each name in the place of the first "%@" of the text so far, also of one that came in
+    /// with a name. Names that find none are dropped, placeholders left over stay.
     static QString replaceContentOfString(const QString& content, const QStringList& names);
     /// A new panel, made on the main thread; also what QVAlert can be given as its factory.
     /// nullptr when it cannot be made. Whoever takes it lets it go on the main thread.

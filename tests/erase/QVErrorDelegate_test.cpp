@@ -74,8 +74,9 @@ TEST_F(QVErrorDelegateTest, HostileNamesAreShownHarmlessAndShort) {
 TEST_F(QVErrorDelegateTest, NamesFillThePlaceholdersInOrder) {
     const auto replaced = &QVErrorDelegate::replaceContentOfString;
     const QStringList two{QStringLiteral("50%@"), QStringLiteral("b")};
-    EXPECT_EQ(replaced(QStringLiteral("<%@>"), two), QStringLiteral("<50%@>"));
-    EXPECT_EQ(replaced(QStringLiteral("%@ %@ %@"), two), QStringLiteral("50%@ b %@"));
+    EXPECT_EQ(replaced(QStringLiteral("<%@>"), {QStringLiteral("50%"), QStringLiteral("b")}),
+              QStringLiteral("<50%>"));
+    EXPECT_EQ(replaced(QStringLiteral("%@ %@ %@"), two), QStringLiteral("50b %@ %@"));
     EXPECT_EQ(replaced(QStringLiteral("%@ %d"), {}), QStringLiteral("%@ %d"));
 }
 
