@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The program's pictures: the theme's where it has them, own SVG drawings (resources/icons) else.
+// Main thread; needs a QGuiApplication.
+#pragma once
+
+#include <QColor>
+#include <QIcon>
+
+class QByteArray;
+class QString;
+
+namespace kestrin {
+
+/// The bin of the status area, filled when `isFull`. A one-colour drawing, light where the panel
+/// behind it is dark. The theme's "user-trash-symbolic" and "user-trash-full-symbolic" when it has
+/// both, else the own pair. Sharp at every size and scale. name() is the theme's name, by which a
+/// host that draws icons itself finds its own colour; empty for the own drawing.
+QIcon trashIcon(bool isFull, bool isDark);
+
+/// The same in the colour that a panel says it writes in.
+QIcon trashIcon(bool isFull, const QColor& foreground);
+
+/// An icon that shows the shape of `svg` in `foreground` and answers `name` to name().
+QIcon symbolicIcon(const QByteArray& svg, const QColor& foreground, const QString& name);
+
+/// The program itself: windows, notifications.
+QIcon applicationIcon();
+
+enum class DiskKind { Internal, Removable, Network };
+/// A volume in colours, for rows and lists.
+QIcon diskIcon(DiskKind kind);
+
+}  // namespace kestrin
