@@ -59,7 +59,7 @@
     </message>
     <message id="byte">
         <source></source>
-        <translation> bytes</translation>
+        <translation> B</translation>
     </message>
     <message id="cancel_btn">
         <source></source>
@@ -476,7 +476,7 @@ Examples:
     </message>
     <message id="items_erased">
         <source></source>
-        <translation>Erased: %@&#10;%@ %@&#10;</translation>
+        <translation>%@ erased. %@ %@&#10;</translation>
     </message>
     <message id="items_size" numerus="yes">
         <source></source>

@@ -21,6 +21,11 @@ QImage filled(QSize size, QColor color) {
 
 class ImagesTest : public ::testing::Test {
  protected:
+    /// Of the machine's data folders only the kinds of files are there, no icons.
+    void SetUp() override {
+        makeFolder(scratch / "machine");
+        ASSERT_EQ(symlink("/usr/share/mime", (scratch / "machine/mime").c_str()), 0);
+    }
     void addThemeIcon(const std::string& name, QColor color) {
         const std::string theme = scratch / "data/icons/hicolor";
         writeFile(theme + "/index.theme",
@@ -49,7 +54,7 @@ class ImagesTest : public ::testing::Test {
 
     ScratchFolder scratch;
     ScopedVariable dataHome{"XDG_DATA_HOME", scratch / "data"};
-    ScopedVariable dataFolders{"XDG_DATA_DIRS", scratch / "none"};
+    ScopedVariable dataFolders{"XDG_DATA_DIRS", scratch / "machine"};
     QVFilesUtilities utilities;
 };
 
