@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace kestrin {
 
@@ -16,9 +17,17 @@ inline constexpr int kAlertFirstButton = 1000;
 inline constexpr int kAlertSecondButton = 1001;
 inline constexpr int kAlertThirdButton = 1002;
 
-/// Names a window that sheets may be attached to, without knowing what a window is. The implementation
-/// of the panel knows: a widget, or nothing at all in a terminal.
+/// Names a window that sheets may be attached to, without knowing what a window is. The
+/// implementation of the panel knows: a widget, or nothing at all in a terminal.
 using WindowHandle = void*;
+
+/// One row of the list that an alert can unfold.
+struct AlertDetail {
+    QString name;      ///< fit to be read
+    QString fullName;  ///< the whole path, fit to be read; may be empty
+    QString reason;    ///< why it is in the list
+    QString help;      ///< what the user can do about it; may be empty
+};
 
 /// What an alert says and offers.
 struct AlertModel {
@@ -35,12 +44,13 @@ struct AlertModel {
     /// reserved) and is not drawn; when all are empty the panel offers its one default button.
     std::array<QString, 3> buttons;
     std::optional<QString> suppressionTitle;  ///< with a value: a check box of that title
-    bool hasSizeLine = false;  ///< the confirmation's accessory line: spinner and text
+    bool hasSizeLine = false;          ///< the confirmation's accessory line: spinner and text
+    std::vector<AlertDetail> details;  ///< with rows: a list that the user can unfold
 };
 
 /// One alert on its way to the user.
 class AlertPanel {
-   public:
+ public:
     virtual ~AlertPanel() = default;
 
     /// Shows the alert and returns the result when the user has answered; other calls on the main

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The window of one alert. It shows a model and tells which button ended it. Main thread only.
+#pragma once
+
+#include <QDialog>
+#include <QElapsedTimer>
+#include <array>
+#include <optional>
+
+#include "erase/AlertPanel.h"
+
+class QAbstractButton;
+class QBoxLayout;
+class QCheckBox;
+class QDialogButtonBox;
+class QLabel;
+class QTreeView;
+
+namespace kestrin {
+
+class SizeLineView;
+class StringTable;
+
+/// Icon, bold title, text, size line, list that unfolds, check box, buttons: those of them that the
+/// model has. Object names: "title", "text", "size_line", "details_button", "details",
+/// "suppression", "button_1" to "button_3".
+///
+/// Escape and closing mean the button of `dismissResult`; where the model has no harmless answer
+/// the user has to choose one. A button that destroys is marked; where there is one, Return, Enter
+/// and Space do nothing in the first half second, nor does a key that is held down since before.
+class AlertDialog : public QDialog {
+    Q_OBJECT
+
+ public:
+    AlertDialog(const AlertModel& model, const StringTable& texts);
+
+    bool suppressionIsOn() const;
+    /// Nothing without a size line.
+    void setSizeLine(const QString& text, bool spinning);
+    /// Puts the window in front of the others and begins the half second.
+    void bringToFront();
+
+    /// Ends the alert as Escape does; with the first button where Escape may not end it.
+    void reject() override;
+
+ protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+ private:
+    QWidget* makeIcon();
+    QWidget* makeTitle();
+    QWidget* makeText();
+    QWidget* makeDetails();
+    QWidget* makeDetailsButton();
+    QWidget* makeButtons();
+    void addButton(int index, const QString& title);
+    void markDestructive();
+    bool isStray(const QKeyEvent& event) const;
+    void showDetails(bool show);
+
+    const AlertModel m_model;
+    const StringTable& m_texts;
+    QElapsedTimer m_shown;
+    QLabel* m_title = nullptr;
+    SizeLineView* m_sizeLine = nullptr;
+    QTreeView* m_details = nullptr;
+    QCheckBox* m_suppression = nullptr;
+    QDialogButtonBox* m_buttonBox = nullptr;
+    QAbstractButton* m_destructive = nullptr;
+};
+
+/// The button that Escape and closing stand for: of the only button, of a confirmation the second
+/// (Cancel), of a question about an entry the first (Skip). None: the user has to choose, since no
+/// answer is known to be harmless.
+std::optional<int> dismissResult(const AlertModel& model);
+/// The button that destroys something: of a confirmation the first, of a question about an entry
+/// the second. None in other alerts.
+std::optional<int> destructiveResult(const AlertModel& model);
+
+}  // namespace kestrin

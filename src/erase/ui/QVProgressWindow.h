@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The window of an erase in progress. Main thread only.
+#pragma once
+
+#include <QWidget>
+#include <functional>
+
+class QLabel;
+class QPushButton;
+
+namespace kestrin {
+
+class AnimatedProgressBar;
+class ElidedLabel;
+class StringTable;
+
+/// Main line, info line, bar, "Items: x of y", "Size: …" and Stop; 420 points wide, wider where the
+/// figures need it. It is moved by its background, and no field of it has the focus at first. The
+/// window knows no end of its own: closing it and Escape are Stop, and it stays until its owner
+/// closes it. Object names: "main_line", "info_line", "bar", "count_label", "count", "size_label",
+/// "size", "stop".
+class QVProgressWindow : public QWidget {
+    Q_OBJECT
+
+ public:
+    /// `stop` is called once, when Stop is pressed for the first time. `texts` must outlive the
+    /// window.
+    QVProgressWindow(const StringTable& texts, std::function<void()> stop);
+
+    AnimatedProgressBar& bar() { return *m_bar; }
+    /// Ignored after Stop: the line goes on saying that the erase is stopping.
+    void setMainText(const QString& text);
+    QString mainText() const;
+    void setInfoText(const QString& text);
+    void setCountText(const QString& text);
+    void setSizeText(const QString& text);
+    void hideInfoSizeFields(bool hide);
+    /// Presses Stop; further calls do nothing.
+    void stop();
+    /// Shows the window, on `parent` and window-modal to it, or alone when nullptr. It may outlive
+    /// the parent.
+    void showOn(QWidget* parent);
+
+ protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+
+ private:
+    QWidget* makeFigures();
+    void showMainText(const QString& text);
+
+    const StringTable& m_texts;
+    std::function<void()> m_stop;
+    ElidedLabel* m_mainLine;
+    ElidedLabel* m_infoLine;
+    AnimatedProgressBar* m_bar;
+    QLabel* m_countLabel = nullptr;
+    QLabel* m_count = nullptr;
+    QLabel* m_sizeLabel = nullptr;
+    QLabel* m_size = nullptr;
+    QPushButton* m_stopButton = nullptr;
+    bool m_wasStopped = false;
+};
+
+}  // namespace kestrin

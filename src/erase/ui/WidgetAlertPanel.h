@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Alerts as windows. Main thread only.
+#pragma once
+
+#include <memory>
+
+#include "erase/AlertPanel.h"
+
+namespace kestrin {
+
+class AlertDialog;
+class StringTable;
+
+/// A window handle of this panel is a QWidget*.
+class WidgetAlertPanel : public AlertPanel {
+ public:
+    /// `texts` must outlive the panel.
+    explicit WidgetAlertPanel(const StringTable& texts);
+    /// Closes an open sheet without an answer.
+    ~WidgetAlertPanel() override;
+
+    /// Runs the nested event loop. When the program ends meanwhile, the alert counts as dismissed.
+    int runModal(const AlertModel& model) override;
+    /// Window-modal on the window of `parent`. When that window goes, the alert counts as
+    /// dismissed. `answered` may let this panel go.
+    void beginSheet(const AlertModel& model, WindowHandle parent,
+                    std::function<void(int)> answered) override;
+    bool suppressionIsOn() const override;
+    void setSizeLine(const QString& text, bool spinning) override;
+
+ private:
+    AlertDialog& makeDialog(const AlertModel& model);
+
+    const StringTable& m_texts;
+    QString m_sizeLine;
+    bool m_isSpinning = false;
+    std::unique_ptr<AlertDialog> m_dialog;
+};
+
+}  // namespace kestrin
