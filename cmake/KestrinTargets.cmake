@@ -48,5 +48,13 @@ function(kestrin_test name)
         list(APPEND properties LABELS "${TEST_LABELS}")
     endif()
     # CTest itself takes "[  SKIPPED ]" for a skipped case.
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES ${properties})
+endfunction()
+
+# kestrin_widget_test(NAME SOURCES file... LINKS target... [LABELS label...]): the same for a program
+# that shows windows, on a screen that nobody sees (tests/support/TestMainWidgets.cpp).
+function(kestrin_widget_test name)
+    cmake_parse_arguments(TEST "" "" "SOURCES;LINKS;LABELS" ${ARGN})
+    kestrin_test(${name} SOURCES ${TEST_SOURCES} LABELS ${TEST_LABELS}
+        LINKS kestrin_widget_test_support ${TEST_LINKS})
 endfunction()

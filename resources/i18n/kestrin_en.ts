@@ -365,7 +365,7 @@ Examples:
     </message>
     <message id="cli_unusable_trash">
         <source></source>
-        <translation>The volume %@ has no trash that can be used: %@.</translation>
+        <translation>%@: the trash of this volume cannot be used: %@</translation>
     </message>
     <message id="cli_would_erase" numerus="yes">
         <source></source>
@@ -513,9 +513,25 @@ Examples:
         <source></source>
         <translation>The progress of the erase can’t be shown, so nothing was erased.</translation>
     </message>
+    <message id="ok_btn">
+        <source></source>
+        <translation>OK</translation>
+    </message>
     <message id="open_log_file_error">
         <source></source>
         <translation>The log file can’t be opened, so nothing was erased. Make room for the log or allow Kestrin to write to its log folder, or turn the log off in the preferences.</translation>
+    </message>
+    <message id="progress_count">
+        <source></source>
+        <translation>%@ of %@</translation>
+    </message>
+    <message id="progress_items">
+        <source></source>
+        <translation>Items:</translation>
+    </message>
+    <message id="progress_size">
+        <source></source>
+        <translation>Size:</translation>
     </message>
     <message id="selected_items_log_name">
         <source></source>
@@ -565,6 +581,10 @@ Examples:
         <source></source>
         <translation>it is in use</translation>
     </message>
+    <message id="stayed_details">
+        <source></source>
+        <translation>What stayed</translation>
+    </message>
     <message id="stayed_error">
         <source></source>
         <translation>it could not be erased</translation>
@@ -572,6 +592,10 @@ Examples:
     <message id="stayed_forbidden">
         <source></source>
         <translation>you have no permission to erase it</translation>
+    </message>
+    <message id="stayed_help">
+        <source></source>
+        <translation>What would help</translation>
     </message>
     <message id="stayed_locked">
         <source></source>
@@ -581,9 +605,21 @@ Examples:
         <source></source>
         <translation>another volume is mounted in it; unmount that first</translation>
     </message>
+    <message id="stayed_name">
+        <source></source>
+        <translation>Name</translation>
+    </message>
     <message id="stayed_read_only">
         <source></source>
         <translation>its volume is read-only</translation>
+    </message>
+    <message id="stayed_reason">
+        <source></source>
+        <translation>Why it stayed</translation>
+    </message>
+    <message id="stop_btn">
+        <source></source>
+        <translation>Stop</translation>
     </message>
     <message id="stopping">
         <source></source>

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <QCoreApplication>
+#include <QLoggingCategory>
 #include <clocale>
 #include <cstdio>
 #include <memory>
@@ -40,6 +41,8 @@ int main(int argc, char** argv) {
     // Before QCoreApplication, which takes options of its own out of the list.
     const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
     const std::unique_ptr<QCoreApplication> application = startQuietly(argc, argv);
+    // A terminal is told what went wrong; QT_LOGGING_RULES brings the rest back.
+    QLoggingCategory::setFilterRules(QStringLiteral("kestrin.*.info=false"));
     const kestrin::MainThread mainThread;
     kestrin::CommandLine commandLine;
     leave(commandLine.run(words));

@@ -95,6 +95,7 @@ void writeText(const std::vector<ListedTrash>& trashes, Console& console) {
 
 int runList(const Arguments& arguments, QVFilesUtilities& files, Console& console) {
     const std::vector<ListedTrash> trashes = listTrashes(files, console);
+    const bool allListed = complainOfFailures(console, files.trashFailures());
     if (arguments.json) {
         writeJson(trashes, console);
     } else {
@@ -102,7 +103,7 @@ int runList(const Arguments& arguments, QVFilesUtilities& files, Console& consol
     }
     const bool allRead = std::ranges::all_of(
         trashes, [](const ListedTrash& trash) { return trash.sums.has_value(); });
-    return allRead ? 0 : 1;
+    return allListed && allRead ? 0 : 1;
 }
 
 }  // namespace kestrin

@@ -65,4 +65,14 @@ void complainOfTrash(Console& console, const FileUrl& trash, const HostError& er
                      {displayName(trash.path()), displayName(std::string_view(reason))}));
 }
 
+bool complainOfFailures(Console& console, const std::vector<TrashFailure>& failures) {
+    for (const TrashFailure& failure : failures) {
+        const std::string reason = failure.error.localizedDescription();
+        console.complain(console.text(
+            "cli_unusable_trash"_key,
+            {displayName(failure.volume.path()), displayName(std::string_view(reason))}));
+    }
+    return failures.empty();
+}
+
 }  // namespace kestrin

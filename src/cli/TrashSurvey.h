@@ -8,6 +8,7 @@
 
 #include "base/FileUrl.h"
 #include "base/Result.h"
+#include "fsutil/QVFilesUtilities.h"
 #include "platform/TreeScanner.h"
 
 namespace kestrin {
@@ -34,5 +35,7 @@ EntrySums sumsOfEntry(const FileUrl& entry, std::stop_token stop = {});
 
 /// Tells the user that a trash cannot be read. Main thread.
 void complainOfTrash(Console& console, const FileUrl& trash, const HostError& error);
+/// Tells the user which volumes' trashes could not be listed; true when there is none. Main thread.
+bool complainOfFailures(Console& console, const std::vector<TrashFailure>& failures);
 
 }  // namespace kestrin

@@ -7,6 +7,7 @@
 #include "base/StringTable.h"
 #include "cli/Console.h"
 #include "cli/Paths.h"
+#include "cli/TrashSurvey.h"
 #include "erase/DisplayName.h"
 #include "platform/TrashFolders.h"
 
@@ -136,7 +137,11 @@ std::vector<std::size_t> volumesMeantBy(const std::string& operand,
 
 std::optional<ChosenTrashes> chooseTrashes(const std::vector<std::string>& operands,
                                            QVFilesUtilities& files, Console& console) {
-    if (operands.empty()) return ChosenTrashes{.trashes = files.trashesAndVolumesLocations()};
+    if (operands.empty()) {
+        ChosenTrashes all{.trashes = files.trashesAndVolumesLocations()};
+        all.isComplete = complainOfFailures(console, files.trashFailures());
+        return all;
+    }
     Chooser chooser(files, console);
     const std::optional<std::vector<std::size_t>> chosen = chooser.volumesNamed(operands);
     if (!chosen) return std::nullopt;

@@ -21,7 +21,7 @@ std::vector<std::size_t> volumesMeantBy(const std::string& operand,
 struct ChosenTrashes {
     std::vector<TrashLocation> trashes;
     std::size_t volumeCount = 0;  ///< volumes named, each counted once; 0 when none was named
-    bool isComplete = true;       ///< false: a volume named has a trash that cannot be used
+    bool isComplete = true;       ///< false: a trash is there and cannot be used
 };
 
 /// The trashes of the volumes named, or those of all volumes when none is. A read-only volume

@@ -52,6 +52,12 @@ struct TrashLocation {
     bool trashIsEmpty = true;
 };
 
+/// A volume whose trash could not be listed, and why.
+struct TrashFailure {
+    FileUrl volume;
+    HostError error;
+};
+
 /// Sums of a folder's items: total file sizes (data and resource fork) and file sizes (data fork).
 /// The same on a host without resource forks.
 struct SizePair {
@@ -257,6 +263,9 @@ class QVFilesUtilities {
     std::optional<FileUrl> startupTrashURL() const;
     /// Requires: one thread at a time (it keeps the list of volumes whose trash could not be had).
     std::vector<TrashLocation> trashesAndVolumesLocations();
+    /// What the latest listing could not show: volumes that did not answer, and those whose trash is
+    /// there and cannot be used. A volume on which the user can have no trash is not among them.
+    std::vector<TrashFailure> trashFailures() const;
     bool trashAtURLIsEmpty(const FileUrl& trash) const;
     bool isAnEmptyFolder(const FileUrl& folder) const;
     bool itemURLIsInTheTrash(const FileUrl& item) const;
@@ -289,7 +298,8 @@ class QVFilesUtilities {
     std::atomic<bool> gatheringSizeIsWorking = false;
 
  private:
-    std::vector<FileUrl> m_trashErrors;  ///< volumes whose trash could not be had; only grows
+    std::vector<TrashFailure> m_trashErrors;  ///< trashes that could not be had; only grows
+    std::vector<FileUrl> m_silentVolumes;     ///< that gave no answer to the latest listing
 };
 
 /// The display name of the volume mounted at "/", found once.

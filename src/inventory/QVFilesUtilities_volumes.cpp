@@ -3,6 +3,7 @@
 #include <QStringDecoder>
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <system_error>
 #include <thread>
@@ -11,6 +12,7 @@
 #include "base/SystemLog.h"
 #include "fsutil/QVFilesUtilities.h"
 #include "platform/FolderWalk.h"
+#include "platform/HostErrors.h"
 #include "platform/ItemAttributes.h"
 #include "platform/TrashFolders.h"
 #include "platform/Volumes.h"
@@ -60,7 +62,12 @@ std::optional<VolumeRecord> recordOfVolume(const FileUrl& volume) {
 }
 
 void logTrashFailure(const HostError& error) {
-    qCWarning(lcInventory, "NSTrashDirectory error: %s", error.localizedDescription().c_str());
+    qCInfo(lcInventory, "NSTrashDirectory error: %s", error.localizedDescription().c_str());
+}
+
+/// The user may make no trash there, which is nothing to worry about.
+bool isMissingRight(const HostError& error) {
+    return error.systemError == EACCES || error.systemError == EPERM || error.systemError == EROFS;
 }
 
 /// The trash folders on the volume of `item`, none for a read-only volume.
@@ -199,19 +206,36 @@ std::optional<FileUrl> QVFilesUtilities::startupTrashURL() const {
 std::vector<TrashLocation> QVFilesUtilities::trashesAndVolumesLocations() {
     std::vector<FileUrl> volumes = mountedVolumes();
     std::erase_if(volumes, [&](const FileUrl& volume) {
-        return std::find(m_trashErrors.begin(), m_trashErrors.end(), volume) != m_trashErrors.end();
+        return std::any_of(m_trashErrors.begin(), m_trashErrors.end(),
+                           [&](const TrashFailure& failure) { return failure.volume == volume; });
     });
     std::vector<TrashLocation> locations;
-    for (auto& answer : askVolumes(volumes, trashesOfVolume)) {
-        if (!answer) continue;
+    m_silentVolumes.clear();
+    auto answers = askVolumes(volumes, trashesOfVolume);
+    for (std::size_t i = 0; i < answers.size(); ++i) {
+        auto& answer = answers[i];
+        if (!answer) {
+            m_silentVolumes.push_back(volumes[i]);
+            continue;
+        }
         if (answer->failure) {
             logTrashFailure(*answer->failure);
-            m_trashErrors.push_back(answer->volumeURL);
+            m_trashErrors.push_back({answer->volumeURL, *answer->failure});
         }
         std::move(answer->locations.begin(), answer->locations.end(),
                   std::back_inserter(locations));
     }
     return locations;
+}
+
+std::vector<TrashFailure> QVFilesUtilities::trashFailures() const {
+    std::vector<TrashFailure> failures;
+    for (const FileUrl& volume : m_silentVolumes) {
+        failures.push_back({volume, errorFromErrno(ETIMEDOUT, HostAccess::Read)});
+    }
+    std::copy_if(m_trashErrors.begin(), m_trashErrors.end(), std::back_inserter(failures),
+                 [](const TrashFailure& failure) { return !isMissingRight(failure.error); });
+    return failures;
 }
 
 bool QVFilesUtilities::trashAtURLIsEmpty(const FileUrl& trash) const {

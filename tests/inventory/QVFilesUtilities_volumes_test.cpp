@@ -186,11 +186,25 @@ TEST(TrashList, AsksAVolumeThatFailedNeverAgain) {
         const QStringList lines = log.lines().filter(QStringLiteral("NSTrashDirectory error: "));
         EXPECT_GE(lines.size(), 1);
         EXPECT_LE(lines.size(), 2);
+        EXPECT_THAT(files.trashFailures(), IsEmpty()) << "no trash may be made there: no fault";
     }
     ASSERT_EQ(test::runAsRoot("chmod 777 " + volume.mountPoint()), 0);
     EXPECT_THAT(locationsOn(files, volume.mountPoint()), IsEmpty());
     QVFilesUtilities restarted;
     EXPECT_EQ(locationsOn(restarted, volume.mountPoint()).size(), 1U);
+}
+
+TEST(TrashList, NamesATrashThatIsThereAndCannotBeUsed) {
+    KESTRIN_REQUIRE_MOUNTS();
+    const ScratchFolder scratch;
+    const TestVolume volume(TestVolume::Kind::Ext4, scratch / "point");
+    ASSERT_TRUE(volume.isMounted());
+    const std::string trash = volume.mountPoint() + "/.Trash-" + std::to_string(geteuid());
+    ASSERT_EQ(symlink("/tmp", trash.c_str()), 0);
+    QVFilesUtilities files;
+    EXPECT_THAT(locationsOn(files, volume.mountPoint()), IsEmpty());
+    ASSERT_EQ(files.trashFailures().size(), 1U);
+    EXPECT_EQ(files.trashFailures()[0].volume.path(), volume.mountPoint());
 }
 
 TEST(TrashList, GoesOnWithoutAVolumeThatHangs) {
