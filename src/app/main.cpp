@@ -37,6 +37,14 @@ std::unique_ptr<QCoreApplication> startQuietly(int& argc, char** argv) {
 
 }  // namespace
 
+#ifdef __SANITIZE_THREAD__
+// Threads that still run when the program leaves are no mistake here.
+extern "C" const char* __tsan_default_options();
+extern "C" const char* __tsan_default_options() {
+    return "report_thread_leaks=0";
+}
+#endif
+
 int main(int argc, char** argv) {
     // Before QCoreApplication, which takes options of its own out of the list.
     const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
