@@ -9,11 +9,11 @@
 
 #include "erase/AlertPanel.h"
 
-class QAbstractButton;
-class QBoxLayout;
 class QCheckBox;
 class QDialogButtonBox;
 class QLabel;
+class QLayout;
+class QPushButton;
 class QTreeView;
 
 namespace kestrin {
@@ -50,6 +50,7 @@ class AlertDialog : public QDialog {
     void changeEvent(QEvent* event) override;
 
  private:
+    QLayout* makeTexts();
     QWidget* makeIcon();
     QWidget* makeTitle();
     QWidget* makeText();
@@ -69,7 +70,8 @@ class AlertDialog : public QDialog {
     QTreeView* m_details = nullptr;
     QCheckBox* m_suppression = nullptr;
     QDialogButtonBox* m_buttonBox = nullptr;
-    QAbstractButton* m_destructive = nullptr;
+    QPushButton* m_first = nullptr;  ///< of those drawn; the default one
+    QPushButton* m_destructive = nullptr;
 };
 
 /// The button that Escape and closing stand for: of the only button, of a confirmation the second

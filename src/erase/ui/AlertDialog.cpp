@@ -1,0 +1,272 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "erase/ui/AlertDialog.h"
+
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QDialogButtonBox>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+#include <QStyle>
+#include <QTextBoundaryFinder>
+#include <QToolButton>
+#include <QTreeView>
+#include <QVBoxLayout>
+#include <algorithm>
+
+#include "base/StringTable.h"
+#include "erase/ui/ElidedLabel.h"
+#include "erase/ui/QVWorkingProgressView.h"
+#include "erase/ui/SizeLineView.h"
+#include "erase/ui/StayedModel.h"
+
+namespace kestrin {
+namespace {
+
+constexpr int kStrayMilliseconds = 500;
+constexpr int kTextWidth = 460;  // of the size line, so that every alert is as wide
+constexpr int kLongestWord = 24;
+constexpr QSize kDetailsSize(560, 180);
+
+/// Critical is a warning here: the toolkit's sign for it says that something went wrong.
+QStyle::StandardPixmap pixmapOf(AlertModel::Style style) {
+    return style == AlertModel::Style::Informational ? QStyle::SP_MessageBoxInformation
+                                                     : QStyle::SP_MessageBoxWarning;
+}
+
+/// `text` with places to break lines inside of words that are too long for one, as names can be.
+QString breakable(const QString& text) {
+    QString result;
+    int length = 0;
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    for (qsizetype begin = 0, end = 0; (end = finder.toNextBoundary()) >= 0; begin = end) {
+        length = text.at(begin).isSpace() ? 0 : length + 1;
+        if (length > kLongestWord) result += QChar(0x200B);  // zero-width space
+        result += QStringView(text).mid(begin, end - begin);
+    }
+    return result;
+}
+
+QLabel* wrappedLabel(const QString& name, const QString& text) {
+    auto* const label = new QLabel(breakable(text));
+    label->setObjectName(name);
+    label->setAccessibleName(text);
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    label->setMinimumWidth(kTextWidth);
+    return label;
+}
+
+/// Points down to what is unfolded, else in the reading direction.
+Qt::ArrowType arrowType(bool isUnfolded, Qt::LayoutDirection direction) {
+    if (isUnfolded) return Qt::DownArrow;
+    return direction == Qt::RightToLeft ? Qt::LeftArrow : Qt::RightArrow;
+}
+
+bool isQuestionAboutEntry(const AlertModel& model) {
+    return model.topic == AlertModel::Topic::LockedQuestion ||
+           model.topic == AlertModel::Topic::ForbiddenQuestion;
+}
+
+}  // namespace
+
+std::optional<int> dismissResult(const AlertModel& model) {
+    if (model.topic == AlertModel::Topic::EraseConfirmation) return kAlertSecondButton;
+    if (isQuestionAboutEntry(model)) return kAlertFirstButton;
+    const auto& titles = model.buttons;
+    if (std::ranges::count_if(titles, [](const QString& t) { return !t.isEmpty(); }) > 1) return {};
+    const auto only = std::ranges::find_if(titles, [](const QString& t) { return !t.isEmpty(); });
+    if (only == titles.end()) return kAlertFirstButton;
+    return kAlertFirstButton + static_cast<int>(only - titles.begin());
+}
+
+std::optional<int> destructiveResult(const AlertModel& model) {
+    if (model.topic == AlertModel::Topic::EraseConfirmation) return kAlertFirstButton;
+    if (isQuestionAboutEntry(model)) return kAlertSecondButton;
+    return {};
+}
+
+AlertDialog::AlertDialog(const AlertModel& model, const StringTable& texts)
+    : m_model(model), m_texts(texts) {
+    setWindowTitle(plainWindowTitle(model.title));
+    setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    setWindowFlag(Qt::WindowCloseButtonHint, dismissResult(model).has_value());
+
+    auto* const head = new QHBoxLayout;
+    head->setSpacing(2 * style()->pixelMetric(QStyle::PM_LayoutHorizontalSpacing));
+    head->addWidget(makeIcon(), 0, Qt::AlignTop);
+    head->addLayout(makeTexts(), 1);
+    auto* const layout = new QVBoxLayout(this);
+    layout->addLayout(head);
+    if (!model.details.empty()) layout->addWidget(makeDetails(), 1);
+    layout->addWidget(makeButtons());
+    // Only a button that stands in its window can be that window's own.
+    m_first->setDefault(true);
+    m_first->setFocus();
+}
+
+QLayout* AlertDialog::makeTexts() {
+    auto* const layout = new QVBoxLayout;
+    layout->addWidget(makeTitle());
+    if (!m_model.text.isEmpty()) layout->addWidget(makeText());
+    if (m_model.hasSizeLine) {
+        m_sizeLine = new SizeLineView;
+        m_sizeLine->setObjectName(QStringLiteral("size_line"));
+        layout->addWidget(m_sizeLine);
+    }
+    if (m_model.suppressionTitle) {
+        m_suppression = new QCheckBox(*m_model.suppressionTitle);
+        m_suppression->setObjectName(QStringLiteral("suppression"));
+        layout->addWidget(m_suppression);
+    }
+    if (!m_model.details.empty()) layout->addWidget(makeDetailsButton(), 0, Qt::AlignLeading);
+    layout->addStretch();
+    return layout;
+}
+
+QWidget* AlertDialog::makeIcon() {
+    const int side = style()->pixelMetric(QStyle::PM_MessageBoxIconSize, nullptr, this);
+    const QIcon icon = style()->standardIcon(pixmapOf(m_model.style), nullptr, this);
+    auto* const label = new QLabel;
+    label->setPixmap(icon.pixmap(QSize(side, side), devicePixelRatioF()));
+    return label;
+}
+
+QWidget* AlertDialog::makeTitle() {
+    m_title = wrappedLabel(QStringLiteral("title"), m_model.title);
+    QFont bold = font();
+    bold.setBold(true);
+    m_title->setFont(bold);
+    m_title->setToolTip(plainToolTip(m_model.fullName));
+    return m_title;
+}
+
+QWidget* AlertDialog::makeText() {
+    return wrappedLabel(QStringLiteral("text"), m_model.text);
+}
+
+QWidget* AlertDialog::makeDetailsButton() {
+    auto* const button = new QToolButton;
+    button->setObjectName(QStringLiteral("details_button"));
+    button->setText(m_texts.text("stayed_details"_key));
+    button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    button->setArrowType(arrowType(false, layoutDirection()));
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::TabFocus);
+    connect(button, &QToolButton::clicked, this, [this, button] {
+        const bool show = !m_details->isVisible();
+        button->setArrowType(arrowType(show, layoutDirection()));
+        showDetails(show);
+    });
+    return button;
+}
+
+QWidget* AlertDialog::makeDetails() {
+    m_details = new QTreeView;
+    m_details->setObjectName(QStringLiteral("details"));
+    m_details->setAccessibleName(m_texts.text("stayed_details"_key));
+    m_details->setModel(new StayedModel(m_model.details, m_texts, m_details));
+    m_details->setRootIsDecorated(false);
+    m_details->setUniformRowHeights(true);
+    m_details->setTextElideMode(Qt::ElideMiddle);
+    m_details->setMinimumSize(kDetailsSize);
+    m_details->header()->setSectionResizeMode(QHeaderView::Interactive);
+    m_details->header()->setDefaultSectionSize(kDetailsSize.width() / StayedModel::ColumnCount);
+    m_details->hide();
+    return m_details;
+}
+
+void AlertDialog::showDetails(bool show) {
+    m_details->setVisible(show);
+    if (!show) adjustSize();
+}
+
+QWidget* AlertDialog::makeButtons() {
+    m_buttonBox = new QDialogButtonBox;
+    for (int index = 0; index < 3; ++index) {
+        const QString& title = m_model.buttons.at(static_cast<std::size_t>(index));
+        if (!title.isEmpty()) addButton(index, title);
+    }
+    if (m_buttonBox->buttons().isEmpty()) addButton(0, m_texts.text("ok_btn"_key));
+    if (m_destructive) markDestructive();
+    return m_buttonBox;
+}
+
+/// The place of a button follows the desktop's custom: what ends the alert without harm stands
+/// where Cancel does.
+void AlertDialog::addButton(int index, const QString& title) {
+    const int result = kAlertFirstButton + index;
+    const bool isOnly =
+        m_model.topic == AlertModel::Topic::Other && dismissResult(m_model) == result;
+    const int safe = dismissResult(m_model).value_or(kAlertSecondButton);
+    const auto role = index == 2                  ? QDialogButtonBox::ActionRole
+                      : result == safe && !isOnly ? QDialogButtonBox::RejectRole
+                                                  : QDialogButtonBox::AcceptRole;
+    QPushButton* const button = m_buttonBox->addButton(title, role);
+    button->setObjectName(QStringLiteral("button_%1").arg(index + 1));
+    button->setAutoDefault(true);
+    button->installEventFilter(this);
+    connect(button, &QPushButton::clicked, this, [this, result] { done(result); });
+    if (!m_first) m_first = button;
+    if (destructiveResult(m_model) == result) m_destructive = button;
+}
+
+void AlertDialog::markDestructive() {
+    const bool isDark = isDarkAppearance(palette());
+    QPalette marked = m_destructive->palette();
+    marked.setColor(QPalette::ButtonText,
+                    isDark ? QColor(0xff, 0x9a, 0x8f) : QColor(0xb0, 0, 0x12));
+    if (marked != m_destructive->palette()) m_destructive->setPalette(marked);
+}
+
+bool AlertDialog::suppressionIsOn() const {
+    return m_suppression && m_suppression->isChecked();
+}
+
+void AlertDialog::setSizeLine(const QString& text, bool spinning) {
+    if (m_sizeLine) m_sizeLine->setLine(text, spinning);
+}
+
+void AlertDialog::bringToFront() {
+    show();
+    raise();
+    activateWindow();
+    m_shown.start();
+}
+
+void AlertDialog::reject() {
+    done(dismissResult(m_model).value_or(kAlertFirstButton));
+}
+
+bool AlertDialog::isStray(const QKeyEvent& event) const {
+    const bool presses = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter ||
+                         event.key() == Qt::Key_Space;
+    if (!presses || !m_destructive) return false;
+    return event.isAutoRepeat() || !m_shown.hasExpired(kStrayMilliseconds);
+}
+
+void AlertDialog::keyPressEvent(QKeyEvent* event) {
+    if (isStray(*event)) return;
+    if (event->matches(QKeySequence::Cancel) && !dismissResult(m_model)) return;
+    QDialog::keyPressEvent(event);
+}
+
+bool AlertDialog::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::KeyPress && isStray(*static_cast<QKeyEvent*>(event))) return true;
+    return QDialog::eventFilter(watched, event);
+}
+
+void AlertDialog::closeEvent(QCloseEvent* event) {
+    // Of a window that has to be answered, only the program itself can dispense the user.
+    if (event->spontaneous() && !dismissResult(m_model)) return event->ignore();
+    QDialog::closeEvent(event);
+}
+
+void AlertDialog::changeEvent(QEvent* event) {
+    QDialog::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && m_destructive) markDestructive();
+}
+
+}  // namespace kestrin

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "erase/ui/QVProgressWindow.h"
+
+#include <QCloseEvent>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QVBoxLayout>
+#include <QWindow>
+#include <utility>
+
+#include "base/StringTable.h"
+#include "erase/ui/AnimatedProgressBar.h"
+#include "erase/ui/ElidedLabel.h"
+#include "erase/ui/Sheet.h"
+
+namespace kestrin {
+namespace {
+
+constexpr int kWidth = 420;
+
+QLabel* plainLabel(const QString& name, const QString& text) {
+    auto* const label = new QLabel(text);
+    label->setObjectName(name);
+    label->setTextFormat(Qt::PlainText);
+    // A label of its natural width widens the window when the figures grow.
+    label->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Preferred);
+    QSizePolicy policy = label->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    label->setSizePolicy(policy);
+    return label;
+}
+
+ElidedLabel* line(const QString& name) {
+    auto* const label = new ElidedLabel(Qt::ElideMiddle);
+    label->setObjectName(name);
+    return label;
+}
+
+}  // namespace
+
+QVProgressWindow::QVProgressWindow(const StringTable& texts, std::function<void()> stop)
+    : QWidget(nullptr, Qt::Dialog),
+      m_texts(texts),
+      m_stop(std::move(stop)),
+      m_mainLine(line(QStringLiteral("main_line"))),
+      m_infoLine(line(QStringLiteral("info_line"))),
+      m_bar(new AnimatedProgressBar) {
+    QFont bold = font();
+    bold.setBold(true);
+    m_mainLine->setFont(bold);
+    m_bar->setObjectName(QStringLiteral("bar"));
+
+    auto* const layout = new QVBoxLayout(this);
+    layout->addWidget(m_mainLine);
+    layout->addWidget(m_infoLine);
+    layout->addWidget(m_bar);
+    layout->addWidget(makeFigures());
+    setFocusPolicy(Qt::ClickFocus);
+    resize(kWidth, sizeHint().height());
+}
+
+QWidget* QVProgressWindow::makeFigures() {
+    m_countLabel = plainLabel(QStringLiteral("count_label"), m_texts.text("progress_items"_key));
+    m_count = plainLabel(QStringLiteral("count"), {});
+    m_sizeLabel = plainLabel(QStringLiteral("size_label"), m_texts.text("progress_size"_key));
+    m_size = plainLabel(QStringLiteral("size"), {});
+    m_stopButton = new QPushButton(m_texts.text("stop_btn"_key));
+    m_stopButton->setObjectName(QStringLiteral("stop"));
+    connect(m_stopButton, &QPushButton::clicked, this, [this] { this->stop(); });
+
+    auto* const figures = new QWidget;
+    auto* const layout = new QHBoxLayout(figures);
+    layout->setContentsMargins({});
+    for (QLabel* const label : {m_countLabel, m_count, m_sizeLabel, m_size})
+        layout->addWidget(label);
+    layout->insertStretch(2);
+    layout->addStretch();
+    layout->addWidget(m_stopButton);
+    return figures;
+}
+
+void QVProgressWindow::setMainText(const QString& text) {
+    if (!m_wasStopped) showMainText(text);
+}
+
+void QVProgressWindow::showMainText(const QString& text) {
+    m_mainLine->setFullText(text);
+    m_bar->setAccessibleName(text);
+    setWindowTitle(plainWindowTitle(text));
+}
+
+QString QVProgressWindow::mainText() const {
+    return m_mainLine->fullText();
+}
+
+void QVProgressWindow::setInfoText(const QString& text) {
+    m_infoLine->setFullText(text);
+}
+
+void QVProgressWindow::setCountText(const QString& text) {
+    m_count->setText(text);
+}
+
+void QVProgressWindow::setSizeText(const QString& text) {
+    m_size->setText(text);
+}
+
+void QVProgressWindow::hideInfoSizeFields(bool hide) {
+    for (QLabel* const label : {m_countLabel, m_count, m_sizeLabel, m_size})
+        label->setHidden(hide);
+}
+
+void QVProgressWindow::stop() {
+    if (std::exchange(m_wasStopped, true)) return;
+    m_stopButton->setEnabled(false);
+    showMainText(m_texts.text("stopping"_key));
+    if (m_stop) m_stop();
+}
+
+void QVProgressWindow::showOn(QWidget* parent) {
+    makeSheet(*this, parent);
+    show();
+    setFocus();
+}
+
+void QVProgressWindow::keyPressEvent(QKeyEvent* event) {
+    if (event->matches(QKeySequence::Cancel)) return stop();
+    QWidget::keyPressEvent(event);
+}
+
+void QVProgressWindow::closeEvent(QCloseEvent* event) {
+    stop();
+    event->ignore();
+}
+
+void QVProgressWindow::mousePressEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton && windowHandle()) windowHandle()->startSystemMove();
+    QWidget::mousePressEvent(event);
+}
+
+}  // namespace kestrin

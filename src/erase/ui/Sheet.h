@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Windows that belong to another window. Main thread only.
+#pragma once
+
+class QWidget;
+
+namespace kestrin {
+
+/// Makes `sheet`, a window that does not show yet, window-modal on the window of `parent` and puts
+/// it in its middle; an ordinary window when `parent` is nullptr or does not show. The sheet is not
+/// owned by the parent and may outlive it.
+void makeSheet(QWidget& sheet, QWidget* parent);
+
+}  // namespace kestrin

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "erase/ui/WidgetAlertPanel.h"
+
+#include <QWidget>
+#include <utility>
+
+#include "erase/ui/AlertDialog.h"
+#include "erase/ui/Sheet.h"
+
+namespace kestrin {
+
+WidgetAlertPanel::WidgetAlertPanel(const StringTable& texts) : m_texts(texts) {}
+
+WidgetAlertPanel::~WidgetAlertPanel() = default;
+
+AlertDialog& WidgetAlertPanel::makeDialog(const AlertModel& model) {
+    m_dialog = std::make_unique<AlertDialog>(model, m_texts);
+    m_dialog->setSizeLine(m_sizeLine, m_isSpinning);
+    return *m_dialog;
+}
+
+int WidgetAlertPanel::runModal(const AlertModel& model) {
+    AlertDialog& dialog = makeDialog(model);
+    dialog.setWindowModality(Qt::ApplicationModal);
+    dialog.bringToFront();
+    const int result = dialog.exec();
+    // An event loop that ended from outside leaves the dialog without a button.
+    return result >= kAlertFirstButton ? result : dismissResult(model).value_or(kAlertFirstButton);
+}
+
+void WidgetAlertPanel::beginSheet(const AlertModel& model, WindowHandle parent,
+                                  std::function<void(int)> answered) {
+    AlertDialog& dialog = makeDialog(model);
+    auto* const widget = static_cast<QWidget*>(parent);
+    makeSheet(dialog, widget);
+    // Queued: whoever hears the answer may let go of the panel, and the dialog with it.
+    QObject::connect(&dialog, &QDialog::finished, &dialog, std::move(answered),
+                     Qt::QueuedConnection);
+    if (widget) {
+        QObject::connect(widget->window(), &QObject::destroyed, &dialog, &QDialog::reject);
+    }
+    dialog.bringToFront();
+}
+
+bool WidgetAlertPanel::suppressionIsOn() const {
+    return m_dialog && m_dialog->suppressionIsOn();
+}
+
+void WidgetAlertPanel::setSizeLine(const QString& text, bool spinning) {
+    m_sizeLine = text;
+    m_isSpinning = spinning;
+    if (m_dialog) m_dialog->setSizeLine(text, spinning);
+}
+
+}  // namespace kestrin
