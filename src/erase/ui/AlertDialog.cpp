@@ -91,6 +91,8 @@ std::optional<int> destructiveResult(const AlertModel& model) {
 AlertDialog::AlertDialog(const AlertModel& model, const StringTable& texts)
     : m_model(model), m_texts(texts) {
     setWindowTitle(plainWindowTitle(model.title));
+    setAccessibleName(model.title);
+    setAccessibleDescription(model.text);
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     setWindowFlag(Qt::WindowCloseButtonHint, dismissResult(model).has_value());
 

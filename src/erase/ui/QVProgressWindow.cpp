@@ -59,6 +59,8 @@ QVProgressWindow::QVProgressWindow(const StringTable& texts, std::function<void(
     layout->addWidget(m_bar);
     layout->addWidget(makeFigures());
     setFocusPolicy(Qt::ClickFocus);
+    // Not a minimum of the window, which would keep it from growing with its figures.
+    layout->addStrut(kWidth - layout->contentsMargins().left() - layout->contentsMargins().right());
     resize(kWidth, sizeHint().height());
 }
 
@@ -132,6 +134,8 @@ void QVProgressWindow::keyPressEvent(QKeyEvent* event) {
 }
 
 void QVProgressWindow::closeEvent(QCloseEvent* event) {
+    // A program that ends closes its hidden windows, too, and gives up when one of them refuses.
+    if (!isVisible()) return QWidget::closeEvent(event);
     stop();
     event->ignore();
 }

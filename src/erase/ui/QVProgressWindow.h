@@ -17,7 +17,8 @@ class StringTable;
 /// Main line, info line, bar, "Items: x of y", "Size: …" and Stop; 420 points wide, wider where the
 /// figures need it. It is moved by its background, and no field of it has the focus at first. The
 /// window knows no end of its own: closing it and Escape are Stop, and it stays until its owner
-/// closes it. Object names: "main_line", "info_line", "bar", "count_label", "count", "size_label",
+/// hides it. So a program that wants to quit is refused once, and may try again when the erase is
+/// over. Object names: "main_line", "info_line", "bar", "count_label", "count", "size_label",
 /// "size", "stop".
 class QVProgressWindow : public QWidget {
     Q_OBJECT

@@ -13,7 +13,7 @@ void makeSheet(QWidget& sheet, QWidget* parent) {
     sheet.setWindowModality(Qt::WindowModal);
     sheet.winId();
     sheet.windowHandle()->setTransientParent(window.windowHandle());
-    sheet.adjustSize();
+    if (!sheet.testAttribute(Qt::WA_Resized)) sheet.adjustSize();
     QRect place = sheet.rect();
     place.moveCenter(window.geometry().center());
     sheet.move(place.topLeft());

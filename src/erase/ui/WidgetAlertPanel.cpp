@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "erase/ui/WidgetAlertPanel.h"
 
-#include <QWidget>
+#include <QApplication>
 #include <utility>
 
 #include "erase/ui/AlertDialog.h"
@@ -50,6 +50,13 @@ void WidgetAlertPanel::setSizeLine(const QString& text, bool spinning) {
     m_sizeLine = text;
     m_isSpinning = spinning;
     if (m_dialog) m_dialog->setSizeLine(text, spinning);
+}
+
+void WidgetAlertPanel::dismissAll() {
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        auto* const dialog = qobject_cast<AlertDialog*>(widget);
+        if (dialog && dialog->isVisible()) dialog->reject();
+    }
 }
 
 }  // namespace kestrin

@@ -28,6 +28,10 @@ class WidgetAlertPanel : public AlertPanel {
     bool suppressionIsOn() const override;
     void setSizeLine(const QString& text, bool spinning) override;
 
+    /// Ends all open alerts as Escape does, and with the first button where Escape may not: for a
+    /// program that has to end. Their answers come as always.
+    static void dismissAll();
+
  private:
     AlertDialog& makeDialog(const AlertModel& model);
 

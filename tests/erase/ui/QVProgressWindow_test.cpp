@@ -50,6 +50,7 @@ TEST_F(QVProgressWindowTest, EscapeAndClosingStopAndTheWindowStaysUntilTheEnd) {
     EXPECT_EQ(stops, 1);
     view.close();
     EXPECT_FALSE(view.window().isVisible());
+    EXPECT_TRUE(view.window().close()) << "a hidden window keeps the program from ending";
 
     WidgetProgressView other(texts, [this] { ++stops; });
     other.show();
@@ -90,7 +91,9 @@ TEST_F(QVProgressWindowTest, IsWindowModalOnItsParentAndOutlivesIt) {
     auto parent = std::make_unique<QWidget>();
     parent->setGeometry(100, 100, 800, 500);
     parent->show();
+    view.setInfoText(QString(300, u'x'));
     view.showAsSheet(parent.get());
+    EXPECT_EQ(view.window().width(), 420);
     EXPECT_EQ(view.window().windowModality(), Qt::WindowModal);
     EXPECT_EQ(view.window().windowHandle()->transientParent(), parent->windowHandle());
     EXPECT_NEAR(view.window().geometry().center().x(), parent->geometry().center().x(), 2);

@@ -90,6 +90,17 @@ TEST_F(WidgetAlertPanelTest, ASheetWhoseWindowGoesIsDismissed) {
     EXPECT_EQ(answer, kAlertFirstButton);
 }
 
+TEST_F(WidgetAlertPanelTest, AllAlertsEndWithTheProgram) {
+    AlertModel choice = question();
+    choice.topic = AlertModel::Topic::Other;
+    WidgetAlertPanel sheet(texts);
+    int answer = 0;
+    sheet.beginSheet(choice, nullptr, [&](int button) { answer = button; });
+    whenOpen([](AlertDialog&) { WidgetAlertPanel::dismissAll(); });
+    EXPECT_EQ(panel.runModal(choice), kAlertFirstButton);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return answer == kAlertFirstButton; }));
+}
+
 TEST_F(WidgetAlertPanelTest, ASheetThatIsLetGoAnswersNothing) {
     int answers = 0;
     {
