@@ -2,6 +2,7 @@
 #include "cli/TerminalAlertPanel.h"
 
 #include <QEventLoop>
+#include <chrono>
 #include <string>
 #include <utility>
 
@@ -13,6 +14,9 @@
 namespace kestrin {
 
 namespace {
+
+/// How long the question waits for the figures, which mostly are there at once.
+constexpr std::chrono::milliseconds kPatience(300);
 
 /// The lines of a text, each fit for a terminal whatever names it holds.
 QStringList printableLines(const QString& text) {
@@ -60,7 +64,6 @@ void TerminalAlertPanel::showTexts(const AlertModel& model) {
     QStringList lines = printableLines(model.title);
     if (needsFullName(model)) lines += printableLines(model.fullName);
     lines += printableLines(model.text);
-    lines += printableLines(m_sizeLine);
     for (const QString& line : lines)
         m_console.terminal().promptMessage(line);
 }
@@ -72,11 +75,22 @@ void TerminalAlertPanel::report(const AlertModel& model) {
 }
 
 void TerminalAlertPanel::confirm(std::function<void(int)> answered) {
-    m_isConfirming = true;
+    m_answered = std::move(answered);
+    if (!m_isCounting) return prompt();
+    m_patience.setSingleShot(true);
+    QObject::connect(&m_patience, &QTimer::timeout, &m_patience, [this] { prompt(); });
+    m_patience.start(kPatience);
+}
+
+void TerminalAlertPanel::prompt() {
+    m_patience.stop();
+    m_isPrompting = true;
+    showSizeLine();
     m_console.terminal().ask(
         m_console.text("cli_confirm_prompt"_key),
-        [this, answered = std::move(answered)](const std::optional<std::string>& line) {
-            m_isConfirming = false;
+        [this, answered = std::exchange(m_answered, nullptr)](
+            const std::optional<std::string>& line) {
+            m_isPrompting = false;
             answered(line && isYes(*line) ? kAlertFirstButton : kAlertSecondButton);
         });
 }
@@ -93,11 +107,16 @@ void TerminalAlertPanel::askAboutEntry(std::function<void(int)> answered) {
         });
 }
 
-void TerminalAlertPanel::setSizeLine(const QString& text, bool) {
+void TerminalAlertPanel::setSizeLine(const QString& text, bool spinning) {
+    m_isCounting = spinning;
     if (text == m_sizeLine) return;
     m_sizeLine = text;
-    if (!m_isConfirming) return;
-    for (const QString& line : printableLines(text))
+    if (m_isPrompting) showSizeLine();
+    if (m_answered && !spinning) prompt();
+}
+
+void TerminalAlertPanel::showSizeLine() {
+    for (const QString& line : printableLines(m_sizeLine))
         m_console.terminal().promptMessage(line);
 }
 

@@ -3,6 +3,10 @@
 // standard error.
 #pragma once
 
+#include <QString>
+#include <QTimer>
+#include <functional>
+
 #include "erase/AlertPanel.h"
 
 namespace kestrin {
@@ -25,11 +29,16 @@ class TerminalAlertPanel : public AlertPanel {
     void showTexts(const AlertModel& model);
     void report(const AlertModel& model);
     void confirm(std::function<void(int)> answered);
+    void prompt();
+    void showSizeLine();
     void askAboutEntry(std::function<void(int)> answered);
 
     Console& m_console;
     QString m_sizeLine;
-    bool m_isConfirming = false;
+    QTimer m_patience;
+    std::function<void(int)> m_answered;  ///< of a confirmation that waits for its figures
+    bool m_isCounting = false;
+    bool m_isPrompting = false;
     bool m_suppressionIsOn = false;
 };
 
