@@ -1,0 +1,147 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""What other programs put into the trash is found, told as they tell it, and gone for them too."""
+
+import os
+import re
+import unittest
+
+from harness import EndToEndTest, require, path_of
+
+
+class Agreement:
+    """The same for every tool that trashes. `put` does it, `listed` says what the tool now sees as a
+    set of (original path, date)."""
+
+    def check(self, folder):
+        names = ["plain.txt", "with space", "ümlaut", "per%cent", "-rf", "folder"]
+        for name in names[:-1]:
+            self.write(os.path.join(folder, name.encode()))
+        os.mkdir(os.path.join(folder, b"folder"))
+        self.write(os.path.join(folder, b"folder/inside"))
+        for name in names:
+            self.put(os.path.join(folder, name.encode()))
+
+        shown = {(entry["originalPath"], self.date_of(entry)) for entry in self.ours()}
+        expected = {os.path.join(folder, name.encode()).decode() for name in names}
+        self.assertEqual({path for path, _ in shown}, expected)
+        self.assertEqual(shown, self.listed())
+
+        run = self.succeed("empty", "--yes", "--json")
+        self.assertEqual(run.json["erasedCount"], len(names) + 1)
+        self.assertEqual(self.listed(), set())
+        self.assertEqual(self.ours(), [])
+
+    @staticmethod
+    def write(path):
+        with open(path, "wb") as file:
+            file.write(b"content")
+
+    def ours(self):
+        return self.succeed("show", "--json").json
+
+    @staticmethod
+    def date_of(entry):
+        return entry["dateAdded"][:19]
+
+    def test_home_volume(self):
+        self.check(os.path.join(self.home))
+
+    def test_second_volume(self):
+        volume = self.ext4("Second")
+        folder = os.path.join(volume, b"work")
+        os.mkdir(folder)
+        self.check(folder)
+
+    def test_second_volume_with_shared_trash(self):
+        volume = self.ext4("Shared")
+        os.mkdir(os.path.join(volume, b".Trash"))
+        os.chmod(os.path.join(volume, b".Trash"), 0o1777)
+        folder = os.path.join(volume, b"work")
+        os.mkdir(folder)
+        self.check(folder)
+        self.assertTrue(os.path.isdir(os.path.join(volume, b".Trash/61234/files")))
+
+
+class TrashCliTest(Agreement, EndToEndTest):
+    def setUp(self):
+        require("trash-put", "trash-list")
+        super().setUp()
+
+    def put(self, path):
+        self.run_as_user("trash-put", "--", path)
+
+    def listed(self):
+        lines = self.run_as_user("trash-list").decode().splitlines()
+        return {(line[20:], line[:19].replace(" ", "T")) for line in lines}
+
+
+class GioTest(Agreement, EndToEndTest):
+    """`gio list trash://` asks gvfs, which needs a session bus."""
+
+    def setUp(self):
+        require("gio", "dbus-run-session")
+        if not os.path.exists("/usr/lib/gvfs/gvfsd-trash") \
+                and not os.path.exists("/usr/libexec/gvfsd-trash"):
+            raise unittest.SkipTest("gvfsd-trash is not installed")
+        super().setUp()
+        runtime = self.folder_of_user_now("runtime")
+        self.environment["XDG_RUNTIME_DIR"] = os.fsdecode(runtime)
+
+    def folder_of_user_now(self, name):
+        path = os.path.join(self.home, name.encode())
+        os.mkdir(path, 0o700)
+        return path
+
+    def put(self, path):
+        self.run_as_user("gio", "trash", path)
+
+    def listed(self):
+        text = self.run_as_user(
+            "dbus-run-session", "--", "gio", "list", "-u", "-a",
+            "trash::orig-path,trash::deletion-date", "trash:///").decode()
+        return {self.read_line(line) for line in text.splitlines()}
+
+    @staticmethod
+    def read_line(line):
+        """The attributes end the line; gio writes bytes beyond ASCII as "\\xNN"."""
+        path, date = re.search(r"trash::orig-path=(.*) trash::deletion-date=(\S+)$", line).groups()
+        raw = re.sub(rb"\\x([0-9a-f]{2})", lambda code: bytes.fromhex(code[1].decode()), path.encode())
+        return raw.decode(), date
+
+
+class RecordTest(EndToEndTest):
+    def shown(self, name):
+        """What `show` tells of an entry of the home trash."""
+        entries = self.succeed("show", "--json").json
+        found = [entry for entry in entries if path_of(entry["url"]) == self.trash.path(name)]
+        self.assertEqual(len(found), 1, entries)
+        return found[0]
+
+    def test_date_is_wall_clock_time_whatever_the_zone(self):
+        self.trash.file("entry", date="2026-01-02T03:04:05")
+        for zone in ("Asia/Tokyo", "America/New_York"):
+            self.environment["TZ"] = zone
+            self.assertEqual(self.shown("entry")["dateAdded"][:19], "2026-01-02T03:04:05")
+
+    def test_damaged_and_missing_records_give_null(self):
+        self.trash.file("none")
+        os.unlink(self.trash.record_path("none"))
+        self.trash.file("nonsense", date="yesterday, I think")
+        self.trash.file("binary")
+        with open(self.trash.record_path("binary"), "wb") as file:
+            file.write(b"\x00\xff" * 5000)
+        os.mkfifo(self.trash.path("fifo"))
+        os.mkfifo(self.trash.record_path("fifo"))
+        for name in ("none", "nonsense", "binary", "fifo"):
+            self.assertIsNone(self.shown(name)["dateAdded"], name)
+        self.assertIsNone(self.shown("none")["originalPath"])
+        self.succeed("empty", "--yes")
+        self.assertEqual(self.trash.names(), [])
+
+    def test_relative_path_begins_at_the_volume(self):
+        volume = self.ext4("Disk")
+        can = self.volume_trash(volume)
+        can.file("entry", original="work/some file")
+        entry, = self.succeed("show", "--json").json
+        self.assertEqual(entry["originalPath"], "/media/Disk/work/some file")
+        self.assertEqual(entry["volumePath"], "/media/Disk")

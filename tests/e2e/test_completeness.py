@@ -1,0 +1,192 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""Whatever a user may remove is removed."""
+
+import os
+import resource
+
+from harness import EndToEndTest, TrashCan, path_of, run_as_root
+
+NAMES = [b"plain", b"with space", b"-rf", b"--yes", b"%41%", b"line\nfeed", b"tab\tcr\r", b"\x1b[31mred",
+         b"\xff\xfe", b"latin-\xe9", b"n" * 255, "é".encode() * 127, b"*?[", b"\\", b"'\"$(reboot)`",
+         b".hidden", b"...", b"a.trashinfo", "\u202egnp.txt".encode(), b"\xc2\x9b31m"]
+
+
+class NamesTest(EndToEndTest):
+    def fill(self):
+        inside = self.trash.tree("folder")
+        for name in NAMES:
+            with open(self.trash.path(name), "wb") as file:
+                file.write(b"123")
+            with open(os.path.join(inside, name), "wb") as file:
+                file.write(b"123")
+
+    def test_every_name_is_listed_byte_for_byte(self):
+        self.fill()
+        shown = {path_of(entry["url"]) for entry in self.succeed("show", "--json").json}
+        self.assertEqual(shown, {self.trash.path(name) for name in NAMES + [b"folder"]})
+
+    def test_every_name_is_erased(self):
+        self.fill()
+        for name in NAMES:
+            if len(name) + len(b".trashinfo") <= 255:
+                self.trash.record(name)
+        run = self.succeed("empty", "--yes", "--json")
+        self.assertEqual(run.json["erasedCount"], 2 * len(NAMES) + 4)
+        self.assertGone()
+
+    def test_every_name_can_be_erased_alone(self):
+        self.fill()
+        for name in NAMES:
+            self.succeed("erase", "--yes", "--", self.trash.path(name))
+        self.assertEqual(self.trash.names(), [b"folder"])
+
+    def test_no_control_character_reaches_the_terminal(self):
+        self.fill()
+        for command in (["show"], ["empty", "--dry-run"], ["empty", "--yes"]):
+            run = self.succeed(*command)
+            text = (run.out + run.err).decode("utf-8")  # and it is valid UTF-8
+            bad = [c for c in text if c != "\n" and (ord(c) < 32 or 127 <= ord(c) < 160)]
+            self.assertEqual(bad, [], command)
+            self.assertNotIn("\u202e", text, command)
+
+
+class FoldersTest(EndToEndTest):
+    def test_own_folders_without_rights(self):
+        for mode in (0o555, 0o000, 0o111, 0o444, 0o200):
+            top = self.trash.tree(f"mode{mode:o}", ["a", "inner/b", "inner/most/c"])
+            for folder in (b"inner/most", b"inner", b""):
+                os.chmod(os.path.join(top, folder), mode)
+        run = self.succeed("empty", "--yes", "--json")
+        self.assertEqual(run.json["erasedCount"], 5 * 6)
+        self.assertGone()
+
+    def test_own_folder_that_stays_gets_its_mode_back(self):
+        top = self.trash.tree("tree", ["closed/root/file"])
+        run_as_root("chown", "-R", "0:0", os.path.join(top, b"closed/root"))
+        for folder in (b"closed", b""):
+            os.chmod(os.path.join(top, folder), 0o500)
+        self.succeed("empty", "--yes", status=1)
+        for folder in (b"closed", b""):
+            self.assertEqual(os.stat(os.path.join(top, folder)).st_mode & 0o7777, 0o500)
+
+    def make_deep(self, depth, name):
+        folder = os.open(self.trash.files, os.O_RDONLY)
+        for _ in range(depth):
+            os.mkdir(name, dir_fd=folder)
+            deeper = os.open(name, os.O_RDONLY, dir_fd=folder)
+            os.close(folder)
+            folder = deeper
+        os.close(os.open("leaf", os.O_CREAT | os.O_WRONLY, dir_fd=folder))
+        os.close(folder)
+
+    def check_deep(self, *limits):
+        self.make_deep(5000, b"short")
+        self.make_deep(300, b"long" * 60)
+        entry, = [e for e in self.succeed("show", "--json", limits=limits).json
+                  if path_of(e["url"]).endswith(b"/short")]
+        self.assertEqual(entry["count"], 5001)
+        run = self.succeed("empty", "--yes", "--json", limits=limits)
+        self.assertEqual(run.json["erasedCount"], 5001 + 301)
+        self.assertEqual(self.trash.names(), [])
+
+    def test_deeper_than_any_path(self):
+        self.check_deep()
+
+    def test_deep_with_few_descriptors(self):
+        self.check_deep((resource.RLIMIT_NOFILE, 64))
+
+    def test_wide_with_few_descriptors(self):
+        for top in range(20):
+            self.trash.tree(f"tree{top}", [f"{a}/{b}/leaf" for a in range(10) for b in range(10)])
+        self.succeed("empty", "--yes", limits=[(resource.RLIMIT_NOFILE, 64)])
+        self.assertGone()
+
+    def test_nested_subvolumes_are_folders(self):
+        volume = self.btrfs("Tree")
+        can = self.volume_trash(volume)
+        can.tree("tree", ["a"])
+        made = run_as_root("/usr/bin/btrfs", "subvolume", "create",
+                           os.path.join(can.path("tree"), b"sub"), check=False)
+        if not made:
+            self.skipTest("no subvolume can be made")
+        run_as_root("chown", "-R", "61234:61234", can.folder)
+        with open(os.path.join(can.path("tree"), b"sub/file"), "wb"):
+            pass
+        self.succeed("empty", "--yes")
+        self.assertGone(can)
+
+
+class VolumesTest(EndToEndTest):
+    def test_every_kind_of_volume(self):
+        for kind, point in (("ext4", self.ext4("Disk")), ("fat", self.fat("Stick"))):
+            with self.subTest(kind):
+                can = self.volume_trash(point)
+                can.tree("tree", ["a", "b/c"])
+                can.file("file", original="file")
+                trash, = [t for t in self.succeed("list", "--json").json
+                          if t["volumePath"] == os.fsdecode(point)]
+                self.assertEqual((trash["count"], trash["size"]), (5, 17))
+                self.succeed("empty", "--yes", point)
+                self.assertGone(can)
+
+    def test_home_on_memory(self):
+        """A tmpfs is a volume where the home lies on it."""
+        home = os.path.join(self.outside, b"memory-home")
+        os.mkdir(home)
+        self.tmpfs(home)
+        self.environment["HOME"] = os.fsdecode(home)
+        can = TrashCan(os.path.join(home, b".local/share/Trash"))
+        can.file("entry")
+        self.succeed("empty", "--yes")
+        self.assertGone(can)
+
+    def test_data_home_on_another_volume(self):
+        volume = self.ext4("Data")
+        self.environment["XDG_DATA_HOME"] = os.fsdecode(volume)
+        can = TrashCan(os.path.join(volume, b"Trash"))
+        can.file("entry")
+        self.trash.file("not the trash any more")
+        self.succeed("empty", "--yes")
+        self.assertGone(can)
+
+    def test_both_trash_places_of_one_volume(self):
+        volume = self.ext4("Disk")
+        os.mkdir(os.path.join(volume, b".Trash"))
+        os.chmod(os.path.join(volume, b".Trash"), 0o1777)
+        cans = [TrashCan(os.path.join(volume, place)) for place in (b".Trash/61234", b".Trash-61234")]
+        for can in cans:
+            can.file("entry")
+        trashes = self.succeed("list", "--json").json
+        self.assertEqual([t["count"] for t in trashes if t["volumePath"] == "/media/Disk"], [1, 1])
+        self.assertEqual(len(self.succeed("show", "--json", "/media/Disk").json), 2)
+        self.succeed("empty", "--yes", "/media/Disk")
+        for can in cans:
+            self.assertGone(can)
+
+    def test_empty_takes_all_volumes_or_the_named_ones(self):
+        cans = {name: self.volume_trash(self.ext4(name)) for name in ("One", "Two", "Three")}
+        for can in [*cans.values(), self.trash]:
+            can.file("entry")
+        self.succeed("empty", "--yes", "One")
+        self.assertEqual([c.names() for c in cans.values()], [[], [b"entry"], [b"entry"]])
+        cans["One"].file("entry")
+        self.succeed("empty", "--yes", "One", "/media/Two/")
+        self.assertEqual([c.names() for c in cans.values()], [[], [], [b"entry"]])
+        self.assertEqual(self.trash.names(), [b"entry"])
+        run = self.succeed("empty", "--yes", "--json")
+        self.assertEqual(run.json["erasedCount"], 2)
+        self.assertGone(cans["Three"])
+        self.assertGone()
+
+    def test_trash_of_hidden_entries_only(self):
+        """It is shown as empty, and emptied all the same."""
+        self.trash.file(".hidden")
+        trash, = [t for t in self.succeed("list", "--json").json if t["count"]]
+        self.assertIs(trash["trashIsEmpty"], True)
+        self.succeed("empty", "--yes")
+        self.assertGone()
+
+    def test_nothing_to_erase_is_a_success(self):
+        run = self.succeed("empty", "--yes", "--json")
+        self.assertEqual(run.json["erasedCount"], 0)
+        self.assertEqual(run.json["notErased"], [])

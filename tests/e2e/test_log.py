@@ -1,0 +1,131 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""The log tells every entry that went, and never stands in the way of the truth."""
+
+import os
+import re
+
+from harness import EndToEndTest, listing, run_as_root
+
+
+def number_of(line):
+    """The running number that begins a line, whatever separates its thousands."""
+    return int(re.sub(r"\D", "", line.split(" ", 1)[0]))
+
+
+class LogTest(EndToEndTest):
+    def test_start_numbered_lines_and_end(self):
+        names = [f"tree{number}" for number in range(30)]
+        for name in names:
+            self.trash.tree(name, [f"{leaf}" for leaf in range(50)])
+        run = self.succeed("empty", "--yes", "--json")
+        lines = self.log_lines()
+        self.assertEqual(lines.pop(), "", "the last line ends with a line feed")
+        entries = [line for line in lines if " /" in line]
+        self.assertEqual([number_of(line) for line in entries], list(range(1, 30 * 51 + 1)))
+        self.assertEqual(run.json["erasedCount"], len(entries))
+        self.assertEqual(lines[1:-1], entries, "one start line and one end line")
+        paths = {line.split(" ", 1)[1].encode() for line in entries}
+        self.assertIn(os.path.join(self.trash.path("tree7"), b"49"), paths)
+        self.assertIn(self.trash.path("tree29"), paths)
+
+    def test_runs_append_and_number_afresh(self):
+        for _ in range(2):
+            self.trash.file("one")
+            self.trash.file("two")
+            self.succeed("empty", "--yes")
+        numbers = [number_of(line) for line in self.log_lines() if " /" in line]
+        self.assertEqual(numbers, [1, 2, 1, 2])
+
+    def test_names_are_escaped(self):
+        for name in (b"line\nfeed", b"\xff\xfe", b"\x1b[31m"):
+            self.trash.file(name)
+        self.succeed("empty", "--yes")
+        lines = self.log_lines()
+        self.assertEqual(len(lines), 3 + 2 + 1)
+        self.assertFalse([c for line in lines for c in line if ord(c) < 32])
+
+    def test_what_stayed_is_not_in_the_log(self):
+        self.trash.file("goes")
+        if not run_as_root("chattr", "+i", self.trash.file("locked"), check=False):
+            self.skipTest("the file system keeps no such attribute")
+        self.succeed("empty", "--yes", status=1)
+        self.assertFalse([line for line in self.log_lines() if line.endswith("/locked")])
+
+    def test_no_log_when_it_is_not_wanted(self):
+        self.trash.file("entry")
+        self.succeed("empty", "--yes", "--no-log")
+        self.assertFalse(os.path.lexists(os.path.join(self.state, b"Kestrin 3")))
+        settings = os.path.join(self.home, b".config")
+        os.mkdir(settings)
+        with open(os.path.join(settings, b"com.quorvane.kestrin-3.conf"), "wb") as file:
+            file.write(b"[General]\nwrite_log=false\n")
+        self.trash.file("entry")
+        self.succeed("empty", "--yes")
+        self.assertGone()
+        self.assertFalse(os.path.lexists(os.path.join(self.state, b"Kestrin 3")))
+
+    def test_state_home_of_the_environment(self):
+        self.environment["XDG_STATE_HOME"] = os.fsdecode(self.home) + "/elsewhere"
+        os.mkdir(os.path.join(self.home, b"elsewhere"))
+        self.trash.file("entry")
+        self.succeed("empty", "--yes")
+        self.assertTrue(os.path.isdir(os.path.join(self.home, b"elsewhere/Kestrin 3")))
+
+
+class LogTroubleTest(EndToEndTest):
+    """A log that cannot be opened: nothing is erased, and a message names it."""
+
+    def check_refused(self):
+        self.trash.file("entry")
+        run = self.run_program("empty", "--yes")
+        self.assertNotEqual(run.status, 0, run)
+        self.assertIn(b"Kestrin 3", run.err, run)
+        self.assertEqual(self.trash.names(), [b"entry"])
+        self.assertEqual(self.trash.records(), [b"entry"])
+        self.succeed("empty", "--yes", "--no-log")
+        self.assertGone()
+
+    def test_log_folder_is_a_link(self):
+        before = listing(self.outside)
+        os.makedirs(self.state)
+        os.symlink(self.outside, os.path.join(self.state, b"Kestrin 3"))
+        self.check_refused()
+        self.assertEqual(listing(self.outside), before)
+
+    def test_log_folder_is_a_file(self):
+        os.makedirs(self.state)
+        with open(os.path.join(self.state, b"Kestrin 3"), "wb") as file:
+            file.write(b"a file")
+        self.check_refused()
+        with open(os.path.join(self.state, b"Kestrin 3"), "rb") as file:
+            self.assertEqual(file.read(), b"a file")
+
+    def test_log_folder_cannot_be_made(self):
+        os.makedirs(self.state)
+        os.chmod(self.state, 0o500)
+        self.check_refused()
+
+    def test_log_file_is_a_link(self):
+        """The newest log may have been swapped for a link: nothing is appended to its target."""
+        self.trash.file("one")
+        self.succeed("empty", "--yes")
+        log, = self.log_files()
+        os.unlink(log)
+        before = listing(self.outside)
+        os.symlink(os.path.join(self.outside, b"file"), log)
+        self.trash.file("two")
+        self.run_program("empty", "--yes")
+        self.assertEqual(listing(self.outside), before)
+
+    def test_full_disk(self):
+        small = os.path.join(self.home, b"small")
+        os.mkdir(small)
+        self.tmpfs(small, "mode=755,size=64k")
+        self.environment["XDG_STATE_HOME"] = os.fsdecode(small)
+        for number in range(2000):
+            self.trash.file(f"entry with a rather long name {number}")
+        run = self.run_program("empty", "--yes")
+        self.assertIn(b"Kestrin 3", run.err, "a message that names the log")
+        self.assertIn(run.status, (0, 1), run)
+        self.assertEqual(run.status == 0, self.trash.names() == [], run)
+        self.assertEqual(self.trash.names(), self.trash.records())

@@ -1,0 +1,146 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""What cannot be removed stays, with its record, and is named with its reason."""
+
+import os
+
+from harness import EndToEndTest, as_root, path_of, run_as_root
+
+
+class RefusalsTest(EndToEndTest):
+    def chattr(self, flag, path):
+        if not run_as_root("chattr", flag, path, check=False):
+            self.skipTest("the file system keeps no such attribute")
+
+    def test_locked_entries(self):
+        locked = self.trash.file("locked")
+        inner = os.path.join(self.trash.tree("tree", ["locked", "other"]), b"locked")
+        folder = self.trash.tree("folder", ["inside"])
+        self.trash.file("goes")
+        for path in (locked, inner, folder):
+            self.chattr("+i", path)
+        run = self.succeed("empty", "--yes", "--json", status=1)
+        self.assertStayed(run, locked, "locked")
+        self.assertStayed(run, inner, "locked")
+        self.assertIn("locked", {entry["reason"] for entry in run.json["notErased"]
+                                 if path_of(entry["url"]).startswith(folder)})
+        self.assertEqual(self.trash.names(), [b"folder", b"locked", b"tree"])
+        self.assertEqual(self.trash.records(), [b"folder", b"locked", b"tree"])
+        self.assertEqual(os.listdir(self.trash.path("tree")), [b"locked"])
+        self.assertEqual(run.json["erasedCount"], 2)
+
+    def test_append_only_file(self):
+        path = self.trash.file("append")
+        self.chattr("+a", path)
+        run = self.succeed("empty", "--yes", "--json", status=1)
+        self.assertEqual([path_of(entry["url"]) for entry in run.json["notErased"]], [path])
+        self.assertEqual(self.trash.records(), [b"append"])
+
+    def test_folder_of_root_with_contents(self):
+        """Its contents cannot be removed, and it cannot be while it holds them."""
+        top = self.trash.tree("tree", ["mine", "root/file"])
+        closed = self.trash.tree("closed", ["file"])
+        run_as_root("chown", "-R", "0:0", os.path.join(top, b"root"), closed)
+        run_as_root("chmod", "700", closed)
+        run = self.succeed("empty", "--yes", "--json", status=1)
+        self.assertStayed(run, closed, "forbidden")
+        self.assertStayed(run, os.path.join(top, b"root/file"), "forbidden")
+        self.assertEqual(os.listdir(top), [b"root"])
+        self.assertEqual(self.trash.records(), [b"closed", b"tree"])
+
+    def test_empty_folder_of_root_goes(self):
+        top = self.trash.tree("tree", ["a"])
+        with as_root():
+            os.mkdir(os.path.join(top, b"root"))
+            os.mkdir(self.trash.path("top"))
+        self.succeed("empty", "--yes")
+        self.assertGone()
+
+    def test_closed_empty_folder_of_root_goes(self):
+        with as_root():
+            os.mkdir(self.trash.path("closed"), 0o700)
+        self.succeed("empty", "--yes")
+        self.assertGone()
+
+    def test_sticky_folder_of_root(self):
+        """Only the owner of an entry may take it out."""
+        folder = self.trash.path("sticky")
+        with as_root():
+            os.mkdir(folder)
+            os.chmod(folder, 0o1777)
+            with open(os.path.join(folder, b"of root"), "wb"):
+                os.chmod(os.path.join(folder, b"of root"), 0o666)
+        with open(os.path.join(folder, b"mine"), "wb"):
+            pass
+        run = self.succeed("empty", "--yes", "--json", status=1)
+        self.assertStayed(run, os.path.join(folder, b"of root"), "forbidden")
+        self.assertEqual(os.listdir(folder), [b"of root"])
+
+    def test_read_only_volume(self):
+        volume = self.ext4("Disk")
+        can = self.volume_trash(volume)
+        path = can.file("entry")
+        run_as_root("mount", "-o", "remount,ro", volume)
+        run = self.succeed("erase", "--yes", "--json", path, status=1)
+        self.assertStayed(run, path, "read-only")
+        self.assertEqual(can.names(), [b"entry"])
+        self.assertEqual(can.records(), [b"entry"])
+
+    def test_answers_by_option(self):
+        """Without the helper nothing is unlocked; an entry that the user chose to skip says so."""
+        locked = self.trash.file("locked")
+        self.chattr("+i", locked)
+        for answer in ("skip", "erase", "ask"):
+            run = self.succeed("empty", "--yes", "--json", f"--locked={answer}", status=1)
+            self.assertStayed(run, locked, "locked")
+        run = self.succeed("empty", "--yes", "--json", "--locked=skip", status=1)
+        self.assertIs(run.json["notErased"][0].get("skipped"), True)
+        self.assertEqual(self.trash.names(), [b"locked"])
+
+    def test_message_names_what_stayed(self):
+        self.chattr("+i", self.trash.file("locked treasure"))
+        run = self.succeed("empty", "--yes", status=1)
+        self.assertIn(b"locked treasure", run.out + run.err)
+
+
+class RecordsTest(EndToEndTest):
+    def test_records_of_vanished_data_go_when_old_and_all_is_emptied(self):
+        self.trash.record("old")
+        os.utime(self.trash.record_path("old"), (1, 1))
+        self.trash.record("young")
+        self.trash.file("entry")
+        self.succeed("erase", "--yes", self.trash.path("entry"))
+        self.assertEqual(self.trash.records(), [b"old", b"young"])
+        self.trash.file("entry")
+        self.succeed("empty", "--yes")
+        self.assertEqual(self.trash.records(), [b"young"])
+
+    def test_old_records_go_from_a_trash_without_data_too(self):
+        self.trash.record("old")
+        os.utime(self.trash.record_path("old"), (1, 1))
+        self.succeed("empty", "--yes")
+        self.assertGone()
+
+    def test_data_without_record_is_an_entry(self):
+        os.mkdir(self.trash.path("lost"))
+        with open(self.trash.path("found"), "wb"):
+            pass
+        self.assertEqual(len(self.succeed("show", "--json").json), 2)
+        self.succeed("empty", "--yes")
+        self.assertGone()
+
+    def test_missing_info_folder(self):
+        self.trash.file("entry")
+        run_as_root("rm", "-rf", self.trash.info)
+        self.succeed("empty", "--yes")
+        self.assertEqual(self.trash.names(), [])
+
+    def test_directory_sizes_keep_the_lines_of_what_stayed(self):
+        for name in ("goes", "stays", "with space"):
+            self.trash.tree(name)
+        sizes = os.path.join(self.trash.folder, b"directorysizes")
+        with open(sizes, "wb") as file:
+            file.write(b"10 20 goes\n10 20 stays\n10 20 with%20space\n")
+        self.succeed("erase", "--yes", self.trash.path("goes"), self.trash.path("with space"))
+        with open(sizes, "rb") as file:
+            self.assertEqual(file.read(), b"10 20 stays\n")
+        self.assertEqual(self.trash.records(), [b"stays"])

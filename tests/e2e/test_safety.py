@@ -1,0 +1,308 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""Nothing outside the erased entries changes, whatever the trash holds."""
+
+import os
+import socket
+import threading
+
+from harness import EndToEndTest, TrashCan, as_root, exchange, listing, run_as_root
+
+
+class SafetyTest(EndToEndTest):
+    def setUp(self):
+        super().setUp()
+        self.before = listing(self.outside)
+
+    def check_outside(self):
+        self.assertEqual(listing(self.outside), self.before)
+
+    def out(self, name):
+        return os.path.join(self.outside, name)
+
+    def test_links_go_and_their_targets_stay(self):
+        top = self.trash.tree("tree")
+        for number, target in enumerate([b"file", b"folder", b"folder/deep", b"link", b"absent", b""]):
+            os.symlink(self.out(target), os.path.join(top, b"link%d" % number))
+            os.symlink(self.out(target), self.trash.path(f"link{number}"))
+        os.symlink(b"../../../../..", self.trash.path("upwards"))
+        os.symlink(b"loop", self.trash.path("loop"))
+        self.succeed("empty", "--yes")
+        self.assertEqual(self.trash.names(), [])
+        self.check_outside()
+
+    def test_hard_links_keep_the_other_name(self):
+        os.link(self.out(b"file"), self.trash.path("hard"))
+        os.chmod(self.out(b"file"), 0o400)
+        self.before = listing(self.outside)
+        self.succeed("empty", "--yes")
+        self.assertEqual(self.trash.names(), [])
+        self.check_outside()
+
+    def test_mounts_inside_an_entry_stay_untouched(self):
+        top = self.trash.tree("tree", ["a"])
+        points = [b"bind", b"memory", b"deep/down/bind"]
+        for point in points:
+            os.makedirs(os.path.join(top, point))
+        run_as_root("mount", "--bind", self.outside, os.path.join(top, b"bind"))
+        run_as_root("mount", "--bind", self.out(b"folder"), os.path.join(top, b"deep/down/bind"))
+        self.tmpfs(os.path.join(top, b"memory"))
+        with open(os.path.join(top, b"memory/kept"), "wb") as file:
+            file.write(b"kept")
+        mounted = listing(os.path.join(top, b"memory"))
+
+        run = self.succeed("empty", "--yes", "--json", status=1)
+        for point in points:
+            self.assertStayed(run, os.path.join(top, point), "mount-point")
+        self.assertEqual(len(run.json["notErased"]), 3)
+        self.assertEqual(sorted(os.listdir(top)), [b"bind", b"deep", b"memory"])
+        self.assertEqual(listing(os.path.join(top, b"memory")), mounted)
+        self.assertEqual(self.trash.records(), [b"tree"])
+        self.check_outside()
+
+    def test_mounted_entry_and_mounted_file_stay(self):
+        os.mkdir(self.trash.path("folder"))
+        run_as_root("mount", "--bind", self.outside, self.trash.path("folder"))
+        self.trash.file("file")
+        run_as_root("mount", "--bind", self.out(b"file"), self.trash.path("file"))
+        run = self.succeed("empty", "--yes", "--json", status=1)
+        self.assertStayed(run, self.trash.path("folder"), "mount-point")
+        self.assertStayed(run, self.trash.path("file"), "mount-point")
+        self.check_outside()
+
+    def test_counting_does_not_enter_mounts(self):
+        top = self.trash.tree("tree", ["a"])
+        os.mkdir(os.path.join(top, b"bind"))
+        run_as_root("mount", "--bind", self.outside, os.path.join(top, b"bind"))
+        entry, = self.succeed("show", "--json").json
+        self.assertEqual((entry["count"], entry["size"]), (3, 5))
+
+    def test_folder_swapped_for_a_link_while_erasing(self):
+        swaps, end, pairs = [0], threading.Event(), []
+        for number in range(40):
+            top = self.trash.tree(f"tree{number}", [f"sub/{inner}/{leaf}" for inner in range(8)
+                                                    for leaf in range(12)])
+            os.symlink(self.outside, os.path.join(top, b"link"))
+            pairs.append((os.path.join(top, b"sub"), os.path.join(top, b"link")))
+
+        def swap():
+            while not end.is_set():
+                for one, other in pairs:
+                    swaps[0] += exchange(one, other)
+
+        swapper = threading.Thread(target=swap)
+        swapper.start()
+        while swaps[0] < 100:
+            pass
+        try:
+            run = self.run_program("empty", "--yes", "--json")
+        finally:
+            end.set()
+            swapper.join()
+        self.assertIn(run.status, (0, 1), run)
+        self.assertGreater(swaps[0], 300)
+        self.check_outside()
+        self.succeed("empty", "--yes")
+        self.assertEqual(self.trash.names(), [])
+        self.check_outside()
+
+    def test_top_level_entries_swapped_for_links(self):
+        end, pairs = threading.Event(), []
+        for number in range(60):
+            top = self.trash.tree(f"tree{number}", [f"{leaf}" for leaf in range(50)])
+            link = os.path.join(self.home, b"link%d" % number)
+            os.symlink(self.outside, link)
+            pairs.append((top, link))
+
+        def swap():
+            while not end.is_set():
+                for one, other in pairs:
+                    exchange(one, other)
+
+        swapper = threading.Thread(target=swap)
+        swapper.start()
+        try:
+            self.run_program("empty", "--yes")
+        finally:
+            end.set()
+            swapper.join()
+        self.check_outside()
+
+    def test_entries_that_vanish_meanwhile_count_as_gone(self):
+        for number in range(300):
+            self.trash.tree(f"tree{number}", ["a", "b/c"])
+        begun = threading.Event()
+
+        def vanish():
+            begun.set()
+            for number in reversed(range(300)):
+                for name in (b"b/c", b"a"):
+                    try:
+                        os.unlink(os.path.join(self.trash.path(f"tree{number}"), name))
+                    except OSError:
+                        pass
+
+        other = threading.Thread(target=vanish)
+        other.start()
+        begun.wait()
+        run = self.run_program("empty", "--yes", "--json")
+        other.join()
+        self.assertEqual(run.status, 0, run)
+        self.assertGone()
+        self.check_outside()
+
+
+class TrashFolderTest(EndToEndTest):
+    """A trash folder must be a real folder of the user's own, at each level."""
+
+    def setUp(self):
+        super().setUp()
+        self.bait = TrashCan(os.path.join(self.outside, b"bait"))
+        self.bait.file("precious")
+        self.before = listing(self.outside)
+
+    def check_ignored(self):
+        for command in (["list", "--json"], ["show", "--json"]):
+            run = self.run_program(*command)
+            self.assertNotIn(b"precious", run.out, run)
+            self.assertNotIn(b'"count": 1', run.out, run)
+        self.run_program("empty", "--yes")
+        self.assertEqual(listing(self.outside), self.before)
+
+    def test_home_trash_is_a_link(self):
+        run_as_root("rm", "-rf", self.trash.folder)
+        os.symlink(self.bait.folder, self.trash.folder)
+        self.check_ignored()
+
+    def test_files_folder_of_the_home_trash_is_a_link(self):
+        os.rmdir(self.trash.files)
+        os.symlink(self.bait.files, self.trash.files)
+        self.check_ignored()
+
+    def test_info_folder_is_a_link(self):
+        os.rmdir(self.trash.info)
+        os.symlink(self.bait.info, self.trash.info)
+        with open(self.trash.path("precious"), "wb") as file:
+            file.write(b"of the trash")
+        self.succeed("empty", "--yes")
+        self.assertEqual(os.listdir(self.trash.files), [])
+        self.assertEqual(listing(self.outside), self.before)
+
+    def test_link_to_the_data_folder_is_the_users_own_choice(self):
+        share = os.path.join(self.home, b".local/share")
+        moved = os.path.join(self.home, b"elsewhere")
+        os.rename(share, moved)
+        os.symlink(moved, share)
+        can = TrashCan(os.path.join(moved, b"Trash"))
+        can.file("entry")
+        self.succeed("empty", "--yes")
+        self.assertGone(can)
+
+    def test_volume_trash_is_a_link_at_each_level(self):
+        volume = self.ext4("Disk")
+        for make in (self.link_own_trash, self.link_own_files, self.link_shared, self.link_shared_own):
+            with self.subTest(make.__name__):
+                run_as_root("sh", "-c", 'rm -rf "$1"/.Trash*', "sh", volume)
+                make(volume)
+                self.check_ignored()
+
+    def link_own_trash(self, volume):
+        os.symlink(self.bait.folder, os.path.join(volume, b".Trash-61234"))
+
+    def link_own_files(self, volume):
+        os.makedirs(os.path.join(volume, b".Trash-61234/info"))
+        os.symlink(self.bait.files, os.path.join(volume, b".Trash-61234/files"))
+
+    def link_shared(self, volume):
+        shared = os.path.join(self.home, b"shared")
+        os.makedirs(shared, exist_ok=True)
+        os.chmod(shared, 0o1777)
+        if not os.path.lexists(os.path.join(shared, b"61234")):
+            os.symlink(self.bait.folder, os.path.join(shared, b"61234"))
+        os.symlink(shared, os.path.join(volume, b".Trash"))
+
+    def link_shared_own(self, volume):
+        os.mkdir(os.path.join(volume, b".Trash"))
+        os.chmod(os.path.join(volume, b".Trash"), 0o1777)
+        os.symlink(self.bait.folder, os.path.join(volume, b".Trash/61234"))
+
+    def test_shared_trash_without_sticky_bit_is_no_trash(self):
+        volume = self.ext4("Disk")
+        can = TrashCan(os.path.join(volume, b".Trash/61234"))
+        can.file("entry")
+        os.chmod(os.path.join(volume, b".Trash"), 0o777)
+        self.succeed("empty", "--yes")
+        self.assertEqual(can.names(), [b"entry"])
+        os.chmod(os.path.join(volume, b".Trash"), 0o1777)
+        self.succeed("empty", "--yes")
+        self.assertGone(can)
+
+    def test_trash_that_belongs_to_another_user_is_no_trash(self):
+        volume = self.ext4("Disk")
+        can = self.volume_trash(volume)
+        can.file("entry")
+        run_as_root("chown", "-R", "61236:61236", can.folder)
+        run_as_root("chmod", "-R", "a+rwX", can.folder)
+        self.run_program("empty", "--yes")
+        self.assertEqual(can.names(), [b"entry"])
+
+    def test_trashes_of_other_users_stay(self):
+        volume = self.ext4("Disk")
+        own = self.volume_trash(volume)
+        own.file("entry")
+        other = self.volume_trash(volume, 61236)
+        other.file("entry")
+        self.succeed("empty", "--yes")
+        self.assertGone(own)
+        self.assertEqual(other.names(), [b"entry"])
+
+
+class ListingTest(EndToEndTest):
+    """Looking changes nothing on disk."""
+
+    def test_listing_showing_and_dry_run(self):
+        volume = self.ext4("Disk")
+        os.chmod(volume, 0o777)
+        can = self.volume_trash(volume)
+        can.file("entry")
+        self.trash.tree("tree")
+        os.chmod(self.trash.tree("closed"), 0)
+        with open(os.path.join(self.trash.folder, b"directorysizes"), "wb") as file:
+            file.write(b"10 20 stale\n")
+        self.trash.record("orphan")
+        os.utime(self.trash.record_path("orphan"), (0, 0))
+        self.ext4("Untouched")
+        before = [listing(place, "mc") for place in (self.home, b"/media")]
+        for command in (["list"], ["list", "--json"], ["show"], ["show", "/media/Disk"],
+                        ["show", "--sort", "size"], ["empty", "--dry-run"],
+                        ["empty", "--dry-run", "--yes"], ["empty", "--dry-run", "--json"],
+                        ["erase", "--dry-run", self.trash.path("tree")], ["--help"]):
+            self.succeed(*command)
+            self.assertEqual([listing(place, "mc") for place in (self.home, b"/media")], before, command)
+
+    def test_dry_run_tells_what_would_go(self):
+        self.trash.tree("tree", ["a", "b/c"])
+        self.trash.file("file")
+        run = self.succeed("empty", "--dry-run", "--json")
+        self.assertIs(run.json["dryRun"], True)
+        self.assertIn(b"tree", self.succeed("empty", "--dry-run").out)
+        self.assertIs(self.succeed("empty", "--yes", "--json").json["dryRun"], False)
+
+
+class SocketTest(EndToEndTest):
+    def test_special_files_are_never_opened(self):
+        """An opened FIFO would block, an opened device could act."""
+        top = self.trash.tree("tree", ["a"])
+        os.mkfifo(os.path.join(top, b"fifo"))
+        os.mkfifo(self.trash.path("fifo"))
+        with socket.socket(socket.AF_UNIX) as end:
+            os.chdir(top)
+            end.bind("socket")
+            os.chdir("/")
+        with as_root():
+            for number, kind in enumerate((0o020000, 0o060000)):
+                path = os.path.join(top, b"device%d" % number)
+                os.mknod(path, kind | 0o600, os.makedev(1, 7))
+                os.chown(path, 61234, 61234)
+        run = self.succeed("empty", "--yes", "--json", timeout=20)
+        self.assertEqual(run.json["erasedCount"], 7)
+        self.assertEqual(self.trash.names(), [])

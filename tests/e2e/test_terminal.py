@@ -1,0 +1,280 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""The terminal's own promises: arguments, exit statuses, JSON, confirmation, Stop."""
+
+import os
+import re
+import signal
+import time
+
+from harness import (OTHER_USER, TIME_FACTOR, EndToEndTest, Terminal, TrashCan, exists, path_of,
+                     run_as_root, send, url_of)
+
+
+class UsageTest(EndToEndTest):
+    """A command that cannot be understood as a whole does nothing at all."""
+
+    def setUp(self):
+        super().setUp()
+        self.entry = self.trash.tree("tree", ["inner/leaf"])
+        self.good = self.trash.file("good")
+
+    def refuse(self, *arguments, naming=None):
+        run = self.succeed(*arguments, status=2)
+        self.assertTrue(run.err, arguments)
+        if naming:
+            self.assertIn(naming, run.err)
+        self.assertEqual(self.trash.names(), [b"good", b"tree"], arguments)
+        self.assertTrue(exists(os.path.join(self.entry, b"inner/leaf")), arguments)
+        self.assertFalse(exists(os.path.join(self.state, b"Kestrin 3")), arguments)
+
+    def test_commands_and_options(self):
+        for arguments in ([], ["destroy"], ["empty", "--yes", "--frobnicate"], ["erase", "--yes"],
+                          ["empty", "--yes", "--locked=perhaps"], ["show", "--sort", "colour"],
+                          ["list", "--yes"], ["help", "destroy"], ["show", "/", "/"]):
+            if arguments:
+                self.refuse(*arguments)
+
+    def test_unknown_volume(self):
+        self.refuse("empty", "--yes", "/nowhere", naming=b"/nowhere")
+        self.refuse("empty", "--yes", "Nowhere Disk", naming=b"Nowhere Disk")
+        self.refuse("show", "Nowhere Disk", naming=b"Nowhere Disk")
+        self.refuse("empty", "--yes", os.fsdecode(self.home), "/nowhere")
+
+    def test_ambiguous_volume(self):
+        cans = [self.volume_trash(self.ext4(name, label="Twin")) for name in ("one", "two")]
+        for can in cans:
+            can.file("entry")
+        self.refuse("empty", "--yes", "Twin", naming=b"Twin")
+        self.refuse("empty", "--yes", "/media/one", "Twin", naming=b"Twin")
+        self.assertEqual([can.names() for can in cans], [[b"entry"], [b"entry"]])
+        self.succeed("empty", "--yes", "/media/one")
+        self.assertEqual([can.names() for can in cans], [[], [b"entry"]])
+
+    def test_paths_that_are_no_entry_of_the_trash(self):
+        refused = [os.path.join(self.outside, b"file"), self.home, b"/", b"/etc/passwd",
+                   os.path.join(self.entry, b"inner"), self.trash.files, self.trash.info,
+                   self.trash.folder, self.trash.record_path("tree"), self.trash.path("absent"),
+                   self.trash.path(".."), self.trash.path("."), self.trash.path("tree/.."),
+                   self.trash.path("tree/inner/../../good/.."), b""]
+        for path in refused:
+            self.refuse("erase", "--yes", self.good, path)
+
+    def test_path_through_a_link(self):
+        """Whatever way a path takes, the entry must lie in a trash of the user."""
+        link = os.path.join(self.home, b"way")
+        os.symlink(self.trash.files, link)
+        self.succeed("erase", "--yes", os.path.join(link, b"good"))
+        self.assertEqual(self.trash.names(), [b"tree"])
+        self.assertEqual(self.trash.records(), [b"tree"])
+        bait = TrashCan(os.path.join(self.outside, b"bait/Trash"))
+        bait.file("entry")
+        self.succeed("erase", "--yes", bait.path("entry"), status=2)
+        self.assertEqual(bait.names(), [b"entry"])
+
+    def test_trash_of_another_user(self):
+        volume = self.ext4("Disk")
+        can = self.volume_trash(volume, OTHER_USER)
+        can.file("entry")
+        run_as_root("chown", "-R", f"{OTHER_USER}:{OTHER_USER}", can.folder)
+        run_as_root("chmod", "-R", "a+rwX", can.folder)
+        self.refuse("erase", "--yes", self.good, can.path("entry"), naming=can.path("entry"))
+        self.assertEqual(can.names(), [b"entry"])
+
+    def test_no_terminal_and_no_yes(self):
+        self.refuse("empty")
+        self.refuse("erase", self.good)
+
+    def test_help_and_version(self):
+        for arguments in (["--help"], ["help"], ["help", "empty"], ["help", "erase"], ["help", "list"],
+                          ["help", "show"], ["empty", "--help"]):
+            run = self.succeed(*arguments)
+            self.assertTrue(run.out, arguments)
+            self.assertEqual(run.err, b"", arguments)
+        self.assertRegex(self.succeed("--version").out, rb"3\.0\.0")
+
+    def test_relative_path(self):
+        """It begins at the current folder, and that is no trash."""
+        self.refuse("erase", "--yes", "good", naming=b"good")
+
+
+class JsonTest(EndToEndTest):
+    def test_list(self):
+        volume = self.ext4("Disk")
+        self.volume_trash(volume).tree("tree", ["a", "b/c"])
+        trashes = self.succeed("list", "--json").json
+        for trash in trashes:
+            self.assertEqual(set(trash), {"volumeName", "volumePath", "trashURL", "trashIsEmpty",
+                                          "size", "count"})
+        disk, = [trash for trash in trashes if trash["volumePath"] == "/media/Disk"]
+        self.assertEqual(disk, {
+            "volumeName": "Disk", "volumePath": "/media/Disk", "trashIsEmpty": False, "size": 10,
+            "count": 4, "trashURL": "file:///media/Disk/.Trash-61234/files"})
+        home, = [trash for trash in trashes if path_of(trash["trashURL"]) == self.trash.files]
+        self.assertIs(home["trashIsEmpty"], True)
+
+    def test_show(self):
+        self.trash.tree("folder", ["a", "b/c"], original="/home/x/über%", date="2026-05-06T07:08:09")
+        self.trash.file(b"\xff", b"123")
+        os.unlink(self.trash.record_path(b"\xff"))
+        shown = {entry["url"]: entry for entry in self.succeed("show", "--json").json}
+        for entry in shown.values():
+            self.assertEqual(set(entry), {"name", "url", "size", "count", "isDirectory", "dateAdded",
+                                          "originalPath", "volumePath"})
+        folder = shown[url_of(self.trash.path("folder"))]
+        self.assertEqual((folder["name"], folder["size"], folder["count"], folder["isDirectory"]),
+                         ("folder", 10, 4, True))
+        self.assertEqual(folder["originalPath"], "/home/x/über%")
+        self.assertRegex(folder["dateAdded"], r"^2026-05-06T07:08:09([+-]\d\d:\d\d|Z)?$")
+        odd = shown[url_of(self.trash.path(b"\xff"))]
+        self.assertEqual((odd["size"], odd["count"], odd["isDirectory"]), (3, 1, False))
+        self.assertEqual((odd["dateAdded"], odd["originalPath"]), (None, None))
+
+    def test_sort(self):
+        for name, size, date in (("b", 3, "2026-01-01T00:00:00"), ("a", 1, "2026-01-03T00:00:00"),
+                                 ("c", 2, "2026-01-02T00:00:00")):
+            self.trash.file(name, b"x" * size, date=date)
+        orders = {key: [entry["name"] for entry in self.succeed("show", "--json", "--sort", key).json]
+                  for key in ("name", "size", "date")}
+        self.assertEqual(orders["name"], ["a", "b", "c"])
+        self.assertIn(orders["size"], (["a", "c", "b"], ["b", "c", "a"]))
+        self.assertIn(orders["date"], (["b", "c", "a"], ["a", "c", "b"]))
+
+    def test_erase(self):
+        self.trash.tree("tree", ["a", "b/c"])
+        gone = self.trash.file("gone", b"1234567")
+        run = self.succeed("erase", "--yes", "--json", gone, self.trash.path("tree"))
+        self.assertEqual(run.json, {"erasedCount": 5, "erasedSize": 17, "wasStoppedByUser": False,
+                                    "dryRun": False, "notErased": []})
+        self.assertEqual(run.err, b"", "no progress where there is no terminal")
+
+    def test_not_erased(self):
+        path = self.trash.file("locked")
+        if not run_as_root("chattr", "+i", path, check=False):
+            self.skipTest("the file system keeps no such attribute")
+        run = self.succeed("empty", "--yes", "--json", status=1)
+        entry, = run.json["notErased"]
+        self.assertLessEqual({"url", "reason", "message"}, set(entry))
+        self.assertEqual((entry["url"], entry["reason"]), (url_of(path), "locked"))
+        self.assertTrue(entry["message"])
+
+    def test_text_agrees_with_json(self):
+        self.trash.tree("some tree", [f"{leaf}" for leaf in range(6)])
+        listed = self.succeed("list").out.decode()
+        self.assertRegex(listed, r"\b7\b")
+        self.assertIn(b"some tree", self.succeed("show").out)
+
+    def test_quiet(self):
+        self.trash.file("entry")
+        run = self.succeed("empty", "--yes", "--quiet")
+        self.assertEqual((run.out, run.err), (b"", b""))
+        self.assertGone()
+
+
+class ConfirmationTest(EndToEndTest):
+    def ask(self, keys, *arguments):
+        """Types once the program asks; answers its exit status."""
+        terminal = Terminal(self, *(arguments or ("empty",)))
+        terminal.read_until(lambda text: re.search(rb"[?\]:>] ?$", text))
+        terminal.type(keys)
+        status = terminal.end()
+        self.text = terminal.text
+        return status
+
+    def test_yes(self):
+        self.trash.tree("tree")
+        self.assertEqual(self.ask(b"y\n"), 0)
+        self.assertGone()
+
+    def test_no_and_anything_else(self):
+        self.trash.tree("tree")
+        for keys in (b"n\n", b"\n", b"\x04", b"\x03"):
+            self.assertEqual(self.ask(keys), 3, keys)
+            self.assertEqual(self.trash.names(), [b"tree"], keys)
+            self.assertFalse(self.log_files(), keys)
+
+    def test_erase_asks_too(self):
+        path = self.trash.file("entry")
+        self.assertEqual(self.ask(b"n\n", "erase", path), 3)
+        self.assertEqual(self.trash.names(), [b"entry"])
+        self.assertEqual(self.ask(b"y\n", "erase", path), 0)
+        self.assertGone()
+
+    def test_setting_does_not_switch_it_off(self):
+        """Only --yes does, in a terminal."""
+        os.mkdir(os.path.join(self.home, b".config"))
+        with open(os.path.join(self.home, b".config/com.quorvane.kestrin-3.conf"), "wb") as file:
+            file.write(b"[General]\nshow_alert=false\n")
+        self.trash.file("entry")
+        self.assertEqual(self.ask(b"n\n"), 3)
+        self.assertEqual(self.trash.names(), [b"entry"])
+
+    def test_figures_are_shown(self):
+        self.trash.tree("tree", [f"{leaf}" for leaf in range(41)])
+        self.ask(b"n\n")
+        self.assertIn(b"42", self.text)
+
+
+class StopTest(EndToEndTest):
+    """Ctrl-C and SIGTERM: the end comes at once, and what is told about it is true."""
+
+    FOLDERS, FILES = 60, 1000
+
+    def fill(self):
+        for number in range(self.FOLDERS):
+            name = f"tree{number}"
+            os.mkdir(self.trash.path(name))
+            folder = os.open(self.trash.path(name), os.O_RDONLY)
+            for leaf in range(self.FILES):
+                os.close(os.open(f"{leaf}", os.O_CREAT | os.O_WRONLY, dir_fd=folder))
+            os.close(folder)
+            self.trash.record(name)
+
+    def left(self):
+        return sum(1 + len(os.listdir(self.trash.path(name))) for name in self.trash.names())
+
+    def wait_until_it_erases(self):
+        deadline = time.monotonic() + 30 * TIME_FACTOR
+        while self.FOLDERS == len(os.listdir(self.trash.files)):
+            self.assertLess(time.monotonic(), deadline, "it never began")
+            time.sleep(0.001)
+
+    def check(self, number):
+        self.fill()
+        process = self.start("empty", "--yes", "--json")
+        self.wait_until_it_erases()
+        sent = time.monotonic()
+        send(process, number)
+        run = self.finish(process)
+        self.assertEqual(run.status, 3, run)
+        self.assertLess(time.monotonic() - sent, 0.5 * TIME_FACTOR)
+        self.assertIs(run.json["wasStoppedByUser"], True)
+        self.assertGreater(self.left(), 0)
+        self.assertEqual(run.json["erasedCount"] + self.left(), self.FOLDERS * (self.FILES + 1))
+        self.assertEqual(self.trash.names(), self.trash.records())
+        self.assertEqual(len([line for line in self.log_lines() if " /" in line]),
+                         run.json["erasedCount"])
+        self.succeed("empty", "--yes")
+        self.assertGone()
+
+    def test_sigterm(self):
+        self.check(signal.SIGTERM)
+
+    def test_sigint(self):
+        self.check(signal.SIGINT)
+
+    def test_ctrl_c_on_a_terminal(self):
+        self.fill()
+        terminal = Terminal(self, "empty", "--yes")
+        self.wait_until_it_erases()
+        sent = time.monotonic()
+        terminal.type(b"\x03")
+        self.assertEqual(terminal.end(), 3, terminal.text)
+        self.assertLess(time.monotonic() - sent, 0.5 * TIME_FACTOR)
+        self.assertEqual(self.trash.names(), self.trash.records())
+
+    def test_progress_is_one_line_on_a_terminal(self):
+        self.fill()
+        terminal = Terminal(self, "empty", "--yes")
+        self.assertEqual(terminal.end(), 0, terminal.text)
+        self.assertIn(b"\r", terminal.text)
+        self.assertGone()
