@@ -2,9 +2,9 @@
 // A message that the desktop shows (org.freedesktop.Notifications). Main thread.
 #pragma once
 
+#include <QPointer>
 #include <QString>
 #include <functional>
-#include <memory>
 
 namespace kestrin {
 
@@ -27,14 +27,14 @@ class DesktopNotification {
     DesktopNotification(const DesktopNotification&) = delete;
     DesktopNotification& operator=(const DesktopNotification&) = delete;
 
-    /// Shows it, or changes what is shown. One that the user has closed does not come back before
+    /// Shows it, or changes what is shown. One that the user took away does not come back before
     /// close() was called. The same content twice sends nothing.
     void show(const Content& content);
     void close();
 
  private:
     class Client;
-    std::unique_ptr<Client> m_client;
+    QPointer<Client> m_client;  ///< ends itself; gone with the application
 };
 
 }  // namespace kestrin
