@@ -74,6 +74,8 @@ EraseResult EraseSession::erase(const EraseRequest& request, const SharedItemsTo
     if (!isConfirmed(request) || m_wasStopped) {
         return {.end = EraseResult::End::Declined, .wasStopped = m_wasStopped};
     }
+    waitForCount();
+    if (m_wasStopped) return {.end = EraseResult::End::Declined, .wasStopped = true};
     m_isErasing = true;
     if (!m_engine->proceedToErase(items)) {
         return {.end = EraseResult::End::NotStarted, .startProblem = m_engine->startProblem()};
@@ -110,6 +112,15 @@ bool EraseSession::isConfirmed(const EraseRequest& request) {
     return *m_canContinue;
 }
 
+/// What kind of log is written depends on the number of entries, so it must be known.
+void EraseSession::waitForCount() {
+    m_engine->whenCountHasArrived([this] {
+        m_countHasArrived = true;
+        m_loop.quit();
+    });
+    waitUntil([this] { return m_countHasArrived || m_wasStopped; });
+}
+
 void EraseSession::waitUntil(const std::function<bool()>& isTrue) {
     while (!isTrue())
         m_loop.exec();
@@ -132,6 +143,7 @@ void EraseSession::stop() {
     // The engine has posted its own stop by then: it must hear of it before an open question ends.
     if (m_engine) m_engine->stop();
     MainThread::post([this] {
+        m_loop.quit();
         m_console.terminal().cancelQuestion();
         if (m_isErasing && m_console.terminal().hasStatusLine()) {
             m_console.terminal().message(m_console.text("cli_stopping"_key));

@@ -58,6 +58,7 @@ class EraseSession {
     Observation observeEnd();
     Observation observeResponse();
     bool isConfirmed(const EraseRequest& request);
+    void waitForCount();
     void waitUntil(const std::function<bool()>& isTrue);
     EraseResult finished() const;
     std::uint64_t bytesErased() const;
@@ -69,6 +70,7 @@ class EraseSession {
     std::shared_ptr<QVDeleteItems> m_engine;
     std::stop_source m_backgroundStop;
     QEventLoop m_loop;
+    bool m_countHasArrived = false;
     bool m_wasStopped = false;
     bool m_isErasing = false;
     bool m_hasEnded = false;

@@ -68,6 +68,7 @@ struct QVDeleteItems::State {
     std::uint64_t totSize = 0;
     std::uint64_t totItems = 0;
     bool countHasArrived = false;
+    std::function<void()> countHandler;
     bool stopWasPressed = false;
     std::shared_ptr<QVAlert> alert;
     std::vector<FileUrl> notErased;  ///< folders that were not empty after their contents
@@ -194,6 +195,7 @@ void QVDeleteItems::updateCountAndSizeToDelete(const Notification& notification)
     const auto count = notification.userInfo.value<std::uint64_t>(Key::kCount);
     const auto items = notification.userInfo.value<SharedItemsToErase>(Key::kItemsToErase);
     std::shared_ptr<QVAlert> alert;
+    std::function<void()> handler;
     {
         const std::lock_guard lock(m_state->lock);
         if (items) m_state->itemsToErase = items;
@@ -201,9 +203,20 @@ void QVDeleteItems::updateCountAndSizeToDelete(const Notification& notification)
         m_state->totItems += count;
         m_state->countHasArrived = true;
         alert = m_state->alert;
+        handler = std::exchange(m_state->countHandler, nullptr);
     }
     m_state->changed.notify_all();
     if (alert) alert->showSizeInfoString(size, count);
+    if (handler) MainThread::post(std::move(handler));
+}
+
+void QVDeleteItems::whenCountHasArrived(std::function<void()> call) {
+    const std::lock_guard lock(m_state->lock);
+    if (m_state->countHasArrived) {
+        MainThread::post(std::move(call));
+    } else {
+        m_state->countHandler = std::move(call);
+    }
 }
 
 void QVDeleteItems::calculateSizeAndCount() {

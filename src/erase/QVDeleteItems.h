@@ -108,6 +108,10 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     /// answer by "waitForResponse", posted on a background thread.
     bool askToContinue(const EraseRequest& request);
 
+    /// Has `call` made on the main thread once the figures are there; soon when they are there
+    /// already.
+    void whenCountHasArrived(std::function<void()> call);
+
     /// Starts erasing `items`, in their order; those gathered by the count when nullptr or empty.
     /// False: the log could not be opened or progress could not be shown; nothing was begun,
     /// nothing will be posted, `startProblem` says why.
