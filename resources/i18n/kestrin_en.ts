@@ -41,6 +41,52 @@
         <source></source>
         <translation>Emptied Trashes</translation>
     </message>
+    <message id="app_all_trashes_empty">
+        <source></source>
+        <translation>All trashes are empty</translation>
+    </message>
+    <message id="app_counting">
+        <source></source>
+        <translation>Counting…</translation>
+    </message>
+    <message id="app_disk_row">
+        <source></source>
+        <translation>%@: %@</translation>
+    </message>
+    <message id="app_empty_all">
+        <source></source>
+        <translation>Empty All Trashes</translation>
+    </message>
+    <message id="app_name">
+        <source></source>
+        <translation>Kestrin</translation>
+    </message>
+    <message id="app_quit">
+        <source></source>
+        <translation>Quit Kestrin</translation>
+    </message>
+    <message id="app_stayed" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>%@ item could not be erased and is still in the trash.</numerusform>
+            <numerusform>%@ items could not be erased and are still in the trash.</numerusform>
+        </translation>
+    </message>
+    <message id="app_tool_tip">
+        <source></source>
+        <translation>%@, %@</translation>
+    </message>
+    <message id="app_trash_is_empty">
+        <source></source>
+        <translation>Trash is empty</translation>
+    </message>
+    <message id="app_trashes" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>%@ trash</numerusform>
+            <numerusform>%@ trashes</numerusform>
+        </translation>
+    </message>
     <message id="apply_to_all">
         <source></source>
         <translation>Apply to all</translation>

@@ -1,0 +1,353 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/QVDiskMenuItemView.h"
+
+#include <QApplication>
+#include <QFontMetricsF>
+#include <QGridLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QMenu>
+#include <QPainter>
+#include <QStyleOptionMenuItem>
+#include <QTimer>
+#include <chrono>
+#include <cmath>
+#include <utility>
+
+#include "app/MenuCreationOperationQueue.h"
+#include "base/MainThread.h"
+#include "base/NotificationCenter.h"
+#include "base/OperationQueue.h"
+#include "base/StringTable.h"
+#include "erase/DisplayName.h"
+#include "erase/QVDeleteItems.h"
+#include "erase/ui/BusySpinner.h"
+#include "erase/ui/ElidedLabel.h"
+#include "format/QVNumberUtilities.h"
+
+namespace kestrin {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int kIconSize = 32;
+constexpr int kSideMargin = 12;
+constexpr int kWidthBesideName = 104;
+constexpr int kFlashInterval = 125;  ///< milliseconds
+constexpr auto kActionDelay = 100ms;
+
+void closeOpenMenus() {
+    while (auto* const menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+        menu->close();
+        if (menu->isVisible()) return;
+    }
+}
+
+/// What stands for itself in a menu text.
+QString menuText(QString text) {
+    return text.replace(u'&', QLatin1String("&&"));
+}
+
+}  // namespace
+
+/// One background count. Outlives the row when an erase waits for its figures. Main thread, but for
+/// the stop source.
+struct QVDiskMenuItemView::Count {
+    NotificationCenter& center;
+    std::stop_source stop{};
+    bool isOver = false;
+    bool isAwaited = false;  ///< an erase of this disk is under way
+    Observation endOfErase{};
+
+    void post(const TrashScan& scan) const {
+        namespace Key = EraseNotification;
+        center.post(Key::kUpdateCountAndSizeToDelete, this,
+                    UserInfo()
+                        .set(Key::kSize, scan.size)
+                        .set(Key::kCount, scan.count)
+                        .set(Key::kItemsToErase, scan.itemsToErase));
+    }
+};
+
+QVDiskMenuItemView::QVDiskMenuItemView(const DiskRowServices& services, QAction& action)
+    : m_services(services), m_action(action) {
+    setObjectName(QStringLiteral("diskRow"));
+    setFocusPolicy(Qt::StrongFocus);
+    buildLayout();
+    connect(&m_action, &QAction::changed, this, [this] {
+        setEnabled(m_action.isEnabled());
+        updateColors();
+    });
+}
+
+QVDiskMenuItemView::~QVDiskMenuItemView() {
+    if (m_count && !m_count->isAwaited) m_count->stop.request_stop();
+}
+
+void QVDiskMenuItemView::buildLayout() {
+    m_diskIcon = new QLabel(this);
+    m_diskIcon->setFixedSize(kIconSize, kIconSize);
+    m_diskName = new QLabel(this);
+    m_diskName->setObjectName(QStringLiteral("diskName"));
+    m_diskName->setTextFormat(Qt::PlainText);
+    m_subName = new ElidedLabel(Qt::ElideRight, this);
+    m_subName->setObjectName(QStringLiteral("diskInfo"));
+    QFont small = font();
+    small.setPointSizeF(small.pointSizeF() * 0.85);
+    m_subName->setFont(small);
+    m_spinner = new BusySpinner(this);
+    m_spinner->setObjectName(QStringLiteral("diskSpinner"));
+    for (QWidget* part : {static_cast<QWidget*>(m_diskIcon), static_cast<QWidget*>(m_diskName),
+                          static_cast<QWidget*>(m_subName), static_cast<QWidget*>(m_spinner)}) {
+        part->setAttribute(Qt::WA_TransparentForMouseEvents);
+    }
+
+    auto* const grid = new QGridLayout(this);
+    grid->setContentsMargins(kSideMargin, 2, kSideMargin, 2);
+    grid->setHorizontalSpacing(8);
+    grid->setVerticalSpacing(0);
+    grid->addWidget(m_diskIcon, 0, 0, 2, 1, Qt::AlignVCenter);
+    grid->addWidget(m_diskName, 0, 1, Qt::AlignBottom);
+    grid->addWidget(m_subName, 1, 1, Qt::AlignTop);
+    grid->addWidget(m_spinner, 0, 2, 2, 1, Qt::AlignVCenter);
+    grid->setColumnStretch(1, 1);
+}
+
+// --- What it shows ---
+
+void QVDiskMenuItemView::setDiskDict(const TrashLocation& location) {
+    if (!(location.trashURL == m_diskDict.trashURL)) {
+        if (m_count && !m_count->isAwaited) m_count->stop.request_stop();
+        m_count.reset();
+        m_info.reset();
+        m_scan = {};
+        m_isDeleting = false;
+        m_spinner->stopAnimation();
+    }
+    m_diskDict = location;
+    m_diskIcon->setPixmap(
+        m_services.icon(location).pixmap(QSize(kIconSize, kIconSize), devicePixelRatioF()));
+    updateTexts();
+    updateViewSizeIfNeeded();
+}
+
+QString QVDiskMenuItemView::title() const {
+    return displayName(m_diskDict.volumeName.toStdString());
+}
+
+QString QVDiskMenuItemView::subName() const {
+    if (m_diskDict.trashIsEmpty) return m_services.texts.text("app_trash_is_empty"_key);
+    return m_info ? *m_info : m_services.texts.text("app_counting"_key);
+}
+
+void QVDiskMenuItemView::updateTexts() {
+    m_diskName->setText(title());
+    m_subName->setFullText(subName());
+    const QString whole =
+        StringTable::filled(m_services.texts.text("app_disk_row"_key), {title(), subName()});
+    m_action.setText(menuText(whole));
+    setAccessibleName(whole);
+}
+
+void QVDiskMenuItemView::updateViewSizeIfNeeded() {
+    const double name = QFontMetricsF(m_diskName->font()).horizontalAdvance(title());
+    m_width = name > kNameWidth ? static_cast<int>(std::ceil(name)) + kWidthBesideName : kWidth;
+    updateGeometry();
+}
+
+QSize QVDiskMenuItemView::sizeHint() const {
+    return {m_width, std::max(kHeight, QWidget::sizeHint().height())};
+}
+
+// --- Counting ---
+
+bool QVDiskMenuItemView::isCounting() const {
+    return m_count && !m_count->isOver;
+}
+
+bool QVDiskMenuItemView::isWorking() const {
+    return m_count && m_count->isAwaited;
+}
+
+void QVDiskMenuItemView::gatherIfNeeded() {
+    if (!m_diskDict.trashIsEmpty && !m_info) gatherTrashInfo();
+}
+
+void QVDiskMenuItemView::gatherTrashInfo() {
+    if (m_count) return;
+    m_spinner->startAnimation();
+    m_scan = {};
+    m_count = std::make_shared<Count>(Count{.center = m_services.center});
+    MenuCreationOperationQueue().enqueue([row = QPointer<QVDiskMenuItemView>(this), count = m_count,
+                                          scan = m_services.scan,
+                                          trash = m_diskDict.trashURL]() mutable {
+        TrashScan found = scan(trash, count->stop.get_token()).value_or(TrashScan());
+        if (!found.itemsToErase) found.itemsToErase = std::make_shared<const ItemsToErase>();
+        MainThread::post(
+            [row = std::move(row), count = std::move(count), found = std::move(found)] {
+                count->isOver = true;
+                if (count->isAwaited) count->post(found);
+                if (row && row->m_count == count) row->finishCount(*count, found);
+            });
+    });
+}
+
+void QVDiskMenuItemView::finishCount(const Count& count, const TrashScan& scan) {
+    m_spinner->stopAnimation();
+    if (count.stop.stop_requested()) return;
+    m_scan = scan;
+    const QString format = m_services.texts.text("items_size"_key, StringTable::Table::Default,
+                                                 static_cast<long long>(scan.count));
+    m_info = StringTable::filled(
+        format, {m_services.numbers.numberToFormatString(static_cast<double>(scan.count)),
+                 m_services.numbers.sizeToFormatString(scan.size, 4, true)});
+    m_diskDict.trashIsEmpty = scan.count == 0;
+    updateTexts();
+    Q_EMIT counted();
+}
+
+void QVDiskMenuItemView::waitForStopWorking() {
+    gatherTrashInfo();
+    m_count->isAwaited = true;
+    m_count->endOfErase = m_services.center.observe(
+        EraseNotification::kStopWorking, [weak = std::weak_ptr(m_count)](const Notification&) {
+            const auto count = weak.lock();
+            if (!count) return;
+            count->isAwaited = false;
+            count->endOfErase.reset();
+        });
+}
+
+// --- Choosing ---
+
+void QVDiskMenuItemView::chosenItemAction() {
+    if (!isMenuItemEnabled() || m_flash.isActive()) return;
+    m_fireTimes = 0;
+    m_flash.start(kFlashInterval, this);
+    update();
+}
+
+void QVDiskMenuItemView::timerEvent(QTimerEvent* event) {
+    if (event->timerId() != m_flash.timerId()) return QWidget::timerEvent(event);
+    animateDismiss();
+}
+
+void QVDiskMenuItemView::animateDismiss() {
+    ++m_fireTimes;
+    updateColors();
+    if (m_fireTimes <= 1) return;
+    m_flash.stop();
+    sendAction();
+}
+
+void QVDiskMenuItemView::sendAction() {
+    closeOpenMenus();
+    // The action may end with its disk before it is sent.
+    QTimer::singleShot(kActionDelay, &m_action, [action = &m_action] { action->trigger(); });
+}
+
+void QVDiskMenuItemView::mousePressEvent(QMouseEvent* event) {
+    m_mouseDownInside = event->button() == Qt::LeftButton;
+}
+
+/// A menu that opened under the pointer gets the release of the click that opened it.
+void QVDiskMenuItemView::mouseReleaseEvent(QMouseEvent* event) {
+    const bool wasPressed = std::exchange(m_mouseDownInside, false);
+    if (wasPressed && rect().contains(event->position().toPoint())) chosenItemAction();
+}
+
+void QVDiskMenuItemView::keyPressEvent(QKeyEvent* event) {
+    switch (event->key()) {
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+        case Qt::Key_Space:
+            if (!event->isAutoRepeat()) chosenItemAction();
+            break;
+        default:
+            event->ignore();  // the menu moves on by itself
+    }
+}
+
+void QVDiskMenuItemView::setSelected(bool isSelected) {
+    m_isSelected = isSelected;
+    updateColors();
+}
+
+/// The pointer and the keys share one selection: the menu's.
+void QVDiskMenuItemView::enterEvent(QEnterEvent* event) {
+    QWidget::enterEvent(event);
+    if (auto* const menu = qobject_cast<QMenu*>(parentWidget())) menu->setActiveAction(&m_action);
+    setFocus(Qt::MouseFocusReason);
+    setSelected(true);
+}
+
+void QVDiskMenuItemView::leaveEvent(QEvent* event) {
+    QWidget::leaveEvent(event);
+    setSelected(false);
+}
+
+void QVDiskMenuItemView::focusInEvent(QFocusEvent* event) {
+    QWidget::focusInEvent(event);
+    setSelected(true);
+}
+
+void QVDiskMenuItemView::focusOutEvent(QFocusEvent* event) {
+    QWidget::focusOutEvent(event);
+    setSelected(false);
+}
+
+// --- Drawing ---
+
+/// Not during every other tick of the flash.
+bool QVDiskMenuItemView::isHighlighted() const {
+    return m_isSelected && isMenuItemEnabled() && m_fireTimes % 2 == 0;
+}
+
+void QVDiskMenuItemView::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    updateColors();
+    gatherIfNeeded();
+}
+
+/// What was selected when the menu closed is not when it opens again.
+void QVDiskMenuItemView::hideEvent(QHideEvent* event) {
+    QWidget::hideEvent(event);
+    m_flash.stop();
+    m_fireTimes = 0;
+    m_mouseDownInside = false;
+    setSelected(false);
+}
+
+void QVDiskMenuItemView::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange) updateViewSizeIfNeeded();
+    if (event->type() == QEvent::EnabledChange) updateColors();
+}
+
+void QVDiskMenuItemView::updateColors() {
+    const bool isLit = isHighlighted();
+    const auto role = isLit ? QPalette::HighlightedText : QPalette::WindowText;
+    for (QWidget* part : {static_cast<QWidget*>(m_diskName), static_cast<QWidget*>(m_subName),
+                          static_cast<QWidget*>(m_spinner)}) {
+        part->setForegroundRole(role);
+    }
+    if (!isLit) m_subName->setForegroundRole(QPalette::PlaceholderText);
+    update();
+}
+
+/// The style draws the row as it draws an entry without a text.
+void QVDiskMenuItemView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    QStyleOptionMenuItem option;
+    option.initFrom(this);
+    option.rect = rect();
+    option.menuItemType = QStyleOptionMenuItem::Normal;
+    option.checkType = QStyleOptionMenuItem::NotCheckable;
+    option.menuRect = rect();
+    option.font = font();
+    option.state.setFlag(QStyle::State_Selected, isHighlighted());
+    option.state.setFlag(QStyle::State_HasFocus, false);
+    style()->drawControl(QStyle::CE_MenuItem, &option, &painter, parentWidget());
+}
+
+}  // namespace kestrin

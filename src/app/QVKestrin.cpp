@@ -1,0 +1,308 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/QVKestrin.h"
+
+#include <QPointer>
+#include <QTimer>
+#include <QUrl>
+#include <algorithm>
+#include <utility>
+
+#include "app/HelperAuthorization.h"
+#include "base/MainThread.h"
+#include "base/StringTable.h"
+#include "format/QVNumberUtilities.h"
+
+namespace kestrin {
+namespace {
+
+using namespace std::chrono_literals;
+namespace Key = EraseNotification;
+
+/// The menu and the question are off the screen before the erase begins.
+constexpr auto kEraseDelay = 100ms;
+constexpr auto kReleaseDelay = 120s;
+/// How long the end waits for an erase that was stopped: its disk may hang.
+constexpr auto kEndPatience = 5s;
+
+template <class Function, class... Arguments>
+void callIfGiven(const Function& function, const Arguments&... arguments) {
+    if (function) function(arguments...);
+}
+
+}  // namespace
+
+std::unique_ptr<QObject> startTimer(std::chrono::milliseconds delay, std::function<void()> call) {
+    auto timer = std::make_unique<QTimer>();
+    timer->setSingleShot(true);
+    QObject::connect(timer.get(), &QTimer::timeout, timer.get(), std::move(call));
+    timer->start(delay);
+    return timer;
+}
+
+QVKestrin::QVKestrin(AppServices services) : m_services(std::move(services)) {}
+
+QVKestrin::~QVKestrin() {
+    m_services.trashes.setChangeHandler({});
+    m_submenuViews.clear();
+}
+
+// --- Launch and end ---
+
+bool QVKestrin::applicationDidFinishLaunching() {
+    m_isWorking = false;
+    if (!setupStatusMenu()) return false;
+    m_stopObservation = m_services.center.observe(
+        Key::kStopWorking, [this](const Notification& notification) { stopWorking(notification); });
+    m_smartWindowObservation =
+        m_services.center.observe(AppNotification::kSmartWindowDidClose,
+                                  [this](const Notification&) { smartWindowDidClose(); });
+    if (m_services.watchMounts) {
+        m_services.watchMounts([this](bool wasAdded, const std::string& path) {
+            workspaceHardDrivesObserver(wasAdded, path);
+        });
+    }
+    if (m_services.installHelper) gIsHelperAuthorized = m_services.installHelper();
+    return true;
+}
+
+void QVKestrin::quit() {
+    if (m_endsWhenStopped) return;
+    m_endsWhenStopped = true;
+    if (!m_deleteItemsCntrl || m_startTimer) return endNow();
+    m_endTimer = m_services.startTimer(kEndPatience, [this] { endNow(); });
+    m_deleteItemsCntrl->stop();
+    // The engine posts its stop: it must hear of it before an open question ends.
+    MainThread::post([this] { callIfGiven(m_services.dismissAlerts); });
+}
+
+void QVKestrin::endNow() {
+    m_startTimer.reset();
+    callIfGiven(m_services.terminate);
+}
+
+void QVKestrin::applicationWillTerminate() {
+    m_startTimer.reset();
+    if (m_deleteItemsCntrl) m_deleteItemsCntrl->stop();
+}
+
+// --- Actions ---
+
+void QVKestrin::mainMenuAction(int tag) {
+    switch (tag) {
+        case MenuTag::kPreferences:
+            callIfGiven(m_services.showPreferences);
+            break;
+        case MenuTag::kSmartWindow:
+            setIsWorking(true);
+            smartDeletion();
+            break;
+        case MenuTag::kEmptyAll:
+            setIsWorking(true);
+            emptyAllTrashesAction();
+            break;
+        default:
+            break;
+    }
+}
+
+void QVKestrin::serviceMenuAction(int tag) {
+    switch (tag) {
+        case 1:   // welcome
+        case 4:   // newsletter
+        case 12:  // uninstall
+            callIfGiven(m_services.showServiceWindow, tag);
+            break;
+        case 5:
+            callIfGiven(m_services.openUrl,
+                        QString::fromLatin1(QUrl::toPercentEncoding(
+                            m_services.texts.text("tell_to_friend"_key), "!$&'()*+,;=:@/?")));
+            break;
+        case 6:
+            callIfGiven(m_services.openUrl, m_services.texts.text("contact"_key));
+            break;
+        default:
+            break;
+    }
+}
+
+void QVKestrin::requestToEmptyAll() {
+    if (m_isWorking) return activate();
+    mainMenuAction(MenuTag::kEmptyAll);
+}
+
+void QVKestrin::activate() {
+    if (m_smartWindow) m_smartWindow->showWindow();
+    callIfGiven(m_services.bringForward);
+}
+
+void QVKestrin::emptyAllTrashesAction() {
+    if (isErasing()) return callIfGiven(m_services.bringForward);
+    m_isAsking = true;
+    m_services.trashes.refresh([this] { askToEmptyAll(); });
+}
+
+void QVKestrin::askToEmptyAll() {
+    m_isAsking = false;
+    if (m_endsWhenStopped) return;
+    EraseRequest request;
+    request.isAllDisks = true;
+    request.volumeArray = m_services.trashes.latest();
+    for (const TrashLocation& location : request.volumeArray)
+        request.wholeTrashes.push_back(location.trashURL);
+    askAndErase(request, [] { return SharedItemsToErase(); });
+}
+
+void QVKestrin::emptyHardDriveTrashAction(QVDiskMenuItemView* row) {
+    if (isErasing()) return callIfGiven(m_services.bringForward);
+    setIsWorking(true);
+    row->waitForStopWorking();
+    EraseRequest request;
+    request.volumeName = row->diskDict().volumeName;
+    if (request.volumeName.isEmpty()) request.volumeName = QStringLiteral("Hard Drive");
+    request.size = row->itemsSize();
+    request.count = row->itemsCount();
+    request.countWillFollow = row->isCounting();
+    request.wholeTrashes = {row->diskDict().trashURL};
+    // The question may take long: the row counts meanwhile, or its disk goes. Without the row's
+    // entries the engine takes those that the count brought to it.
+    askAndErase(request,
+                [row = QPointer<QVDiskMenuItemView>(row), disk = row->diskDict().trashURL] {
+                    if (!row || !(row->diskDict().trashURL == disk)) return SharedItemsToErase();
+                    row->setIsDeleting(true);
+                    return row->itemsCount() != 0 ? row->itemsToErase() : SharedItemsToErase();
+                });
+}
+
+void QVKestrin::askAndErase(const EraseRequest& request,
+                            std::function<SharedItemsToErase()> itemsToErase) {
+    // A confirmation serves events: the member may change meanwhile.
+    const std::shared_ptr<QVDeleteItems> engine = m_services.makeEngine();
+    m_deleteItemsCntrl = engine;
+    if (!engine->askToContinue(request) || m_deleteItemsCntrl != engine) return;
+    if (m_endsWhenStopped) return endNow();
+    m_startTimer =
+        m_services.startTimer(kEraseDelay, [this, itemsToErase = std::move(itemsToErase)] {
+            const std::unique_ptr<QObject> timer = std::move(m_startTimer);
+            proceedToErase(itemsToErase());
+        });
+}
+
+void QVKestrin::proceedToErase(const SharedItemsToErase& items) {
+    const std::shared_ptr<QVDeleteItems> engine = m_deleteItemsCntrl;
+    if (!engine || engine->proceedToErase(items)) return;
+    // Nothing was begun, and no "stopWorking" will come.
+    callIfGiven(m_services.tellUser, engine->startProblem());
+    m_services.center.post(Key::kStopWorking, engine.get());
+}
+
+void QVKestrin::smartDeletion() {
+    m_smartWindowTimer.reset();
+    if (m_smartWindow) {
+        m_smartWindow->showWindow();
+    } else if (m_services.makeSmartWindow) {
+        m_smartWindow = m_services.makeSmartWindow();
+    }
+    setIsWorking(m_smartWindow || isErasing());
+}
+
+// --- Ends ---
+
+void QVKestrin::setIsWorking(bool isWorking) {
+    m_isWorking = isWorking;
+    updateEnabledItems();
+}
+
+void QVKestrin::stopWorking(const Notification& notification) {
+    tellWhatStayed(notification);
+    m_deleteItemsCntrl.reset();
+    for (const DiskRow& row : m_submenuViews)
+        row.view->setIsDeleting(false);
+    setIsWorking(false);
+    if (m_endsWhenStopped) return endNow();
+    if (notification.userInfo.value<std::uint64_t>(Key::kErasedCount) != 0) cleanMemoryNow();
+    m_services.trashes.refresh();
+}
+
+/// Only where the engine's own report does not show: it reports at the end of an erase that erased
+/// something, when entries were busy or refused.
+void QVKestrin::tellWhatStayed(const Notification& notification) const {
+    if (!m_deleteItemsCntrl) return;
+    const auto stayed = m_deleteItemsCntrl->stayedEntries();
+    const auto unexpected = std::count_if(stayed.begin(), stayed.end(),
+                                          [](const StayedEntry& entry) { return !entry.skipped; });
+    const bool wasReported =
+        !notification.userInfo.isEmpty() &&
+        (m_deleteItemsCntrl->itemBusyCount() != 0 || m_deleteItemsCntrl->notErasedCount() != 0);
+    if (unexpected == 0 || wasReported) return;
+    const QString format =
+        m_services.texts.text("app_stayed"_key, StringTable::Table::Default, unexpected);
+    callIfGiven(
+        m_services.tellUser,
+        StringTable::filled(
+            format, {m_services.numbers.numberToFormatString(static_cast<double>(unexpected))}));
+}
+
+void QVKestrin::smartWindowDidClose() {
+    setIsWorking(false);
+    if (!m_submenuViews.empty()) installEmptyTimer();
+    if (m_smartWindow) installCleanSmartWindowMemory();
+}
+
+// --- Mounts ---
+
+/// A mount changes the menu before others hear of it, an unmount after.
+void QVKestrin::workspaceHardDrivesObserver(bool wasAdded, const std::string& devicePath) {
+    const auto tellOthers = [this, wasAdded, devicePath] {
+        m_services.center.post(AppNotification::kMountedVolumeDidChange, this,
+                               UserInfo()
+                                   .set(AppNotification::kDiskWasAdded, wasAdded)
+                                   .set(AppNotification::kDevicePath, devicePath));
+    };
+    if (!wasAdded) tellOthers();
+    m_services.trashes.refresh([this, wasAdded, devicePath, tellOthers] {
+        if (!wasAdded) return;
+        updateDisksSubmenu(true, devicePath);
+        tellOthers();
+    });
+    if (!wasAdded) updateDisksSubmenu(false, devicePath);
+}
+
+// --- Release of what is not needed ---
+
+void QVKestrin::installEmptyTimer() {
+    m_menuTimer = m_services.startTimer(kReleaseDelay, [this] { cleanSubmenuViews(); });
+}
+
+void QVKestrin::cleanSubmenuViews() {
+    if (m_isWorking) return installEmptyTimer();
+    cleanSubMenuMemory();
+}
+
+void QVKestrin::cleanSubMenuMemory() {
+    const bool isBusy = std::any_of(
+        m_submenuViews.begin(), m_submenuViews.end(),
+        [](const DiskRow& row) { return row.view->isDeleting() && row.view->sizeIsWorking(); });
+    if (isBusy) return installEmptyTimer();
+    for (DiskRow& row : std::exchange(m_submenuViews, {}))
+        dropRow(std::move(row));
+    m_menuTimer.reset();
+}
+
+void QVKestrin::installCleanSmartWindowMemory() {
+    m_smartWindowTimer = m_services.startTimer(kReleaseDelay, [this] { cleanSmartWindowMemory(); });
+}
+
+void QVKestrin::cleanSmartWindowMemory() {
+    if (m_isWorking) return installCleanSmartWindowMemory();
+    m_smartWindow.reset();
+    m_smartWindowTimer.reset();
+}
+
+void QVKestrin::cleanMemoryNow() {
+    m_smartWindowTimer.reset();
+    m_smartWindow.reset();
+    m_menuTimer.reset();
+    cleanSubMenuMemory();
+}
+
+}  // namespace kestrin

@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The controller of the program in the status area: the launch, the menu with a row for each disk,
+// mounts and unmounts, and every action that starts an erase. One erase at a time. Main thread.
+#pragma once
+
+#include <QMenu>
+#include <QObject>
+#include <QString>
+#include <QWidgetAction>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/QVDiskMenuItemView.h"
+#include "app/TrashList.h"
+#include "base/NotificationCenter.h"
+#include "erase/QVDeleteItems.h"
+
+namespace kestrin {
+
+class QVErrorDelegate;
+
+/// Notifications of the program's own.
+namespace AppNotification {
+inline constexpr std::string_view kMountedVolumeDidChange = "mountedVolumeDidChange";
+inline constexpr std::string_view kSmartWindowDidClose = "smartWindowDidClose";
+
+inline constexpr std::string_view kDiskWasAdded = "diskWasAdded";  // bool
+inline constexpr std::string_view kDevicePath = "devicePath";      // std::string
+}  // namespace AppNotification
+
+/// What the menu's actions carry as their data. Rows have kFirstDisk and up.
+namespace MenuTag {
+inline constexpr int kPreferences = 20;
+inline constexpr int kSmartWindow = 30;
+inline constexpr int kEmptyAll = 31;
+inline constexpr int kDisks = 32;
+inline constexpr int kFurther = 33;
+inline constexpr int kFirstDisk = 1001;
+}  // namespace MenuTag
+
+/// The status area's icon, as the controller sees it.
+class StatusDisplay {
+ public:
+    virtual ~StatusDisplay() = default;
+    virtual void setTrashIsFull(bool isFull) = 0;
+    virtual void setToolTip(const QString& text) = 0;
+};
+
+/// The browsing window, as the controller sees it.
+class SmartWindow {
+ public:
+    virtual ~SmartWindow() = default;
+    /// Shows the window or brings it to the front.
+    virtual void showWindow() = 0;
+};
+
+/// Starts a one-shot timer; it is cancelled by letting the result go, also from its own call.
+using TimerFactory =
+    std::function<std::unique_ptr<QObject>(std::chrono::milliseconds, std::function<void()>)>;
+std::unique_ptr<QObject> startTimer(std::chrono::milliseconds delay, std::function<void()> call);
+
+/// What the controller works with. All of it must outlive the controller. A function that is not
+/// given does nothing.
+struct AppServices {
+    NotificationCenter& center;
+    const StringTable& texts;
+    const QVNumberUtilities& numbers;
+    QVErrorDelegate& presenter;
+    TrashList& trashes;
+    DiskRowServices rows;
+    std::function<std::shared_ptr<QVDeleteItems>()> makeEngine;
+    /// Shows the icon with that menu; nullptr when there is no status area.
+    std::function<std::unique_ptr<StatusDisplay>(QMenu&)> makeStatusItem;
+    /// Begins to watch mounts: `changed` is called with whether a volume came, and where.
+    std::function<void(std::function<void(bool, const std::string&)> changed)> watchMounts{};
+    /// Installs the privileged helper if need be; its result becomes gIsHelperAuthorized.
+    std::function<bool()> installHelper{};
+    std::function<std::unique_ptr<SmartWindow>()> makeSmartWindow{};
+    std::function<void()> showPreferences{};
+    std::function<void(int tag)> showServiceWindow{};  ///< 1, 4 and 12
+    std::function<void(const QString&)> openUrl{};
+    std::function<void()> bringForward{};            ///< the question or the progress that is open
+    std::function<void()> dismissAlerts{};           ///< ends the open question without an answer
+    std::function<void(const QString&)> tellUser{};  ///< one message of the desktop
+    std::function<void()> terminate{};               ///< ends the event loop
+    TimerFactory startTimer = &kestrin::startTimer;
+};
+
+class QVKestrin : public QObject {
+    Q_OBJECT
+
+ public:
+    explicit QVKestrin(AppServices services);
+    ~QVKestrin() override;
+
+    // --- Launch and end ---
+
+    /// The launch, in its order. False: there is no status area; the user was told, and the program
+    /// ends.
+    bool applicationDidFinishLaunching();
+    /// Ends the program; an erase or a question that is open is stopped first. A second call during
+    /// that changes nothing.
+    void quit();
+    /// The program ends whatever happens: presses Stop and waits for nothing.
+    void applicationWillTerminate();
+
+    // --- Actions ---
+
+    void mainMenuAction(int tag);
+    void serviceMenuAction(int tag);
+    void emptyAllTrashesAction();
+    void emptyHardDriveTrashAction(QVDiskMenuItemView* row);
+    void smartDeletion();
+    /// What a hot key or a second start asks for: as the menu's entry, but during a question or an
+    /// erase it only brings that forward.
+    void requestToEmptyAll();
+    /// Started again without a command: brings a question or an erase forward.
+    void activate();
+
+    // --- State ---
+
+    bool isWorking() const { return m_isWorking; }
+    bool menuIsOpen() const { return m_menuIsOpen; }
+    QMenu& kestrinMenu() { return *m_kestrinMenu; }
+    QMenu& subTrashMenu() { return *m_subTrashMenu; }
+    /// The action with that tag in either menu; nullptr when it is not there.
+    QAction* itemWithTag(int tag) const;
+    std::vector<QVDiskMenuItemView*> submenuViews() const;
+
+    // --- Mounts ---
+
+    void workspaceHardDrivesObserver(bool wasAdded, const std::string& devicePath);
+
+ private:
+    /// An action and the row that it shows; the action owns the row.
+    struct DiskRow {
+        std::unique_ptr<QWidgetAction> action;
+        QVDiskMenuItemView* view = nullptr;
+        bool mayBeFull = false;  ///< what the listing said when the row was added
+    };
+
+    // The status menu (QVKestrin_menu.cpp)
+    bool setupStatusMenu();
+    void addCommandItems();
+    void addSubTrashMenu();
+    void menuNeedsUpdate(QMenu* menu);
+    void menuWillOpen();
+    void menuDidClose();
+    void trashesChanged();
+    void rebuildRows();
+    bool showsTrashes(const std::vector<TrashLocation>& trashes) const;
+    void setRow(DiskRow& row, const TrashLocation& location, int menuItemTag);
+    void updateDisksSubmenu(bool added, const std::string& devicePath);
+    void addMountedDisk(const std::string& devicePath);
+    void removeUnmountedDisk(const std::string& devicePath);
+    void createMenuViews(std::size_t count, bool createNewArray);
+    void addDiskMenuItem(const TrashLocation& location, DiskRow& row, int menuItemTag);
+    void dropRow(DiskRow row);
+    void updateEnabledItems();
+    void updateStatusItem();
+    QString statusText() const;
+
+    // Erasing
+    void setIsWorking(bool isWorking);
+    bool isErasing() const { return m_isAsking || m_deleteItemsCntrl; }
+    void askToEmptyAll();
+    void askAndErase(const EraseRequest& request, std::function<SharedItemsToErase()> itemsToErase);
+    void proceedToErase(const SharedItemsToErase& items);
+    void stopWorking(const Notification& notification);
+    void smartWindowDidClose();
+    void tellWhatStayed(const Notification& notification) const;
+    void endNow();
+
+    // Release of what is not needed
+    void installEmptyTimer();
+    void cleanSubmenuViews();
+    void cleanSubMenuMemory();
+    void installCleanSmartWindowMemory();
+    void cleanSmartWindowMemory();
+    void cleanMemoryNow();
+
+    const AppServices m_services;
+    bool m_isWorking = false;
+    bool m_menuIsOpen = false;
+    bool m_isAsking = false;  ///< an erase action waits for the list of trashes
+    bool m_endsWhenStopped = false;
+    std::unique_ptr<QMenu> m_kestrinMenu;
+    QMenu* m_subTrashMenu = nullptr;  ///< child of m_kestrinMenu
+    std::unique_ptr<StatusDisplay> m_statusItem;
+    std::vector<DiskRow> m_submenuViews;
+    std::unique_ptr<SmartWindow> m_smartWindow;
+    std::shared_ptr<QVDeleteItems> m_deleteItemsCntrl;
+    std::unique_ptr<QObject> m_startTimer;
+    std::unique_ptr<QObject> m_endTimer;
+    std::unique_ptr<QObject> m_menuTimer;
+    std::unique_ptr<QObject> m_smartWindowTimer;
+    Observation m_stopObservation;
+    Observation m_smartWindowObservation;
+};
+
+}  // namespace kestrin

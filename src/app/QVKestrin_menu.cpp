@@ -1,0 +1,278 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The status menu and its rows.
+#include <QKeySequence>
+#include <algorithm>
+#include <utility>
+
+#include "app/QVKestrin.h"
+#include "base/StringTable.h"
+#include "erase/QVErrorDelegate.h"
+#include "format/QVNumberUtilities.h"
+
+namespace kestrin {
+
+bool QVKestrin::setupStatusMenu() {
+    m_kestrinMenu = std::make_unique<QMenu>();
+    m_kestrinMenu->setObjectName(QStringLiteral("kestrinMenu"));
+    m_subTrashMenu = new QMenu(m_kestrinMenu.get());
+    m_subTrashMenu->setObjectName(QStringLiteral("subTrashMenu"));
+    addCommandItems();
+    connect(m_kestrinMenu.get(), &QMenu::aboutToShow, this,
+            [this] { menuNeedsUpdate(m_kestrinMenu.get()); });
+    connect(m_subTrashMenu, &QMenu::aboutToShow, this, [this] {
+        menuWillOpen();
+        menuNeedsUpdate(m_subTrashMenu);
+    });
+    connect(m_subTrashMenu, &QMenu::aboutToHide, this, [this] { menuDidClose(); });
+
+    m_statusItem = m_services.makeStatusItem(*m_kestrinMenu);
+    if (!m_statusItem) {
+        m_services.presenter.showError("cant_create_menu"_errorKey,
+                                       "cant_create_menu_mess"_errorKey);
+        quit();
+        return false;
+    }
+    m_services.trashes.setChangeHandler([this] { trashesChanged(); });
+    m_services.trashes.refresh();
+    addSubTrashMenu();
+    return true;
+}
+
+void QVKestrin::addCommandItems() {
+    const auto add = [this](std::string_view textKey) {
+        return m_kestrinMenu->addAction(m_services.texts.text(textKey));
+    };
+    QAction* const emptyAll = add("app_empty_all"_key);
+    emptyAll->setData(MenuTag::kEmptyAll);
+    connect(emptyAll, &QAction::triggered, this, [this] { mainMenuAction(MenuTag::kEmptyAll); });
+    m_kestrinMenu->addSeparator();
+    QAction* const end = add("app_quit"_key);
+    end->setMenuRole(QAction::QuitRole);
+    connect(end, &QAction::triggered, this, &QVKestrin::quit);
+}
+
+QAction* QVKestrin::itemWithTag(int tag) const {
+    for (const QMenu* menu : {m_kestrinMenu.get(), m_subTrashMenu}) {
+        if (!menu) continue;
+        const QList<QAction*> actions = menu->actions();
+        const auto found = std::find_if(actions.begin(), actions.end(), [tag](QAction* action) {
+            return action->data().toInt() == tag;
+        });
+        if (found != actions.end()) return *found;
+    }
+    return nullptr;
+}
+
+std::vector<QVDiskMenuItemView*> QVKestrin::submenuViews() const {
+    std::vector<QVDiskMenuItemView*> views;
+    for (const DiskRow& row : m_submenuViews)
+        views.push_back(row.view);
+    return views;
+}
+
+/// With a single trash the item that empties all does what a submenu would.
+void QVKestrin::addSubTrashMenu() {
+    QAction* const item = m_subTrashMenu->menuAction();
+    const bool isThere = m_kestrinMenu->actions().contains(item);
+    const bool isWanted = m_services.trashes.latest().size() >= 2;
+    if (isThere == isWanted) return;
+    if (!isWanted) return m_kestrinMenu->removeAction(item);
+    item->setText(m_services.texts.text("empty_bin_menu_item_title"_key));
+    item->setData(MenuTag::kDisks);
+    const QList<QAction*> actions = m_kestrinMenu->actions();
+    const qsizetype next = actions.indexOf(itemWithTag(MenuTag::kEmptyAll)) + 1;
+    m_kestrinMenu->insertAction(actions.value(next), item);
+}
+
+// --- Opening ---
+
+void QVKestrin::menuNeedsUpdate(QMenu* menu) {
+    if (menu == m_subTrashMenu) {
+        m_menuTimer.reset();
+        rebuildRows();
+    }
+    updateEnabledItems();
+    m_services.trashes.refresh();
+}
+
+void QVKestrin::menuWillOpen() {
+    m_menuIsOpen = true;
+}
+
+void QVKestrin::menuDidClose() {
+    m_menuIsOpen = false;
+    installEmptyTimer();
+}
+
+/// The answers of the volumes have come: also while the menu is open.
+void QVKestrin::trashesChanged() {
+    addSubTrashMenu();
+    if (m_menuIsOpen) rebuildRows();
+    updateStatusItem();
+}
+
+void QVKestrin::rebuildRows() {
+    const std::vector<TrashLocation>& trashes = m_services.trashes.latest();
+    if (showsTrashes(trashes)) {  // in place: the selection of an open menu stays
+        for (std::size_t i = 0; i < trashes.size(); ++i)
+            setRow(m_submenuViews[i], trashes[i], MenuTag::kFirstDisk + static_cast<int>(i));
+        return;
+    }
+    for (const DiskRow& row : m_submenuViews)
+        m_subTrashMenu->removeAction(row.action.get());
+    if (trashes.size() < 2) return;
+    if (m_submenuViews.size() < trashes.size()) {
+        createMenuViews(trashes.size() - m_submenuViews.size(), m_submenuViews.empty());
+    }
+    for (std::size_t i = 0; i < trashes.size(); ++i) {
+        // A row stays with its disk when another one went: what it counted is that disk's.
+        const auto first = m_submenuViews.begin() + static_cast<std::ptrdiff_t>(i);
+        const auto own = std::find_if(first, m_submenuViews.end(), [&](const DiskRow& row) {
+            return row.view->diskDict().trashURL == trashes[i].trashURL;
+        });
+        if (own != m_submenuViews.end()) std::iter_swap(first, own);
+        addDiskMenuItem(trashes[i], m_submenuViews[i], MenuTag::kFirstDisk + static_cast<int>(i));
+    }
+    while (m_submenuViews.size() > trashes.size()) {
+        dropRow(std::move(m_submenuViews.back()));
+        m_submenuViews.pop_back();
+    }
+}
+
+bool QVKestrin::showsTrashes(const std::vector<TrashLocation>& trashes) const {
+    const QList<QAction*> shown = m_subTrashMenu->actions();
+    return trashes.size() >= 2 &&
+           std::equal(m_submenuViews.begin(), m_submenuViews.end(), trashes.begin(), trashes.end(),
+                      [&](const DiskRow& row, const TrashLocation& trash) {
+                          return row.view->diskDict().trashURL == trash.trashURL &&
+                                 shown.contains(row.action.get());
+                      });
+}
+
+// --- Rows ---
+
+void QVKestrin::createMenuViews(std::size_t count, bool createNewArray) {
+    if (createNewArray) m_submenuViews.clear();
+    for (; count > 0; --count) {
+        DiskRow row{std::make_unique<QWidgetAction>(nullptr)};
+        row.view = new QVDiskMenuItemView(m_services.rows, *row.action);
+        row.action->setDefaultWidget(row.view);
+        connect(row.action.get(), &QAction::triggered, this,
+                [this, view = row.view] { emptyHardDriveTrashAction(view); });
+        connect(row.view, &QVDiskMenuItemView::counted, this, [this] {
+            updateEnabledItems();
+            updateStatusItem();
+        });
+        m_submenuViews.push_back(std::move(row));
+    }
+}
+
+void QVKestrin::addDiskMenuItem(const TrashLocation& location, DiskRow& row, int menuItemTag) {
+    setRow(row, location, menuItemTag);
+    m_subTrashMenu->addAction(row.action.get());
+}
+
+void QVKestrin::setRow(DiskRow& row, const TrashLocation& location, int menuItemTag) {
+    row.view->setDiskDict(location);
+    row.mayBeFull = !location.trashIsEmpty;
+    row.action->setData(menuItemTag);
+    row.action->setToolTip(QString());
+    row.action->setEnabled(row.mayBeFull && !m_isWorking);
+    row.view->gatherIfNeeded();  // a host that draws the menu itself never shows the row
+}
+
+/// The row may be on the stack: its own action asks the question during which its disk goes.
+void QVKestrin::dropRow(DiskRow row) {
+    m_subTrashMenu->removeAction(row.action.get());
+    row.action.release()->deleteLater();
+}
+
+// --- Mounts ---
+
+void QVKestrin::updateDisksSubmenu(bool added, const std::string& devicePath) {
+    const bool wasOpen = std::exchange(m_menuIsOpen, true);
+    if (!m_submenuViews.empty()) {
+        if (added) {
+            addMountedDisk(devicePath);
+        } else {
+            removeUnmountedDisk(devicePath);
+        }
+    }
+    m_menuIsOpen = wasOpen;
+}
+
+void QVKestrin::addMountedDisk(const std::string& devicePath) {
+    for (const TrashLocation& location : m_services.trashes.latest()) {
+        const bool hasRow = std::any_of(
+            m_submenuViews.begin(), m_submenuViews.end(),
+            [&](const DiskRow& row) { return row.view->diskDict().trashURL == location.trashURL; });
+        if (location.volumePath != devicePath || hasRow) continue;
+        createMenuViews(1, false);
+        addDiskMenuItem(location, m_submenuViews.back(),
+                        MenuTag::kFirstDisk - 1 + static_cast<int>(m_submenuViews.size()));
+    }
+}
+
+void QVKestrin::removeUnmountedDisk(const std::string& devicePath) {
+    for (std::size_t i = 0; i < m_submenuViews.size() && m_submenuViews.size() > 1;) {
+        if (m_submenuViews[i].view->diskDict().volumePath != devicePath) {
+            ++i;
+            continue;
+        }
+        dropRow(std::move(m_submenuViews[i]));
+        m_submenuViews.erase(m_submenuViews.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+}
+
+// --- States ---
+
+void QVKestrin::updateEnabledItems() {
+    for (const int tag :
+         {MenuTag::kPreferences, MenuTag::kSmartWindow, MenuTag::kEmptyAll, MenuTag::kFurther}) {
+        if (QAction* const item = itemWithTag(tag)) item->setEnabled(!m_isWorking);
+    }
+    for (const DiskRow& row : m_submenuViews)
+        row.action->setEnabled(row.mayBeFull && !m_isWorking);
+}
+
+void QVKestrin::updateStatusItem() {
+    if (!m_statusItem) return;
+    const auto& trashes = m_services.trashes.latest();
+    m_statusItem->setTrashIsFull(
+        std::any_of(trashes.begin(), trashes.end(),
+                    [](const TrashLocation& location) { return !location.trashIsEmpty; }));
+    m_statusItem->setToolTip(statusText());
+}
+
+/// "3 trashes, 1,204 items, 3.40 GB"; without the figures that have not been counted.
+QString QVKestrin::statusText() const {
+    const auto& trashes = m_services.trashes.latest();
+    const auto number = [this](std::uint64_t value) {
+        return m_services.numbers.numberToFormatString(static_cast<double>(value));
+    };
+    const auto text = [this](std::string_view key, std::uint64_t count) {
+        return m_services.texts.text(key, StringTable::Table::Default,
+                                     static_cast<long long>(count));
+    };
+    if (std::all_of(trashes.begin(), trashes.end(),
+                    [](const TrashLocation& location) { return location.trashIsEmpty; })) {
+        return m_services.texts.text("app_all_trashes_empty"_key);
+    }
+    const QString volumes =
+        StringTable::filled(text("app_trashes"_key, trashes.size()), {number(trashes.size())});
+    std::uint64_t count = 0;
+    std::uint64_t size = 0;
+    bool isKnown = !m_submenuViews.empty();
+    for (const DiskRow& row : m_submenuViews) {
+        isKnown = isKnown && (row.view->info() || row.view->diskDict().trashIsEmpty);
+        count += row.view->itemsCount();
+        size += row.view->itemsSize();
+    }
+    if (!isKnown) return volumes;
+    const QString figures =
+        StringTable::filled(text("items_size"_key, count),
+                            {number(count), m_services.numbers.sizeToFormatString(size, 4, true)});
+    return StringTable::filled(m_services.texts.text("app_tool_tip"_key), {volumes, figures});
+}
+
+}  // namespace kestrin

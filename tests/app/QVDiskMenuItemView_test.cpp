@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/QVDiskMenuItemView.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QEnterEvent>
+#include <QLabel>
+#include <QMenu>
+#include <QSignalSpy>
+#include <QTest>
+#include <QWidgetAction>
+#include <future>
+
+#include "base/NotificationCenter.h"
+#include "base/StringTable.h"
+#include "erase/QVDeleteItems.h"
+#include "erase/ui/BusySpinner.h"
+#include "format/QVNumberUtilities.h"
+#include "support/TestEnvironment.h"
+#include "support/WidgetPictures.h"
+
+namespace kestrin {
+namespace {
+
+TrashLocation disk(const QString& name, const std::string& path = "/media/disk") {
+    return {FileUrl::fromPath(path + "/.Trash-1/files"), FileUrl::fromPath(path), name, path,
+            false};
+}
+
+class DiskRowTest : public ::testing::Test {
+ protected:
+    DiskRowTest() {
+        action->setDefaultWidget(row);
+        menu.addAction(action.get());
+    }
+    ~DiskRowTest() override {
+        if (!answered) answer.set_value();
+    }
+
+    void open() {
+        menu.popup(QPoint(20, 20));
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&menu));
+    }
+    void arrive() {
+        answered = true;
+        answer.set_value();
+        ASSERT_TRUE(test::waitFor([&] { return row->info().has_value(); }));
+    }
+
+    NotificationCenter center;
+    StringTable texts{QStringLiteral("en")};
+    QVNumberUtilities numbers{"en_US", texts};
+    std::promise<void> answer;
+    std::shared_future<void> gate = answer.get_future().share();
+    bool answered = false;
+    DiskRowServices services{center, texts, numbers,
+                             [gate = gate](const FileUrl&, std::stop_token) {
+                                 gate.wait();
+                                 return TrashScan{std::make_shared<ItemsToErase>(1), 3'400'000, 12};
+                             },
+                             [](const TrashLocation&) { return QIcon(); }};
+    QMenu menu;
+    std::unique_ptr<QWidgetAction> action = std::make_unique<QWidgetAction>(nullptr);
+    QVDiskMenuItemView* row = new QVDiskMenuItemView(services, *action);
+};
+
+TEST_F(DiskRowTest, showsTheCountWhenItArrivesAndSaysItAllInItsText) {
+    row->setDiskDict(disk(QStringLiteral("Rock & Roll\n")));
+    EXPECT_EQ(action->text(), QStringLiteral("Rock && Roll\\n: Counting…"));
+    open();
+    EXPECT_TRUE(row->findChild<BusySpinner*>()->isTurning());
+    arrive();
+    EXPECT_EQ(action->text(), QStringLiteral("Rock && Roll\\n: 12 items, 3.40 MB"));
+    EXPECT_EQ(row->accessibleName(), QStringLiteral("Rock & Roll\\n: 12 items, 3.40 MB"));
+    EXPECT_FALSE(row->findChild<BusySpinner*>()->isAnimating());
+    EXPECT_TRUE(test::savePicture(menu, QStringLiteral("disk-row")));
+}
+
+TEST_F(DiskRowTest, forgetsTheFiguresOfAnotherTrashOnly) {
+    row->setDiskDict(disk(QStringLiteral("A")));
+    row->gatherTrashInfo();
+    arrive();
+    row->setDiskDict(disk(QStringLiteral("A renamed")));
+    EXPECT_EQ(row->itemsCount(), 12u);
+    row->setDiskDict(disk(QStringLiteral("B"), "/media/other"));
+    EXPECT_EQ(row->itemsCount(), 0u);
+    EXPECT_EQ(row->itemsToErase(), nullptr) << "the entries of another disk would be erased";
+}
+
+TEST_F(DiskRowTest, growsWithANameWiderThanItsPlace) {
+    row->setDiskDict(disk(QStringLiteral("A")));
+    EXPECT_EQ(row->sizeHint(), QSize(250, 44));
+    const QString name = QString(60, u'm');
+    row->setDiskDict(disk(name));
+    const auto* const label = row->findChild<QLabel*>(QStringLiteral("diskName"));
+    const double width = QFontMetricsF(label->font()).horizontalAdvance(name);
+    EXPECT_EQ(row->sizeHint().width(), static_cast<int>(std::ceil(width)) + 104);
+}
+
+TEST_F(DiskRowTest, actsOnAReleaseOnlyWhereItSawThePress) {
+    row->setDiskDict(disk(QStringLiteral("A")));
+    const QSignalSpy triggered(action.get(), &QAction::triggered);
+    open();
+    QTest::mouseRelease(row, Qt::LeftButton);
+    QTest::mousePress(row, Qt::LeftButton);
+    QTest::mouseRelease(row, Qt::LeftButton, {}, QPoint(-5, -5));
+    QTest::qWait(500);
+    EXPECT_EQ(triggered.count(), 0);
+    EXPECT_TRUE(menu.isVisible());
+    QTest::mouseClick(row, Qt::LeftButton);
+    EXPECT_TRUE(test::waitFor([&] { return triggered.count() == 1; }));
+    EXPECT_FALSE(menu.isVisible());
+}
+
+TEST_F(DiskRowTest, isChosenOnceByKeysAndNotWhenDisabled) {
+    row->setDiskDict(disk(QStringLiteral("A")));
+    const QSignalSpy triggered(action.get(), &QAction::triggered);
+    action->setEnabled(false);
+    open();
+    QTest::keyClick(row, Qt::Key_Return);
+    QTest::qWait(500);
+    EXPECT_EQ(triggered.count(), 0);
+    menu.hide();
+    action->setEnabled(true);
+    open();
+    QEnterEvent enter(QPointF(5, 5), QPointF(5, 5), QPointF(5, 5));
+    QApplication::sendEvent(row, &enter);
+    EXPECT_TRUE(row->menuItemIsSelected());
+    EXPECT_TRUE(test::savePicture(menu, QStringLiteral("disk-row-selected")));
+    QTest::keyClick(row, Qt::Key_Space);
+    QTest::keyClick(row, Qt::Key_Return);
+    EXPECT_TRUE(test::waitFor([&] { return triggered.count() == 1; }));
+    QTest::qWait(300);
+    EXPECT_EQ(triggered.count(), 1);
+    EXPECT_FALSE(row->menuItemIsSelected()) << "a closed menu must not open with a selection";
+}
+
+TEST_F(DiskRowTest, bringsLateFiguresToItsOwnEraseAlone) {
+    int posts = 0;
+    const Observation observation = center.observe(EraseNotification::kUpdateCountAndSizeToDelete,
+                                                   [&](const Notification&) { ++posts; });
+    row->setDiskDict(disk(QStringLiteral("A")));
+    row->waitForStopWorking();
+    EXPECT_TRUE(row->isWorking());
+    center.post(EraseNotification::kStopWorking);  // declined before the figures came
+    EXPECT_FALSE(row->isWorking());
+    arrive();
+    EXPECT_EQ(posts, 0) << "they would reach the next erase";
+}
+
+TEST_F(DiskRowTest, bringsFiguresAlsoWhenItsDiskWent) {
+    std::uint64_t count = 0;
+    const Observation observation =
+        center.observe(EraseNotification::kUpdateCountAndSizeToDelete, [&](const Notification& n) {
+            count = n.userInfo.value<std::uint64_t>(EraseNotification::kCount);
+        });
+    row->setDiskDict(disk(QStringLiteral("A")));
+    row->waitForStopWorking();
+    action.reset();
+    answered = true;
+    answer.set_value();
+    EXPECT_TRUE(test::waitFor([&] { return count == 12; })) << "an erase waits for them";
+}
+
+}  // namespace
+}  // namespace kestrin
