@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <dlfcn.h>
 #include <langinfo.h>
 #include <unistd.h>
 
@@ -6,11 +7,14 @@
 #include <QLoggingCategory>
 #include <clocale>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "app/Program.h"
 #include "base/MainThread.h"
 #include "cli/CommandLine.h"
 
@@ -35,6 +39,32 @@ std::unique_ptr<QCoreApplication> startQuietly(int& argc, char** argv) {
     ::_exit(status);
 }
 
+bool hasDisplay() {
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+        const char* value = std::getenv(name);
+        if (value && *value) return true;
+    }
+    return false;
+}
+
+/// What the words ask of the program in the status area, "" for its start; none when they are for
+/// the terminal.
+std::optional<std::string> programAction(const std::vector<std::string>& words) {
+    if (words.size() > 1 || !hasDisplay()) return std::nullopt;
+    if (words.empty()) return "";
+    if (words[0] == "--empty-all" || words[0] == "--quit") return words[0].substr(2);
+    return std::nullopt;
+}
+
+/// Does not return when the program could be loaded.
+void runProgram(int& argc, char** argv, const std::string& action) {
+    void* const library = ::dlopen("libkestrin_app.so", RTLD_NOW | RTLD_LOCAL);
+    void* const entry = library ? ::dlsym(library, "kestrinRunProgram") : nullptr;
+    if (entry)
+        leave(reinterpret_cast<decltype(&kestrinRunProgram)>(entry)(&argc, argv, action.c_str()));
+    std::fprintf(stderr, "kestrin: %s\n", ::dlerror());
+}
+
 }  // namespace
 
 #ifdef __SANITIZE_THREAD__
@@ -48,6 +78,7 @@ extern "C" const char* __tsan_default_options() {
 int main(int argc, char** argv) {
     // Before QCoreApplication, which takes options of its own out of the list.
     const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
+    if (const auto action = programAction(words)) runProgram(argc, argv, *action);
     const std::unique_ptr<QCoreApplication> application = startQuietly(argc, argv);
     // A terminal is told what went wrong; QT_LOGGING_RULES brings the rest back.
     QLoggingCategory::setFilterRules(QStringLiteral("kestrin.*.info=false"));

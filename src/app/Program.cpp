@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/Program.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QDialog>
+#include <QUrl>
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "app/HelperAuthorization.h"
+#include "app/ProgressNotices.h"
+#include "app/QVKestrin.h"
+#include "base/MainThread.h"
+#include "base/StringTable.h"
+#include "base/UserDefaults.h"
+#include "erase/QVErrorDelegate.h"
+#include "erase/ui/QVProgressWindow.h"
+#include "erase/ui/WidgetAlertPanel.h"
+#include "erase/ui/WidgetProgressView.h"
+#include "format/QVDateUtilities.h"
+#include "format/QVNumberUtilities.h"
+#include "inventory/QVKestrinFileUtilities.h"
+#include "platform/MountTable.h"
+#include "platform/ui/DesktopNotification.h"
+#include "platform/ui/SessionEnd.h"
+#include "platform/ui/SingleInstance.h"
+#include "platform/ui/StatusItem.h"
+#include "platform/ui/TrashIcon.h"
+
+namespace kestrin {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kStatusAreaPatience = 30s;
+
+/// The status area's icon behind the controller's view of it.
+class StatusItemDisplay final : public StatusDisplay {
+ public:
+    explicit StatusItemDisplay(QMenu& menu) : m_item(menu) {}
+    void setTrashIsFull(bool isFull) override { m_item.setTrashIsFull(isFull); }
+    void setToolTip(const QString& text) override { m_item.setToolTip(text); }
+
+ private:
+    StatusItem m_item;
+};
+
+/// A removable disk by where the desktop mounts it.
+QIcon iconOfDisk(const TrashLocation& location) {
+    const std::string_view path = location.volumePath;
+    const bool isRemovable = path.starts_with("/media/") || path.starts_with("/run/media/");
+    return diskIcon(isRemovable ? DiskKind::Removable : DiskKind::Internal);
+}
+
+QWidget* openWindow() {
+    if (QWidget* const modal = QApplication::activeModalWidget()) return modal;
+    for (QWidget* const window : QApplication::topLevelWidgets()) {
+        if (window->isVisible() && qobject_cast<QVProgressWindow*>(window)) return window;
+    }
+    return nullptr;
+}
+
+void bringForward() {
+    QWidget* const window = openWindow();
+    if (!window) return;
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+void dismissAlerts() {
+    while (auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
+        dialog->reject();
+        if (dialog->isVisible()) return;
+    }
+}
+
+/// Everything that the program is made of, in the order in which it needs one another.
+class Program {
+ public:
+    explicit Program(std::string_view action);
+    int run();
+
+ private:
+    AppServices services();
+    EraseServices eraseServices();
+    std::unique_ptr<ProgressView> makeProgressView(std::function<void()> stop);
+    void watchMounts(std::function<void(bool, const std::string&)> changed);
+    void launch(bool hasStatusArea);
+    void tellUser(const QString& text);
+
+    const std::string m_action;
+    StringTable& m_texts = StringTable::sharedControl();
+    UserDefaults& m_defaults = UserDefaults::standardUserDefaults();
+    QVErrorDelegate m_presenter;
+    TrashList m_trashes;
+    DesktopNotification m_message;
+    std::unique_ptr<MountWatcher> m_mounts;
+    bool m_hasStatusArea = false;
+    bool m_wasLaunched = false;
+    QVKestrin m_controller;
+    SessionEnd m_end;
+    SingleInstance m_instance;
+};
+
+Program::Program(std::string_view action)
+    : m_action(action),
+      m_presenter([this] { return std::make_unique<WidgetAlertPanel>(m_texts); }, m_texts,
+                  m_defaults),
+      // A list of its own: the engine's questions must not wait for a volume that hangs.
+      m_trashes([files = std::make_shared<QVFilesUtilities>()] {
+          return files->trashesAndVolumesLocations();
+      }),
+      m_controller(services()),
+      m_end([this](SessionEnd::Reason reason) {
+          if (reason == SessionEnd::Reason::Quitting) {
+              m_controller.applicationWillTerminate();
+          } else {
+              m_controller.quit();
+          }
+      }),
+      m_instance({.activate = [this] { m_controller.activate(); },
+                  .actions = {{"empty-all",
+                               [this] {
+                                   if (m_wasLaunched) m_controller.requestToEmptyAll();
+                               }},
+                              {"quit", [this] { m_controller.quit(); }}}}) {}
+
+AppServices Program::services() {
+    return {.center = NotificationCenter::defaultCenter(),
+            .texts = m_texts,
+            .numbers = QVNumberUtilities::sharedControl(),
+            .presenter = m_presenter,
+            .trashes = m_trashes,
+            .rows = {.center = NotificationCenter::defaultCenter(),
+                     .texts = m_texts,
+                     .numbers = QVNumberUtilities::sharedControl(),
+                     .scan =
+                         [](const FileUrl& trash, std::stop_token stop) {
+                             return QVKestrinFileUtilities::sharedControl().binItemsAndInfoWithURL(
+                                 trash, std::move(stop));
+                         },
+                     .icon = iconOfDisk},
+            .makeEngine = [this] { return QVDeleteItems::create(eraseServices()); },
+            .makeStatusItem = [this](QMenu& menu) -> std::unique_ptr<StatusDisplay> {
+                if (!m_hasStatusArea) return nullptr;
+                return std::make_unique<StatusItemDisplay>(menu);
+            },
+            .watchMounts = [this](auto changed) { watchMounts(std::move(changed)); },
+            .openUrl = [](const QString& url) { QDesktopServices::openUrl(QUrl(url)); },
+            .bringForward = bringForward,
+            .dismissAlerts = dismissAlerts,
+            .tellUser = [this](const QString& text) { tellUser(text); },
+            .terminate = [] { QCoreApplication::quit(); }};
+}
+
+EraseServices Program::eraseServices() {
+    return {.files = QVFilesUtilities::sharedControl(),
+            .trash = QVKestrinFileUtilities::sharedControl(),
+            .numbers = QVNumberUtilities::sharedControl(),
+            .dates = QVDateUtilities::sharedControl(),
+            .presenter = m_presenter,
+            .defaults = m_defaults,
+            .center = NotificationCenter::defaultCenter(),
+            .texts = m_texts,
+            .makeProgressView =
+                [this](std::function<void()> stop) { return makeProgressView(std::move(stop)); },
+            .helper = HelperAccess{.isAuthorized = &IsHelperAuthorized, .makeClient = {}}};
+}
+
+std::unique_ptr<ProgressView> Program::makeProgressView(std::function<void()> stop) {
+    auto view = std::make_unique<WidgetProgressView>(m_texts, std::move(stop));
+    QVProgressWindow& window = view->window();
+    // By the window: it shows at once that it is stopping.
+    return std::make_unique<ProgressNotices>(
+        std::move(view), [&window] { return window.isActiveWindow(); }, m_texts,
+        [&window] { window.stop(); });
+}
+
+void Program::watchMounts(std::function<void(bool, const std::string&)> changed) {
+    m_mounts = std::make_unique<MountWatcher>(
+        [changed = std::move(changed)](const MountWatcher::Change& change) {
+            changed(change.wasAdded, change.mountPoint);
+        });
+}
+
+void Program::tellUser(const QString& text) {
+    m_message.show({.title = m_texts.text("app_name"_key), .text = text});
+}
+
+void Program::launch(bool hasStatusArea) {
+    m_hasStatusArea = hasStatusArea;
+    m_wasLaunched = m_controller.applicationDidFinishLaunching();
+    if (m_wasLaunched && m_action == "empty-all") m_controller.requestToEmptyAll();
+}
+
+int Program::run() {
+    const SingleInstance::Start start = m_instance.start(m_action);
+    if (start == SingleInstance::Start::HandedOver || m_action == "quit") return 0;
+    m_defaults.registerDefaults(defaultSettings());
+    StatusItem::waitForHost(kStatusAreaPatience, [this](bool found) {
+        // Also when it is known at once: what ends the program needs the event loop.
+        MainThread::post([this, found] { launch(found); });
+    });
+    QApplication::exec();
+    m_controller.applicationWillTerminate();
+    return m_hasStatusArea ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace kestrin
+
+int kestrinRunProgram(int* argc, char** argv, const char* action) {
+    using kestrin::operator""_key;
+    kestrin::ensureLivingSessionBus();
+    QApplication application(*argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setDesktopFileName(QLatin1String(kestrin::kApplicationId));
+    QApplication::setApplicationDisplayName(
+        kestrin::StringTable::sharedControl().text("app_name"_key));
+    QApplication::setWindowIcon(kestrin::applicationIcon());
+    const kestrin::MainThread mainThread;
+    // Never taken down: work in the background may still be in use of it when the process ends.
+    auto& program = *new kestrin::Program(action);
+    return program.run();
+}

@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The program in the status area, from its start to its end. It is a library of its own, loaded
+// only when wanted: the terminal commands start without Qt Widgets.
+#pragma once
+
+/// Runs the program and returns its exit status. `action` is what the user asked for by option:
+/// "empty-all", "quit" or "" for none; when the program runs already, that one is told.
+extern "C" __attribute__((visibility("default"))) int kestrinRunProgram(int* argc, char** argv,
+                                                                        const char* action);

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the desktop shows of an erase besides its window: a notification with Stop while the window
+// is not in front, and the percentage on the launcher's entry. Both go with the view.
+#pragma once
+
+#include <QObject>
+#include <functional>
+#include <memory>
+
+#include "erase/ProgressView.h"
+#include "platform/ui/DesktopNotification.h"
+#include "platform/ui/LauncherEntry.h"
+
+namespace kestrin {
+
+class StringTable;
+
+/// A progress view that hands everything on to `view`. Main thread, but for isIndeterminate.
+class ProgressNotices final : public ProgressView, private ProgressSpinner {
+ public:
+    /// `isInFront` tells whether the user sees the window of `view`; `stop` is what Stop does.
+    ProgressNotices(std::unique_ptr<ProgressView> view, std::function<bool()> isInFront,
+                    const StringTable& texts, std::function<void()> stop);
+    ~ProgressNotices() override;
+
+    ProgressSpinner& spinner() override { return *this; }
+    void setMainText(const QString& text) override { m_view->setMainText(text); }
+    QString mainText() const override { return m_view->mainText(); }
+    void setInfoText(const QString& text) override { m_view->setInfoText(text); }
+    void setCountText(const QString& text) override { m_view->setCountText(text); }
+    void setSizeText(const QString& text) override { m_view->setSizeText(text); }
+    QString countFormat() const override { return m_view->countFormat(); }
+    void hideInfoSizeFields(bool hide) override { m_view->hideInfoSizeFields(hide); }
+    void show() override;
+    void showAsSheet(WindowHandle parent) override;
+    void close() override;
+
+ private:
+    void startIndeterminateAnimation() override;
+    void startDeterminateAnimation() override;
+    bool isIndeterminate() const override;
+    void updateProgress(double percent) override;
+
+    void begin();
+    void followWindow();
+
+    const std::unique_ptr<ProgressView> m_view;
+    const std::function<bool()> m_isInFront;
+    const StringTable& m_texts;
+    bool m_isShown = false;
+    DesktopNotification m_notification;
+    LauncherEntry m_launcher;
+    QObject m_context;  ///< last: nothing is heard while the rest goes
+};
+
+}  // namespace kestrin
