@@ -19,7 +19,7 @@
     </message>
     <message id="cant_create_menu_mess">
         <source></source>
-        <translation>Kestrin can’t work without its menu there and will quit now.</translation>
+        <translation>Kestrin can’t work without its menu there and will quit now. Add a status area (system tray) to your desktop and start Kestrin again, or use its commands in a terminal: “kestrin help” lists them.</translation>
     </message>
     <message id="full_disk_access_authorization">
         <source></source>
