@@ -49,7 +49,7 @@ PrivateBus::PrivateBus() {
 
 PrivateBus::~PrivateBus() {
     s_bus = nullptr;
-    m_daemon.kill();
+    m_daemon.terminate();  // takes its socket away, too
     m_daemon.waitForFinished();
 }
 
