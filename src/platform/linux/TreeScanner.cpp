@@ -78,8 +78,9 @@ class Scanner {
         if (ranges.empty()) return {};
         std::reverse(ranges.begin(), ranges.end());  // the first range is taken first
         m_tasks.push(ranges);
+        // More than cores: what is not in memory is asked of the disk, which likes several questions.
         const unsigned workers =
-            affordableWorkers(std::clamp(2 * std::thread::hardware_concurrency(), 4U, 8U));
+            affordableWorkers(std::clamp(4 * std::thread::hardware_concurrency(), 8U, 16U));
         m_tasks.run(
             workers, [](ScanTask&) { return false; }, [this](ScanTask& task) { work(task); });
         return std::move(m_results);
