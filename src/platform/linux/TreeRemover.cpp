@@ -528,13 +528,13 @@ class SingleItem final : public RemovalItems {
     bool m_wasHandedOut = false;
 };
 
-/// More workers than cores pay: they mostly wait for the file system's journal.
-constexpr unsigned kDefaultWorkers = 6;
+/// More workers than cores pay: some always wait for the file system's journal.
+unsigned defaultWorkers() { return std::clamp(2 * std::thread::hardware_concurrency(), 4U, 8U); }
 
 }  // namespace
 
 TreeRemover::TreeRemover(RemovalPolicy& policy, unsigned workers)
-    : m_policy(policy), m_workers(affordableWorkers(workers ? workers : kDefaultWorkers)) {}
+    : m_policy(policy), m_workers(affordableWorkers(workers ? workers : defaultWorkers())) {}
 
 void TreeRemover::remove(RemovalItems& items) {
     Remover(m_policy, items).run(m_workers);
