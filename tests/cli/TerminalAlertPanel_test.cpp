@@ -6,6 +6,7 @@
 #include "base/StringTable.h"
 #include "cli/Console.h"
 #include "cli/support/PseudoTerminal.h"
+#include "support/TestEnvironment.h"
 
 namespace kestrin {
 namespace {
@@ -80,19 +81,30 @@ TEST(TerminalAlertPanel, NothingShownMovesTheCursorOrTurnsTheText) {
     }
 }
 
-TEST(TerminalAlertPanel, TheSizeLineIsShownBeforeAndWhileThePromptWaits) {
+/// What a confirmation prints that begins while the items are counted, waits, and gets its figures.
+std::string printedWithFiguresAfter(int milliseconds) {
     const StringTable texts(QStringLiteral("en"));
-    std::string printed;
-    {
-        const test::PseudoTerminal user;
-        Console console(stdout, texts);
-        TerminalAlertPanel panel(console);
-        panel.setSizeLine(QStringLiteral("Counting"), true);
-        panel.beginSheet(model(Topic::EraseConfirmation), nullptr, [](int) {});
-        panel.setSizeLine(QStringLiteral("3 items"), false);
-        panel.setSizeLine(QStringLiteral("3 items"), false);
-        printed = user.printed();
-    }
+    const test::PseudoTerminal user;
+    Console console(stdout, texts);
+    TerminalAlertPanel panel(console);
+    panel.setSizeLine(QStringLiteral("Counting"), true);
+    panel.beginSheet(model(Topic::EraseConfirmation), nullptr, [](int) {});
+    test::waitFor([] { return false; }, milliseconds);
+    panel.setSizeLine(QStringLiteral("3 items"), false);
+    panel.setSizeLine(QStringLiteral("3 items"), false);
+    return user.printed();
+}
+
+TEST(TerminalAlertPanel, ThePromptWaitsAMomentForTheFigures) {
+    const std::string atOnce = printedWithFiguresAfter(0);
+    EXPECT_EQ(atOnce.find("Counting"), std::string::npos);
+    const std::size_t figures = atOnce.find("3 items\n");
+    ASSERT_NE(figures, std::string::npos);
+    EXPECT_GT(atOnce.size(), figures + std::string("3 items\n").size()) << "then the prompt";
+}
+
+TEST(TerminalAlertPanel, TheSizeLineIsShownBeforeAndWhileThePromptWaits) {
+    const std::string printed = printedWithFiguresAfter(500);
     const std::size_t counting = printed.find("Counting\n");
     const std::size_t figures = printed.find("3 items\n");
     ASSERT_NE(counting, std::string::npos);
