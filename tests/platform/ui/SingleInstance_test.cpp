@@ -74,14 +74,21 @@ TEST(SingleInstance, TheFirstTakesCommands) {
     ASSERT_EQ(instance.start("empty-all"), Start::First);
     EXPECT_TRUE(calls.empty()) << "its own command is the caller's matter";
 
+    const auto expectCalls = [&calls](std::size_t count) {
+        EXPECT_TRUE(test::waitFor([&] { return calls.size() >= count; }));
+    };
+    // One after the other: every command may come over a connection of its own.
     send(QStringLiteral("Activate"), {QVariantMap()});
+    expectCalls(1);
     send(QStringLiteral("ActivateAction"),
          {QStringLiteral("no-such-action"), QVariantList(), QVariantMap()});
     send(QStringLiteral("ActivateAction"),
          {QStringLiteral("empty-all"), QVariantList(), QVariantMap()});
+    expectCalls(2);
     send(QStringLiteral("Open"), {QStringList{QStringLiteral("file:///x")}, QVariantMap()});
+    expectCalls(3);
     send(QStringLiteral("ActivateAction"), {QStringLiteral("quit"), QVariantList(), QVariantMap()});
-    EXPECT_TRUE(test::waitFor([&calls] { return calls.size() >= 4; }));
+    expectCalls(4);
     EXPECT_EQ(calls, (std::vector<std::string>{"activate", "empty-all", "activate", "quit"}));
 }
 
