@@ -141,7 +141,7 @@ class RecordTest(EndToEndTest):
     def test_relative_path_begins_at_the_volume(self):
         volume = self.ext4("Disk")
         can = self.volume_trash(volume)
-        can.file("entry", original="work/some file")
+        can.file("entry", original="shelf/some file")
         entry, = self.succeed("show", "--json").json
-        self.assertEqual(entry["originalPath"], "/media/Disk/work/some file")
+        self.assertEqual(entry["originalPath"], "/media/Disk/shelf/some file")
         self.assertEqual(entry["volumePath"], "/media/Disk")
