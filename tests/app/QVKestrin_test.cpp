@@ -67,6 +67,27 @@ struct Display : StatusDisplay {
     bool& isFull;
 };
 
+/// The mounted disks; a listing in the background may outlive the test that asked for it.
+class Disks {
+ public:
+    std::vector<TrashLocation> all() const {
+        const std::lock_guard lock(m_mutex);
+        return m_disks;
+    }
+    void mount(TrashLocation disk) {
+        const std::lock_guard lock(m_mutex);
+        m_disks.push_back(std::move(disk));
+    }
+    void unmountLast() {
+        const std::lock_guard lock(m_mutex);
+        m_disks.pop_back();
+    }
+
+ private:
+    mutable std::mutex m_mutex;
+    std::vector<TrashLocation> m_disks;
+};
+
 class QVKestrinTest : public ::testing::Test {
  protected:
     void SetUp() override {
@@ -88,8 +109,8 @@ class QVKestrinTest : public ::testing::Test {
                 .presenter = presenter,
                 .trashes = trashes,
                 .rows = {center, texts, numbers,
-                         [this](const FileUrl& url, std::stop_token stop) {
-                             return utilities.binItemsAndInfoWithURL(url, std::move(stop));
+                         [utilities = utilities](const FileUrl& url, std::stop_token stop) {
+                             return utilities->binItemsAndInfoWithURL(url, std::move(stop));
                          },
                          [](const TrashLocation&) { return QIcon(); }},
                 .makeEngine =
@@ -111,7 +132,7 @@ class QVKestrinTest : public ::testing::Test {
     }
     std::shared_ptr<QVDeleteItems> makeEngine() {
         return QVDeleteItems::create({.files = QVFilesUtilities::sharedControl(),
-                                      .trash = utilities,
+                                      .trash = *utilities,
                                       .numbers = numbers,
                                       .dates = QVDateUtilities::sharedControl(),
                                       .presenter = presenter,
@@ -128,9 +149,8 @@ class QVKestrinTest : public ::testing::Test {
         makeFolder(path + "/files");
         for (int i = 0; i < files; ++i)
             writeFile(path + "/files/" + std::to_string(i));
-        const std::lock_guard lock(mutex);
-        disks.push_back({FileUrl::fromPath(path + "/files"), FileUrl::fromPath(path),
-                         QString::fromStdString(name), path, files == 0});
+        disks->mount({FileUrl::fromPath(path + "/files"), FileUrl::fromPath(path),
+                      QString::fromStdString(name), path, files == 0});
     }
     void launch() {
         ASSERT_TRUE(controller->applicationDidFinishLaunching());
@@ -158,21 +178,19 @@ class QVKestrinTest : public ::testing::Test {
     bool isThere(const std::string& path) { return exists(folder / path); }
 
     ScratchFolder folder;
-    std::mutex mutex;
-    std::vector<TrashLocation> disks;  // guarded by mutex
+    const std::shared_ptr<Disks> disks = std::make_shared<Disks>();
     Timers timers;
     NotificationCenter center;
     StringTable texts{QStringLiteral("en")};
     QVNumberUtilities numbers{"en_US", texts};
     UserDefaults defaults{folder / "settings.conf"};
-    QVKestrinFileUtilities utilities;
+    /// A count in the background may outlive the test, too.
+    const std::shared_ptr<QVKestrinFileUtilities> utilities =
+        std::make_shared<QVKestrinFileUtilities>();
     ScriptedAlerts alerts;
     ProgressRecord progress;
     QVErrorDelegate presenter{alerts.factory(), texts, defaults};
-    TrashList trashes{[this] {
-        const std::lock_guard lock(mutex);
-        return disks;
-    }};
+    TrashList trashes{[disks = disks] { return disks->all(); }};
     std::function<void(bool, const std::string&)> mountChanged;
     bool hasStatusArea = true;
     bool isFull = false;
@@ -269,11 +287,11 @@ TEST_F(QVKestrinTest, tellsOfAMountAfterAndOfAnUnmountBeforeTheMenuChanges) {
     mountChanged(true, folder / "third");
     ASSERT_TRUE(waitFor([&] { return rows.size() == 1; }));
     EXPECT_NE(controller->itemWithTag(1003), nullptr);
-    disks.pop_back();
+    disks->unmountLast();
     mountChanged(false, folder / "third");
     EXPECT_THAT(rows, ElementsAre(3u, 3u));
     EXPECT_EQ(controller->submenuViews().size(), 2u);
-    disks.pop_back();
+    disks->unmountLast();
     mountChanged(false, folder / "second");
     mountChanged(false, folder / "first");
     EXPECT_EQ(controller->submenuViews().size(), 1u) << "the last row stays";
