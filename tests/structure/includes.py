@@ -33,7 +33,7 @@ ALLOWED = {
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 GENERATED = re.compile(r"\.moc$|^moc_|^ui_")
-PROTOCOL = re.compile(r"^helper/[^/]*Protocol[^/]*\.h$")
+PROTOCOL = re.compile(r"^helper/([^/]*Protocol[^/]*|QVCommonHelper)\.h$")
 
 
 def room_of(path):

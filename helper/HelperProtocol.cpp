@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "helper/HelperProtocol.h"
+
+#include <sys/random.h>
+#include <unistd.h>
+
+#include <QDBusMetaType>
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <utility>
+
+#include "base/FileUrl.h"
+#include "base/PropertyList.h"
+
+namespace kestrin {
+namespace {
+
+template <class Integer>
+void putLittleEndian(std::string& bytes, Integer value) {
+    for (std::size_t i = 0; i < sizeof value; ++i)
+        bytes.push_back(static_cast<char>(value >> (8 * i) & 0xff));
+}
+
+template <class Integer>
+Integer takeLittleEndian(std::string_view& bytes) {
+    Integer value = 0;
+    for (std::size_t i = 0; i < sizeof value; ++i)
+        value |= static_cast<Integer>(static_cast<unsigned char>(bytes[i])) << (8 * i);
+    bytes.remove_prefix(sizeof value);
+    return value;
+}
+
+HostError systemError(const char* what) {
+    const int code = errno;
+    return {std::string(kPOSIXErrorDomain),
+            code,
+            code,
+            {{"errorString", std::string(what) + ": " + std::strerror(code)}}};
+}
+
+HostError invalid(const std::string& why) {
+    return {std::string(kFileErrorDomain), kPropertyListReadCorrupt, 0, {{"errorString", why}}};
+}
+
+PropertyList::Array encoded(const std::vector<std::string>& paths) {
+    PropertyList::Array list;
+    list.reserve(paths.size());
+    for (const std::string& path : paths)
+        list.emplace_back(percentEncode(path, true));
+    return list;
+}
+
+/// Takes an array of percent-encoded paths out of the dictionary.
+MaybeError takePaths(const PropertyList& value, std::vector<std::string>& paths) {
+    const auto* const list = value.get<PropertyList::Array>();
+    if (!list) return invalid("a list of paths is no array");
+    paths.reserve(list->size());
+    for (const PropertyList& element : *list) {
+        const auto* const text = element.get<std::string>();
+        auto path = text ? percentDecode(*text) : std::nullopt;
+        if (!path || path->empty() || path->find('\0') != std::string::npos) {
+            return invalid("an item is no percent-encoded path");
+        }
+        paths.push_back(std::move(*path));
+    }
+    return {};
+}
+
+MaybeError takeNumber(const PropertyList& value, std::uint64_t& number) {
+    const auto* const found = value.get<std::uint64_t>();
+    if (!found) return invalid("a figure is no unsigned integer");
+    number = *found;
+    return {};
+}
+
+MaybeError takeEntry(const std::string& key, const PropertyList& value, EraseItems& items) {
+    if (key == "unlockItems") return takePaths(value, items.unlockItems);
+    if (key == "permissionsItems") return takePaths(value, items.permissionsItems);
+    if (key == "erasedSize") return takeNumber(value, items.erasedSize);
+    if (key == "erasedCount") return takeNumber(value, items.erasedCount);
+    if (key == "notTrashedBecauseFolderNotEmpty") {
+        return takePaths(value, items.notTrashedBecauseFolderNotEmpty.emplace());
+    }
+    return invalid("an unknown key");
+}
+
+}  // namespace
+
+Result<AuthorizationForm> AuthorizationForm::ofThisProcess() {
+    AuthorizationForm form{.processId = static_cast<std::uint32_t>(::getpid()),
+                           .userId = ::getuid()};
+    const auto startTime = processStartTime(form.processId);
+    if (!startTime) return systemError("/proc/self/stat");
+    form.startTime = *startTime;
+    if (::getrandom(form.random.data(), form.random.size(), 0) !=
+        static_cast<ssize_t>(form.random.size())) {
+        return systemError("getrandom");
+    }
+    return form;
+}
+
+std::optional<AuthorizationForm> AuthorizationForm::fromBytes(std::string_view bytes) {
+    if (bytes.size() != kSize || bytes.find_first_not_of('\0') == bytes.npos) return {};
+    AuthorizationForm form;
+    form.processId = takeLittleEndian<std::uint32_t>(bytes);
+    form.userId = takeLittleEndian<std::uint32_t>(bytes);
+    form.startTime = takeLittleEndian<std::uint64_t>(bytes);
+    std::copy(bytes.begin(), bytes.end(), form.random.begin());
+    return form;
+}
+
+std::string AuthorizationForm::toBytes() const {
+    std::string bytes;
+    bytes.reserve(kSize);
+    putLittleEndian(bytes, processId);
+    putLittleEndian(bytes, userId);
+    putLittleEndian(bytes, startTime);
+    bytes.append(random.begin(), random.end());
+    return bytes;
+}
+
+std::optional<std::uint64_t> processStartTime(std::uint32_t processId) {
+    std::ifstream file("/proc/" + std::to_string(processId) + "/stat");
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    // The second field is the program's name in parentheses, which may hold anything.
+    const auto nameEnd = text.rfind(')');
+    if (nameEnd == text.npos) return {};
+    std::string_view rest = std::string_view(text).substr(nameEnd + 1);
+    constexpr int kFieldsBetween = 22 - 2;
+    for (int field = 0; field < kFieldsBetween; ++field) {
+        const auto blank = rest.find(' ');
+        if (blank == rest.npos) return {};
+        rest.remove_prefix(blank + 1);
+    }
+    std::uint64_t ticks = 0;
+    const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), ticks);
+    if (error != std::errc() || end == rest.data()) return {};
+    return ticks;
+}
+
+std::string EraseItems::toXml() const {
+    PropertyList::Dictionary dictionary{{"unlockItems", encoded(unlockItems)},
+                                        {"permissionsItems", encoded(permissionsItems)},
+                                        {"erasedSize", erasedSize},
+                                        {"erasedCount", erasedCount}};
+    if (notTrashedBecauseFolderNotEmpty) {
+        dictionary.emplace("notTrashedBecauseFolderNotEmpty",
+                           encoded(*notTrashedBecauseFolderNotEmpty));
+    }
+    return kestrin::toXml(std::move(dictionary));
+}
+
+Result<EraseItems> EraseItems::fromXml(std::string_view xml) {
+    const auto list = kestrin::fromXml(xml, {.maximumBytes = kMaximumList, .maximumDepth = 3});
+    if (!list) return list.error();
+    const auto* const dictionary = list->get<PropertyList::Dictionary>();
+    if (!dictionary) return invalid("the list is no dictionary");
+    EraseItems items;
+    for (const auto& [key, value] : *dictionary) {
+        if (const MaybeError error = takeEntry(key, value, items)) return *error;
+    }
+    return items;
+}
+
+QDBusArgument& operator<<(QDBusArgument& argument, const ErasedItem& item) {
+    argument.beginStructure();
+    argument << item.count << item.totalSize << item.itemSize << item.itemPath;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, ErasedItem& item) {
+    argument.beginStructure();
+    argument >> item.count >> item.totalSize >> item.itemSize >> item.itemPath;
+    argument.endStructure();
+    return argument;
+}
+
+void registerHelperTypes() {
+    qDBusRegisterMetaType<ErasedItem>();
+    qDBusRegisterMetaType<ErasedItems>();
+}
+
+}  // namespace kestrin

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "helper/HelperProtocol.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace kestrin {
+namespace {
+
+TEST(AuthorizationForm, namesThisProcessAndSurvivesItsJourney) {
+    const auto form = AuthorizationForm::ofThisProcess();
+    ASSERT_TRUE(form);
+    EXPECT_EQ(form->processId, static_cast<std::uint32_t>(::getpid()));
+    EXPECT_EQ(form->userId, ::getuid());
+    EXPECT_GT(form->startTime, 0u);
+    const std::string bytes = form->toBytes();
+    EXPECT_EQ(AuthorizationForm::fromBytes(bytes), *form);
+    EXPECT_NE(AuthorizationForm::ofThisProcess()->toBytes(), bytes) << "random";
+    EXPECT_FALSE(AuthorizationForm::fromBytes(std::string(32, '\0')));
+    EXPECT_FALSE(AuthorizationForm::fromBytes(bytes + "x"));
+    EXPECT_FALSE(AuthorizationForm::fromBytes(bytes.substr(1)));
+    EXPECT_FALSE(processStartTime(0x7fffffff));
+}
+
+TEST(EraseItems, carriesEveryNameAndTakesNothingElse) {
+    const EraseItems items{.unlockItems = {"/a/\xff\n%&<b>"},
+                           .permissionsItems = {"/\x01", "/é"},
+                           .erasedSize = ~std::uint64_t{0},
+                           .erasedCount = 7,
+                           .notTrashedBecauseFolderNotEmpty = {{"/a"}}};
+    const auto read = EraseItems::fromXml(items.toXml());
+    ASSERT_TRUE(read) << read.error().localizedDescription();
+    EXPECT_EQ(*read, items);
+    for (const char* const body :
+         {"<array/>", "<dict><key>unlockItems</key><string>/a</string></dict>",
+          "<dict><key>unlockItems</key><array><integer>1</integer></array></dict>",
+          "<dict><key>unlockItems</key><array><string>/a%00b</string></array></dict>",
+          "<dict><key>unlockItems</key><array><string>/a%2</string></array></dict>",
+          "<dict><key>unlockItems</key><array><string></string></array></dict>",
+          "<dict><key>unlockItems</key><array><array/></array></dict>",
+          "<dict><key>erasedCount</key><integer>-1</integer></dict>",
+          "<dict><key>erasedSize</key><real>1</real></dict>",
+          "<dict><key>further</key><true/></dict>"}) {
+        EXPECT_FALSE(
+            EraseItems::fromXml("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                "<plist version=\"1.0\">" +
+                                std::string(body) + "</plist>\n"))
+            << body;
+    }
+}
+
+}  // namespace
+}  // namespace kestrin
