@@ -643,9 +643,44 @@ Examples:
         <source></source>
         <translation>What would help</translation>
     </message>
+    <message id="stayed_help_busy">
+        <source></source>
+        <translation>close what uses it, then erase again</translation>
+    </message>
+    <message id="stayed_help_error">
+        <source></source>
+        <translation>erase again; if it stays, look at the system log</translation>
+    </message>
+    <message id="stayed_help_forbidden">
+        <source></source>
+        <translation>ask an administrator or its owner</translation>
+    </message>
+    <message id="stayed_help_locked">
+        <source></source>
+        <translation>have it unlocked by an administrator</translation>
+    </message>
+    <message id="stayed_help_mount_point">
+        <source></source>
+        <translation>unmount that volume, then erase again</translation>
+    </message>
+    <message id="stayed_help_read_only">
+        <source></source>
+        <translation>make the volume writable, then erase again</translation>
+    </message>
+    <message id="stayed_help_skipped">
+        <source></source>
+        <translation>erase again and do not skip it</translation>
+    </message>
     <message id="stayed_locked">
         <source></source>
         <translation>it is locked</translation>
+    </message>
+    <message id="stayed_more" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>and %@ more</numerusform>
+            <numerusform>and %@ more</numerusform>
+        </translation>
     </message>
     <message id="stayed_mount_point">
         <source></source>

@@ -20,6 +20,7 @@
 #include "erase/QVErrorDelegate.h"
 #include "erase/QVGenericProgressWindowCntrl.h"
 #include "erase/QVLogController.h"
+#include "erase/StayedDetails.h"
 #include "format/QVNumberUtilities.h"
 #include "inventory/QVKestrinFileUtilities.h"
 #include "platform/TrashFolders.h"
@@ -637,17 +638,22 @@ void QVDeleteItems::noteLogProblem() {
 }
 
 void QVDeleteItems::reportWhatStayed() {
-    QVErrorDelegate& presenter = m_state->services.presenter;
+    const QVNumberUtilities& numbers = m_state->services.numbers;
     const std::uint64_t busy = itemBusyCount();
+    ErrorReport report;
     if (busy >= 2) {
-        presenter.showError("busy_plur"_errorKey, {},
-                            {m_state->services.numbers.numberToFormatString(double(busy))});
+        report.error = "busy_plur"_errorKey;
+        report.additionalName = {numbers.numberToFormatString(double(busy))};
     } else if (busy == 1) {
-        presenter.showError("busy_sing"_errorKey);
+        report.error = "busy_sing"_errorKey;
     } else if (notErasedCount() != 0) {
-        presenter.showError(m_state->isHelperAuthorized ? "not_erased"_errorKey
-                                                        : "user_not_authorized"_errorKey);
+        report.error =
+            m_state->isHelperAuthorized ? "not_erased"_errorKey : "user_not_authorized"_errorKey;
+    } else {
+        return;
     }
+    report.details = stayedDetails(stayedEntries(), m_state->services.texts, numbers);
+    m_state->services.presenter.showError(report);
 }
 
 /// The end of an erase in which nothing was erased: neither end line nor report.

@@ -80,12 +80,15 @@ QVErrorDelegate* QVErrorDelegate::sharedControl() {
 // --- Errors and messages ---
 
 void QVErrorDelegate::showError(const ErrorReport& report) {
-    showError(report.error, report.message, report.additionalName);
+    if (report.error.empty()) return;
+    const ErrorPanelInfo panel{report.error, report.message, report.additionalName,
+                               {},           nullptr,        report.details};
+    MainThread::postAndWait([&] { showErrorWithDict(panel); });
 }
 
 void QVErrorDelegate::showError(std::string_view error, std::string_view message,
                                 const QStringList& additionalNames) {
-    showErrorForWindow(nullptr, error, message, additionalNames);
+    showError({std::string(error), std::string(message), additionalNames});
 }
 
 void QVErrorDelegate::showErrorForWindow(WindowHandle window, std::string_view infoMessage,
@@ -101,6 +104,7 @@ void QVErrorDelegate::showErrorWithDict(const ErrorPanelInfo& panel) {
     AlertModel model = panelModel(panel.error, panel.messKey, panel.names, Table::Errors);
     if (panel.mess_names)
         model.text = replaceContentOfString(model.text, titleNames(*panel.mess_names));
+    model.details = panel.details;
     showPanel(model, panel.window);
 }
 

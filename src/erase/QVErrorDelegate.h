@@ -30,9 +30,10 @@ struct AlertContext {
 
 /// What goes wrong, for showError. Keys of the table "Errors".
 struct ErrorReport {
-    std::string error;           ///< key of the title
-    std::string message;         ///< key of the text; may be empty
-    QStringList additionalName;  ///< inserted into the title
+    std::string error;                   ///< key of the title
+    std::string message;                 ///< key of the text; may be empty
+    QStringList additionalName;          ///< inserted into the title
+    std::vector<AlertDetail> details{};  ///< with rows: a list that the user can unfold
 };
 
 /// An error panel. Keys of the table "Errors".
@@ -42,6 +43,7 @@ struct ErrorPanelInfo {
     QStringList names;
     std::optional<QStringList> mess_names;  ///< inserted into the text
     WindowHandle window = nullptr;          ///< a sheet on it; none: modal
+    std::vector<AlertDetail> details{};     ///< with rows: a list that the user can unfold
 };
 
 /// A question. All its texts come from "Errors" when `treatsAsError`, else from the default table.
@@ -77,8 +79,8 @@ class QVErrorDelegate {
 
     // --- Errors and messages ---
 
+    /// Shows a modal warning with one default button. Nothing when the title's key is empty.
     void showError(const ErrorReport& report);
-    /// Shows a modal warning with one default button. Nothing when `error` is empty.
     void showError(std::string_view error, std::string_view message = {},
                    const QStringList& additionalNames = {});
     /// The warning itself. Main thread.

@@ -245,6 +245,9 @@ TEST_F(QVDeleteItemsTest, WhatStaysKeepsItsRecordAndIsReported) {
     EXPECT_EQ(engine->stayedEntries()[0].url.path(), trash + "/folder/locked");
     EXPECT_EQ(alerts.models.back().title,
               texts.text("user_not_authorized"_errorKey, StringTable::Table::Errors));
+    ASSERT_EQ(alerts.models.back().details.size(), 1u);
+    EXPECT_EQ(alerts.models.back().details[0].name, QStringLiteral("locked"));
+    EXPECT_EQ(alerts.models.back().details[0].reason, texts.text("stayed_locked"_key));
     makeImmutable(trash + "/folder/locked", false);
 }
 
