@@ -71,7 +71,7 @@ void QVKestrin::quit() {
     if (!m_deleteItemsCntrl || m_startTimer) return endNow();
     m_endTimer = m_services.startTimer(kEndPatience, [this] { endNow(); });
     m_deleteItemsCntrl->stop();
-    // The engine posts its stop: it must hear of it before an open question ends.
+    // The answer to an open question must find the engine stopped.
     MainThread::post([this] { callIfGiven(m_services.dismissAlerts); });
 }
 

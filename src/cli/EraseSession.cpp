@@ -140,11 +140,11 @@ EraseResult EraseSession::finished() const {
 void EraseSession::stop() {
     m_wasStopped = true;
     m_backgroundStop.request_stop();
-    // The engine has posted its own stop by then: it must hear of it before an open question ends.
+    // Before an open question ends: no further one must follow.
     if (m_engine) m_engine->stop();
     MainThread::post([this] {
         m_loop.quit();
-        m_console.terminal().cancelQuestion();
+        m_console.terminal().endQuestions();
         if (m_isErasing && m_console.terminal().hasStatusLine()) {
             m_console.terminal().message(m_console.text("cli_stopping"_key));
         }

@@ -91,6 +91,7 @@ void Terminal::clearStatus() {
 }
 
 void Terminal::ask(const QString& prompt, Answered answered) {
+    if (m_hasEndedQuestions) return answered(std::nullopt);
     clearStatus();
     m_prompt = prompt;
     m_answered = std::move(answered);
@@ -107,6 +108,11 @@ void Terminal::cancelQuestion() {
     if (!isAsking()) return;
     writeAll(promptDescriptor(), "\n");
     finish(std::nullopt);
+}
+
+void Terminal::endQuestions() {
+    m_hasEndedQuestions = true;
+    cancelQuestion();
 }
 
 void Terminal::readInput() {

@@ -43,12 +43,16 @@ class Terminal {
     void showStatus(const QString& text);
     void clearStatus();
 
-    /// Writes `prompt` and calls `answered` once, from the event loop, with the line typed.
-    /// Requires: no other question is open.
+    /// Writes `prompt` and calls `answered` once, from the event loop, with the line typed; at once
+    /// and without a prompt when there are to be no more questions. Requires: no other question is
+    /// open.
     void ask(const QString& prompt, Answered answered);
     bool isAsking() const { return m_answered != nullptr; }
     /// Ends an open question without an answer.
     void cancelQuestion();
+    /// Ends an open question without an answer, and every later one as it is put.
+    void endQuestions();
+    bool hasEndedQuestions() const { return m_hasEndedQuestions; }
 
  private:
     int promptDescriptor() const;
@@ -59,6 +63,7 @@ class Terminal {
     const bool m_outputIsTerminal;
     const bool m_errorIsTerminal;
     bool m_mayUseOutput = true;
+    bool m_hasEndedQuestions = false;
     int m_statusWidth = 0;  ///< cells that the status line covers at this moment
     QString m_status;
     QString m_prompt;

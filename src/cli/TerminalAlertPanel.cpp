@@ -85,7 +85,7 @@ void TerminalAlertPanel::confirm(std::function<void(int)> answered) {
 void TerminalAlertPanel::prompt() {
     m_patience.stop();
     m_isPrompting = true;
-    showSizeLine();
+    if (!m_console.terminal().hasEndedQuestions()) showSizeLine();
     m_console.terminal().ask(
         m_console.text("cli_confirm_prompt"_key),
         [this, answered = std::exchange(m_answered, nullptr)](

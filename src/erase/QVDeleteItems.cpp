@@ -323,6 +323,11 @@ void QVDeleteItems::cleanMemoryWithResponse(int response) {
 // --- Start ---
 
 bool QVDeleteItems::proceedToErase(SharedItemsToErase items) {
+    if (m_state->wasStopped) {
+        stopObservingCount();
+        sendPartialStopWorking();
+        return true;
+    }
     if (!items || items->empty()) items = itemsToErase();
     return emptyTrash(std::move(items));
 }
@@ -512,26 +517,32 @@ RefusalAnswer QVDeleteItems::askToErase(const RefusalQuestion& question) {
 }
 
 void QVDeleteItems::eraseWithAdminPrivileges() {
-    const bool wasServed = MainThread::postAndWait([this] {
-        if (!m_state->rootAccess) {
-            m_state->helperDelegate = std::make_unique<HelperLink>(*this);
-            m_state->rootAccess = m_state->services.helper.makeClient(*m_state->helperDelegate);
+    bool hasBegun = false;
+    MainThread::postAndWait([&] { hasBegun = startHelper(); });
+    if (!hasBegun) workIsOver();
+}
+
+/// False when Stop came first. Main thread.
+bool QVDeleteItems::startHelper() {
+    m_state->isRootErasing = true;  // before the look: a Stop sees this, or is seen here
+    if (m_state->wasStopped) return false;
+    if (!m_state->rootAccess) {
+        m_state->helperDelegate = std::make_unique<HelperLink>(*this);
+        m_state->rootAccess = m_state->services.helper.makeClient(*m_state->helperDelegate);
+    }
+    HelperRequest request;
+    request.unlockItems = m_state->decisions->unlockItems();
+    request.permissionsItems = m_state->decisions->permissionsItems();
+    request.erasedSize = totSizeDeleted();
+    request.erasedCount = totItemsDeleted();
+    {
+        const std::lock_guard lock(m_state->lock);
+        if (!m_state->notErased.empty()) {
+            request.notTrashedBecauseFolderNotEmpty = m_state->notErased;
         }
-        HelperRequest request;
-        request.unlockItems = m_state->decisions->unlockItems();
-        request.permissionsItems = m_state->decisions->permissionsItems();
-        request.erasedSize = totSizeDeleted();
-        request.erasedCount = totItemsDeleted();
-        {
-            const std::lock_guard lock(m_state->lock);
-            if (!m_state->notErased.empty()) {
-                request.notTrashedBecauseFolderNotEmpty = m_state->notErased;
-            }
-        }
-        m_state->isRootErasing = true;
-        m_state->rootAccess->authorizedErase(request);
-    });
-    if (!wasServed) workIsOver();
+    }
+    m_state->rootAccess->authorizedErase(request);
+    return true;
 }
 
 // --- Progress and end ---
@@ -697,13 +708,19 @@ void QVDeleteItems::postStopWorking(bool withFigures) {
 // --- Stop ---
 
 void QVDeleteItems::stop() {
-    MainThread::post([self = shared_from_this()] {
+    stopWasPressed();
+    const auto pressButton = [self = shared_from_this()] {
         if (self->m_state->progress) self->m_state->progress->stopAction();
-    });
+    };
+    if (MainThread::isCurrent()) {
+        pressButton();
+    } else {
+        MainThread::post(pressButton);
+    }
 }
 
 void QVDeleteItems::stopWasPressed() {
-    m_state->wasStopped = true;
+    if (m_state->wasStopped.exchange(true)) return;
     m_state->countStop.request_stop();
     {
         const std::lock_guard lock(m_state->lock);

@@ -109,15 +109,17 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     bool askToContinue(const EraseRequest& request);
 
     /// Has `call` made on the main thread once the figures are there; soon when they are there
-    /// already.
+    /// already. Never when Stop comes first.
     void whenCountHasArrived(std::function<void()> call);
 
     /// Starts erasing `items`, in their order; those gathered by the count when nullptr or empty.
     /// False: the log could not be opened or progress could not be shown; nothing was begun,
-    /// nothing will be posted, `startProblem` says why.
+    /// nothing will be posted, `startProblem` says why. After a Stop nothing is begun either, but
+    /// the end is posted at once.
     bool proceedToErase(SharedItemsToErase items = nullptr);
 
-    /// Presses Stop: the erase ends at its next entry. Thread: any.
+    /// Presses Stop: the erase ends at its next entry, and one that has not begun ends as soon as
+    /// it is to begin. An open confirmation stays open. Thread: any.
     void stop();
 
     // What an erase has come to; at its end the final figures. Thread: any.
@@ -164,6 +166,7 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     void addToNotTrashed(const FileUrl& entry);
     RefusalAnswer askToErase(const RefusalQuestion& question);
     void eraseWithAdminPrivileges();
+    bool startHelper();
 
     void setupTick();
     bool tickOnce();

@@ -103,6 +103,26 @@ TEST(TerminalAlertPanel, ThePromptWaitsAMomentForTheFigures) {
     EXPECT_GT(atOnce.size(), figures + std::string("3 items\n").size()) << "then the prompt";
 }
 
+TEST(TerminalAlertPanel, AStopDuringThatMomentLeavesNoPrompt) {
+    int button = 0;
+    std::string printed = "(nothing read)";
+    {
+        const StringTable texts(QStringLiteral("en"));
+        const test::PseudoTerminal user;
+        Console console(stdout, texts);
+        TerminalAlertPanel panel(console);
+        panel.setSizeLine(QStringLiteral("Counting"), true);
+        panel.beginSheet(model(Topic::EraseConfirmation), nullptr,
+                         [&](int result) { button = result; });
+        user.printed();
+        console.terminal().endQuestions();
+        test::waitFor([&] { return button != 0; });
+        printed = user.printed();
+    }
+    EXPECT_EQ(button, kAlertSecondButton);
+    EXPECT_EQ(printed, "");
+}
+
 TEST(TerminalAlertPanel, TheSizeLineIsShownBeforeAndWhileThePromptWaits) {
     const std::string printed = printedWithFiguresAfter(500);
     const std::size_t counting = printed.find("Counting\n");

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <thread>
 
 #include "base/MainThread.h"
 #include "base/StringTable.h"
@@ -301,6 +302,31 @@ TEST_F(QVDeleteItemsTest, ProgressShowsAfterSevenTenthsAndStopEndsTheErase) {
     EXPECT_TRUE(exists(trash + "/b"));
     makeImmutable(trash + "/a", false);
     makeImmutable(trash + "/b", false);
+}
+
+TEST_F(QVDeleteItemsTest, StopBeforeTheFirstEntryKeepsThemAll) {
+    trashFile("one");
+    const auto ask = [this] { return engine->askToContinue(allDisks()); };
+    alerts.addAnswer(kAlertFirstButton, false, [this] { engine->stop(); });
+    ASSERT_TRUE(ask()) << "during the confirmation";
+    ASSERT_TRUE(engine->proceedToErase());
+    ASSERT_EQ(ends.size(), 1u);
+    EXPECT_TRUE(ends[0].isEmpty());
+
+    engine = QVDeleteItems::create(services());
+    ASSERT_TRUE(ask());
+    std::jthread([this] { engine->stop(); }).join();
+    ASSERT_TRUE(engine->proceedToErase()) << "stopped by another thread, before the start";
+    EXPECT_EQ(ends.size(), 2u);
+    EXPECT_TRUE(exists(trash + "/one"));
+    EXPECT_THAT(log(), IsEmpty());
+
+    engine = QVDeleteItems::create(services());
+    ASSERT_TRUE(ask());
+    ASSERT_TRUE(engine->proceedToErase());
+    engine->stop();
+    EXPECT_TRUE(engine->isStoppedByUser()) << "at once, also when the event loop is over";
+    EXPECT_TRUE(waitFor([this] { return ends.size() == 3; }));
 }
 
 TEST_F(QVDeleteItemsTest, ALogThatCannotBeOpenedEndsTheRequestBeforeAnythingGoes) {
