@@ -420,6 +420,13 @@ Examples:
             <numerusform>%@ items would be erased, %@.</numerusform>
         </translation>
     </message>
+    <message id="cli_would_stay" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>%@ item would stay:</numerusform>
+            <numerusform>%@ items would stay:</numerusform>
+        </translation>
+    </message>
     <message id="contact">
         <source></source>
         <translation>mailto:kestrin@quorvane.com</translation>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/DryRun.h"
 
+#include <map>
 #include <vector>
 
 #include "base/StringTable.h"
@@ -10,6 +11,7 @@
 #include "cli/EraseReport.h"
 #include "cli/TrashSurvey.h"
 #include "erase/DisplayName.h"
+#include "platform/Volumes.h"
 
 namespace kestrin {
 
@@ -41,20 +43,55 @@ void writeItems(const ItemsToErase& items, Console& console) {
     }
 }
 
-}  // namespace
-
-void reportDryRun(const ItemsToErase& items, const Arguments& arguments, Console& console) {
-    const EntrySums sums = sumsOfItems(items);
-    if (arguments.json) {
-        const EraseResult result{.erasedCount = sums.count, .erasedSize = sums.size};
-        return writeEraseJson(result, true, console);
-    }
-    if (items.empty()) return console.output().line(console.text("cli_trash_is_empty"_key));
-    writeItems(items, console);
-    if (arguments.quiet) return;
+void writeSums(const EntrySums& sums, Console& console) {
     console.output().line(console.text("cli_would_erase"_key,
                                        {console.number(sums.count), console.size(sums.size)},
                                        static_cast<long long>(sums.count)));
+}
+
+/// What an erase would come to.
+struct Forecast {
+    ItemsToErase erased;
+    std::vector<StayedEntry> stayed;
+};
+
+Forecast forecastOf(const ItemsToErase& items, const Console& console) {
+    Forecast forecast;
+    std::map<FileUrl, bool> readOnlyFolders;  // a trash is one folder with many entries
+    for (const QVItemToErase& item : items) {
+        const FileUrl folder = item.url.parent();
+        const auto [known, isNew] = readOnlyFolders.emplace(folder, false);
+        if (isNew) known->second = isVolumeReadOnly(folder).value_or(false);
+        if (known->second) {
+            forecast.stayed.push_back({.url = item.url,
+                                       .reason = StayReason::ReadOnly,
+                                       .message = console.text("stayed_read_only"_key)});
+        } else {
+            forecast.erased.push_back(item);
+        }
+    }
+    return forecast;
+}
+
+}  // namespace
+
+int reportDryRun(const ItemsToErase& items, const Arguments& arguments, Console& console) {
+    const Forecast forecast = forecastOf(items, console);
+    const EntrySums sums = sumsOfItems(forecast.erased);
+    if (arguments.json) {
+        const EraseResult result{
+            .erasedCount = sums.count, .erasedSize = sums.size, .stayed = forecast.stayed};
+        writeEraseJson(result, true, console);
+    } else if (items.empty()) {
+        console.output().line(console.text("cli_trash_is_empty"_key));
+    } else {
+        if (!forecast.erased.empty()) writeItems(forecast.erased, console);
+        if (!arguments.quiet) writeSums(sums, console);
+    }
+    if (forecast.stayed.empty()) return 0;
+    console.output().flush();
+    nameStayed(forecast.stayed, "cli_would_stay"_key, console);
+    return 1;
 }
 
 }  // namespace kestrin

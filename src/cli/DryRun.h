@@ -9,7 +9,8 @@ namespace kestrin {
 struct Arguments;
 class Console;
 
-/// Prints the entries that would go, with their sums.
-void reportDryRun(const ItemsToErase& items, const Arguments& arguments, Console& console);
+/// Prints the entries that would go, with their sums, and those that would stay because their
+/// volume is read-only. Returns the exit status: 0, or 1 when something would stay.
+int reportDryRun(const ItemsToErase& items, const Arguments& arguments, Console& console);
 
 }  // namespace kestrin

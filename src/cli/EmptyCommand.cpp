@@ -106,8 +106,7 @@ int EmptyRun::run() {
     if (m_arguments.dryRun) {
         // Of a trash that could not be read nobody knows whether it is empty.
         const bool saysNothing = m_survey.items.empty() && !m_isComplete && !m_arguments.json;
-        if (!saysNothing) reportDryRun(m_survey.items, m_arguments, m_console);
-        return status(0);
+        return status(saysNothing ? 0 : reportDryRun(m_survey.items, m_arguments, m_console));
     }
     return status(holdsNothing() ? tidyUp() : erase());
 }

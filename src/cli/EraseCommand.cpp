@@ -88,10 +88,7 @@ int eraseEntries(const std::vector<FileUrl>& entries, const Arguments& arguments
         const EraseResult stopped{.end = EraseResult::End::Declined, .wasStopped = true};
         return reportErase(stopped, arguments, console);
     }
-    if (arguments.dryRun) {
-        reportDryRun(*items, arguments, console);
-        return 0;
-    }
+    if (arguments.dryRun) return reportDryRun(*items, arguments, console);
     EraseResult result = session.erase(requestFor(items, arguments, console), items);
     addWhatIsStillThere(result, *items, console);
     return reportErase(result, arguments, console);

@@ -69,21 +69,6 @@ void writeStayed(JsonWriter& json, const StayedEntry& entry) {
     json.endObject();
 }
 
-void nameStayed(const std::vector<StayedEntry>& stayed, Console& console) {
-    Terminal& terminal = console.terminal();
-    const auto count = static_cast<long long>(stayed.size());
-    terminal.message(console.text("cli_stayed"_key, {console.number(stayed.size())}, count));
-    const std::size_t named = std::min(stayed.size(), kMostNamed);
-    for (std::size_t index = 0; index < named; ++index) {
-        terminal.message(QStringLiteral("  ") + displayName(stayed[index].url.path()) +
-                         QStringLiteral(": ") + displayName(stayed[index].message));
-    }
-    if (named < stayed.size()) {
-        terminal.message(QStringLiteral("  ") +
-                         console.text("cli_and_more"_key, {console.number(stayed.size() - named)}));
-    }
-}
-
 QString summary(const EraseResult& result, const Console& console) {
     if (result.erasedCount == 0) return console.text("cli_nothing_erased"_key);
     return console.text("cli_erased"_key,
@@ -110,6 +95,22 @@ void addWhatIsStillThere(EraseResult& result, const ItemsToErase& items, const C
         result.stayed.push_back({.url = item.url,
                                  .reason = StayReason::Error,
                                  .message = console.text("cli_still_there"_key)});
+    }
+}
+
+void nameStayed(const std::vector<StayedEntry>& stayed, std::string_view headingKey,
+                Console& console) {
+    Terminal& terminal = console.terminal();
+    const auto count = static_cast<long long>(stayed.size());
+    terminal.message(console.text(headingKey, {console.number(stayed.size())}, count));
+    const std::size_t named = std::min(stayed.size(), kMostNamed);
+    for (std::size_t index = 0; index < named; ++index) {
+        terminal.message(QStringLiteral("  ") + displayName(stayed[index].url.path()) +
+                         QStringLiteral(": ") + displayName(stayed[index].message));
+    }
+    if (named < stayed.size()) {
+        terminal.message(QStringLiteral("  ") +
+                         console.text("cli_and_more"_key, {console.number(stayed.size() - named)}));
     }
 }
 
@@ -142,7 +143,7 @@ int reportErase(const EraseResult& result, const Arguments& arguments, Console& 
         console.output().line(summary(result, console));
         console.output().flush();
     }
-    if (!result.stayed.empty()) nameStayed(result.stayed, console);
+    if (!result.stayed.empty()) nameStayed(result.stayed, "cli_stayed"_key, console);
     return status;
 }
 

@@ -2,6 +2,7 @@
 // What an erase says at its end, as text or JSON, and its exit status.
 #pragma once
 
+#include <string_view>
 #include <vector>
 
 #include "cli/EraseSession.h"
@@ -18,6 +19,11 @@ void addWhatIsStillThere(EraseResult& result, const ItemsToErase& items, const C
 /// Prints the end of an erase. Returns the exit status: 0 when nothing stayed, 1 when something did
 /// or the erase could not begin, 3 when it was declined or stopped.
 int reportErase(const EraseResult& result, const Arguments& arguments, Console& console);
+
+/// Names what stayed with its reasons, below a heading: a text with several forms that takes their
+/// number. Only the first entries of a long list are named.
+void nameStayed(const std::vector<StayedEntry>& stayed, std::string_view headingKey,
+                Console& console);
 
 /// The object that "empty" and "erase" print with --json.
 void writeEraseJson(const EraseResult& result, bool isDryRun, Console& console);

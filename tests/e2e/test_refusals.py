@@ -80,8 +80,13 @@ class RefusalsTest(EndToEndTest):
         can = self.volume_trash(volume)
         path = can.file("entry")
         run_as_root("mount", "-o", "remount,ro", volume)
-        run = self.succeed("erase", "--yes", "--json", path, status=1)
-        self.assertStayed(run, path, "read-only")
+        gone = self.trash.file("gone")
+        for command in (["erase", "--dry-run", path, gone], ["empty", "--dry-run", "/media/Disk", "/"],
+                        ["erase", "--yes", path, gone]):
+            run = self.succeed(*command, "--json", status=1)
+            self.assertStayed(run, path, "read-only")
+            self.assertEqual(run.json["erasedCount"], 1)
+        self.assertIn(path, self.succeed("empty", "--dry-run", "/media/Disk", status=1).err)
         self.assertEqual(can.names(), [b"entry"])
         self.assertEqual(can.records(), [b"entry"])
 
