@@ -61,6 +61,10 @@
         <source></source>
         <translation>Kestrin</translation>
     </message>
+    <message id="app_no_display">
+        <source></source>
+        <translation>No window can be opened here (%@). Start Kestrin within your desktop, or use the terminal commands: see "kestrin help".</translation>
+    </message>
     <message id="app_quit">
         <source></source>
         <translation>Quit Kestrin</translation>
@@ -309,6 +313,10 @@ Exit status:
 Examples:
   kestrin show --sort=size
   kestrin show /media/backup --json</translation>
+    </message>
+    <message id="cli_needs_desktop">
+        <source></source>
+        <translation>The option "%@" needs a desktop, and there is none here.</translation>
     </message>
     <message id="cli_no_command">
         <source></source>

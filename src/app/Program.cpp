@@ -11,6 +11,7 @@
 #include <string_view>
 #include <utility>
 
+#include "app/DisplayFailure.h"
 #include "app/HelperAuthorization.h"
 #include "app/ProgressNotices.h"
 #include "app/QVKestrin.h"
@@ -217,7 +218,9 @@ int Program::run() {
 int kestrinRunProgram(int* argc, char** argv, const char* action) {
     using kestrin::operator""_key;
     kestrin::ensureLivingSessionBus();
+    auto failure = std::make_optional<kestrin::DisplayFailure>();
     QApplication application(*argc, argv);
+    failure.reset();
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setDesktopFileName(QLatin1String(kestrin::kApplicationId));
     QApplication::setApplicationDisplayName(

@@ -217,6 +217,12 @@ ParsedArguments readHelp(const std::vector<std::string>& words) {
     return parsed;
 }
 
+/// Options of the program in the status area, which takes them itself where it can be shown.
+UsageError refuseWithoutDesktop(const std::vector<std::string>& words) {
+    if (words.size() > 1) return {"cli_too_many_operands"_key, {words[1]}, {}};
+    return {"cli_needs_desktop"_key, {words[0]}, {}};
+}
+
 }  // namespace
 
 ParsedArguments parseArguments(const std::vector<std::string>& words) {
@@ -227,6 +233,7 @@ ParsedArguments parseArguments(const std::vector<std::string>& words) {
     if (const CommandTraits* const traits = findCommand(first)) {
         return WordReader(*traits, words).read();
     }
+    if (first == "--empty-all" || first == "--quit") return refuseWithoutDesktop(words);
     const bool isOption = first.size() > 1 && first.front() == '-';
     return UsageError{isOption ? "cli_unknown_option"_key : "cli_unknown_command"_key, {first}, {}};
 }

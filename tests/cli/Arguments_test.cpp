@@ -76,6 +76,8 @@ TEST(Arguments, MistakesAreNamed) {
         {{"empt"}, {"cli_unknown_command", "empt"}},
         {{""}, {"cli_unknown_command", ""}},
         {{"--yes"}, {"cli_unknown_option", "--yes"}},
+        {{"--quit"}, {"cli_needs_desktop", "--quit"}},
+        {{"--empty-all", "x"}, {"cli_too_many_operands", "x"}},
         {{"help", "empt"}, {"cli_unknown_command", "empt"}},
         {{"help", "list", "show"}, {"cli_too_many_operands", "show"}},
         {{"list", "x"}, {"cli_too_many_operands", "x"}},

@@ -228,6 +228,14 @@ class EndToEndTest(unittest.TestCase):
         self.trash = TrashCan(os.path.join(self.home, b".local/share/Trash"))
         self.environment = self._make_environment()
 
+    def bring_windows(self):
+        """The part of the program that shows windows, which lies beside it."""
+        library = "libkestrin_app.so"
+        place = os.path.join(self.scratch, to_bytes(library))
+        with as_root():
+            open(place, "wb").close()
+        run_as_root("mount", "--bind", os.path.join(os.path.dirname(PROGRAM), library), place)
+
     def _add_account(self):
         """Session services want a name for the user."""
         accounts = os.path.join(self.scratch, b"passwd")

@@ -92,6 +92,17 @@ class UsageTest(EndToEndTest):
             self.assertEqual(run.err, b"", arguments)
         self.assertRegex(self.succeed("--version").out, rb"3\.0\.0")
 
+    def test_desktop_that_is_not_there(self):
+        """A line and a status, instead of a program that crashes."""
+        self.bring_windows()
+        for arguments in ([], ["--empty-all"], ["--quit"]):
+            self.environment.pop("DISPLAY", None)
+            self.refuse(*arguments)
+            self.environment["DISPLAY"] = ":987"
+            self.refuse(*arguments, naming=b"DISPLAY=:987")
+        self.environment["WAYLAND_DISPLAY"] = "nowhere-7"
+        self.assertEqual(self.succeed(status=2).err.count(b"\n"), 1)
+
     def test_relative_path(self):
         """It begins at the current folder, and that is no trash."""
         self.refuse("erase", "--yes", "good", naming=b"good")
