@@ -173,8 +173,14 @@
     <message id="cli_help">
         <source></source>
         <translation>Usage: kestrin COMMAND [OPTION…]
+       kestrin [--empty-all | --quit]
 
 Find, count and erase the trash of every mounted volume.
+
+Without a command, on a desktop: show the program in the status area, with a
+menu of all trashes. A program that runs already is used:
+  --empty-all     have it empty all trashes; starts it where it does not run
+  --quit          have it end; an erase is stopped first
 
 Commands:
   list            show every trash with its items and bytes
