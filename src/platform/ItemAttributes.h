@@ -31,6 +31,10 @@ struct ItemAttributes {
 /// One statx(2) of the item at the path. Errors: errorFromErrno with Read.
 Result<ItemAttributes> itemAttributes(const FileUrl& item);
 
+/// Whether nothing is there any more: the item is absent, or a folder on the way is. An item that
+/// cannot be looked at is not gone.
+bool isGone(const FileUrl& item);
+
 /// Sets or clears the immutable attribute of a file or folder, on a descriptor that is opened without
 /// following links. Needs CAP_LINUX_IMMUTABLE: for ordinary users this fails with
 /// kFileWriteNoPermission. See ioctl_iflags(2).

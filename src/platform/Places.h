@@ -20,6 +20,11 @@ enum class Place {
 };
 FileUrl location(Place place);
 
+/// The helper's program that belongs to this installation: what is copied to Place::HelperTool when
+/// the helper is installed. Beside the program's own library, or in the build folder; none when it
+/// is in neither.
+FileUrl ownHelperTool();
+
 /// True when the program's full access to files needs no consent of the system: always on Linux.
 constexpr bool hasFullDiskAccess() { return true; }
 

@@ -47,6 +47,35 @@ TEST(ItemAttributes, DescribesTheItemAndNotWhatALinkPointsAt) {
     EXPECT_EQ(itemAttributes(url(scratch / "none")).error().code, ENOENT);
 }
 
+TEST(ItemAttributes, OnlyWhatIsAbsentIsGone) {
+    const ScratchFolder scratch;
+    writeFile(scratch / "file");
+    ASSERT_EQ(symlink("nowhere", (scratch / "link").c_str()), 0);
+    EXPECT_FALSE(isGone(url(scratch / "file")));
+    EXPECT_FALSE(isGone(url(scratch / "link")));
+    EXPECT_TRUE(isGone(url(scratch / "none")));
+    EXPECT_TRUE(isGone(url(scratch / "file/below")));
+
+    std::string deep = scratch.path();
+    const std::string name(250, 'd');
+    int folder = open(deep.c_str(), O_RDONLY);
+    for (int depth = 0; depth < 40; ++depth) {  // deeper than the longest path
+        ASSERT_EQ(mkdirat(folder, name.c_str(), 0700), 0);
+        const int inner = openat(folder, name.c_str(), O_RDONLY);
+        close(folder);
+        folder = inner;
+        deep += '/' + name;
+    }
+    close(folder);
+    EXPECT_FALSE(isGone(url(deep)));
+    EXPECT_TRUE(isGone(url(deep + "/none")));
+    EXPECT_FALSE(isGone(url("/" + std::string(5000, 'x'))));
+    if (geteuid() == 0) return;
+    makeFolder(scratch / "closed");
+    chmod((scratch / "closed").c_str(), 0);
+    EXPECT_FALSE(isGone(url(scratch / "closed/any")));
+}
+
 TEST(ItemAttributes, LockingNeedsRootAndRefusesWhatIsNoFileOrFolder) {
     KESTRIN_REQUIRE_ROOT();
     const ScratchFolder scratch;

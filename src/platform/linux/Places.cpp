@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <optional>
 #include <vector>
 
@@ -55,6 +56,18 @@ FileUrl location(Place place) {
         case Place::PreferencesFile:
             return folderOrBelowHome("XDG_CONFIG_HOME", ".config")
                 .appending("com.quorvane.kestrin-3.conf");
+    }
+    return {};
+}
+
+FileUrl ownHelperTool() {
+    std::error_code error;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    const FileUrl folder = FileUrl::fromPath(program.parent_path().string());
+    const std::string name(location(Place::HelperTool).lastPathComponent());
+    for (const char* relative : {"../lib/kestrin/", "../../helper/"}) {
+        const FileUrl tool = folder.appending(relative + name);
+        if (::access(tool.path().c_str(), F_OK) == 0) return tool;
     }
     return {};
 }
