@@ -19,6 +19,7 @@
 #include "base/StringTable.h"
 #include "erase/ui/ElidedLabel.h"
 #include "erase/ui/QVWorkingProgressView.h"
+#include "erase/ui/Sheet.h"
 #include "erase/ui/SizeLineView.h"
 #include "erase/ui/StayedModel.h"
 
@@ -93,7 +94,7 @@ AlertDialog::AlertDialog(const AlertModel& model, const StringTable& texts)
     setWindowTitle(plainWindowTitle(model.title));
     setAccessibleName(model.title);
     setAccessibleDescription(model.text);
-    setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    setWindowFlags(kDialogFrame);
     setWindowFlag(Qt::WindowCloseButtonHint, dismissResult(model).has_value());
 
     auto* const head = new QHBoxLayout;

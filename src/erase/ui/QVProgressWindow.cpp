@@ -42,7 +42,7 @@ ElidedLabel* line(const QString& name) {
 }  // namespace
 
 QVProgressWindow::QVProgressWindow(const StringTable& texts, std::function<void()> stop)
-    : QWidget(nullptr, Qt::Dialog),
+    : QWidget(nullptr, kDialogFrame),
       m_texts(texts),
       m_stop(std::move(stop)),
       m_mainLine(line(QStringLiteral("main_line"))),

@@ -2,9 +2,16 @@
 // Windows that belong to another window. Main thread only.
 #pragma once
 
+#include <Qt>
+
 class QWidget;
 
 namespace kestrin {
+
+/// The frame of a window that waits for the user: a title, moved and closed but neither minimised,
+/// which would hide a question, nor maximised.
+inline constexpr Qt::WindowFlags kDialogFrame =
+    Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint;
 
 /// Makes `sheet`, a window that does not show yet, window-modal on the window of `parent` and puts
 /// it in its middle; an ordinary window when `parent` is nullptr or does not show. The sheet is not

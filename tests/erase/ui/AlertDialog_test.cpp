@@ -120,6 +120,16 @@ TEST_F(AlertDialogTest, AStrayKeyErasesNothing) {
     EXPECT_EQ(dialog.result(), kAlertFirstButton);
 }
 
+TEST_F(AlertDialogTest, CannotBeHiddenByMinimisingIt) {
+    const Qt::WindowFlags withHarmlessAnswer = show(question()).windowFlags();
+    EXPECT_FALSE(withHarmlessAnswer & Qt::WindowMinMaxButtonsHint);
+    EXPECT_TRUE(withHarmlessAnswer & Qt::WindowCloseButtonHint);
+    AlertModel choice = question();
+    choice.topic = AlertModel::Topic::Other;
+    EXPECT_FALSE(show(choice).windowFlags() &
+                 (Qt::WindowMinMaxButtonsHint | Qt::WindowCloseButtonHint));
+}
+
 TEST_F(AlertDialogTest, EscapeNeedsNoWaiting) {
     AlertDialog& dialog = show(confirmation());
     QTest::keyClick(find("button_1"), Qt::Key_Escape);
