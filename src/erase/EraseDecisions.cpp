@@ -90,7 +90,7 @@ void EraseDecisions::didRemove(const RemovalEntry& entry) {
 EraseDecisions::Check EraseDecisions::checkForLockedFile(const RemovalEntry& entry) {
     if (!entry.isImmutable()) return Check::Passed;
     if (m_settings.locked == RefusedEntries::Skip) return Check::Skipped;
-    if (!m_settings.isHelperAuthorized) {
+    if (!isHelperAuthorized()) {
         ++notErasedCount;
         return Check::NotAuthorized;
     }
@@ -118,7 +118,7 @@ EraseDecisions::Check EraseDecisions::permissionsCheck(const RemovalEntry& entry
                                                        bool checkForNoPermissions) {
     if (checkForNoPermissions && !entry.isWritingDenied()) return Check::Passed;
     if (m_settings.forbidden == RefusedEntries::Skip) return Check::Skipped;
-    if (!m_settings.isHelperAuthorized) {
+    if (!isHelperAuthorized()) {
         ++notErasedCount;
         return Check::NotAuthorized;
     }
@@ -200,8 +200,7 @@ void EraseDecisions::noteFailure(const RemovalEntry& entry, const HostError& err
     if (entry.folderIsImmutable()) {
         return note(url.parent(), StayReason::Locked, m_settings.locked == RefusedEntries::Skip);
     }
-    const bool wasSkipped =
-        m_settings.forbidden == RefusedEntries::Skip || m_settings.isHelperAuthorized;
+    const bool wasSkipped = m_settings.forbidden == RefusedEntries::Skip || isHelperAuthorized();
     note(url, StayReason::Forbidden, wasSkipped);
 }
 
@@ -216,10 +215,10 @@ void EraseDecisions::couldNotBegin(const FileUrl& entry, const HostError& error)
 
 void EraseDecisions::noteWhatTheHelperLeft() {
     for (const FileUrl& item : unlockItems()) {
-        if (itemAttributes(item)) note(item, StayReason::Locked, false);
+        if (!isGone(item)) note(item, StayReason::Locked, false);
     }
     for (const FileUrl& item : permissionsItems()) {
-        if (itemAttributes(item)) note(item, StayReason::Forbidden, false);
+        if (!isGone(item)) note(item, StayReason::Forbidden, false);
     }
 }
 
@@ -229,6 +228,12 @@ void EraseDecisions::note(const FileUrl& url, StayReason reason, bool skipped,
     if (!m_stayedByPath.emplace(url.path(), m_stayed.size()).second) return;
     m_stayed.push_back(
         {url, reason, message.isEmpty() ? m_texts.text(messageKey(reason)) : message, skipped});
+}
+
+bool EraseDecisions::isHelperAuthorized() {
+    std::call_once(m_helperWasAsked,
+                   [this] { m_isHelperAuthorized = m_callbacks.isHelperAuthorized(); });
+    return m_isHelperAuthorized;
 }
 
 bool EraseDecisions::hasWorkForHelper() const {

@@ -57,7 +57,6 @@ struct RefusalAnswer {
 class EraseDecisions final : public RemovalPolicy {
  public:
     struct Settings {
-        bool isHelperAuthorized = false;
         bool deleteLocked = false;  ///< the answer before there is one
         RefusedEntries locked = RefusedEntries::Ask;
         RefusedEntries forbidden = RefusedEntries::Ask;
@@ -69,6 +68,8 @@ class EraseDecisions final : public RemovalPolicy {
         std::function<RefusalAnswer(const RefusalQuestion&)> ask;  ///< waits for the user
         std::function<bool()> wasStopped;
         std::function<void(const std::string& path, std::uint64_t size)> didErase;
+        /// Whether the helper may be used. Asked once, when that matters first.
+        std::function<bool()> isHelperAuthorized = [] { return false; };
     };
 
     EraseDecisions(const Settings& settings, const StringTable& texts, Callbacks callbacks);
@@ -85,6 +86,8 @@ class EraseDecisions final : public RemovalPolicy {
     /// been asked.
     void noteWhatTheHelperLeft();
 
+    /// The answer to the callback of that name, the same from the first call on.
+    bool isHelperAuthorized();
     bool hasWorkForHelper() const;
     std::vector<FileUrl> unlockItems() const;
     std::vector<FileUrl> permissionsItems() const;
@@ -119,6 +122,9 @@ class EraseDecisions final : public RemovalPolicy {
     const Settings m_settings;
     const StringTable& m_texts;
     const Callbacks m_callbacks;
+
+    std::once_flag m_helperWasAsked;
+    bool m_isHelperAuthorized = false;
 
     std::mutex m_questions;  ///< held from the look at the answers to the end of a question
     bool m_deleteLocked;

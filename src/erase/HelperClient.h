@@ -49,7 +49,8 @@ class HelperClient {
 
 /// What the program knows of the helper.
 struct HelperAccess {
-    /// The application-wide flag: the helper is installed and usable. Without a helper: false.
+    /// The application-wide flag: the helper is installed and usable. Without a helper: false. An
+    /// erase asks at most once, when an entry needs the helper. Thread: any.
     std::function<bool()> isAuthorized = [] { return false; };
     /// Makes a client with that delegate. Only called while `isAuthorized` answers true.
     std::function<std::unique_ptr<HelperClient>(HelperDelegate&)> makeClient;

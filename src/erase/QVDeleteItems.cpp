@@ -83,7 +83,6 @@ struct QVDeleteItems::State {
     std::unique_ptr<QVGenericProgressWindowCntrl> progress;
     std::unique_ptr<HelperDelegate> helperDelegate;
     std::unique_ptr<HelperClient> rootAccess;  ///< main thread
-    bool isHelperAuthorized = false;
 
     std::atomic<bool> wasStopped = false;
     std::atomic<bool> isWorking = false;
@@ -395,9 +394,7 @@ LogSettings QVDeleteItems::logSettings(std::size_t entries) const {
 
 void QVDeleteItems::resetForErasing() {
     const EraseServices& services = m_state->services;
-    m_state->isHelperAuthorized = services.helper.isAuthorized && services.helper.isAuthorized();
     EraseDecisions::Settings settings;
-    settings.isHelperAuthorized = m_state->isHelperAuthorized;
     settings.deleteLocked = services.defaults.boolForKey("delete_locked");
     settings.locked = m_state->request.locked;
     settings.forbidden = m_state->request.forbidden;
@@ -405,6 +402,7 @@ void QVDeleteItems::resetForErasing() {
     EraseDecisions::Callbacks callbacks;
     callbacks.ask = [this](const RefusalQuestion& question) { return askToErase(question); };
     callbacks.wasStopped = [this] { return m_state->wasStopped.load(std::memory_order_relaxed); };
+    if (services.helper.isAuthorized) callbacks.isHelperAuthorized = services.helper.isAuthorized;
     if (m_state->log) {
         callbacks.didErase = [this](const std::string& path, std::uint64_t size) {
             m_state->log->writeEntryWithPath(path, size);
@@ -658,8 +656,8 @@ void QVDeleteItems::reportWhatStayed() {
     } else if (busy == 1) {
         report.error = "busy_sing"_errorKey;
     } else if (notErasedCount() != 0) {
-        report.error =
-            m_state->isHelperAuthorized ? "not_erased"_errorKey : "user_not_authorized"_errorKey;
+        report.error = m_state->decisions->isHelperAuthorized() ? "not_erased"_errorKey
+                                                                : "user_not_authorized"_errorKey;
     } else {
         return;
     }

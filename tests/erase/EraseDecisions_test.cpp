@@ -66,7 +66,11 @@ class EraseDecisionsTest : public ::testing::Test {
                                                         return answer;
                                                     },
                                                     [] { return false; },
-                                                    {}});
+                                                    {},
+                                                    [this] {
+                                                        ++helperQuestions;
+                                                        return isHelperAuthorized;
+                                                    }});
         return *decisions;
     }
     std::string onlyStay() {
@@ -79,6 +83,8 @@ class EraseDecisionsTest : public ::testing::Test {
     }
 
     EraseDecisions::Settings settings;
+    bool isHelperAuthorized = false;
+    int helperQuestions = 0;
     StringTable texts{QStringLiteral("en")};
     std::deque<RefusalAnswer> answers;
     std::vector<std::string> asked;
@@ -88,6 +94,7 @@ class EraseDecisionsTest : public ::testing::Test {
 TEST_F(EraseDecisionsTest, WithoutAHelperRefusedEntriesAreCountedAndNeverAskedAbout) {
     decide();
     EXPECT_EQ(decisions->willRemove(FakeEntry("plain")), Verdict::Proceed);
+    EXPECT_EQ(helperQuestions, 0);
     EXPECT_EQ(decisions->willRemove(locked("l")), Verdict::Leave);
     EXPECT_EQ(decisions->willEnter(locked("folder")), Verdict::Leave);
     EXPECT_EQ(decisions->willRemove(forbidden("f")), Verdict::Leave);
@@ -96,10 +103,11 @@ TEST_F(EraseDecisionsTest, WithoutAHelperRefusedEntriesAreCountedAndNeverAskedAb
     EXPECT_FALSE(decisions->stayedEntries()[0].skipped);
     EXPECT_FALSE(decisions->hasWorkForHelper());
     EXPECT_THAT(asked, IsEmpty());
+    EXPECT_EQ(helperQuestions, 1);
 }
 
 TEST_F(EraseDecisionsTest, TheLockedQuestionIsAskedOnceAnEntryUntilItHoldsForAll) {
-    settings.isHelperAuthorized = true;
+    isHelperAuthorized = true;
     settings.deleteLocked = true;  // only the value before the first answer
     answers = {{false, false}, {true, true}};
     decide();
@@ -115,7 +123,7 @@ TEST_F(EraseDecisionsTest, TheLockedQuestionIsAskedOnceAnEntryUntilItHoldsForAll
 }
 
 TEST_F(EraseDecisionsTest, WhatWaitsForUnlockingIsNeitherAskedAboutNorCountedAgain) {
-    settings.isHelperAuthorized = true;
+    isHelperAuthorized = true;
     settings.classifiesTwice = true;
     answers = {{true, false}};
     decide();
@@ -135,7 +143,7 @@ TEST_F(EraseDecisionsTest, WhatWaitsForUnlockingIsNeitherAskedAboutNorCountedAga
 }
 
 TEST_F(EraseDecisionsTest, HiddenEntriesGoToTheHelperUnasked) {
-    settings.isHelperAuthorized = true;
+    isHelperAuthorized = true;
     decide();
     EXPECT_EQ(decisions->willRemove(locked(".l")), Verdict::Proceed);
     EXPECT_EQ(decisions->willRemove(forbidden(".f")), Verdict::Leave);
@@ -145,7 +153,7 @@ TEST_F(EraseDecisionsTest, HiddenEntriesGoToTheHelperUnasked) {
 }
 
 TEST_F(EraseDecisionsTest, FailedRemovalsOfForbiddenEntriesAreAskedAboutOnceThoughClassifiedTwice) {
-    settings.isHelperAuthorized = true;
+    isHelperAuthorized = true;
     settings.classifiesTwice = true;
     answers = {{true, false}, {false, true}};
     decide();
@@ -190,7 +198,7 @@ TEST_F(EraseDecisionsTest, StayedEntriesNameTheRefusedObjectAndTheReason) {
 }
 
 TEST_F(EraseDecisionsTest, StandingChoicesReplaceTheQuestions) {
-    settings.isHelperAuthorized = true;
+    isHelperAuthorized = true;
     settings.locked = RefusedEntries::Skip;
     settings.forbidden = RefusedEntries::Erase;
     decide();
