@@ -57,6 +57,11 @@ class OpenTrash {
     /// down. Errors: errorFromErrno with Read; ELOOP or ENOTDIR for a link.
     static Result<OpenTrash> open(const FileUrl& filesFolder);
 
+    /// The trash folder `trashFolder`, already held open, of the user `owner`, for whom root works:
+    /// it, its `files` and, where it is used, its `info` must be real folders of that user's own on
+    /// the same mount. Errors: errorFromErrno with Read; EPERM for a folder of somebody else.
+    static Result<OpenTrash> ofUser(UniqueFd trashFolder, std::uint32_t owner);
+
     /// The descriptor of `files`, for use as a removal's parent.
     int filesDescriptor() const { return m_files.get(); }
 
@@ -67,7 +72,8 @@ class OpenTrash {
     MaybeError removeRecord(std::string_view name);
 
     /// Takes the lines of entries that no longer exist out of `directorysizes`, replacing the file in
-    /// one step; nothing is written when there is no such line.
+    /// one step by one of the same owner and mode; nothing is written when there is no such line. In
+    /// the trash of `ofUser` a file of somebody else is neither read nor replaced.
     void tidyDirectorySizes();
 
     /// Removes records without data that are older than `age`; returns how many went.
@@ -75,7 +81,8 @@ class OpenTrash {
 
    private:
     OpenTrash() = default;
-    UniqueFd m_trash, m_files, m_info;  ///< m_info: -1 when absent or no real folder
+    UniqueFd m_trash, m_files, m_info;     ///< m_info: -1 when absent or no real folder
+    std::optional<std::uint32_t> m_owner;  ///< none: whoever may is trusted to
 };
 
 }  // namespace kestrin

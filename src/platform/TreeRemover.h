@@ -84,6 +84,12 @@ class RemovalItems {
     virtual void finished(const RemovalItem& item, RemovalOutcome outcome) = 0;
 };
 
+/// What to do with the immutable and append-only attributes, which keep even root from removing.
+enum class LockedEntries {
+    Keep,    ///< such an entry fails
+    Unlock,  ///< cleared on what is removed and the folders in it; put back on what stays
+};
+
 /// Removes items with several workers, a folder the unit of work. Items begin in their order, and a
 /// further one only when no folder of those begun waits for a worker.
 /// - Works on descriptors, follows no link, opens nothing but folders.
@@ -100,7 +106,8 @@ class RemovalItems {
 class TreeRemover {
  public:
     /// `workers` 0 chooses: more than there are cores, since a file system's journal waits.
-    explicit TreeRemover(RemovalPolicy& policy, unsigned workers = 0);
+    explicit TreeRemover(RemovalPolicy& policy, unsigned workers = 0,
+                         LockedEntries locked = LockedEntries::Keep);
 
     /// Returns when every item is finished. Thread: any but the main thread.
     void remove(RemovalItems& items);
@@ -108,6 +115,7 @@ class TreeRemover {
  private:
     RemovalPolicy& m_policy;
     unsigned m_workers;
+    LockedEntries m_locked;
 };
 
 /// Removes one entry with all it holds, with the same rules and without asking: on this thread's

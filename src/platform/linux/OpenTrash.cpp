@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <ctime>
 
+#include "platform/FolderDescent.h"
 #include "platform/HostErrors.h"
 #include "platform/TrashFolders.h"
 #include "platform/linux/PlainName.h"
@@ -44,12 +45,6 @@ std::string recordName(std::string_view name) {
     return std::string(name) += kRecordSuffix;
 }
 
-/// True when the folder certainly has no such entry: a failed look is not an answer.
-bool isCertainlyAbsent(int folder, const std::string& name) {
-    struct stat status;
-    return fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 && errno == ENOENT;
-}
-
 /// Takes a run of digits and the blank behind it from `line`.
 bool takeNumber(std::string_view& line) {
     const auto end = line.find_first_not_of("0123456789");
@@ -79,6 +74,14 @@ std::string withoutAbsentEntries(std::string_view text, int files) {
     return kept;
 }
 
+/// False with errno.
+bool isOwnedBy(int folder, std::uint32_t owner) {
+    FolderFacts facts;
+    if (!examineFolder(folder, facts)) return false;
+    errno = EPERM;
+    return facts.userId == owner;
+}
+
 bool writeAll(int fd, std::string_view content) {
     while (!content.empty()) {
         const ssize_t length = write(fd, content.data(), content.size());
@@ -89,22 +92,22 @@ bool writeAll(int fd, std::string_view content) {
 }
 
 /// Root's helper works in the trash of another user, who must keep the file.
-bool giveTo(int fd, uid_t user, gid_t group) {
-    return user == geteuid() || fchown(fd, user, group) == 0;
+bool giveTo(int fd, const struct stat& former) {
+    return (former.st_uid == geteuid() || fchown(fd, former.st_uid, former.st_gid) == 0) &&
+           fchmod(fd, former.st_mode & 0777) == 0;
 }
 
-/// Replaces the file `name` of `folder`, whose owner is kept, in one step, or leaves it as it is.
-void replaceFile(int folder, const char* name, std::string_view content) {
+/// Replaces the file `name` of `folder`, whose owner and mode are those of `former`, in one step, or
+/// leaves it as it is.
+void replaceFile(int folder, const char* name, const struct stat& former,
+                 std::string_view content) {
     static std::atomic<unsigned> s_counter = 0;
     const std::string temporary = std::string(name) + ".kestrin-" + std::to_string(getpid()) + "-" +
                                   std::to_string(s_counter++);
     constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    struct stat status;
-    if (fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return;
     UniqueFd file(openat(folder, temporary.c_str(), kFlags, 0600));
     if (!file) return;
-    const bool isReady =
-        writeAll(file.get(), content) && giveTo(file.get(), status.st_uid, status.st_gid);
+    const bool isReady = writeAll(file.get(), content) && giveTo(file.get(), former);
     // A network file system may tell of a full disk only now.
     const bool isWritten = ::close(file.release()) == 0 && isReady;
     if (!isWritten || renameat(folder, temporary.c_str(), folder, name) != 0) {
@@ -152,6 +155,20 @@ Result<OpenTrash> OpenTrash::open(const FileUrl& filesFolder) {
     return trash;
 }
 
+Result<OpenTrash> OpenTrash::ofUser(UniqueFd trashFolder, std::uint32_t owner) {
+    OpenTrash trash;
+    trash.m_owner = owner;
+    trash.m_files = holdFolder(trashFolder.get(), "files");
+    if (!trash.m_files || !isOwnedBy(trashFolder.get(), owner) ||
+        !isOwnedBy(trash.m_files.get(), owner)) {
+        return errorFromErrno(errno, HostAccess::Read);
+    }
+    trash.m_info = holdFolder(trashFolder.get(), "info");
+    if (trash.m_info && !isOwnedBy(trash.m_info.get(), owner)) trash.m_info.reset();
+    trash.m_trash = std::move(trashFolder);
+    return trash;
+}
+
 std::optional<TrashRecord> OpenTrash::recordOf(std::string_view name,
                                                const FileUrl& topFolder) const {
     if (!m_info || !isPlainName(name)) return std::nullopt;
@@ -169,10 +186,13 @@ MaybeError OpenTrash::removeRecord(std::string_view name) {
 }
 
 void OpenTrash::tidyDirectorySizes() {
-    const auto text = readRegularFile(m_trash.get(), kDirectorySizes, kDirectorySizesLimit);
-    if (!text) return;
+    struct stat status;
+    const auto text =
+        readRegularFile(m_trash.get(), kDirectorySizes, kDirectorySizesLimit, &status);
+    // What root could read of a stranger's file must not get into one of the user's.
+    if (!text || (m_owner && status.st_uid != *m_owner)) return;
     const std::string kept = withoutAbsentEntries(*text, m_files.get());
-    if (kept.size() != text->size()) replaceFile(m_trash.get(), kDirectorySizes, kept);
+    if (kept.size() != text->size()) replaceFile(m_trash.get(), kDirectorySizes, status, kept);
 }
 
 std::size_t OpenTrash::removeOrphanRecords(std::chrono::seconds age) {

@@ -30,7 +30,8 @@ std::optional<std::string> readAll(int fd, std::size_t limit) {
 
 }  // namespace
 
-std::optional<std::string> readRegularFile(int folder, const char* name, std::size_t limit) {
+std::optional<std::string> readRegularFile(int folder, const char* name, std::size_t limit,
+                                           struct stat* statusOfRead) {
     struct stat status;
     // Looked at before it is opened, too: opening alone can act on a device.
     if (fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(status.st_mode)) {
@@ -38,6 +39,7 @@ std::optional<std::string> readRegularFile(int folder, const char* name, std::si
     }
     const UniqueFd file(openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    if (statusOfRead) *statusOfRead = status;
     return readAll(file.get(), limit);
 }
 

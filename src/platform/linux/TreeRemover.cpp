@@ -11,13 +11,16 @@
 #include <atomic>
 #include <cerrno>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "platform/HostErrors.h"
+#include "platform/LockAttributes.h"
 #include "platform/linux/DescriptorCache.h"
 #include "platform/linux/DirectoryStream.h"
+#include "platform/linux/LockFlags.h"
 #include "platform/linux/WorkStack.h"
 
 namespace kestrin {
@@ -36,10 +39,12 @@ struct Facts {
     uid_t owner = 0;
     std::uint64_t size = 0;
     bool isImmutable = false;
+    bool isAppendOnly = false;
     bool isMountRoot = false;
     bool areKnown = false;
 
     bool isDirectory() const { return S_ISDIR(mode); }
+    bool isLocked() const { return isImmutable || isAppendOnly; }
 };
 
 /// A folder that is being emptied.
@@ -49,6 +54,7 @@ struct RemovalFolder : FolderNode {
     const RemovalItem* item = nullptr;     ///< that of the folder's ancestor at depth 0
     std::string path;  ///< kept while the folder is listed, so that entries need not build it again
     bool modeWasWidened = false;
+    int clearedLocks = 0;  ///< attributes to be put back when it stays
     unsigned passes = 0;
     std::atomic<std::uint32_t> pending = 1;  ///< the listing and the folders below
     std::atomic<bool> somethingStayed = false;
@@ -81,6 +87,7 @@ int examine(int folder, const char* name, Facts& facts) {
     facts.owner = status.stx_uid;
     facts.size = S_ISREG(status.stx_mode) || S_ISLNK(status.stx_mode) ? status.stx_size : 0;
     facts.isImmutable = (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
+    facts.isAppendOnly = (status.stx_attributes & STATX_ATTR_APPEND) != 0;
     facts.isMountRoot = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
     facts.areKnown = true;
     return 0;
@@ -177,7 +184,8 @@ enum class Step {
 
 class Remover {
  public:
-    Remover(RemovalPolicy& policy, RemovalItems& items) : m_policy(policy), m_items(items) {}
+    Remover(RemovalPolicy& policy, RemovalItems& items, LockedEntries locked)
+        : m_policy(policy), m_items(items), m_locked(locked) {}
 
     void run(unsigned workers) {
         m_tasks.run(
@@ -283,7 +291,7 @@ class Remover {
             int error = 0;
             const Step step = facts.isDirectory()
                                   ? openForRemoval(place, entry, name, facts, *opened, error)
-                                  : removeFile(place, entry, name, error);
+                                  : removeFile(place, entry, name, facts, error);
             if (error == 0) return step;
             // A folder that is none any more, or the other way round, is looked at again.
             const bool hasChanged = error == ENOTDIR || error == ELOOP || error == EISDIR;
@@ -293,9 +301,23 @@ class Remover {
         }
     }
 
-    Step removeFile(const Place& place, const Entry& entry, const char* name, int& error) {
+    bool isToBeUnlocked(const Facts& facts) const {
+        return m_locked == LockedEntries::Unlock && facts.isLocked();
+    }
+
+    Step removeFile(const Place& place, const Entry& entry, const char* name, const Facts& facts,
+                    int& error) {
         if (m_policy.willRemove(entry) == RemovalPolicy::Verdict::Leave) return Step::Stayed;
         if (m_policy.shouldStop()) return Step::Stayed;
+        std::optional<ClearedLocks> cleared;  // until the entry is gone, or not
+        if (isToBeUnlocked(facts)) {
+            auto locks = ClearedLocks::clear(place.folder, name);
+            if (!locks) {
+                error = locks.error().systemError;
+                return Step::Stayed;
+            }
+            cleared.emplace(std::move(*locks));
+        }
         if (unlinkat(place.folder, name, 0) == 0) {
             m_policy.didRemove(entry);
             return Step::Gone;
@@ -324,8 +346,9 @@ class Remover {
         opened.descriptor = fd.get();
         opened.folder = makeFolder(place, name, facts);
         opened.folder->modeWasWidened = wasWidened;
-        if (m_descriptors.adopt(*opened.folder, std::move(fd))) return Step::Entered;
-        error = errno;
+        if (isToBeUnlocked(facts)) error = clearLockFlags(fd.get(), opened.folder->clearedLocks);
+        if (error == 0 && m_descriptors.adopt(*opened.folder, std::move(fd))) return Step::Entered;
+        if (error == 0) error = errno;
         delete opened.folder;
         return Step::Stayed;
     }
@@ -448,7 +471,7 @@ class Remover {
                 if (folder.above()) m_descriptors.unpin(*folder.above());
             }
         }
-        if (step == Step::Stayed) restoreMode(folder);
+        if (step == Step::Stayed) restoreFolder(folder);
         return step;
     }
 
@@ -484,16 +507,19 @@ class Remover {
         finish(folder);
     }
 
-    void restoreMode(RemovalFolder& folder) {
-        if (!folder.modeWasWidened) return;
+    /// What was changed to empty the folder is changed back.
+    void restoreFolder(RemovalFolder& folder) {
+        if (!folder.modeWasWidened && folder.clearedLocks == 0) return;
         const int descriptor = m_descriptors.pin(folder);
         if (descriptor < 0) return;
-        fchmod(descriptor, folder.facts.mode & 07777);
+        if (folder.modeWasWidened) fchmod(descriptor, folder.facts.mode & 07777);
+        restoreLockFlags(descriptor, folder.clearedLocks);
         m_descriptors.unpin(folder);
     }
 
     RemovalPolicy& m_policy;
     RemovalItems& m_items;
+    const LockedEntries m_locked;
     DescriptorCache m_descriptors;
     WorkStack<RemovalTask> m_tasks;
 };
@@ -533,11 +559,13 @@ unsigned defaultWorkers() { return std::clamp(2 * std::thread::hardware_concurre
 
 }  // namespace
 
-TreeRemover::TreeRemover(RemovalPolicy& policy, unsigned workers)
-    : m_policy(policy), m_workers(affordableWorkers(workers ? workers : defaultWorkers())) {}
+TreeRemover::TreeRemover(RemovalPolicy& policy, unsigned workers, LockedEntries locked)
+    : m_policy(policy),
+      m_workers(affordableWorkers(workers ? workers : defaultWorkers())),
+      m_locked(locked) {}
 
 void TreeRemover::remove(RemovalItems& items) {
-    Remover(m_policy, items).run(m_workers);
+    Remover(m_policy, items, m_locked).run(m_workers);
 }
 
 MaybeError removeItem(const FileUrl& item) {

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "helper/EraseCommand.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "base/FileUrl.h"
+#include "base/SystemLog.h"
+#include "helper/ListedItems.h"
+#include "helper/TrashPath.h"
+#include "helper/UserTrashes.h"
+#include "platform/LockAttributes.h"
+#include "platform/TreeRemover.h"
+
+namespace kestrin {
+namespace {
+
+using Locks = UserTrashes::Locks;
+
+/// Everything goes: what may be listed was decided before.
+class WholePolicy : public RemovalPolicy {
+ public:
+    WholePolicy(EraseProgress& progress, const std::atomic<bool>& stop)
+        : m_progress(progress), m_stop(stop) {}
+
+    Verdict willEnter(const RemovalEntry&) override { return Verdict::Proceed; }
+    Verdict willRemove(const RemovalEntry&) override { return Verdict::Proceed; }
+    void didRemove(const RemovalEntry& entry) override {
+        m_progress.itemErased(entry.path(), entry.size());
+    }
+    void didFail(const RemovalEntry& entry, const HostError& error) override {
+        constexpr std::uint64_t kLogged = 20;  // a user's tree must not fill the journal
+        if (m_failures++ >= kLogged) return;
+        qCWarning(lcHelper, "%s stays: %s", percentEncode(entry.path(), true).c_str(),
+                  error.localizedDescription().c_str());
+    }
+    bool shouldStop() const override { return m_stop; }
+    std::uint64_t failures() const { return m_failures; }
+
+ private:
+    EraseProgress& m_progress;
+    const std::atomic<bool>& m_stop;
+    std::atomic<std::uint64_t> m_failures = 0;
+};
+
+/// Only folders go, and so only those that hold nothing but folders.
+class EmptyFoldersPolicy final : public WholePolicy {
+ public:
+    using WholePolicy::WholePolicy;
+    Verdict willRemove(const RemovalEntry& entry) override {
+        return entry.isDirectory() ? Verdict::Proceed : Verdict::Leave;
+    }
+    void didFail(const RemovalEntry&, const HostError&) override {}
+};
+
+/// One worker takes the folders one after the other, each before the one that holds it.
+void removeEmptyFolders(UserTrashes& trashes, const std::vector<std::string>& folders,
+                        EraseProgress& progress, const std::atomic<bool>& stop) {
+    auto paths = withoutRepetitions(folders, {});
+    std::stable_sort(paths.begin(), paths.end(), [](std::string_view one, std::string_view other) {
+        return depthOf(one) > depthOf(other);
+    });
+    ListedItems items(trashes, std::move(paths), Locks::Keep);
+    EmptyFoldersPolicy policy(progress, stop);
+    TreeRemover(policy, 1, LockedEntries::Keep).remove(items);
+}
+
+bool unlock(UserTrashes& trashes, const std::string& path) {
+    const auto folder = trashes.folderOf(path, Locks::Keep);
+    if (!folder) return false;
+    const std::string name(splitPath(path).name);
+    const auto state = lockStateAt((*folder)->descriptor(), name.c_str());
+    if (state != LockState::Locked) return state == LockState::Unlocked;
+    auto locks = ClearedLocks::clear((*folder)->descriptor(), name.c_str());
+    if (!locks) return false;
+    if (!locks->isFolder() && locks->linkCount() > 1) return false;
+    locks->leaveCleared();
+    return true;
+}
+
+}  // namespace
+
+EraseOutcome runEraseCommand(std::uint32_t user, const EraseItems& items, EraseProgress& progress,
+                             const std::atomic<bool>& stop) {
+    UserTrashes trashes(user);
+    ListedItems listed(trashes, withoutRepetitions(items.unlockItems, items.permissionsItems),
+                       Locks::Clear);
+    WholePolicy policy(progress, stop);
+    TreeRemover(policy, 0, LockedEntries::Unlock).remove(listed);
+    if (items.notTrashedBecauseFolderNotEmpty) {
+        removeEmptyFolders(trashes, *items.notTrashedBecauseFolderNotEmpty, progress, stop);
+    }
+    trashes.tidy();
+    return {listed.countLeft(), policy.failures()};
+}
+
+std::vector<bool> runUnlockCommand(std::uint32_t user, const std::vector<std::string>& paths,
+                                   const std::atomic<bool>& stop) {
+    UserTrashes trashes(user);
+    std::vector<bool> unlocked;
+    for (const std::string& path : paths)
+        unlocked.push_back(!stop && unlock(trashes, path));
+    return unlocked;
+}
+
+}  // namespace kestrin

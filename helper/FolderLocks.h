@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The immutable and append-only attributes of the folders on the way to what is erased.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "base/Result.h"
+#include "platform/LockAttributes.h"
+
+namespace kestrin {
+
+/// Clears the attributes of folders for as long as anybody needs to change what is in them, and
+/// then puts them back. Thread: any.
+class FolderLocks {
+ public:
+    /// One need for one folder. Goes before the FolderLocks that gave it.
+    class Need {
+     public:
+        Need(Need&& other) noexcept
+            : m_locks(std::exchange(other.m_locks, nullptr)), m_key(other.m_key) {}
+        Need& operator=(Need&&) = delete;
+        ~Need();
+
+     private:
+        friend class FolderLocks;
+        using Key = std::pair<std::uint64_t, std::uint64_t>;
+        Need(FolderLocks* locks, Key key) : m_locks(locks), m_key(key) {}
+        FolderLocks* m_locks;
+        Key m_key;
+    };
+
+    /// Clears what the open folder has; answers nothing when it had, and has, none. Errors: of
+    /// clearing.
+    Result<std::unique_ptr<Need>> clear(int folder);
+
+ private:
+    struct Cleared {
+        ClearedLocks locks;
+        unsigned needs = 0;
+    };
+
+    std::mutex m_mutex;
+    std::map<Need::Key, Cleared> m_cleared;  ///< by device and inode
+};
+
+}  // namespace kestrin

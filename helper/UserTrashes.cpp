@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "helper/UserTrashes.h"
+
+#include <pwd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "helper/TrashPath.h"
+#include "platform/FolderDescent.h"
+#include "platform/HostErrors.h"
+
+namespace kestrin {
+namespace {
+
+/// The home folder that the system's accounts give the user; empty when there is none.
+std::string homeOf(std::uint32_t user) {
+    std::string buffer(16384, '\0');
+    passwd account{};
+    passwd* found = nullptr;
+    while (getpwuid_r(user, &account, buffer.data(), buffer.size(), &found) == ERANGE &&
+           buffer.size() < (std::size_t{1} << 20)) {
+        buffer.resize(buffer.size() * 2);
+    }
+    return found && found->pw_dir ? found->pw_dir : "";
+}
+
+/// A mount whose files an unprivileged user's own program serves.
+bool isServedByUser(const MountEntry& mount) {
+    if (!mount.fileSystemType.starts_with("fuse")) return false;
+    const auto& options = mount.superOptions;
+    return std::find(options.begin(), options.end(), "user_id=0") == options.end();
+}
+
+std::string below(const std::string& folder, const std::string& name) {
+    return (folder == "/" ? "" : folder) + "/" + name;
+}
+
+HostError refusal(int systemError) {
+    return errorFromErrno(systemError, HostAccess::Read);
+}
+
+}  // namespace
+
+UserTrashes::UserTrashes(std::uint32_t user) : UserTrashes(user, homeOf(user), currentMounts()) {}
+
+UserTrashes::UserTrashes(std::uint32_t user, const std::string& home,
+                         const std::vector<MountEntry>& mounts)
+    : m_user(user), m_home(home), m_mounts(mounts) {
+    if (isPlainPath(m_home)) {
+        Place place;
+        place.files = m_home + "/.local/share/Trash/files";
+        place.steps = {".local", "share", "Trash"};
+        m_places.push_back(std::move(place));
+    }
+    for (const MountEntry& mount : m_mounts) {
+        if (mount.fileSystemType != "autofs" && !isServedByUser(mount)) addPlacesAtTopOf(mount);
+    }
+}
+
+void UserTrashes::addPlacesAtTopOf(const MountEntry& mount) {
+    const std::string user = std::to_string(m_user);
+    Place shared;
+    shared.files = below(mount.mountPoint, ".Trash/" + user + "/files");
+    shared.mount = &mount;
+    shared.steps = {".Trash", user};
+    shared.isShared = true;
+    Place own;
+    own.files = below(mount.mountPoint, ".Trash-" + user + "/files");
+    own.mount = &mount;
+    own.steps = {".Trash-" + user};
+    m_places.push_back(std::move(shared));
+    m_places.push_back(std::move(own));
+}
+
+std::vector<std::string> UserTrashes::candidates() const {
+    std::vector<std::string> files;
+    for (const Place& place : m_places)
+        files.push_back(place.files);
+    return files;
+}
+
+Result<std::shared_ptr<EntryFolder>> UserTrashes::folderOf(std::string_view path, Locks locks) {
+    if (!isPlainPath(path)) return refusal(EINVAL);
+    const std::string_view parent = splitPath(path).folder;
+    if (m_latest && m_latest->path == parent && m_latestLocks == locks) return m_latest;
+    m_latest.reset();
+    std::string_view part;
+    const auto trash = trashOf(path, part);
+    if (!trash) return trash.error();
+    auto folder = std::make_shared<EntryFolder>();
+    folder->trash = *trash;
+    folder->path = parent;
+    if (const MaybeError error = descend(*folder, splitPath(part).folder, locks)) return *error;
+    m_latest = folder;
+    m_latestLocks = locks;
+    return folder;
+}
+
+/// The trash that lies deepest above the path. Of mounts at the same place only one can be opened.
+Result<std::shared_ptr<UserTrash>> UserTrashes::trashOf(std::string_view path,
+                                                        std::string_view& part) {
+    part = {};
+    Place* found = nullptr;
+    for (Place& place : m_places) {
+        const std::string_view below = partBelow(path, place.files);
+        if (below.empty() || (found && place.files.size() < found->files.size())) continue;
+        if (found && place.files.size() == found->files.size() && found->trash) continue;
+        open(place);
+        found = &place;
+        part = below;
+    }
+    if (!found) return refusal(EINVAL);
+    if (!found->trash) return refusal(found->error);
+    return found->trash;
+}
+
+void UserTrashes::open(Place& place) const {
+    if (std::exchange(place.wasTried, true)) return;
+    auto folder = openTrashFolder(place);
+    auto trash =
+        folder ? OpenTrash::ofUser(std::move(*folder), m_user) : Result<OpenTrash>(folder.error());
+    if (trash) {
+        place.trash = std::make_shared<UserTrash>(std::move(*trash));
+    } else {
+        place.error = trash.error().systemError;
+    }
+}
+
+Result<UniqueFd> UserTrashes::openTrashFolder(const Place& place) const {
+    UniqueFd folder = place.mount ? holdMountRoot(*place.mount) : holdSystemFolder(m_home);
+    bool mustBeSticky = place.isShared;
+    for (const std::string& step : place.steps) {
+        if (folder) folder = holdFolder(folder.get(), step);
+        if (!folder) return refusal(errno);
+        FolderFacts facts;
+        // Without the sticky bit anybody could exchange the users' folders in it.
+        if (!std::exchange(mustBeSticky, false)) continue;
+        if (!examineFolder(folder.get(), facts) || !facts.isSticky) return refusal(EPERM);
+    }
+    return folder;
+}
+
+MaybeError UserTrashes::descend(EntryFolder& folder, std::string_view part, Locks locks) {
+    while (!part.empty()) {
+        folder.below = holdFolder(folder.descriptor(), std::string(takeComponent(part)));
+        if (!folder.below) return refusal(errno);
+        if (locks == Locks::Keep) continue;
+        auto need = m_locks.clear(folder.below.get());
+        if (!need) return need.error();
+        if (*need) folder.needs.push_back(std::move(*need));
+    }
+    return std::nullopt;
+}
+
+void UserTrashes::tidy() {
+    m_latest.reset();
+    for (const Place& place : m_places) {
+        if (place.trash && place.trash->somethingWent) place.trash->folder.tidyDirectorySizes();
+    }
+}
+
+}  // namespace kestrin

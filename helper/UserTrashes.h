@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The check of every path that the helper is given, and the way to the folder that holds the entry.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/Result.h"
+#include "helper/FolderLocks.h"
+#include "platform/MountTable.h"
+#include "platform/TrashFolders.h"
+#include "platform/UniqueFd.h"
+
+namespace kestrin {
+
+/// A trash folder of the user, held open.
+struct UserTrash {
+    OpenTrash folder;
+    std::atomic<bool> somethingWent = false;  ///< a top-level entry
+    explicit UserTrash(OpenTrash open) : folder(std::move(open)) {}
+};
+
+/// A folder inside a trash, or its `files`, held open with what it takes to remove entries from it.
+struct EntryFolder {
+    std::shared_ptr<UserTrash> trash;
+    std::string path;  ///< as the caller spells it
+    UniqueFd below;    ///< none: the trash's `files` itself
+    std::vector<std::unique_ptr<FolderLocks::Need>> needs;
+
+    bool isFiles() const { return !below; }
+    int descriptor() const { return below ? below.get() : trash->folder.filesDescriptor(); }
+};
+
+/// The trash folders of one user, where the FreeDesktop.org trash specification puts them, found by
+/// the helper's own knowledge: the account's home folder and the mount table. A path only selects
+/// which of them is tried. Each is opened by descriptors from the home folder or the root of the
+/// mount, without following a link or entering another mount, and must be a real folder of that
+/// user, as must its `files`. Not for several threads. Left out: a home trash that the user moved
+/// by a variable, and file systems that the user himself serves (FUSE): there, what root is told
+/// would be his to make up, and root is not needed.
+class UserTrashes {
+ public:
+    explicit UserTrashes(std::uint32_t user);
+    /// With another home and table; for tests.
+    UserTrashes(std::uint32_t user, const std::string& home, const std::vector<MountEntry>& mounts);
+
+    enum class Locks {
+        Keep,
+        Clear,  ///< of the folders between the entry and `files`, while the result lives
+    };
+    /// The folder that holds the entry `path`, which must be plain and lie below the `files` of one
+    /// of the trashes. It may be gone when this was destroyed. The entry itself is not looked at.
+    /// Errors: EINVAL for any path that is not below a trash of the user; else of what is in the
+    /// way: ELOOP, ENOTDIR, EXDEV, ENOENT and others.
+    Result<std::shared_ptr<EntryFolder>> folderOf(std::string_view path, Locks locks);
+
+    /// Takes the lines of what went out of the trashes' `directorysizes`.
+    void tidy();
+
+    /// The `files` folders, as paths; each is only a candidate until it is opened.
+    std::vector<std::string> candidates() const;
+
+ private:
+    /// Where a trash may be.
+    struct Place {
+        std::string files;
+        const MountEntry* mount = nullptr;  ///< nullptr: below the home folder
+        std::vector<std::string> steps;     ///< from there to the trash folder
+        bool isShared = false;              ///< the first step must be sticky
+        bool wasTried = false;
+        std::shared_ptr<UserTrash> trash;  ///< none: not yet opened, or no trash
+        int error = 0;
+    };
+
+    void addPlacesAtTopOf(const MountEntry& mount);
+    Result<std::shared_ptr<UserTrash>> trashOf(std::string_view path, std::string_view& part);
+    void open(Place& place) const;
+    Result<UniqueFd> openTrashFolder(const Place& place) const;
+    MaybeError descend(EntryFolder& folder, std::string_view part, Locks locks);
+
+    const std::uint32_t m_user;
+    const std::string m_home;
+    const std::vector<MountEntry> m_mounts;
+    std::vector<Place> m_places;
+    FolderLocks m_locks;
+    std::shared_ptr<EntryFolder> m_latest;  ///< entries of one folder mostly follow each other
+    Locks m_latestLocks = Locks::Keep;
+};
+
+}  // namespace kestrin

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The privileged helper: a root service that the system bus starts on demand.
+#include <signal.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QSocketNotifier>
+#include <charconv>
+#include <cstdio>
+#include <optional>
+#include <string_view>
+
+#include "base/MainThread.h"
+#include "helper/Hardening.h"
+#include "helper/HelperProtocol.h"
+#include "helper/HelperService.h"
+#include "helper/QVHelperToolProtocolAdaptor.h"
+#include "platform/UniqueFd.h"
+
+namespace {
+
+using namespace kestrin;
+
+constexpr char kUsage[] =
+    "com.quorvane.Kestrin3Helper [--idle-seconds=N]   started as root by the system bus\n"
+    "com.quorvane.Kestrin3Helper --version\n";
+
+int fail(const char* why) {
+    std::fprintf(stderr, "%s: %s\n", kHelperService, why);
+    return 1;
+}
+
+/// How long the helper stays without being asked for anything; none for anything else than the one
+/// option.
+std::optional<std::chrono::seconds> idleTime(int argc, char** argv) {
+    constexpr std::string_view kOption = "--idle-seconds=";
+    int seconds = 60;
+    for (int index = 1; index < argc; ++index) {
+        std::string_view argument = argv[index];
+        if (!argument.starts_with(kOption)) return std::nullopt;
+        argument.remove_prefix(kOption.size());
+        const char* const end = argument.data() + argument.size();
+        const auto [stop, error] = std::from_chars(argument.data(), end, seconds);
+        if (error != std::errc() || stop != end || seconds < 1) return std::nullopt;
+    }
+    return std::chrono::seconds(seconds);
+}
+
+/// A descriptor that tells of SIGTERM and SIGINT; to be made before there are other threads.
+UniqueFd takeSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    return UniqueFd(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+}
+
+int serve(std::chrono::seconds idle, int signals) {
+    MainThread mailbox;
+    registerHelperTypes();
+    QDBusConnection bus = QDBusConnection::systemBus();
+    if (!bus.isConnected()) return fail("there is no system bus");
+    HelperService service(bus, idle);
+    new QVHelperToolProtocolAdaptor(&service);
+    QSocketNotifier signalled(signals, QSocketNotifier::Read);
+    QObject::connect(&signalled, &QSocketNotifier::activated, &service, [&] {
+        signalled.setEnabled(false);
+        service.shutDown();
+    });
+    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
+                &service, SLOT(shutDown()));
+    // The object is there before anybody can know the name.
+    if (!bus.registerObject(QString::fromLatin1(kHelperPath), &service)) {
+        return fail("the object cannot be registered");
+    }
+    if (!service.start()) return fail("the name on the system bus is taken, or not to be had");
+    return QCoreApplication::exec();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 2 && std::string_view(argv[1]) == "--version") {
+        std::puts(kHelperVersion);
+        return 0;
+    }
+    const auto idle = idleTime(argc, argv);
+    if (!idle) {
+        std::fputs(kUsage, stderr);
+        return 2;
+    }
+    if (::geteuid() != 0) return fail("must be started as root, by the system bus");
+    giveUpWhatIsNotNeeded();
+    const UniqueFd signals = takeSignals();
+    int applicationArguments = 1;
+    const QCoreApplication application(applicationArguments, argv);
+    return serve(*idle, signals.get());
+}
