@@ -1,0 +1,209 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""What the tests of the helper share: the bus, programs that call the helper, agents that answer."""
+
+import json
+import os
+import plistlib
+import queue
+import subprocess
+import sys
+import threading
+import time
+from urllib.parse import quote_from_bytes, unquote_to_bytes
+
+import harness
+from harness import OTHER_USER, TIME_FACTOR, USER, EndToEndTest, TrashCan, as_root, to_bytes
+from privatebus import PrivateBus
+
+ERROR = "com.quorvane.Kestrin3Helper.Error."
+INVALID, DENIED, CANCELLED, BUSY = (
+    ERROR + name for name in ("Invalid", "NotAuthorized", "Cancelled", "Busy"))
+FOLDER = os.path.dirname(os.path.abspath(__file__))
+
+
+def source_of(name):
+    with open(os.path.join(FOLDER, name), encoding="utf-8") as file:
+        return file.read()
+
+
+def encoded(path):
+    return quote_from_bytes(to_bytes(path), safe="/")
+
+
+def items_xml(unlock=(), permissions=(), folders=None, size=0, count=0):
+    """The items dictionary of an erase command."""
+    items = {"unlockItems": [encoded(path) for path in unlock],
+             "permissionsItems": [encoded(path) for path in permissions],
+             "erasedSize": size, "erasedCount": count}
+    if folders is not None:
+        items["notTrashedBecauseFolderNotEmpty"] = [encoded(path) for path in folders]
+    return plistlib.dumps(items)
+
+
+class Child:
+    """A program in Python that writes lines; run as `user`. The tree may be closed to that user, so the
+    source is handed over."""
+
+    def __init__(self, test, source, arguments, user):
+        self.process = subprocess.Popen(
+            [sys.executable, "-B", "-c", source, *map(str, arguments)], cwd="/",
+            env={"PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8"}, stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE, preexec_fn=lambda: harness._become(user))
+        test._undo.callback(self.kill)
+        self.lines = queue.Queue()
+        threading.Thread(target=self._read, daemon=True).start()
+
+    def _read(self):
+        for line in self.process.stdout:
+            self.lines.put(line.decode())
+        self.lines.put(None)
+
+    def line(self, timeout=30):
+        line = self.lines.get(timeout=timeout * TIME_FACTOR)
+        if line is None:
+            raise AssertionError("the program has ended")
+        return line
+
+    def kill(self):
+        if self.process.poll() is None:
+            with as_root():
+                self.process.kill()
+            self.process.wait()
+
+
+class Agent(Child):
+    """Answers the policy service's questions about the process of `caller`."""
+
+    def __init__(self, test, caller, answer):
+        source = source_of("caller.py").rsplit("\nif __name__", 1)[0]
+        source += source_of("agent.py").replace("from caller import start_time\n", "")
+        super().__init__(test, source, [caller.pid, caller.user, answer], 0)
+        assert self.line() == "ready\n"
+
+
+class Caller(Child):
+    """A program with a connection to the bus; see caller.py."""
+
+    def __init__(self, test, user=USER):
+        super().__init__(test, source_of("caller.py"), [], user)
+        self.user = user
+        self.items = []     # (count, total, size, path) of every item told
+        self.batches = 0
+        self.left = []      # the count of every end told
+        self.replies = {}
+        self._tags = 0
+        ready = json.loads(self.line())
+        self.name, self.pid = ready["name"], ready["pid"]
+
+    def order(self, **order):
+        self.process.stdin.write(json.dumps(order).encode() + b"\n")
+        self.process.stdin.flush()
+
+    def send(self, method, signature="()", *arguments, interactive=False):
+        """Sends a call; answers a tag for `reply`."""
+        self._tags += 1
+        self.order(do="call", method=method, tag=self._tags, signature=signature,
+                   arguments=arguments, interactive=interactive)
+        return self._tags
+
+    def wait(self, condition, timeout=60):
+        deadline = time.monotonic() + timeout * TIME_FACTOR
+        while not condition():
+            remaining = deadline - time.monotonic()
+            if remaining <= 0:
+                raise AssertionError("waited in vain for the helper")
+            try:
+                self._take(json.loads(self.line(remaining / TIME_FACTOR)))
+            except queue.Empty:
+                continue
+
+    def _take(self, event):
+        if event["event"] == "erased":
+            self.batches += 1
+            self.items += [(*item[:3], unquote_to_bytes(item[3])) for item in event["items"]]
+        elif event["event"] == "finished":
+            self.left.append(event["left"])
+        elif event["event"] == "reply":
+            self.replies[event["tag"]] = event
+
+    def reply(self, tag, timeout=60):
+        self.wait(lambda: tag in self.replies, timeout)
+        return self.replies[tag]
+
+    def call(self, method, signature="()", *arguments, **options):
+        return self.reply(self.send(method, signature, *arguments, **options))
+
+    def version(self):
+        return self.call("getVersion")["values"]
+
+    def send_erase(self, xml, authorization="form", interactive=False):
+        """`authorization`: "form" for the true one, else its bytes. `xml`: bytes, or what describes a
+        file to hand over (see caller.py)."""
+        if authorization != "form":
+            authorization = authorization.hex()
+        if isinstance(xml, bytes):
+            return self.send("erase", "(ayay)", authorization, xml.hex(), interactive=interactive)
+        return self.send("eraseFromFile", "(ayh)", authorization, xml, interactive=interactive)
+
+    def erase(self, xml=None, interactive=False, timeout=60, **items):
+        """Has it erased; answers the count of what is left. Fails when the command is refused."""
+        reply = self.reply(self.send_erase(items_xml(**items) if xml is None else xml,
+                                           interactive=interactive), timeout)
+        if reply["error"]:
+            raise AssertionError(f"refused: {reply}")
+        return self.end(timeout)
+
+    def end(self, timeout=60):
+        """Waits for the end of one command; answers the count of what is left."""
+        self.wait(lambda: self.left, timeout)
+        return self.left.pop(0)
+
+    def paths(self):
+        return [item[3] for item in self.items]
+
+
+class HelperTest(EndToEndTest):
+    """A test with a bus and a helper; an administrator's rule lets the user erase."""
+
+    rule = "YES"
+    idle_seconds = 60
+
+    def setUp(self):
+        super().setUp()
+        folder = os.path.join(self.scratch, b"bus")
+        with as_root():
+            os.mkdir(folder, 0o755)
+        self.bus = PrivateBus(folder, self.program, self.idle_seconds)
+        self._undo.callback(self.bus.stop)
+        if self.rule:
+            self.bus.allow(answer=self.rule)
+
+    def caller(self, user=USER):
+        return Caller(self, user)
+
+    def as_root(self, *command):
+        harness.run_as_root(*command)
+
+    def forbidden(self, name, entries=("a", "b/c")):
+        """A trashed folder of root's, which the user cannot empty; answers its path."""
+        top = self.trash.tree(name, entries)
+        self.as_root("chown", "-R", "0:0", top)
+        return top
+
+    def locked(self, path, attribute="+i"):
+        self.as_root("chattr", attribute, path)
+        self._undo.callback(self.as_root_quietly, "chattr", "-i", "-a", path)
+        return path
+
+    @staticmethod
+    def as_root_quietly(*command):
+        harness.run_as_root(*command, check=False)
+
+    def everything(self):
+        """All that must stay as it is, with modes, times and contents."""
+        found = harness.listing(self.scratch, times="mc")
+        log = os.path.join(self.scratch, b"bus/bus.log")
+        return {path: facts for path, facts in found.items() if path != log}
+
+    def assertAlive(self):
+        self.assertEqual(self.caller().version(), ["2.0.0"])
