@@ -43,6 +43,8 @@ function(kestrin_test name)
     cmake_parse_arguments(TEST "" "" "SOURCES;LINKS;LABELS" ${ARGN})
     add_executable(${name} ${TEST_SOURCES})
     target_link_libraries(${name} PRIVATE ${TEST_LINKS} kestrin_test_support)
+    # The code under test is optimised; the tests themselves only have to compile fast.
+    target_compile_options(${name} PRIVATE -O0)
     set(properties TIMEOUT 120)
     if(TEST_LABELS)
         list(APPEND properties LABELS "${TEST_LABELS}")
