@@ -2,7 +2,6 @@
 #include "cli/EraseReport.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <set>
 #include <string>
 #include <string_view>
@@ -20,13 +19,6 @@ namespace {
 
 /// More than these are counted only; JSON has them all.
 constexpr std::size_t kMostNamed = 20;
-
-bool isGone(const FileUrl& item) {
-    const Result<ItemAttributes> attributes = itemAttributes(item);
-    if (attributes) return false;
-    const int error = attributes.error().systemError;
-    return error == ENOENT || error == ENOTDIR;
-}
 
 /// Whether one of `paths` is `item` or lies below it.
 bool isAccountedFor(const FileUrl& item, const std::set<std::string>& paths) {
