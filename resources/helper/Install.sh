@@ -13,7 +13,7 @@ umask 022
 label=$1 digest=$2 service=$3 policy=$4 action=$5
 # The bus starts the helper when it knows the service, so that comes last.
 policy_file=/usr/share/dbus-1/system.d/$label.conf
-action_file=/usr/share/polkit-1/actions/$label.policy
+action_file=/usr/share/polkit-1/actions/com.quorvane.kestrin-3.policy
 helper_file=/usr/libexec/$label
 service_file=/usr/share/dbus-1/system-services/$label.service
 

@@ -27,7 +27,7 @@ if [ -e "$helper_file" ]; then
 fi
 
 rm -f -- "$helper_file" "/usr/share/dbus-1/system.d/$label.conf" \
-    "/usr/share/polkit-1/actions/$label.policy" || exit 1
+    /usr/share/polkit-1/actions/com.quorvane.kestrin-3.policy || exit 1
 dbus-send --system --type=method_call --print-reply --dest=org.freedesktop.DBus / \
     org.freedesktop.DBus.ReloadConfig >/dev/null 2>&1
 exit 0

@@ -29,6 +29,50 @@
         <source></source>
         <translation>Without it, some items in your trashes can’t be seen or erased. Allow it in the system settings, then start Kestrin again.</translation>
     </message>
+    <message id="helper_busy">
+        <source></source>
+        <translation>Kestrin’s helper is busy with an earlier erase. Try again when that is over.</translation>
+    </message>
+    <message id="helper_cancelled">
+        <source></source>
+        <translation>The administrator’s password was not entered. Items that need it stay in the trash.</translation>
+    </message>
+    <message id="helper_ended">
+        <source></source>
+        <translation>Kestrin’s helper ended before its work was done.</translation>
+    </message>
+    <message id="helper_failed">
+        <source></source>
+        <translation>Kestrin’s helper could not do its work (%@).</translation>
+    </message>
+    <message id="helper_install_failed">
+        <source></source>
+        <translation>Kestrin’s helper could not be installed or removed: %@</translation>
+    </message>
+    <message id="helper_no_bus">
+        <source></source>
+        <translation>Kestrin can’t reach the system bus, and so not its helper.</translation>
+    </message>
+    <message id="helper_not_answering">
+        <source></source>
+        <translation>Kestrin’s helper does not answer.</translation>
+    </message>
+    <message id="helper_not_current">
+        <source></source>
+        <translation>Items that need administrator rights stay: Kestrin needs version %@ of its helper. The one that is installed: %@</translation>
+    </message>
+    <message id="helper_not_installed">
+        <source></source>
+        <translation>Items that need administrator rights stay: Kestrin’s helper is not installed. Kestrin in the status area offers to install it.</translation>
+    </message>
+    <message id="helper_program_missing">
+        <source></source>
+        <translation>Kestrin’s helper can’t be installed: its program is missing. Install Kestrin again.</translation>
+    </message>
+    <message id="helper_program_untrusted">
+        <source></source>
+        <translation>Kestrin’s helper can’t be installed: others may have changed its program %@.</translation>
+    </message>
     <message id="login_error">
         <source></source>
         <translation>Kestrin can’t be set to start at login.</translation>
@@ -36,6 +80,10 @@
     <message id="not_erased">
         <source></source>
         <translation>Some items could not be erased.</translation>
+    </message>
+    <message id="pkexec_missing">
+        <source></source>
+        <translation>Kestrin can’t ask for an administrator’s password: the program pkexec is not installed.</translation>
     </message>
     <message id="trash_entry_has_no_name">
         <source></source>

@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "erase/HelperConnection.h"
+
+#include <QDBusMetaType>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusUnixFileDescriptor>
+#include <QEventLoop>
+#include <climits>
+#include <utility>
+
+#include "QVHelperToolProtocolProgressAdaptor.h"
+#include "QVHelperToolProtocolProxy.h"
+#include "base/StringTable.h"
+#include "platform/SealedFile.h"
+
+namespace kestrin {
+namespace {
+
+constexpr int kPatience = 5000;           // milliseconds
+constexpr int kNoReplyTimeOut = INT_MAX;  // what the bus library takes for "none"
+
+QString nextConnectionName() {
+    static int count = 0;
+    return QStringLiteral("kestrin-helper-%1").arg(++count);
+}
+
+QString busErrorText(const QDBusError& error) {
+    return error.name() + QStringLiteral(": ") + error.message();
+}
+
+HostError textError(std::string_view domain, int code, const QString& text) {
+    return {std::string(domain), code, 0, {{"errorString", text.toStdString()}}};
+}
+
+/// What to tell the user of an error that is not about authorization.
+QString textOfError(const QDBusError& error, const StringTable& texts) {
+    const auto text = [&](std::string_view key) {
+        return texts.text(key, StringTable::Table::Errors);
+    };
+    if (error.name() == QLatin1String(HelperErrorName::kBusy)) return text("helper_busy"_errorKey);
+    switch (error.type()) {
+        case QDBusError::ServiceUnknown:
+            return text("helper_not_installed"_errorKey);
+        case QDBusError::NoReply:
+        case QDBusError::Timeout:
+        case QDBusError::TimedOut:
+            return text("helper_not_answering"_errorKey);
+        case QDBusError::Disconnected:
+        case QDBusError::NoServer:
+            return text("helper_no_bus"_errorKey);
+        default:
+            return StringTable::filled(text("helper_failed"_errorKey), {busErrorText(error)});
+    }
+}
+
+}  // namespace
+
+QDBusConnection openSystemBus(const QString& name) {
+    return QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
+}
+
+HostError helperError(const QDBusError& error, const StringTable& texts) {
+    const auto of = [&](std::string_view domain, int code, const QString& text) {
+        HostError made = textError(domain, code, text);
+        made.userInfo.emplace("busError", busErrorText(error).toStdString());
+        return made;
+    };
+    const auto text = [&](std::string_view key) {
+        return texts.text(key, StringTable::Table::Errors);
+    };
+    if (error.name() == QLatin1String(HelperErrorName::kNotAuthorized))
+        return of(kOSStatusErrorDomain, kAuthorizationDenied, text("user_not_authorized"_errorKey));
+    if (error.name() == QLatin1String(HelperErrorName::kCancelled))
+        return of(kOSStatusErrorDomain, kAuthorizationCancelled, text("helper_cancelled"_errorKey));
+    return of(kBusErrorDomain, error.type(), textOfError(error, texts));
+}
+
+Result<std::shared_ptr<HelperConnection>> HelperConnection::open(const BusOpener& openBus,
+                                                                 const StringTable& texts,
+                                                                 Handlers handlers) {
+    registerHelperTypes();
+    const QString name = nextConnectionName();
+    const QDBusConnection bus = openBus(name);
+    if (!bus.isConnected()) {
+        QDBusConnection::disconnectFromBus(name);
+        return textError(kBusErrorDomain, QDBusError::NoServer,
+                         texts.text("helper_no_bus"_errorKey, StringTable::Table::Errors));
+    }
+    return std::shared_ptr<HelperConnection>(new HelperConnection(bus, texts, std::move(handlers)));
+}
+
+HelperConnection::HelperConnection(const QDBusConnection& bus, const StringTable& texts,
+                                   Handlers handlers)
+    : m_bus(bus),
+      m_texts(texts),
+      m_handlers(std::move(handlers)),
+      m_watcher(QLatin1String(kHelperService), bus, QDBusServiceWatcher::WatchForOwnerChange) {
+    new QVHelperToolProtocolProgressAdaptor(this);
+    m_bus.registerObject(QLatin1String(kProgressPath), this, QDBusConnection::ExportAdaptors);
+    m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                  QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
+                  this, SLOT(busWentAway()));
+    watchOwner();
+    m_proxy = std::make_unique<QVHelperToolProtocolProxy>(QLatin1String(kHelperService),
+                                                          QLatin1String(kHelperPath), m_bus);
+    m_proxy->setTimeout(kPatience);
+}
+
+HelperConnection::~HelperConnection() {
+    m_proxy.reset();
+    QDBusConnection::disconnectFromBus(m_bus.name());
+}
+
+/// The changes from now on, and who owns the name already.
+void HelperConnection::watchOwner() {
+    connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString&, const QString&, const QString& owner) { ownerChanged(owner); });
+    QDBusMessage question = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetNameOwner"));
+    question << QLatin1String(kHelperService);
+    auto* const watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(question), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+        const QDBusPendingReply<QString> reply = *watcher;
+        if (!reply.isError() && m_owner.isEmpty()) m_owner = reply.value();
+        watcher->deleteLater();
+    });
+}
+
+void HelperConnection::ownerChanged(const QString& owner) {
+    const bool wasOwned = !m_owner.isEmpty();
+    m_owner = owner;
+    if (wasOwned || owner.isEmpty()) invalidate();
+}
+
+void HelperConnection::invalidate() {
+    if (!std::exchange(m_isValid, false)) return;
+    m_handlers.invalidated();
+}
+
+Result<QString> HelperConnection::version() {
+    QDBusPendingCallWatcher watcher(m_proxy->getVersion());
+    QEventLoop loop;
+    connect(&watcher, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
+    if (!watcher.isFinished()) loop.exec();
+    if (!watcher.isFinished())  // the program ends
+        return helperError(QDBusError(QDBusError::NoReply, QString()), m_texts);
+    const QDBusPendingReply<QString> reply = watcher;
+    if (reply.isError()) return helperError(reply.error(), m_texts);
+    return reply.value();
+}
+
+MaybeError HelperConnection::erase(std::string_view authorization,
+                                   const std::string& itemsDictionary,
+                                   std::function<void(const QDBusError&)> answered) {
+    const bool isShort = itemsDictionary.size() <= kMaximumInlineList;
+    QDBusMessage command = QDBusMessage::createMethodCall(
+        QLatin1String(kHelperService), QLatin1String(kHelperPath),
+        QLatin1String(QVHelperToolProtocolProxy::staticInterfaceName()),
+        isShort ? QStringLiteral("erase") : QStringLiteral("eraseFromFile"));
+    command << QByteArray(authorization.data(), static_cast<qsizetype>(authorization.size()));
+    if (isShort) {
+        command << QByteArray::fromStdString(itemsDictionary);
+    } else {
+        const Result<UniqueFd> file = sealedFile(itemsDictionary);
+        if (!file) return file.error();
+        command << QVariant::fromValue(QDBusUnixFileDescriptor(file->get()));
+    }
+    command.setInteractiveAuthorizationAllowed(true);
+    auto* const watcher =
+        new QDBusPendingCallWatcher(m_bus.asyncCall(command, kNoReplyTimeOut), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [watcher, answered = std::move(answered)] {
+                watcher->deleteLater();
+                answered(watcher->error());
+            });
+    return {};
+}
+
+void HelperConnection::setStoppedByUser(std::function<void()> answered) {
+    auto* const watcher = new QDBusPendingCallWatcher(m_proxy->setStoppedByUser(true), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [watcher, answered = std::move(answered)] {
+                watcher->deleteLater();
+                answered();
+            });
+}
+
+bool HelperConnection::isCalledByHelper() {
+    if (!m_owner.isEmpty() && message().service() == m_owner) return true;
+    sendErrorReply(QDBusError::AccessDenied, QStringLiteral("this is for the helper alone"));
+    return false;
+}
+
+void HelperConnection::itemsErased(const ErasedItems& items) {
+    if (isCalledByHelper()) m_handlers.itemsErased(items);
+}
+
+void HelperConnection::finishedWithNonErasedCount(quint64 count) {
+    if (isCalledByHelper()) m_handlers.finishedWithNonErasedCount(count);
+}
+
+}  // namespace kestrin

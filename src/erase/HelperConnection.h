@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The connection to the privileged helper over the system bus.
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QDBusServiceWatcher>
+#include <QObject>
+#include <QString>
+#include <functional>
+#include <memory>
+#include <string_view>
+
+#include "base/Result.h"
+#include "helper/HelperProtocol.h"
+
+class QVHelperToolProtocolProxy;
+
+namespace kestrin {
+
+class StringTable;
+
+inline constexpr std::string_view kBusErrorDomain = "DBusErrorDomain";
+/// Codes in kOSStatusErrorDomain.
+inline constexpr int kAuthorizationDenied = -60005;
+inline constexpr int kAuthorizationCancelled = -60006;
+
+/// Opens a connection of that name to the bus that the helper is on.
+using BusOpener = std::function<QDBusConnection(const QString& name)>;
+QDBusConnection openSystemBus(const QString& name);
+
+/// The program's error for an error of the bus or the helper: kOSStatusErrorDomain with
+/// kAuthorizationDenied or kAuthorizationCancelled, else kBusErrorDomain with QDBusError's type.
+/// "errorString" is a text for the user, "busError" the bus' own name and message.
+HostError helperError(const QDBusError& error, const StringTable& texts);
+
+/// One connection, from its making until it is invalid: when the helper's name lost its owner (it
+/// ended), or the bus went away. Main thread; callbacks come from the event loop.
+class HelperConnection : public QObject, protected QDBusContext {
+    Q_OBJECT
+
+ public:
+    struct Handlers {
+        std::function<void(const ErasedItems&)> itemsErased;
+        std::function<void(quint64 count)> finishedWithNonErasedCount;
+        std::function<void()> invalidated;  ///< called once at most; the connection is of no use
+    };
+
+    /// Errors: no bus.
+    static Result<std::shared_ptr<HelperConnection>> open(const BusOpener& openBus,
+                                                          const StringTable& texts,
+                                                          Handlers handlers);
+    ~HelperConnection() override;
+
+    bool isValid() const { return m_isValid; }
+
+    /// The helper's version, waited for at most 5 s, while events are served. Starts the helper
+    /// when it is not running. The caller keeps the connection alive meanwhile.
+    Result<QString> version();
+    /// Calls `method` of QVHelperToolProtocol with the bytes of the caller's authorization and a
+    /// property list, given in the call itself or, when it is long, in a memory file. `answered`
+    /// gets the error of the reply or none, however long that takes: the user may be asked for a
+    /// password. Errors: of the memory file.
+    MaybeError erase(std::string_view authorization, const std::string& itemsDictionary,
+                     std::function<void(const QDBusError&)> answered);
+    /// `answered` is called when the helper, or its absence, has answered: what it accepted before
+    /// is known by then.
+    void setStoppedByUser(std::function<void()> answered);
+
+    // Called by the helper over the bus; anybody else is refused.
+    void itemsErased(const kestrin::ErasedItems& items);
+    void finishedWithNonErasedCount(quint64 count);
+
+ private:
+    HelperConnection(const QDBusConnection& bus, const StringTable& texts, Handlers handlers);
+
+    void watchOwner();
+    void ownerChanged(const QString& owner);
+    void invalidate();
+    bool isCalledByHelper();
+
+    QDBusConnection m_bus;
+    const StringTable& m_texts;
+    const Handlers m_handlers;
+    std::unique_ptr<QVHelperToolProtocolProxy> m_proxy;
+    QDBusServiceWatcher m_watcher;
+    QString m_owner;  ///< the helper's unique name; empty before it runs
+    bool m_isValid = true;
+
+ private Q_SLOTS:
+    void busWentAway() { invalidate(); }
+};
+
+}  // namespace kestrin

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Puts the privileged helper in its place as root, and takes it away.
+#pragma once
+
+#include <QByteArray>
+#include <QStringList>
+#include <string_view>
+
+#include "base/Result.h"
+
+namespace kestrin {
+
+class StringTable;
+
+/// Runs the two scripts of resources/helper through pkexec(1), which asks the user for an
+/// administrator's password. Main thread; events are served until the script has ended.
+///
+/// What the administrator allowed is what runs: the scripts travel as arguments, never as files
+/// that could be changed meanwhile, and so do the small files that the installer writes. The
+/// helper's program travels on standard input; its SHA-256 digest is an argument, and the installer
+/// compares. Root opens no file that belongs to a user.
+class HelperInstaller {
+ public:
+    explicit HelperInstaller(const StringTable& texts) : m_texts(texts) {}
+
+    /// Installs this installation's own helper under the name `label`. Errors: kOSStatusErrorDomain
+    /// with kAuthorizationCancelled or kAuthorizationDenied; kPOSIXErrorDomain with ENOENT when
+    /// pkexec or the helper's program is missing, EPERM when strangers may write to the latter, EIO
+    /// when the script failed: nothing is changed then.
+    MaybeError install(std::string_view label) const;
+    /// Removes the helper, what makes it known, and ends it when it runs. Errors: as above.
+    MaybeError remove() const;
+
+ private:
+    Result<QByteArray> helperProgram() const;
+    MaybeError runAsRoot(const QString& script, const QStringList& arguments,
+                         const QByteArray& input) const;
+    MaybeError outcome(int exitCode, const QByteArray& complaint) const;
+    HostError problem(int code, std::string_view key, const QString& name = {}) const;
+
+    const StringTable& m_texts;
+};
+
+}  // namespace kestrin

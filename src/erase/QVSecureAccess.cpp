@@ -1,0 +1,308 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "erase/QVSecureAccess.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "base/MainThread.h"
+#include "base/StringTable.h"
+#include "base/SystemLog.h"
+#include "base/UserDefaults.h"
+#include "erase/HelperBatches.h"
+#include "erase/HelperInstaller.h"
+#include "erase/QVErrorDelegate.h"
+#include "platform/ItemAttributes.h"
+#include "platform/Volumes.h"
+
+namespace kestrin {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kCountPatience = 5s;
+
+QString& versionOfHelper() {
+    static QString version;
+    return version;
+}
+
+void requireMainThread() {
+    if (!MainThread::isCurrent()) qFatal("QVSecureAccess: not on the main thread");
+}
+
+AuthorizationForm newAuthorization() {
+    const auto form = AuthorizationForm::ofThisProcess();
+    if (!form)
+        qFatal("QVSecureAccess: no authorization: %s", form.error().localizedDescription().c_str());
+    return *form;
+}
+
+bool isOfHelper(const QDBusError& error) {
+    return error.name().startsWith(QLatin1String("com.quorvane.Kestrin3Helper.Error."));
+}
+
+std::uint64_t countOf(const HelperRequest& request) {
+    return request.unlockItems.size() + request.permissionsItems.size();
+}
+
+/// The user has read so in the question that led here.
+bool isCancelled(const HostError& error) {
+    return error.domain == kOSStatusErrorDomain && error.code == kAuthorizationCancelled;
+}
+
+}  // namespace
+
+/// The work under way: one command after the other.
+struct QVSecureAccess::Run {
+    explicit Run(std::shared_ptr<const HelperRequest> work)
+        : request(work),
+          batches(work),
+          erasedCount(work->erasedCount),
+          erasedSize(work->erasedSize) {}
+
+    std::shared_ptr<const HelperRequest> request;
+    HelperBatches batches;
+    std::uint64_t erasedCount;
+    std::uint64_t erasedSize;
+    std::uint64_t nonErasedCount = 0;  ///< of the commands that are over
+    int command = 0;                   ///< number of the one under way
+    bool isAccepted = false;           ///< that one is: it ends by commandFinished
+};
+
+QVSecureAccess::QVSecureAccess(SecureAccessServices services, HelperDelegate* delegate)
+    : m_services(std::move(services)),
+      m_authRef(newAuthorization()),
+      m_authorization(m_authRef.toBytes()),
+      m_delegate(delegate) {}
+
+QVSecureAccess::~QVSecureAccess() = default;
+
+// --- Installation ---
+
+bool QVSecureAccess::installHelperAppIfNeeded() {
+    const MaybeError error = authorizeTheAccess();
+    if (!error) return true;
+    if (isCancelled(*error)) return false;
+    m_services.presenter.showError(error->localizedDescription());
+    return false;
+}
+
+MaybeError QVSecureAccess::authorizeTheAccess() {
+    requireMainThread();
+    bool exists = false;
+    if (m_services.defaults.boolForKey("show_install_helper_tool") ||
+        isHelperNeedBeInstalled(exists)) {
+        return {};
+    }
+    const int answer = m_services.presenter.askToTheUserWithView(
+        exists ? "update_helper_tool"_key : "install_helper_tool"_key,
+        "update_helper_tool_mess"_key, {}, exists ? "update_button"_key : "install_button"_key,
+        exists ? "dont_update_button"_key : "dont_install_button"_key, {},
+        "show_install_helper_tool", false);
+    if (answer != kAlertFirstButton)
+        return HostError{std::string(kOSStatusErrorDomain), kAuthorizationCancelled};
+    if (exists) removeHelper();
+    m_authRef = newAuthorization();
+    return blessHelperWithLabel(kHelperService);
+}
+
+MaybeError QVSecureAccess::blessHelperWithLabel(std::string_view label) {
+    requireMainThread();
+    return HelperInstaller(m_services.texts).install(label);
+}
+
+void QVSecureAccess::removeHelper() {
+    requireMainThread();
+    if (const MaybeError error = HelperInstaller(m_services.texts).remove()) {
+        qCWarning(lcErase, "removeHelper: %s", error->localizedDescription().c_str());
+    }
+}
+
+bool QVSecureAccess::isHelperNeedBeInstalled(bool& helperExists) {
+    if (!pathExists(m_services.helperFile.path())) return false;
+    helperExists = true;
+    getHelperToolVersion();
+    return helperVersion() == QLatin1String(kHelperVersion);
+}
+
+void QVSecureAccess::getHelperToolVersion() {
+    connectAndExecuteCommandBlock([this](const MaybeError& connectionError) {
+        if (connectionError) {
+            versionOfHelper() = QString::fromStdString(connectionError->localizedDescription());
+            qCWarning(lcErase, "connectAndExecuteCommandBlock %s / %d - %s",
+                      connectionError->domain.c_str(), connectionError->code,
+                      connectionError->localizedDescription().c_str());
+            return;
+        }
+        const std::shared_ptr<HelperConnection> connection = m_helperToolConnection;
+        const Result<QString> version = connection->version();
+        versionOfHelper() =
+            version ? *version : QString::fromStdString(version.error().localizedDescription());
+        if (version) return;
+        const HostError& error = version.error();
+        qCWarning(lcErase, "getHelperToolVersion error %s / %d - %s", error.domain.c_str(),
+                  error.code, error.localizedDescription().c_str());
+    });
+}
+
+const QString& QVSecureAccess::helperVersion() {
+    return versionOfHelper();
+}
+
+// --- Connection ---
+
+MaybeError QVSecureAccess::connectToHelperTool() {
+    requireMainThread();
+    if (m_helperToolConnection && m_helperToolConnection->isValid()) return {};
+    auto connection = HelperConnection::open(m_services.openBus, m_services.texts, handlers());
+    if (!connection) return connection.error();
+    m_helperToolConnection = *std::move(connection);
+    return {};
+}
+
+void QVSecureAccess::connectAndExecuteCommandBlock(
+    const std::function<void(const MaybeError&)>& block) {
+    requireMainThread();
+    block(connectToHelperTool());
+}
+
+HelperConnection::Handlers QVSecureAccess::handlers() {
+    return {.itemsErased = [this](const ErasedItems& items) { itemsErased(items); },
+            .finishedWithNonErasedCount =
+                [this](quint64 count) { later([this, count] { commandFinished(count); }); },
+            .invalidated = [this] { later([this] { connectionInvalidated(); }); }};
+}
+
+void QVSecureAccess::connectionInvalidated() {
+    if (m_helperToolConnection && !m_helperToolConnection->isValid())
+        m_helperToolConnection.reset();
+    qCInfo(lcErase, "connectToHelperTool: connection invalidated");
+    if (!m_run) return;
+    const QString text = m_services.texts.text("helper_ended"_errorKey, StringTable::Table::Errors);
+    endRun(countStillThere(), HostError{std::string(kBusErrorDomain),
+                                        QDBusError::Disconnected,
+                                        0,
+                                        {{"errorString", text.toStdString()}}});
+}
+
+/// Not on the stack of a call from the bus: at the end of a run the delegate may let this object,
+/// and the connection with it, go.
+void QVSecureAccess::later(std::function<void()> call) {
+    MainThread::post([life = std::weak_ptr(m_life), call = std::move(call)] {
+        if (!life.expired()) call();
+    });
+}
+
+// --- Commands ---
+
+void QVSecureAccess::authorizedErase(const HelperRequest& request) {
+    requireMainThread();
+    m_run = std::make_unique<Run>(std::make_shared<const HelperRequest>(request));
+    sendNextCommand();
+}
+
+void QVSecureAccess::sendNextCommand() {
+    const auto items = m_run->batches.next(m_run->erasedCount, m_run->erasedSize);
+    const bool isFirst = m_run->command++ == 0;
+    m_run->isAccepted = false;
+    const MaybeError error = sendCommand(*items);
+    if (!error) return;
+    later([this, error, isFirst] {
+        // Nothing has been tried when even the first command could not be sent.
+        if (m_run) endRun(isFirst ? countOf(*m_run->request) : countStillThere(), error);
+    });
+}
+
+MaybeError QVSecureAccess::sendCommand(const EraseItems& items) {
+    MaybeError error;
+    connectAndExecuteCommandBlock([&](const MaybeError& connectionError) {
+        error = connectionError;
+        if (connectionError) {
+            qCWarning(lcErase, "error %s / %d\n", connectionError->domain.c_str(),
+                      connectionError->code);
+            return;
+        }
+        error = m_helperToolConnection->erase(
+            m_authorization, items.toXml(),
+            [this, command = m_run->command](const QDBusError& answer) {
+                later([this, command, answer] {
+                    if (m_run && m_run->command == command) commandAnswered(answer);
+                });
+            });
+    });
+    return error;
+}
+
+void QVSecureAccess::commandAnswered(const QDBusError& answer) {
+    if (!answer.isValid()) {
+        m_run->isAccepted = true;
+        return;
+    }
+    const HostError error = helperError(answer, m_services.texts);
+    const std::string text = error.localizedDescription();
+    if (isOfHelper(answer)) {
+        qCWarning(lcErase, "eraseWithAuthorization error %s / %d  %s", error.domain.c_str(),
+                  error.code, text.c_str());
+    } else {
+        qCWarning(lcErase, "authorizedEraseWithDictionary proxyError %s / %d %s",
+                  error.domain.c_str(), error.code, text.c_str());
+    }
+    endRun(countStillThere(), error);
+}
+
+void QVSecureAccess::itemsErased(const ErasedItems& items) {
+    if (!m_run) return;
+    for (const ErasedItem& item : items) {
+        if (item.count != 0) m_delegate->setTotItemsDeleted(m_run->erasedCount = item.count);
+        if (item.totalSize != 0) m_delegate->setTotSizeDeleted(m_run->erasedSize = item.totalSize);
+        const std::string encoded = item.itemPath.toStdString();
+        m_delegate->writeLogEntry(percentDecode(encoded).value_or(encoded), item.itemSize);
+    }
+}
+
+void QVSecureAccess::commandFinished(std::uint64_t nonErasedCount) {
+    if (!m_run) return;
+    m_run->nonErasedCount += nonErasedCount;
+    if (m_run->batches.isAtEnd()) return endRun(m_run->nonErasedCount, {});
+    if (m_delegate->isStoppedByUser()) return endRun(countStillThere(), {});
+    sendNextCommand();
+}
+
+/// The delegate may let this object go in any of its calls.
+void QVSecureAccess::endRun(std::uint64_t nonErasedCount, MaybeError error) {
+    m_run.reset();
+    // With the connection ends what the helper may still be at.
+    if (error) m_helperToolConnection.reset();
+    HelperDelegate& delegate = *m_delegate;
+    delegate.setNotErasedCount(nonErasedCount);
+    delegate.setIsWorking(false);
+    if (error) delegate.showError(*error);
+}
+
+/// Of the items handed over. When their volume does not answer they all count.
+std::uint64_t QVSecureAccess::countStillThere() const {
+    const std::shared_ptr<const HelperRequest> request = m_run->request;
+    const auto count = answerWithin<std::uint64_t>(kCountPatience, [request]() -> std::uint64_t {
+        const auto isThere = [](const FileUrl& item) { return !isGone(item); };
+        return static_cast<std::uint64_t>(
+            std::ranges::count_if(request->unlockItems, isThere) +
+            std::ranges::count_if(request->permissionsItems, isThere));
+    });
+    return count.value_or(countOf(*request));
+}
+
+void QVSecureAccess::stoppedByUser() {
+    requireMainThread();
+    if (!m_run || !m_helperToolConnection || !m_helperToolConnection->isValid()) return;
+    m_helperToolConnection->setStoppedByUser([this, command = m_run->command] {
+        later([this, command] {
+            // Not accepted by now: the user is asked for a password. Leaving takes that back.
+            if (!m_run || m_run->command != command || m_run->isAccepted) return;
+            m_helperToolConnection.reset();
+            endRun(countStillThere(), {});
+        });
+    });
+}
+
+}  // namespace kestrin

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The program's side of the privileged helper: installs it and removes it, asks for its version and
+// gives it work. The helper is a service of the system bus; see helper/.
+#pragma once
+
+#include <QString>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "erase/HelperClient.h"
+#include "erase/HelperConnection.h"
+#include "platform/Places.h"
+
+namespace kestrin {
+
+class QVErrorDelegate;
+class StringTable;
+class UserDefaults;
+
+/// What the helper's client works with. All of it must outlive the client.
+struct SecureAccessServices {
+    const StringTable& texts;
+    QVErrorDelegate& presenter;
+    UserDefaults& defaults;
+    BusOpener openBus = &openSystemBus;
+    FileUrl helperFile = location(Place::HelperTool);
+};
+
+/// Main thread; a call from another thread ends the process, as does an authorization that cannot
+/// be made.
+class QVSecureAccess final : public HelperClient {
+ public:
+    /// `delegate` hears of an erase; not needed for the installation. It must outlive the client.
+    explicit QVSecureAccess(SecureAccessServices services, HelperDelegate* delegate = nullptr);
+    /// Leaves the bus: the helper stops a command that is under way.
+    ~QVSecureAccess() override;
+    QVSecureAccess(const QVSecureAccess&) = delete;
+    QVSecureAccess& operator=(const QVSecureAccess&) = delete;
+
+    // --- Installation ---
+
+    /// Has the helper installed or updated if the user agrees. True when it may be used. An error,
+    /// but for a cancelled authorization, is shown.
+    bool installHelperAppIfNeeded();
+    /// Asks the user and installs; events are served meanwhile. None also when there is nothing to
+    /// ask: the helper is current, or "show_install_helper_tool" is on. Errors: those of
+    /// blessHelperWithLabel; kAuthorizationCancelled when the user declined.
+    MaybeError authorizeTheAccess();
+    /// Installs this installation's own helper as root. Errors: kAuthorizationDenied,
+    /// kAuthorizationCancelled; others say what the installer said.
+    MaybeError blessHelperWithLabel(std::string_view label);
+    /// Whether the helper is installed and of the version that this program needs. `helperExists`
+    /// is set when its file is there, of whatever version.
+    bool isHelperNeedBeInstalled(bool& helperExists);
+    /// Takes the helper away, as root. Failures show by its file still being there.
+    void removeHelper();
+
+    /// Asks the helper for its version, for at most 5 s, while events are served.
+    void getHelperToolVersion();
+    /// The answer to that, or what went wrong instead of one. Process-wide.
+    static const QString& helperVersion();
+
+    // --- Commands ---
+
+    /// Makes the connection unless there is a valid one. Errors: no bus.
+    MaybeError connectToHelperTool();
+    /// Connects, then calls `block` with the error of that or none.
+    void connectAndExecuteCommandBlock(const std::function<void(const MaybeError&)>& block);
+
+    /// As described in HelperClient. Whatever happens to the helper or the bus, the end comes: the
+    /// items that are still there count as not erased, and the delegate shows the error. Requires:
+    /// a delegate, and no other work under way.
+    void authorizedErase(const HelperRequest& request) override;
+    /// The helper stops at its next entry, and what is left of the work is not begun.
+    void stoppedByUser() override;
+
+ private:
+    struct Run;
+
+    HelperConnection::Handlers handlers();
+    void connectionInvalidated();
+    void sendNextCommand();
+    MaybeError sendCommand(const EraseItems& items);
+    void commandAnswered(const QDBusError& answer);
+    void itemsErased(const ErasedItems& items);
+    void commandFinished(std::uint64_t nonErasedCount);
+    void endRun(std::uint64_t nonErasedCount, MaybeError error);
+    std::uint64_t countStillThere() const;
+    void later(std::function<void()> call);
+
+    const SecureAccessServices m_services;
+    AuthorizationForm m_authRef;
+    std::string m_authorization;  ///< the 32 bytes that every command carries
+    std::shared_ptr<HelperConnection> m_helperToolConnection;
+    HelperDelegate* const m_delegate;
+    std::unique_ptr<Run> m_run;
+    const std::shared_ptr<const bool> m_life = std::make_shared<const bool>(true);
+};
+
+}  // namespace kestrin
