@@ -30,6 +30,7 @@ EraseSession::EraseSession(Console& console, bool showsProgress)
       m_showsProgress(showsProgress),
       m_presenter([&console] { return std::make_unique<TerminalAlertPanel>(console); },
                   StringTable::sharedControl(), registeredDefaults()),
+      m_helper(console, m_presenter),
       m_signals([this] { stop(); }) {}
 
 bool EraseSession::runInBackground(const std::function<void(std::stop_token)>& work) {
@@ -60,7 +61,7 @@ EraseServices EraseSession::services() {
             .center = NotificationCenter::defaultCenter(),
             .texts = StringTable::sharedControl(),
             .makeProgressView = makeView,
-            .helper = HelperAccess()};
+            .helper = m_helper.access()};
 }
 
 std::uint64_t EraseSession::bytesErased() const {

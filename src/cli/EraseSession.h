@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "cli/StopSignals.h"
+#include "cli/TerminalHelper.h"
 #include "erase/QVDeleteItems.h"
 #include "erase/QVErrorDelegate.h"
 
@@ -67,6 +68,7 @@ class EraseSession {
     Console& m_console;
     const bool m_showsProgress;
     QVErrorDelegate m_presenter;
+    TerminalHelper m_helper;
     std::shared_ptr<QVDeleteItems> m_engine;
     std::stop_source m_backgroundStop;
     QEventLoop m_loop;

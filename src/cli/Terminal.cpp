@@ -70,7 +70,13 @@ void Terminal::promptMessage(const QString& text) {
     if (isAsking()) writeAll(descriptor, m_prompt.toStdString());
 }
 
+void Terminal::holdStatus(bool holds) {
+    if (holds) clearStatus();
+    m_holdsStatus = holds;
+}
+
 void Terminal::showStatus(const QString& text) {
+    if (m_holdsStatus) return;
     // The last cell stays free: terminals differ in whether filling it wraps the line.
     const QString fitted = fittedToWidth(text, width() - 1);
     if (fitted == m_status) return;

@@ -42,6 +42,8 @@ class Terminal {
     /// Replaces the status line. Requires: hasStatusLine().
     void showStatus(const QString& text);
     void clearStatus();
+    /// While it is held, the status line stays away: the last line belongs to another.
+    void holdStatus(bool holds);
 
     /// Writes `prompt` and calls `answered` once, from the event loop, with the line typed; at once
     /// and without a prompt when there are to be no more questions. Requires: no other question is
@@ -64,6 +66,7 @@ class Terminal {
     const bool m_errorIsTerminal;
     bool m_mayUseOutput = true;
     bool m_hasEndedQuestions = false;
+    bool m_holdsStatus = false;
     int m_statusWidth = 0;  ///< cells that the status line covers at this moment
     QString m_status;
     QString m_prompt;

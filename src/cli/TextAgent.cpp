@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/TextAgent.h"
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <QEventLoop>
+#include <QSocketNotifier>
+#include <QStandardPaths>
+#include <QTimer>
+#include <array>
+#include <chrono>
+#include <csignal>
+
+#include "platform/UniqueFd.h"
+
+namespace kestrin {
+namespace {
+
+constexpr std::chrono::seconds kPatience(3);
+constexpr int kEndPatience = 1000;  // milliseconds
+
+}  // namespace
+
+TextAgent::TextAgent() {
+    termios settings{};
+    if (::tcgetattr(STDIN_FILENO, &settings) == 0) m_settings = settings;
+    std::array<int, 2> pipe{};
+    if (::pipe2(pipe.data(), O_CLOEXEC) != 0) return;
+    const UniqueFd notifications(pipe[0]);
+    {
+        const UniqueFd notifyDescriptor(pipe[1]);
+        start(notifyDescriptor.get());
+    }
+    waitUntilKnown(notifications.get());
+}
+
+TextAgent::~TextAgent() {
+    if (m_agent.state() == QProcess::NotRunning) return;
+    m_agent.terminate();
+    if (!m_agent.waitForFinished(kEndPatience)) m_agent.kill();
+    // It may have been asking, with the echo off.
+    if (m_settings) ::tcsetattr(STDIN_FILENO, TCSANOW, &*m_settings);
+}
+
+void TextAgent::start(int notifyDescriptor) {
+    const QString program = QStandardPaths::findExecutable(QStringLiteral("pkttyagent"));
+    if (program.isEmpty()) return;
+    // It speaks to the terminal itself; its complaints are of no use to the user.
+    m_agent.setInputChannelMode(QProcess::ForwardedInputChannel);
+    m_agent.setStandardOutputFile(QProcess::nullDevice());
+    m_agent.setStandardErrorFile(QProcess::nullDevice());
+    m_agent.setChildProcessModifier([notifyDescriptor] {
+        ::fcntl(notifyDescriptor, F_SETFD, 0);
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    });
+    m_agent.start(program, {QStringLiteral("--fallback"), QStringLiteral("--process"),
+                            QString::number(::getpid()), QStringLiteral("--notify-fd"),
+                            QString::number(notifyDescriptor)});
+    m_agent.waitForStarted();
+}
+
+/// The agent closes its end when it is known, and so does its death.
+void TextAgent::waitUntilKnown(int notifications) {
+    QEventLoop loop;
+    QSocketNotifier notifier(notifications, QSocketNotifier::Read);
+    QObject::connect(&notifier, &QSocketNotifier::activated, &loop, &QEventLoop::quit);
+    QTimer::singleShot(kPatience, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+}  // namespace kestrin
