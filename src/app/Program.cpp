@@ -19,6 +19,7 @@
 #include "base/StringTable.h"
 #include "base/UserDefaults.h"
 #include "erase/QVErrorDelegate.h"
+#include "erase/QVSecureAccess.h"
 #include "erase/ui/QVProgressWindow.h"
 #include "erase/ui/WidgetAlertPanel.h"
 #include "erase/ui/WidgetProgressView.h"
@@ -89,6 +90,7 @@ class Program {
  private:
     AppServices services();
     EraseServices eraseServices();
+    SecureAccessServices secureAccess();
     std::unique_ptr<ProgressView> makeProgressView(std::function<void()> stop);
     void watchMounts(std::function<void(bool, const std::string&)> changed);
     void launch(bool hasStatusArea);
@@ -152,6 +154,8 @@ AppServices Program::services() {
                 return std::make_unique<StatusItemDisplay>(menu);
             },
             .watchMounts = [this](auto changed) { watchMounts(std::move(changed)); },
+            .installHelper =
+                [this] { return QVSecureAccess(secureAccess()).installHelperAppIfNeeded(); },
             .openUrl = [](const QString& url) { QDesktopServices::openUrl(QUrl(url)); },
             .bringForward = bringForward,
             .dismissAlerts = dismissAlerts,
@@ -170,7 +174,13 @@ EraseServices Program::eraseServices() {
             .texts = m_texts,
             .makeProgressView =
                 [this](std::function<void()> stop) { return makeProgressView(std::move(stop)); },
-            .helper = HelperAccess{.isAuthorized = &IsHelperAuthorized, .makeClient = {}}};
+            .helper = {.isAuthorized = &IsHelperAuthorized, .makeClient = [this](auto& delegate) {
+                           return std::make_unique<QVSecureAccess>(secureAccess(), &delegate);
+                       }}};
+}
+
+SecureAccessServices Program::secureAccess() {
+    return {.texts = m_texts, .presenter = m_presenter, .defaults = m_defaults};
 }
 
 std::unique_ptr<ProgressView> Program::makeProgressView(std::function<void()> stop) {
