@@ -183,6 +183,8 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, ErasedItem& item)
 void registerHelperTypes() {
     qDBusRegisterMetaType<ErasedItem>();
     qDBusRegisterMetaType<ErasedItems>();
+    // A receiving slot is looked up by the name that the interface description uses.
+    qRegisterMetaType<ErasedItems>("kestrin::ErasedItems");
 }
 
 }  // namespace kestrin
