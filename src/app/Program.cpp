@@ -13,9 +13,11 @@
 
 #include "app/DisplayFailure.h"
 #include "app/HelperAuthorization.h"
+#include "app/MenuCreationOperationQueue.h"
 #include "app/ProgressNotices.h"
 #include "app/QVKestrin.h"
 #include "base/MainThread.h"
+#include "base/OperationQueue.h"
 #include "base/StringTable.h"
 #include "base/UserDefaults.h"
 #include "erase/QVErrorDelegate.h"
@@ -27,6 +29,7 @@
 #include "format/QVNumberUtilities.h"
 #include "inventory/QVKestrinFileUtilities.h"
 #include "platform/MountTable.h"
+#include "platform/TrashWatcher.h"
 #include "platform/ui/DesktopNotification.h"
 #include "platform/ui/SessionEnd.h"
 #include "platform/ui/SingleInstance.h"
@@ -93,6 +96,7 @@ class Program {
     SecureAccessServices secureAccess();
     std::unique_ptr<ProgressView> makeProgressView(std::function<void()> stop);
     void watchMounts(std::function<void(bool, const std::string&)> changed);
+    void watchTrashes(const std::vector<TrashLocation>& trashes);
     void launch(bool hasStatusArea);
     void tellUser(const QString& text);
 
@@ -103,6 +107,7 @@ class Program {
     TrashList m_trashes;
     DesktopNotification m_message;
     std::unique_ptr<MountWatcher> m_mounts;
+    TrashWatcher m_trashWatcher;
     bool m_hasStatusArea = false;
     bool m_wasLaunched = false;
     QVKestrin m_controller;
@@ -118,6 +123,10 @@ Program::Program(std::string_view action)
       m_trashes([files = std::make_shared<QVFilesUtilities>()] {
           return files->trashesAndVolumesLocations();
       }),
+      m_trashWatcher([this] { m_controller.trashContentsDidChange(); },
+                     [](std::function<void()> call) {
+                         MenuCreationOperationQueue().enqueue(std::move(call));
+                     }),
       m_controller(services()),
       m_end([this](SessionEnd::Reason reason) {
           if (reason == SessionEnd::Reason::Quitting) {
@@ -154,6 +163,7 @@ AppServices Program::services() {
                 return std::make_unique<StatusItemDisplay>(menu);
             },
             .watchMounts = [this](auto changed) { watchMounts(std::move(changed)); },
+            .watchTrashes = [this](const auto& trashes) { watchTrashes(trashes); },
             .installHelper =
                 [this] { return QVSecureAccess(secureAccess()).installHelperAppIfNeeded(); },
             .openUrl = [](const QString& url) { QDesktopServices::openUrl(QUrl(url)); },
@@ -197,6 +207,13 @@ void Program::watchMounts(std::function<void(bool, const std::string&)> changed)
         [changed = std::move(changed)](const MountWatcher::Change& change) {
             changed(change.wasAdded, change.mountPoint);
         });
+}
+
+void Program::watchTrashes(const std::vector<TrashLocation>& trashes) {
+    std::vector<FileUrl> folders;
+    for (const TrashLocation& location : trashes)
+        folders.push_back(location.trashURL);
+    m_trashWatcher.watch(folders);
 }
 
 void Program::tellUser(const QString& text) {

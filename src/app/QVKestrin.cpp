@@ -267,6 +267,14 @@ void QVKestrin::workspaceHardDrivesObserver(bool wasAdded, const std::string& de
     if (!wasAdded) updateDisksSubmenu(false, devicePath);
 }
 
+// --- Changes by others ---
+
+void QVKestrin::trashContentsDidChange() {
+    if (isErasing()) return;  // its end looks
+    if (!m_menuIsOpen && !m_isWorking) cleanSubMenuMemory();
+    m_services.trashes.refresh();
+}
+
 // --- Release of what is not needed ---
 
 void QVKestrin::installEmptyTimer() {

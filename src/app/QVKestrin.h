@@ -76,6 +76,9 @@ struct AppServices {
     std::function<std::unique_ptr<StatusDisplay>(QMenu&)> makeStatusItem;
     /// Begins to watch mounts: `changed` is called with whether a volume came, and where.
     std::function<void(std::function<void(bool, const std::string&)> changed)> watchMounts{};
+    /// Sees to it that `trashContentsDidChange` is called when something comes into one of these
+    /// trashes or goes from it. Called after every listing.
+    std::function<void(const std::vector<TrashLocation>&)> watchTrashes{};
     /// Installs the privileged helper if need be; its result becomes gIsHelperAuthorized.
     std::function<bool()> installHelper{};
     std::function<std::unique_ptr<SmartWindow>()> makeSmartWindow{};
@@ -133,6 +136,12 @@ class QVKestrin : public QObject {
     // --- Mounts ---
 
     void workspaceHardDrivesObserver(bool wasAdded, const std::string& devicePath);
+
+    // --- Changes by others ---
+
+    /// Somebody filled or emptied a trash: the icon follows, and what rows that do not show have
+    /// counted is forgotten.
+    void trashContentsDidChange();
 
  private:
     /// An action and the row that it shows; the action owns the row.

@@ -109,6 +109,7 @@ void QVKestrin::trashesChanged() {
     addSubTrashMenu();
     if (m_menuIsOpen) rebuildRows();
     updateStatusItem();
+    if (m_services.watchTrashes) m_services.watchTrashes(m_services.trashes.latest());
 }
 
 void QVKestrin::rebuildRows() {

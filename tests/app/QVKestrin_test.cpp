@@ -124,6 +124,7 @@ class QVKestrinTest : public ::testing::Test {
                     return std::make_unique<Display>(isFull);
                 },
                 .watchMounts = [this](auto changed) { mountChanged = changed; },
+                .watchTrashes = [this](const auto& list) { watched = list.size(); },
                 .bringForward = [this] { ++broughtForward; },
                 .dismissAlerts = [this] { ++dismissed; },
                 .tellUser = [this](const QString& text) { told.push_back(text); },
@@ -194,6 +195,7 @@ class QVKestrinTest : public ::testing::Test {
     std::function<void(bool, const std::string&)> mountChanged;
     bool hasStatusArea = true;
     bool isFull = false;
+    std::size_t watched = 0;
     std::weak_ptr<QVDeleteItems> lastEngine;
     int broughtForward = 0;
     int dismissed = 0;
@@ -313,6 +315,26 @@ TEST_F(QVKestrinTest, releasesRowsAfterTheirMenuClosedUnlessWorking) {
     EXPECT_TRUE(timers.fire(120s));
     EXPECT_TRUE(controller->submenuViews().empty());
     EXPECT_TRUE(timers.isIdle());
+}
+
+TEST_F(QVKestrinTest, followsWhatOthersDoToATrash) {
+    addDisk("A", 0);
+    addDisk("B", 0);
+    launch();
+    openRows();
+    EXPECT_EQ(watched, 2u);
+    EXPECT_FALSE(isFull);
+    disks->unmountLast();
+    addDisk("B", 2);
+    controller->trashContentsDidChange();
+    settle();
+    EXPECT_TRUE(isFull);
+    EXPECT_EQ(controller->submenuViews().size(), 2u) << "those of an open menu stay";
+
+    Q_EMIT controller->subTrashMenu().aboutToHide();
+    controller->trashContentsDidChange();
+    EXPECT_TRUE(controller->submenuViews().empty()) << "what they counted is out of date";
+    settle();
 }
 
 TEST_F(QVKestrinTest, stopsBeforeItEnds) {

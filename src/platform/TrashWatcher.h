@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Tells when something came into a trash or went, so that nobody has to look again and again.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "base/FileUrl.h"
+
+namespace kestrin {
+
+/// Watches folders for entries that come and go, not what lies below. Where the host notices
+/// nothing (a network file system changed by another computer) nothing is told. Wakes nobody while
+/// nothing changes. Lives on the main thread and needs its event loop and its mailbox.
+class TrashWatcher {
+ public:
+    /// Runs a call on some other thread, soon. The call may hang with its volume, and outlive the
+    /// watcher.
+    using Background = std::function<void(std::function<void()>)>;
+
+    /// Calls `changed` on the main thread, once an `interval` at most and a moment after the first
+    /// of several changes. Also when a folder has just come under watch, since something may have
+    /// happened in it before.
+    TrashWatcher(std::function<void()> changed, Background inBackground,
+                 std::chrono::milliseconds interval = std::chrono::seconds(1));
+    ~TrashWatcher();
+    TrashWatcher(const TrashWatcher&) = delete;
+    TrashWatcher& operator=(const TrashWatcher&) = delete;
+
+    /// Watches these folders from now on, and no others. Of one that is not there its coming is
+    /// told; call again then. Never blocks.
+    void watch(const std::vector<FileUrl>& folders);
+
+ private:
+    class Watches;
+    class Teller;
+    const std::shared_ptr<Watches> m_watches;  ///< shared with calls in the background
+    const std::shared_ptr<Teller> m_teller;
+    const Background m_inBackground;
+};
+
+}  // namespace kestrin
