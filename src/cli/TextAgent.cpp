@@ -55,9 +55,12 @@ void TextAgent::start(int notifyDescriptor) {
         ::fcntl(notifyDescriptor, F_SETFD, 0);
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     });
-    m_agent.start(program, {QStringLiteral("--fallback"), QStringLiteral("--process"),
-                            QString::number(::getpid()), QStringLiteral("--notify-fd"),
-                            QString::number(notifyDescriptor)});
+    QStringList words{QStringLiteral("--process"), QString::number(::getpid()),
+                      QStringLiteral("--notify-fd"), QString::number(notifyDescriptor)};
+    // Leaves the question to an agent of the desktop's. Outside a session there can be none, and
+    // the policy service would not look at an agent that stands back.
+    if (qEnvironmentVariableIsSet("XDG_SESSION_ID")) words += QStringLiteral("--fallback");
+    m_agent.start(program, words);
     m_agent.waitForStarted();
 }
 

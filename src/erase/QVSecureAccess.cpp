@@ -130,9 +130,9 @@ void QVSecureAccess::getHelperToolVersion() {
     connectAndExecuteCommandBlock([this](const MaybeError& connectionError) {
         if (connectionError) {
             versionOfHelper() = QString::fromStdString(connectionError->localizedDescription());
-            qCWarning(lcErase, "connectAndExecuteCommandBlock %s / %d - %s",
-                      connectionError->domain.c_str(), connectionError->code,
-                      connectionError->localizedDescription().c_str());
+            qCInfo(lcErase, "connectAndExecuteCommandBlock %s / %d - %s",
+                   connectionError->domain.c_str(), connectionError->code,
+                   connectionError->localizedDescription().c_str());
             return;
         }
         const std::shared_ptr<HelperConnection> connection = m_helperToolConnection;
@@ -141,8 +141,8 @@ void QVSecureAccess::getHelperToolVersion() {
             version ? *version : QString::fromStdString(version.error().localizedDescription());
         if (version) return;
         const HostError& error = version.error();
-        qCWarning(lcErase, "getHelperToolVersion error %s / %d - %s", error.domain.c_str(),
-                  error.code, error.localizedDescription().c_str());
+        qCInfo(lcErase, "getHelperToolVersion error %s / %d - %s", error.domain.c_str(), error.code,
+               error.localizedDescription().c_str());
     });
 }
 
@@ -219,8 +219,8 @@ MaybeError QVSecureAccess::sendCommand(const EraseItems& items) {
     connectAndExecuteCommandBlock([&](const MaybeError& connectionError) {
         error = connectionError;
         if (connectionError) {
-            qCWarning(lcErase, "error %s / %d\n", connectionError->domain.c_str(),
-                      connectionError->code);
+            qCInfo(lcErase, "error %s / %d\n", connectionError->domain.c_str(),
+                   connectionError->code);
             return;
         }
         error = m_helperToolConnection->erase(
@@ -242,11 +242,11 @@ void QVSecureAccess::commandAnswered(const QDBusError& answer) {
     const HostError error = helperError(answer, m_services.texts);
     const std::string text = error.localizedDescription();
     if (isOfHelper(answer)) {
-        qCWarning(lcErase, "eraseWithAuthorization error %s / %d  %s", error.domain.c_str(),
-                  error.code, text.c_str());
+        qCInfo(lcErase, "eraseWithAuthorization error %s / %d  %s", error.domain.c_str(),
+               error.code, text.c_str());
     } else {
-        qCWarning(lcErase, "authorizedEraseWithDictionary proxyError %s / %d %s",
-                  error.domain.c_str(), error.code, text.c_str());
+        qCInfo(lcErase, "authorizedEraseWithDictionary proxyError %s / %d %s", error.domain.c_str(),
+               error.code, text.c_str());
     }
     endRun(countStillThere(), error);
 }
