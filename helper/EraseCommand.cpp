@@ -8,7 +8,6 @@
 #include "base/SystemLog.h"
 #include "helper/ListedItems.h"
 #include "helper/TrashPath.h"
-#include "helper/UserTrashes.h"
 #include "platform/LockAttributes.h"
 #include "platform/TreeRemover.h"
 
@@ -80,9 +79,8 @@ bool unlock(UserTrashes& trashes, const std::string& path) {
 
 }  // namespace
 
-EraseOutcome runEraseCommand(std::uint32_t user, const EraseItems& items, EraseProgress& progress,
+EraseOutcome runEraseCommand(UserTrashes& trashes, const EraseItems& items, EraseProgress& progress,
                              const std::atomic<bool>& stop) {
-    UserTrashes trashes(user);
     ListedItems listed(trashes, withoutRepetitions(items.unlockItems, items.permissionsItems),
                        Locks::Clear);
     WholePolicy policy(progress, stop);
@@ -91,12 +89,11 @@ EraseOutcome runEraseCommand(std::uint32_t user, const EraseItems& items, EraseP
         removeEmptyFolders(trashes, *items.notTrashedBecauseFolderNotEmpty, progress, stop);
     }
     trashes.tidy();
-    return {listed.countLeft(), policy.failures()};
+    return {progress.isHeard() ? listed.countLeft() : 0, policy.failures()};
 }
 
-std::vector<bool> runUnlockCommand(std::uint32_t user, const std::vector<std::string>& paths,
+std::vector<bool> runUnlockCommand(UserTrashes& trashes, const std::vector<std::string>& paths,
                                    const std::atomic<bool>& stop) {
-    UserTrashes trashes(user);
     std::vector<bool> unlocked;
     for (const std::string& path : paths)
         unlocked.push_back(!stop && unlock(trashes, path));

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "helper/HelperProtocol.h"
+#include "helper/UserTrashes.h"
 
 namespace kestrin {
 
@@ -17,26 +18,29 @@ class EraseProgress {
     virtual ~EraseProgress() = default;
     /// May wait until the one who listens has caught up.
     virtual void itemErased(std::string path, std::uint64_t size) = 0;
+    /// False once nobody wants to know any more.
+    virtual bool isHeard() const = 0;
 };
 
 /// How a command ended.
 struct EraseOutcome {
-    std::uint64_t nonErasedCount = 0;  ///< listed items, each path once, that are still there
+    std::uint64_t nonErasedCount = 0;  ///< listed items, each path once, that are still there; 0
+                                       ///< when nobody hears it
     std::uint64_t failures = 0;        ///< entries, listed or inside a listed one, that failed
 };
 
-/// Erases the listed items of `user`, with what is in them, their records and their lines in
-/// `directorysizes`; then the folders that had been left because they were not empty and now hold
-/// nothing but folders. Before every entry `stop` is looked at. An item that vanished meanwhile
-/// counts as gone; one that is refused, because it lies in no trash of the user, as still there.
-/// Thread: any but the main thread.
-EraseOutcome runEraseCommand(std::uint32_t user, const EraseItems& items, EraseProgress& progress,
+/// Erases the listed items of a user's trashes, with what is in them, their records and their lines
+/// in `directorysizes`; then the folders that had been left because they were not empty and now
+/// hold nothing but folders. Before every entry `stop` is looked at. An item that vanished
+/// meanwhile counts as gone; one that is refused, because it lies in no trash of the user, as still
+/// there. Thread: any but the main thread.
+EraseOutcome runEraseCommand(UserTrashes& trashes, const EraseItems& items, EraseProgress& progress,
                              const std::atomic<bool>& stop);
 
 /// Clears the immutable and append-only attributes of these entries and answers whether each is
 /// without them now. A file that has other names keeps them: some may lie outside the trash. What
 /// is in a folder is left as it is.
-std::vector<bool> runUnlockCommand(std::uint32_t user, const std::vector<std::string>& paths,
+std::vector<bool> runUnlockCommand(UserTrashes& trashes, const std::vector<std::string>& paths,
                                    const std::atomic<bool>& stop);
 
 }  // namespace kestrin

@@ -83,8 +83,13 @@ bool HelperService::start() {
 
 void HelperService::shutDown() {
     m_isEnding = true;
-    for (const auto& [caller, request] : m_requests)
+    const auto requests = m_requests;  // refusing takes them out
+    for (const auto& [caller, request] : requests) {
         request->stop = true;
+        if (!request->check) continue;
+        request->check.reset();
+        refuse(request, HelperErrorName::kBusy, QStringLiteral("the helper is ending"));
+    }
     if (m_requests.empty()) QCoreApplication::quit();
 }
 
@@ -249,8 +254,9 @@ void HelperService::accept(const RequestPtr& request, Result<EraseItems> items) 
 
 void HelperService::runErase(const RequestPtr& request) {
     m_eraser.enqueue([this, request] {
+        UserTrashes trashes(request->userId);
         const EraseOutcome outcome =
-            runEraseCommand(request->userId, request->items, *request->progress, request->stop);
+            runEraseCommand(trashes, request->items, *request->progress, request->stop);
         MainThread::post([this, request, outcome] {
             const auto totals = request->progress->totals();
             qCInfo(lcHelper, "Command of user %u over: %llu entries erased, %llu items stay%s",
@@ -269,7 +275,8 @@ void HelperService::runUnlock(const RequestPtr& request) {
         std::vector<std::string> paths;
         for (const QString& text : texts)
             paths.push_back(percentDecode(text.toStdString()).value_or(std::string()));
-        const auto unlocked = runUnlockCommand(request->userId, paths, request->stop);
+        UserTrashes trashes(request->userId);
+        const auto unlocked = runUnlockCommand(trashes, paths, request->stop);
         QStringList answer;
         for (std::size_t index = 0; index < unlocked.size(); ++index) {
             if (unlocked[index]) answer << texts[static_cast<qsizetype>(index)];

@@ -56,6 +56,11 @@ void ProgressChannel::itemErased(std::string path, std::uint64_t size) {
     m_pending.push_back({m_totals.count, m_totals.size, size, std::move(text)});
 }
 
+bool ProgressChannel::isHeard() const {
+    const std::lock_guard guard(m_mutex);
+    return !m_isGivenUp;
+}
+
 void ProgressChannel::sendPending() {
     ErasedItems items;
     if (m_unanswered < kMaximumUnanswered) {
@@ -86,6 +91,7 @@ void ProgressChannel::sendEnd() {
 }
 
 void ProgressChannel::finish(std::uint64_t nonErasedCount, std::function<void()> done) {
+    if (!isHeard()) return done();
     m_nonErasedCount = nonErasedCount;
     m_done = std::move(done);
     sendPending();

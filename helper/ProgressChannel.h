@@ -37,6 +37,7 @@ class ProgressChannel final : public QObject, public EraseProgress {
     /// Thread: any. Waits while too much is unsent; afterwards drops it when the caller is given
     /// up.
     void itemErased(std::string path, std::uint64_t size) override;
+    bool isHeard() const override;
 
     /// Sends what is left and then the end. `done` is called when that is sent, or given up.
     void finish(std::uint64_t nonErasedCount, std::function<void()> done);

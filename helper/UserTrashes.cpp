@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "base/FileUrl.h"
 #include "helper/TrashPath.h"
 #include "platform/FolderDescent.h"
 #include "platform/HostErrors.h"
@@ -47,7 +48,7 @@ UserTrashes::UserTrashes(std::uint32_t user) : UserTrashes(user, homeOf(user), c
 
 UserTrashes::UserTrashes(std::uint32_t user, const std::string& home,
                          const std::vector<MountEntry>& mounts)
-    : m_user(user), m_home(home), m_mounts(mounts) {
+    : m_user(user), m_home(FileUrl::fromPath(home).path()), m_mounts(mounts) {
     if (isPlainPath(m_home)) {
         Place place;
         place.files = m_home + "/.local/share/Trash/files";

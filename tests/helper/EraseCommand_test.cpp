@@ -1,0 +1,266 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "helper/EraseCommand.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+#include "platform/LockAttributes.h"
+#include "support/TestEnvironment.h"
+
+namespace kestrin {
+namespace {
+
+using namespace test;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+class RecordingProgress : public EraseProgress {
+ public:
+    void itemErased(std::string path, std::uint64_t size) override {
+        const std::lock_guard lock(mutex);
+        paths.push_back(std::move(path));
+        total += size;
+        if (onItem) onItem();
+    }
+    bool isHeard() const override { return isThere; }
+
+    std::mutex mutex;
+    std::vector<std::string> paths;
+    std::uint64_t total = 0;
+    std::function<void()> onItem;
+    bool isThere = true;
+};
+
+/// A trash of the test user, and a command that runs as root.
+class AnEraseCommand : public ::testing::Test {
+ protected:
+    void SetUp() override {
+        KESTRIN_REQUIRE_ROOT();
+        makeFolder(m_files);
+        makeFolder(m_trash + "/info");
+        writeFile(m_scratch / "outside/folder/file", "precious");
+    }
+    std::string trashed(const std::string& path, const std::string& content = "12345") {
+        writeFile(m_files + "/" + path, content);
+        writeFile(m_trash + "/info/" + path.substr(0, path.find('/')) + ".trashinfo");
+        return m_files + "/" + path;
+    }
+    /// Runs it, and answers what is left.
+    std::uint64_t run(EraseItems items) {
+        std::optional<AsRoot> root;
+        if (geteuid() != 0) root.emplace();
+        UserTrashes trashes(kTestUser, m_scratch / "home", {});
+        return runEraseCommand(trashes, items, m_progress, m_stop).nonErasedCount;
+    }
+    static bool isLocked(const std::string& path) {
+        return lockStateAt(AT_FDCWD, path.c_str()) == LockState::Locked;
+    }
+    static bool lock(const std::string& path, const char* attribute = "+i") {
+        return runAsRoot("chattr " + std::string(attribute) + " '" + path + "'") == 0;
+    }
+
+    ScratchFolder m_scratch;
+    std::string m_trash = m_scratch / "home/.local/share/Trash";
+    std::string m_files = m_trash + "/files";
+    RecordingProgress m_progress;
+    std::atomic<bool> m_stop = false;
+};
+
+TEST_F(AnEraseCommand, RemovesLockedTreesWithTheirRecordsAndSizes) {
+    const std::string file = trashed("file");
+    const std::string inner = trashed("tree/folder/file");
+    trashed("kept");
+    writeFile(m_trash + "/directorysizes", "5 1 tree\n5 1 kept\n");
+    ASSERT_EQ(chmod((m_trash + "/directorysizes").c_str(), 0640), 0);
+    if (!lock(file) || !lock(inner, "+a")) GTEST_SKIP() << "no such attributes here";
+    ASSERT_TRUE(lock(m_files + "/tree/folder") && lock(m_files + "/tree", "+ia"));
+    const std::string outside = listing(m_scratch / "outside");
+    EXPECT_EQ(run({.unlockItems = {file}, .permissionsItems = {m_files + "/tree", file}}), 0u);
+    EXPECT_THAT(m_progress.paths,
+                UnorderedElementsAre(file, inner, m_files + "/tree/folder", m_files + "/tree"));
+    EXPECT_EQ(m_progress.total, 10u);
+    EXPECT_TRUE(exists(m_trash + "/info/kept.trashinfo"));
+    EXPECT_FALSE(exists(m_trash + "/info/tree.trashinfo") ||
+                 exists(m_trash + "/info/file.trashinfo"));
+    EXPECT_EQ(readFile(m_trash + "/directorysizes"), "5 1 kept\n");
+    struct stat status;
+    ASSERT_EQ(lstat((m_trash + "/directorysizes").c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, kTestUser);
+    EXPECT_EQ(status.st_mode & 07777, 0640u);
+    EXPECT_EQ(listing(m_scratch / "outside"), outside);
+}
+
+TEST_F(AnEraseCommand, LocksAgainWhatStays) {
+    const std::string gone = trashed("tree/folder/gone");
+    const std::string stays = trashed("tree/folder/stays");
+    const std::string busy = trashed("busy/mount/file");
+    if (!lock(gone) || !lock(stays)) GTEST_SKIP() << "no such attributes here";
+    ASSERT_TRUE(lock(m_files + "/tree/folder") && lock(m_files + "/tree", "+a"));
+    const bool hasMount =
+        canMount() && runAsRoot("mount -t tmpfs none '" + m_files + "/busy/mount'") == 0;
+    ASSERT_TRUE(lock(m_files + "/busy"));
+    EXPECT_EQ(run({.unlockItems = {gone, m_files + "/busy"}}), hasMount ? 1u : 0u);
+    EXPECT_FALSE(exists(gone));
+    EXPECT_TRUE(exists(stays));
+    for (const char* locked : {"/tree/folder/stays", "/tree/folder", "/tree"})
+        EXPECT_TRUE(isLocked(m_files + locked)) << locked;
+    EXPECT_EQ(isLocked(m_files + "/busy"), hasMount);
+}
+
+TEST_F(AnEraseCommand, LeavesTheAttributesToTheOtherNamesOfAFile) {
+    const std::string outside = m_scratch / "outside/folder/file";
+    const std::string name = m_files + "/name";
+    ASSERT_EQ(link(outside.c_str(), name.c_str()), 0);
+    makeFolder(m_files + "/tree");
+    ASSERT_EQ(link(outside.c_str(), (m_files + "/tree/name").c_str()), 0);
+    if (!lock(outside, "+ia")) GTEST_SKIP() << "no such attributes here";
+    {
+        const AsRoot root;
+        UserTrashes trashes(kTestUser, m_scratch / "home", {});
+        EXPECT_EQ(runUnlockCommand(trashes, {name}, m_stop), std::vector<bool>{false});
+    }
+    EXPECT_TRUE(isLocked(outside));
+    EXPECT_EQ(run({.unlockItems = {name}, .permissionsItems = {m_files + "/tree"}}), 0u);
+    EXPECT_FALSE(exists(name));
+    EXPECT_TRUE(isLocked(outside));
+    EXPECT_EQ(readFile(outside), "precious");
+}
+
+TEST_F(AnEraseCommand, UnlocksEntriesOnDemandAndErasesNothing) {
+    const std::string file = trashed("file");
+    const std::string inner = trashed("tree/inner");
+    const std::string plain = trashed("plain");
+    ASSERT_EQ(symlink((m_scratch / "outside").c_str(), (m_files + "/link").c_str()), 0);
+    if (!lock(file) || !lock(inner)) GTEST_SKIP() << "no such attributes here";
+    ASSERT_TRUE(lock(m_files + "/tree") && lock(m_scratch / "outside"));
+    const AsRoot root;
+    UserTrashes trashes(kTestUser, m_scratch / "home", {});
+    EXPECT_EQ(runUnlockCommand(trashes,
+                               {file, m_files + "/absent", m_files + "/tree", plain,
+                                m_scratch / "outside", m_files + "/link", ""},
+                               m_stop),
+              (std::vector<bool>{true, false, true, true, false, true, false}));
+    EXPECT_FALSE(isLocked(file) || isLocked(m_files + "/tree"));
+    EXPECT_TRUE(isLocked(inner) && isLocked(m_scratch / "outside"));
+    EXPECT_TRUE(exists(file) && exists(inner));
+}
+
+TEST_F(AnEraseCommand, RemovesFoldersOnlyWhenNothingButFoldersIsLeftInThem) {
+    const std::string file = trashed("emptied/folder/file");
+    makeFolder(m_files + "/emptied/other/empty");
+    const std::string kept = trashed("full/folder/file");
+    const std::string link = m_files + "/link";
+    ASSERT_EQ(symlink((m_scratch / "outside").c_str(), link.c_str()), 0);
+    const std::string outside = listing(m_scratch / "outside");
+    EXPECT_EQ(run({.permissionsItems = {file},
+                   .notTrashedBecauseFolderNotEmpty = {{m_files + "/emptied", m_files + "/full",
+                                                        m_files + "/emptied/folder", kept, link,
+                                                        m_files, m_scratch / "outside"}}}),
+              0u);
+    EXPECT_THAT(
+        m_progress.paths,
+        UnorderedElementsAre(file, m_files + "/emptied/folder", m_files + "/emptied/other/empty",
+                             m_files + "/emptied/other", m_files + "/emptied"));
+    EXPECT_FALSE(exists(m_trash + "/info/emptied.trashinfo"));
+    EXPECT_TRUE(exists(kept) && exists(link) && exists(m_trash + "/info/full.trashinfo"));
+    EXPECT_EQ(listing(m_scratch / "outside"), outside);
+}
+
+TEST_F(AnEraseCommand, CountsWhatIsStillThereAndTellsNothingOfOtherPlaces) {
+    const std::string outside = m_scratch / "outside/folder/file";
+    EXPECT_EQ(run({.unlockItems = {outside, m_scratch / "absent", outside},
+                   .permissionsItems = {m_files + "/absent", m_files + "/absent/entry", m_files,
+                                        "relative", m_files + "/../../entry"}}),
+              5u);
+    EXPECT_THAT(m_progress.paths, IsEmpty());
+    EXPECT_TRUE(exists(outside));
+}
+
+TEST_F(AnEraseCommand, StopsAtTheNextEntry) {
+    std::vector<std::string> paths;
+    for (int number = 0; number < 200; ++number)
+        paths.push_back(trashed("file" + std::to_string(number)));
+    m_progress.onItem = [this] { m_stop = true; };
+    const std::uint64_t left = run({.permissionsItems = paths});
+    EXPECT_EQ(left + m_progress.paths.size(), 200u);
+    EXPECT_GT(left, 150u);
+    m_progress.isThere = false;
+    EXPECT_EQ(run({.permissionsItems = paths}), 0u) << "nobody hears the count";
+}
+
+constexpr int kRounds = 10'000;
+
+/// Exchanges a folder on the way with a link to a place outside, again and again.
+class Exchanger {
+ public:
+    Exchanger(std::string folder, std::string link)
+        : m_folder(std::move(folder)),
+          m_link(std::move(link)),
+          m_thread([this](std::stop_token stop) {
+              while (!stop.stop_requested()) {
+                  renameat2(AT_FDCWD, m_folder.c_str(), AT_FDCWD, m_link.c_str(), RENAME_EXCHANGE);
+                  // Without a rest nobody else gets at the folder.
+                  std::this_thread::sleep_for(std::chrono::microseconds(10));
+              }
+          }) {}
+
+ private:
+    const std::string m_folder, m_link;
+    std::jthread m_thread;
+};
+
+TEST_F(AnEraseCommand, IsNotLedAstrayByALinkOnTheWay) {
+    const std::string folder = m_files + "/entry/folder";
+    makeFolder(folder + "/folder");
+    ASSERT_EQ(symlink((m_scratch / "outside").c_str(), (m_files + "/entry/link").c_str()), 0);
+    const std::string before = listing(m_scratch / "outside");
+    const AsRoot root;
+    int passed = 0;
+    {
+        const Exchanger exchanger(folder, m_files + "/entry/link");
+        for (int round = 0; round < kRounds; ++round)
+            passed += run({.permissionsItems = {folder + "/folder/file"}}) == 0;
+    }
+    EXPECT_EQ(listing(m_scratch / "outside"), before);
+    EXPECT_GT(passed, 0) << "the entry is not there where its folder is";
+    EXPECT_LT(passed, kRounds);
+}
+
+TEST_F(AnEraseCommand, IsNotLedAstrayByALinkSwappedInDuringTheWalk) {
+    const std::string entry = m_files + "/entry";
+    const std::string folder = entry + "/folder", link = entry + "/link";
+    const std::string before = listing(m_scratch / "outside");
+    m_progress.onItem = [&] {
+        renameat2(AT_FDCWD, folder.c_str(), AT_FDCWD, link.c_str(), RENAME_EXCHANGE);
+    };
+    const AsRoot root;
+    int exchanged = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        for (const char* made : {"", "/folder", "/folder/folder", "/other"})
+            ASSERT_EQ(mkdir((entry + made).c_str(), 0700), 0);
+        for (const char* made : {"/file", "/folder/folder/file", "/other/file"})
+            ASSERT_EQ(mknod((entry + made).c_str(), S_IFREG | 0600, 0), 0);
+        ASSERT_EQ(symlink((m_scratch / "outside").c_str(), link.c_str()), 0);
+        m_progress.paths.clear();
+        run({.permissionsItems = {entry}});
+        exchanged += std::ranges::count(m_progress.paths, link + "/folder") != 0;
+        while (exists(entry))
+            run({.permissionsItems = {entry}});
+    }
+    EXPECT_EQ(listing(m_scratch / "outside"), before);
+    EXPECT_GT(exchanged, 0) << "the two never changed places";
+}
+
+}  // namespace
+}  // namespace kestrin

@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "helper/UserTrashes.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "support/TestEnvironment.h"
+
+namespace kestrin {
+namespace {
+
+using namespace test;
+using Locks = UserTrashes::Locks;
+
+class TheTrashesOfAUser : public ::testing::Test {
+ protected:
+    TheTrashesOfAUser() {
+        makeFolder(m_files + "/folder/deep");
+        makeFolder(m_trash + "/info");
+    }
+    /// 0 when the path leads to an entry's folder, else the errno.
+    int refusal(const std::string& path, const std::vector<MountEntry>& mounts = {}) const {
+        UserTrashes trashes(kTestUser, m_scratch / "home", mounts);
+        const auto folder = trashes.folderOf(path, Locks::Keep);
+        return folder ? 0 : folder.error().systemError;
+    }
+    void link(const std::string& target, const std::string& path) const {
+        ASSERT_EQ(symlink(target.c_str(), path.c_str()), 0);
+    }
+    void give(const std::string& path, const char* owner) const {
+        ASSERT_EQ(runAsRoot("chown " + std::string(owner) + " '" + path + "'"), 0);
+    }
+    std::vector<MountEntry> tableWith(const std::string& mountPoint) const {
+        auto mounts = currentMounts();
+        std::erase_if(mounts, [&](const MountEntry& m) { return m.mountPoint != mountPoint; });
+        return mounts;
+    }
+
+    ScratchFolder m_scratch;
+    std::string m_trash = m_scratch / "home/.local/share/Trash";
+    std::string m_files = m_trash + "/files";
+};
+
+TEST_F(TheTrashesOfAUser, HoldWhatIsBelowFilesOnly) {
+    UserTrashes trashes(kTestUser, m_scratch / "home/", {});
+    const auto top = trashes.folderOf(m_files + "/entry", Locks::Keep);
+    ASSERT_TRUE(top);
+    EXPECT_TRUE((*top)->isFiles());
+    const auto deep = trashes.folderOf(m_files + "/folder/deep/entry", Locks::Keep);
+    ASSERT_TRUE(deep);
+    EXPECT_FALSE((*deep)->isFiles());
+    EXPECT_EQ((*deep)->path, m_files + "/folder/deep");
+    EXPECT_EQ(*trashes.folderOf(m_files + "/folder/deep/other", Locks::Keep), *deep);
+    EXPECT_FALSE(trashes.folderOf(m_files + "/folder/deep/..", Locks::Keep)) << "in a known folder";
+
+    const std::string name = std::string(1, '\0') + "a";
+    for (const std::string& path :
+         {m_files, m_files + "/", m_trash + "/info/entry", m_trash + "/files2/entry",
+          m_files + "/../info/a", m_files + "/./a", m_files + "//a", m_files + "/a/",
+          m_files + "/" + name, m_files.substr(1) + "/a", std::string("/etc/shadow"),
+          std::string("/"), std::string()}) {
+        EXPECT_EQ(refusal(path), EINVAL) << path;
+    }
+    EXPECT_EQ(refusal(m_files + "/absent/entry"), ENOENT);
+    EXPECT_TRUE(UserTrashes(kTestUser, "/", {}).candidates().empty());
+    EXPECT_TRUE(UserTrashes(kTestUser, "relative", {}).candidates().empty());
+}
+
+TEST_F(TheTrashesOfAUser, AreReachedThroughNoLinkAtAnyComponent) {
+    makeFolder(m_scratch / "outside/share/Trash/files/deep");
+    makeFolder(m_scratch / "outside/deep");
+    link(m_scratch / "outside", m_files + "/link");
+    link("../folder", m_files + "/folder/inner");
+    for (const char* path : {"/link/entry", "/link/deep/entry", "/folder/inner/deep/entry"}) {
+        EXPECT_THAT(refusal(m_files + path), ::testing::AnyOf(ELOOP, ENOTDIR)) << path;
+    }
+    const std::string entry = m_files + "/deep/entry";
+    for (const char* component : {"home/.local/share/Trash/files", "home/.local/share/Trash",
+                                  "home/.local/share", "home/.local"}) {
+        const std::string place = m_scratch / component;
+        const std::string aside = m_scratch / "aside";
+        ASSERT_EQ(rename(place.c_str(), aside.c_str()), 0);
+        const std::string tail = std::string(component).substr(sizeof "home/.local" - 1);
+        link(m_scratch / ("outside" + tail), place);
+        EXPECT_THAT(refusal(entry), ::testing::AnyOf(ELOOP, ENOTDIR)) << component;
+        unlink(place.c_str());
+        ASSERT_EQ(rename(aside.c_str(), place.c_str()), 0);
+    }
+    EXPECT_EQ(refusal(m_files + "/folder/entry"), 0);
+}
+
+TEST_F(TheTrashesOfAUser, AreFoldersOfTheirOwn) {
+    KESTRIN_REQUIRE_ROOT();
+    for (const std::string& path : {m_files, m_trash}) {
+        give(path, "0:0");
+        EXPECT_EQ(refusal(m_files + "/entry"), EPERM) << path;
+        give(path, std::to_string(kTestUser).c_str());
+    }
+    ASSERT_EQ(runAsRoot("mv '" + m_trash + "/info' '" + m_trash + "/other'; mkdir '" + m_trash +
+                        "/info'; touch '" + m_trash + "/info/entry.trashinfo'"),
+              0);
+    const AsRoot root;
+    UserTrashes trashes(kTestUser, m_scratch / "home", {});
+    auto folder = trashes.folderOf(m_files + "/entry", Locks::Keep);
+    ASSERT_TRUE(folder);
+    EXPECT_FALSE((*folder)->trash->folder.removeRecord("entry"));
+    EXPECT_TRUE(exists(m_trash + "/info/entry.trashinfo")) << "records in a stranger's folder";
+}
+
+TEST_F(TheTrashesOfAUser, AreOnEveryMountWhereTheyBelong) {
+    KESTRIN_REQUIRE_MOUNTS();
+    const TestVolume volume(TestVolume::Kind::Tmpfs, m_scratch / "disk");
+    const std::string user = std::to_string(kTestUser);
+    const std::string own = volume.mountPoint() + "/.Trash-" + user + "/files";
+    const std::string shared = volume.mountPoint() + "/.Trash/" + user + "/files";
+    const std::string other = volume.mountPoint() + "/.Trash-0/files";
+    for (const std::string& files : {own, shared, other})
+        makeFolder(files + "/folder");
+    const auto mounts = tableWith(volume.mountPoint());
+    ASSERT_EQ(mounts.size(), 1u);
+    EXPECT_EQ(refusal(own + "/folder/entry", mounts), 0);
+    EXPECT_EQ(refusal(own + "/folder/entry"), EINVAL) << "not in the table";
+    EXPECT_EQ(refusal(other + "/entry", mounts), EINVAL);
+    EXPECT_EQ(refusal(shared + "/entry", mounts), EPERM) << "not sticky";
+    ASSERT_EQ(chmod((volume.mountPoint() + "/.Trash").c_str(), 01777), 0);
+    EXPECT_EQ(refusal(shared + "/entry", mounts), 0);
+
+    auto served = mounts;
+    served[0].fileSystemType = "fuse.sshfs";
+    served[0].superOptions = {"rw", "user_id=1000"};
+    EXPECT_EQ(refusal(own + "/entry", served), EINVAL);
+    served[0].superOptions = {"rw", "user_id=0"};
+    EXPECT_EQ(refusal(own + "/entry", served), 0);
+}
+
+TEST_F(TheTrashesOfAUser, EndWhereSomethingIsMounted) {
+    KESTRIN_REQUIRE_MOUNTS();
+    const auto bind = [&](const std::string& what, const std::string& where) {
+        ASSERT_EQ(runAsRoot("mount --bind '" + what + "' '" + where + "'"), 0);
+    };
+    makeFolder(m_files + "/folder/bound/deep");
+    makeFolder(m_scratch / "outside/deep");
+    bind(m_scratch / "outside", m_files + "/folder/bound");
+    EXPECT_EQ(refusal(m_files + "/folder/bound/entry"), EXDEV);
+    EXPECT_EQ(refusal(m_files + "/folder/bound/deep/entry"), EXDEV);
+    EXPECT_EQ(refusal(m_files + "/folder/bound"), 0) << "the remover spares it";
+    bind(m_files, m_files);
+    EXPECT_EQ(refusal(m_files + "/folder/entry"), EXDEV);
+
+    // A table that names a mount which something else has covered since.
+    const TestVolume volume(TestVolume::Kind::Tmpfs, m_scratch / "disk");
+    const auto mounts = tableWith(volume.mountPoint());
+    const TestVolume cover(TestVolume::Kind::Tmpfs, m_scratch / "disk");
+    const std::string files =
+        volume.mountPoint() + "/.Trash-" + std::to_string(kTestUser) + "/files";
+    makeFolder(files);
+    EXPECT_EQ(refusal(files + "/entry", mounts), ESTALE);
+}
+
+TEST_F(TheTrashesOfAUser, AreDeeperThanAPathMayBe) {
+    const std::string name(200, 'n');
+    std::string path = m_files;
+    int folder = open(m_files.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    for (int level = 0; level < 60; ++level) {
+        path += "/" + name;
+        ASSERT_EQ(mkdirat(folder, name.c_str(), 0700), 0);
+        const int next = openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        close(folder);
+        folder = next;
+    }
+    struct stat status, found;
+    ASSERT_EQ(fstat(folder, &status), 0);
+    close(folder);
+    UserTrashes trashes(kTestUser, m_scratch / "home", {});
+    const auto deep = trashes.folderOf(path + "/entry", Locks::Keep);
+    ASSERT_TRUE(deep);
+    ASSERT_EQ(fstat((*deep)->descriptor(), &found), 0);
+    EXPECT_EQ(found.st_ino, status.st_ino);
+    EXPECT_EQ(refusal(path + path + "/entry"), ENOENT);
+}
+
+}  // namespace
+}  // namespace kestrin
