@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The main() of the tests that talk to the desktop: a screen in memory and a session bus of their
-// own.
+// The main() of the tests that talk to the desktop: a session bus of their own, and a screen in
+// memory or, with KESTRIN_TEST_ON_DISPLAY, an X11 display of their own.
 #include <grp.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -10,6 +10,7 @@
 
 #include "base/MainThread.h"
 #include "platform/ui/support/PrivateBus.h"
+#include "platform/ui/support/PrivateDisplay.h"
 #include "support/TestEnvironment.h"
 #include "support/WidgetPictures.h"
 
@@ -33,7 +34,11 @@ int main(int argc, char** argv) {
     kestrin::test::makePictureFolder();
     giveUpRoot();
     const kestrin::test::TestEnvironment environment;
+#ifdef KESTRIN_TEST_ON_DISPLAY
+    const kestrin::test::PrivateDisplay display;
+#else
     qputenv("QT_QPA_PLATFORM", "offscreen");
+#endif
     const kestrin::test::PrivateBus bus;
     QApplication application(argc, argv);
     QApplication::setPalette(kestrin::test::lightPalette());
