@@ -3,64 +3,14 @@
 
 #include <gtest/gtest.h>
 
-#include <QDBusMessage>
-#include <QObject>
-#include <QVariantMap>
-#include <optional>
-#include <vector>
-
+#include "platform/ui/support/NotificationService.h"
 #include "platform/ui/support/PrivateBus.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
 namespace {
 
-const QString kService = QStringLiteral("org.freedesktop.Notifications");
-const QString kPath = QStringLiteral("/org/freedesktop/Notifications");
-
-/// A desktop that shows one notification at a time.
-class Desktop : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
-
- public:
-    Desktop() {
-        QDBusConnection peer = test::PrivateBus::shared()->peer();
-        peer.registerObject(kPath, this, QDBusConnection::ExportScriptableInvokables);
-        EXPECT_TRUE(peer.registerService(kService));
-    }
-    ~Desktop() override {
-        QDBusConnection peer = test::PrivateBus::shared()->peer();
-        peer.unregisterService(kService);
-        peer.unregisterObject(kPath);
-    }
-
-    Q_SCRIPTABLE QStringList GetCapabilities() { return capabilities; }
-    Q_SCRIPTABLE uint Notify(const QString&, uint replaces, const QString&, const QString& summary,
-                             const QString& body, const QStringList& actions, const QVariantMap&,
-                             int) {
-        id = replaces != 0 ? replaces : id + 1;
-        texts.push_back(summary + QLatin1Char('|') + body + QLatin1Char('|') +
-                        actions.join(QLatin1Char(',')));
-        isShown = true;
-        return id;
-    }
-    Q_SCRIPTABLE void CloseNotification(uint closed) {
-        isShown = isShown && closed != id;
-        signal(QStringLiteral("NotificationClosed"), {closed, 3U});
-    }
-
-    void signal(const QString& name, const QVariantList& arguments) {
-        QDBusMessage message = QDBusMessage::createSignal(kPath, kService, name);
-        message.setArguments(arguments);
-        test::PrivateBus::shared()->peer().send(message);
-    }
-
-    QStringList capabilities{QStringLiteral("body-markup")};
-    QStringList texts;
-    uint id = 0;
-    bool isShown = false;
-};
+using test::NotificationService;
 
 DesktopNotification::Content content(const char* text) {
     return {QStringLiteral("Emptying"), QString::fromUtf8(text), QStringLiteral("Stop"), true};
@@ -68,7 +18,7 @@ DesktopNotification::Content content(const char* text) {
 
 TEST(DesktopNotification, ShowsChangesInPlaceAndCloses) {
     KESTRIN_REQUIRE_BUS();
-    Desktop desktop;
+    NotificationService desktop;
     DesktopNotification notification;
     // All before the first answer: only the first and the newest are worth showing.
     notification.show(content("1 & <b>"));
@@ -87,7 +37,7 @@ TEST(DesktopNotification, ShowsChangesInPlaceAndCloses) {
 
 TEST(DesktopNotification, ItsButtonCallsAndAnothersDoesNot) {
     KESTRIN_REQUIRE_BUS();
-    Desktop desktop;
+    NotificationService desktop;
     int pressed = 0;
     DesktopNotification notification([&pressed] { ++pressed; });
     notification.show(content("1"));
@@ -102,7 +52,7 @@ TEST(DesktopNotification, ItsButtonCallsAndAnothersDoesNot) {
 
 TEST(DesktopNotification, OneThatTheUserTookAwayComesBackForANewOccasionOnly) {
     KESTRIN_REQUIRE_BUS();
-    Desktop desktop;
+    NotificationService desktop;
     DesktopNotification notification;
     notification.show(content("1"));
     EXPECT_TRUE(test::waitFor([&] { return desktop.isShown; }));
@@ -121,7 +71,7 @@ TEST(DesktopNotification, OneThatTheUserTookAwayComesBackForANewOccasionOnly) {
 
 TEST(DesktopNotification, OneThatEndsBeforeTheAnswerIsStillTakenAway) {
     KESTRIN_REQUIRE_BUS();
-    Desktop desktop;
+    NotificationService desktop;
     {
         DesktopNotification notification;
         notification.show(content("1"));
@@ -136,12 +86,10 @@ TEST(DesktopNotification, WithoutAServiceNothingHappens) {
     notification.show(content("1"));
     test::waitFor([] { return false; }, 100);
     notification.close();
-    Desktop desktop;
+    NotificationService desktop;
     notification.show(content("2"));
     EXPECT_TRUE(test::waitFor([&] { return desktop.isShown; })) << "the service may come later";
 }
 
 }  // namespace
 }  // namespace kestrin
-
-#include "DesktopNotification_test.moc"

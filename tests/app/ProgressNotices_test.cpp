@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/ProgressNotices.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QGuiApplication>
+
+#include "base/StringTable.h"
+#include "platform/ui/support/LauncherDock.h"
+#include "platform/ui/support/NotificationService.h"
+#include "platform/ui/support/PrivateBus.h"
+#include "support/RecordingProgressView.h"
+#include "support/TestEnvironment.h"
+
+namespace kestrin {
+namespace {
+
+using test::waitFor;
+using ::testing::ElementsAre;
+
+class ProgressNoticesTest : public ::testing::Test {
+ protected:
+    void SetUp() override {
+        KESTRIN_REQUIRE_BUS();
+        m_desktop = std::make_unique<test::NotificationService>();
+        m_dock = std::make_unique<test::LauncherDock>();
+        m_notices = std::make_unique<ProgressNotices>(
+            m_record.factory()([] {}), [this] { return m_isInFront; }, m_texts,
+            [this] { ++m_stopped; });
+        m_notices->setMainText(QStringLiteral("Emptying all trashes"));
+    }
+    static void pass(int milliseconds) {
+        waitFor([] { return false; }, milliseconds);
+    }
+    bool isNotified() {
+        return waitFor([this] { return m_desktop->isShown; });
+    }
+    bool isTakenAway() {
+        return waitFor([this] { return !m_desktop->isShown; });
+    }
+    void putInFront(bool isInFront) {
+        m_isInFront = isInFront;
+        Q_EMIT qGuiApp->focusWindowChanged(nullptr);
+    }
+
+    test::ProgressRecord m_record;
+    StringTable m_texts{QStringLiteral("en")};
+    bool m_isInFront = false;
+    int m_stopped = 0;
+    std::unique_ptr<test::NotificationService> m_desktop;
+    std::unique_ptr<test::LauncherDock> m_dock;
+    std::unique_ptr<ProgressNotices> m_notices;
+};
+
+TEST_F(ProgressNoticesTest, TellOfTheEraseWhileItShowsAndNoLonger) {
+    m_notices->spinner().updateProgress(10);
+    putInFront(false);
+    pass(100);
+    EXPECT_TRUE(m_desktop->texts.isEmpty()) << "an erase that ends soon shows nothing at all";
+
+    m_notices->show();
+    EXPECT_TRUE(isNotified());
+    EXPECT_EQ(m_desktop->texts.back(),
+              QStringLiteral("Emptying all trashes||action,") + m_texts.text("stop_btn"));
+    m_notices->spinner().updateProgress(43.9);
+    EXPECT_TRUE(waitFor([this] { return m_dock->shown.size() == 1; }));
+    m_notices->close();
+    EXPECT_TRUE(isTakenAway());
+    EXPECT_TRUE(waitFor([this] { return m_dock->shown.size() == 2; }));
+    EXPECT_THAT(m_dock->shown, ElementsAre(0.43, -1.0));
+    EXPECT_EQ(m_record.closed, 1);
+
+    m_notices->spinner().updateProgress(100);
+    putInFront(false);
+    pass(100);
+    EXPECT_FALSE(m_desktop->isShown);
+    EXPECT_EQ(m_dock->shown.size(), 2u) << "late figures bring nothing back";
+}
+
+TEST_F(ProgressNoticesTest, TheNotificationMakesUpForAWindowThatIsNotSeen) {
+    int window = 0;
+    m_isInFront = true;
+    m_notices->showAsSheet(&window);
+    EXPECT_THAT(m_record.sheetParents, ElementsAre(&window));
+    pass(100);
+    EXPECT_TRUE(m_desktop->texts.isEmpty());
+    putInFront(false);
+    EXPECT_TRUE(isNotified());
+    putInFront(true);
+    EXPECT_TRUE(isTakenAway());
+    putInFront(false);
+    EXPECT_TRUE(isNotified());
+    m_notices.reset();
+    EXPECT_TRUE(isTakenAway()) << "also when the erase goes without a word";
+}
+
+TEST_F(ProgressNoticesTest, StopInTheNotificationStops) {
+    m_notices->show();
+    EXPECT_TRUE(isNotified());
+    pass(100);
+    m_desktop->signal(QStringLiteral("ActionInvoked"), {m_desktop->id, QStringLiteral("action")});
+    EXPECT_TRUE(waitFor([this] { return m_stopped == 1; }));
+}
+
+}  // namespace
+}  // namespace kestrin
