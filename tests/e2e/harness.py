@@ -444,6 +444,10 @@ class Terminal:
     def type(self, keys):
         os.write(self._master, keys)
 
+    def hides_input(self):
+        """Whether what is typed does not show, as with a password."""
+        return not termios.tcgetattr(self._master)[3] & termios.ECHO
+
     def end(self):
         """Waits for the program's end; answers its exit status."""
         self.read_until(lambda text: False)

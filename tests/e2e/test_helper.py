@@ -1,0 +1,274 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""What the user cannot remove goes by the real helper, over a system bus with the real policy service."""
+
+import os
+import shutil
+import signal
+import subprocess
+import sys
+import types
+
+import harness
+from harness import USER, EndToEndTest, Terminal, as_root, run_as_root, send
+
+sys.path.append(os.path.join(os.path.dirname(__file__), "../helper/service"))
+from helpertest import Agent  # noqa: E402  (after the path)
+from privatebus import SERVICE, PrivateBus  # noqa: E402
+
+HELPER = os.environ.get("KESTRIN_HELPER", "")
+ERASE = ("--locked=erase", "--forbidden=erase")
+
+
+class HelperTest(EndToEndTest):
+    """A machine on which the helper is installed."""
+
+    def setUp(self):
+        super().setUp()
+        self.environment.pop("DBUS_SYSTEM_BUS_ADDRESS")
+        self.lend("libkestrin_helper.so")
+        run_as_root("mount", "-t", "tmpfs", "-o", "mode=755", "none", "/usr/libexec")
+        self.helper = "/usr/libexec/com.quorvane.Kestrin3Helper"
+        self._undo.callback(self._undo_locks)
+
+    def lend(self, library):
+        """The program looks for its libraries beside itself."""
+        with as_root():
+            place = os.path.join(self.scratch, library.encode())
+            open(place, "wb").close()
+            run_as_root("mount", "--bind",
+                        os.path.join(os.path.dirname(harness.PROGRAM), library), place)
+
+    def start_bus(self, helper=None, answer=None, **options):
+        """`helper`: another program in its place. `answer`: the policy service's, by rule."""
+        folder = os.path.join(self.scratch, b"bus")
+        with as_root():
+            os.mkdir(folder, 0o755)
+            shutil.copy(helper or HELPER, self.helper)
+            os.chmod(self.helper, 0o755)
+        self.bus = PrivateBus(folder, self.helper, **options)
+        self._undo.callback(self.bus.stop)
+        if answer:
+            self.bus.allow(answer=answer)
+
+    def fake_helper(self, text):
+        """A shell script in the helper's place."""
+        path = os.path.join(self.scratch, b"fake")
+        with as_root():
+            with open(path, "w", encoding="utf-8") as file:
+                file.write("#!/bin/sh\n" + text)
+            os.chmod(path, 0o755)
+        return path
+
+    def fill(self):
+        """A locked file, a folder of root's with contents, and what the user can remove."""
+        self.locked = self.trash.file("locked", b"12345")
+        self.forbidden = self.trash.tree("forbidden")
+        self.plain = self.trash.file("plain", b"123")
+        run_as_root("chown", "-R", "0:0", self.forbidden)
+        run_as_root("chmod", "700", self.forbidden)
+        if not run_as_root("chattr", "+i", self.locked, check=False):
+            self.skipTest("the file system keeps no such attribute")
+
+    def _undo_locks(self):
+        run_as_root("chattr", "-R", "-i", self.trash.folder, check=False)
+
+    def stayed(self, run):
+        """Status 1, the plain file gone, the two others named and there."""
+        self.assertEqual(self.trash.names(), [b"forbidden", b"locked"], run)
+        self.assertEqual(self.trash.records(), [b"forbidden", b"locked"], run)
+        self.assertStayed(run, self.locked, "locked")
+        self.assertStayed(run, self.forbidden, "forbidden")
+        self.assertEqual(run.json["erasedCount"], 1)
+
+    def empty(self, *options, **rest):
+        return self.succeed("empty", "--yes", "--json", *ERASE, *options, **rest)
+
+
+class Authorised(HelperTest):
+    def test_locked_file_and_folder_of_root_go(self):
+        self.start_bus(answer="YES")
+        self.fill()
+        run = self.empty()
+        self.assertGone()
+        # The folder, its two files and its folder; the two others.
+        self.assertEqual(run.json, {"erasedCount": 6, "erasedSize": 5 + 3 + 10, "notErased": [],
+                                    "wasStoppedByUser": False, "dryRun": False})
+        self.assertEqual(run.err, b"")
+        lines = self.log_lines()[1:-2]
+        self.assertEqual([int(line.split(" ")[0]) for line in lines], [1, 2, 3, 4, 5, 6], lines)
+        named = {line.split(" ", 1)[1] for line in lines}
+        self.assertIn(os.fsdecode(self.locked), named)
+        self.assertIn(os.fsdecode(self.forbidden) + "/b/c", named)
+
+    def test_stays_away_when_nothing_needs_it(self):
+        self.start_bus(answer="YES")
+        self.trash.file("plain")
+        self.empty()
+        self.assertGone()
+        self.assertIsNone(self.bus.helper_process())
+
+    def test_many_forbidden_files_in_one_log_sequence(self):
+        self.start_bus(answer="YES")
+        top = self.trash.tree("tree", [f"{i // 100}/{i}" for i in range(3000)])
+        run_as_root("chown", "-R", "0:0", top)
+        run = self.empty()
+        self.assertGone()
+        self.assertEqual(run.json["erasedCount"], 3031)
+        numbers = [int(line.split(" ")[0].replace(",", "")) for line in self.log_lines()[1:-2]]
+        self.assertEqual(numbers, list(range(1, 3032)))
+
+    def test_killed_in_mid_command(self):
+        """What it did is counted and logged, what is left is named, and the user is told."""
+        self.start_bus(answer="YES")
+        top = self.trash.tree("tree", [f"{i // 100}/{i}" for i in range(10000)])
+        inner = os.path.join(top, b"0")
+        run_as_root("chown", "-R", "0:0", top)
+        self.bus.call(SERVICE, "/com/quorvane/Kestrin3Helper",
+                      "com.quorvane.Kestrin3.QVHelperToolProtocol.getVersion")
+        pid = self.bus.helper_process()
+        process = self.start("empty", "--yes", "--json", *ERASE)
+        with as_root():
+            while process.poll() is None and len(os.listdir(inner)) == 100:
+                pass
+            os.kill(pid, signal.SIGKILL)
+        run = self.finish(process)
+        self.assertEqual(run.status, 1, run)
+        self.assertIn(b"helper ended", run.err)
+        left = sum(len(files) for _, _, files in self.walk(top))
+        self.assertGreater(left, 0)
+        self.assertEqual(self.trash.records(), [b"tree"])
+        self.assertGreater(len(run.json["notErased"]), 0)
+        self.assertLessEqual(run.json["erasedCount"], 10101 - left)
+
+    @staticmethod
+    def walk(top):
+        with as_root():
+            return list(os.walk(top))
+
+
+class NotAuthorised(HelperTest):
+    def test_denied(self):
+        self.start_bus(answer="NO")
+        self.fill()
+        run = self.empty(status=1)
+        self.stayed(run)
+        self.assertIn(b"not authorized", run.err)
+
+    def test_nobody_to_ask(self):
+        """No agent, and no terminal for one."""
+        self.start_bus(answer="AUTH_ADMIN_KEEP")
+        self.fill()
+        run = self.empty(status=1)
+        self.stayed(run)
+        self.assertIn(b"not authorized", run.err)
+
+    def test_no_policy_service(self):
+        self.start_bus(policy=False)
+        self.fill()
+        self.stayed(self.empty(status=1))
+
+
+
+class WithAnAgent(HelperTest):
+    """A desktop asks for the administrator's password."""
+
+    def start_with_agent(self, answer):
+        self.start_bus(answer="AUTH_ADMIN_KEEP")
+        self.fill()
+        # The agent must know the process before that asks.
+        gate, opened = os.pipe()
+        command = " ".join([os.fsdecode(self.program), "empty --yes --json", *ERASE])
+        self.program = b"/bin/sh"
+        process = self.start("-c", "read line; exec " + command, stdin=gate)
+        agent = Agent(self, types.SimpleNamespace(pid=process.pid, user=USER), answer)
+        os.write(opened, b"\n")
+        self.assertEqual(agent.line(), "asked com.quorvane.kestrin-3.eraseAuthorized\n")
+        return process, agent
+
+    def test_accepted(self):
+        process, _ = self.start_with_agent("accept")
+        run = self.finish(process)
+        self.assertEqual(run.status, 0, run)
+        self.assertGone()
+
+    def test_cancelled(self):
+        process, _ = self.start_with_agent("cancel")
+        run = self.finish(process)
+        self.assertEqual(run.status, 1, run)
+        self.stayed(run)
+        self.assertIn(b"password was not entered", run.err)
+
+    def test_stop_takes_the_question_back(self):
+        process, agent = self.start_with_agent("wait")
+        send(process, signal.SIGINT)
+        self.assertEqual(agent.line(), "taken back\n")
+        run = self.finish(process, timeout=5)
+        self.assertEqual(run.status, 3, run)
+        self.assertEqual(self.trash.names(), [b"forbidden", b"locked"])
+
+
+class OnATerminal(HelperTest):
+    """The administrator's password is asked for where the command was typed."""
+
+    def setUp(self):
+        super().setUp()
+        harness.require("pkttyagent", "openssl")
+        self.start_bus(answer="AUTH_ADMIN_KEEP")
+        self.set_password()
+        self.fill()
+        self.terminal = Terminal(self, "empty", "--yes", *ERASE)
+        self.terminal.read_until(lambda text: b"Password:" in text and self.terminal.hides_input())
+
+    def set_password(self):
+        """Root's, in this test's own world."""
+        path = os.path.join(self.scratch, b"shadow")
+        with as_root():
+            word = subprocess.check_output(["openssl", "passwd", "-6", "secret"]).decode().strip()
+            with open(path, "w", encoding="ascii") as file:
+                file.write(f"root:{word}:19000:0:99999:7:::\n")
+            os.chmod(path, 0o600)
+        run_as_root("mount", "--bind", path, "/etc/shadow")
+
+    def test_the_right_password(self):
+        self.terminal.type(b"secret\n")
+        self.assertEqual(self.terminal.end(), 0, self.terminal.text)
+        self.assertGone()
+
+    def test_the_wrong_password(self):
+        self.terminal.type(b"wrong\n")
+        self.assertEqual(self.terminal.end(), 1, self.terminal.text)
+        self.assertEqual(self.trash.names(), [b"forbidden", b"locked"])
+
+    def test_interrupted(self):
+        self.terminal.type(b"\x03")
+        self.assertEqual(self.terminal.end(), 3, self.terminal.text)
+        self.assertEqual(self.trash.names(), [b"forbidden", b"locked"])
+
+
+class NotUsable(HelperTest):
+    def test_not_installed(self):
+        self.fill()
+        run = self.empty(status=1)
+        self.stayed(run)
+        self.assertIn(b"helper is not installed", run.err)
+
+    def test_no_bus(self):
+        self.start_bus()
+        self.bus.stop()
+        self.fill()
+        run = self.empty(status=1)
+        self.stayed(run)
+        self.assertIn(b"system bus", run.err)
+
+    def test_does_not_answer(self):
+        self.start_bus(helper=self.fake_helper("sleep 100\n"))
+        self.fill()
+        run = self.empty(status=1)
+        self.stayed(run)
+        self.assertIn(b"does not answer", run.err)
+        self.assertLess(run.seconds, 8 * harness.TIME_FACTOR)
+
+    def test_does_not_start(self):
+        self.start_bus(helper=self.fake_helper("exit 1\n"))
+        self.fill()
+        self.stayed(self.empty(status=1))
