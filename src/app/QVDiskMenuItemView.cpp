@@ -78,6 +78,10 @@ QVDiskMenuItemView::QVDiskMenuItemView(const DiskRowServices& services, QAction&
         setEnabled(m_action.isEnabled());
         updateColors();
     });
+    // Opened by a key, a menu makes its first entry the current one, but gives it no focus.
+    connect(&m_action, &QAction::hovered, this, [this] {
+        if (isVisible()) setFocus(Qt::OtherFocusReason);
+    });
 }
 
 QVDiskMenuItemView::~QVDiskMenuItemView() {
@@ -331,7 +335,8 @@ void QVDiskMenuItemView::updateColors() {
                           static_cast<QWidget*>(m_spinner)}) {
         part->setForegroundRole(role);
     }
-    if (!isLit) m_subName->setForegroundRole(QPalette::PlaceholderText);
+    // A style's dimmed text is not dimmed further where nothing can be chosen.
+    if (!isLit && isEnabled()) m_subName->setForegroundRole(QPalette::PlaceholderText);
     update();
 }
 

@@ -42,10 +42,14 @@ class StatusItem::Icon : public QObject {
     explicit Icon(QMenu& menu) : m_menu(menu) {
         updatePicture();
         m_tray.setContextMenu(&menu);
-        connect(&m_tray, &QSystemTrayIcon::activated, this,
-                [this](QSystemTrayIcon::ActivationReason reason) {
-                    if (reason == QSystemTrayIcon::Trigger) openMenu();
-                });
+        connect(
+            &m_tray, &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason reason) {
+                // The second of two quick clicks comes as a double click.
+                if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) {
+                    openMenu();
+                }
+            });
         menu.installEventFilter(this);
         m_tray.show();
     }
