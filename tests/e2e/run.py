@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Runs one end-to-end test, or lists them all:
+"""Runs one end-to-end test of the current folder, or lists them all:
     run.py --list
     run.py MODULE.CLASS.METHOD        with KESTRIN=/path/to/kestrin; exit status 77: skipped
 """
 
-import pathlib
+import os
 import sys
 import unittest
 
@@ -20,9 +20,9 @@ def all_tests(suite):
 
 
 def main():
+    sys.path.insert(0, os.getcwd())
     if sys.argv[1:] == ["--list"]:
-        folder = pathlib.Path(__file__).parent
-        print("\n".join(all_tests(unittest.TestLoader().discover(folder, "test_*.py"))))
+        print("\n".join(all_tests(unittest.TestLoader().discover(".", "test_*.py"))))
         return 0
     try:
         harness.enter_private_world()

@@ -1,0 +1,372 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""A desktop for the tests of the program in the status area.
+
+Beside what every end-to-end test has (see ../e2e/harness.py) a test gets a display, a session bus, a
+window manager and a tray of its own, all of them the real programs, run by the user of the test. It works
+the program by the mouse and the keyboard, looks at it as a screen reader does, and keeps a picture of
+every step. Nothing waits for a time to pass: every wait is for something to become so.
+"""
+
+import contextlib
+import os
+import re
+import shutil
+import subprocess
+import time
+
+import accessible
+from harness import (TIME_FACTOR, USER, EndToEndTest, TrashCan, _become, as_root, exists, require,
+                     run_as_root)
+
+PROGRAM = os.environ.get("KESTRIN", "")
+PICTURES = os.environ.get("KESTRIN_PICTURES", "")
+SCREEN = (1280, 800)
+# Of a colour that no window has.
+BACKGROUND_NAME, BACKGROUND = "#5a6b7b", "(90,107,123)"
+NEEDED = ("Xvfb", "openbox", "trayer", "xdotool", "scrot", "xwininfo", "xprop", "xsetroot",
+          "dbus-daemon",
+          "convert")
+EMPTY_ALL, DISKS, QUIT = "Empty All Trashes", "Empty Trash of Disk", "Quit Kestrin"
+
+
+class DesktopTest(EndToEndTest):
+    """A test with a desktop."""
+
+    def setUp(self):
+        require(*NEEDED)
+        accessible.require_bindings()
+        super().setUp()
+        self._pictures_taken = 0
+        self._is_failing = False
+        self._parts = {}
+        self.kestrin = self.app = None
+        self._show_library()
+        self.write_settings(show_install_helper_tool="true")
+        self.start_session()
+
+    def _show_library(self):
+        """The program's windows live in a library beside it; the address sanitizer does not look for it
+        there."""
+        self.environment["LD_LIBRARY_PATH"] = os.fsdecode(self.scratch)
+        library = os.path.join(self.scratch, b"libkestrin_app.so")
+        with as_root():
+            open(library, "wb").close()
+        run_as_root("mount", "--bind",
+                    os.path.join(os.path.dirname(PROGRAM), "libkestrin_app.so"), library)
+
+    def write_settings(self, **settings):
+        folder = os.path.join(self.home, b".config")
+        os.makedirs(folder, exist_ok=True)
+        with open(os.path.join(folder, b"com.quorvane.kestrin-3.conf"), "w") as file:
+            file.write("[General]\n" + "".join(f"{key}={settings[key]}\n" for key in settings))
+
+    # The desktop.
+
+    def start_session(self):
+        with as_root():
+            runtime = self.folder_of_user("run", 0o700)
+        self._bus_path = os.path.join(runtime, b"bus")
+        self.environment.update({
+            "XDG_RUNTIME_DIR": os.fsdecode(runtime), "QT_QPA_PLATFORM": "xcb",
+            "DBUS_SESSION_BUS_ADDRESS": "unix:path=" + os.fsdecode(self._bus_path),
+            "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"})
+        run_as_root("mkdir", "-p", "-m", "1777", "/tmp/.X11-unix")
+        self._start_display()
+        self._start_bus()
+        self.start_window_manager()
+        self.start_tray()
+
+    def _start_display(self):
+        reader, writer = os.pipe()
+        self.run_part("Xvfb", "-displayfd", str(writer), "-screen", "0",
+                      f"{SCREEN[0]}x{SCREEN[1]}x24", "-nolisten", "tcp", "-noreset",
+                      pass_fds=(writer,))
+        os.close(writer)
+        with os.fdopen(reader) as answer:
+            number = answer.readline().strip()
+        self.assertTrue(number, "the display did not start")
+        self.environment["DISPLAY"] = ":" + number
+        self.tool("xsetroot", "-solid", BACKGROUND_NAME)
+
+    def _start_bus(self):
+        address = self.environment["DBUS_SESSION_BUS_ADDRESS"]
+        self.run_part("dbus-daemon", "--session", "--nofork", "--nopidfile", "--address=" + address)
+        self.wait(lambda: exists(self._bus_path), "the session bus")
+        self.bus = accessible.AccessibilityBus(address)
+
+    def start_window_manager(self):
+        self.run_part("openbox", "--sm-disable")
+        self.wait(lambda: b"window id" in self.tool("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"),
+                  "the window manager")
+
+    def start_tray(self):
+        self.run_part("trayer", "--edge", "top", "--align", "right", "--widthtype", "request",
+                      "--height", "28", "--SetDockType", "true", "--expand", "true")
+        self.wait(lambda: b'"panel" "trayer"' in self.windows(), "the tray")
+
+    def run_part(self, *command, pass_fds=(), environment=None):
+        """Starts one of the desktop's programs; it ends with the test."""
+        name = os.path.basename(os.fsdecode(command[0]))
+        log = os.path.join(self.scratch, os.fsencode(name) + b".log")
+        with as_root(), open(log, "ab") as output:
+            process = subprocess.Popen(command, cwd="/", env=environment or self.environment,
+                                       stdin=subprocess.DEVNULL, stdout=output, stderr=output,
+                                       preexec_fn=lambda: _become(USER), pass_fds=pass_fds)
+        process.log = log
+        self._parts[name] = process
+        self._undo.callback(self._end_kindly, process)
+        return process
+
+    @staticmethod
+    def _end_kindly(process):
+        """A display that is killed leaves its lock behind."""
+        os.seteuid(0)
+        if process.poll() is not None:
+            return
+        process.terminate()
+        try:
+            process.wait(5 * TIME_FACTOR)
+        except subprocess.TimeoutExpired:
+            process.kill()
+            process.wait()
+
+    def kill_part(self, name):
+        """Takes one of the desktop's programs away, as its crash would."""
+        process = self._parts.pop(name)
+        with as_root():
+            process.kill()
+            process.wait()
+
+    def tool(self, *command):
+        """What a tool of the desktop prints."""
+        return self.run_as_user(*command, check=False, environment=self.environment)
+
+    def windows(self):
+        return self.tool("xwininfo", "-root", "-tree")
+
+    # The program.
+
+    def launch(self, *arguments, environment=None):
+        """Starts the program and waits for nothing."""
+        return self.run_part(self.program, *arguments, environment=environment)
+
+    def start_program(self, *arguments):
+        """Starts the program and waits until it can be worked with."""
+        self.kestrin = self.launch(*arguments)
+        self.app = self.wait(lambda: self.bus.program("kestrin"), "the program on the bus")
+        self.wait(self.icon_place, "the icon in the status area")
+
+    def wait(self, condition, what, timeout=30):
+        """Waits until `condition()` answers something; answers that."""
+        deadline = time.monotonic() + timeout * TIME_FACTOR
+        while not (answer := condition()):
+            if time.monotonic() > deadline:
+                self.fail(f"waited in vain for {what}\n{self.report()}")
+            time.sleep(0.01)
+        return answer
+
+    def wait_for_end(self, process=None, timeout=30):
+        """The exit status of the program."""
+        process = process or self.kestrin
+        self.wait(lambda: process.poll() is not None, "the end of the program", timeout)
+        return process.returncode
+
+    def assertRuns(self):
+        self.assertIsNone(self.kestrin.poll(), self.said())
+
+    def said(self):
+        """What the program wrote."""
+        if not self.kestrin:
+            return ""
+        with as_root(), open(self.kestrin.log, "rb") as log:
+            return log.read()[-4000:].decode(errors="replace")
+
+    def report(self):
+        """What is on the screen, for a failure."""
+        if PICTURES and not self._is_failing:
+            self._is_failing = True
+            with contextlib.suppress(AssertionError):
+                self.picture("failure")
+        seen = [*self.bus.popups(), *([self.app] if self.app else [])]
+        return "\n".join([line for node in seen for line in node.lines()] + [self.said()])
+
+    def tearDown(self):
+        """Nothing that the program wrote may be a complaint of a sanitizer or of the toolkit."""
+        said = self.said()
+        for complaint in ("Sanitizer", "runtime error", "QObject::", "QWidget::", "QPainter::"):
+            self.assertNotIn(complaint, said)
+
+    # Hands.
+
+    def xdotool(self, *arguments):
+        self.tool("xdotool", *map(str, arguments))
+
+    def key(self, *keys):
+        self.xdotool("key", *keys)
+
+    def point(self, place):
+        """Moves the pointer to the middle of a place or node; in two moves, as a hand does."""
+        x, y, width, height = getattr(place, "extents", place)
+        self.assertGreater(width * height, 0, f"{place} is nowhere")
+        x, y = x + width // 2, y + height // 2
+        self.xdotool("mousemove", x - 1, y, "mousemove", x, y)
+
+    def click(self, place, button=1):
+        self.point(place)
+        self.xdotool("click", button)
+
+    def icon_place(self):
+        """x, y, width, height of the icon in the tray; None while it is not there."""
+        in_tray = re.search(
+            rb'\n {12,}0x\w+ "Kestrin": \("kestrin" "kestrin"\)  (\d+)x(\d+)\S+  \+(\d+)\+(\d+)',
+            self.windows())
+        if not in_tray:
+            return None
+        width, height, x, y = map(int, in_tray.groups())
+        return x, y, width, height
+
+    def tool_tip(self):
+        """Whether one is shown: a window of the program's that no manager has put a frame around."""
+        return re.search(rb'\n {5}0x\w+ "Kestrin": \("kestrin" "kestrin"\)', self.windows())
+
+    # The menu.
+
+    def open_menu(self, button=1):
+        self.click(self.wait(self.icon_place, "the icon"), button)
+        return self.wait(self.menu, "the menu")
+
+    def menu(self):
+        return self.popup_with(EMPTY_ALL)
+
+    def open_disks(self):
+        """Opens the menu and in it that of the disks."""
+        self.point(self.open_menu().find("menu item", DISKS))
+        return self.wait(self.disks, "the menu of the disks")
+
+    def disks(self):
+        return self.popup_with(": ")
+
+    def popup_with(self, name):
+        return next((menu for menu in self.bus.popups()
+                     if any(re.search(name, item.name) for item in menu.children)), None)
+
+    def row(self, disk):
+        """The row of that disk; None while it is not shown."""
+        menu = self.disks()
+        return menu and menu.find("menu item", f"^{re.escape(disk)}: ")
+
+    def wait_for_row(self, disk, info):
+        """Waits until the row of the disk says that; answers the row."""
+        return self.wait(lambda: (row := self.row(disk)) and re.search(info, row.name) and row,
+                         f"the row “{disk}: {info}”")
+
+    def close_menus(self):
+        self.key("Escape")
+        self.key("Escape")
+        self.wait(lambda: not self.bus.popups(), "the menus to close")
+
+    def choose(self, name):
+        """Chooses an entry of the menu by the mouse."""
+        menu = self.menu() or self.open_menu()
+        self.click(menu.find("menu item", name))
+
+    # Windows.
+
+    def window(self, title):
+        """The window in which that stands; None while there is none."""
+        return next((window for window in self.app.children if window.find(name=title)), None)
+
+    def progress(self):
+        """The window of the erase that runs; None while there is none."""
+        return next((window for window in self.app.children if window.find("progress bar")), None)
+
+    def wait_for_window(self, title):
+        return self.wait(lambda: self.window(title), f"the window “{title}”")
+
+    def wait_for_text(self, window, text):
+        return self.wait(lambda: window.find(name=text), f"the text “{text}”")
+
+    def press(self, window, button):
+        """Presses a button by the mouse."""
+        self.click(self.wait(lambda: window.find("button", f"^{button}$"), f"the button {button}"))
+
+    def wait_until_gone(self, title):
+        self.wait(lambda: not self.window(title), f"the window “{title}” to go")
+
+    # Pictures.
+
+    def picture(self, step):
+        """Keeps what the screen shows."""
+        self._pictures_taken += 1
+        shot = os.path.join(os.fsdecode(self.home), "shot.png")
+        self.wait(lambda: self._takes_picture(shot), "the windows to be drawn")
+        folder = os.path.join(PICTURES, self.picture_folder())
+        with as_root():
+            os.makedirs(folder, exist_ok=True)
+            shutil.move(shot, os.path.join(folder, f"{self._pictures_taken:02}-{step}.png"))
+
+    def _takes_picture(self, shot):
+        """False while a window is on the screen that shows nothing but what is behind it."""
+        self.run_as_user("scrot", "-o", shot, environment=self.environment)
+        windows = [*self.bus.popups(), *(self.app.children if self.app else [])]
+        places = [window.extents for window in windows if window.extents[2] > 0]
+        spots = "".join(f"%[pixel:p{{{x + 3},{y + 3}}}]" for x, y, *_ in places)
+        return not places or BACKGROUND not in self.tool(
+            "convert", shot, "-depth", "8", "-format", spots, "info:").decode()
+
+    def picture_folder(self):
+        return self.id().split(".")[-1].removeprefix("test_")
+
+    # Volumes.
+
+    def gated(self, name):
+        """A volume that answers late while its gate is shut: its mount point and its trash."""
+        if not os.path.exists("/dev/fuse"):
+            self.skipTest("there is no /dev/fuse")
+        point = self.mount_point(name)
+        with as_root():
+            folder = self.folder_of_user("behind " + name)
+        gate = os.path.join(self.scratch, b"gate of " + os.fsencode(name))
+        process = self.run_as_root_in_background(
+            "/usr/bin/python3", "-B", os.path.join(os.path.dirname(__file__), "gated_volume.py"),
+            folder, point, gate)
+        self.wait(lambda: process.poll() is not None or os.path.ismount(point), "the volume")
+        if process.poll() is not None:
+            self.skipTest("python3-fusepy cannot mount here")
+        volume = GatedVolume(point, folder, gate, process)
+        self._undo.callback(volume.end)
+        return volume
+
+    @staticmethod
+    def run_as_root_in_background(*command):
+        return subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                                stderr=subprocess.DEVNULL, preexec_fn=lambda: _become(0))
+
+
+class GatedVolume:
+    """See gated_volume.py."""
+
+    def __init__(self, point, folder, gate, process):
+        self.point, self._gate, self._process = point, gate, process
+        # What it holds is made and looked at behind its back, which no gate shuts.
+        self.trash = TrashCan(os.path.join(folder, b".Trash-%d" % USER))
+
+    def shut(self, what=b"slow"):
+        with as_root():
+            with open(self._gate + b"~", "wb") as file:
+                file.write(what)
+            os.rename(self._gate + b"~", self._gate)
+
+    def open(self):
+        with as_root(), contextlib.suppress(FileNotFoundError):
+            os.unlink(self._gate)
+
+    def entries_left(self):
+        """How many entries the trash holds at every depth."""
+        with as_root():
+            return sum(len(folders) + len(files) for _, folders, files in os.walk(self.trash.files))
+
+    def end(self):
+        os.seteuid(0)
+        self._process.kill()
+        self._process.wait()
