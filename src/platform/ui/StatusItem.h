@@ -18,7 +18,12 @@ namespace kestrin {
 /// a host that draws menus itself (StatusNotifierItem) shows the texts of its actions, so every
 /// QWidgetAction needs a text() that says all, kept up to date. There aboutToHide() may never come.
 /// A host that goes away takes the icon with it and gets it back when it returns; neither that nor
-/// the loss of the session bus ends the program.
+/// the loss of the session bus ends the program, though a new bus does not bring the icon back: Qt
+/// keeps to the one that it found.
+///
+/// The icon's colour is the one that the panel tells (X11), or the panel's own where it draws icons
+/// by name; else it follows the application's palette, also when that changes. A dark panel in a
+/// light session that does neither cannot be told from a light one.
 class StatusItem {
  public:
     /// Calls `done(true)` as soon as a status area is there, from the event loop or at once, or

@@ -108,7 +108,10 @@ Drawing trashDrawing(bool isFull) {
         return isFull ? Drawing{*full, QStringLiteral("user-trash-full-symbolic")}
                       : Drawing{*empty, QStringLiteral("user-trash-symbolic")};
     }
-    return {picture(isFull ? "kestrin-trash-full-symbolic" : "kestrin-trash-empty-symbolic"), {}};
+    const char* own = isFull ? "kestrin-trash-full-symbolic" : "kestrin-trash-empty-symbolic";
+    // Installed, the own pair is the theme's, too, and a panel can draw it in its own colour.
+    const bool isInstalled = themeDrawing(own).has_value();
+    return {picture(own), isInstalled ? QLatin1String(own) : QString()};
 }
 
 }  // namespace

@@ -14,7 +14,8 @@ namespace kestrin {
 /// The bin of the status area, filled when `isFull`. A one-colour drawing, light where the panel
 /// behind it is dark. The theme's "user-trash-symbolic" and "user-trash-full-symbolic" when it has
 /// both, else the own pair. Sharp at every size and scale. name() is the theme's name, by which a
-/// host that draws icons itself finds its own colour; empty for the own drawing.
+/// host that draws icons itself finds its own colour; empty for an own drawing that is not
+/// installed.
 QIcon trashIcon(bool isFull, bool isDark);
 
 /// The same in the colour that a panel says it writes in.

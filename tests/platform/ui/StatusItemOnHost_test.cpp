@@ -2,6 +2,7 @@
 // The icon on a desktop that draws icons and menus itself (StatusNotifierItem).
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QDBusArgument>
 #include <QDBusContext>
 #include <QDBusMessage>
@@ -17,6 +18,7 @@
 #include "platform/ui/support/PrivateBus.h"
 #include "platform/ui/support/PrivateDisplay.h"
 #include "support/TestEnvironment.h"
+#include "support/WidgetPictures.h"
 
 namespace kestrin {
 namespace {
@@ -125,6 +127,23 @@ class StatusItemOnHost : public ::testing::Test {
         fields >> title;
         return title;
     }
+    /// The lightness of the most visible pixel of the icon that the panel gets, 0 to 255.
+    int lightness() {
+        const auto pictures = property(QStringLiteral("IconPixmap")).value<QDBusArgument>();
+        int width = 0;
+        int height = 0;
+        QByteArray bytes;
+        pictures.beginArray();
+        pictures.beginStructure();
+        pictures >> width >> height >> bytes;
+        // Four bytes a pixel: alpha, red, green, blue.
+        int mostVisible = 0;
+        for (int at = 0; at + 3 < bytes.size(); at += 4) {
+            const auto alpha = [&](int pixel) { return static_cast<uchar>(bytes[pixel]); };
+            if (alpha(at) > alpha(mostVisible)) mostVisible = at;
+        }
+        return static_cast<uchar>(bytes[mostVisible + 1]);
+    }
     /// The identifier and the text of the menu's first entry, as a panel would draw it.
     std::pair<int, QString> firstEntry() {
         const QDBusMessage answer =
@@ -156,6 +175,15 @@ TEST_F(StatusItemOnHost, ShowsItsStateAndItsToolTip) {
     EXPECT_EQ(toolTip(), QStringLiteral("3 trashes"));
     m_item->setTrashIsFull(true);
     EXPECT_TRUE(test::waitFor([&] { return heard.icons == 1; }));
+}
+
+TEST_F(StatusItemOnHost, StaysVisibleWhenTheDesktopTurnsDark) {
+    QApplication::setPalette(test::lightPalette());
+    EXPECT_TRUE(test::waitFor([this] { return lightness() < 100; }));
+    QApplication::setPalette(test::darkPalette());
+    EXPECT_TRUE(test::waitFor([this] { return lightness() > 200; }));
+    QApplication::setPalette(test::lightPalette());
+    EXPECT_TRUE(test::waitFor([this] { return lightness() < 100; }));
 }
 
 TEST_F(StatusItemOnHost, ItsMenuWorksDrawnByThePanelAndByItself) {

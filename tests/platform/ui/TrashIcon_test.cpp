@@ -81,6 +81,9 @@ TEST_F(TrashIcon, TheThemesDrawingsAreUsedAsAPairOnly) {
 
     test::writeFile(places + "user-trash-full-symbolic.svg", "<svg");
     EXPECT_TRUE(trashIcon(true, false).name().isEmpty());
+    test::writeFile(places + "kestrin-trash-full-symbolic.svg", square + "16'/></svg>");
+    EXPECT_EQ(trashIcon(true, false).name(), QStringLiteral("kestrin-trash-full-symbolic"))
+        << "the own pair where it is installed";
 }
 
 /// All pictures on one sheet, for people to look at.
