@@ -173,10 +173,8 @@ class HelperTest(EndToEndTest):
         folder = os.path.join(self.scratch, b"bus")
         with as_root():
             os.mkdir(folder, 0o755)
-        self.bus = PrivateBus(folder, self.program, self.idle_seconds)
+        self.bus = PrivateBus(folder, self.program, self.idle_seconds, answer=self.rule)
         self._undo.callback(self.bus.stop)
-        if self.rule:
-            self.bus.allow(answer=self.rule)
 
     def caller(self, user=USER):
         return Caller(self, user)
@@ -187,7 +185,10 @@ class HelperTest(EndToEndTest):
     def forbidden(self, name, entries=("a", "b/c")):
         """A trashed folder of root's, which the user cannot empty; answers its path."""
         top = self.trash.tree(name, entries)
-        self.as_root("chown", "-R", "0:0", top)
+        with as_root():
+            for folder, folders, files in os.walk(top):
+                for path in (b"", *folders, *files):
+                    os.chown(os.path.join(folder, path), 0, 0)
         return top
 
     def locked(self, path, attribute="+i"):
@@ -204,6 +205,11 @@ class HelperTest(EndToEndTest):
         found = harness.listing(self.scratch, times="mc")
         log = os.path.join(self.scratch, b"bus/bus.log")
         return {path: facts for path, facts in found.items() if path != log}
+
+    def peak_memory(self):
+        """Bytes of the helper at their most."""
+        with open(f"/proc/{self.bus.helper_process()}/status", encoding="ascii") as file:
+            return next(int(line.split()[1]) * 1024 for line in file if line.startswith("VmHWM"))
 
     def assertAlive(self):
         self.assertEqual(self.caller().version(), ["2.0.0"])

@@ -51,15 +51,18 @@ RULE = """polkit.addRule(function(action, subject) {
 
 class PrivateBus:
     """Starts the bus. `folder` is a scratch folder that others may read; `helper` the program, None for
-    a machine without it; `policy` False for one without the policy service."""
+    a machine without it; `policy` False for one without the policy service. `answer` is an
+    administrator's rule for the user: YES, NO, AUTH_ADMIN_KEEP; see polkit(8)."""
 
-    def __init__(self, folder, helper, idle_seconds=60, policy=True):
+    def __init__(self, folder, helper, idle_seconds=60, policy=True, answer=None):
         harness.require("dbus-daemon")
         self.folder = os.fsdecode(folder)
         self._processes = []
         self.log = os.path.join(self.folder, "bus.log")
         with harness.as_root():
             self._prepare(helper, idle_seconds)
+            if answer:
+                self._write("rules/10-test.rules", RULE % (ACTION, "kestrin-e2e", answer))
             self.daemon = self._start("dbus-daemon", f"--config-file={self.folder}/bus.conf",
                                       "--nofork", "--nopidfile")
         self._wait(lambda: os.path.exists(SOCKET), "the bus")
@@ -103,17 +106,6 @@ class PrivateBus:
         with harness.as_root():
             self.policy = self._start(POLKITD, "--no-debug")
         self._wait(lambda: self.owner("org.freedesktop.PolicyKit1"), "the policy service")
-
-    def allow(self, user="kestrin-e2e", answer="YES"):
-        """A rule of the administrator: YES, NO, AUTH_ADMIN_KEEP; see polkit(8). In force at once."""
-        with harness.as_root():
-            self._write("rules/10-test.rules", RULE % (ACTION, user, answer))
-        # The policy service reads its rules a moment after they changed, and tells the log.
-        self._wait(lambda: self._compiled_rules(answer), "the rule")
-
-    def _compiled_rules(self, answer):
-        time.sleep(1.2)
-        return True
 
     def owner(self, name):
         """The unique name behind a bus name; None when nobody has it."""

@@ -2,15 +2,18 @@
 """What the helper does for a program that is authorised."""
 
 import os
+import time
 
-from helpertest import HelperTest
+import harness
+from caller import form
+from helpertest import BUSY, CANCELLED, DENIED, INVALID, Agent, HelperTest, TrashCan, items_xml
 
 
 class ACommand(HelperTest):
     def test_erases_what_the_user_cannot(self):
         locked = self.locked(self.trash.file("locked", b"12345"))
         forbidden = self.forbidden("forbidden")
-        kept = self.trash.file("kept")
+        self.trash.file("kept")
         caller = self.caller()
         self.assertEqual(caller.erase(unlock=[locked], permissions=[forbidden], size=100, count=7), 0)
         self.assertEqual(self.trash.names(), [b"kept"])
@@ -19,4 +22,232 @@ class ACommand(HelperTest):
             [locked, forbidden, *(os.path.join(forbidden, name) for name in (b"a", b"b", b"b/c"))]))
         self.assertEqual([item[0] for item in caller.items], [8, 9, 10, 11, 12])
         self.assertEqual(caller.items[-1][1], 115)
-        self.assertTrue(os.path.exists(kept))
+
+    def test_works_on_every_volume_with_any_name(self):
+        shared = self.ext4("Shared")
+        with harness.as_root():
+            os.mkdir(os.path.join(shared, b".Trash"))
+            os.chmod(os.path.join(shared, b".Trash"), 0o1777)
+        cans = [TrashCan(os.path.join(shared, b".Trash/%d" % harness.USER)),
+                self.volume_trash(shared), self.volume_trash(self.tmpfs(self.mount_point("Memory")))]
+        paths = []
+        for can in cans:
+            path = can.tree(b"\xff %2f\n<&>", ["a"])
+            self.as_root("chown", "-R", "0:0", path)
+            paths.append(path)
+        caller = self.caller()
+        self.assertEqual(caller.erase(permissions=paths), 0)
+        for can in cans:
+            self.assertGone(can)
+        self.assertEqual({os.path.dirname(path) for path in caller.paths()} - {can.files for can in cans},
+                         set(paths))
+
+    def test_erases_locked_entries_in_folders_that_stay(self):
+        top = self.trash.tree("top", ["gone", "kept"])
+        inner = os.path.join(top, b"gone")
+        for path in (inner, top):
+            self.locked(path)
+        caller = self.caller()
+        self.assertEqual(caller.erase(unlock=[inner], folders=[top]), 0)
+        self.assertEqual(os.listdir(top), [b"kept"])
+        with self.assertRaises(PermissionError):
+            os.unlink(os.path.join(top, b"kept"))  # the folder is locked again
+
+    def test_removes_folders_that_became_empty(self):
+        top = self.trash.tree("top", ["kept/a", "deep/er/b"])
+        folder = os.path.join(top, b"deep/er")
+        self.as_root("chown", "0:0", folder)
+        caller = self.caller()
+        left = caller.erase(permissions=[os.path.join(folder, b"b")],
+                            folders=[top, os.path.dirname(folder), folder])
+        self.assertEqual(left, 0)
+        self.assertEqual(os.listdir(top), [b"kept"])
+        self.assertEqual([item[2] for item in caller.items], [5, 0, 0])
+        self.assertEqual(self.trash.records(), [b"top"])
+
+    def test_unlocks_entries(self):
+        locked = self.locked(self.trash.file("locked"))
+        paths = [harness.url_of(path)[len("file://"):] for path in (locked, self.outside)]
+        reply = self.caller().call("unlockItems", "(as)", paths)
+        self.assertEqual(reply["values"], [paths[:1]])
+        os.unlink(locked)
+
+    def test_tells_much_in_few_messages(self):
+        names = [f"d{folder}/f{file}" for folder in range(20) for file in range(250)]
+        top = self.forbidden("top", names)
+        caller = self.caller()
+        began = time.monotonic()
+        self.assertEqual(caller.erase(permissions=[top]), 0)
+        seconds = time.monotonic() - began
+        self.assertEqual(len(caller.items), 5021)
+        self.assertEqual([item[0] for item in caller.items], list(range(1, 5022)))
+        self.assertLess(caller.batches, 10 + 100 * seconds)
+        self.assertGone()
+
+    def test_goes_one_after_the_other(self):
+        tops = [self.forbidden(f"top{number}", [f"f{file}" for file in range(2000)])
+                for number in range(2)]
+        callers = [self.caller(), self.caller()]
+        tags = [caller.send_erase(items_xml(permissions=[top])) for caller, top in zip(callers, tops)]
+        second = callers[0].send_erase(items_xml(permissions=[tops[1]]))
+        self.assertEqual(callers[0].reply(second)["error"], BUSY)
+        for caller, tag in zip(callers, tags):
+            self.assertIsNone(caller.reply(tag)["error"])
+            self.assertEqual(caller.end(), 0)
+            self.assertEqual(len(caller.items), 2001)
+        self.assertGone()
+        # Free again as soon as the end was told.
+        self.assertEqual(callers[0].erase(permissions=[self.forbidden("more")]), 0)
+
+    def test_is_stopped_before_it_begins(self):
+        paths = [self.forbidden(f"top{number}", ["a"]) for number in range(20)]
+        caller = self.caller()
+        caller.send("setStoppedByUser", "(b)", True)  # of no command
+        tag = caller.send_erase(items_xml(permissions=paths))
+        caller.send("setStoppedByUser", "(b)", False)
+        for _ in range(500):  # a storm
+            caller.send("setStoppedByUser", "(b)", True)
+        self.assertIsNone(caller.reply(tag)["error"])
+        self.assertEqual(caller.end(), 20)
+        self.assertEqual(caller.items, [])
+        other = self.caller()
+        for _ in range(500):  # of somebody else's command
+            other.send("setStoppedByUser", "(b)", True)
+        self.assertEqual(caller.erase(permissions=paths), 0)
+
+
+class TheQuestion(HelperTest):
+    rule = None
+
+    def erase(self, answer, interactive=True):
+        caller = self.caller()
+        agent = Agent(self, caller, answer) if answer else None
+        tag = caller.send_erase(items_xml(permissions=[self.path]), interactive=interactive)
+        return caller, agent, tag
+
+    def setUp(self):
+        super().setUp()
+        self.path = self.forbidden("top")
+
+    def test_is_put_once_and_kept(self):
+        caller, agent, tag = self.erase("accept")
+        self.assertIsNone(caller.reply(tag)["error"])
+        self.assertEqual(agent.line(), "asked com.quorvane.kestrin-3.eraseAuthorized\n")
+        self.assertEqual(caller.end(), 0)
+        agent.kill()
+        self.assertEqual(caller.erase(permissions=[self.forbidden("again")], interactive=True), 0)
+        self.assertGone()
+
+    def test_refuses_when_it_is_not_answered_with_yes(self):
+        before = self.everything()
+        for answer, error in (("cancel", CANCELLED), ("deny", DENIED), (None, DENIED)):
+            caller, _, tag = self.erase(answer)
+            self.assertEqual(caller.reply(tag)["error"], error, answer)
+            reply = caller.call("unlockItems", "(as)", [harness.url_of(self.path)[7:]])
+            self.assertEqual(reply["error"], DENIED)
+        self.assertEqual(self.everything(), before)
+
+    def test_is_not_put_to_a_user_who_must_not_be_asked(self):
+        caller, agent, tag = self.erase("accept", interactive=False)
+        self.assertEqual(caller.reply(tag)["error"], DENIED)
+        self.assertTrue(agent.lines.empty())
+
+    def test_is_taken_back_when_the_caller_leaves(self):
+        before = self.everything()
+        caller, agent, _ = self.erase("wait")
+        self.assertTrue(agent.line().startswith("asked"))
+        self.assertEqual(self.caller().version(), ["2.0.0"])  # others are served meanwhile
+        caller.kill()
+        self.assertEqual(agent.line(), "taken back\n")
+        self.assertAlive()
+        self.assertEqual(self.everything(), before)
+
+
+class ItsLife(HelperTest):
+    idle_seconds = 2
+
+    def test_begins_on_demand_and_ends_when_idle(self):
+        self.assertIsNone(self.bus.helper_process())
+        caller = self.caller()
+        self.assertEqual(caller.version(), ["2.0.0"])
+        first = self.bus.helper_process()
+        self.assertTrue(first)
+        deadline = time.monotonic() + 20 * harness.TIME_FACTOR
+        while self.bus.helper_process():
+            self.assertLess(time.monotonic(), deadline)
+            time.sleep(0.1)
+        self.assertEqual(caller.version(), ["2.0.0"])
+        self.assertNotEqual(self.bus.helper_process(), first)
+
+    def test_lasts_as_long_as_a_command(self):
+        top = self.forbidden("top", [f"f{file}" for file in range(20)])
+        caller = self.caller()
+        caller.order(do="answer", answers=False)
+        caller.reply(caller.send_erase(items_xml(permissions=[top])))
+        self.assertEqual(caller.end(), 0)
+        self.assertAlive()
+
+    def test_gives_up_all_rights_but_a_few(self):
+        self.assertAlive()
+        with open(f"/proc/{self.bus.helper_process()}/status", encoding="ascii") as file:
+            status = dict(line.rstrip("\n").split(":\t", 1) for line in file)
+        # CHOWN, DAC_OVERRIDE, DAC_READ_SEARCH, FOWNER, LINUX_IMMUTABLE
+        expected = 1 << 0 | 1 << 1 | 1 << 2 | 1 << 3 | 1 << 9
+        self.assertEqual(int(status["CapEff"], 16), expected)
+        self.assertEqual(int(status["CapBnd"], 16), expected)
+        self.assertEqual(status["NoNewPrivs"].strip(), "1")
+        self.assertEqual(status["Umask"].strip(), "0077")
+
+    def test_is_not_started_by_hand(self):
+        self.assertAlive()
+        run = self.run_program()
+        self.assertEqual((run.status, run.out), (1, b""))
+        self.assertIn(b"must be started as root", run.err)
+        self.assertEqual(self.run_program("--version").out, b"2.0.0\n")
+        self.assertEqual(self.run_program("--other").status, 2)
+        self.assertFalse(harness.run_as_root(self.program, check=False), "the name is taken")
+
+    def test_ends_in_order_when_told_to(self):
+        top = self.forbidden("top", [f"f{file}" for file in range(20000)])
+        self.locked(top)
+        caller = self.caller()
+        caller.reply(caller.send_erase(items_xml(permissions=[top])))
+        self.as_root("kill", str(self.bus.helper_process()))
+        self.assertEqual(caller.end(), 1 if os.path.exists(top) else 0)
+        if os.path.exists(top):
+            self.assertFalse(harness.run_as_root("rmdir", top, check=False))
+            self.assertIn("i", self.attributes(top))
+
+    def attributes(self, path):
+        return self.run_as_user("lsattr", "-d", path).split()[0].decode()
+
+
+class WithoutPolicy(HelperTest):
+    def test_nothing_is_authorised(self):
+        before = self.everything()
+        with harness.as_root():
+            self.bus.policy.kill()
+            self.bus.policy.wait()
+        caller = self.caller()
+        reply = caller.reply(caller.send_erase(items_xml(permissions=[self.forbidden("top")])))
+        self.assertEqual(reply["error"], DENIED)
+        self.assertTrue(set(before) <= set(self.everything()))
+        self.assertEqual(caller.version(), ["2.0.0"])
+
+
+class TheForm(HelperTest):
+    def test_of_an_authorization_is_checked_first(self):
+        self.forbidden("top")
+        before = self.everything()
+        other = self.caller()
+        caller = self.caller()
+        xml = items_xml(permissions=[self.trash.path("top")])
+        for authorization in (
+                b"", bytes(32), form(caller.pid, harness.USER)[:31],
+                form(caller.pid, harness.USER) + b"x", form(other.pid, harness.USER),
+                form(caller.pid, 0), form(1, 0),
+                form(caller.pid, harness.USER, start=1), b"\xff" * 32):
+            reply = caller.reply(caller.send_erase(xml, authorization))
+            self.assertEqual(reply["error"], INVALID, authorization.hex())
+        self.assertEqual(self.everything(), before)
+        self.assertEqual(caller.erase(xml), 0)

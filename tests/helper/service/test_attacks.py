@@ -1,0 +1,319 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""A hostile program that an administrator let through: it gets what lies in its user's trash, and
+nothing else. After every attack all that must stay is compared with modes, times and contents, and the
+helper answers."""
+
+import os
+import plistlib
+import signal
+
+import harness
+from harness import OTHER_USER, USER, TrashCan
+from helpertest import INVALID, HelperTest, encoded, items_xml
+
+MEGABYTE = 1 << 20
+NO_PATHS = plistlib.dumps({"unlockItems": [], "permissionsItems": []})
+
+
+class Attack(HelperTest):
+    def setUp(self):
+        super().setUp()
+        # What root alone may touch.
+        self.secret = os.path.join(self.scratch, b"secret")
+        with harness.as_root():
+            os.mkdir(self.secret)
+            for name in (b"shadow", b"folder/file"):
+                os.makedirs(os.path.dirname(os.path.join(self.secret, name)), exist_ok=True)
+                with open(os.path.join(self.secret, name), "wb") as file:
+                    file.write(b"root's own")
+            os.chmod(os.path.join(self.secret, b"shadow"), 0o600)
+        self.secret_file = os.path.join(self.secret, b"shadow")
+
+    def assertRefused(self, *paths):
+        """None of these goes, whichever way it is asked for, and nothing changes."""
+        self.assertAlive()
+        before = self.everything()
+        caller = self.caller()
+        self.assertEqual(caller.erase(unlock=paths), len(set(paths)))
+        self.assertEqual(caller.erase(permissions=paths), len(set(paths)))
+        caller.erase(folders=paths)
+        reply = caller.call("unlockItems", "(as)", [encoded(path) for path in paths])
+        self.assertEqual(reply["values"], [[]])
+        self.assertEqual(caller.items, [])
+        self.assertEqual(self.everything(), before)
+        self.assertAlive()
+
+    def keeping(self, folders, erase):
+        """Runs `erase`; what is in these folders must not change. They themselves may."""
+        before = {folder: harness.listing(folder, times="mc") for folder in folders}
+        erase()
+        for folder, found in before.items():
+            self.assertEqual(harness.listing(folder, times="mc"), found)
+        self.assertAlive()
+
+
+class APath(Attack):
+    def test_outside_of_any_trash(self):
+        self.assertRefused(
+            self.secret_file, self.secret, os.path.join(self.outside, b"file"), b"/", b"/etc/passwd",
+            self.home, self.trash.folder, self.trash.files, self.trash.info,
+            self.trash.record_path("x"), self.trash.files + b"/", b"/proc/self/cwd/etc/passwd",
+            os.path.join(self.home, b".local/share/Trash-2/files/x"))
+
+    def test_into_the_trash_of_another_user(self):
+        volume = self.tmpfs(self.mount_point("Disk"), "mode=1777")
+        with harness.as_root():
+            os.mkdir(os.path.join(volume, b".Trash"))
+            os.chmod(os.path.join(volume, b".Trash"), 0o1777)
+            cans = [TrashCan(os.path.join(volume, b".Trash-%d" % OTHER_USER)),
+                    TrashCan(os.path.join(volume, b".Trash/%d" % OTHER_USER)),
+                    TrashCan(os.path.join(volume, b".Trash-0"))]
+            paths = [can.file("file") for can in cans]
+            for can in cans[:2]:
+                self.as_root("chown", "-R", f"{OTHER_USER}:{OTHER_USER}", can.folder)
+        before = harness.listing(volume, times="mc")
+        self.assertRefused(*paths)
+        self.assertEqual(harness.listing(volume, times="mc"), before)
+        # Nor by a trash folder that only has the user's name.
+        with harness.as_root():
+            os.rename(cans[0].folder, self.volume_trash_path(volume))
+        self.assertRefused(os.path.join(self.volume_trash_path(volume), b"files/file"))
+
+    @staticmethod
+    def volume_trash_path(volume):
+        return os.path.join(volume, b".Trash-%d" % USER)
+
+    def test_that_needs_interpreting(self):
+        self.trash.tree("entry")
+        files = self.trash.files
+        self.assertRefused(
+            files + b"/../../../../../secret/shadow", files + b"/entry/../../info",
+            files + b"/entry/..", files + b"/entry/.", files + b"/./entry", files + b"//entry",
+            files + b"/entry/", files + b"/entry//a", b"/" + files + b"/entry",
+            os.path.relpath(files, b"/") + b"/entry", b"entry", b".", b"..", b"./entry",
+            files + b"/" + b"n" * 256, os.path.join(self.home, b"../home/.local/share/Trash/files/entry"))
+
+    def test_with_a_link_at_each_component(self):
+        top = self.trash.tree("entry", ["real/file"])
+        os.symlink(self.secret, os.path.join(top, b"out"))
+        os.symlink(b"real", os.path.join(top, b"in"))
+        os.symlink(self.secret, self.trash.path("top"))
+        self.assertRefused(
+            os.path.join(top, b"out/shadow"), os.path.join(top, b"out/folder/file"),
+            os.path.join(top, b"in/file"), self.trash.path("top/shadow"))
+        for part in (b".local", b".local/share", b".local/share/Trash", b".local/share/Trash/files"):
+            place = os.path.join(self.home, part)
+            os.rename(place, self.home + b"/aside")
+            os.symlink(self.home + b"/aside", place)
+            self.assertRefused(os.path.join(top, b"real/file"))
+            os.unlink(place)
+            os.rename(self.home + b"/aside", place)
+        # The links themselves are entries like any other.
+        def erase():
+            self.assertEqual(self.caller().erase(permissions=[top], unlock=[self.trash.path("top")]), 0)
+        self.keeping([self.secret], erase)
+        self.assertEqual(self.trash.names(), [])
+
+    def test_to_other_names_of_a_file(self):
+        with harness.as_root():
+            os.link(self.secret_file, self.trash.path("name"))
+            os.mkdir(self.trash.path("tree"))
+            os.link(self.secret_file, self.trash.path("tree/name"))
+        self.locked(self.secret_file)
+        caller = self.caller()
+        self.assertEqual(caller.erase(unlock=[self.trash.path("name")],
+                                      permissions=[self.trash.path("tree")]), 0)
+        self.assertEqual(self.trash.names(), [])
+        with harness.as_root():
+            self.assertEqual(os.stat(self.secret_file).st_nlink, 1)
+            with open(self.secret_file, "rb") as file:
+                self.assertEqual(file.read(), b"root's own")
+            with self.assertRaises(PermissionError):
+                os.unlink(self.secret_file)  # locked as before
+
+    def test_into_what_is_mounted_there(self):
+        top = self.trash.tree("entry", ["file", "bound/x", "mounted/x", "bound-file"])
+        point = lambda name: os.path.join(top, name)
+        self.as_root("mount", "--bind", self.secret, point(b"bound"))
+        self.as_root("mount", "-t", "tmpfs", "none", point(b"mounted"))
+        self.as_root("mount", "--bind", self.secret_file, point(b"bound-file"))
+        with harness.as_root():
+            with open(point(b"mounted/precious"), "wb"):
+                pass
+        self.assertRefused(point(b"bound/shadow"), point(b"bound/folder/file"), point(b"mounted/precious"),
+                           point(b"bound"), point(b"mounted"), point(b"bound-file"))
+        def erase():
+            self.assertEqual(self.caller().erase(permissions=[top]), 1)
+        self.keeping([self.secret, point(b"mounted")], erase)
+        self.assertEqual(sorted(os.listdir(top)), [b"bound", b"bound-file", b"mounted"])
+
+    def test_to_devices_and_pipes(self):
+        with harness.as_root():
+            os.mknod(self.trash.path("null"), 0o020666, os.makedev(1, 3))
+            os.mkfifo(self.trash.path("pipe"))
+        caller = self.caller()
+        paths = [encoded(self.trash.path(name)) for name in ("null", "pipe")]
+        self.assertEqual(caller.call("unlockItems", "(as)", paths)["values"], [paths])
+        self.assertEqual(
+            caller.erase(unlock=[self.trash.path("null")], permissions=[self.trash.path("pipe")]), 0)
+        self.assertEqual(self.trash.names(), [])
+
+    def test_of_4096_components(self):
+        top = self.trash.path("deep")
+        path = top
+        os.mkdir(top)
+        folder = os.open(top, os.O_RDONLY)
+        for _ in range(4095):
+            os.mkdir(b"d", dir_fd=folder)
+            inner = os.open(b"d", os.O_RDONLY, dir_fd=folder)
+            os.close(folder)
+            folder, path = inner, path + b"/" + b"d"
+        os.close(os.open(b"file", os.O_CREAT | os.O_WRONLY, dir_fd=folder))
+        with harness.as_root():
+            os.chown(".", 0, 0, dir_fd=folder)
+        os.close(folder)
+        caller = self.caller()
+        self.assertEqual(caller.erase(permissions=[path + b"/file"], folders=[path]), 0)
+        self.assertEqual(caller.paths(), [path + b"/file", path])
+        self.assertEqual(caller.erase(permissions=[path, path + b"/absent", top]), 0)
+        self.assertGone()
+
+    def test_that_is_exchanged_with_a_link_meanwhile(self):
+        """The rounds by the thousand are run on the helper's own code; these are for the whole of it."""
+        top = self.trash.tree("entry", ["folder/shadow"])
+        folder, link = os.path.join(top, b"folder"), os.path.join(top, b"link")
+        os.symlink(self.secret, link)
+        swap = os.fork()
+        if swap == 0:
+            while True:
+                harness.exchange(folder, link)
+        self._undo.callback(self.end_process, swap)
+        caller = self.caller()
+        def erase():
+            for _ in range(200):
+                caller.erase(permissions=[folder + b"/shadow", folder + b"/folder/file"])
+        self.keeping([self.secret], erase)
+
+
+    @staticmethod
+    def end_process(process):
+        with harness.as_root():
+            os.kill(process, signal.SIGKILL)
+        os.waitpid(process, 0)
+
+
+class AList(Attack):
+    def assertInvalid(self, *lists):
+        self.assertAlive()
+        before = self.everything()
+        memory = self.peak_memory()
+        for xml in lists:
+            caller = self.caller()
+            reply = caller.reply(caller.send_erase(xml))
+            self.assertEqual(reply["error"], INVALID, str(xml)[:200])
+        self.assertLess(self.peak_memory() - memory, 20 * MEGABYTE)
+        self.assertEqual(self.everything(), before)
+        self.assertAlive()
+
+    def file_of(self, xml):
+        path = os.path.join(self.home, b"list")
+        with open(path, "wb") as file:
+            file.write(xml)
+        return {"copy": os.fsdecode(path)}
+
+    def test_that_is_no_list_of_paths(self):
+        good = items_xml(permissions=[self.trash.file("file")])
+        head, tail = good.split(b"<plist")
+        nested = b"<array>" * 100_000 + b"</array>" * 100_000
+        entities = b'<!DOCTYPE plist [<!ENTITY a "aaaaaaaaaa"><!ENTITY b "&a;&a;&a;&a;&a;&a;">]>'
+        self.assertInvalid(
+            b"", b"\0" * 1000, b"bplist00", good[:-20], good[:len(good) // 2], good + b"<x/>",
+            head + b'<plist version="1.0">' + nested + b"</plist>",
+            b'<?xml version="1.0"?>' + entities + b"<plist" + tail,
+            b'<?xml version="1.0"?><!DOCTYPE plist SYSTEM "file:///etc/passwd" [%a;]><plist' + tail,
+            plistlib.dumps({"permissionsItems": ["%2"]}), plistlib.dumps({"permissionsItems": [7]}),
+            plistlib.dumps({"permissionsItems": ["/a%00"]}), plistlib.dumps({"other": ["/a"]}),
+            plistlib.dumps(["/a"]), good.replace(b"permissionsItems", b"\xff"),
+            good[:-10] + b" " * MEGABYTE + good[-10:])
+
+    def test_in_a_file_that_is_none(self):
+        xml = items_xml(permissions=[self.trash.file("file")])
+        write, grow, shrink = 8, 4, 2
+        for_all = {"data": xml.hex()}
+        self.assertInvalid(
+            {"size": 1 << 30}, {"size": (256 << 20) + 1}, {"size": 1 << 20}, {"path": "/etc/passwd"},
+            {"path": "/dev/zero"}, {"path": "/"}, {**for_all, "seals": 0},
+            {**for_all, "seals": write | grow}, {**for_all, "seals": write | shrink},
+            {**for_all, "seals": grow | shrink}, {"data": xml[:-20].hex()})
+        self.assertEqual(self.caller().erase(for_all), 0)
+        self.assertGone()
+
+    def test_of_a_million_paths(self):
+        gone = self.forbidden("gone")
+        good = items_xml(permissions=[gone])
+        files = encoded(self.trash.files).encode()
+        paths = b"".join(b"<string>%s/absent%d</string>" % (files, n) for n in range(500_000))
+        paths += b"".join(b"<string>/etc/outside%d</string>" % n for n in range(500_000))
+        at = good.rindex(b"</array>")
+        xml = self.file_of(good[:at] + paths + good[at:])
+        before = harness.listing(self.secret, times="mc")
+        caller = self.caller()
+        tag = caller.send_erase(xml)
+        self.assertEqual(self.caller().version(), ["2.0.0"])  # others are served meanwhile
+        self.assertIsNone(caller.reply(tag)["error"])
+        self.assertEqual(caller.end(), 500_000)
+        self.assertGone()
+        self.assertLess(self.peak_memory(), 700 * MEGABYTE)
+        self.assertEqual(harness.listing(self.secret, times="mc"), before)
+        self.assertAlive()
+
+    def test_of_too_much_to_unlock(self):
+        caller = self.caller()
+        for paths in (["/a"] * 100_001, ["/" + "a" * MEGABYTE] * 17):
+            self.assertEqual(caller.call("unlockItems", "(as)", paths)["error"], INVALID)
+        self.assertEqual(caller.call("unlockItems", "(as)", ["", "%", "%00", "a", "/%2e%2e"])["values"],
+                         [[]])
+        self.assertAlive()
+
+
+class ACaller(Attack):
+    def test_that_leaves_at_once(self):
+        """Between the check and the command, or a little before or after: the whole or nothing."""
+        for number in range(12):
+            top = self.forbidden(f"top{number}")
+            caller = self.caller()
+            tag = caller.send_erase(items_xml(permissions=[top]))
+            if number % 3 == 0:
+                caller.reply(tag)
+            elif number % 3 == 1:
+                caller.process.stdin.close()  # when the call is on its way
+                caller.process.wait()
+            caller.kill()
+        last = self.caller()
+        self.assertEqual(last.erase(permissions=[]), 0)
+        self.assertAlive()
+
+    def test_that_does_not_listen(self):
+        tops = [self.forbidden(f"top{number}", [f"{'n' * 200}{file}" for file in range(500)])
+                for number in range(20)]
+        deaf = self.caller()
+        deaf.order(do="answer", answers=False)
+        deaf.reply(deaf.send_erase(items_xml(permissions=tops)))
+        other = self.caller()
+        tag = other.send_erase(items_xml(permissions=[self.forbidden("other")]))
+        self.assertIsNone(other.reply(tag)["error"])  # accepted, and waits for its turn
+        self.assertEqual(other.end(timeout=100), 0)
+        self.assertLess(self.peak_memory(), 200 * MEGABYTE)
+
+    def test_that_floods(self):
+        caller = self.caller()
+        xml = items_xml(permissions=[self.secret_file])
+        tags = [caller.send_erase(xml) for _ in range(300)]
+        errors = {caller.reply(tag)["error"] for tag in tags}
+        self.assertTrue(errors <= {None, "com.quorvane.Kestrin3Helper.Error.Busy"}, errors)
+        callers = [self.caller() for _ in range(12)]
+        for one in callers:
+            one.tag = one.send_erase(xml)
+        for one in callers:
+            self.assertIn(one.reply(one.tag)["error"], errors)
+        self.assertAlive()
