@@ -73,6 +73,10 @@
         <source></source>
         <translation>Kestrin’s helper can’t be installed: others may have changed its program %@.</translation>
     </message>
+    <message id="helper_unknown">
+        <source></source>
+        <translation>The system bus does not know Kestrin’s helper.</translation>
+    </message>
     <message id="login_error">
         <source></source>
         <translation>Kestrin can’t be set to start at login.</translation>

@@ -9,9 +9,9 @@
 #include <climits>
 #include <utility>
 
-#include "QVHelperToolProtocolProgressAdaptor.h"
-#include "QVHelperToolProtocolProxy.h"
 #include "base/StringTable.h"
+#include "erase/QVHelperToolProtocolProgressAdaptor.h"
+#include "erase/QVHelperToolProtocolProxy.h"
 #include "platform/SealedFile.h"
 
 namespace kestrin {
@@ -41,7 +41,7 @@ QString textOfError(const QDBusError& error, const StringTable& texts) {
     if (error.name() == QLatin1String(HelperErrorName::kBusy)) return text("helper_busy"_errorKey);
     switch (error.type()) {
         case QDBusError::ServiceUnknown:
-            return text("helper_not_installed"_errorKey);
+            return text("helper_unknown"_errorKey);
         case QDBusError::NoReply:
         case QDBusError::Timeout:
         case QDBusError::TimedOut:

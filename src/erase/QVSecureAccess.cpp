@@ -55,9 +55,9 @@ bool isCancelled(const HostError& error) {
 
 /// The work under way: one command after the other.
 struct QVSecureAccess::Run {
-    explicit Run(std::shared_ptr<const HelperRequest> work)
+    Run(std::shared_ptr<const HelperRequest> work, std::size_t maximumList)
         : request(work),
-          batches(work),
+          batches(work, maximumList),
           erasedCount(work->erasedCount),
           erasedSize(work->erasedSize) {}
 
@@ -198,7 +198,8 @@ void QVSecureAccess::later(std::function<void()> call) {
 
 void QVSecureAccess::authorizedErase(const HelperRequest& request) {
     requireMainThread();
-    m_run = std::make_unique<Run>(std::make_shared<const HelperRequest>(request));
+    m_run = std::make_unique<Run>(std::make_shared<const HelperRequest>(request),
+                                  m_services.maximumList);
     sendNextCommand();
 }
 

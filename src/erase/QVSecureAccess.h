@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QString>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -27,6 +28,7 @@ struct SecureAccessServices {
     UserDefaults& defaults;
     BusOpener openBus = &openSystemBus;
     FileUrl helperFile = location(Place::HelperTool);
+    std::size_t maximumList = kMaximumList;  ///< bytes of one command's list; longer ones are split
 };
 
 /// Main thread; a call from another thread ends the process, as does an authorization that cannot

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "erase/support/FakeHelper.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+
+namespace kestrin::test {
+
+namespace {
+
+QDBusConnection newConnection(const QString& address) {
+    static int count = 0;
+    return QDBusConnection::connectToBus(address, QStringLiteral("fake-%1").arg(++count));
+}
+
+}  // namespace
+
+FakeHelper::FakeHelper(const QString& busAddress, bool ownsName)
+    : m_bus(newConnection(busAddress)) {
+    registerHelperTypes();
+    m_bus.registerObject(QLatin1String(kHelperPath), this, QDBusConnection::ExportAllSlots);
+    if (ownsName) m_bus.registerService(QLatin1String(kHelperService));
+}
+
+FakeHelper::~FakeHelper() {
+    QDBusConnection::disconnectFromBus(m_bus.name());
+}
+
+QString FakeHelper::getVersion() {
+    setDelayedReply(!answers);
+    return version;
+}
+
+void FakeHelper::erase(const QByteArray& form, const QByteArray& itemsDictionary) {
+    take(form, itemsDictionary.toStdString(), false);
+}
+
+void FakeHelper::eraseFromFile(const QByteArray& form,
+                               const QDBusUnixFileDescriptor& itemsDictionary) {
+    struct stat status {};
+    ::fstat(itemsDictionary.fileDescriptor(), &status);
+    std::string xml(static_cast<std::size_t>(status.st_size), '\0');
+    EXPECT_EQ(::pread(itemsDictionary.fileDescriptor(), xml.data(), xml.size(), 0), status.st_size);
+    take(form, xml, true);
+}
+
+void FakeHelper::setStoppedByUser(bool stopped) {
+    if (stopped) ++stops;
+}
+
+void FakeHelper::take(const QByteArray& form, const std::string& xml, bool isFile) {
+    caller = message().service();
+    authorization = form;
+    mayAskUser = message().isInteractiveAuthorizationAllowed();
+    auto items = EraseItems::fromXml(xml);
+    ASSERT_TRUE(items);
+    commands.push_back(*std::move(items));
+    cameAsFile.push_back(isFile);
+    setDelayedReply(true);
+    if (!refusal.isEmpty()) {
+        m_bus.send(message().createErrorReply(refusal, QStringLiteral("so it is")));
+    } else if (!holdsCommands) {
+        m_bus.send(message().createReply());
+    }
+    commanded();
+}
+
+void FakeHelper::tellErased(const QString& program, const ErasedItems& items) {
+    call(program, "itemsErased", QVariant::fromValue(items));
+}
+
+void FakeHelper::tellFinished(const QString& program, quint64 count) {
+    call(program, "finishedWithNonErasedCount", count);
+}
+
+void FakeHelper::call(const QString& program, const char* method, const QVariant& argument) {
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        program, QLatin1String(kProgressPath),
+        QStringLiteral("com.quorvane.Kestrin3.QVHelperToolProtocolProgress"),
+        QLatin1String(method));
+    message << argument;
+    auto* const watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+        if (watcher->isError()) refusals.push_back(watcher->error().name());
+    });
+}
+
+}  // namespace kestrin::test

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A helper that erases nothing and says what a test has it say.
+#pragma once
+
+#include <QByteArray>
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusUnixFileDescriptor>
+#include <QObject>
+#include <QString>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "helper/HelperProtocol.h"
+
+namespace kestrin::test {
+
+/// Owns the helper's name on the bus for as long as it lives.
+class FakeHelper : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "com.quorvane.Kestrin3.QVHelperToolProtocol")
+
+ public:
+    /// Without `ownsName` it is just somebody on the bus.
+    explicit FakeHelper(const QString& busAddress, bool ownsName = true);
+    ~FakeHelper() override;
+
+    // Calls the program back.
+    void tellErased(const QString& program, const ErasedItems& items);
+    void tellFinished(const QString& program, quint64 count);
+
+    QString version = QLatin1String(kHelperVersion);
+    bool answers = true;         ///< false: no question for the version is ever answered
+    bool holdsCommands = false;  ///< as during the question for a password
+    QString refusal;             ///< the error that a command gets
+    std::function<void()> commanded = [] {};  ///< after the answer to a command
+    QString caller;                           ///< who gave the last command
+    std::vector<EraseItems> commands;
+    std::vector<bool> cameAsFile;  ///< of each command
+    QByteArray authorization;
+    bool mayAskUser = false;
+    int stops = 0;
+    std::vector<QString> refusals;  ///< errors that the program answered with
+
+ public Q_SLOTS:
+    QString getVersion();
+    void erase(const QByteArray& form, const QByteArray& itemsDictionary);
+    void eraseFromFile(const QByteArray& form, const QDBusUnixFileDescriptor& itemsDictionary);
+    void setStoppedByUser(bool stopped);
+
+ private:
+    void take(const QByteArray& form, const std::string& xml, bool isFile);
+    void call(const QString& program, const char* method, const QVariant& argument);
+
+    QDBusConnection m_bus;
+};
+
+}  // namespace kestrin::test
