@@ -666,31 +666,31 @@ Examples:
     </message>
     <message id="stayed_help_busy">
         <source></source>
-        <translation>close what uses it, then erase again</translation>
+        <translation>close what uses it</translation>
     </message>
     <message id="stayed_help_error">
         <source></source>
-        <translation>erase again; if it stays, look at the system log</translation>
+        <translation>try again later</translation>
     </message>
     <message id="stayed_help_forbidden">
         <source></source>
-        <translation>ask an administrator or its owner</translation>
+        <translation>ask an administrator</translation>
     </message>
     <message id="stayed_help_locked">
         <source></source>
-        <translation>have it unlocked by an administrator</translation>
+        <translation>ask an administrator</translation>
     </message>
     <message id="stayed_help_mount_point">
         <source></source>
-        <translation>unmount that volume, then erase again</translation>
+        <translation>unmount that volume</translation>
     </message>
     <message id="stayed_help_read_only">
         <source></source>
-        <translation>make the volume writable, then erase again</translation>
+        <translation>make the volume writable</translation>
     </message>
     <message id="stayed_help_skipped">
         <source></source>
-        <translation>erase again and do not skip it</translation>
+        <translation>do not skip it</translation>
     </message>
     <message id="stayed_locked">
         <source></source>
