@@ -1,0 +1,199 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""What the two scripts do as root: all of the helper is installed or nothing, and all of it goes."""
+
+import hashlib
+import os
+import shutil
+import stat
+import subprocess
+import sys
+import types
+
+import harness
+from harness import USER, EndToEndTest, as_root, run_as_root
+
+sys.path.append(os.path.join(os.path.dirname(__file__), "../helper/service"))
+from helpertest import Agent  # noqa: E402  (after the path)
+from privatebus import RESOURCES, PrivateBus  # noqa: E402
+
+LABEL = "com.quorvane.Kestrin3Helper"
+ACTION = "com.quorvane.kestrin-3.policy"
+HELPER = os.path.join("/usr/libexec", LABEL)
+SERVICES = "/usr/share/dbus-1/system-services"
+POLICIES = "/usr/share/dbus-1/system.d"
+ACTIONS = "/usr/share/polkit-1/actions"
+FILES = {os.path.join(SERVICES, LABEL + ".service"): LABEL + ".service",
+         os.path.join(POLICIES, LABEL + ".conf"): LABEL + ".conf",
+         os.path.join(ACTIONS, ACTION): ACTION}
+
+
+def resource(name):
+    with open(os.path.join(RESOURCES, name), encoding="utf-8") as file:
+        return file.read()
+
+
+class InstallationTest(EndToEndTest):
+    """A machine of its own where the helper's files go."""
+
+    own_folders = ("/usr/libexec", SERVICES, POLICIES, ACTIONS)
+
+    def setUp(self):
+        super().setUp()
+        self.start_services()
+        for folder in self.own_folders:
+            run_as_root("mount", "-t", "tmpfs", "-o", "mode=755", "none", folder)
+        with open("/usr/bin/sleep", "rb") as file:  # a program that can be seen running
+            self.tool = file.read()
+
+    def start_services(self):
+        """What must be there before the folders are empty."""
+
+    def words(self, tool, digest=None):
+        return ["/bin/sh", "-c", resource("Install.sh"), "kestrin", LABEL,
+                digest or hashlib.sha256(tool).hexdigest(), *(resource(name) for name in FILES.values())]
+
+    def install(self, tool=None, **options):
+        tool = tool or self.tool
+        return self.run_script(self.words(tool, **options), tool)
+
+    def uninstall(self):
+        return self.run_script(["/bin/sh", "-c", resource("Uninstall.sh"), "kestrin"], b"")
+
+    def run_script(self, words, stdin):
+        done = subprocess.run(words, input=stdin, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                              preexec_fn=lambda: harness._become(0), check=False, env={}, cwd="/")
+        self.output = done.stdout
+        return done.returncode
+
+    def found(self):
+        """Every file below the four folders."""
+        with as_root():
+            return sorted(os.path.join(folder, name)
+                          for top in ("/usr/libexec", SERVICES, POLICIES, ACTIONS)
+                          for folder, _, names in os.walk(top) for name in names)
+
+    def assertInstalled(self, tool):
+        found = [path for path in self.found() if "org.freedesktop" not in path]
+        self.assertEqual(found, sorted([HELPER, *FILES]), self.output)
+        for path in found:
+            status = os.stat(path)
+            self.assertEqual((status.st_uid, status.st_gid), (0, 0), path)
+            expected = 0o755 if path == HELPER else 0o644
+            self.assertEqual(stat.S_IMODE(status.st_mode), expected, path)
+            with open(path, "rb") as file:
+                content = file.read()
+            self.assertEqual(content, tool if path == HELPER else resource(FILES[path]).encode())
+
+
+class Scripts(InstallationTest):
+    def test_install_update_and_remove(self):
+        self.assertEqual(self.install(), 0, self.output)
+        self.assertInstalled(self.tool)
+        self.assertEqual(self.install(b"another"), 0, self.output)
+        self.assertInstalled(b"another")
+        self.assertEqual(self.uninstall(), 0, self.output)
+        self.assertEqual(self.found(), [])
+        self.assertEqual(self.uninstall(), 0, "what is not there is no failure")
+
+    def test_another_program_than_was_allowed(self):
+        self.assertEqual(self.install(digest="0" * 64), 1)
+        self.assertIn(b"not the one that was allowed", self.output)
+        self.assertEqual(self.found(), [])
+
+    def test_a_failure_leaves_all_as_it_was(self):
+        self.assertEqual(self.install(b"first"), 0, self.output)
+        for broken, options in ((SERVICES, ["-t", "tmpfs", "-o", "size=0,nr_inodes=1"]),
+                                (POLICIES, ["-t", "tmpfs", "-o", "ro"])):
+            run_as_root("mount", *options, "none", broken)
+            self.assertEqual(self.install(b"second"), 1, self.output)
+            run_as_root("umount", broken)
+            self.assertInstalled(b"first")
+
+    def test_a_failure_at_the_last_file(self):
+        """The others are in their places by then."""
+        for earlier in (True, False):
+            if earlier:
+                self.assertEqual(self.install(b"first"), 0, self.output)
+            service = os.path.join(SERVICES, LABEL + ".service")
+            with as_root():
+                if earlier:
+                    os.unlink(service)
+                os.mkdir(service)  # a file cannot take its place
+            self.assertEqual(self.install(b"second"), 1, self.output)
+            with as_root():
+                os.rmdir(service)
+            left = self.found()
+            self.assertEqual(left, sorted({HELPER, *FILES} - {service}) if earlier else [])
+            if earlier:
+                with open(HELPER, "rb") as file:
+                    self.assertEqual(file.read(), b"first")
+                self.uninstall()
+
+    def test_links_are_replaced_and_not_followed(self):
+        precious = os.path.join(self.outside, b"file")
+        with as_root():
+            os.symlink(precious, HELPER)
+        before = harness.listing(self.outside)
+        self.assertEqual(self.install(), 0, self.output)
+        self.assertInstalled(self.tool)
+        self.assertEqual(harness.listing(self.outside), before)
+
+    def test_a_strange_name_is_refused(self):
+        words = self.words(self.tool)
+        for name in ("", "../../etc/evil", "a/b", "a b", "-rf"):
+            words[4] = name
+            self.assertEqual(self.run_script(words, self.tool), 1, name)
+        self.assertEqual(self.found(), [])
+
+    def test_removing_ends_the_helper_that_runs(self):
+        self.assertEqual(self.install(), 0, self.output)
+        namesake = os.path.join(self.home, LABEL.encode())
+        shutil.copy("/usr/bin/sleep", namesake)
+        running, other = (subprocess.Popen([program, "100"]) for program in (HELPER, namesake))
+        self._undo.callback(other.wait)
+        self._undo.callback(other.kill)
+        self.assertEqual(self.uninstall(), 0, self.output)
+        self.assertLess(running.wait(timeout=10), 0)
+        self.assertIsNone(other.poll())
+
+
+class ByPkexec(InstallationTest):
+    """The same with the real pkexec and policy service, for a user without rights."""
+
+    own_folders = ("/usr/libexec", SERVICES, POLICIES)  # the policy service's comes with the bus
+
+    def start_services(self):
+        harness.require("pkexec")
+        folder = os.path.join(self.scratch, b"bus")
+        with as_root():
+            os.mkdir(folder, 0o755)
+        self.bus = PrivateBus(folder, None)
+        self._undo.callback(self.bus.stop)
+
+    def run_as_administrator(self, answer):
+        """Runs the installer as the program does; answers pkexec's exit status."""
+        # The policy service looks at pkexec's parent; its agent must be known before.
+        process = subprocess.Popen(
+            ["/bin/sh", "-c", 'read line; pkexec "$@"; exit $?', "sh", *self.words(self.tool)],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, cwd="/",
+            env={"PATH": "/usr/bin:/bin", "SHELL": "/bin/sh"},
+            preexec_fn=lambda: harness._become(USER))
+        self._undo.callback(self._end_child, process)
+        Agent(self, types.SimpleNamespace(pid=process.pid, user=USER), answer)
+        self.output = process.communicate(b"\n" + self.tool, timeout=30)[0]
+        return process.returncode
+
+    def test_accepted(self):
+        self.assertEqual(self.run_as_administrator("accept"), 0, self.output)
+        self.assertInstalled(self.tool)
+
+    def test_dismissed(self):
+        self.assertEqual(self.run_as_administrator("cancel"), 126, self.output)
+        self.assertEqual(self.of_the_helper(), [])
+
+    def test_denied(self):
+        self.assertEqual(self.run_as_administrator("deny"), 127, self.output)
+        self.assertEqual(self.of_the_helper(), [])
+
+    def of_the_helper(self):
+        return [path for path in self.found() if path in (HELPER, *FILES)]
