@@ -4,10 +4,23 @@
 include(GNUInstallDirs)
 
 install(TARGETS kestrin RUNTIME)
-# Where the binary looks for it: beside the folder it is in, whatever the distribution's own
-# library folder is called.
-if(TARGET kestrin_program)
-    install(TARGETS kestrin_program LIBRARY DESTINATION lib/kestrin)
+# Where the binary looks for them: beside the folder it is in, whatever the distribution's own
+# library folder is called. The helper there is what the program installs when the user agrees.
+install(TARGETS kestrin_program kestrin_helper_library LIBRARY DESTINATION lib/kestrin)
+install(TARGETS com.quorvane.Kestrin3Helper RUNTIME DESTINATION lib/kestrin)
+
+# A package brings the helper ready for use, and the program asks nothing. Its places do not depend
+# on the prefix: the bus and the policy service look nowhere else.
+string(COMPARE EQUAL "${CMAKE_INSTALL_PREFIX}" "/usr" is_package)
+option(KESTRIN_INSTALL_HELPER "Install the privileged helper for the whole system" ${is_package})
+if(KESTRIN_INSTALL_HELPER)
+    install(TARGETS com.quorvane.Kestrin3Helper RUNTIME DESTINATION /usr/libexec)
+    install(FILES resources/helper/com.quorvane.Kestrin3Helper.service
+        DESTINATION /usr/share/dbus-1/system-services)
+    install(FILES resources/helper/com.quorvane.Kestrin3Helper.conf
+        DESTINATION /usr/share/dbus-1/system.d)
+    install(FILES resources/helper/com.quorvane.kestrin-3.policy
+        DESTINATION /usr/share/polkit-1/actions)
 endif()
 
 configure_file(resources/com.quorvane.Kestrin3.service.in com.quorvane.Kestrin3.service @ONLY)
