@@ -183,4 +183,5 @@ def main():
                 print(f"  {title:<28} {counting / 1e6:7.1f} {erasing / 1e6:7.1f}")
 
 
-main()
+if __name__ == "__main__":
+    main()
