@@ -1,0 +1,110 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""The privileged helper from the first question to what it erases, with the real policy service."""
+
+import os
+import re
+import sys
+import types
+
+from desktop import EMPTY_ALL, PROGRAM, DesktopTest
+from harness import USER, as_root, require, run_as_root
+
+sys.path.append(os.path.join(os.path.dirname(__file__), "../helper/service"))
+from helpertest import Agent  # noqa: E402  (after the path)
+from privatebus import PrivateBus  # noqa: E402
+
+HELPER = os.environ.get("KESTRIN_HELPER", "")
+INSTALLED = "/usr/libexec/com.quorvane.Kestrin3Helper"
+QUESTION = "Do you want to install"
+
+
+class HelperTest(DesktopTest):
+    """A machine without the helper, and a user who has not said that he wants none."""
+
+    def setUp(self):
+        require("pkexec")
+        super().setUp()
+        self.write_settings(show_install_helper_tool="false")
+        self.environment.pop("DBUS_SYSTEM_BUS_ADDRESS")
+        self.start_system_bus()
+        self.make_installation()
+        self.fill()
+
+    def start_system_bus(self):
+        folder = os.path.join(self.scratch, b"bus")
+        with as_root():
+            os.mkdir(folder, 0o755)
+        self.system_bus = PrivateBus(folder, None)
+        self._undo.callback(self.system_bus.stop)
+        # What is installed is installed into this bus.
+        for place, own in (("/usr/share/dbus-1/system-services", b"services"),
+                           ("/usr/share/dbus-1/system.d", b"system.d")):
+            run_as_root("mount", "--bind", os.path.join(folder, own), place)
+        run_as_root("mount", "-t", "tmpfs", "-o", "mode=755", "none", "/usr/libexec")
+
+    def make_installation(self):
+        """The program and its helper as they lie when they are installed for one user."""
+        prefix = os.path.join(self.scratch, b"prefix")
+        self.program = os.path.join(prefix, b"bin/kestrin")
+        tool = os.path.join(prefix, b"lib/kestrin", os.path.basename(INSTALLED).encode())
+        with as_root():
+            for path, source in ((self.program, PROGRAM), (tool, HELPER)):
+                os.makedirs(os.path.dirname(path))
+                open(path, "wb").close()
+                run_as_root("mount", "--bind", source, path)
+
+    def fill(self):
+        self.locked = self.trash.file("locked")
+        self.forbidden = self.trash.tree("forbidden")
+        self.trash.file("plain")
+        run_as_root("chown", "-R", "0:0", self.forbidden)
+        if not run_as_root("chattr", "+i", self.locked, check=False):
+            self.skipTest("the file system keeps no such attribute")
+        self._undo.callback(run_as_root, "chattr", "-i", self.locked, check=False)
+
+    def start_and_read_question(self):
+        self.start_program()
+        return self.wait_for_window(QUESTION)
+
+    def answer_for_all(self, about):
+        """Has the refused entries of one kind erased."""
+        question = self.wait_for_window(about)
+        title = question.name
+        self.click(question.find("check box"))
+        self.press(question, "Erase")
+        self.wait_until_gone(re.escape(title))
+
+    def test_installed_after_a_question_it_erases_what_the_user_cannot(self):
+        question = self.start_and_read_question()
+        self.picture("question")
+        agent = Agent(self, types.SimpleNamespace(pid=self.kestrin.pid, user=USER), "accept")
+        self.press(question, "Install")
+        self.assertEqual(agent.line(), "asked org.freedesktop.policykit.exec\n")
+        self.wait(lambda: os.path.exists(INSTALLED), "the helper in its place")
+        self.wait_until_gone(QUESTION)
+        self.choose(EMPTY_ALL)
+        self.press(self.wait_for_window("Empty all trashes"), "Empty Trash")
+        for _ in range(2):
+            self.answer_for_all("locked|permission")
+        self.assertEqual(agent.line(), "asked com.quorvane.kestrin-3.eraseAuthorized\n")
+        self.wait(lambda: not self.trash.names() and not self.trash.records(), "an empty trash")
+        self.wait(lambda: "Finished" in self.log_lines()[-2], "the log's end")
+        numbers = [int(line.split(" ")[0]) for line in self.log_lines() if " /" in line]
+        self.assertEqual(numbers, list(range(1, len(numbers) + 1)))
+        self.assertRuns()
+
+    def test_declined_it_is_asked_for_again_at_the_next_start(self):
+        self.press(self.start_and_read_question(), "Don.t Install")
+        self.wait_until_gone(QUESTION)
+        self.assertFalse(os.path.exists(INSTALLED))
+        self.choose("Quit Kestrin")
+        self.assertEqual(self.wait_for_end(), 0)
+        question = self.start_and_read_question()
+        self.click(question.find("check box"))
+        self.press(question, "Don.t Install")
+        self.wait_until_gone(QUESTION)
+        self.choose("Quit Kestrin")
+        self.wait_for_end()
+        self.start_program()
+        self.open_menu()
+        self.assertIsNone(self.window(QUESTION))
