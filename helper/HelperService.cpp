@@ -55,6 +55,8 @@ struct HelperService::Request {
     std::shared_ptr<ProgressChannel> progress;
     EraseItems items;
     std::atomic<bool> stop = false;
+    bool isAccepted = false;
+    std::atomic<bool> hasBegun = false;  ///< by one of the queues
     bool hasCallerLeft = false;
 };
 
@@ -85,7 +87,7 @@ void HelperService::shutDown() {
     m_isEnding = true;
     const auto requests = m_requests;  // refusing takes them out
     for (const auto& [caller, request] : requests) {
-        request->stop = true;
+        stop(request);
         if (!request->check) continue;
         request->check.reset();
         refuse(request, HelperErrorName::kBusy, QStringLiteral("the helper is ending"));
@@ -126,7 +128,13 @@ QStringList HelperService::unlockItems(const QStringList& items) {
 void HelperService::setStoppedByUser(bool stopped) {
     m_idle.start();
     const auto found = m_requests.find(message().service());
-    if (stopped && found != m_requests.end()) found->second->stop = true;
+    if (stopped && found != m_requests.end()) stop(found->second);
+}
+
+/// One that still waits for its turn need not: it only looks at what is there.
+void HelperService::stop(const RequestPtr& request) {
+    if (request->stop.exchange(true) || !request->isAccepted) return;
+    m_reader.enqueue([this, request] { carryOut(request); });
 }
 
 /// The first step: the form of the command. Nothing of a list is looked at yet.
@@ -194,7 +202,7 @@ void HelperService::checked(const RequestPtr& request, const CallerCheck::Answer
     }
     request->userId = answer.userId;
     if (request->hasCallerLeft) return end(request);
-    if (std::holds_alternative<QStringList>(request->content)) return runUnlock(request);
+    if (std::holds_alternative<QStringList>(request->content)) return waitForTurn(request);
     readList(request);
 }
 
@@ -247,46 +255,61 @@ void HelperService::accept(const RequestPtr& request, Result<EraseItems> items) 
     request->progress = std::shared_ptr<ProgressChannel>(
         new ProgressChannel(m_bus, request->caller,
                             {request->items.erasedCount, request->items.erasedSize},
-                            [request = request.get()] { request->stop = true; }),
+                            [this, weak = std::weak_ptr<Request>(request)] {
+                                if (const RequestPtr lost = weak.lock()) stop(lost);
+                            }),
         [](ProgressChannel* channel) { channel->deleteLater(); });
-    runErase(request);
+    waitForTurn(request);
 }
 
-void HelperService::runErase(const RequestPtr& request) {
-    m_eraser.enqueue([this, request] {
-        UserTrashes trashes(request->userId);
-        const EraseOutcome outcome =
-            runEraseCommand(trashes, request->items, *request->progress, request->stop);
-        MainThread::post([this, request, outcome] {
-            const auto totals = request->progress->totals();
-            qCInfo(lcHelper, "Command of user %u over: %llu entries erased, %llu items stay%s",
-                   request->userId,
-                   static_cast<unsigned long long>(totals.count - request->items.erasedCount),
-                   static_cast<unsigned long long>(outcome.nonErasedCount),
-                   request->stop ? ", stopped" : "");
-            request->progress->finish(outcome.nonErasedCount, [this, request] { end(request); });
-        });
+void HelperService::waitForTurn(const RequestPtr& request) {
+    request->isAccepted = true;
+    // One that was stopped before has no need of a turn.
+    OperationQueue& queue = request->stop ? m_reader : m_eraser;
+    queue.enqueue([this, request] { carryOut(request); });
+}
+
+/// Thread: of a queue.
+void HelperService::carryOut(const RequestPtr& request) {
+    if (request->hasBegun.exchange(true)) return;
+    if (std::holds_alternative<QStringList>(request->content)) {
+        carryOutUnlock(request);
+    } else {
+        carryOutErase(request);
+    }
+}
+
+void HelperService::carryOutErase(const RequestPtr& request) {
+    UserTrashes trashes(request->userId);
+    const EraseOutcome outcome =
+        runEraseCommand(trashes, request->items, *request->progress, request->stop);
+    MainThread::post([this, request, outcome] {
+        const auto totals = request->progress->totals();
+        qCInfo(lcHelper, "Command of user %u over: %llu entries erased, %llu items stay%s",
+               request->userId,
+               static_cast<unsigned long long>(totals.count - request->items.erasedCount),
+               static_cast<unsigned long long>(outcome.nonErasedCount),
+               request->stop ? ", stopped" : "");
+        request->progress->finish(outcome.nonErasedCount, [this, request] { end(request); });
     });
 }
 
-void HelperService::runUnlock(const RequestPtr& request) {
-    m_eraser.enqueue([this, request] {
-        const auto& texts = std::get<QStringList>(request->content);
-        std::vector<std::string> paths;
-        for (const QString& text : texts)
-            paths.push_back(percentDecode(text.toStdString()).value_or(std::string()));
-        UserTrashes trashes(request->userId);
-        const auto unlocked = runUnlockCommand(trashes, paths, request->stop);
-        QStringList answer;
-        for (std::size_t index = 0; index < unlocked.size(); ++index) {
-            if (unlocked[index]) answer << texts[static_cast<qsizetype>(index)];
-        }
-        MainThread::post([this, request, answer] {
-            qCInfo(lcHelper, "%lld entries of user %u unlocked",
-                   static_cast<long long>(answer.size()), request->userId);
-            m_bus.send(request->message.createReply(answer));
-            end(request);
-        });
+void HelperService::carryOutUnlock(const RequestPtr& request) {
+    const auto& texts = std::get<QStringList>(request->content);
+    std::vector<std::string> paths;
+    for (const QString& text : texts)
+        paths.push_back(percentDecode(text.toStdString()).value_or(std::string()));
+    UserTrashes trashes(request->userId);
+    const auto unlocked = runUnlockCommand(trashes, paths, request->stop);
+    QStringList answer;
+    for (std::size_t index = 0; index < unlocked.size(); ++index) {
+        if (unlocked[index]) answer << texts[static_cast<qsizetype>(index)];
+    }
+    MainThread::post([this, request, answer] {
+        qCInfo(lcHelper, "%lld entries of user %u unlocked", static_cast<long long>(answer.size()),
+               request->userId);
+        m_bus.send(request->message.createReply(answer));
+        end(request);
     });
 }
 
@@ -310,14 +333,12 @@ void HelperService::callerLeft(const QString& caller) {
     const auto found = m_requests.find(caller);
     if (found == m_requests.end()) return;
     const RequestPtr request = found->second;
-    request->stop = true;
     request->hasCallerLeft = true;
-    if (request->progress) {
-        request->progress->giveUp();
-    } else if (request->check) {
-        request->check.reset();
-        end(request);
-    }
+    if (request->progress) request->progress->giveUp();
+    stop(request);
+    if (!request->check) return;
+    request->check.reset();
+    end(request);
 }
 
 void HelperService::leaveWhenIdle() {

@@ -53,8 +53,11 @@ class HelperService final : public QObject, protected QDBusContext {
     void checked(const RequestPtr& request, const CallerCheck::Answer& answer);
     void readList(const RequestPtr& request);
     void accept(const RequestPtr& request, Result<EraseItems> items);
-    void runErase(const RequestPtr& request);
-    void runUnlock(const RequestPtr& request);
+    void waitForTurn(const RequestPtr& request);
+    void carryOut(const RequestPtr& request);
+    void carryOutErase(const RequestPtr& request);
+    void carryOutUnlock(const RequestPtr& request);
+    void stop(const RequestPtr& request);
     void refuse(const RequestPtr& request, const char* error, const QString& reason);
     void end(const RequestPtr& request);
     void callerLeft(const QString& caller);

@@ -176,6 +176,10 @@ class HelperTest(EndToEndTest):
         self.bus = PrivateBus(folder, self.program, self.idle_seconds, answer=self.rule)
         self._undo.callback(self.bus.stop)
 
+    def tearDown(self):
+        self.assertNotIn("Sanitizer", self.bus.messages())
+        super().tearDown()
+
     def caller(self, user=USER):
         return Caller(self, user)
 

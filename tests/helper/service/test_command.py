@@ -99,6 +99,18 @@ class ACommand(HelperTest):
         # Free again as soon as the end was told.
         self.assertEqual(callers[0].erase(permissions=[self.forbidden("more")]), 0)
 
+    def test_that_is_stopped_need_not_wait_for_its_turn(self):
+        first, second = self.caller(), self.caller()
+        first.order(do="answer", answers=False)  # which holds its command up
+        tops = [self.forbidden(f"top{number}", [f"{'n' * 250}{file}" for file in range(200)])
+                for number in range(60)]
+        first.reply(first.send_erase(items_xml(permissions=tops)))
+        waiting = self.forbidden("waiting")
+        second.reply(second.send_erase(items_xml(permissions=[waiting])))
+        second.send("setStoppedByUser", "(b)", True)
+        self.assertEqual(second.end(timeout=10), 1)
+        self.assertEqual(first.left, [])
+
     def test_is_stopped_before_it_begins(self):
         paths = [self.forbidden(f"top{number}", ["a"]) for number in range(20)]
         caller = self.caller()
