@@ -38,8 +38,8 @@ class HelperTest(EndToEndTest):
             run_as_root("mount", "--bind",
                         os.path.join(os.path.dirname(harness.PROGRAM), library), place)
 
-    def start_bus(self, helper=None, answer=None, **options):
-        """`helper`: another program in its place. `answer`: the policy service's, by rule."""
+    def start_bus(self, helper=None, **options):
+        """`helper`: another program in its place. For the others see PrivateBus."""
         folder = os.path.join(self.scratch, b"bus")
         with as_root():
             os.mkdir(folder, 0o755)
@@ -47,8 +47,6 @@ class HelperTest(EndToEndTest):
             os.chmod(self.helper, 0o755)
         self.bus = PrivateBus(folder, self.helper, **options)
         self._undo.callback(self.bus.stop)
-        if answer:
-            self.bus.allow(answer=answer)
 
     def fake_helper(self, text):
         """A shell script in the helper's place."""
