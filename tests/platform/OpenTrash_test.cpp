@@ -165,6 +165,33 @@ TEST_F(AnOpenTrash, KeepsTheOwnerOfSizesThatRootTidies) {
     EXPECT_EQ(status.st_size, 0);
 }
 
+TEST_F(AnOpenTrash, OfAnotherUserHasNothingOfStrangers) {
+    KESTRIN_REQUIRE_ROOT();
+    const std::string sizes = m_trash + "/directorysizes";
+    writeFile(sizes, "20 2 gone\n");
+    const auto openedByRoot = [&] {
+        const UniqueFd trash(::open(m_trash.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        return OpenTrash::ofUser(UniqueFd(dup(trash.get())), kTestUser);
+    };
+    const auto own = [&](const std::string& path, const char* owner) {
+        ASSERT_EQ(runAsRoot("chown " + std::string(owner) + " '" + path + "'"), 0);
+    };
+    const std::string user = std::to_string(kTestUser);
+    const AsRoot root;
+    own(sizes, "0:0");  // what root could read of it must not become the user's
+    const std::string before = listing(m_trash);
+    openedByRoot()->tidyDirectorySizes();
+    EXPECT_EQ(listing(m_trash), before);
+    own(sizes, user.c_str());
+    openedByRoot()->tidyDirectorySizes();
+    EXPECT_EQ(readFile(sizes), "");
+    for (const std::string& folder : {m_trash, m_trash + "/files"}) {
+        own(folder, "0:0");
+        EXPECT_EQ(openedByRoot().error().systemError, EPERM) << folder;
+        own(folder, user.c_str());
+    }
+}
+
 TEST_F(AnOpenTrash, RemovesOldRecordsWithoutData) {
     writeFile(m_trash + "/files/kept");
     ASSERT_EQ(symlink("nowhere", (m_trash + "/files/dangling").c_str()), 0);
