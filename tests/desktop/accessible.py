@@ -34,6 +34,14 @@ def require_bindings():
         raise unittest.SkipTest("python3-gi is not installed for this Python")
 
 
+def connect(session_address):
+    """The accessibility bus of that session; None while the session does not answer."""
+    try:
+        return AccessibilityBus(session_address)
+    except GLib.Error:
+        return None
+
+
 class AccessibilityBus:
     """The bus of a session, which is started on the way if need be."""
 

@@ -15,7 +15,7 @@ import subprocess
 import time
 
 import accessible
-from harness import (TIME_FACTOR, USER, EndToEndTest, TrashCan, _become, as_root, exists, require,
+from harness import (TIME_FACTOR, USER, EndToEndTest, TrashCan, _become, as_root, require,
                      run_as_root)
 
 PROGRAM = os.environ.get("KESTRIN", "")
@@ -39,6 +39,7 @@ class DesktopTest(EndToEndTest):
         self._pictures_taken = 0
         self._is_failing = False
         self._parts = {}
+        self._gated = []
         self.kestrin = self.app = None
         self._show_library()
         self.write_settings(show_install_helper_tool="true")
@@ -65,10 +66,9 @@ class DesktopTest(EndToEndTest):
     def start_session(self):
         with as_root():
             runtime = self.folder_of_user("run", 0o700)
-        self._bus_path = os.path.join(runtime, b"bus")
         self.environment.update({
             "XDG_RUNTIME_DIR": os.fsdecode(runtime), "QT_QPA_PLATFORM": "xcb",
-            "DBUS_SESSION_BUS_ADDRESS": "unix:path=" + os.fsdecode(self._bus_path),
+            "DBUS_SESSION_BUS_ADDRESS": "unix:path=" + os.fsdecode(runtime) + "/bus",
             "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"})
         run_as_root("mkdir", "-p", "-m", "1777", "/tmp/.X11-unix")
         self._start_display()
@@ -91,8 +91,7 @@ class DesktopTest(EndToEndTest):
     def _start_bus(self):
         address = self.environment["DBUS_SESSION_BUS_ADDRESS"]
         self.run_part("dbus-daemon", "--session", "--nofork", "--nopidfile", "--address=" + address)
-        self.wait(lambda: exists(self._bus_path), "the session bus")
-        self.bus = accessible.AccessibilityBus(address)
+        self.bus = self.wait(lambda: accessible.connect(address), "the session bus")
 
     def start_window_manager(self):
         self.run_part("openbox", "--sm-disable")
@@ -171,6 +170,13 @@ class DesktopTest(EndToEndTest):
         self.wait(lambda: process.poll() is not None, "the end of the program", timeout)
         return process.returncode
 
+    def wait_for_end_in_spite_of(self, volume, timeout):
+        """The kernel keeps a process that waits for a volume, but it must be over for the user."""
+        self.wait(lambda: self.kestrin.poll() is not None or not self.icon_place(),
+                  "the icon to go", timeout)
+        volume.open()
+        return self.wait_for_end(timeout=5)
+
     def assertRuns(self):
         self.assertIsNone(self.kestrin.poll(), self.said())
 
@@ -191,7 +197,9 @@ class DesktopTest(EndToEndTest):
         return "\n".join([line for node in seen for line in node.lines()] + [self.said()])
 
     def tearDown(self):
-        """Nothing that the program wrote may be a complaint of a sanitizer or of the toolkit."""
+        """The kernel ends no process that waits for an answer of a volume. And: nothing that the program wrote may be a complaint of a sanitizer or of the toolkit."""
+        for volume in self._gated:
+            volume.open()
         said = self.said()
         for complaint in ("Sanitizer", "runtime error", "QObject::", "QWidget::", "QPainter::"):
             self.assertNotIn(complaint, said)
@@ -218,7 +226,7 @@ class DesktopTest(EndToEndTest):
     def icon_place(self):
         """x, y, width, height of the icon in the tray; None while it is not there."""
         in_tray = re.search(
-            rb'\n {12,}0x\w+ "Kestrin": \("kestrin" "kestrin"\)  (\d+)x(\d+)\S+  \+(\d+)\+(\d+)',
+            rb'\n {11,}0x\w+ "Kestrin": \("kestrin" "kestrin"\)  (\d+)x(\d+)\S+  \+(\d+)\+(\d+)',
             self.windows())
         if not in_tray:
             return None
@@ -334,6 +342,7 @@ class DesktopTest(EndToEndTest):
         if process.poll() is not None:
             self.skipTest("python3-fusepy cannot mount here")
         volume = GatedVolume(point, folder, gate, process)
+        self._gated.append(volume)
         self._undo.callback(volume.end)
         return volume
 

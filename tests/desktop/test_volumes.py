@@ -1,0 +1,115 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""Volumes that come, go and hang while the program shows or erases them."""
+
+from desktop import EMPTY_ALL, QUIT, DesktopTest
+from harness import run_as_root
+
+
+class VolumeTest(DesktopTest):
+    def disk(self, name, leaves=4):
+        point = self.ext4(name)
+        self.volume_trash(point).tree("tree", [f"{leaf}" for leaf in range(leaves)])
+        return point
+
+    def unmount(self, point):
+        run_as_root("umount", "-l", point)
+
+    def wait_until_row_is_gone(self, name):
+        self.wait(lambda: self.disks() and not self.row(name), f"the row of {name} to go")
+
+    def test_rows_come_and_go_in_the_open_menu(self):
+        self.trash.tree("tree")
+        self.disk("One")
+        self.start_program()
+        self.open_disks()
+        self.wait_for_row("One", "5 items")
+        two = self.disk("Two", leaves=7)
+        self.wait_for_row("Two", "8 items")
+        self.picture("came")
+        self.unmount(two)
+        self.wait_until_row_is_gone("Two")
+        self.picture("went")
+        self.wait_for_row("One", "5 items")
+        self.wait_for_row("File System", "4 items")
+        self.assertRuns()
+
+    def test_unmount_while_its_row_counts(self):
+        self.trash.tree("tree")
+        self.disk("One")
+        slow = self.gated("Slow")
+        slow.trash.tree("tree", ["slow/a"])
+        self.start_program()
+        slow.shut()
+        self.open_disks()
+        self.wait_for_row("Slow", "Counting")
+        self.unmount(slow.point)
+        self.wait_until_row_is_gone("Slow")
+        slow.open()
+        self.wait_for_row("One", "5 items")
+        self.close_menus()
+        self.choose(QUIT)
+        self.assertEqual(self.wait_for_end(), 0)
+
+    def test_unmount_while_its_disk_is_erased(self):
+        """What is left of the erase ends with an error, not with the program."""
+        self.trash.tree("tree")
+        slow = self.gated("Slow")
+        slow.trash.tree("tree", ["slow/a", "slow/b"])
+        self.start_program()
+        self.open_disks()
+        self.click(self.wait_for_row("Slow", "4 items"))
+        question = self.wait_for_window("Empty the trash of “Slow”")
+        slow.shut()
+        self.press(question, "Empty Trash")
+        self.wait(self.progress, "the progress")
+        self.unmount(slow.point)
+        slow.end()
+        self.wait(lambda: not self.progress(), "the end of the erase")
+        self.picture("report")
+        for window in self.app.children:
+            self.press(window, "OK")
+        self.wait(lambda: not self.app.children, "the reports to close")
+        self.assertEqual(self.trash.names(), [b"tree"])
+        self.open_menu()
+        self.assertRuns()
+
+    def test_hanging_volume(self):
+        """It blocks neither the menu nor the other rows nor the end."""
+        self.trash.tree("tree")
+        self.disk("One")
+        hanging = self.gated("Hanging")
+        hanging.trash.tree("tree")
+        hanging.shut(b"all")
+        self.start_program()
+        self.assertTrue(self.open_menu().find("menu item", EMPTY_ALL))
+        self.close_menus()
+        self.open_disks()
+        self.wait_for_row("One", "5 items")
+        self.wait_for_row("File System", "4 items")
+        self.picture("without-the-volume-that-hangs")
+        hanging.open()
+        self.close_menus()
+        self.open_disks()
+        self.wait_for_row("Hanging", "4 items")
+        hanging.shut(b"all")
+        self.close_menus()
+        self.open_disks()
+        self.wait_for_row("One", "5 items")
+        self.close_menus()
+        self.choose(QUIT)
+        self.assertEqual(self.wait_for_end_in_spite_of(hanging, 5), 0)
+
+    def test_volume_that_hangs_while_it_is_erased(self):
+        """Quitting waits for it only for seconds."""
+        hanging = self.gated("Hanging")
+        hanging.trash.tree("tree", ["slow/a"])
+        self.start_program()
+        self.choose(EMPTY_ALL)
+        question = self.wait_for_window("Empty all trashes")
+        self.wait_for_text(question, "^3 items")
+        hanging.shut(b"all")
+        self.press(question, "Empty Trash")
+        self.wait(self.progress, "the progress")
+        self.choose(QUIT)
+        self.wait_for_end_in_spite_of(hanging, 10)
+        self.assertEqual(hanging.trash.names(), [b"tree"])
