@@ -596,6 +596,10 @@ Examples:
         <source></source>
         <translation>Items:</translation>
     </message>
+    <message id="progress_main">
+        <source></source>
+        <translation>Emptying the trash</translation>
+    </message>
     <message id="progress_size">
         <source></source>
         <translation>Size:</translation>

@@ -582,6 +582,7 @@ void QVDeleteItems::updateProgressStatus() {
     } else if (elapsed >= kWindowDelay) {
         m_state->startTime = now;
         onProgress([](State& state) { showProgress(state); });
+        updateProgressBar();  // nobody sees the window without its figures
     }
 }
 

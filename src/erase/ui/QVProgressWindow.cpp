@@ -59,6 +59,7 @@ QVProgressWindow::QVProgressWindow(const StringTable& texts, std::function<void(
     layout->addWidget(m_bar);
     layout->addWidget(makeFigures());
     setFocusPolicy(Qt::ClickFocus);
+    showMainText(m_texts.text("progress_main"_key));
     // Not a minimum of the window, which would keep it from growing with its figures.
     layout->addStrut(kWidth - layout->contentsMargins().left() - layout->contentsMargins().right());
     resize(kWidth, sizeHint().height());
