@@ -48,6 +48,7 @@ struct HelperService::Request {
     QDBusMessage message;
     std::string command;  ///< as the interface description names it
     std::variant<QByteArray, QDBusUnixFileDescriptor, QStringList> content;
+    std::optional<AuthorizationForm> form;
     std::size_t textBytes = 0;  ///< of content that came in the call itself
     std::size_t listBytes = 0;  ///< of the list that was read
     std::uint32_t userId = 0;   ///< as the bus knows the caller
@@ -58,7 +59,37 @@ struct HelperService::Request {
     bool isAccepted = false;
     std::atomic<bool> hasBegun = false;  ///< by one of the queues
     bool hasCallerLeft = false;
+
+    /// What came in the call itself.
+    bool isTooLong() const;
+    /// Errors: of sizeOfSealedFile.
+    Result<std::uint64_t> sizeOfList() const;
+    /// Errors: of reading. Thread: any.
+    Result<EraseItems> readItems() const;
 };
+
+bool HelperService::Request::isTooLong() const {
+    const auto* const paths = std::get_if<QStringList>(&content);
+    if (!paths) return textBytes > kMaximumInlineList;
+    return textBytes > kMaximumUnlockText ||
+           static_cast<std::size_t>(paths->size()) > kMaximumUnlockItems;
+}
+
+Result<std::uint64_t> HelperService::Request::sizeOfList() const {
+    const auto* const file = std::get_if<QDBusUnixFileDescriptor>(&content);
+    if (!file) return std::uint64_t{textBytes};
+    return sizeOfSealedFile(file->fileDescriptor(), kMaximumList);
+}
+
+Result<EraseItems> HelperService::Request::readItems() const {
+    if (const auto* const bytes = std::get_if<QByteArray>(&content)) {
+        return EraseItems::fromXml({bytes->constData(), static_cast<std::size_t>(bytes->size())});
+    }
+    const auto& file = std::get<QDBusUnixFileDescriptor>(content);
+    const auto xml = readSealedFile(file.fileDescriptor(), kMaximumList);
+    if (!xml) return xml.error();
+    return EraseItems::fromXml(*xml);
+}
 
 HelperService::HelperService(const QDBusConnection& bus, std::chrono::seconds idleTime)
     : m_bus(bus) {
@@ -143,18 +174,15 @@ void HelperService::admit(const RequestPtr& request, const QByteArray* authoriza
     setDelayedReply(true);
     request->message = message();
     request->caller = message().service();
-    std::optional<AuthorizationForm> form;
     if (authorization) {
-        form = AuthorizationForm::fromBytes(
+        request->form = AuthorizationForm::fromBytes(
             {authorization->constData(), static_cast<std::size_t>(authorization->size())});
-        if (!form) {
+        if (!request->form) {
             return refuse(request, HelperErrorName::kInvalid,
                           QStringLiteral("no 32 bytes that name the caller"));
         }
     }
-    const auto* const paths = std::get_if<QStringList>(&request->content);
-    if (request->textBytes > (paths ? kMaximumUnlockText : kMaximumInlineList) ||
-        (paths && static_cast<std::size_t>(paths->size()) > kMaximumUnlockItems)) {
+    if (request->isTooLong()) {
         return refuse(request, HelperErrorName::kInvalid, QStringLiteral("too long a list"));
     }
     const QDBusReply<uint> user = m_bus.interface()->serviceUid(request->caller);
@@ -163,16 +191,19 @@ void HelperService::admit(const RequestPtr& request, const QByteArray* authoriza
         return refuse(request, HelperErrorName::kBusy, QStringLiteral("too many commands"));
     }
     m_requests.emplace(request->caller, request);
+    check(request);
+}
+
+void HelperService::check(const RequestPtr& request) {
     // Watched before the bus is asked: a caller that left before is not known to the bus any more.
     m_callers.addWatchedService(request->caller);
+    const auto right = QVCommonHelper::authorizationRightForCommand(request->command);
     request->check = std::make_unique<CallerCheck>(
         m_bus,
-        CallerCheck::Question{
-            request->caller, form,
-            std::string(QVCommonHelper::authorizationRightForCommand(request->command)),
-            message().isInteractiveAuthorizationAllowed()},
-        [this, request = request.get()](const CallerCheck::Answer& answer) {
-            const auto found = m_requests.find(request->caller);
+        CallerCheck::Question{request->caller, request->form, std::string(right),
+                              request->message.isInteractiveAuthorizationAllowed()},
+        [this, caller = request->caller](const CallerCheck::Answer& answer) {
+            const auto found = m_requests.find(caller);
             if (found != m_requests.end()) checked(RequestPtr(found->second), answer);
         });
 }
@@ -208,36 +239,19 @@ void HelperService::checked(const RequestPtr& request, const CallerCheck::Answer
 
 /// Only now are the caller's bytes looked at.
 void HelperService::readList(const RequestPtr& request) {
-    if (const auto* const file = std::get_if<QDBusUnixFileDescriptor>(&request->content)) {
-        const auto size = sizeOfSealedFile(file->fileDescriptor(), kMaximumList);
-        if (!size) {
-            return refuse(request, HelperErrorName::kInvalid,
-                          QStringLiteral("no sealed memory file of at most 256 MB"));
-        }
-        request->listBytes = *size;
-    } else {
-        request->listBytes = request->textBytes;
+    const auto size = request->sizeOfList();
+    if (!size) {
+        return refuse(request, HelperErrorName::kInvalid,
+                      QStringLiteral("no sealed memory file of at most 256 MB"));
     }
-    if (m_listBytes + request->listBytes > kMaximumListBytes) {
-        request->listBytes = 0;
+    if (m_listBytes + *size > kMaximumListBytes) {
         return refuse(request, HelperErrorName::kBusy, QStringLiteral("too many commands"));
     }
-    m_listBytes += request->listBytes;
+    request->listBytes = *size;
+    m_listBytes += *size;
     m_reader.enqueue([this, request] {
-        auto items = [&]() -> Result<EraseItems> {
-            if (const auto* const bytes = std::get_if<QByteArray>(&request->content)) {
-                return EraseItems::fromXml(
-                    {bytes->constData(), static_cast<std::size_t>(bytes->size())});
-            }
-            const auto& file = std::get<QDBusUnixFileDescriptor>(request->content);
-            const auto xml = readSealedFile(file.fileDescriptor(), kMaximumList);
-            if (!xml) return xml.error();
-            return EraseItems::fromXml(*xml);
-        }();
-        MainThread::post(
-            [this, request, items = std::make_shared<Result<EraseItems>>(std::move(items))] {
-                accept(request, std::move(*items));
-            });
+        auto items = std::make_shared<Result<EraseItems>>(request->readItems());
+        MainThread::post([this, request, items] { accept(request, std::move(*items)); });
     });
 }
 

@@ -49,6 +49,7 @@ class HelperService final : public QObject, protected QDBusContext {
     using RequestPtr = std::shared_ptr<Request>;
 
     void admit(const RequestPtr& request, const QByteArray* authorization);
+    void check(const RequestPtr& request);
     bool hasRoomFor(const Request& request) const;
     void checked(const RequestPtr& request, const CallerCheck::Answer& answer);
     void readList(const RequestPtr& request);
