@@ -215,5 +215,10 @@ class HelperTest(EndToEndTest):
         with open(f"/proc/{self.bus.helper_process()}/status", encoding="ascii") as file:
             return next(int(line.split()[1]) * 1024 for line in file if line.startswith("VmHWM"))
 
+    def assertBounded(self, megabytes):
+        """The helper never took more memory. A sanitizer takes what it likes."""
+        if TIME_FACTOR == 1:
+            self.assertLess(self.peak_memory() / 1e6, megabytes)
+
     def assertAlive(self):
         self.assertEqual(self.caller().version(), ["2.0.0"])
