@@ -125,6 +125,7 @@ class StatusItemOnHost : public ::testing::Test {
         fields.beginArray();
         fields.endArray();
         fields >> title;
+        fields.endStructure();
         return title;
     }
     /// The lightness of the most visible pixel of the icon that the panel gets, 0 to 255.
@@ -136,6 +137,8 @@ class StatusItemOnHost : public ::testing::Test {
         pictures.beginArray();
         pictures.beginStructure();
         pictures >> width >> height >> bytes;
+        pictures.endStructure();
+        pictures.endArray();
         // Four bytes a pixel: alpha, red, green, blue.
         int mostVisible = 0;
         for (int at = 0; at + 3 < bytes.size(); at += 4) {
@@ -159,6 +162,9 @@ class StatusItemOnHost : public ::testing::Test {
         const auto entry = child.variant().value<QDBusArgument>();
         entry.beginStructure();
         entry >> identifier >> properties;
+        entry.endStructure();
+        root.endArray();
+        root.endStructure();
         return {identifier, properties.value(QStringLiteral("label")).toString()};
     }
 
