@@ -93,6 +93,17 @@ class HelperTest(DesktopTest):
         self.assertEqual(numbers, list(range(1, len(numbers) + 1)))
         self.assertRuns()
 
+    def test_quitting_during_the_question_or_the_password(self):
+        for asks_for_password in (False, True):
+            question = self.start_and_read_question()
+            if asks_for_password:
+                agent = Agent(self, types.SimpleNamespace(pid=self.kestrin.pid, user=USER), "wait")
+                self.press(question, "Install")
+                agent.line()
+            self.assertEqual(self.wait_for_end(self.launch("--quit")), 0)
+            self.assertEqual(self.wait_for_end(timeout=10), 0)
+        self.assertFalse(os.path.exists(INSTALLED))
+
     def test_declined_it_is_asked_for_again_at_the_next_start(self):
         self.press(self.start_and_read_question(), "Don.t Install")
         self.wait_until_gone(QUESTION)

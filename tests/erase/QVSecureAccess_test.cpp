@@ -89,7 +89,7 @@ class QVSecureAccessTest : public ::testing::Test {
     }
 
     ScratchFolder scratch;
-    PrivateBus bus;
+    std::optional<PrivateBus> bus{std::in_place};
     QString address;
     StringTable texts{QStringLiteral("en")};
     ScriptedAlerts alerts;
@@ -254,6 +254,24 @@ TEST_F(QVSecureAccessTest, WithoutHelperOrBusEveryItemCountsAndTheNextCommandCon
     EXPECT_THAT(delegate.notErased, ElementsAre(3)) << "nothing was tried";
     EXPECT_EQ(delegate.errors.at(0).localizedDescription(),
               errorText("helper_no_bus"_errorKey).toStdString());
+}
+
+TEST_F(QVSecureAccessTest, ABusThatGoesAwayEndsTheRun) {
+    for (const bool isAccepted : {true, false}) {
+        delegate = {};
+        helper->holdsCommands = !isAccepted;
+        access->authorizedErase(request());
+        ASSERT_TRUE(waitFor([&] { return !helper->commands.empty(); }));
+        waitFor([] { return false; }, 50);  // the answer arrives
+        bus.reset();
+        ASSERT_TRUE(waitForEnd()) << isAccepted;
+        EXPECT_THAT(delegate.notErased, ElementsAre(2));
+        EXPECT_EQ(delegate.errors.size(), 1u);
+        helper.reset();
+        bus.emplace();
+        address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+        helper.emplace(address);
+    }
 }
 
 TEST_F(QVSecureAccessTest, LongListsComeAsFilesAndSplitOnesCountOn) {
