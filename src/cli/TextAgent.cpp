@@ -37,11 +37,13 @@ TextAgent::TextAgent() {
 }
 
 TextAgent::~TextAgent() {
-    if (m_agent.state() == QProcess::NotRunning) return;
-    m_agent.terminate();
-    if (!m_agent.waitForFinished(kEndPatience)) m_agent.kill();
-    // It may have been asking, with the echo off.
-    if (m_settings) ::tcsetattr(STDIN_FILENO, TCSANOW, &*m_settings);
+    if (m_agent.state() != QProcess::NotRunning) {
+        m_agent.terminate();
+        if (!m_agent.waitForFinished(kEndPatience)) m_agent.kill();
+    }
+    // It may have been asking, with the echo off. A process in the background would be stopped.
+    if (m_settings && ::tcgetpgrp(STDIN_FILENO) == ::getpgrp())
+        ::tcsetattr(STDIN_FILENO, TCSANOW, &*m_settings);
 }
 
 void TextAgent::start(int notifyDescriptor) {

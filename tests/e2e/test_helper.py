@@ -241,6 +241,7 @@ class OnATerminal(HelperTest):
         self.terminal.type(b"\x03")
         self.assertEqual(self.terminal.end(), 3, self.terminal.text)
         self.assertEqual(self.trash.names(), [b"forbidden", b"locked"])
+        self.assertFalse(self.terminal.hides_input(), "what is typed shows again")
 
 
 class NotUsable(HelperTest):
