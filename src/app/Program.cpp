@@ -112,7 +112,7 @@ class Program {
     bool m_wasLaunched = false;
     QVKestrin m_controller;
     SessionEnd m_end;
-    SingleInstance m_instance;
+    std::optional<SingleInstance> m_instance;
 };
 
 Program::Program(std::string_view action)
@@ -135,12 +135,15 @@ Program::Program(std::string_view action)
               m_controller.quit();
           }
       }),
-      m_instance({.activate = [this] { m_controller.activate(); },
-                  .actions = {{"empty-all",
-                               [this] {
-                                   if (m_wasLaunched) m_controller.requestToEmptyAll();
-                               }},
-                              {"quit", [this] { m_controller.quit(); }}}}) {}
+      m_instance(std::in_place,
+                 SingleInstance::Commands{.activate = [this] { m_controller.activate(); },
+                                          .actions = {{"empty-all",
+                                                       [this] {
+                                                           if (m_wasLaunched)
+                                                               m_controller.requestToEmptyAll();
+                                                       }},
+                                                      {"quit", [this] { m_controller.quit(); }}}}) {
+}
 
 AppServices Program::services() {
     return {.center = NotificationCenter::defaultCenter(),
@@ -170,7 +173,8 @@ AppServices Program::services() {
             .bringForward = bringForward,
             .dismissAlerts = dismissAlerts,
             .tellUser = [this](const QString& text) { tellUser(text); },
-            .terminate = [] { QCoreApplication::quit(); }};
+            // Not quit(), which a window that stops its work first may refuse.
+            .terminate = [] { QCoreApplication::exit(); }};
 }
 
 EraseServices Program::eraseServices() {
@@ -227,7 +231,7 @@ void Program::launch(bool hasStatusArea) {
 }
 
 int Program::run() {
-    const SingleInstance::Start start = m_instance.start(m_action);
+    const SingleInstance::Start start = m_instance->start(m_action);
     if (start == SingleInstance::Start::HandedOver || m_action == "quit") return 0;
     m_defaults.registerDefaults(defaultSettings());
     StatusItem::waitForHost(kStatusAreaPatience, [this](bool found) {
@@ -236,6 +240,8 @@ int Program::run() {
     });
     QApplication::exec();
     m_controller.applicationWillTerminate();
+    // The kernel keeps a process that waits for a volume: another start must not find this one.
+    m_instance.reset();
     return m_hasStatusArea ? 0 : 1;
 }
 

@@ -248,7 +248,8 @@ class DesktopTest(EndToEndTest):
 
     def open_disks(self):
         """Opens the menu and in it that of the disks."""
-        self.point(self.open_menu().find("menu item", DISKS))
+        menu = self.open_menu()
+        self.point(self.wait(lambda: menu.find("menu item", DISKS), "the entry of the disks"))
         return self.wait(self.disks, "the menu of the disks")
 
     def disks(self):

@@ -100,7 +100,7 @@ class VolumeTest(DesktopTest):
         self.assertEqual(self.wait_for_end_in_spite_of(hanging, 5), 0)
 
     def test_volume_that_hangs_while_it_is_erased(self):
-        """Quitting waits for it only for seconds."""
+        """Quitting waits for it only for seconds, and the program can be started again."""
         hanging = self.gated("Hanging")
         hanging.trash.tree("tree", ["slow/a"])
         self.start_program()
@@ -111,5 +111,11 @@ class VolumeTest(DesktopTest):
         self.press(question, "Empty Trash")
         self.wait(self.progress, "the progress")
         self.choose(QUIT)
-        self.wait_for_end_in_spite_of(hanging, 10)
+        self.wait(lambda: not self.icon_place(), "the icon to go", 10)
+        first = self.kestrin
+        self.kestrin = self.launch()
+        self.wait(self.icon_place, "the icon of the second start")
+        hanging.open()
+        self.wait_for_end(first)
         self.assertEqual(hanging.trash.names(), [b"tree"])
+        self.assertRuns()
