@@ -200,7 +200,11 @@ void QVSecureAccess::authorizedErase(const HelperRequest& request) {
     requireMainThread();
     m_run = std::make_unique<Run>(std::make_shared<const HelperRequest>(request),
                                   m_services.maximumList);
-    sendNextCommand();
+    // Stop may have come while this client was made.
+    if (!m_delegate->isStoppedByUser()) return sendNextCommand();
+    later([this] {
+        if (m_run) endRun(countStillThere(), {});
+    });
 }
 
 void QVSecureAccess::sendNextCommand() {

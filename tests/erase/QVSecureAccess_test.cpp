@@ -329,6 +329,13 @@ TEST_F(QVSecureAccessTest, StopTakesTheQuestionForThePasswordBack) {
     ASSERT_TRUE(waitForEnd());
     EXPECT_THAT(delegate.notErased, ElementsAre(2));
     EXPECT_THAT(delegate.errors, IsEmpty());
+
+    delegate = {};
+    delegate.isStopped = true;
+    helper->commands.clear();
+    access->authorizedErase(request());
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_TRUE(helper->commands.empty()) << "who has stopped is not asked";
 }
 
 }  // namespace
