@@ -2,6 +2,7 @@
 """What the user cannot remove goes by the real helper, over a system bus with the real policy service."""
 
 import os
+import re
 import shutil
 import signal
 import subprocess
@@ -16,7 +17,23 @@ from helpertest import Agent  # noqa: E402  (after the path)
 from privatebus import SERVICE, PrivateBus  # noqa: E402
 
 HELPER = os.environ.get("KESTRIN_HELPER", "")
+PROMPT = re.compile(rb"\[y/N\] |for all\): ")
 ERASE = ("--locked=erase", "--forbidden=erase")
+
+
+OLD_HELPER = """exec /usr/bin/python3 - <<'END'
+from gi.repository import Gio, GLib
+name = "com.quorvane.Kestrin3Helper"
+node = Gio.DBusNodeInfo.new_for_xml(
+    '<node><interface name="com.quorvane.Kestrin3.QVHelperToolProtocol">'
+    '<method name="getVersion"><arg type="s" direction="out"/></method></interface></node>')
+bus = Gio.bus_get_sync(Gio.BusType.SYSTEM)
+bus.register_object("/com/quorvane/Kestrin3Helper", node.interfaces[0],
+                    lambda *call: call[-1].return_value(GLib.Variant("(s)", ("1.4.2",))), None, None)
+Gio.bus_own_name_on_connection(bus, name, 0, None, None)
+GLib.MainLoop().run()
+END
+"""
 
 
 class HelperTest(EndToEndTest):
@@ -97,6 +114,16 @@ class Authorised(HelperTest):
         named = {line.split(" ", 1)[1] for line in lines}
         self.assertIn(os.fsdecode(self.locked), named)
         self.assertIn(os.fsdecode(self.forbidden) + "/b/c", named)
+
+    def test_answers_on_a_terminal(self):
+        self.start_bus(answer="YES")
+        self.fill()
+        terminal = Terminal(self, "empty")
+        for count, answer in ((0, b"y\n"), (1, b"erase all\n"), (2, b"erase all\n")):
+            terminal.read_until(lambda text, n=count: len(PROMPT.findall(text)) > n)
+            terminal.type(answer)
+        self.assertEqual(terminal.end(), 0, terminal.text)
+        self.assertGone()
 
     def test_stays_away_when_nothing_needs_it(self):
         self.start_bus(answer="YES")
@@ -266,6 +293,14 @@ class NotUsable(HelperTest):
         self.stayed(run)
         self.assertIn(b"does not answer", run.err)
         self.assertLess(run.seconds, 8 * harness.TIME_FACTOR)
+
+    def test_another_version(self):
+        self.start_bus(helper=self.fake_helper(OLD_HELPER))
+        self.fill()
+        run = self.empty(status=1)
+        self.stayed(run)
+        self.assertIn(b"version 2.0.0", run.err)
+        self.assertIn(b"1.4.2", run.err)
 
     def test_does_not_start(self):
         self.start_bus(helper=self.fake_helper("exit 1\n"))
