@@ -5,7 +5,6 @@
 #include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusError>
-#include <QDBusMessage>
 #include <QDBusServiceWatcher>
 #include <QObject>
 #include <QString>
@@ -59,10 +58,10 @@ class HelperConnection : public QObject, protected QDBusContext {
     /// The helper's version, waited for at most 5 s, while events are served. Starts the helper
     /// when it is not running. The caller keeps the connection alive meanwhile.
     Result<QString> version();
-    /// Calls `method` of QVHelperToolProtocol with the bytes of the caller's authorization and a
-    /// property list, given in the call itself or, when it is long, in a memory file. `answered`
-    /// gets the error of the reply or none, however long that takes: the user may be asked for a
-    /// password. Errors: of the memory file.
+    /// Gives the command to erase, with the bytes of an AuthorizationForm and an EraseItems as XML;
+    /// a long one goes in a memory file. `answered` gets the reply, an error that is not valid when
+    /// the command was accepted, however long that takes: the user may be asked for a password.
+    /// Errors: of the memory file.
     MaybeError erase(std::string_view authorization, const std::string& itemsDictionary,
                      std::function<void(const QDBusError&)> answered);
     /// `answered` is called when the helper, or its absence, has answered: what it accepted before
