@@ -220,7 +220,8 @@ Options:
                      "wasStoppedByUser", "dryRun" and "notErased"
   -h, --help         print this page
 
-WHAT is "ask" unless given; without a terminal that means "skip".
+WHAT is "ask" unless given; without a terminal that means "skip". Erasing such
+items takes Kestrin’s helper and an administrator’s password.
 Ctrl-C stops at the next item, a second Ctrl-C at once.
 
 Exit status:
@@ -254,7 +255,8 @@ Options:
   -h, --help         print this page
   --                 what follows are paths, even with a hyphen in front
 
-WHAT is "ask" unless given; without a terminal that means "skip".
+WHAT is "ask" unless given; without a terminal that means "skip". Erasing such
+items takes Kestrin’s helper and an administrator’s password.
 Ctrl-C stops at the next item, a second Ctrl-C at once.
 
 Exit status:
