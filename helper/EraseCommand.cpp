@@ -80,11 +80,11 @@ bool unlock(UserTrashes& trashes, const std::string& path) {
 }  // namespace
 
 EraseOutcome runEraseCommand(UserTrashes& trashes, const EraseItems& items, EraseProgress& progress,
-                             const std::atomic<bool>& stop) {
+                             const std::atomic<bool>& stop, unsigned workers) {
     ListedItems listed(trashes, withoutRepetitions(items.unlockItems, items.permissionsItems),
                        Locks::Clear);
     WholePolicy policy(progress, stop);
-    TreeRemover(policy, 0, LockedEntries::Unlock).remove(listed);
+    TreeRemover(policy, workers, LockedEntries::Unlock).remove(listed);
     if (items.notTrashedBecauseFolderNotEmpty) {
         removeEmptyFolders(trashes, *items.notTrashedBecauseFolderNotEmpty, progress, stop);
     }

@@ -35,7 +35,7 @@ struct EraseOutcome {
 /// meanwhile counts as gone; one that is refused, because it lies in no trash of the user, as still
 /// there. Thread: any but the main thread.
 EraseOutcome runEraseCommand(UserTrashes& trashes, const EraseItems& items, EraseProgress& progress,
-                             const std::atomic<bool>& stop);
+                             const std::atomic<bool>& stop, unsigned workers = 0);
 
 /// Clears the immutable and append-only attributes of these entries and answers whether each is
 /// without them now. A file that has other names keeps them: some may lie outside the trash. What
