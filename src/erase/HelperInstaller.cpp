@@ -48,6 +48,17 @@ bool isTrustworthy(const FileUrl& program) {
            (attributes->userId == 0 || attributes->userId == ::getuid());
 }
 
+/// Serves events until the process has ended; false when the program itself is to end before.
+bool waitForEnd(QProcess& process) {
+    QEventLoop loop;
+    QObject::connect(&process, &QProcess::finished, &loop, &QEventLoop::quit);
+    QObject::connect(&process, &QProcess::errorOccurred, &loop, [&](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) loop.quit();
+    });
+    if (process.state() != QProcess::NotRunning) loop.exec();
+    return process.state() == QProcess::NotRunning;
+}
+
 /// The last line of what a script complained of.
 QString lastLine(const QByteArray& complaint) {
     const QList<QByteArray> lines = complaint.trimmed().split('\n');
@@ -89,27 +100,20 @@ MaybeError HelperInstaller::runAsRoot(const QString& script, const QStringList& 
     const QString pkexec = QStandardPaths::findExecutable(QStringLiteral("pkexec"));
     if (pkexec.isEmpty()) return problem(ENOENT, "pkexec_missing"_errorKey);
     auto process = std::make_unique<QProcess>();
-    QEventLoop loop;
-    QObject::connect(process.get(), &QProcess::finished, &loop, &QEventLoop::quit);
-    QObject::connect(process.get(), &QProcess::errorOccurred, &loop, [&](QProcess::ProcessError e) {
-        if (e == QProcess::FailedToStart) loop.quit();
-    });
     process->setStandardOutputFile(QProcess::nullDevice());
     process->start(pkexec, QStringList{QStringLiteral("/bin/sh"), QStringLiteral("-c"), script,
                                        QStringLiteral("kestrin")} +
                                arguments);
     process->write(input);
     process->closeWriteChannel();
-    if (process->state() != QProcess::NotRunning) loop.exec();
-    if (process->state() != QProcess::NotRunning) {
-        // The program ends while the password is asked for. Root's process cannot be ended, and
-        // waiting for it would keep the program.
+    if (!waitForEnd(*process)) {
+        // Root's process cannot be ended, and waiting for it would keep the program.
         process.release()->disconnect();
         return HostError{std::string(kOSStatusErrorDomain), kAuthorizationCancelled};
     }
-    const bool hasEnded = process->exitStatus() == QProcess::NormalExit &&
-                          process->error() != QProcess::FailedToStart;
-    return outcome(hasEnded ? process->exitCode() : 1, process->readAllStandardError());
+    const bool hasRun = process->exitStatus() == QProcess::NormalExit &&
+                        process->error() != QProcess::FailedToStart;
+    return outcome(hasRun ? process->exitCode() : 1, process->readAllStandardError());
 }
 
 MaybeError HelperInstaller::outcome(int exitCode, const QByteArray& complaint) const {
