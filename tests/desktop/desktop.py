@@ -214,10 +214,15 @@ class DesktopTest(EndToEndTest):
 
     def point(self, place):
         """Moves the pointer to the middle of a place or node; in two moves, as a hand does."""
-        x, y, width, height = getattr(place, "extents", place)
+        x, y, width, height = place if isinstance(place, tuple) else self.pixels(place)
         self.assertGreater(width * height, 0, f"{place} is nowhere")
         x, y = x + width // 2, y + height // 2
         self.xdotool("mousemove", x - 1, y, "mousemove", x, y)
+
+    def pixels(self, node):
+        """Where it is on the screen; the program tells that in points."""
+        scale = float(self.environment.get("QT_SCALE_FACTOR", "1"))
+        return tuple(round(points * scale) for points in node.extents)
 
     def click(self, place, button=1):
         self.point(place)
@@ -318,7 +323,7 @@ class DesktopTest(EndToEndTest):
         """False while a window is on the screen that shows nothing but what is behind it."""
         self.run_as_user("scrot", "-o", shot, environment=self.environment)
         windows = [*self.bus.popups(), *(self.app.children if self.app else [])]
-        places = [window.extents for window in windows if window.extents[2] > 0]
+        places = [place for place in map(self.pixels, windows) if place[2] > 0]
         spots = "".join(f"%[pixel:p{{{x + 3},{y + 3}}}]" for x, y, *_ in places)
         return not places or BACKGROUND not in self.tool(
             "convert", shot, "-depth", "8", "-format", spots, "info:").decode()

@@ -1,0 +1,152 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""The same walk through the program in every look that a desktop can ask for: for people to see."""
+
+import os
+
+from desktop import DesktopTest
+from harness import as_root, run_as_root
+
+# What a dark desktop writes for its programs.
+DARK = """[General]
+ColorScheme=Dark
+
+[Colors:Window]
+BackgroundNormal=43,45,48
+BackgroundAlternate=49,51,54
+ForegroundNormal=230,230,230
+ForegroundInactive=160,160,160
+
+[Colors:View]
+BackgroundNormal=30,31,34
+BackgroundAlternate=36,37,40
+ForegroundNormal=230,230,230
+ForegroundInactive=160,160,160
+
+[Colors:Button]
+BackgroundNormal=49,51,54
+ForegroundNormal=230,230,230
+ForegroundInactive=160,160,160
+
+[Colors:Selection]
+BackgroundNormal=47,125,209
+ForegroundNormal=255,255,255
+
+[Colors:Tooltip]
+BackgroundNormal=49,51,54
+ForegroundNormal=230,230,230
+"""
+
+
+class PicturesTest(DesktopTest):
+    def test_light(self):
+        self.walk()
+
+    def test_dark(self):
+        os.makedirs(os.path.join(self.home, b".config"), exist_ok=True)
+        with open(os.path.join(self.home, b".config/kdeglobals"), "w") as file:
+            file.write(DARK)
+        self.environment.update(XDG_CURRENT_DESKTOP="KDE", KDE_FULL_SESSION="true",
+                                KDE_SESSION_VERSION="5")
+        self.walk()
+
+    def test_scaled_by_one_and_a_half(self):
+        self.environment["QT_SCALE_FACTOR"] = "1.5"
+        self.walk()
+
+    def test_scaled_by_two(self):
+        self.environment["QT_SCALE_FACTOR"] = "2"
+        self.walk()
+
+    def test_longer_texts(self):
+        self.use_longer_texts()
+        self.walk()
+
+    def test_longer_texts_from_right_to_left(self):
+        self.use_longer_texts()
+        self.environment["KESTRIN_RIGHT_TO_LEFT"] = "1"
+        self.walk()
+
+    def use_longer_texts(self):
+        library = os.path.join(self.scratch, b"look-of-texts.so")
+        with as_root():
+            open(library, "wb").close()
+        run_as_root("mount", "--bind", os.environ["KESTRIN_LOOK_OF_TEXTS"], library)
+        self.environment.update(LD_PRELOAD=os.fsdecode(library), LANGUAGE="eo", LC_ALL="",
+                                LANG="C.UTF-8")
+        options = self.environment.get("ASAN_OPTIONS", "")
+        self.environment["ASAN_OPTIONS"] = options + ":verify_asan_link_order=0"
+
+    def fill(self):
+        self.slow = self.gated("A disk with a name that is rather long")
+        self.slow.trash.tree("tree", ["slow/a", "slow/b"])
+        for number in range(60):
+            self.slow.trash.tree(f"tree {number}", ["a", "b/c"])
+        self.locked = self.trash.file("a locked document with a name that is longer than most.txt")
+        self.can_lock = run_as_root("chattr", "+i", self.locked, check=False)
+        mounted = self.trash.tree("mounted", ["inside/a"])
+        run_as_root("mount", "-t", "tmpfs", "none", os.path.join(mounted, b"inside"))
+        self.ext4("Archive")
+
+    def walk(self):
+        """By the keyboard: it works the same in every language, direction and scale."""
+        self.fill()
+        self.start_program()
+        self.picture("closed")
+        self.point(self.icon_place())
+        self.wait(self.tool_tip, "the tool tip")
+        self.picture("tool-tip")
+        self.slow.shut()
+        self.xdotool("click", 1)
+        menu = self.wait(lambda: next(iter(self.bus.popups()), None), "the menu")
+        self.wait(lambda: len(menu.find_all("menu item")) == 3, "the entry of the disks")
+        self.picture("menu")
+        self.key("Down", "Down", "Return")
+        self.wait(lambda: self.disks(), "the rows")
+        self.picture("rows-counting")
+        self.slow.open()
+        self.wait(lambda: len([row for row in self.disks().children if "24" in row.name]) == 1,
+                  "the figures of the rows")
+        self.picture("rows-counted")
+        self.close_menus()
+        self.slow.shut()
+        self.empty_all_by_keyboard()
+        self.picture("confirmation-gathering")
+        self.slow.open()
+        self.wait(lambda: self.app.find("label", r"^249 |^24\d "), "the figures")
+        self.picture("confirmation")
+        self.slow.shut()
+        self.press_first_button()
+        self.see_progress_and_stop()
+
+    def empty_all_by_keyboard(self):
+        self.open_icon_menu()
+        self.key("Down", "Return")
+        self.wait(lambda: self.app.find("dialog"), "the question")
+
+    def open_icon_menu(self):
+        self.click(self.icon_place())
+        self.wait(self.bus.popups, "the menu")
+
+    def press_first_button(self):
+        """Return on the question, as soon as it takes one as meant."""
+        def gone():
+            self.key("Return")
+            return not self.app.find("dialog", "[Aa]ll|[Ààll]")
+        self.wait(gone, "the question to be answered")
+
+    def see_progress_and_stop(self):
+        if self.can_lock:
+            self.wait(lambda: self.app.find("check box"), "the question")
+            self.picture("question")
+            self.key("Escape")
+            self.wait(lambda: not self.app.find("check box"), "the question to go")
+        self.wait(self.progress, "the progress")
+        self.picture("progress")
+        self.slow.open()
+        report = self.wait(lambda: self.app.find("dialog"), "the report")
+        self.picture("report")
+        self.key("Shift+Tab", "space")
+        self.wait(lambda: report.find(name="inside"), "the details")
+        self.picture("report-details")
+        self.key("Escape")
+        self.wait(lambda: not self.app.find("dialog"), "the report to close")
