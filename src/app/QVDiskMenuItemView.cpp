@@ -33,6 +33,7 @@ using namespace std::chrono_literals;
 constexpr int kIconSize = 32;
 constexpr int kSideMargin = 12;
 constexpr int kWidthBesideName = 104;
+constexpr float kDimmedOpacity = 0.65F;
 constexpr int kFlashInterval = 125;  ///< milliseconds
 constexpr auto kActionDelay = 100ms;
 
@@ -325,7 +326,8 @@ void QVDiskMenuItemView::hideEvent(QHideEvent* event) {
 void QVDiskMenuItemView::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
     if (event->type() == QEvent::FontChange) updateViewSizeIfNeeded();
-    if (event->type() == QEvent::EnabledChange) updateColors();
+    if (event->type() == QEvent::EnabledChange || event->type() == QEvent::PaletteChange)
+        updateColors();
 }
 
 void QVDiskMenuItemView::updateColors() {
@@ -335,8 +337,13 @@ void QVDiskMenuItemView::updateColors() {
                           static_cast<QWidget*>(m_spinner)}) {
         part->setForegroundRole(role);
     }
-    // A style's dimmed text is not dimmed further where nothing can be chosen.
-    if (!isLit && isEnabled()) m_subName->setForegroundRole(QPalette::PlaceholderText);
+    // Of the menu's own colour: not every theme has one for dimmed text that can be read there.
+    QPalette dimmed = palette();
+    QColor color = dimmed.color(QPalette::Active, QPalette::WindowText);
+    color.setAlphaF(kDimmedOpacity);
+    dimmed.setColor(QPalette::Active, QPalette::WindowText, color);
+    dimmed.setColor(QPalette::Inactive, QPalette::WindowText, color);
+    m_subName->setPalette(dimmed);
     update();
 }
 
