@@ -48,7 +48,8 @@ class HelperTest(EndToEndTest):
         self._undo.callback(self._undo_locks)
 
     def lend(self, library):
-        """The program looks for its libraries beside itself."""
+        """The program looks for its libraries beside itself; the address sanitizer does not."""
+        self.environment["LD_LIBRARY_PATH"] = os.fsdecode(self.scratch)
         with as_root():
             place = os.path.join(self.scratch, library.encode())
             open(place, "wb").close()
