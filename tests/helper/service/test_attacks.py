@@ -96,15 +96,17 @@ class APath(Attack):
     def test_with_a_link_at_each_component(self):
         top = self.trash.tree("entry", ["real/file"])
         os.symlink(self.secret, os.path.join(top, b"out"))
+        os.symlink(os.path.relpath(self.secret, top), os.path.join(top, b"near"))
         os.symlink(b"real", os.path.join(top, b"in"))
         os.symlink(self.secret, self.trash.path("top"))
         self.assertRefused(
             os.path.join(top, b"out/shadow"), os.path.join(top, b"out/folder/file"),
+            os.path.join(top, b"near/shadow"), os.path.join(top, b"near/folder/file"),
             os.path.join(top, b"in/file"), self.trash.path("top/shadow"))
         for part in (b".local", b".local/share", b".local/share/Trash", b".local/share/Trash/files"):
             place = os.path.join(self.home, part)
             os.rename(place, self.home + b"/aside")
-            os.symlink(self.home + b"/aside", place)
+            os.symlink(os.path.relpath(self.home + b"/aside", os.path.dirname(place)), place)
             self.assertRefused(os.path.join(top, b"real/file"))
             os.unlink(place)
             os.rename(self.home + b"/aside", place)
@@ -182,7 +184,7 @@ class APath(Attack):
         """The rounds by the thousand are run on the helper's own code; these are for the whole of it."""
         top = self.trash.tree("entry", ["folder/shadow"])
         folder, link = os.path.join(top, b"folder"), os.path.join(top, b"link")
-        os.symlink(self.secret, link)
+        os.symlink(os.path.relpath(self.secret, top), link)
         swap = os.fork()
         if swap == 0:
             while True:
