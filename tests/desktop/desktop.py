@@ -307,6 +307,14 @@ class DesktopTest(EndToEndTest):
     def wait_until_gone(self, title):
         self.wait(lambda: not self.window(title), f"the window “{title}” to go")
 
+    def escape_until(self, condition, what):
+        """Presses Escape until it is so: a window that just came has no focus yet."""
+        def met():
+            if not condition():
+                self.key("Escape")
+            return condition()
+        self.wait(met, what)
+
     # Pictures.
 
     def picture(self, step):

@@ -101,8 +101,7 @@ class MenuTest(DesktopTest):
             self.key(key)
             question = self.wait_for_window(f"Empty the trash of “{disk}”")
             if disk == "Archive":
-                self.key("Escape")
-                self.wait_until_gone("Empty the trash")
+                self.escape_until(lambda: not self.window("Empty the trash"), "the end of the question")
                 self.assertEqual(archive.names(), [b"tree"])
             else:
                 self.wait_for_text(question, "7 items")

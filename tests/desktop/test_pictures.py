@@ -138,8 +138,7 @@ class PicturesTest(DesktopTest):
         if self.can_lock:
             self.wait(lambda: self.app.find("check box"), "the question")
             self.picture("question")
-            self.key("Escape")
-            self.wait(lambda: not self.app.find("check box"), "the question to go")
+            self.escape_until(lambda: not self.app.find("check box"), "the question to go")
         self.wait(self.progress, "the progress")
         self.picture("progress")
         self.slow.open()
@@ -148,5 +147,4 @@ class PicturesTest(DesktopTest):
         self.key("Shift+Tab", "space")
         self.wait(lambda: report.find(name="inside"), "the details")
         self.picture("report-details")
-        self.key("Escape")
-        self.wait(lambda: not self.app.find("dialog"), "the report to close")
+        self.escape_until(lambda: not self.app.find("dialog"), "the report to close")
