@@ -95,6 +95,7 @@ EraseOutcome runEraseCommand(UserTrashes& trashes, const EraseItems& items, Eras
 std::vector<bool> runUnlockCommand(UserTrashes& trashes, const std::vector<std::string>& paths,
                                    const std::atomic<bool>& stop) {
     std::vector<bool> unlocked;
+    unlocked.reserve(paths.size());
     for (const std::string& path : paths)
         unlocked.push_back(!stop && unlock(trashes, path));
     return unlocked;

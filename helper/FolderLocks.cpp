@@ -26,7 +26,6 @@ Result<std::unique_ptr<FolderLocks::Need>> FolderLocks::clear(int folder) {
 }
 
 FolderLocks::Need::~Need() {
-    if (!m_locks) return;
     const std::lock_guard guard(m_locks->m_mutex);
     const auto found = m_locks->m_cleared.find(m_key);
     if (--found->second.needs == 0) m_locks->m_cleared.erase(found);

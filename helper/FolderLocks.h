@@ -20,17 +20,16 @@ class FolderLocks {
     /// One need for one folder. Goes before the FolderLocks that gave it.
     class Need {
      public:
-        Need(Need&& other) noexcept
-            : m_locks(std::exchange(other.m_locks, nullptr)), m_key(other.m_key) {}
-        Need& operator=(Need&&) = delete;
+        Need(const Need&) = delete;
+        Need& operator=(const Need&) = delete;
         ~Need();
 
      private:
         friend class FolderLocks;
         using Key = std::pair<std::uint64_t, std::uint64_t>;
         Need(FolderLocks* locks, Key key) : m_locks(locks), m_key(key) {}
-        FolderLocks* m_locks;
-        Key m_key;
+        FolderLocks* const m_locks;
+        const Key m_key;
     };
 
     /// Clears what the open folder has; answers nothing when it had, and has, none. Errors: of
