@@ -45,7 +45,7 @@ function(kestrin_test name)
     target_link_libraries(${name} PRIVATE ${TEST_LINKS} kestrin_test_support)
     # The code under test is optimised; the tests themselves only have to compile fast.
     target_compile_options(${name} PRIVATE -O0)
-    set(properties TIMEOUT 120)
+    set(properties TIMEOUT 300)
     if(TEST_LABELS)
         list(APPEND properties LABELS "${TEST_LABELS}")
     endif()
