@@ -180,6 +180,11 @@ class HelperTest(EndToEndTest):
         self.assertNotIn("Sanitizer", self.bus.messages())
         super().tearDown()
 
+    def keep_home_in_memory(self):
+        """For tests with many files. What is in the home is gone from sight."""
+        self.tmpfs(self.home)
+        self.trash = TrashCan(self.trash.folder)
+
     def caller(self, user=USER):
         return Caller(self, user)
 

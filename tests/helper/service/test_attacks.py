@@ -161,6 +161,7 @@ class APath(Attack):
         self.assertEqual(self.trash.names(), [])
 
     def test_of_4096_components(self):
+        self.keep_home_in_memory()
         top = self.trash.path("deep")
         path = top
         os.mkdir(top)
@@ -295,6 +296,7 @@ class ACaller(Attack):
         self.assertAlive()
 
     def test_that_does_not_listen(self):
+        self.keep_home_in_memory()
         tops = [self.forbidden(f"top{number}", [f"{'n' * 200}{file}" for file in range(500)])
                 for number in range(20)]
         deaf = self.caller()

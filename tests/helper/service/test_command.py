@@ -73,6 +73,7 @@ class ACommand(HelperTest):
         os.unlink(locked)
 
     def test_tells_much_in_few_messages(self):
+        self.keep_home_in_memory()
         names = [f"d{folder}/f{file}" for folder in range(20) for file in range(250)]
         top = self.forbidden("top", names)
         caller = self.caller()
@@ -85,6 +86,7 @@ class ACommand(HelperTest):
         self.assertGone()
 
     def test_goes_one_after_the_other(self):
+        self.keep_home_in_memory()
         tops = [self.forbidden(f"top{number}", [f"f{file}" for file in range(2000)])
                 for number in range(2)]
         callers = [self.caller(), self.caller()]
@@ -100,6 +102,7 @@ class ACommand(HelperTest):
         self.assertEqual(callers[0].erase(permissions=[self.forbidden("more")]), 0)
 
     def test_that_is_stopped_need_not_wait_for_its_turn(self):
+        self.keep_home_in_memory()
         first, second = self.caller(), self.caller()
         first.order(do="answer", answers=False)  # which holds its command up
         tops = [self.forbidden(f"top{number}", [f"{'n' * 250}{file}" for file in range(200)])
@@ -220,7 +223,7 @@ class ItsLife(HelperTest):
         self.assertFalse(harness.run_as_root(self.program, check=False), "the name is taken")
 
     def test_ends_in_order_when_told_to(self):
-        top = self.forbidden("top", [f"f{file}" for file in range(20000)])
+        top = self.forbidden("top", [f"f{file}" for file in range(6000)])
         self.locked(top)
         caller = self.caller()
         caller.reply(caller.send_erase(items_xml(permissions=[top])))
