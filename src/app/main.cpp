@@ -68,10 +68,10 @@ void runProgram(int& argc, char** argv, const std::string& action) {
 }  // namespace
 
 #ifdef __SANITIZE_THREAD__
-// Threads that still run when the program leaves are no mistake here.
+// Threads that still run when the program leaves are no mistake here, and children of Qt's execute.
 extern "C" const char* __tsan_default_options();
 extern "C" const char* __tsan_default_options() {
-    return "report_thread_leaks=0";
+    return "report_thread_leaks=0:die_after_fork=0";
 }
 #endif
 
