@@ -129,8 +129,22 @@ void UserTrashes::open(Place& place) const {
     }
 }
 
+/// A user may mount a file system of his own making on the whole of his home.
+UniqueFd UserTrashes::openHome() const {
+    UniqueFd home = holdSystemFolder(m_home);
+    FolderFacts facts;
+    if (!home || !examineFolder(home.get(), facts)) return {};
+    const auto isServed =
+        std::any_of(m_mounts.begin(), m_mounts.end(), [&](const MountEntry& mount) {
+            return static_cast<std::uint64_t>(mount.id) == facts.mountId && isServedByUser(mount);
+        });
+    if (!isServed) return home;
+    errno = EPERM;
+    return {};
+}
+
 Result<UniqueFd> UserTrashes::openTrashFolder(const Place& place) const {
-    UniqueFd folder = place.mount ? holdMountRoot(*place.mount) : holdSystemFolder(m_home);
+    UniqueFd folder = place.mount ? holdMountRoot(*place.mount) : openHome();
     bool mustBeSticky = place.isShared;
     for (const std::string& step : place.steps) {
         if (folder) folder = holdFolder(folder.get(), step);

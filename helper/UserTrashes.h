@@ -80,6 +80,7 @@ class UserTrashes {
     Result<std::shared_ptr<UserTrash>> trashOf(std::string_view path, std::string_view& part);
     void open(Place& place) const;
     Result<UniqueFd> openTrashFolder(const Place& place) const;
+    UniqueFd openHome() const;
     MaybeError descend(EntryFolder& folder, std::string_view part, Locks locks);
 
     const std::uint32_t m_user;

@@ -18,6 +18,7 @@ struct FolderFacts {
     bool isLocked = false;  ///< immutable or append-only
     std::uint64_t deviceId = 0;
     std::uint64_t inode = 0;
+    std::uint64_t mountId = 0;  ///< MountEntry::id; 0 when the kernel does not tell (before 5.8)
 };
 
 /// Holds (O_PATH) the folder `name`, one component, in the open folder `parent`. None with errno on

@@ -138,6 +138,16 @@ TEST_F(TheTrashesOfAUser, AreOnEveryMountWhereTheyBelong) {
     EXPECT_EQ(refusal(own + "/entry", served), 0);
 }
 
+TEST_F(TheTrashesOfAUser, AreNotInAHomeThatTheUserServes) {
+    auto mounts = currentMounts();
+    EXPECT_EQ(refusal(m_files + "/entry", mounts), 0);
+    for (MountEntry& mount : mounts) {
+        mount.fileSystemType = "fuse.encfs";
+        mount.superOptions = {"rw", "user_id=1000"};
+    }
+    EXPECT_EQ(refusal(m_files + "/entry", mounts), EPERM);
+}
+
 TEST_F(TheTrashesOfAUser, EndWhereSomethingIsMounted) {
     KESTRIN_REQUIRE_MOUNTS();
     const auto bind = [&](const std::string& what, const std::string& where) {

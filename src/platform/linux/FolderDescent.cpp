@@ -49,7 +49,7 @@ UniqueFd holdMountRoot(const MountEntry& mount) {
 bool examineFolder(int folder, FolderFacts& facts) {
     struct statx status {};
     if (statx(folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC,
-              STATX_TYPE | STATX_MODE | STATX_UID | STATX_INO, &status) != 0) {
+              STATX_TYPE | STATX_MODE | STATX_UID | STATX_INO | STATX_MNT_ID, &status) != 0) {
         return false;
     }
     facts.userId = status.stx_uid;
@@ -57,6 +57,7 @@ bool examineFolder(int folder, FolderFacts& facts) {
     facts.isLocked = (status.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
     facts.deviceId = makedev(status.stx_dev_major, status.stx_dev_minor);
     facts.inode = status.stx_ino;
+    facts.mountId = status.stx_mask & STATX_MNT_ID ? status.stx_mnt_id : 0;
     return true;
 }
 
