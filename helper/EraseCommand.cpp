@@ -29,8 +29,10 @@ class WholePolicy : public RemovalPolicy {
     }
     void didFail(const RemovalEntry& entry, const HostError& error) override {
         constexpr std::uint64_t kLogged = 20;  // a user's tree must not fill the journal
+        constexpr std::size_t kLongestText = 2000;
         if (m_failures++ >= kLogged) return;
-        qCWarning(lcHelper, "%s stays: %s", percentEncode(entry.path(), true).c_str(),
+        qCWarning(lcHelper, "%s stays: %s",
+                  percentEncode(entry.path(), true).substr(0, kLongestText).c_str(),
                   error.localizedDescription().c_str());
     }
     bool shouldStop() const override { return m_stop; }

@@ -233,6 +233,29 @@ class ItsLife(HelperTest):
             self.assertFalse(harness.run_as_root("rmdir", top, check=False))
             self.assertIn("i", self.attributes(top))
 
+    def test_ends_with_the_bus(self):
+        top = self.locked(self.forbidden("top", [f"f{file}" for file in range(3000)]))
+        caller = self.caller()
+        caller.order(do="answer", answers=False)
+        caller.reply(caller.send_erase(items_xml(permissions=[top])))
+        helper = self.bus.helper_process()
+        with harness.as_root():
+            self.bus.daemon.kill()
+        deadline = time.monotonic() + 20 * harness.TIME_FACTOR
+        while self.is_running(helper):
+            self.assertLess(time.monotonic(), deadline)
+            time.sleep(0.05)
+        if os.path.exists(top):
+            self.assertIn("i", self.attributes(top))
+
+    @staticmethod
+    def is_running(process):
+        try:
+            with open(f"/proc/{process}/stat", "rb") as file:
+                return file.read().rsplit(b")", 1)[1].split()[0] != b"Z"
+        except FileNotFoundError:
+            return False
+
     def attributes(self, path):
         return self.run_as_user("lsattr", "-d", path).split()[0].decode()
 
