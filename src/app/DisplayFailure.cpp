@@ -7,7 +7,10 @@
 #include <QStringList>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "base/StringTable.h"
 #include "erase/DisplayName.h"
@@ -15,7 +18,13 @@
 namespace kestrin {
 namespace {
 
-QtMessageHandler s_previous = nullptr;
+/// Something that the toolkit said meanwhile.
+struct Message {
+    QtMsgType type;
+    QString text;
+};
+std::mutex s_mutex;  // guards what follows: threads of the toolkit speak, too
+std::vector<Message> s_heldBack;
 
 /// "DISPLAY=:7": what the toolkit went by.
 QStringList displaySettings() {
@@ -36,20 +45,25 @@ QStringList displaySettings() {
     ::_exit(kStatusNoDisplay);
 }
 
+/// Some plugins name no category when they speak of displays: nothing passes before it is known how
+/// the start ended.
 void handleMessage(QtMsgType type, const QMessageLogContext& context, const QString& text) {
     if (type == QtFatalMsg) leave();
     const std::string_view category = context.category ? context.category : "";
-    if (!category.starts_with("qt.qpa.")) s_previous(type, context, text);
+    if (category.starts_with("qt.qpa.")) return;
+    const std::lock_guard lock(s_mutex);
+    s_heldBack.push_back({type, text});
 }
 
 }  // namespace
 
-DisplayFailure::DisplayFailure() : m_previous(qInstallMessageHandler(handleMessage)) {
-    s_previous = m_previous;
-}
+DisplayFailure::DisplayFailure() : m_previous(qInstallMessageHandler(handleMessage)) {}
 
 DisplayFailure::~DisplayFailure() {
     qInstallMessageHandler(m_previous);
+    const std::lock_guard lock(s_mutex);
+    for (const Message& message : std::exchange(s_heldBack, {}))
+        m_previous(message.type, QMessageLogContext(), message.text);
 }
 
 }  // namespace kestrin

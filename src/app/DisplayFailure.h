@@ -12,7 +12,8 @@ inline constexpr int kStatusNoDisplay = 2;
 
 /// To live while QApplication is made. A toolkit that finds nothing to draw on then ends the
 /// process with kStatusNoDisplay and one line on standard error that says how to go on; left to
-/// itself it would abort. What it says about displays that it tried is kept back. One at a time.
+/// itself it would abort. What it says about displays that it tried is kept back, the rest until
+/// this goes. One at a time; main thread.
 class DisplayFailure {
  public:
     DisplayFailure();

@@ -41,19 +41,9 @@ class DesktopTest(EndToEndTest):
         self._parts = {}
         self._gated = []
         self.kestrin = self.app = None
-        self._show_library()
+        self.lend("libkestrin_app.so")
         self.write_settings(show_install_helper_tool="true")
         self.start_session()
-
-    def _show_library(self):
-        """The program's windows live in a library beside it; the address sanitizer does not look for it
-        there."""
-        self.environment["LD_LIBRARY_PATH"] = os.fsdecode(self.scratch)
-        library = os.path.join(self.scratch, b"libkestrin_app.so")
-        with as_root():
-            open(library, "wb").close()
-        run_as_root("mount", "--bind",
-                    os.path.join(os.path.dirname(PROGRAM), "libkestrin_app.so"), library)
 
     def write_settings(self, **settings):
         folder = os.path.join(self.home, b".config")

@@ -228,9 +228,10 @@ class EndToEndTest(unittest.TestCase):
         self.trash = TrashCan(os.path.join(self.home, b".local/share/Trash"))
         self.environment = self._make_environment()
 
-    def bring_windows(self):
-        """The part of the program that shows windows, which lies beside it."""
-        library = "libkestrin_app.so"
+    def lend(self, library):
+        """One of the program's libraries, which it looks for beside itself; under the address sanitizer it
+        does not."""
+        self.environment["LD_LIBRARY_PATH"] = os.fsdecode(self.scratch)
         place = os.path.join(self.scratch, to_bytes(library))
         with as_root():
             open(place, "wb").close()

@@ -49,15 +49,6 @@ class HelperTest(EndToEndTest):
         self.helper = "/usr/libexec/com.quorvane.Kestrin3Helper"
         self._undo.callback(self._undo_locks)
 
-    def lend(self, library):
-        """The program looks for its libraries beside itself; the address sanitizer does not."""
-        self.environment["LD_LIBRARY_PATH"] = os.fsdecode(self.scratch)
-        with as_root():
-            place = os.path.join(self.scratch, library.encode())
-            open(place, "wb").close()
-            run_as_root("mount", "--bind",
-                        os.path.join(os.path.dirname(harness.PROGRAM), library), place)
-
     def start_bus(self, helper=None, **options):
         """`helper`: another program in its place. For the others see PrivateBus."""
         folder = os.path.join(self.scratch, b"bus")

@@ -94,7 +94,7 @@ class UsageTest(EndToEndTest):
 
     def test_desktop_that_is_not_there(self):
         """A line and a status, instead of a program that crashes."""
-        self.bring_windows()
+        self.lend("libkestrin_app.so")
         for arguments in ([], ["--empty-all"], ["--quit"]):
             self.environment.pop("DISPLAY", None)
             self.refuse(*arguments)
