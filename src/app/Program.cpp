@@ -28,6 +28,7 @@
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
 #include "inventory/QVKestrinFileUtilities.h"
+#include "platform/BackgroundPriority.h"
 #include "platform/MountTable.h"
 #include "platform/TrashWatcher.h"
 #include "platform/ui/DesktopNotification.h"
@@ -59,6 +60,15 @@ QIcon iconOfDisk(const TrashLocation& location) {
     const std::string_view path = location.volumePath;
     const bool isRemovable = path.starts_with("/media/") || path.starts_with("/run/media/");
     return diskIcon(isRemovable ? DiskKind::Removable : DiskKind::Internal);
+}
+
+/// Beside an open menu, which must stay quick.
+std::optional<TrashScan> countTrash(const FileUrl& trash, const std::stop_token& stop) {
+    std::optional<TrashScan> found;
+    runAtBackgroundPriority([&] {
+        found = QVKestrinFileUtilities::sharedControl().binItemsAndInfoWithURL(trash, stop);
+    });
+    return found;
 }
 
 QWidget* openWindow() {
@@ -154,11 +164,7 @@ AppServices Program::services() {
             .rows = {.center = NotificationCenter::defaultCenter(),
                      .texts = m_texts,
                      .numbers = QVNumberUtilities::sharedControl(),
-                     .scan =
-                         [](const FileUrl& trash, std::stop_token stop) {
-                             return QVKestrinFileUtilities::sharedControl().binItemsAndInfoWithURL(
-                                 trash, std::move(stop));
-                         },
+                     .scan = countTrash,
                      .icon = iconOfDisk},
             .makeEngine = [this] { return QVDeleteItems::create(eraseServices()); },
             .makeStatusItem = [this](QMenu& menu) -> std::unique_ptr<StatusDisplay> {
