@@ -100,8 +100,10 @@ class UsageTest(EndToEndTest):
             self.refuse(*arguments)
             self.environment["DISPLAY"] = ":987"
             self.refuse(*arguments, naming=b"DISPLAY=:987")
+        self.environment["XDG_RUNTIME_DIR"] = os.fsdecode(self.home)  # libwayland complains else
         self.environment["WAYLAND_DISPLAY"] = "nowhere-7"
-        self.assertEqual(self.succeed(status=2).err.count(b"\n"), 1)
+        err = self.succeed(status=2).err
+        self.assertEqual(err.count(b"\n"), 1, err)
 
     def test_relative_path(self):
         """It begins at the current folder, and that is no trash."""
