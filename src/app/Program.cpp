@@ -71,12 +71,21 @@ std::optional<TrashScan> countTrash(const FileUrl& trash, const std::stop_token&
     return found;
 }
 
-QWidget* openWindow() {
-    if (QWidget* const modal = QApplication::activeModalWidget()) return modal;
-    for (QWidget* const window : QApplication::topLevelWidgets()) {
-        if (window->isVisible() && qobject_cast<QVProgressWindow*>(window)) return window;
+QVProgressWindow* openProgressWindow() {
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        auto* const window = qobject_cast<QVProgressWindow*>(widget);
+        if (window && window->isVisible()) return window;
     }
     return nullptr;
+}
+
+void pressStop() {
+    if (QVProgressWindow* const window = openProgressWindow()) window->stop();
+}
+
+QWidget* openWindow() {
+    QWidget* const modal = QApplication::activeModalWidget();
+    return modal ? modal : openProgressWindow();
 }
 
 void bringForward() {
@@ -176,6 +185,7 @@ AppServices Program::services() {
             .installHelper =
                 [this] { return QVSecureAccess(secureAccess()).installHelperAppIfNeeded(); },
             .openUrl = [](const QString& url) { QDesktopServices::openUrl(QUrl(url)); },
+            .pressStop = pressStop,
             .bringForward = bringForward,
             .dismissAlerts = dismissAlerts,
             .tellUser = [this](const QString& text) { tellUser(text); },

@@ -70,6 +70,7 @@ void QVKestrin::quit() {
     m_endsWhenStopped = true;
     if (!m_deleteItemsCntrl || m_startTimer) return endNow();
     m_endTimer = m_services.startTimer(kEndPatience, [this] { endNow(); });
+    callIfGiven(m_services.pressStop);  // which shows what the program waits for
     m_deleteItemsCntrl->stop();
     // The answer to an open question must find the engine stopped.
     MainThread::post([this] { callIfGiven(m_services.dismissAlerts); });

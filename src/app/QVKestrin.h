@@ -85,6 +85,7 @@ struct AppServices {
     std::function<void()> showPreferences{};
     std::function<void(int tag)> showServiceWindow{};  ///< 1, 4 and 12
     std::function<void(const QString&)> openUrl{};
+    std::function<void()> pressStop{};               ///< in the progress window that is open
     std::function<void()> bringForward{};            ///< the question or the progress that is open
     std::function<void()> dismissAlerts{};           ///< ends the open question without an answer
     std::function<void(const QString&)> tellUser{};  ///< one message of the desktop

@@ -49,6 +49,7 @@ class SessionTest(DesktopTest):
         self.wait(self.progress, "the progress")
         slow.shut(b"all")
         send(self.kestrin, signal.SIGTERM)
+        self.wait_for_text(self.progress(), "Stopping")
         slow.open()
         self.assertEqual(self.wait_for_end(), 0)
         gone = [line for line in self.log_lines() if " /" in line]
