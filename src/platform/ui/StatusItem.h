@@ -22,8 +22,8 @@ namespace kestrin {
 /// keeps to the one that it found.
 ///
 /// The icon's colour is the one that the panel tells (X11), or the panel's own where it draws icons
-/// by name; else it follows the application's palette, also when that changes. A dark panel in a
-/// light session that does neither cannot be told from a light one.
+/// by name; else it follows the application's palette, also when that changes. On an X11 panel
+/// that does neither it has an outline, since a dark panel cannot be told from a light one.
 class StatusItem {
  public:
     /// Calls `done(true)` as soon as a status area is there, from the event loop or at once, or

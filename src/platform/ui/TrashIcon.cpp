@@ -5,6 +5,7 @@
 #include <QIconEngine>
 #include <QPainter>
 #include <QSvgRenderer>
+#include <algorithm>
 #include <optional>
 #include <string>
 
@@ -22,6 +23,7 @@ namespace {
 
 constexpr std::size_t kMaximumPictureBytes = std::size_t{1} << 20;
 constexpr int kThemeSize = 22;
+constexpr int kOutlinePart = 24;  ///< of the icon's height
 // What panels write in, where they do not say it.
 constexpr QRgb kOnDark = qRgb(0xf2, 0xf2, 0xf2);
 constexpr QRgb kOnLight = qRgb(0x2e, 0x34, 0x36);
@@ -39,15 +41,17 @@ QByteArray picture(const char* name) {
 /// Draws the shape at the very size that is asked for, in one colour.
 class SymbolicIconEngine : public QIconEngine {
  public:
-    SymbolicIconEngine(QByteArray svg, const QColor& foreground, QString name)
-        : m_svg(std::move(svg)), m_foreground(foreground), m_name(std::move(name)) {}
+    SymbolicIconEngine(QByteArray svg, const QColor& foreground, QString name,
+                       const QColor& outline = Qt::transparent)
+        : m_svg(std::move(svg)),
+          m_foreground(foreground),
+          m_name(std::move(name)),
+          m_outline(outline) {}
 
     QString key() const override { return QStringLiteral("KestrinSymbolic"); }
     QString iconName() override { return m_name; }
     bool isNull() override { return m_svg.isEmpty(); }
-    QIconEngine* clone() const override {
-        return new SymbolicIconEngine(m_svg, m_foreground, m_name);
-    }
+    QIconEngine* clone() const override { return new SymbolicIconEngine(*this); }
     QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
         return {{16, 16}, {22, 22}, {24, 24}, {32, 32}, {48, 48}, {64, 64}};
     }
@@ -61,6 +65,23 @@ class SymbolicIconEngine : public QIconEngine {
     }
 
     QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State) override {
+        const QImage shape = drawing(size, foreground(mode));
+        if (m_outline.alpha() == 0) return QPixmap::fromImage(shape);
+        const QImage shadow = drawing(size, m_outline);
+        const int width = std::max(1, size.height() / kOutlinePart);
+        QPixmap outlined(size);
+        outlined.fill(Qt::transparent);
+        QPainter painter(&outlined);
+        for (const int x : {-width, 0, width}) {
+            for (const int y : {-width, 0, width})
+                painter.drawImage(x, y, shadow);
+        }
+        painter.drawImage(0, 0, shape);
+        return outlined;
+    }
+
+ private:
+    QImage drawing(const QSize& size, const QColor& color) const {
         QImage image(size, QImage::Format_ARGB32_Premultiplied);
         image.fill(Qt::transparent);
         QSvgRenderer renderer(m_svg);
@@ -68,12 +89,10 @@ class SymbolicIconEngine : public QIconEngine {
         QPainter painter(&image);
         renderer.render(&painter);
         painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-        painter.fillRect(image.rect(), foreground(mode));
-        painter.end();
-        return QPixmap::fromImage(image);
+        painter.fillRect(image.rect(), color);
+        return image;
     }
 
- private:
     QColor foreground(QIcon::Mode mode) const {
         QColor color = m_foreground;
         if (mode == QIcon::Disabled) color.setAlphaF(color.alphaF() / 2);
@@ -83,6 +102,7 @@ class SymbolicIconEngine : public QIconEngine {
     QByteArray m_svg;
     QColor m_foreground;
     QString m_name;
+    QColor m_outline;
 };
 
 std::optional<QByteArray> themeDrawing(const std::string& name) {
@@ -127,6 +147,12 @@ QIcon trashIcon(bool isFull, const QColor& foreground) {
 
 QIcon trashIcon(bool isFull, bool isDark) {
     return trashIcon(isFull, QColor(isDark ? kOnDark : kOnLight));
+}
+
+QIcon outlinedTrashIcon(bool isFull, bool isDark) {
+    const Drawing drawing = trashDrawing(isFull);
+    return QIcon(new SymbolicIconEngine(drawing.svg, QColor(isDark ? kOnDark : kOnLight),
+                                        drawing.name, QColor(isDark ? kOnLight : kOnDark)));
 }
 
 QIcon applicationIcon() {

@@ -18,6 +18,10 @@ namespace kestrin {
 /// installed.
 QIcon trashIcon(bool isFull, bool isDark);
 
+/// The same for a panel of which nothing is known: with an outline that sets it off from a panel of
+/// its own lightness.
+QIcon outlinedTrashIcon(bool isFull, bool isDark);
+
 /// The same in the colour that a panel says it writes in.
 QIcon trashIcon(bool isFull, const QColor& foreground);
 

@@ -23,10 +23,13 @@ bool paletteIsDark() {
            palette.color(QPalette::WindowText).lightness();
 }
 
-/// The desktop's panel, in its own colour where it tells, else as dark as the programs are.
+/// In the colour that the desktop's panel tells. Else as dark as the programs are, and where the
+/// panel does not draw by names, so that it may be of the other kind, with an outline.
 QIcon iconForPanel(bool isFull) {
-    const std::optional<QColor> foreground = SystemTrayOwner().foreground();
-    return foreground ? trashIcon(isFull, *foreground) : trashIcon(isFull, paletteIsDark());
+    const SystemTrayOwner tray;
+    if (!tray.exists()) return trashIcon(isFull, paletteIsDark());
+    const std::optional<QColor> foreground = tray.foreground();
+    return foreground ? trashIcon(isFull, *foreground) : outlinedTrashIcon(isFull, paletteIsDark());
 }
 
 QRect screenAt(const QPoint& point) {
