@@ -62,7 +62,7 @@ QString AnimatedProgressBar::text() const {
     if (m_isIndeterminate) return {};
     const QLocale locale = this->locale();
     const QString percent =
-        locale.toString(value() / kStepsAPercent) + QChar(QChar::Nbsp) + locale.percent();
+        locale.toString(m_goal / kStepsAPercent) + QChar(QChar::Nbsp) + locale.percent();
     if (!isRightToLeft()) return percent;
     // Isolated, so that the sign stays behind its figure.
     return QChar(0x2066) + percent + QChar(0x2069);

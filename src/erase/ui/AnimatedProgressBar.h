@@ -25,7 +25,7 @@ class AnimatedProgressBar : public QProgressBar, public ProgressSpinner {
     /// Kept for later while the bar is indeterminate.
     void updateProgress(double percent) override;
 
-    /// The percentage in the user's way of writing it.
+    /// The percentage in the user's way of writing it, at once, while the bar still glides to it.
     QString text() const override;
 
  private:
