@@ -95,6 +95,7 @@ void QVDiskMenuItemView::buildLayout() {
     m_diskName = new QLabel(this);
     m_diskName->setObjectName(QStringLiteral("diskName"));
     m_diskName->setTextFormat(Qt::PlainText);
+    alignToLeadingEdge(*m_diskName);
     m_subName = new ElidedLabel(Qt::ElideRight, this);
     m_subName->setObjectName(QStringLiteral("diskInfo"));
     QFont small = font();
@@ -326,6 +327,7 @@ void QVDiskMenuItemView::hideEvent(QHideEvent* event) {
 void QVDiskMenuItemView::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
     if (event->type() == QEvent::FontChange) updateViewSizeIfNeeded();
+    if (event->type() == QEvent::LayoutDirectionChange) alignToLeadingEdge(*m_diskName);
     if (event->type() == QEvent::EnabledChange || event->type() == QEvent::PaletteChange)
         updateColors();
 }

@@ -9,6 +9,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QStyle>
 #include <QTextBoundaryFinder>
 #include <QToolButton>
@@ -30,6 +31,8 @@ constexpr int kStrayMilliseconds = 500;
 constexpr int kTextWidth = 460;  // of the size line, so that every alert is as wide
 constexpr int kLongestWord = 24;
 constexpr QSize kDetailsSize(560, 180);
+constexpr int kWidestDetails = 900;
+constexpr int kButtonPadding = 12;
 
 /// Critical is a warning here: the toolkit's sign for it says that something went wrong.
 QStyle::StandardPixmap pixmapOf(AlertModel::Style style) {
@@ -56,6 +59,7 @@ QLabel* wrappedLabel(const QString& name, const QString& text) {
     label->setAccessibleName(text);
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
+    alignToLeadingEdge(*label);
     label->setMinimumWidth(kTextWidth);
     return label;
 }
@@ -175,15 +179,39 @@ QWidget* AlertDialog::makeDetails() {
     m_details->setUniformRowHeights(true);
     m_details->setTextElideMode(Qt::ElideMiddle);
     m_details->setMinimumSize(kDetailsSize);
-    m_details->header()->setSectionResizeMode(QHeaderView::Interactive);
-    m_details->header()->setDefaultSectionSize(kDetailsSize.width() / StayedModel::ColumnCount);
+    m_details->header()->setStretchLastSection(false);
     m_details->hide();
     return m_details;
 }
 
 void AlertDialog::showDetails(bool show) {
     m_details->setVisible(show);
-    if (!show) adjustSize();
+    if (!show) return adjustSize();
+    fitDetails();
+    moveOntoScreen();
+}
+
+/// As wide as the texts are, but for the names, which may be of any length and are cut first.
+void AlertDialog::fitDetails() {
+    QHeaderView& header = *m_details->header();
+    header.setSectionResizeMode(QHeaderView::Interactive);
+    header.resizeSections(QHeaderView::ResizeToContents);
+    const int room = m_details->width() - m_details->viewport()->width();
+    const int widest = std::min(kWidestDetails, screen()->availableGeometry().width() * 9 / 10);
+    m_details->setMinimumWidth(
+        std::clamp(header.length() + room, std::min(kDetailsSize.width(), widest), widest));
+    header.setSectionResizeMode(StayedModel::Name, QHeaderView::Stretch);
+    layout()->activate();
+}
+
+void AlertDialog::moveOntoScreen() {
+    resize(size().expandedTo(minimumSizeHint()));
+    const QRect all = screen()->availableGeometry();
+    QRect place = frameGeometry();
+    place.moveRight(std::min(place.right(), all.right()));
+    place.moveBottom(std::min(place.bottom(), all.bottom()));
+    place.moveTopLeft({std::max(place.left(), all.left()), std::max(place.top(), all.top())});
+    move(place.topLeft());
 }
 
 QWidget* AlertDialog::makeButtons() {
@@ -210,6 +238,7 @@ void AlertDialog::addButton(int index, const QString& title) {
     QPushButton* const button = m_buttonBox->addButton(title, role);
     button->setObjectName(QStringLiteral("button_%1").arg(index + 1));
     button->setAutoDefault(true);
+    button->setMinimumWidth(button->sizeHint().width() + kButtonPadding);
     button->installEventFilter(this);
     connect(button, &QPushButton::clicked, this, [this, result] { done(result); });
     if (!m_first) m_first = button;

@@ -61,6 +61,8 @@ class AlertDialog : public QDialog {
     void markDestructive();
     bool isStray(const QKeyEvent& event) const;
     void showDetails(bool show);
+    void fitDetails();
+    void moveOntoScreen();
 
     const AlertModel m_model;
     const StringTable& m_texts;

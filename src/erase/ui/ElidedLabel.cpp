@@ -2,12 +2,14 @@
 #include "erase/ui/ElidedLabel.h"
 
 #include <QEvent>
+#include <QStyle>
 
 namespace kestrin {
 
 ElidedLabel::ElidedLabel(Qt::TextElideMode mode, QWidget* parent) : QLabel(parent), m_mode(mode) {
     setTextFormat(Qt::PlainText);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    alignToLeadingEdge(*this);
 }
 
 void ElidedLabel::setFullText(const QString& text) {
@@ -37,6 +39,7 @@ void ElidedLabel::resizeEvent(QResizeEvent* event) {
 void ElidedLabel::changeEvent(QEvent* event) {
     QLabel::changeEvent(event);
     if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) fit();
+    if (event->type() == QEvent::LayoutDirectionChange) alignToLeadingEdge(*this);
 }
 
 void ElidedLabel::fit() {
@@ -46,6 +49,12 @@ void ElidedLabel::fit() {
     if (shown == text()) return;
     setText(shown);
     setToolTip(shown == line ? QString() : plainToolTip(m_fullText));
+}
+
+void alignToLeadingEdge(QLabel& label) {
+    const Qt::Alignment side = QStyle::visualAlignment(label.layoutDirection(), Qt::AlignLeading) &
+                               Qt::AlignHorizontal_Mask;
+    label.setAlignment(side | Qt::AlignAbsolute | (label.alignment() & Qt::AlignVertical_Mask));
 }
 
 QString plainToolTip(const QString& text) {

@@ -7,7 +7,8 @@
 namespace kestrin {
 
 /// Shows plain text on one line, whatever it holds, cut with "…" where it is wider than the label;
-/// the whole of a cut text is the tooltip. Assistive tools always read the whole text.
+/// the whole of a cut text is the tooltip. Begins where lines begin in the layout direction.
+/// Assistive tools always read the whole text.
 class ElidedLabel : public QLabel {
     Q_OBJECT
 
@@ -31,6 +32,10 @@ class ElidedLabel : public QLabel {
     const Qt::TextElideMode m_mode;
     QString m_fullText;
 };
+
+/// Lets the text begin where lines begin in the label's layout direction, whatever script it is in:
+/// the name of a disk stands beside its icon.
+void alignToLeadingEdge(QLabel& label);
 
 /// A text for setToolTip that is shown as it stands: a name that looks like markup stays a name.
 QString plainToolTip(const QString& text);

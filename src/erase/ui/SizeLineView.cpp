@@ -24,7 +24,6 @@ SizeLineView::SizeLineView(QWidget* parent)
       m_text(new ElidedLabel(Qt::ElideLeft, this)) {
     m_text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     m_text->setFocusPolicy(Qt::ClickFocus);
-    m_text->setAlignment(Qt::AlignLeading | Qt::AlignVCenter);
     m_text->setObjectName(QStringLiteral("size_line_text"));
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
