@@ -279,6 +279,21 @@ class ListingTest(EndToEndTest):
             self.succeed(*command)
             self.assertEqual([listing(place, "mc") for place in (self.home, b"/media")], before, command)
 
+    def test_access_times_stay(self):
+        can = self.volume_trash(self.ext4("Disk"))
+        for trash in (can, self.trash):
+            trash.tree("tree")
+            trash.file("file")
+        paths = [os.path.join(folder, name) for top in (self.home, can.folder)
+                 for folder, folders, files in os.walk(top) for name in folders + files]
+        for path in paths:
+            os.utime(path, (1, 2))
+        for command in (["list"], ["show", "--sort=date"], ["show", "Disk"], ["empty", "--dry-run"],
+                        ["erase", "--dry-run", self.trash.path("tree")]):
+            self.succeed(*command)
+            read = [path for path in paths if os.lstat(path).st_atime != 1]
+            self.assertEqual(read, [], command)
+
     def test_dry_run_tells_what_would_go(self):
         self.trash.tree("tree", ["a", "b/c"])
         self.trash.file("file")

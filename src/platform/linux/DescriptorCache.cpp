@@ -59,6 +59,11 @@ int openFolderAt(int parent, const char* name, int extraFlags) {
     return openFolderWithoutOpenat2(parent, name, flags);
 }
 
+int openFolderQuietlyAt(int parent, const char* name) {
+    const int fd = openFolderAt(parent, name, O_NOATIME);
+    return fd < 0 && errno == EPERM ? openFolderAt(parent, name) : fd;
+}
+
 unsigned affordableWorkers(unsigned wanted) {
     return descriptorLimit() < 256 ? 2 : wanted;
 }

@@ -18,6 +18,8 @@ namespace kestrin {
 /// (openat2(2) with RESOLVE_NO_XDEV, also for a bind mount of the same device). `extraFlags` such
 /// as O_PATH or O_NOATIME. -1 with errno on failure; EXDEV when something is mounted there.
 int openFolderAt(int parent, const char* name, int extraFlags = 0);
+/// The same without a trace in the access time, where the kernel lets us.
+int openFolderQuietlyAt(int parent, const char* name);
 
 /// A folder on the way of a walk. Lives at least as long as the folders below it.
 struct FolderNode {

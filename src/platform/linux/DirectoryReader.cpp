@@ -10,6 +10,7 @@
 
 #include "platform/HostErrors.h"
 #include "platform/UniqueFd.h"
+#include "platform/linux/QuietOpen.h"
 
 namespace kestrin {
 namespace {
@@ -20,7 +21,8 @@ struct CloseDirectory {
 using Directory = std::unique_ptr<DIR, CloseDirectory>;
 
 Directory openDirectory(const FileUrl& folder) {
-    UniqueFd fd(open(folder.path().c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    UniqueFd fd(openQuietly(AT_FDCWD, folder.path().c_str(), kFlags));
     Directory directory(fd ? fdopendir(fd.get()) : nullptr);
     if (directory) fd.release();
     return directory;

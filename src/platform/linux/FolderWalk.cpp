@@ -13,6 +13,7 @@
 #include "platform/UniqueFd.h"
 #include "platform/linux/DescriptorCache.h"
 #include "platform/linux/DirectoryStream.h"
+#include "platform/linux/QuietOpen.h"
 
 namespace kestrin {
 namespace {
@@ -123,10 +124,10 @@ class TreeWalk {
             level.subfolders.clear();
             return;
         }
-        UniqueFd folder(openFolderAt(parent, name.c_str()));
+        UniqueFd folder(openFolderQuietlyAt(parent, name.c_str()));
         if (!folder && errno == EMFILE) {
             m_descriptors.closeIdle();
-            folder.reset(openFolderAt(parent, name.c_str()));
+            folder.reset(openFolderQuietlyAt(parent, name.c_str()));
         }
         m_descriptors.unpin(level);
         if (folder) enter(std::move(folder), std::move(name));
@@ -161,7 +162,7 @@ class TreeWalk {
 
 UniqueFd openFolder(const FileUrl& folder) {
     constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
-    return UniqueFd(open(folder.path().c_str(), kFlags));
+    return UniqueFd(openQuietly(AT_FDCWD, folder.path().c_str(), kFlags));
 }
 
 MaybeError readError(int systemError) {

@@ -8,6 +8,7 @@
 #include <cerrno>
 
 #include "platform/UniqueFd.h"
+#include "platform/linux/QuietOpen.h"
 
 namespace kestrin {
 namespace {
@@ -37,7 +38,7 @@ std::optional<std::string> readRegularFile(int folder, const char* name, std::si
     if (fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(status.st_mode)) {
         return std::nullopt;
     }
-    const UniqueFd file(openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const UniqueFd file(openQuietly(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
     if (statusOfRead) *statusOfRead = status;
     return readAll(file.get(), limit);

@@ -13,6 +13,7 @@
 #include "platform/HostErrors.h"
 #include "platform/linux/DescriptorCache.h"
 #include "platform/linux/DirectoryStream.h"
+#include "platform/linux/QuietOpen.h"
 #include "platform/linux/WorkStack.h"
 
 namespace kestrin {
@@ -33,12 +34,6 @@ struct ScanTask {
         0;  ///< the first-level entry that the folder belongs to, or the range's begin
     std::size_t rangeEnd = 0;  ///< 0: a folder
 };
-
-/// Opens for reading without leaving a trace in the access time, where the kernel lets us.
-int openQuietly(int parent, const char* name) {
-    const int fd = openFolderAt(parent, name, O_NOATIME);
-    return fd < 0 && errno == EPERM ? openFolderAt(parent, name) : fd;
-}
 
 /// Bytes of a file or link; 0 for anything else and what cannot be examined. `isFolder` is set when
 /// it turns out to be one.
@@ -142,13 +137,13 @@ class Scanner {
     }
 
     UniqueFd openFolder(const ScanTask& task) {
-        if (!task.parent) return UniqueFd(openQuietly(m_root, task.name.c_str()));
+        if (!task.parent) return UniqueFd(openFolderQuietlyAt(m_root, task.name.c_str()));
         const int parent = m_descriptors.pin(*task.parent);
         if (parent < 0) return {};
-        UniqueFd fd(openQuietly(parent, task.name.c_str()));
+        UniqueFd fd(openFolderQuietlyAt(parent, task.name.c_str()));
         if (!fd && errno == EMFILE) {
             m_descriptors.closeIdle();
-            fd.reset(openQuietly(parent, task.name.c_str()));
+            fd.reset(openFolderQuietlyAt(parent, task.name.c_str()));
         }
         m_descriptors.unpin(*task.parent);
         return fd;
@@ -199,8 +194,7 @@ class Scanner {
 
 Result<std::vector<ScannedEntry>> scanTree(const FileUrl& folder, std::stop_token stop) {
     constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
-    UniqueFd root(open(folder.path().c_str(), kFlags | O_NOATIME));
-    if (!root && errno == EPERM) root.reset(open(folder.path().c_str(), kFlags));
+    UniqueFd root(openQuietly(AT_FDCWD, folder.path().c_str(), kFlags));
     if (!root) return errorFromErrno(errno, HostAccess::Read);
     Scanner scanner(root.get(), std::move(stop));
     if (auto error = scanner.listFirstLevel()) return *std::move(error);
