@@ -65,9 +65,11 @@ void logTrashFailure(const HostError& error) {
     qCInfo(lcInventory, "NSTrashDirectory error: %s", error.localizedDescription().c_str());
 }
 
-/// The user may make no trash there, which is nothing to worry about.
+/// The user may make no trash there, which is nothing to worry about. A folder of another user in the
+/// place of the trash is.
 bool isMissingRight(const HostError& error) {
-    return error.systemError == EACCES || error.systemError == EPERM || error.systemError == EROFS;
+    return error.systemError == EACCES || error.systemError == EROFS ||
+           error.code == kFileWriteNoPermission;
 }
 
 /// The trash folders on the volume of `item`, none for a read-only volume.

@@ -27,8 +27,9 @@ struct TrashFolder {
 /// entries go to first. On the volume of the home trash that is `$XDG_DATA_HOME/Trash`; elsewhere
 /// `.Trash/$uid` when `.Trash` is a real folder with the sticky bit, and `.Trash-$uid`. Each must be
 /// a real folder of the user's own, and so must its `files`: a link anywhere from the trash folder
-/// down makes it no trash. An absent trash that could be created gives an entry with `exists` false;
-/// nothing is ever created. Never empty on success.
+/// down makes it no trash. One that is closed to its own user is there, and cannot be read. An absent
+/// trash that could be created gives an entry with `exists` false; nothing is ever created. Never
+/// empty on success.
 /// Errors: none of them is usable and none could be created.
 Result<std::vector<TrashFolder>> trashFoldersOfVolume(const FileUrl& volume);
 

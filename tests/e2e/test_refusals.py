@@ -107,6 +107,29 @@ class RefusalsTest(EndToEndTest):
         self.assertIn(b"locked treasure", run.out + run.err)
 
 
+class UnusableTrashTest(EndToEndTest):
+    """What is in a trash that cannot be used is not gone, and nobody says so."""
+
+    def check_told(self, named):
+        for command in (["list"], ["show"], ["empty", "--yes"], ["empty", "--dry-run"]):
+            run = self.succeed(*command, status=1)
+            self.assertIn(named, run.err, command)
+            self.assertNotIn(b"is empty", run.out, command)
+
+    def test_closed_home_trash(self):
+        self.trash.file("entry")
+        for folder in (self.trash.files, self.trash.folder):
+            os.chmod(folder, 0)
+            self.check_told(folder)
+            os.chmod(folder, 0o700)
+        self.assertEqual(self.trash.names(), [b"entry"])
+
+    def test_home_trash_of_another_user(self):
+        self.trash.file("entry")
+        run_as_root("chown", "-R", "0:0", self.trash.folder)
+        self.check_told(self.trash.folder)
+
+
 class RecordsTest(EndToEndTest):
     def test_records_of_vanished_data_go_when_old_and_all_is_emptied(self):
         self.trash.record("old")
