@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <ctime>
 #include <limits>
 #include <tuple>
@@ -60,11 +61,12 @@ std::string localTimeText(const std::optional<std::int64_t>& seconds, char separ
     const std::time_t time = *seconds;
     std::tm parts{};
     if (::localtime_r(&time, &parts) == nullptr) return {};
-    std::array<char, 64> text{};
-    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts);
-    std::string result(text.data(), length);
-    std::ranges::replace(result, ' ', separator);
-    return result;
+    // Not strftime, which writes years before 1000 with fewer digits than ISO 8601 has.
+    std::array<char, 96> text{};
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d%c%02d:%02d:%02d", 1900 + parts.tm_year,
+                  1 + parts.tm_mon, parts.tm_mday, separator, parts.tm_hour, parts.tm_min,
+                  parts.tm_sec);
+    return text.data();
 }
 
 }  // namespace kestrin

@@ -13,7 +13,7 @@ std::optional<FileUrl> locationOfPath(const std::string& path) {
     std::error_code error;
     const std::string folder = std::filesystem::current_path(error).native();
     if (error) return std::nullopt;
-    return FileUrl::fromPath(folder + '/' + path);
+    return FileUrl::fromPath(folder).appending(path);
 }
 
 std::optional<FileUrl> locationOfOperand(const std::string& operand) {

@@ -65,8 +65,8 @@ void logTrashFailure(const HostError& error) {
     qCInfo(lcInventory, "NSTrashDirectory error: %s", error.localizedDescription().c_str());
 }
 
-/// The user may make no trash there, which is nothing to worry about. A folder of another user in the
-/// place of the trash is.
+/// The user may make no trash there, which is nothing to worry about. A folder of another user in
+/// the place of the trash is.
 bool isMissingRight(const HostError& error) {
     return error.systemError == EACCES || error.systemError == EROFS ||
            error.code == kFileWriteNoPermission;

@@ -46,6 +46,7 @@ TEST(EntryOrder, DatesAreLocalTime) {
     ::setenv("TZ", "Asia/Tokyo", 1);
     ::tzset();
     EXPECT_EQ(localTimeText(1795227762, 'T'), "2026-11-21T11:22:42");
+    EXPECT_EQ(localTimeText(-62135500000, ' ').substr(0, 11), "0001-01-02 ");
     EXPECT_EQ(localTimeText(std::nullopt, 'T'), "");
     ::unsetenv("TZ");
     ::tzset();

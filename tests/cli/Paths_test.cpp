@@ -17,6 +17,8 @@ TEST(Paths, OperandsBecomeLocationsByteForByte) {
     std::filesystem::current_path(folder.path());
     EXPECT_EQ(locationOfOperand("a/b/"), FileUrl::fromPath(folder / "a/b"));
     EXPECT_EQ(locationOfOperand("-\xff%41"), FileUrl::fromPath(folder / "-\xff%41"));
+    std::filesystem::current_path("/");
+    EXPECT_EQ(locationOfOperand("a"), FileUrl::fromPath("/a"));
     std::filesystem::current_path(before);
     EXPECT_EQ(locationOfOperand("/x//"), FileUrl::fromPath("/x"));
     EXPECT_EQ(locationOfOperand("file:///a%0A%FF"), FileUrl::fromPath("/a\n\xff"));
