@@ -72,9 +72,9 @@ bool unlock(UserTrashes& trashes, const std::string& path) {
     const std::string name(splitPath(path).name);
     const auto state = lockStateAt((*folder)->descriptor(), name.c_str());
     if (state != LockState::Locked) return state == LockState::Unlocked;
-    auto locks = ClearedLocks::clear((*folder)->descriptor(), name.c_str());
+    auto locks = ClearedLocks::clear((*folder)->descriptor(), name.c_str(),
+                                     ClearedLocks::OtherNames::Refuse);
     if (!locks) return false;
-    if (!locks->isFolder() && locks->linkCount() > 1) return false;
     locks->leaveCleared();
     return true;
 }

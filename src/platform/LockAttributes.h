@@ -21,10 +21,15 @@ LockState lockStateAt(int folder, const char* name);
 /// other names keeps its attributes there. Needs CAP_LINUX_IMMUTABLE. Thread: any, one at a time.
 class ClearedLocks {
  public:
+    enum class OtherNames {
+        Allow,
+        Refuse,  ///< EMLINK for a file that has several names: the others may lie anywhere
+    };
     /// Clears those of the entry `name` in the open folder `folder`. Links, what is mounted there,
     /// and anything but files and folders are not opened. Errors: errorFromErrno with Write; EPERM
     /// for an entry that can have no such attributes.
-    static Result<ClearedLocks> clear(int folder, const char* name);
+    static Result<ClearedLocks> clear(int folder, const char* name,
+                                      OtherNames otherNames = OtherNames::Allow);
     /// Clears those of a folder that is open, also with O_PATH.
     static Result<ClearedLocks> clearFolder(int folder);
 
@@ -32,9 +37,6 @@ class ClearedLocks {
     ClearedLocks& operator=(ClearedLocks&&) = delete;
     ~ClearedLocks();
 
-    bool isFolder() const;
-    /// How many names the entry has.
-    unsigned long linkCount() const;
     /// Does not put the attributes back.
     void leaveCleared() { m_flags = 0; }
 

@@ -4,6 +4,8 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,6 +18,7 @@
 #include <thread>
 
 #include "platform/LockAttributes.h"
+#include "platform/UniqueFd.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
@@ -135,6 +138,39 @@ TEST_F(AnEraseCommand, LeavesTheAttributesToTheOtherNamesOfAFile) {
     EXPECT_FALSE(exists(name));
     EXPECT_TRUE(isLocked(outside));
     EXPECT_EQ(readFile(outside), "precious");
+}
+
+bool setLocked(int fd, bool isLocked) {
+    int flags = 0;
+    if (ioctl(fd, FS_IOC_GETFLAGS, &flags) != 0) return false;
+    flags = isLocked ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
+    return ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
+}
+
+/// The user's own process takes the name in the trash away as soon as it can.
+TEST_F(AnEraseCommand, NeverUnlocksTheOtherNamesOfAFile) {
+    const std::string outside = m_scratch / "outside/folder/file";
+    const std::string name = m_files + "/name";
+    const AsRoot root;
+    const UniqueFd file(open(outside.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!setLocked(file.get(), true)) GTEST_SKIP() << "no such attributes here";
+    const std::jthread remover([&](const std::stop_token& stop) {
+        while (!stop.stop_requested())
+            unlink(name.c_str());
+    });
+    int tried = 0;
+    for (int round = 0; round < 3000; ++round) {
+        struct stat status;
+        ASSERT_TRUE(setLocked(file.get(), false));
+        link(outside.c_str(), name.c_str());
+        ASSERT_TRUE(setLocked(file.get(), true) && fstat(file.get(), &status) == 0);
+        if (status.st_nlink == 1) continue;  // the name went before the lock came
+        ++tried;
+        UserTrashes trashes(kTestUser, m_scratch / "home", {});
+        runUnlockCommand(trashes, {name}, m_stop);
+        ASSERT_TRUE(isLocked(outside)) << "in round " << round;
+    }
+    EXPECT_GT(tried, 0);
 }
 
 TEST_F(AnEraseCommand, UnlocksEntriesOnDemandAndErasesNothing) {

@@ -40,6 +40,11 @@ UniqueFd openHeld(int held) {
     return UniqueFd(open(link.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
 }
 
+bool hasOtherNames(int fd) {
+    struct stat status {};
+    return fstat(fd, &status) != 0 || (!S_ISDIR(status.st_mode) && status.st_nlink > 1);
+}
+
 }  // namespace
 
 LockState lockStateAt(int folder, const char* name) {
@@ -70,9 +75,13 @@ void restoreLockFlags(int fd, int cleared) {
     ioctl(fd, FS_IOC_SETFLAGS, &flags);
 }
 
-Result<ClearedLocks> ClearedLocks::clear(int folder, const char* name) {
+Result<ClearedLocks> ClearedLocks::clear(int folder, const char* name, OtherNames otherNames) {
     const UniqueFd held = holdEntry(folder, name);
     if (!held) return errorFromErrno(errno, HostAccess::Write);
+    // Asked while it is locked: later its user could quickly take a name away.
+    if (otherNames == OtherNames::Refuse && hasOtherNames(held.get())) {
+        return errorFromErrno(EMLINK, HostAccess::Write);
+    }
     return clearFolder(held.get());
 }
 
@@ -88,16 +97,6 @@ Result<ClearedLocks> ClearedLocks::clearFolder(int folder) {
 
 ClearedLocks::~ClearedLocks() {
     if (m_fd) restoreLockFlags(m_fd.get(), m_flags);
-}
-
-bool ClearedLocks::isFolder() const {
-    struct stat status {};
-    return fstat(m_fd.get(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-unsigned long ClearedLocks::linkCount() const {
-    struct stat status {};
-    return fstat(m_fd.get(), &status) == 0 ? status.st_nlink : 0;
 }
 
 }  // namespace kestrin
