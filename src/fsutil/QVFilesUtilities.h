@@ -171,8 +171,8 @@ class QVFilesUtilities {
                                      std::string_view matchingString) const;
     /// File locations are replaced by their paths (std::string) where pathWithURL gives one;
     /// anything else stays as it is.
-    std::vector<std::any> urlsToPaths(const std::vector<std::any>& list) const;
-    std::any urlsToPaths(const std::any& value) const;
+    std::vector<std::any> URLsToPaths(const std::vector<std::any>& list) const;
+    std::any URLsToPaths(const std::any& value) const;
     /// The file locations of "text/uri-list", byte for byte.
     std::vector<FileUrl> pasteboardItemsWithPasteboard(const QMimeData& pasteboard) const;
     /// Aliases are replaced by their destinations, read once.

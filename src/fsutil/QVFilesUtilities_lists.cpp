@@ -126,17 +126,17 @@ std::size_t QVFilesUtilities::indexOfStringInArray(const std::vector<std::string
     return found == array.end() ? kNotFound : static_cast<std::size_t>(found - array.begin());
 }
 
-std::vector<std::any> QVFilesUtilities::urlsToPaths(const std::vector<std::any>& list) const {
+std::vector<std::any> QVFilesUtilities::URLsToPaths(const std::vector<std::any>& list) const {
     std::vector<std::any> paths;
     for (const std::any& entry : list) {
         const FileUrl* url = std::any_cast<FileUrl>(&entry);
-        paths.push_back(url ? urlsToPaths(entry) : entry);
+        paths.push_back(url ? URLsToPaths(entry) : entry);
     }
     return paths;
 }
 
-std::any QVFilesUtilities::urlsToPaths(const std::any& value) const {
-    if (const auto* list = std::any_cast<std::vector<std::any>>(&value)) return urlsToPaths(*list);
+std::any QVFilesUtilities::URLsToPaths(const std::any& value) const {
+    if (const auto* list = std::any_cast<std::vector<std::any>>(&value)) return URLsToPaths(*list);
     const FileUrl* url = std::any_cast<FileUrl>(&value);
     if (!url) return value;
     const auto path = pathWithURL(*url);

@@ -93,14 +93,14 @@ TEST_F(ListsTest, IndexIsOfTheFirstEqualText) {
 TEST_F(ListsTest, LocationsBecomePathsWhereSomethingIsThere) {
     const FileUrl here = folder("here");
     const FileUrl gone = FileUrl::fromPath(scratch / "gone");
-    const auto paths = utilities.urlsToPaths(std::vector<std::any>{here, gone, 7});
+    const auto paths = utilities.URLsToPaths(std::vector<std::any>{here, gone, 7});
     ASSERT_EQ(paths.size(), 3u);
     EXPECT_EQ(std::any_cast<std::string>(paths[0]), here.path());
     EXPECT_EQ(std::any_cast<FileUrl>(paths[1]), gone);
     EXPECT_EQ(std::any_cast<int>(paths[2]), 7);
-    EXPECT_EQ(std::any_cast<std::string>(utilities.urlsToPaths(std::any(here))), here.path());
-    EXPECT_EQ(std::any_cast<int>(utilities.urlsToPaths(std::any(7))), 7);
-    const std::any list = utilities.urlsToPaths(std::any(std::vector<std::any>{here}));
+    EXPECT_EQ(std::any_cast<std::string>(utilities.URLsToPaths(std::any(here))), here.path());
+    EXPECT_EQ(std::any_cast<int>(utilities.URLsToPaths(std::any(7))), 7);
+    const std::any list = utilities.URLsToPaths(std::any(std::vector<std::any>{here}));
     EXPECT_EQ(std::any_cast<std::vector<std::any>>(list).size(), 1u);
 }
 
