@@ -34,99 +34,72 @@ struct QVAlertTest : ::testing::Test {
                                    {QStringLiteral("Stick\\n"), QString::fromLatin1(count),
                                     numbers.sizeToFormatString(size, 4, true)});
     }
-    QString gathering() const { return texts.text("gathering_info"); }
+    void beginSheet(const TrashInfo& info) {
+        alerts.answersSheets = false;
+        EXPECT_EQ(alert->showAlertWithTrashInfo(info, &window), 0);
+        EXPECT_TRUE(test::waitFor([&] { return alerts.sheets.size() == 1; }));
+    }
 };
 
-TEST_F(QVAlertTest, AsksBeforeAnErase) {
+TEST_F(QVAlertTest, TellsTheFiguresOfADiskAndExactlyOneItemChoosesTheSingleTextForGood) {
     alerts.addAnswer(kAlertSecondButton);
     EXPECT_EQ(alert->showAlertWithTrashInfo(oneDisk(2'500'000, 1234), nullptr), kAlertSecondButton);
-    EXPECT_EQ(alert->choice(), kAlertSecondButton);
-    EXPECT_EQ(alert->waitUntilSheetWindowIsClosed(), kAlertSecondButton);
-    const AlertModel& model = alerts.models.at(0);
-    EXPECT_EQ(model.title, QStringLiteral("Empty “Stick”?"));
-    EXPECT_EQ(model.text, texts.text("delete_mess"));
-    EXPECT_EQ(model.buttons[0], texts.text("empty_trash_button"));
-    EXPECT_EQ(model.buttons[1], texts.text("cancel_btn"));
-    EXPECT_EQ(model.style, AlertModel::Style::Critical);
-    EXPECT_EQ(model.topic, AlertModel::Topic::EraseConfirmation);
-    EXPECT_TRUE(model.hasSizeLine);
-    const test::ScriptedAlerts::SizeLine line{diskLine("single_disk", "1,234", 2'500'000), false};
-    EXPECT_EQ(alerts.sizeLines.at(0), line);
+    EXPECT_EQ(alerts.models.at(0).title, QStringLiteral("Empty “Stick”?"));
+    EXPECT_EQ(alerts.sizeLines.at(0).text, diskLine("single_disk", "1,234", 2'500'000));
+    EXPECT_FALSE(alerts.sizeLines[0].spinning);
     EXPECT_EQ(alerts.panelsAlive, 0);
+
+    QVAlert single(alerts.factory(), texts, numbers);
+    single.showAlertWithTrashInfo(oneDisk(7, 1), nullptr);
+    EXPECT_EQ(single.sizeInfoStr(), diskLine("single_disk_single", "1", 7));
+    single.showSizeInfoString(2, 0);
+    EXPECT_EQ(single.sizeInfoStr(), diskLine("single_disk_single", "1", 9));
+    single.showSizeInfoString(1, 1);
+    EXPECT_EQ(single.sizeInfoStr(), diskLine("single_disk_single", "2", 10));
 }
 
 TEST_F(QVAlertTest, FiguresArriveWhileTheAlertIsOpen) {
     std::jthread counter;
     alerts.addAnswer(kAlertFirstButton, false, [&] {
+        alert->showSizeInfoString(0, 0);  // figures of nothing
         counter = std::jthread([&] { alert->showSizeInfoString(3000, 5); });
-        EXPECT_TRUE(test::waitFor([&] { return alerts.sizeLines.size() == 2; }));
+        EXPECT_TRUE(test::waitFor([&] { return alerts.sizeLines.size() == 3; }));
     });
     EXPECT_EQ(alert->showAlertWithTrashInfo(allDisks(), nullptr), kAlertFirstButton);
-    const std::vector<test::ScriptedAlerts::SizeLine> expected{
-        {gathering(), true},
-        {StringTable::filled(texts.text("all_disks"),
-                             {QStringLiteral("5"), numbers.sizeToFormatString(3000, 4, true)}),
-         false}};
-    EXPECT_EQ(alerts.sizeLines, expected);
+    const test::ScriptedAlerts::SizeLine gathering{texts.text("gathering_info"), true};
+    const test::ScriptedAlerts::SizeLine figures{
+        StringTable::filled(texts.text("all_disks"),
+                            {QStringLiteral("5"), numbers.sizeToFormatString(3000, 4, true)}),
+        false};
+    EXPECT_EQ(alerts.sizeLines, (std::vector{gathering, gathering, figures}));
     EXPECT_TRUE(alert->stopped());
-}
-
-TEST_F(QVAlertTest, FiguresOfNothingKeepTheGatheringText) {
-    alert->showAlertWithTrashInfo(allDisks(), nullptr);
-    alert->showSizeInfoString(0, 0);
-    EXPECT_EQ(alert->sizeInfoStr(), gathering());
-    EXPECT_FALSE(alert->stopped());
-}
-
-TEST_F(QVAlertTest, ExactlyOneItemChoosesTheSingleTextForGood) {
-    alert->showAlertWithTrashInfo(oneDisk(7, 1), nullptr);
-    EXPECT_EQ(alert->sizeInfoStr(), diskLine("single_disk_single", "1", 7));
-    alert->showSizeInfoString(1, 0);
-    EXPECT_EQ(alert->sizeInfoStr(), diskLine("single_disk_single", "1", 8));
-    alert->showSizeInfoString(2, 1);
-    EXPECT_EQ(alert->sizeInfoStr(), diskLine("single_disk_single", "2", 10));
 }
 
 TEST_F(QVAlertTest, ASheetIsAnsweredToWhoeverWaits) {
     TrashInfo smart = allDisks();
     smart.isSmartErase = true;
-    alerts.answersSheets = false;
-    EXPECT_EQ(alert->showAlertWithTrashInfo(smart, &window), 0);
+    beginSheet(smart);
     int answer = 0;
-    {
-        std::jthread worker([&] { answer = alert->waitUntilSheetWindowIsClosed(); });
-        EXPECT_TRUE(test::waitFor([&] { return alerts.sheets.size() == 1; }));
-        EXPECT_EQ(alerts.sheets.at(0).parent, &window);
-        EXPECT_EQ(alert->choice(), 0);
-        alerts.answerSheet(kAlertFirstButton);
-    }
+    std::jthread worker([&] { answer = alert->waitUntilSheetWindowIsClosed(); });
+    EXPECT_EQ(alerts.sheets.at(0).parent, &window);
+    alerts.answerSheet(kAlertFirstButton);
+    worker.join();
     EXPECT_EQ(answer, kAlertFirstButton);
     EXPECT_EQ(alerts.models.at(0).buttons[0], texts.text("erase_checked_button"));
-    EXPECT_EQ(alerts.sizeLines.size(), 1U);
-}
-
-TEST_F(QVAlertTest, ASheetThatGoesUnansweredCountsAsCancelled) {
-    alerts.answersSheets = false;
-    alert->showAlertWithTrashInfo(allDisks(), &window);
-    EXPECT_TRUE(test::waitFor([&] { return alerts.sheets.size() == 1; }));
-    alerts.sheets.clear();
-    EXPECT_EQ(alert->waitUntilSheetWindowIsClosed(), kAlertSecondButton);
-
-    QVAlert mute([] { return nullptr; }, texts, numbers);
-    mute.showAlertWithTrashInfo(allDisks(), &window);
-    EXPECT_TRUE(test::waitFor([&] { return mute.choice() == kAlertSecondButton; }));
-    EXPECT_EQ(mute.showAlertWithTrashInfo(allDisks(), nullptr), kAlertSecondButton);
-}
-
-TEST_F(QVAlertTest, MayGoOnAWorkerWithItsSheetOpenAndFiguresUnderWay) {
-    alerts.answersSheets = false;
-    alert->showAlertWithTrashInfo(allDisks(), &window);
-    EXPECT_TRUE(test::waitFor([&] { return alerts.sheets.size() == 1; }));
-    std::jthread([&] {
+    std::jthread([&] {  // lets it go with figures under way
         alert->showSizeInfoString(1, 1);
         alert.reset();
-    }).join();
+    })
+        .join();
     EXPECT_TRUE(test::waitFor([&] { return alerts.panelsAlive == 0; }));
+}
+
+TEST_F(QVAlertTest, WhatGoesUnansweredCountsAsCancelled) {
+    beginSheet(allDisks());
+    alerts.sheets.clear();
+    EXPECT_EQ(alert->waitUntilSheetWindowIsClosed(), kAlertSecondButton);
+    QVAlert mute([] { return nullptr; }, texts, numbers);
+    EXPECT_EQ(mute.showAlertWithTrashInfo(allDisks(), nullptr), kAlertSecondButton);
 }
 
 }  // namespace

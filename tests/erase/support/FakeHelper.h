@@ -31,17 +31,13 @@ class FakeHelper : public QObject, protected QDBusContext {
     void tellFinished(const QString& program, quint64 count);
 
     QString version = QLatin1String(kHelperVersion);
-    bool answers = true;         ///< false: no question for the version is ever answered
-    bool holdsCommands = false;  ///< as during the question for a password
-    QString refusal;             ///< the error that a command gets
+    bool holdsCommands = false;               ///< as during the question for a password
     std::function<void()> commanded = [] {};  ///< after the answer to a command
     QString caller;                           ///< who gave the last command
     std::vector<EraseItems> commands;
     std::vector<bool> cameAsFile;  ///< of each command
-    QByteArray authorization;
-    bool mayAskUser = false;
     int stops = 0;
-    std::vector<QString> refusals;  ///< errors that the program answered with
+    int refusals = 0;  ///< calls that the program answered with an error
 
  public Q_SLOTS:
     QString getVersion();
@@ -50,7 +46,7 @@ class FakeHelper : public QObject, protected QDBusContext {
     void setStoppedByUser(bool stopped);
 
  private:
-    void take(const QByteArray& form, const std::string& xml, bool isFile);
+    void take(const std::string& xml, bool isFile);
     void call(const QString& program, const char* method, const QVariant& argument);
 
     QDBusConnection m_bus;

@@ -7,49 +7,28 @@
 #include <cmath>
 
 namespace kestrin {
-namespace {
 
-int percentOf(const AnimatedProgressBar& bar) {
-    return bar.value() * 100 / bar.maximum();
-}
-
-TEST(AnimatedProgressBar, NeverGoesBackWhileItIsDeterminate) {
+TEST(AnimatedProgressBar, WandersUntilTheTotalIsKnownThenGlidesAndNeverGoesBack) {
     AnimatedProgressBar bar;
-    for (const double percent : {10.0, 60.0, 40.0, 0.0, -5.0, std::nan("")})
-        bar.updateProgress(percent);
-    EXPECT_EQ(percentOf(bar), 60);
-    bar.startDeterminateAnimation();
-    EXPECT_EQ(percentOf(bar), 60);
-    bar.updateProgress(250);
-    EXPECT_EQ(percentOf(bar), 100);
-}
-
-TEST(AnimatedProgressBar, WandersUntilTheTotalIsKnown) {
-    AnimatedProgressBar bar;
+    bar.setLocale(QLocale(QLocale::German));
+    const auto isAt = [&bar](double percent) {
+        return QTest::qWaitFor([&] { return bar.value() == bar.maximum() * percent / 100; }, 2000);
+    };
+    bar.show();
     bar.startIndeterminateAnimation();
-    EXPECT_TRUE(bar.isIndeterminate());
     EXPECT_EQ(bar.minimum(), bar.maximum());
     bar.updateProgress(30);
     EXPECT_TRUE(bar.isIndeterminate());
     bar.startDeterminateAnimation();
     EXPECT_FALSE(bar.isIndeterminate());
-    EXPECT_EQ(percentOf(bar), 30);
+    EXPECT_TRUE(isAt(30));
+    for (const double percent : {40.0, 60.7, 40.0, 0.0, -5.0, std::nan("")})
+        bar.updateProgress(percent);
+    bar.startDeterminateAnimation();
+    EXPECT_TRUE(isAt(60.7));
+    EXPECT_EQ(bar.text(), QStringLiteral("60\u00a0%"));
+    bar.updateProgress(250);
+    EXPECT_TRUE(isAt(100));
 }
 
-TEST(AnimatedProgressBar, GlidesToWhereItIsSent) {
-    AnimatedProgressBar bar;
-    bar.show();
-    bar.updateProgress(50);
-    bar.updateProgress(80);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return percentOf(bar) == 80; }, 2000));
-}
-
-TEST(AnimatedProgressBar, WritesThePercentageInTheUsersWay) {
-    AnimatedProgressBar bar;
-    bar.setLocale(QLocale(QLocale::German));
-    bar.updateProgress(43.7);
-    EXPECT_EQ(bar.text(), QStringLiteral("43\u00a0%"));
-}
-
-}  // namespace
 }  // namespace kestrin

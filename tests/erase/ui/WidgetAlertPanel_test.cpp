@@ -8,125 +8,57 @@
 #include <QTest>
 #include <QTimer>
 #include <memory>
-#include <thread>
 
-#include "base/MainThread.h"
 #include "base/StringTable.h"
-#include "erase/QVAlert.h"
 #include "erase/ui/AlertDialog.h"
-#include "erase/ui/SizeLineView.h"
-#include "format/QVNumberUtilities.h"
 
 namespace kestrin {
 namespace {
 
-AlertModel question() {
-    AlertModel model;
-    model.topic = AlertModel::Topic::LockedQuestion;
-    model.title = QStringLiteral("Locked");
-    model.buttons = {QStringLiteral("Skip"), QStringLiteral("Erase"), QString()};
-    model.suppressionTitle = QStringLiteral("Apply to all");
-    return model;
+/// The alert that is open.
+AlertDialog* openAlert() {
+    return qobject_cast<AlertDialog*>(QApplication::activeModalWidget());
 }
 
-/// Calls `act` with the alert that is open, once there is one.
-void whenOpen(std::function<void(AlertDialog&)> act) {
-    QTimer::singleShot(0, qApp, [act = std::move(act)] {
-        auto* const dialog = qobject_cast<AlertDialog*>(QApplication::activeModalWidget());
-        if (dialog) return act(*dialog);
-        whenOpen(act);
-    });
-}
+struct WidgetAlertPanelTest : ::testing::Test {
+    void beginSheet(QWidget* parent) {
+        answer = 0;
+        panel = std::make_unique<WidgetAlertPanel>(texts);
+        panel->beginSheet(choice, parent, [this](int button) {
+            answer = button;
+            panel.reset();  // as whoever hears the answer may
+        });
+    }
+    bool isAnswered(int button) {
+        return QTest::qWaitFor([&] { return answer != 0; }) && answer == button;
+    }
 
-class WidgetAlertPanelTest : public ::testing::Test {
- protected:
     const StringTable texts{QStringLiteral("en")};
-    WidgetAlertPanel panel{texts};
+    std::unique_ptr<WidgetAlertPanel> panel;
+    AlertModel choice{.buttons = {QStringLiteral("Yes"), QStringLiteral("No"), QString()}};
+    int answer = 0;
 };
 
-TEST_F(WidgetAlertPanelTest, RunsModalUntilAnsweredAndKeepsTheBox) {
-    whenOpen([](AlertDialog& dialog) {
-        EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog));
-        EXPECT_EQ(dialog.windowModality(), Qt::ApplicationModal);
-        dialog.findChild<QAbstractButton*>(QStringLiteral("suppression"))->click();
-        dialog.findChild<QPushButton*>(QStringLiteral("button_2"))->click();
-    });
-    EXPECT_EQ(panel.runModal(question()), kAlertSecondButton);
-    EXPECT_TRUE(panel.suppressionIsOn());
-}
-
-TEST_F(WidgetAlertPanelTest, ClosingAModalAlertDismissesIt) {
-    whenOpen([](AlertDialog& dialog) { dialog.close(); });
-    EXPECT_EQ(panel.runModal(question()), kAlertFirstButton);
-    EXPECT_FALSE(panel.suppressionIsOn());
-}
-
-TEST_F(WidgetAlertPanelTest, ASheetAnswersLaterAndMayBeLetGoByItsAnswer) {
-    QWidget parent;
-    parent.show();
-    auto sheet = std::make_unique<WidgetAlertPanel>(texts);
-    int answer = 0;
-    sheet->beginSheet(question(), &parent, [&](int button) {
-        answer = button;
-        sheet.reset();
-    });
-    EXPECT_EQ(answer, 0);
-    auto* const dialog = qobject_cast<AlertDialog*>(QApplication::activeModalWidget());
-    ASSERT_TRUE(dialog);
-    EXPECT_EQ(dialog->windowModality(), Qt::WindowModal);
-    dialog->findChild<QPushButton*>(QStringLiteral("button_2"))->click();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return answer != 0; }));
-    EXPECT_EQ(answer, kAlertSecondButton);
-    EXPECT_FALSE(sheet);
-}
-
-TEST_F(WidgetAlertPanelTest, ASheetWhoseWindowGoesIsDismissed) {
+TEST_F(WidgetAlertPanelTest, ASheetAnswersLaterAndIsDismissedWithItsWindow) {
     auto parent = std::make_unique<QWidget>();
     parent->show();
-    int answer = 0;
-    panel.beginSheet(question(), parent.get(), [&](int button) { answer = button; });
+    beginSheet(parent.get());
+    ASSERT_TRUE(openAlert());
+    EXPECT_EQ(openAlert()->windowModality(), Qt::WindowModal);
+    openAlert()->findChild<QPushButton*>(QStringLiteral("button_2"))->click();
+    EXPECT_EQ(answer, 0);
+    EXPECT_TRUE(isAnswered(kAlertSecondButton));
+    beginSheet(parent.get());
     parent.reset();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return answer != 0; }));
-    EXPECT_EQ(answer, kAlertFirstButton);
+    EXPECT_TRUE(isAnswered(kAlertFirstButton));
 }
 
 TEST_F(WidgetAlertPanelTest, AllAlertsEndWithTheProgram) {
-    AlertModel choice = question();
-    choice.topic = AlertModel::Topic::Other;
-    WidgetAlertPanel sheet(texts);
-    int answer = 0;
-    sheet.beginSheet(choice, nullptr, [&](int button) { answer = button; });
-    whenOpen([](AlertDialog&) { WidgetAlertPanel::dismissAll(); });
-    EXPECT_EQ(panel.runModal(choice), kAlertFirstButton);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return answer == kAlertFirstButton; }));
-}
-
-TEST_F(WidgetAlertPanelTest, ASheetThatIsLetGoAnswersNothing) {
-    int answers = 0;
-    {
-        WidgetAlertPanel sheet(texts);
-        sheet.beginSheet(question(), nullptr, [&](int) { ++answers; });
-    }
-    QTest::qWait(20);
-    EXPECT_EQ(answers, 0);
-    EXPECT_FALSE(QApplication::activeModalWidget());
-}
-
-// The whole way: the confirmation opens while items are counted, and a worker brings the figures.
-TEST_F(WidgetAlertPanelTest, TheSizeLineFillsInWhileTheConfirmationIsOpen) {
-    const AlertPanelFactory factory = [this] { return std::make_unique<WidgetAlertPanel>(texts); };
-    QVAlert alert(factory, texts, QVNumberUtilities::sharedControl());
-    std::jthread worker;
-    whenOpen([&](AlertDialog& dialog) {
-        const auto* const line = dialog.findChild<SizeLineView*>();
-        EXPECT_EQ(line->line(), texts.text("gathering_info"));
-        worker = std::jthread([&] { alert.showSizeInfoString(3'400'000, 12); });
-        EXPECT_TRUE(QTest::qWaitFor(
-            [&] { return line->line().contains(QLatin1String("12 items")); }, 2000));
-        QTest::keyClick(&dialog, Qt::Key_Escape);
-    });
-    const TrashInfo info{QStringLiteral("erase_all"), "delete_mess", "all_disks", 0, 0, false, {}};
-    EXPECT_EQ(alert.showAlertWithTrashInfo(info, nullptr), kAlertSecondButton);
+    beginSheet(nullptr);
+    WidgetAlertPanel modal(texts);
+    QTimer::singleShot(100, &WidgetAlertPanel::dismissAll);
+    EXPECT_EQ(modal.runModal(choice), kAlertFirstButton);
+    EXPECT_TRUE(isAnswered(kAlertFirstButton));
 }
 
 }  // namespace
