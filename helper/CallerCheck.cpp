@@ -79,9 +79,8 @@ void registerTypes() {
 
 }  // namespace
 
-CallerCheck::CallerCheck(const QDBusConnection& bus, Question question,
-                         std::function<void(const Answer&)> answered)
-    : m_bus(bus), m_question(std::move(question)), m_answered(std::move(answered)) {
+CallerCheck::CallerCheck(const QDBusConnection& bus, Question question, Handlers handlers)
+    : m_bus(bus), m_question(std::move(question)), m_handlers(std::move(handlers)) {
     registerTypes();
     askBus();
 }
@@ -127,6 +126,9 @@ void CallerCheck::compare(const QDBusMessage& reply) {
                  processStartTime(form->processId) != form->startTime)) {
         return refuse(HelperErrorName::kInvalid, "the authorization names another process");
     }
+    if (!m_handlers.identified(m_answer.userId)) {
+        return refuse(HelperErrorName::kBusy, "too many commands");
+    }
     askPolicy();
 }
 
@@ -158,7 +160,7 @@ void CallerCheck::judge(const QDBusMessage& reply) {
     // A QDBusArgument that is not const takes the reading operator for a writing one.
     const auto argument = reply.arguments().at(0).value<QDBusArgument>();
     argument >> answer;
-    if (answer.isAuthorized) return m_answered(m_answer);
+    if (answer.isAuthorized) return m_handlers.answered(m_answer);
     if (answer.details.contains(QStringLiteral("polkit.dismissed"))) {
         return refuse(HelperErrorName::kCancelled, "the question was dismissed");
     }
@@ -168,7 +170,7 @@ void CallerCheck::judge(const QDBusMessage& reply) {
 void CallerCheck::refuse(const char* error, const char* reason) {
     m_answer.error = error;
     m_answer.reason = latin1(reason);
-    m_answered(m_answer);
+    m_handlers.answered(m_answer);
 }
 
 }  // namespace kestrin

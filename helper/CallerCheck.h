@@ -32,14 +32,17 @@ class CallerCheck final : public QObject {
         QString reason;
         std::uint32_t userId = 0;  ///< by the bus; valid once that has answered
     };
+    struct Handlers {
+        /// The caller is who it says, a program of that user. False: refused as kBusy, and nobody
+        /// is asked anything.
+        std::function<bool(std::uint32_t userId)> identified;
+        std::function<void(const Answer&)> answered;
+    };
 
     /// Calls `answered` once, from the event loop, unless this goes before.
-    CallerCheck(const QDBusConnection& bus, Question question,
-                std::function<void(const Answer&)> answered);
+    CallerCheck(const QDBusConnection& bus, Question question, Handlers handlers);
     /// Takes back a question that is still open.
     ~CallerCheck() override;
-
-    std::uint32_t userId() const { return m_answer.userId; }
 
  private:
     void askBus();
@@ -52,7 +55,7 @@ class CallerCheck final : public QObject {
 
     QDBusConnection m_bus;
     const Question m_question;
-    std::function<void(const Answer&)> m_answered;
+    const Handlers m_handlers;
     Answer m_answer;
     QString m_cancellationId;  ///< empty while the policy service is not being asked
 };

@@ -39,7 +39,6 @@ inline constexpr char kBusy[] = "com.quorvane.Kestrin3Helper.Error.Busy";
 
 inline constexpr std::size_t kMaximumInlineList = std::size_t{1} << 20;
 inline constexpr std::size_t kMaximumList = std::size_t{256} << 20;
-inline constexpr std::size_t kMaximumUnlockItems = 100'000;
 
 /// The external form of an authorization: names the caller to the policy service. Little-endian:
 /// bytes 0-3 process id, 4-7 user id, 8-15 the process' start time in clock ticks since boot

@@ -2,7 +2,6 @@
 #include "helper/HelperService.h"
 
 #include <QCoreApplication>
-#include <QDBusConnectionInterface>
 #include <algorithm>
 #include <atomic>
 #include <utility>
@@ -23,9 +22,11 @@ namespace {
 
 constexpr std::size_t kMaximumRequests = 64;
 constexpr std::size_t kMaximumRequestsOfUser = 8;
-/// Text of unlockItems, of one call and of all calls of one user.
-constexpr std::size_t kMaximumUnlockText = std::size_t{16} << 20;
-constexpr std::size_t kMaximumTextOfUser = std::size_t{32} << 20;
+/// Of callers of whom the bus has not told yet who they are.
+constexpr std::size_t kMaximumUnknown = 256;
+/// Of all calls that wait for their reply. The bus library keeps their messages, and reads nothing
+/// more from the bus, no answer of the policy service either, while it keeps 63 MB.
+constexpr std::size_t kMaximumCallBytes = std::size_t{32} << 20;
 /// Of all lists that were read and whose command is not over.
 constexpr std::size_t kMaximumListBytes = kMaximumList;
 
@@ -33,11 +34,13 @@ QString latin1(const char* text) {
     return QString::fromLatin1(text);
 }
 
-std::size_t textSize(const QStringList& texts) {
-    std::size_t size = 0;
+/// What they take in a message, at most.
+std::size_t bytesOf(const QStringList& texts) {
+    constexpr std::size_t kBesidesText = 8;  // the length, a NUL, and what aligns the next
+    std::size_t bytes = 0;
     for (const QString& text : texts)
-        size += static_cast<std::size_t>(text.size());
-    return size;
+        bytes += static_cast<std::size_t>(text.toUtf8().size()) + kBesidesText;
+    return bytes;
 }
 
 }  // namespace
@@ -49,9 +52,9 @@ struct HelperService::Request {
     std::string command;  ///< as the interface description names it
     std::variant<QByteArray, QDBusUnixFileDescriptor, QStringList> content;
     std::optional<AuthorizationForm> form;
-    std::size_t textBytes = 0;  ///< of content that came in the call itself
-    std::size_t listBytes = 0;  ///< of the list that was read
-    std::uint32_t userId = 0;   ///< as the bus knows the caller
+    std::size_t callBytes = 0;          ///< of content that came in the call itself
+    std::size_t listBytes = 0;          ///< of the list that was read
+    std::optional<std::uint32_t> user;  ///< as the bus knows the caller; none before it was asked
     std::unique_ptr<CallerCheck> check;
     std::shared_ptr<ProgressChannel> progress;
     EraseItems items;
@@ -60,24 +63,15 @@ struct HelperService::Request {
     std::atomic<bool> hasBegun = false;  ///< by one of the queues
     bool hasCallerLeft = false;
 
-    /// What came in the call itself.
-    bool isTooLong() const;
     /// Errors: of sizeOfSealedFile.
     Result<std::uint64_t> sizeOfList() const;
     /// Errors: of reading. Thread: any.
     Result<EraseItems> readItems() const;
 };
 
-bool HelperService::Request::isTooLong() const {
-    const auto* const paths = std::get_if<QStringList>(&content);
-    if (!paths) return textBytes > kMaximumInlineList;
-    return textBytes > kMaximumUnlockText ||
-           static_cast<std::size_t>(paths->size()) > kMaximumUnlockItems;
-}
-
 Result<std::uint64_t> HelperService::Request::sizeOfList() const {
     const auto* const file = std::get_if<QDBusUnixFileDescriptor>(&content);
-    if (!file) return std::uint64_t{textBytes};
+    if (!file) return std::uint64_t{callBytes};
     return sizeOfSealedFile(file->fileDescriptor(), kMaximumList);
 }
 
@@ -134,7 +128,7 @@ QString HelperService::getVersion() {
 void HelperService::erase(const QByteArray& authorization, const QByteArray& itemsDictionary) {
     const auto request = std::make_shared<Request>();
     request->command = "erase";
-    request->textBytes = static_cast<std::size_t>(itemsDictionary.size());
+    request->callBytes = static_cast<std::size_t>(itemsDictionary.size());
     request->content = itemsDictionary;
     admit(request, &authorization);
 }
@@ -150,7 +144,7 @@ void HelperService::eraseFromFile(const QByteArray& authorization,
 QStringList HelperService::unlockItems(const QStringList& items) {
     const auto request = std::make_shared<Request>();
     request->command = "unlockItems";
-    request->textBytes = textSize(items);
+    request->callBytes = bytesOf(items);
     request->content = items;
     admit(request, nullptr);
     return {};
@@ -171,6 +165,8 @@ void HelperService::stop(const RequestPtr& request) {
 /// The first step: the form of the command. Nothing of a list is looked at yet.
 void HelperService::admit(const RequestPtr& request, const QByteArray* authorization) {
     m_idle.start();
+    // Such calls cost their sender nothing, and come faster than they can be checked.
+    if (!message().isReplyRequired()) return;
     setDelayedReply(true);
     request->message = message();
     request->caller = message().service();
@@ -182,11 +178,9 @@ void HelperService::admit(const RequestPtr& request, const QByteArray* authoriza
                           QStringLiteral("no 32 bytes that name the caller"));
         }
     }
-    if (request->isTooLong()) {
+    if (request->callBytes > kMaximumInlineList) {
         return refuse(request, HelperErrorName::kInvalid, QStringLiteral("too long a list"));
     }
-    const QDBusReply<uint> user = m_bus.interface()->serviceUid(request->caller);
-    request->userId = user.isValid() ? user.value() : ~0U;
     if (!hasRoomFor(*request)) {
         return refuse(request, HelperErrorName::kBusy, QStringLiteral("too many commands"));
     }
@@ -202,25 +196,42 @@ void HelperService::check(const RequestPtr& request) {
         m_bus,
         CallerCheck::Question{request->caller, request->form, std::string(right),
                               request->message.isInteractiveAuthorizationAllowed()},
-        [this, caller = request->caller](const CallerCheck::Answer& answer) {
-            const auto found = m_requests.find(caller);
-            if (found != m_requests.end()) checked(RequestPtr(found->second), answer);
-        });
+        CallerCheck::Handlers{
+            .identified =
+                [this, caller = request->caller](std::uint32_t user) {
+                    const auto found = m_requests.find(caller);
+                    return found != m_requests.end() && identify(*found->second, user);
+                },
+            .answered =
+                [this, caller = request->caller](const CallerCheck::Answer& answer) {
+                    const auto found = m_requests.find(caller);
+                    if (found != m_requests.end()) checked(RequestPtr(found->second), answer);
+                }});
 }
 
+/// Whoever the caller is.
 bool HelperService::hasRoomFor(const Request& request) const {
-    if (m_isEnding || m_requests.size() >= kMaximumRequests ||
-        m_requests.contains(request.caller)) {
-        return false;
-    }
-    std::size_t requests = 0;
-    std::size_t bytes = request.textBytes;
+    if (m_isEnding || m_requests.contains(request.caller)) return false;
+    std::size_t unknown = 0;
+    std::size_t bytes = request.callBytes;
     for (const auto& [caller, other] : m_requests) {
-        if (other->userId != request.userId) continue;
-        ++requests;
-        bytes += other->textBytes;
+        unknown += other->user ? 0 : 1;
+        bytes += other->callBytes;
     }
-    return requests < kMaximumRequestsOfUser && bytes <= kMaximumTextOfUser;
+    return unknown < kMaximumUnknown && bytes <= kMaximumCallBytes;
+}
+
+/// False when there is no room for one more of this user.
+bool HelperService::identify(Request& request, std::uint32_t user) const {
+    std::size_t ofAll = 0;
+    std::size_t ofUser = 0;
+    for (const auto& [caller, other] : m_requests) {
+        ofAll += other->user ? 1 : 0;
+        ofUser += other->user == user ? 1 : 0;
+    }
+    if (ofAll >= kMaximumRequests || ofUser >= kMaximumRequestsOfUser) return false;
+    request.user = user;
+    return true;
 }
 
 void HelperService::checked(const RequestPtr& request, const CallerCheck::Answer& answer) {
@@ -231,7 +242,6 @@ void HelperService::checked(const RequestPtr& request, const CallerCheck::Answer
                   qPrintable(answer.reason));
         return refuse(request, answer.error, answer.reason);
     }
-    request->userId = answer.userId;
     if (request->hasCallerLeft) return end(request);
     if (std::holds_alternative<QStringList>(request->content)) return waitForTurn(request);
     readList(request);
@@ -263,9 +273,11 @@ void HelperService::accept(const RequestPtr& request, Result<EraseItems> items) 
     }
     if (request->hasCallerLeft) return end(request);
     request->items = std::move(*items);
-    qCInfo(lcHelper, "%s of user %u accepted: %zu items", request->command.c_str(), request->userId,
+    qCInfo(lcHelper, "%s of user %u accepted: %zu items", request->command.c_str(), *request->user,
            request->items.unlockItems.size() + request->items.permissionsItems.size());
     m_bus.send(request->message.createReply());
+    request->message = {};  // the bus library need not keep it for the time of the command
+    request->callBytes = 0;
     request->progress = std::shared_ptr<ProgressChannel>(
         new ProgressChannel(m_bus, request->caller,
                             {request->items.erasedCount, request->items.erasedSize},
@@ -294,13 +306,13 @@ void HelperService::carryOut(const RequestPtr& request) {
 }
 
 void HelperService::carryOutErase(const RequestPtr& request) {
-    UserTrashes trashes(request->userId);
+    UserTrashes trashes(*request->user);
     const EraseOutcome outcome =
         runEraseCommand(trashes, request->items, *request->progress, request->stop);
     MainThread::post([this, request, outcome] {
         const auto totals = request->progress->totals();
         qCInfo(lcHelper, "Command of user %u over: %llu entries erased, %llu items stay%s",
-               request->userId,
+               *request->user,
                static_cast<unsigned long long>(totals.count - request->items.erasedCount),
                static_cast<unsigned long long>(outcome.nonErasedCount),
                request->stop ? ", stopped" : "");
@@ -313,7 +325,7 @@ void HelperService::carryOutUnlock(const RequestPtr& request) {
     std::vector<std::string> paths;
     for (const QString& text : texts)
         paths.push_back(percentDecode(text.toStdString()).value_or(std::string()));
-    UserTrashes trashes(request->userId);
+    UserTrashes trashes(*request->user);
     const auto unlocked = runUnlockCommand(trashes, paths, request->stop);
     QStringList answer;
     for (std::size_t index = 0; index < unlocked.size(); ++index) {
@@ -321,7 +333,7 @@ void HelperService::carryOutUnlock(const RequestPtr& request) {
     }
     MainThread::post([this, request, answer] {
         qCInfo(lcHelper, "%lld entries of user %u unlocked", static_cast<long long>(answer.size()),
-               request->userId);
+               *request->user);
         m_bus.send(request->message.createReply(answer));
         end(request);
     });

@@ -11,6 +11,7 @@
 #include <QStringList>
 #include <QTimer>
 #include <chrono>
+#include <cstdint>
 #include <map>
 #include <memory>
 
@@ -23,8 +24,8 @@ namespace kestrin {
 /// before: its form, the caller's credentials, the policy service, whether the caller is still
 /// there; then its list is read, the call is answered, and it waits for its turn. A caller has one
 /// command at a time, a user a few; the number and bytes of what waits are bounded. A caller that
-/// leaves the bus is one that said Stop. Main thread; erasing and reading run on queues of their
-/// own.
+/// leaves the bus is one that said Stop. A command whose caller wants no reply is ignored. Main
+/// thread, which never waits for the bus; erasing and reading run on queues of their own.
 class HelperService final : public QObject, protected QDBusContext {
     Q_OBJECT
  public:
@@ -51,6 +52,7 @@ class HelperService final : public QObject, protected QDBusContext {
     void admit(const RequestPtr& request, const QByteArray* authorization);
     void check(const RequestPtr& request);
     bool hasRoomFor(const Request& request) const;
+    bool identify(Request& request, std::uint32_t user) const;
     void checked(const RequestPtr& request, const CallerCheck::Answer& answer);
     void readList(const RequestPtr& request);
     void accept(const RequestPtr& request, Result<EraseItems> items);

@@ -101,6 +101,16 @@ class Program:
         self.bus.send_message_with_reply(message, gio.DBusSendMessageFlags.NONE, 0x7fffffff, None,
                                          self.replied, tag)
 
+    def do_flood(self, count):
+        """Commands that want no reply."""
+        for _ in range(count):
+            message = self.gio.DBusMessage.new_method_call(SERVICE, PATH, INTERFACE, "unlockItems")
+            message.set_flags(self.gio.DBusMessageFlags.NO_REPLY_EXPECTED)
+            message.set_body(self.glib.Variant("(as)", (["/a"],)))
+            self.bus.send_message(message, self.gio.DBusSendMessageFlags.NONE)
+        self.bus.flush_sync(None)
+        self.tell(event="flooded")
+
     @staticmethod
     def bytes_of(value):
         return form() if value == "form" else bytes.fromhex(value)

@@ -91,6 +91,7 @@ class Caller(Child):
         self.batches = 0
         self.left = []      # the count of every end told
         self.replies = {}
+        self.has_flooded = False
         self._tags = 0
         ready = json.loads(self.line())
         self.name, self.pid = ready["name"], ready["pid"]
@@ -125,6 +126,8 @@ class Caller(Child):
             self.left.append(event["left"])
         elif event["event"] == "reply":
             self.replies[event["tag"]] = event
+        elif event["event"] == "flooded":
+            self.has_flooded = True
 
     def reply(self, tag, timeout=60):
         self.wait(lambda: tag in self.replies, timeout)

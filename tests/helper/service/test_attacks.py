@@ -270,8 +270,9 @@ class AList(Attack):
         self.assertAlive()
 
     def test_of_too_much_to_unlock(self):
+        """The bus library goes on reading only while few bytes of calls wait for their reply."""
         caller = self.caller()
-        for paths in (["/a"] * 100_001, ["/" + "a" * MEGABYTE] * 17):
+        for paths in (["/"] * (MEGABYTE // 8), ["/" + "a" * MEGABYTE], ["/" + "\u20ac" * 400_000]):
             self.assertEqual(caller.call("unlockItems", "(as)", paths)["error"], INVALID)
         self.assertEqual(caller.call("unlockItems", "(as)", ["", "%", "%00", "a", "/%2e%2e"])["values"],
                          [[]])
@@ -319,3 +320,13 @@ class ACaller(Attack):
         tags = [one.send_erase(xml) for one in callers]
         self.assertLessEqual({one.reply(tag)["error"] for one, tag in zip(callers, tags)}, expected)
         self.assertAlive()
+
+    def test_that_wants_no_replies(self):
+        """Nothing limits how many such calls it sends."""
+        self.assertAlive()
+        caller = self.caller()
+        caller.order(do="flood", count=60_000)
+        caller.wait(lambda: caller.has_flooded)
+        other = self.caller()
+        other.reply(other.send("getVersion"), timeout=8)
+        self.assertBounded(30)
