@@ -11,20 +11,14 @@ namespace kestrin {
 namespace {
 
 TEST(BackgroundPriority, IsThatOfTheWorkAndOfWhatItStartsAlone) {
-    int ofWork = -1;
     int ofItsThread = -1;
-    runAtBackgroundPriority([&] {
-        ofWork = sched_getscheduler(0);
+    const auto work = [&] {
         std::thread([&] { ofItsThread = sched_getscheduler(0); }).join();
-    });
-    EXPECT_EQ(ofWork, SCHED_IDLE);
+        throw std::runtime_error("handed on");
+    };
+    EXPECT_THROW(runAtBackgroundPriority(work), std::runtime_error);
     EXPECT_EQ(ofItsThread, SCHED_IDLE);
     EXPECT_EQ(sched_getscheduler(0), SCHED_OTHER);
-}
-
-TEST(BackgroundPriority, HandsOnWhatTheWorkThrows) {
-    const auto fail = [] { throw std::runtime_error("out of order"); };
-    EXPECT_THROW(runAtBackgroundPriority(fail), std::runtime_error);
 }
 
 }  // namespace

@@ -14,14 +14,10 @@ using namespace kestrin::test;
 
 class DesktopApplicationsTest : public ::testing::Test {
  protected:
-    std::string addEntry(const std::string& relativePath, const std::string& more = {}) {
-        const std::string path = scratch / relativePath;
-        writeFile(path, "[Desktop Entry]\nType=Application\nName=Editor\n" + more);
-        return path;
-    }
-    static std::string pathOf(std::string_view id) {
+    /// The path below the scratch folder of the entry that is found.
+    std::string found(std::string_view id) const {
         const auto entry = desktopEntryWithId(id);
-        return entry ? entry->path() : std::string();
+        return entry ? entry->path().substr(scratch.path().size() + 1) : std::string();
     }
 
     ScratchFolder scratch;
@@ -29,54 +25,41 @@ class DesktopApplicationsTest : public ::testing::Test {
     ScopedVariable dataFolders{"XDG_DATA_DIRS", (scratch / "a") + ":relative::" + (scratch / "b/")};
 };
 
-TEST_F(DesktopApplicationsTest, FirstFolderInOrderWins) {
-    const std::string last = addEntry("b/applications/org.x.Editor.desktop");
-    EXPECT_EQ(pathOf("org.x.Editor"), last);
-    const std::string middle = addEntry("a/applications/org.x.Editor.desktop");
-    EXPECT_EQ(pathOf("org.x.Editor.desktop"), middle);
-    const std::string own = addEntry("home/applications/org.x.Editor.desktop");
-    EXPECT_EQ(pathOf("org.x.Editor"), own);
-    EXPECT_EQ(pathOf("org.x.Missing"), "");
+TEST_F(DesktopApplicationsTest, FirstFolderInOrderWinsAndMayHideTheEntry) {
+    const std::string text = "[Desktop Entry]\nType=Application\n";
+    for (const char* folder : {"b", "a", "home"}) {
+        const std::string path = folder + std::string("/applications/org.x.Editor.desktop");
+        writeFile(scratch / path, text);
+        EXPECT_EQ(found("org.x.Editor"), path);
+    }
+    writeFile(scratch / "home/applications/org.x.Editor.desktop", text + "Hidden=true\n");
+    EXPECT_EQ(found("org.x.Editor"), "");
 }
 
-TEST_F(DesktopApplicationsTest, HiddenEntryTakesOutTheOnesBehindIt) {
-    addEntry("a/applications/tool.desktop");
-    addEntry("home/applications/tool.desktop", "Hidden=true\n");
-    EXPECT_EQ(pathOf("tool"), "");
-}
-
-TEST_F(DesktopApplicationsTest, DashesMayStandForSubfolders) {
-    const std::string nested = addEntry("a/applications/kde4/sub/my-tool.desktop");
-    EXPECT_EQ(pathOf("kde4-sub-my-tool"), nested);
-    EXPECT_EQ(pathOf("kde4-my-tool"), "");
-}
-
-TEST_F(DesktopApplicationsTest, IdsNeverLeadOutOfTheFolders) {
-    addEntry("a/secret.desktop");
-    addEntry("a/applications/in.desktop");
-    EXPECT_EQ(pathOf("../secret"), "");
-    EXPECT_EQ(pathOf("..-secret"), "");
-    EXPECT_EQ(pathOf(".-in"), "");
-    EXPECT_EQ(pathOf(""), "");
-    EXPECT_EQ(pathOf(std::string_view("in\0", 3)), "");
+TEST_F(DesktopApplicationsTest, DashesMayStandForSubfoldersButLeadNowhereElse) {
+    for (const char* name : {"secret", "applications/in", "applications/kde4/sub/my-tool"})
+        writeFile(scratch / ("a/" + std::string(name) + ".desktop"), "[Desktop Entry]\n");
+    EXPECT_EQ(found("kde4-sub-my-tool.desktop"), "a/applications/kde4/sub/my-tool.desktop");
+    for (const std::string_view id :
+         {std::string_view("kde4-my-tool"), std::string_view(), std::string_view("../secret"),
+          std::string_view("..-secret"), std::string_view(".-in"), std::string_view("in\0", 3)}) {
+        EXPECT_EQ(found(id), "") << id;
+    }
 }
 
 TEST_F(DesktopApplicationsTest, OpenerGetsTheExactBytes) {
-    const std::string opener = scratch / "bin/xdg-open";
-    writeFile(opener, "#!/bin/sh\nprintf '%s' \"$#:$1\" > '" + (scratch / "got.part") + "'\nmv '" +
-                          (scratch / "got.part") + "' '" + (scratch / "got") + "'\n");
-    chmod(opener.c_str(), 0755);
     const ScopedVariable path("PATH", (scratch / "bin") + ":/usr/bin:/bin");
+    const std::string opener = scratch / "bin/xdg-open", part = scratch / "part";
+    writeFile(opener, "#!/bin/sh\nprintf '%s' \"$#:$1\" > '" + part + "'\nmv '" + part + "' '" +
+                          (scratch / "got") + "'\n");
+    chmod(opener.c_str(), 0755);
     const std::string item = "/tmp/a b\xff%20\n$(x)";
     EXPECT_TRUE(openWithDesktop(item));
     ASSERT_TRUE(waitFor([&] { return exists(scratch / "got"); }));
     EXPECT_EQ(readFile(scratch / "got"), "1:" + item);
     EXPECT_FALSE(openWithDesktop("-relative"));
-}
-
-TEST_F(DesktopApplicationsTest, MissingOpenerIsTold) {
-    const ScopedVariable path("PATH", scratch.path());
-    EXPECT_FALSE(openWithDesktop("/tmp"));
+    const ScopedVariable noPath("PATH", scratch.path());
+    EXPECT_FALSE(openWithDesktop("/tmp")) << "without an opener";
 }
 
 }  // namespace

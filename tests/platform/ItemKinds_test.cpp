@@ -7,32 +7,25 @@
 namespace kestrin {
 namespace {
 
-TEST(ItemKindsTest, BundleExtensionsMatchInAnyCaseAndWhole) {
-    EXPECT_TRUE(isBundleExtension("app"));
-    EXPECT_TRUE(isBundleExtension("PhotosLibrary"));
-    EXPECT_FALSE(isBundleExtension(""));
-    EXPECT_FALSE(isBundleExtension("ap"));
-    EXPECT_FALSE(isBundleExtension("txt"));
-}
-
-TEST(ItemKindsTest, NameDecidesAboutFilesAndTypeAboutTheRest) {
-    EXPECT_EQ(kindOfItem("a.png", S_IFREG).typeIdentifier, "image/png");
-    EXPECT_EQ(kindOfItem("\xff\xfe.PDF", S_IFREG).typeIdentifier, "application/pdf");
-    EXPECT_EQ(kindOfItem("a.png", S_IFDIR).typeIdentifier, "inode/directory");
-    EXPECT_EQ(kindOfItem("a.png", S_IFLNK).typeIdentifier, "inode/symlink");
-    EXPECT_EQ(kindOfItem("a.png", S_IFIFO).typeIdentifier, "inode/fifo");
-    EXPECT_EQ(kindOfItem("noextension", S_IFREG).typeIdentifier, "application/octet-stream");
-    EXPECT_EQ(kindOfItem("", S_IFREG).typeIdentifier, "application/octet-stream");
-}
-
-TEST(ItemKindsTest, EveryKindHasADescriptionAndIconNames) {
-    for (const auto mode : {S_IFREG, S_IFDIR, S_IFLNK, S_IFSOCK, S_IFBLK}) {
-        const ItemKind kind = kindOfItem("thing.pdf", mode);
-        EXPECT_FALSE(kind.description.empty()) << kind.typeIdentifier;
-        EXPECT_FALSE(kind.iconNames.empty()) << kind.typeIdentifier;
+TEST(ItemKinds, NameDecidesAboutFilesAndTypeAboutTheRest) {
+    struct Case {
+        const char* name;
+        std::uint32_t mode;
+        const char* type;
+        const char* icon;
+    };
+    for (const Case& item :
+         {Case{"\xff\xfe.PDF", S_IFREG, "application/pdf", "application-pdf"},
+          Case{"", S_IFREG, "application/octet-stream", "application-octet-stream"},
+          Case{"a.png", S_IFDIR, "inode/directory", "folder"},
+          Case{"a.png", S_IFLNK, "inode/symlink", "inode-symlink"}}) {
+        const ItemKind kind = kindOfItem(item.name, item.mode);
+        EXPECT_EQ(kind.typeIdentifier, item.type);
+        EXPECT_EQ(kind.iconNames.front(), item.icon);
+        EXPECT_FALSE(kind.description.empty()) << item.type;
     }
-    EXPECT_EQ(kindOfItem("a.pdf", S_IFREG).iconNames.front(), "application-pdf");
-    EXPECT_EQ(kindOfItem("a", S_IFDIR).iconNames.front(), "folder");
+    EXPECT_TRUE(isBundleExtension("PhotosLibrary"));
+    EXPECT_FALSE(isBundleExtension("ap"));
 }
 
 }  // namespace

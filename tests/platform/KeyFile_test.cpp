@@ -12,59 +12,45 @@
 namespace kestrin {
 namespace {
 
-using namespace kestrin::test;
-
-TEST(KeyFileTest, ReadsGroupsAndPassesOverWhatIsNone) {
+TEST(KeyFile, ReadsGroupsAndPassesOverWhatIsNone) {
     const KeyFile file = KeyFile::parse(
         "Stray=1\n# [A]\n[A]\r\n Name = one two \r\nName=second\nno equals\nEmpty=\n"
-        "[broken\nName=lost\n[B]\nName=b\n[A]\nLater=yes");
+        "[broken\nStray=lost\n[B]\nName=b\n[A]\nLater=a\\sb\\\\n\\n\\q\\");
     EXPECT_EQ(file.text("A", "Name"), "one two");
-    EXPECT_EQ(file.text("A", "Later"), "yes");
+    EXPECT_EQ(file.text("A", "Later"), "a b\\n\nq\\");
     EXPECT_EQ(file.text("B", "Name"), "b");
     EXPECT_EQ(file.rawValue("A", "Empty"), "");
     EXPECT_FALSE(file.rawValue("A", "Stray"));
     EXPECT_FALSE(file.rawValue("C", "Name"));
 }
 
-TEST(KeyFileTest, UndoesEscapesAndKeepsOddOnes) {
-    const KeyFile file = KeyFile::parse("[A]\nText=a\\sb\\\\n\\n\\q\\");
-    EXPECT_EQ(file.text("A", "Text"), "a b\\n\nq\\");
-    EXPECT_EQ(file.rawValue("A", "Text"), "a\\sb\\\\n\\n\\q\\");
-}
-
-TEST(KeyFileTest, TakesTheNearestLanguage) {
-    const KeyFile file =
-        KeyFile::parse("[A]\nName=Trash\nName[de]=Papierkorb\nName[pt_BR]=Lixeira");
+TEST(KeyFile, TakesTheNearestLanguage) {
+    const KeyFile file = KeyFile::parse("[A]\nName=Trash\nName[de]=Eimer\nName[pt_BR]=Lixeira");
     const QLocale earlier;
-    const auto nameIn = [&](const char* locale) {
+    for (const auto& [locale, name] :
+         {std::pair("de_AT", "Eimer"), {"pt_BR", "Lixeira"}, {"fr_FR", "Trash"}}) {
         QLocale::setDefault(QLocale(QLatin1String(locale)));
-        return file.localizedText("A", "Name");
-    };
-    EXPECT_EQ(nameIn("de_AT"), "Papierkorb");
-    EXPECT_EQ(nameIn("pt_BR"), "Lixeira");
-    EXPECT_EQ(nameIn("fr_FR"), "Trash");
+        EXPECT_EQ(file.localizedText("A", "Name"), name);
+    }
     QLocale::setDefault(earlier);
 }
 
-TEST(SmallFileTest, ReadsRegularFilesUpToTheLimit) {
-    const ScratchFolder scratch;
-    const FileUrl file = FileUrl::fromPath(scratch / "f");
-    writeFile(file.path(), "12345");
-    EXPECT_EQ(readSmallFile(file, 5, LastLink::Refuse), "12345");
-    EXPECT_FALSE(readSmallFile(file, 4, LastLink::Refuse));
-    EXPECT_FALSE(readSmallFile(FileUrl::fromPath(scratch.path()), 5, LastLink::Follow));
-}
-
-TEST(SmallFileTest, FollowsALinkOnlyWhenAskedToAndWaitsForNoFifo) {
-    const ScratchFolder scratch;
-    writeFile(scratch / "f", "text");
+TEST(SmallFile, IsRegularAndShortAndBehindALinkOnlyWhenAskedFor) {
+    const test::ScratchFolder scratch;
+    test::writeFile(scratch / "f", "12345");
     ASSERT_EQ(symlink("f", (scratch / "link").c_str()), 0);
     ASSERT_EQ(mkfifo((scratch / "fifo").c_str(), 0600), 0);
     ASSERT_EQ(symlink("fifo", (scratch / "tofifo").c_str()), 0);
-    EXPECT_EQ(readSmallFile(FileUrl::fromPath(scratch / "link"), 9, LastLink::Follow), "text");
-    EXPECT_FALSE(readSmallFile(FileUrl::fromPath(scratch / "link"), 9, LastLink::Refuse));
-    EXPECT_FALSE(readSmallFile(FileUrl::fromPath(scratch / "fifo"), 9, LastLink::Refuse));
-    EXPECT_FALSE(readSmallFile(FileUrl::fromPath(scratch / "tofifo"), 9, LastLink::Follow));
+    const auto read = [&](const char* name, std::size_t limit, LastLink link) {
+        return readSmallFile(FileUrl::fromPath(scratch / name), limit, link);
+    };
+    EXPECT_EQ(read("f", 5, LastLink::Refuse), "12345");
+    EXPECT_FALSE(read("f", 4, LastLink::Refuse));
+    EXPECT_EQ(read("link", 5, LastLink::Follow), "12345");
+    EXPECT_FALSE(read("link", 5, LastLink::Refuse));
+    for (const char* bad : {".", "fifo", "tofifo"}) {
+        EXPECT_FALSE(read(bad, 5, LastLink::Follow)) << bad << " must not be waited for";
+    }
 }
 
 }  // namespace
