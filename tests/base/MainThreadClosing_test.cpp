@@ -15,60 +15,37 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// What a worker was told, when it asked before and after the end.
-struct Answers {
-    std::optional<bool> before;
-    std::optional<bool> after;
-};
-
-Answers closeWhileAWorkerWaits(const std::shared_ptr<int>& kept) {
-    Answers answers;
-    std::latch hasPosted(1);
-    std::jthread worker;
-    {
-        const MainThread mailbox;
-        worker = std::jthread([&] {
-            MainThread::post([kept] { ++*kept; });
-            MainThread::postAfter(1ms, [kept] { ++*kept; });
-            hasPosted.count_down();
-            answers.before = MainThread::postAndWait([kept] { ++*kept; });
-            answers.after = MainThread::postAndWait([kept] { ++*kept; });
-        });
-        hasPosted.wait();
-        std::this_thread::sleep_for(20ms);
-    }
-    worker.join();
-    return answers;
-}
-
 TEST(MainThreadClosing, DropsWhatWasNotServedAndLetsWaitersGo) {
     const auto kept = std::make_shared<int>(0);
+    const auto count = [kept] { ++*kept; };
     std::jthread([] {
         EXPECT_TRUE(MainThread::isCurrent()) << "there never was a mailbox";
     }).join();
-    MainThread::post([kept] { ++*kept; });
-
-    const Answers answers = closeWhileAWorkerWaits(kept);
-    EXPECT_EQ(answers.before, false);
-    EXPECT_EQ(answers.after, false);
-    MainThread::post([kept] { ++*kept; });
-    EXPECT_EQ(*kept, 0);
-    EXPECT_EQ(kept.use_count(), 1) << "what was dropped is freed";
-    EXPECT_TRUE(MainThread::isCurrent());
-    std::jthread([] { EXPECT_FALSE(MainThread::isCurrent()); }).join();
-}
-
-TEST(MainThreadClosing, APendingTimerEndsWithTheMailbox) {
-    const auto kept = std::make_shared<int>(0);
+    MainThread::post(count);
     {
-        const MainThread mailbox;
-        MainThread::postAfter(10ms, [kept] { ++*kept; });
+        std::latch hasPosted(1);
+        std::jthread worker;
+        {
+            const MainThread mailbox;
+            MainThread::postAfter(10ms, count);
+            QCoreApplication::processEvents();  // the timer begins
+            worker = std::jthread([&] {
+                MainThread::post(count);
+                MainThread::postAfter(1ms, count);
+                hasPosted.count_down();
+                EXPECT_FALSE(MainThread::postAndWait(count)) << "before the end";
+                EXPECT_FALSE(MainThread::postAndWait(count)) << "after the end";
+            });
+            hasPosted.wait();
+            std::this_thread::sleep_for(20ms);
+        }
         QCoreApplication::processEvents();
     }
-    std::this_thread::sleep_for(20ms);
-    QCoreApplication::processEvents();
+    MainThread::post(count);
     EXPECT_EQ(*kept, 0);
-    EXPECT_EQ(kept.use_count(), 1);
+    EXPECT_EQ(kept.use_count(), 2) << "what was dropped is freed";
+    EXPECT_TRUE(MainThread::isCurrent());
+    std::jthread([] { EXPECT_FALSE(MainThread::isCurrent()); }).join();
 }
 
 }  // namespace
