@@ -178,12 +178,12 @@ MaybeError HelperConnection::erase(std::string_view authorization,
     return {};
 }
 
-void HelperConnection::setStoppedByUser(std::function<void()> answered) {
+void HelperConnection::setStoppedByUser(std::function<void(const QDBusError&)> answered) {
     auto* const watcher = new QDBusPendingCallWatcher(m_proxy->setStoppedByUser(true), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [watcher, answered = std::move(answered)] {
                 watcher->deleteLater();
-                answered();
+                answered(watcher->error());
             });
 }
 

@@ -64,9 +64,9 @@ class HelperConnection : public QObject, protected QDBusContext {
     /// Errors: of the memory file.
     MaybeError erase(std::string_view authorization, const std::string& itemsDictionary,
                      std::function<void(const QDBusError&)> answered);
-    /// `answered` is called when the helper, or its absence, has answered: what it accepted before
-    /// is known by then.
-    void setStoppedByUser(std::function<void()> answered);
+    /// `answered` is called when the helper has answered, what it accepted before being known by
+    /// then; with an error when it is not there, or has not answered for 5 s.
+    void setStoppedByUser(std::function<void(const QDBusError&)> answered);
 
     // Called by the helper over the bus; anybody else is refused.
     void itemsErased(const kestrin::ErasedItems& items);

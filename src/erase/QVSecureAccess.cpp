@@ -300,14 +300,21 @@ std::uint64_t QVSecureAccess::countStillThere() const {
 void QVSecureAccess::stoppedByUser() {
     requireMainThread();
     if (!m_run || !m_helperToolConnection || !m_helperToolConnection->isValid()) return;
-    m_helperToolConnection->setStoppedByUser([this, command = m_run->command] {
-        later([this, command] {
-            // Not accepted by now: the user is asked for a password. Leaving takes that back.
-            if (!m_run || m_run->command != command || m_run->isAccepted) return;
-            m_helperToolConnection.reset();
-            endRun(countStillThere(), {});
+    m_helperToolConnection->setStoppedByUser(
+        [this, command = m_run->command](const QDBusError& answer) {
+            later([this, command, answer] {
+                if (m_run && m_run->command == command) stopAnswered(answer);
+            });
         });
-    });
+}
+
+void QVSecureAccess::stopAnswered(const QDBusError& answer) {
+    if (!m_run->isAccepted) {  // the user is asked for a password; leaving takes that back
+        m_helperToolConnection.reset();
+        endRun(countStillThere(), {});
+    } else if (answer.isValid()) {  // it will not tell the end either
+        endRun(countStillThere(), helperError(answer, m_services.texts));
+    }
 }
 
 }  // namespace kestrin

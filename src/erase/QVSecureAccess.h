@@ -76,7 +76,8 @@ class QVSecureAccess final : public HelperClient {
     /// items that are still there count as not erased, and the delegate shows the error. Requires:
     /// a delegate, and no other work under way.
     void authorizedErase(const HelperRequest& request) override;
-    /// The helper stops at its next entry, and what is left of the work is not begun.
+    /// The helper stops at its next entry, and what is left of the work is not begun. A helper that
+    /// does not answer within 5 s is left to itself: the end comes as with one that died.
     void stoppedByUser() override;
 
  private:
@@ -89,6 +90,7 @@ class QVSecureAccess final : public HelperClient {
     void commandAnswered(const QDBusError& answer);
     void itemsErased(const ErasedItems& items);
     void commandFinished(std::uint64_t nonErasedCount);
+    void stopAnswered(const QDBusError& answer);
     void endRun(std::uint64_t nonErasedCount, MaybeError error);
     std::uint64_t countStillThere() const;
     void later(std::function<void()> call);

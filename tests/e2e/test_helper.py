@@ -159,6 +159,27 @@ class Authorised(HelperTest):
         self.assertGreater(len(run.json["notErased"]), 0)
         self.assertLessEqual(run.json["erasedCount"], 10101 - left)
 
+    def test_frozen_in_mid_command(self):
+        """Stop ends the command all the same; as soon as the helper goes on, it stops, too."""
+        self.start_bus(answer="YES")
+        top = self.trash.tree("tree", [f"{i // 100}/{i}" for i in range(10000)])
+        run_as_root("chown", "-R", "0:0", top)
+        self.bus.call(SERVICE, "/com/quorvane/Kestrin3Helper",
+                      "com.quorvane.Kestrin3.QVHelperToolProtocol.getVersion")
+        pid = self.bus.helper_process()
+        process = self.start("empty", "--yes", "--json", *ERASE)
+        with as_root():
+            while process.poll() is None and len(os.listdir(os.path.join(top, b"0"))) == 100:
+                pass
+            os.kill(pid, signal.SIGSTOP)
+        send(process, signal.SIGINT)
+        run = self.finish(process, timeout=15)
+        self.assertEqual(run.status, 3, run)
+        self.assertIn(b"does not answer", run.err)
+        self.assertGreater(len(run.json["notErased"]), 0)
+        with as_root():
+            os.kill(pid, signal.SIGCONT)
+
     @staticmethod
     def walk(top):
         with as_root():
