@@ -385,6 +385,10 @@ Examples:
         <source></source>
         <translation>Stopping…</translation>
     </message>
+    <message id="cli_system_refused">
+        <source></source>
+        <translation>The system lacks what this takes: %@.</translation>
+    </message>
     <message id="cli_too_few_operands">
         <source></source>
         <translation>"%@" needs to be told what to erase.</translation>

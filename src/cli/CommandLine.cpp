@@ -55,7 +55,13 @@ int CommandLine::run(const std::vector<std::string>& words) {
     std::signal(SIGPIPE, SIG_IGN);
     const ParsedArguments parsed = parseArguments(words);
     if (const auto* const error = std::get_if<UsageError>(&parsed)) return refuse(*error);
-    return statusAfterOutput(dispatch(std::get<Arguments>(parsed)));
+    try {
+        return statusAfterOutput(dispatch(std::get<Arguments>(parsed)));
+    } catch (const std::system_error& error) {  // no thread to be had
+        const QString reason = displayName(error.code().message());
+        m_console.complain(m_console.text("cli_system_refused"_key, {reason}));
+        return 1;
+    }
 }
 
 int CommandLine::dispatch(const Arguments& arguments) {

@@ -3,6 +3,7 @@
 
 import os
 import re
+import resource
 import signal
 import time
 
@@ -108,6 +109,15 @@ class UsageTest(EndToEndTest):
     def test_relative_path(self):
         """It begins at the current folder, and that is no trash."""
         self.refuse("erase", "--yes", "good", naming=b"good")
+
+
+class PoorSystemTest(EndToEndTest):
+    def test_no_further_thread(self):
+        """The user's processes are at their limit: said in a line, and nothing is lost."""
+        self.trash.file("entry")
+        run = self.succeed("empty", "--yes", limits=[(resource.RLIMIT_NPROC, 1)], status=1)
+        self.assertIn(b"temporarily unavailable", run.err)
+        self.assertEqual((self.trash.names(), self.trash.records()), ([b"entry"], [b"entry"]))
 
 
 class JsonTest(EndToEndTest):
