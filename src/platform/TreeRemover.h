@@ -119,7 +119,8 @@ class TreeRemover {
 };
 
 /// Removes one entry with all it holds, with the same rules and without asking: on this thread's
-/// behalf, by one worker. Errors: the first failure met.
+/// behalf, by one worker. Errors: the first failure met; ENOENT when there is no such item, EINVAL
+/// for "/" and for names that lead elsewhere ("..").
 MaybeError removeItem(const FileUrl& item);
 
 }  // namespace kestrin

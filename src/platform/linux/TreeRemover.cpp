@@ -21,6 +21,7 @@
 #include "platform/linux/DescriptorCache.h"
 #include "platform/linux/DirectoryStream.h"
 #include "platform/linux/LockFlags.h"
+#include "platform/linux/PlainName.h"
 #include "platform/linux/WorkStack.h"
 
 namespace kestrin {
@@ -572,8 +573,14 @@ MaybeError removeItem(const FileUrl& item) {
     const FileUrl folder = item.parent();
     UniqueFd parent(open(folder.path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!parent) return errorFromErrno(errno, HostAccess::Write);
+    std::string name(item.lastPathComponent());
+    if (!isPlainName(name)) return errorFromErrno(EINVAL, HostAccess::Write);
+    Facts facts;
+    if (const int error = examine(parent.get(), name.c_str(), facts)) {
+        return errorFromErrno(error, HostAccess::Write);
+    }
     PlainPolicy policy;
-    SingleItem single({0, parent.get(), folder.path(), std::string(item.lastPathComponent())});
+    SingleItem single({0, parent.get(), folder.path(), std::move(name)});
     TreeRemover(policy, 1).remove(single);
     return policy.firstError();
 }
