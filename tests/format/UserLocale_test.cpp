@@ -3,36 +3,30 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdlib>
+
+#include "support/ScopedVariable.h"
 
 namespace kestrin {
 namespace {
 
-void setOrClear(const char* name, const char* value) {
-    value != nullptr ? setenv(name, value, 1) : unsetenv(name);
-}
-
 TEST(UserLocale, FollowsThePrecedenceOfTheEnvironment) {
-    struct Row {
-        const char* all;
-        const char* category;
-        const char* lang;
-        const char* expected;
-    };
-    for (const Row& row : {
-             Row{"de_DE.UTF-8", "fr_FR.UTF-8", "hi_IN", "de_DE"},
-             Row{"", "fr_FR.UTF-8", "hi_IN", "fr_FR"},
-             Row{nullptr, nullptr, "hi_IN", "hi_IN"},
-             Row{"C.UTF-8", "de_DE.UTF-8", "de_DE.UTF-8", "en_US"},
-             Row{nullptr, "POSIX", "de_DE.UTF-8", "en_US"},
-             Row{nullptr, nullptr, "C", "en_US"},
-             Row{nullptr, nullptr, nullptr, "en_US"},
-         }) {
-        setOrClear("LC_ALL", row.all);
-        setOrClear("LC_NUMERIC", row.category);
-        setOrClear("LANG", row.lang);
-        EXPECT_EQ(userLocaleName("LC_NUMERIC"), row.expected);
+    // The values of LC_ALL, LC_NUMERIC and LANG.
+    for (const auto& [values, expected] :
+         {std::pair(std::array{"de_DE.UTF-8", "fr_FR.UTF-8", "hi_IN"}, "de_DE"),
+          {std::array{"", "fr_FR.UTF-8", "hi_IN"}, "fr_FR"},
+          {std::array{"", "", "hi_IN"}, "hi_IN"},
+          {std::array{"C.UTF-8", "de_DE.UTF-8", "de_DE.UTF-8"}, "en_US"},
+          {std::array{"", "POSIX", "de_DE.UTF-8"}, "en_US"},
+          {std::array{"", "", ""}, "en_US"}}) {
+        const test::ScopedVariable all("LC_ALL", values[0]), category("LC_NUMERIC", values[1]),
+            language("LANG", values[2]);
+        EXPECT_EQ(userLocaleName("LC_NUMERIC"), expected);
     }
+    for (const char* name : {"LC_ALL", "LC_NUMERIC", "LANG"})
+        unsetenv(name);
+    EXPECT_EQ(userLocaleName("LC_NUMERIC"), "en_US");
 }
 
 }  // namespace
