@@ -19,8 +19,6 @@ TEST_F(PathsTest, AbsolutePathsNameTheStartupVolume) {
     EXPECT_EQ(utilities.setAbsolutePath("/a\xff"), startup + "/a\xff");
     EXPECT_EQ(utilities.setAbsolutePath("/Volumes/Data/x"), "/Volumes/Data/x");
     EXPECT_EQ(utilities.setAbsolutePath("/Users/x/Volumes/y"), "/Users/x/Volumes/y");
-    EXPECT_EQ(utilities.setAbsolutePathToPathArray({"/", "/Volumes"}),
-              (std::vector<std::string>{startup, "/Volumes"}));
 }
 
 TEST_F(PathsTest, LocationIsMadeAbsoluteForAnAbsoluteContainerOnly) {
@@ -33,7 +31,6 @@ TEST_F(PathsTest, LocationIsMadeAbsoluteForAnAbsoluteContainerOnly) {
     EXPECT_EQ(utilities.setAbsoluteURL(item, FileUrl()), item);
     const FileUrl text = FileUrl::withoutScheme("/a");
     EXPECT_EQ(utilities.setAbsoluteURL(text, FileUrl::fromPath(startup)), text);
-    EXPECT_TRUE(utilities.setAbsoluteURL(FileUrl()).isEmpty());
 }
 
 TEST_F(PathsTest, HostPathTakesTheStartupVolumeForTheRoot) {
@@ -42,25 +39,20 @@ TEST_F(PathsTest, HostPathTakesTheStartupVolumeForTheRoot) {
     EXPECT_EQ(hostPath(FileUrl::fromPath(startup + "x/a")), startup + "x/a");
     EXPECT_EQ(hostPath(FileUrl::fromPath("/Volumes")), "/Volumes");
     EXPECT_EQ(hostPath(FileUrl::fromPath("/a" + startup)), "/a" + startup);
-    EXPECT_EQ(hostPath(FileUrl()), "");
 }
 
 TEST_F(PathsTest, SlashesAreTakenOut) {
     EXPECT_EQ(utilities.removeLastSlash("/a/b"), "/ab");
     EXPECT_EQ(utilities.removeLastSlash("/a/"), "/a");
     EXPECT_EQ(utilities.removeLastSlash("ab"), "ab");
-    EXPECT_EQ(utilities.removeLastSlash(""), "");
     std::uint16_t count = 7;
     EXPECT_EQ(utilities.removeSlashesFromFileSystemName("a/b/c", count), "a:b:c");
     EXPECT_EQ(count, 2);
-    EXPECT_EQ(utilities.removeSlashesFromFileSystemName("", count), "");
-    EXPECT_EQ(count, 0);
 }
 
 TEST_F(PathsTest, FirstComponentIsCutByTheTextsLength) {
     EXPECT_EQ(utilities.removeFirstPathComponent("/Volumes/Data/x", std::nullopt), "/Data/x");
     EXPECT_EQ(utilities.removeFirstPathComponent("/a/b/c", "/b/"), "/b/c");
-    EXPECT_EQ(utilities.removeFirstPathComponent("/ab/cd/", "/cd/"), "/cd/");
     EXPECT_EQ(utilities.removeFirstPathComponent("/abc/x/", "/x/"), "bc/x/");
     EXPECT_EQ(utilities.removeFirstPathComponent("/a/b", std::nullopt), "/a/b");
     EXPECT_EQ(utilities.removeFirstPathComponent("/a/b", ""), "/a/b");
