@@ -13,7 +13,7 @@
 #include <thread>
 
 #include "fsutil/QVFilesUtilities.h"
-#include "inventory/QVSourceItem.h"
+#include "support/ScopedVariable.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
@@ -27,30 +27,16 @@ std::shared_ptr<QVSmartWindowItem> itemAt(const std::string& path) {
     return item;
 }
 
-TEST(SmartWindowItem, AnswersItsColumns) {
-    QVSmartWindowItem item;
-    item.name = "caf\xE9";
-    item.size = std::numeric_limits<std::uint64_t>::max();
-    item.isMarked = true;
-    item.dateAdded = 1.5;
-    EXPECT_EQ(item.valueForUndefinedKey("check_col"), ColumnValue(std::int64_t{1}));
-    EXPECT_EQ(item.valueForUndefinedKey("name_col"), ColumnValue(QStringLiteral("caf\uFFFD")));
-    EXPECT_EQ(item.valueForUndefinedKey("date_added_col"), ColumnValue(1.5));
-    EXPECT_EQ(item.valueForUndefinedKey("size_col"),
-              ColumnValue(std::numeric_limits<std::uint64_t>::max()));
-}
-
 TEST(SmartWindowItem, UnknownDatesAndBlankTextsSortLast) {
     QVSmartWindowItem dated, undated;
+    dated.name = "caf\xE9";
     dated.dateAdded = 1e18;
+    EXPECT_EQ(dated.valueForUndefinedKey("name_col"), ColumnValue(QStringLiteral("caf\uFFFD")));
     EXPECT_EQ(undated.cfDateAdded(), ColumnValue(std::numeric_limits<std::int64_t>::max()));
     EXPECT_LT(dated.cfDateAdded(), undated.cfDateAdded());
-
     const QString blank = std::get<QString>(undated.valueForUndefinedKey("other_col"));
     EXPECT_EQ(blank, QStringLiteral("\u00FF\u00FF\u00FF\u00FF\u00FF\u00FF\u00FF\u00FF"));
     EXPECT_LT(QStringLiteral("zebra"), blank);
-    EXPECT_EQ(QVSmartWindowItem::valueForString(QString(), false), QString());
-    EXPECT_EQ(QVSmartWindowItem::valueForString(QStringLiteral("a"), true), QStringLiteral("a"));
 }
 
 TEST(SmartWindowItem, ReadsTheFileSystemAtEveryCall) {
@@ -88,26 +74,20 @@ TEST(SmartWindowItem, TheIconMayChangeWhileItIsRead) {
     }
 }
 
-TEST(SmartWindowItem, IconsNeedAPlace) {
-    const ScratchFolder scratch;
-    test::writeFile(scratch / "entry.txt");
-    const auto item = itemAt(scratch / "entry.txt");
-    EXPECT_EQ(item->fileIcon().size(), QSize(32, 32));
-    item->url = FileUrl::withoutScheme("entry.txt");
-    EXPECT_TRUE(item->fileIcon().isNull());
-    EXPECT_EQ(item->fileIconWithSize(QSize(24, 24)),
-              QVFilesUtilities::sharedControl().placeholderImageWithSize(QSize(24, 24)));
-}
-
-TEST(SmartWindowItem, IconsAreAsLargeAs512) {
+TEST(SmartWindowItem, IconsNeedAPlaceAndAreAsLargeAs512) {
 #ifdef __SANITIZE_THREAD__
     GTEST_SKIP() << "Qt paints large images with threads whose locks the sanitizer does not see";
 #endif
     const ScratchFolder scratch;
     test::writeFile(scratch / "entry.txt");
     const auto item = itemAt(scratch / "entry.txt");
+    EXPECT_EQ(item->fileIcon().size(), QSize(32, 32));
     EXPECT_EQ(item->iconImageWithValue(2000).size(), QSize(512, 512));
     EXPECT_EQ(item->thumbnailWithValue(2000).size(), QSize(512, 512));
+    item->url = FileUrl::withoutScheme("entry.txt");
+    EXPECT_TRUE(item->fileIcon().isNull());
+    EXPECT_EQ(item->fileIconWithSize(QSize(24, 24)),
+              QVFilesUtilities::sharedControl().placeholderImageWithSize(QSize(24, 24)));
 }
 
 class Thumbnail : public ::testing::Test {
@@ -118,9 +98,7 @@ class Thumbnail : public ::testing::Test {
         test::writeFile(m_path, "not a picture");
         const timespec times[2] = {{kModified, 5}, {kModified, 999000000}};
         utimensat(AT_FDCWD, m_path.c_str(), times, 0);
-        setenv("XDG_CACHE_HOME", m_scratch.path().c_str(), 1);
     }
-    ~Thumbnail() override { unsetenv("XDG_CACHE_HOME"); }
 
     std::string uri() const {
         return "file://" + m_scratch.path() + "/a%20picture%3B%20(caf%E9).png";
@@ -144,6 +122,7 @@ class Thumbnail : public ::testing::Test {
 
     ScratchFolder m_scratch;
     std::string m_path;
+    const test::ScopedVariable m_cache{"XDG_CACHE_HOME", m_scratch.path()};
 };
 
 TEST_F(Thumbnail, IsTheSmallestCachedOneThatFillsTheSizeFitted) {
@@ -162,15 +141,6 @@ TEST_F(Thumbnail, OfAnotherPlaceOrTimeIsNotUsed) {
     EXPECT_EQ(thumbnailSize(100), QSize(100, 100));
     cache("xx-large", 1200, uri());
     EXPECT_EQ(thumbnailSize(100), QSize(100, 100));
-}
-
-TEST(SourceItem, StartsWithNothingMarkedAndALockThatNests) {
-    const auto source = QVSourceItem::sourceItem();
-    EXPECT_EQ(source->markedStatus, 0);
-    EXPECT_EQ(source->markedSize + source->markedCount + source->gatheringSizeCount, 0U);
-    const std::lock_guard outer(source->lock);
-    EXPECT_TRUE(source->lock.try_lock());
-    source->lock.unlock();
 }
 
 }  // namespace
