@@ -21,7 +21,8 @@ constexpr std::size_t kLongestPath = std::size_t{4} << 20;
 
 /// A longer path, which no system call takes, loses its end.
 QString textOf(const std::string& path) {
-    std::string text = percentEncode(path, true);
+    // Folders can be nested so deep that the whole would take hundreds of megabytes.
+    std::string text = percentEncode(path.substr(0, kLongestPath), true);
     if (text.size() > kLongestPath) {
         text.resize(kLongestPath);
         const auto escape = text.find('%', text.size() - 2);
