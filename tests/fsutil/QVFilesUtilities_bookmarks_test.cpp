@@ -5,20 +5,15 @@
 #include <cstdio>
 
 #include "base/PropertyList.h"
-#include "fsutil/QVFilesUtilities.h"
-#include "support/TestEnvironment.h"
+#include "fsutil/support/FilesTest.h"
 
 namespace kestrin {
 namespace {
 
 using namespace kestrin::test;
 
-class BookmarksTest : public ::testing::Test {
+class BookmarksTest : public FilesTest {
  protected:
-    FileUrl file(const std::string& name) {
-        writeFile(scratch / name);
-        return FileUrl::fromPath(scratch / name);
-    }
     std::string bookmark(const FileUrl& url) {
         return utilities.bookmarkWithURL(url).value_or(std::string());
     }
@@ -26,8 +21,6 @@ class BookmarksTest : public ::testing::Test {
         ASSERT_EQ(rename(from.path().c_str(), (scratch / to).c_str()), 0);
     }
 
-    ScratchFolder scratch;
-    QVFilesUtilities utilities;
     bool stale = true;
 };
 
@@ -39,21 +32,20 @@ TEST_F(BookmarksTest, ItemIsFoundInItsPlaceAndByWhatItIs) {
     EXPECT_EQ(utilities.secureScopedForURL(item), item);
     for (const auto& [from, to] :
          {std::pair("a/b/odd\xff\n<&>", "a/b/new"), {"a/b/new", "above"}}) {
-        move(FileUrl::fromPath(scratch / from), to);
+        move(at(from), to);
         file("a/b/odd\xff\n<&>");  // another item under the old name does not deceive
         stale = false;
-        EXPECT_EQ(utilities.urlWithDataAlias(data, stale), FileUrl::fromPath(scratch / to));
+        EXPECT_EQ(utilities.urlWithDataAlias(data, stale), at(to));
         EXPECT_TRUE(stale);
     }
 }
 
 TEST_F(BookmarksTest, LinkIsABookmarkOfItself) {
     file("target");
-    ASSERT_EQ(symlink("target", (scratch / "link").c_str()), 0);
-    const FileUrl link = FileUrl::fromPath(scratch / "link");
+    const FileUrl link = this->link("link", "target");
     const std::string data = bookmark(link);
     move(link, "renamed");
-    EXPECT_EQ(utilities.urlWithDataAlias(data), FileUrl::fromPath(scratch / "renamed"));
+    EXPECT_EQ(utilities.urlWithDataAlias(data), at("renamed"));
 }
 
 TEST_F(BookmarksTest, LostItemGivesWhatHasItsPathOrNothing) {
@@ -107,7 +99,7 @@ TEST_F(BookmarksTest, ListIsResolvedInOrderAndTellsOfItsLastEntry) {
     const FileUrl kept = file("kept"), old = file("old");
     std::vector<std::string> bookmarks = {bookmark(old), "damaged", bookmark(kept)};
     move(old, "new");
-    const FileUrl moved = FileUrl::fromPath(scratch / "new");
+    const FileUrl moved = at("new");
     EXPECT_EQ(utilities.urlsWithAliases(bookmarks, stale), (std::vector{moved, kept}));
     EXPECT_FALSE(stale);
     std::vector<std::string> reversed = {bookmarks[2], bookmarks[0]};

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <QBuffer>
 
-#include "fsutil/QVFilesUtilities.h"
+#include "fsutil/support/FilesTest.h"
 #include "support/ScopedVariable.h"
-#include "support/TestEnvironment.h"
 
 namespace kestrin {
 namespace {
@@ -19,12 +17,12 @@ QImage filled(QSize size, QColor color) {
     return image;
 }
 
-class ImagesTest : public ::testing::Test {
+class ImagesTest : public FilesTest {
  protected:
     /// Of the machine's data folders only the kinds of files are there, no icons.
     void SetUp() override {
-        makeFolder(scratch / "machine");
-        ASSERT_EQ(symlink("/usr/share/mime", (scratch / "machine/mime").c_str()), 0);
+        folder("machine");
+        link("machine/mime", "/usr/share/mime");
     }
     void addThemeIcon(const std::string& name, QColor color) {
         const std::string theme = scratch / "data/icons/hicolor";
@@ -35,16 +33,9 @@ class ImagesTest : public ::testing::Test {
         filled(QSize(16, 16), color).save(&buffer, "PNG");
         writeFile(theme + "/16/all/" + name + ".png", bytes.toStdString());
     }
-    FileUrl folder(const std::string& name, const std::string& icon = {}) {
-        makeFolder(scratch / name);
-        if (!icon.empty()) {
-            writeFile(scratch / (name + "/.directory"), "[Desktop Entry]\nIcon=" + icon + "\n");
-        }
-        return FileUrl::fromPath(scratch / name);
-    }
-    FileUrl file(const std::string& name) {
-        writeFile(scratch / name);
-        return FileUrl::fromPath(scratch / name);
+    FileUrl folderWithIcon(const std::string& name, const std::string& icon) {
+        file(name + "/.directory", "[Desktop Entry]\nIcon=" + icon + "\n");
+        return at(name);
     }
     QColor middleOfIcon(const FileUrl& url) {
         const QImage icon = utilities.iconOfItemWithURL(url, QSize(24, 24));
@@ -52,10 +43,8 @@ class ImagesTest : public ::testing::Test {
         return icon.pixelColor(12, 12);
     }
 
-    ScratchFolder scratch;
     ScopedVariable dataHome{"XDG_DATA_HOME", scratch / "data"};
     ScopedVariable dataFolders{"XDG_DATA_DIRS", scratch / "machine"};
-    QVFilesUtilities utilities;
 };
 
 TEST_F(ImagesTest, PlaceholderIsARoundedRectangleOfItsSizeOrTheCornerOfALarger) {
@@ -112,13 +101,13 @@ TEST_F(ImagesTest, ThemeIconOfTheKindAndTheFoldersOwnBeforeItButNoPictureOfTheDi
     addThemeIcon("folder", Qt::green);
     addThemeIcon("special", Qt::blue);
     EXPECT_EQ(middleOfIcon(file("a.pdf")), QColor(Qt::red));
-    EXPECT_EQ(middleOfIcon(folder("own", "special")), QColor(Qt::blue));
+    EXPECT_EQ(middleOfIcon(folderWithIcon("own", "special")), QColor(Qt::blue));
     const std::string picture = scratch / "data/icons/hicolor/16/all/special";
     folder("linked");
-    ASSERT_EQ(symlink("../own/.directory", (scratch / "linked/.directory").c_str()), 0);
-    for (const FileUrl& plain :
-         {folder("plain"), folder("unknown", "no-such-icon"), folder("path", picture),
-          folder("file", picture + ".png"), folder("linked")}) {
+    link("linked/.directory", "../own/.directory");
+    for (const FileUrl& plain : {folder("plain"), folderWithIcon("unknown", "no-such-icon"),
+                                 folderWithIcon("path", picture),
+                                 folderWithIcon("file", picture + ".png"), at("linked")}) {
         EXPECT_EQ(middleOfIcon(plain), QColor(Qt::green)) << plain.path();
     }
 }

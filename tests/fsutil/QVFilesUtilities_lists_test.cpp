@@ -1,36 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <QMimeData>
 #include <QUrl>
 
-#include "fsutil/QVFilesUtilities.h"
-#include "support/TestEnvironment.h"
+#include "fsutil/support/FilesTest.h"
 
 namespace kestrin {
 namespace {
 
 using namespace kestrin::test;
 
-class ListsTest : public ::testing::Test {
- protected:
-    FileUrl file(const std::string& name) {
-        writeFile(scratch / name);
-        return FileUrl::fromPath(scratch / name);
-    }
-    FileUrl folder(const std::string& name) {
-        makeFolder(scratch / name);
-        return FileUrl::fromPath(scratch / name);
-    }
-    FileUrl link(const std::string& name, const std::string& destination) {
-        EXPECT_EQ(symlink(destination.c_str(), (scratch / name).c_str()), 0);
-        return FileUrl::fromPath(scratch / name);
-    }
-
-    ScratchFolder scratch;
-    QVFilesUtilities utilities;
-};
+using ListsTest = FilesTest;
 
 TEST_F(ListsTest, SystemNamesKeepTheirOddEndings) {
     const auto& names = QVFilesUtilities::invisibleSystemItems();
@@ -43,30 +24,21 @@ TEST_F(ListsTest, SystemNamesKeepTheirOddEndings) {
 TEST_F(ListsTest, SuitableLocationsAreFoldersThatAreNotTheSystems) {
     const FileUrl plain = folder("plain"), library = folder("p.photoslibrary"),
                   libraryFile = file("f.photoslibrary");
-    const std::vector<FileUrl> all = {library,
-                                      FileUrl::fromPath("/"),
-                                      FileUrl::fromPath("/usr"),
-                                      FileUrl::fromPath("/Volumes"),
-                                      folder("deep/.Trashes"),
-                                      folder("Library"),
-                                      folder("catalog.lrcat"),
-                                      file("file"),
-                                      link("link", "plain"),
-                                      folder(".Archived_Directories\n"),
-                                      libraryFile,
-                                      plain};
+    std::vector<FileUrl> all = {library, file("file"), link("link", "plain"), libraryFile, plain};
+    for (const char* name : {"deep/.Trashes", "Library", "x.lrcat", ".Archived_Directories\n"})
+        all.push_back(folder(name));
+    for (const char* path : {"/", "/usr", "/Volumes"})
+        all.push_back(FileUrl::fromPath(path));
     EXPECT_EQ(utilities.suitableURLsWithArray(all), (std::vector{library, libraryFile, plain}));
 }
 
 TEST_F(ListsTest, FoldersOfASelectionFollowAliasesAndKeepSystemNames) {
     const FileUrl plain = folder("plain"), system = folder("Library");
-    const std::vector<FileUrl> all = {link("relative", "plain"),
-                                      link("absolute", system.path()),
-                                      link("tofile", file("file").path()),
-                                      link("dangling", "nowhere"),
-                                      folder("catalog.lrcat"),
-                                      system};
-    EXPECT_EQ(utilities.foldersWithItemsArray(all), (std::vector{plain, system, system}));
+    const FileUrl relative = link("relative", "plain"), absolute = link("absolute", system.path());
+    const FileUrl toFile = link("tofile", file("file").path()), dangling = link("x", "nowhere");
+    const auto folders = utilities.foldersWithItemsArray(
+        {relative, absolute, toFile, dangling, folder("x.lrcat"), system});
+    EXPECT_EQ(folders, (std::vector{plain, system, system}));
 }
 
 TEST_F(ListsTest, AliasesOfPathsAreReadOnce) {
