@@ -22,8 +22,8 @@ namespace kestrin {
 /// keeps to the one that it found.
 ///
 /// The icon's colour is the one that the panel tells (X11), or the panel's own where it draws icons
-/// by name; else it follows the application's palette, also when that changes. On an X11 panel
-/// that does neither it has an outline, since a dark panel cannot be told from a light one.
+/// by name; else it follows the application's palette, also when that changes, and has an outline,
+/// since a dark panel cannot be told from a light one.
 class StatusItem {
  public:
     /// Calls `done(true)` as soon as a status area is there, from the event loop or at once, or
@@ -41,14 +41,18 @@ class StatusItem {
 
     void setTrashIsFull(bool isFull);
     void setToolTip(const QString& text);
-    /// Opens the menu at the icon, at the pointer where the icon's place is unknown. A no-op while
-    /// it is open.
+    /// Opens the menu beside the icon, at the pointer where the icon's place is unknown, and on
+    /// Wayland where the compositor likes. A no-op while it is open.
     void openMenu();
 
  private:
     class Icon;
     std::unique_ptr<Icon> m_icon;
 };
+
+/// `text` for an action of the menu that means just what it says: "&" and, where the panel draws
+/// the menu, "_" would mark the letter behind them. Requires: a StatusItem.
+QString menuText(QString text);
 
 /// Where a menu of `size` opens beside `icon` without lying on it, inside `screen`: below it, or
 /// above where there is no room below. Qt reports the press of the mouse; a menu under the pointer

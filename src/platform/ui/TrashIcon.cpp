@@ -120,18 +120,23 @@ struct Drawing {
     QString name;
 };
 
+/// None when the desktop's theme lacks it: a panel that is told a name draws nothing else.
+QString nameForPanel(const char* name) {
+    const QString text = QLatin1String(name);
+    return QIcon::hasThemeIcon(text) ? text : QString();
+}
+
 /// The theme's pair or the own one: a mixed pair would change its shape with the state.
 Drawing trashDrawing(bool isFull) {
     const std::optional<QByteArray> empty = themeDrawing("user-trash-symbolic");
     const std::optional<QByteArray> full = themeDrawing("user-trash-full-symbolic");
     if (empty && full && *empty != *full) {
-        return isFull ? Drawing{*full, QStringLiteral("user-trash-full-symbolic")}
-                      : Drawing{*empty, QStringLiteral("user-trash-symbolic")};
+        return isFull ? Drawing{*full, nameForPanel("user-trash-full-symbolic")}
+                      : Drawing{*empty, nameForPanel("user-trash-symbolic")};
     }
     const char* own = isFull ? "kestrin-trash-full-symbolic" : "kestrin-trash-empty-symbolic";
     // Installed, the own pair is the theme's, too, and a panel can draw it in its own colour.
-    const bool isInstalled = themeDrawing(own).has_value();
-    return {picture(own), isInstalled ? QLatin1String(own) : QString()};
+    return {picture(own), nameForPanel(own)};
 }
 
 }  // namespace
@@ -143,10 +148,6 @@ QIcon symbolicIcon(const QByteArray& svg, const QColor& foreground, const QStrin
 QIcon trashIcon(bool isFull, const QColor& foreground) {
     const Drawing drawing = trashDrawing(isFull);
     return symbolicIcon(drawing.svg, foreground, drawing.name);
-}
-
-QIcon trashIcon(bool isFull, bool isDark) {
-    return trashIcon(isFull, QColor(isDark ? kOnDark : kOnLight));
 }
 
 QIcon outlinedTrashIcon(bool isFull, bool isDark) {

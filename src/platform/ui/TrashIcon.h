@@ -11,19 +11,16 @@ class QString;
 
 namespace kestrin {
 
-/// The bin of the status area, filled when `isFull`. A one-colour drawing, light where the panel
-/// behind it is dark. The theme's "user-trash-symbolic" and "user-trash-full-symbolic" when it has
-/// both, else the own pair. Sharp at every size and scale. name() is the theme's name, by which a
-/// host that draws icons itself finds its own colour; empty for an own drawing that is not
-/// installed.
-QIcon trashIcon(bool isFull, bool isDark);
-
-/// The same for a panel of which nothing is known: with an outline that sets it off from a panel of
-/// its own lightness.
-QIcon outlinedTrashIcon(bool isFull, bool isDark);
-
-/// The same in the colour that a panel says it writes in.
+/// The bin of the status area, filled when `isFull`. A drawing in one colour. The theme's
+/// "user-trash-symbolic" and "user-trash-full-symbolic" when it has both, else the own pair. Sharp
+/// at every size and scale. name() is the theme's name, by which a host that draws icons itself
+/// finds its own colour; empty for a drawing that is not in the theme of the desktop, as far as Qt
+/// knows that, such as an own one that is not installed.
 QIcon trashIcon(bool isFull, const QColor& foreground);
+
+/// The same for a panel of which nothing is known: light where the programs are dark, with an
+/// outline that sets it off from a panel of its own lightness.
+QIcon outlinedTrashIcon(bool isFull, bool isDark);
 
 /// An icon that shows the shape of `svg` in `foreground` and answers `name` to name().
 QIcon symbolicIcon(const QByteArray& svg, const QColor& foreground, const QString& name);

@@ -41,6 +41,20 @@ class TrashIcon : public ::testing::Test {
     test::ScratchFolder m_folder;
     test::ScopedVariable m_dataHome{"XDG_DATA_HOME", m_folder / "data"};
     test::ScopedVariable m_dataFolders{"XDG_DATA_DIRS", m_folder / "none"};
+
+    void SetUp() override { QIcon::setThemeName(QStringLiteral("hicolor")); }
+    void TearDown() override {
+        QIcon::setThemeName(m_themeName);
+        QIcon::setThemeSearchPaths(m_searchPaths);
+    }
+    /// Where Qt looks for them, which stands for the desktop's own theme.
+    static void lookForThemesIn(const std::string& folder) {
+        QIcon::setThemeSearchPaths({QString::fromStdString(folder)});
+    }
+
+ private:
+    const QString m_themeName = QIcon::themeName();
+    const QStringList m_searchPaths = QIcon::themeSearchPaths();
 };
 
 TEST_F(TrashIcon, OwnPairFollowsThePanelAndTellsFullFromEmptyAtEverySize) {
@@ -53,11 +67,11 @@ TEST_F(TrashIcon, OwnPairFollowsThePanelAndTellsFullFromEmptyAtEverySize) {
             EXPECT_GT(full.opaque, empty.opaque * 5 / 4) << size;
         }
     }
-    EXPECT_TRUE(trashIcon(true, false).name().isEmpty());
+    EXPECT_TRUE(trashIcon(true, Qt::black).name().isEmpty());
 }
 
 TEST_F(TrashIcon, ATwiceAsFineScreenGetsTwiceThePixels) {
-    const QPixmap fine = trashIcon(true, true).pixmap(QSize(22, 22), 2.0);
+    const QPixmap fine = trashIcon(true, Qt::white).pixmap(QSize(22, 22), 2.0);
     EXPECT_EQ(fine.size(), QSize(44, 44));
     EXPECT_EQ(fine.devicePixelRatio(), 2.0);
 }
@@ -70,19 +84,23 @@ TEST_F(TrashIcon, TheThemesDrawingsAreUsedAsAPairOnly) {
     const std::string square =
         "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 16 16'><rect width='16' height='";
     test::writeFile(places + "user-trash-symbolic.svg", square + "8'/></svg>");
-    EXPECT_TRUE(trashIcon(false, false).name().isEmpty());
+    lookForThemesIn(m_folder / "data/icons");
+    EXPECT_TRUE(trashIcon(false, Qt::black).name().isEmpty());
 
     test::writeFile(places + "user-trash-full-symbolic.svg", square + "16'/></svg>");
-    EXPECT_EQ(trashIcon(false, false).name(), QStringLiteral("user-trash-symbolic"));
-    EXPECT_EQ(trashIcon(true, false).name(), QStringLiteral("user-trash-full-symbolic"));
+    EXPECT_EQ(trashIcon(false, Qt::black).name(), QStringLiteral("user-trash-symbolic"));
+    EXPECT_EQ(trashIcon(true, Qt::black).name(), QStringLiteral("user-trash-full-symbolic"));
     const Painted theme = painted(trashIcon(true, QColor(Qt::red)), 16, Qt::red);
     EXPECT_EQ(theme.opaque, 256);
     EXPECT_TRUE(theme.isOneColour);
+    lookForThemesIn(m_folder / "none");
+    EXPECT_TRUE(trashIcon(true, Qt::black).name().isEmpty())
+        << "a panel with another theme would draw nothing";
 
     test::writeFile(places + "user-trash-full-symbolic.svg", "<svg");
-    EXPECT_TRUE(trashIcon(true, false).name().isEmpty());
     test::writeFile(places + "kestrin-trash-full-symbolic.svg", square + "16'/></svg>");
-    EXPECT_EQ(trashIcon(true, false).name(), QStringLiteral("kestrin-trash-full-symbolic"))
+    lookForThemesIn(m_folder / "data/icons");
+    EXPECT_EQ(trashIcon(true, Qt::black).name(), QStringLiteral("kestrin-trash-full-symbolic"))
         << "the own pair where it is installed";
 }
 
@@ -98,7 +116,8 @@ TEST(Pictures, Icons) {
         int x = 6;
         for (const int size : kSizes) {
             for (const bool isFull : {false, true}) {
-                trashIcon(isFull, isDark).paint(&painter, x, isDark ? 66 : 6, size, size);
+                trashIcon(isFull, isDark ? Qt::white : Qt::black)
+                    .paint(&painter, x, isDark ? 66 : 6, size, size);
                 x += size + 8;
             }
         }

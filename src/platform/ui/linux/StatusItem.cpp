@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/ui/StatusItem.h"
 
+#include <QApplication>
 #include <QCursor>
 #include <QEvent>
-#include <QGuiApplication>
 #include <QMenu>
 #include <QPalette>
 #include <QScreen>
 #include <QSystemTrayIcon>
+#include <algorithm>
 #include <optional>
 
 #include "platform/ui/TrashIcon.h"
@@ -23,13 +24,18 @@ bool paletteIsDark() {
            palette.color(QPalette::WindowText).lightness();
 }
 
-/// In the colour that the desktop's panel tells. Else as dark as the programs are, and where the
-/// panel does not draw by names, so that it may be of the other kind, with an outline.
+/// In the colour that the desktop's panel tells. Else as dark as the programs are, and with an
+/// outline, since a panel that does not draw by names may be of the other kind.
 QIcon iconForPanel(bool isFull) {
-    const SystemTrayOwner tray;
-    if (!tray.exists()) return trashIcon(isFull, paletteIsDark());
-    const std::optional<QColor> foreground = tray.foreground();
+    const std::optional<QColor> foreground = SystemTrayOwner().foreground();
     return foreground ? trashIcon(isFull, *foreground) : outlinedTrashIcon(isFull, paletteIsDark());
+}
+
+/// Qt makes a widget for an icon of X11's tray only, where the program draws its menu.
+bool panelDrawsMenus() {
+    return std::ranges::none_of(QApplication::topLevelWidgets(), [](const QWidget* widget) {
+        return widget->inherits("QSystemTrayIconSys");
+    });
 }
 
 QRect screenAt(const QPoint& point) {
@@ -50,7 +56,9 @@ class StatusItem::Icon : public QObject {
             [this](QSystemTrayIcon::ActivationReason reason) {
                 // The second of two quick clicks comes as a double click.
                 if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) {
-                    openMenu();
+                    toggleMenu();
+                } else if (reason == QSystemTrayIcon::Context) {
+                    openMenu();  // for a panel that draws no menus
                 }
             });
         menu.installEventFilter(this);
@@ -69,19 +77,30 @@ class StatusItem::Icon : public QObject {
     void openMenu() {
         if (m_menu.isVisible()) return;
         const QRect icon = m_tray.geometry();
-        if (icon.isEmpty()) {
-            m_menu.popup(QCursor::pos());
-            return;
-        }
-        // Rows are made when the menu is about to show, so that its size is known only then.
-        m_menu.popup(icon.bottomLeft() + QPoint(0, 1));
-        const QPoint place = menuPositionBeside(icon, m_menu.size(), screenAt(icon.center()));
-        if (m_menu.pos() != place) m_menu.move(place);
+        m_menu.popup(icon.isEmpty() ? QCursor::pos() : icon.bottomLeft() + QPoint(0, 1));
     }
 
  private:
+    /// On Wayland a click beside the menu, which would close it, is not heard of.
+    void toggleMenu() {
+        if (m_menu.isVisible()) {
+            m_menu.close();
+        } else {
+            openMenu();
+        }
+    }
+
+    /// Also of the menu that Qt opens under the pointer, at a click of the right button: its first
+    /// entry would get the release. Its size is not known before, since entries come and go.
+    void moveMenuBesideIcon() {
+        const QRect icon = m_tray.geometry();
+        if (icon.isEmpty()) return;
+        m_menu.move(menuPositionBeside(icon, m_menu.size(), screenAt(icon.center())));
+    }
+
     /// The menu is the widget at hand that hears of a change of colours.
     bool eventFilter(QObject* object, QEvent* event) override {
+        if (event->type() == QEvent::Show) moveMenuBesideIcon();
         if (event->type() == QEvent::PaletteChange ||
             event->type() == QEvent::ApplicationPaletteChange ||
             event->type() == QEvent::ThemeChange) {
@@ -111,6 +130,14 @@ void StatusItem::setToolTip(const QString& text) {
 
 void StatusItem::openMenu() {
     m_icon->openMenu();
+}
+
+QString menuText(QString text) {
+    if (!panelDrawsMenus()) return text.replace(u'&', QLatin1String("&&"));
+    // Qt hands the first "&" to the panel as the "_" that marks a letter there, and the rest as is.
+    text.replace(u'_', QLatin1String("__"));
+    const qsizetype first = text.indexOf(u'&');
+    return first < 0 ? text : text.insert(first, u'&');
 }
 
 }  // namespace kestrin
