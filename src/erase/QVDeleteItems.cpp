@@ -261,7 +261,8 @@ int QVDeleteItems::showConfirmation() {
         info.information = texts.text("smart_erase_info"_key);
         info.calculatedStr = "smart_erase"_key;
     } else {
-        info.information = StringTable::filled(texts.text("erase_vol"_key), {request.volumeName});
+        info.information =
+            StringTable::filled(texts.text("erase_vol"_key), {titleName(request.volumeName)});
         info.calculatedStr = "single_disk"_key;
     }
     info.message = "delete_mess"_key;
@@ -461,7 +462,7 @@ void QVDeleteItems::prepareProgressFields(const QString& mainText) {
 QString QVDeleteItems::erasingText(State& state) {
     const StringTable& texts = state.services.texts;
     const QString name = std::exchange(state.volumeName, QString());
-    if (!name.isEmpty()) return StringTable::filled(texts.text("erasing"_key), {name});
+    if (!name.isEmpty()) return StringTable::filled(texts.text("erasing"_key), {displayName(name)});
     return texts.text(state.request.isSmartErase ? "erasing_smart_window"_key : "erasing_all"_key);
 }
 
