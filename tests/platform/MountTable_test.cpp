@@ -118,8 +118,9 @@ TEST(MountTable, ShowsTheVolumesThatUsersMean) {
     // Always root, home and the volume of the home trash; a whole device stands for its folders.
     constexpr std::string_view kContainer = R"(10 1 0:40 / / rw - overlay overlay rw
 11 10 8:1 /a /var/lib/home rw - ext4 /dev/sda1 rw
-15 10 8:1 /b /mnt/part rw - ext4 /dev/sda1 rw
-12 10 8:1 / /mnt/whole rw - ext4 /dev/sda1 rw
+12 10 8:1 /b /mnt/part rw - ext4 /dev/sda1 rw
+14 10 8:2 /c /mnt/other rw - ext4 /dev/sdb1 rw
+15 10 8:2 / /mnt/whole rw - ext4 /dev/sdb1 rw
 13 10 0:41 / /dev/shm/.data rw - tmpfs tmpfs rw
 )";
     EXPECT_THAT(visible(kContainer, {"/var/lib/home/ann", "/dev/shm/.data/x", {"/"}}),

@@ -17,7 +17,7 @@ class ThemeIconsTest : public ::testing::Test {
                   const std::vector<std::string>& pictures) {
         const std::string theme = scratch / ("data/icons/" + name);
         writeFile(theme + "/index.theme",
-                  "[Icon Theme]\nInherits=" + inherits + "\nDirectories=16,scalable,64,64@2\n" +
+                  "[Icon Theme]\nInherits=" + inherits + "\nDirectories=64@2,16,scalable,64\n" +
                       "[16]\nSize=16\nType=Fixed\n"
                       "[64]\nSize=64\nType=Threshold\nThreshold=8\n"
                       "[64@2]\nSize=64\nScale=2\n"
@@ -40,7 +40,8 @@ class ThemeIconsTest : public ::testing::Test {
 TEST_F(ThemeIconsTest, NearestSizeWinsAndPathsAreNoNames) {
     addTheme("hicolor", {}, {"64@2/text.png", "16/text.png", "64/text.png", "scalable/text.svg"});
     EXPECT_EQ(find({"text"}, 16), "icons/hicolor/16/text.png");
-    EXPECT_EQ(find({"text"}, 60), "icons/hicolor/64/text.png");
+    for (const int size : {60, 64})
+        EXPECT_EQ(find({"text"}, size), "icons/hicolor/64/text.png") << size;
     EXPECT_EQ(find({"text"}, 512), "icons/hicolor/64/text.png");
     EXPECT_EQ(find({"text"}, 512, IconFormats::PngAndSvg), "icons/hicolor/scalable/text.svg");
     EXPECT_EQ(find({"../16/text"}, 16), "");
