@@ -33,29 +33,22 @@ TEST(OperationQueue, OneAtATimeKeepsTheOrderWhateverIsThrown) {
     EXPECT_EQ(queue.operationCount(), 0u);
 }
 
-TEST(OperationQueue, WithoutALimitOperationsMayWaitForEachOther) {
-    OperationQueue queue("unlimited");
-    std::latch everyone(20);
-    for (int i = 0; i < 20; ++i)
-        queue.enqueue([&] { everyone.arrive_and_wait(); });
-    queue.waitUntilAllOperationsAreFinished();
-    EXPECT_TRUE(everyone.try_wait());
-}
-
-TEST(OperationQueue, NeverRunsMoreThanItsLimit) {
-    OperationQueue queue("limited", 3);
-    std::atomic<int> running = 0, atLimit = 0, above = 0;
+TEST(OperationQueue, RunsAsManyAsItsLimitAndNoMoreOrAllAtOnce) {
+    OperationQueue limited("limited", 3), unlimited("unlimited");
+    std::latch three(3), twenty(20);
+    std::atomic<int> running = 0, above = 0;
     for (int i = 0; i < 60; ++i) {
-        queue.enqueue([&] {
-            const int now = ++running;
-            if (now == 3) ++atLimit;
-            if (now > 3) ++above;
+        limited.enqueue([&, i] {
+            if (++running > 3) ++above;
+            if (i < 3) three.arrive_and_wait();
             std::this_thread::sleep_for(1ms);
             --running;
         });
     }
-    queue.waitUntilAllOperationsAreFinished();
-    EXPECT_GT(atLimit, 0);
+    for (int i = 0; i < 20; ++i)
+        unlimited.enqueue([&] { twenty.arrive_and_wait(); });
+    limited.waitUntilAllOperationsAreFinished();
+    unlimited.waitUntilAllOperationsAreFinished();
     EXPECT_EQ(above, 0);
 }
 
@@ -95,18 +88,19 @@ TEST(OperationQueue, TheEndDropsWhatHasNotBegunAndWaitsForTheRest) {
 TEST(OperationQueue, IdleThreadsEndAndNewOnesTakeTheirPlace) {
     OperationQueue queue("idle", 1);
     std::vector<std::weak_ptr<int>> lives;
-    const auto liveAsLongAsTheThread = [&lives] {
-        thread_local std::shared_ptr<int> life;
-        life = std::make_shared<int>(0);
-        lives.push_back(life);
+    const auto liveOnAThread = [&] {
+        queue.enqueue([&lives] {
+            thread_local std::shared_ptr<int> life;
+            life = std::make_shared<int>(0);
+            lives.push_back(life);
+        });
+        queue.waitUntilAllOperationsAreFinished();
     };
-    queue.enqueue(liveAsLongAsTheThread);
-    queue.waitUntilAllOperationsAreFinished();
+    liveOnAThread();
     for (int i = 0; i < 500 && !lives.front().expired(); ++i)
         std::this_thread::sleep_for(10ms);
     EXPECT_TRUE(lives.front().expired());
-    queue.enqueue(liveAsLongAsTheThread);
-    queue.waitUntilAllOperationsAreFinished();
+    liveOnAThread();
     EXPECT_EQ(lives.size(), 2u);
 }
 

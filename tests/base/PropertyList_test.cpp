@@ -20,13 +20,6 @@ std::string document(const std::string& value) {
            "</plist>\n";
 }
 
-/// The value that stands in a document, which must be readable.
-PropertyList read(const std::string& value) {
-    const auto list = fromXml(document(value));
-    EXPECT_TRUE(list) << value;
-    return list ? *list : PropertyList();
-}
-
 TEST(PropertyList, EveryKindComesBack) {
     const PropertyList list(Dictionary{
         {"array", Array{"text", true, false, Array(), Dictionary()}},
@@ -38,10 +31,9 @@ TEST(PropertyList, EveryKindComesBack) {
         {"<key>", " "},
     });
     const auto copy = fromXml(toXml(list));
-    ASSERT_TRUE(copy) << copy.error().localizedDescription();
+    ASSERT_TRUE(copy);
     EXPECT_EQ(*copy, list);
     EXPECT_EQ(copy->find("absent"), nullptr);
-    EXPECT_EQ(copy->find("real")->find("x"), nullptr);
 }
 
 TEST(PropertyList, WritesWhatXmlCannotHoldAsReplacement) {
@@ -51,11 +43,13 @@ TEST(PropertyList, WritesWhatXmlCannotHoldAsReplacement) {
 }
 
 TEST(PropertyList, ReadsWhatOtherWritersWrite) {
-    EXPECT_EQ(read("<string>a\r\nb\rc&#x41;&#66;&amp;</string>"), PropertyList("a\nb\ncAB&"));
-    EXPECT_EQ(read(" <!-- - --> <array >\n<string/><true></true></array>\n"),
-              PropertyList(Array{"", true}));
-    EXPECT_EQ(read("<data>\n\tAAEC\n</data>"), PropertyList(PropertyList::Data{{"\0\1\2", 3}}));
-    EXPECT_EQ(read("<integer>-0</integer>"), PropertyList(std::uint64_t{0}));
+    for (const auto& [text, value] :
+         {std::pair("<string>a\r\nb\rc&#x41;&#66;&amp;</string>", PropertyList("a\nb\ncAB&")),
+          {" <!-- - --> <array >\n<string/><true></true></array>\n", Array{"", true}},
+          {"<data>\n\tAAEC\n</data>", PropertyList::Data{{"\0\1\2", 3}}},
+          {"<integer>-0</integer>", std::uint64_t{0}}}) {
+        EXPECT_EQ(*fromXml(document(text)), value) << text;
+    }
     EXPECT_TRUE(fromXml("\xEF\xBB\xBF<plist><dict/></plist>"));
     EXPECT_TRUE(
         fromXml("<?xml version='1.0' encoding='utf-8' ?><!DOCTYPE plist SYSTEM 'x'>"
