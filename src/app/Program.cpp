@@ -117,9 +117,10 @@ class Program {
     void watchMounts(std::function<void(bool, const std::string&)> changed);
     void watchTrashes(const std::vector<TrashLocation>& trashes);
     void launch(bool hasStatusArea);
+    void emptyAll();
     void tellUser(const QString& text);
 
-    const std::string m_action;
+    std::string m_action;
     StringTable& m_texts = StringTable::sharedControl();
     UserDefaults& m_defaults = UserDefaults::standardUserDefaults();
     QVErrorDelegate m_presenter;
@@ -128,6 +129,7 @@ class Program {
     std::unique_ptr<MountWatcher> m_mounts;
     TrashWatcher m_trashWatcher;
     bool m_hasStatusArea = false;
+    bool m_wasRefused = false;  ///< the program cannot work on this desktop
     bool m_wasLaunched = false;
     QVKestrin m_controller;
     SessionEnd m_end;
@@ -156,11 +158,7 @@ Program::Program(std::string_view action)
       }),
       m_instance(std::in_place,
                  SingleInstance::Commands{.activate = [this] { m_controller.activate(); },
-                                          .actions = {{"empty-all",
-                                                       [this] {
-                                                           if (m_wasLaunched)
-                                                               m_controller.requestToEmptyAll();
-                                                       }},
+                                          .actions = {{"empty-all", [this] { emptyAll(); }},
                                                       {"quit", [this] { m_controller.quit(); }}}}) {
 }
 
@@ -242,8 +240,15 @@ void Program::tellUser(const QString& text) {
 
 void Program::launch(bool hasStatusArea) {
     m_hasStatusArea = hasStatusArea;
+    m_wasRefused = !hasStatusArea;
     m_wasLaunched = m_controller.applicationDidFinishLaunching();
     if (m_wasLaunched && m_action == "empty-all") m_controller.requestToEmptyAll();
+}
+
+/// A second start may ask while the first one waits for a status area.
+void Program::emptyAll() {
+    if (m_wasLaunched) return m_controller.requestToEmptyAll();
+    m_action = "empty-all";
 }
 
 int Program::run() {
@@ -258,7 +263,7 @@ int Program::run() {
     m_controller.applicationWillTerminate();
     // The kernel keeps a process that waits for a volume: another start must not find this one.
     m_instance.reset();
-    return m_hasStatusArea ? 0 : 1;
+    return m_wasRefused ? 1 : 0;
 }
 
 }  // namespace

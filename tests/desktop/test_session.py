@@ -103,12 +103,22 @@ class SessionTest(DesktopTest):
         self.assertEqual(self.trash.names(), [b"tree"])
 
     def test_tray_that_comes_late(self):
+        """What others asked for meanwhile is done then."""
+        self.kill_part("trayer")
+        self.kestrin = self.launch()
+        self.app = self.wait(lambda: self.bus.program("kestrin"), "the program on the bus")
+        self.assertEqual(self.wait_for_end(self.launch("--empty-all")), 0)
+        self.start_tray()
+        self.wait(self.icon_place, "the icon")
+        self.wait_for_window("Empty all trashes")
+        self.assertRuns()
+
+    def test_quit_before_there_is_a_tray(self):
         self.kill_part("trayer")
         self.kestrin = self.launch()
         self.wait(lambda: self.bus.program("kestrin"), "the program on the bus")
-        self.start_tray()
-        self.wait(self.icon_place, "the icon")
-        self.assertRuns()
+        self.assertEqual(self.wait_for_end(self.launch("--quit")), 0)
+        self.assertEqual(self.wait_for_end(), 0)
 
     def test_no_status_area(self):
         """After half a minute the program says so, says how to go on, and ends."""
