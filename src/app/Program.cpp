@@ -31,6 +31,7 @@
 #include "platform/BackgroundPriority.h"
 #include "platform/MountTable.h"
 #include "platform/TrashWatcher.h"
+#include "platform/TreeScanner.h"
 #include "platform/ui/DesktopNotification.h"
 #include "platform/ui/SessionEnd.h"
 #include "platform/ui/SingleInstance.h"
@@ -69,6 +70,20 @@ std::optional<TrashScan> countTrash(const FileUrl& trash, const std::stop_token&
         found = QVKestrinFileUtilities::sharedControl().binItemsAndInfoWithURL(trash, stop);
     });
     return found;
+}
+
+/// The same without a list of the entries, which may be many.
+TrashFigures figuresOfTrash(const FileUrl& trash, const std::stop_token& stop) {
+    TrashFigures sum;
+    runAtBackgroundPriority([&] {
+        const auto entries = scanTree(trash, stop);
+        if (!entries) return;
+        for (const ScannedEntry& entry : *entries) {
+            sum.count += entry.count;
+            sum.size += entry.size;
+        }
+    });
+    return sum;
 }
 
 QVProgressWindow* openProgressWindow() {
@@ -125,6 +140,7 @@ class Program {
     UserDefaults& m_defaults = UserDefaults::standardUserDefaults();
     QVErrorDelegate m_presenter;
     TrashList m_trashes;
+    TrashTotals m_totals{figuresOfTrash, startTimer};
     DesktopNotification m_message;
     std::unique_ptr<MountWatcher> m_mounts;
     TrashWatcher m_trashWatcher;
@@ -178,6 +194,7 @@ AppServices Program::services() {
                 if (!m_hasStatusArea) return nullptr;
                 return std::make_unique<StatusItemDisplay>(menu);
             },
+            .setupDefaultsPreferences = [this] { m_defaults.registerDefaults(defaultSettings()); },
             .watchMounts = [this](auto changed) { watchMounts(std::move(changed)); },
             .watchTrashes = [this](const auto& trashes) { watchTrashes(trashes); },
             .installHelper =
@@ -188,7 +205,9 @@ AppServices Program::services() {
             .dismissAlerts = dismissAlerts,
             .tellUser = [this](const QString& text) { tellUser(text); },
             // Not quit(), which a window that stops its work first may refuse.
-            .terminate = [] { QCoreApplication::exit(); }};
+            .terminate = [] { QCoreApplication::exit(); },
+            .beep = [] { QApplication::beep(); },
+            .totals = &m_totals};
 }
 
 EraseServices Program::eraseServices() {
@@ -254,7 +273,6 @@ void Program::emptyAll() {
 int Program::run() {
     const SingleInstance::Start start = m_instance->start(m_action);
     if (start == SingleInstance::Start::HandedOver || m_action == "quit") return 0;
-    m_defaults.registerDefaults(defaultSettings());
     StatusItem::waitForHost(kStatusAreaPatience, [this](bool found) {
         // Also when it is known at once: what ends the program needs the event loop.
         MainThread::post([this, found] { launch(found); });

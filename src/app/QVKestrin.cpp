@@ -43,6 +43,7 @@ QVKestrin::QVKestrin(AppServices services) : m_services(std::move(services)) {}
 
 QVKestrin::~QVKestrin() {
     m_services.trashes.setChangeHandler({});
+    if (m_services.totals) m_services.totals->setChangeHandler({});
     m_submenuViews.clear();
 }
 
@@ -50,6 +51,7 @@ QVKestrin::~QVKestrin() {
 
 bool QVKestrin::applicationDidFinishLaunching() {
     m_isWorking = false;
+    callIfGiven(m_services.setupDefaultsPreferences);
     if (!setupStatusMenu()) return false;
     m_stopObservation = m_services.center.observe(
         Key::kStopWorking, [this](const Notification& notification) { stopWorking(notification); });
@@ -62,6 +64,10 @@ bool QVKestrin::applicationDidFinishLaunching() {
         });
     }
     if (m_services.installHelper) gIsHelperAuthorized = m_services.installHelper();
+    if (!m_services.showFirstWindow || !m_services.showFirstWindow()) {
+        callIfGiven(m_services.checkForFullDiskAccess);
+        callIfGiven(m_services.showInformationWindow);
+    }
     return true;
 }
 
@@ -221,6 +227,7 @@ void QVKestrin::stopWorking(const Notification& notification) {
     setIsWorking(false);
     if (m_endsWhenStopped) return endNow();
     if (notification.userInfo.value<std::uint64_t>(Key::kErasedCount) != 0) cleanMemoryNow();
+    if (m_services.totals) m_services.totals->forget();
     m_services.trashes.refresh();
 }
 
@@ -272,7 +279,9 @@ void QVKestrin::workspaceHardDrivesObserver(bool wasAdded, const std::string& de
 
 void QVKestrin::trashContentsDidChange() {
     if (isErasing()) return;  // its end looks
+    m_rowsAreStale = true;
     if (!m_menuIsOpen && !m_isWorking) cleanSubMenuMemory();
+    if (m_services.totals) m_services.totals->forget();
     m_services.trashes.refresh();
 }
 
@@ -294,6 +303,7 @@ void QVKestrin::cleanSubMenuMemory() {
     if (isBusy) return installEmptyTimer();
     for (DiskRow& row : std::exchange(m_submenuViews, {}))
         dropRow(std::move(row));
+    m_rowsAreStale = false;
     m_menuTimer.reset();
 }
 

@@ -5,16 +5,19 @@
 
 #include <QMenu>
 #include <QObject>
+#include <QRect>
 #include <QString>
 #include <QWidgetAction>
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "app/QVDiskMenuItemView.h"
 #include "app/TrashList.h"
+#include "app/TrashTotals.h"
 #include "base/NotificationCenter.h"
 #include "erase/QVDeleteItems.h"
 
@@ -57,9 +60,7 @@ class SmartWindow {
     virtual void showWindow() = 0;
 };
 
-/// Starts a one-shot timer; it is cancelled by letting the result go, also from its own call.
-using TimerFactory =
-    std::function<std::unique_ptr<QObject>(std::chrono::milliseconds, std::function<void()>)>;
+/// The timers of a running program.
 std::unique_ptr<QObject> startTimer(std::chrono::milliseconds delay, std::function<void()> call);
 
 /// What the controller works with. All of it must outlive the controller. A function that is not
@@ -74,6 +75,8 @@ struct AppServices {
     std::function<std::shared_ptr<QVDeleteItems>()> makeEngine;
     /// Shows the icon with that menu; nullptr when there is no status area.
     std::function<std::unique_ptr<StatusDisplay>(QMenu&)> makeStatusItem;
+    /// Registers the defaults and applies the preferences.
+    std::function<void()> setupDefaultsPreferences{};
     /// Begins to watch mounts: `changed` is called with whether a volume came, and where.
     std::function<void(std::function<void(bool, const std::string&)> changed)> watchMounts{};
     /// Sees to it that `trashContentsDidChange` is called when something comes into one of these
@@ -81,6 +84,9 @@ struct AppServices {
     std::function<void(const std::vector<TrashLocation>&)> watchTrashes{};
     /// Installs the privileged helper if need be; its result becomes gIsHelperAuthorized.
     std::function<bool()> installHelper{};
+    std::function<bool()> showFirstWindow{};  ///< whether this is the first run
+    std::function<void()> checkForFullDiskAccess{};
+    std::function<void()> showInformationWindow{};
     std::function<std::unique_ptr<SmartWindow>()> makeSmartWindow{};
     std::function<void()> showPreferences{};
     std::function<void(int tag)> showServiceWindow{};  ///< 1, 4 and 12
@@ -90,6 +96,9 @@ struct AppServices {
     std::function<void()> dismissAlerts{};           ///< ends the open question without an answer
     std::function<void(const QString&)> tellUser{};  ///< one message of the desktop
     std::function<void()> terminate{};               ///< ends the event loop
+    std::function<void()> beep{};
+    /// For the tool tip of who opens no menu; nullptr: it says no more than the rows counted.
+    TrashTotals* totals = nullptr;
     TimerFactory startTimer = &kestrin::startTimer;
 };
 
@@ -140,8 +149,8 @@ class QVKestrin : public QObject {
 
     // --- Changes by others ---
 
-    /// Somebody filled or emptied a trash: the icon follows, and what rows that do not show have
-    /// counted is forgotten.
+    /// Somebody filled or emptied a trash: the icon follows, and what rows have counted is
+    /// forgotten, of those that show now when their menu opens again.
     void trashContentsDidChange();
 
  private:
@@ -158,8 +167,10 @@ class QVKestrin : public QObject {
     void addSubTrashMenu();
     void menuNeedsUpdate(QMenu* menu);
     void menuWillOpen();
+    QRect confinementRectForMenu(const QMenu& menu) const;
     void menuDidClose();
     void trashesChanged();
+    void countForToolTip();
     void rebuildRows();
     bool showsTrashes(const std::vector<TrashLocation>& trashes) const;
     void setRow(DiskRow& row, const TrashLocation& location, int menuItemTag);
@@ -172,6 +183,7 @@ class QVKestrin : public QObject {
     void updateEnabledItems();
     void updateStatusItem();
     QString statusText() const;
+    std::optional<TrashFigures> figuresOfRows() const;
 
     // Erasing
     void setIsWorking(bool isWorking);
@@ -195,7 +207,8 @@ class QVKestrin : public QObject {
     const AppServices m_services;
     bool m_isWorking = false;
     bool m_menuIsOpen = false;
-    bool m_isAsking = false;  ///< an erase action waits for the list of trashes
+    bool m_rowsAreStale = false;  ///< somebody changed a trash since they were made
+    bool m_isAsking = false;      ///< an erase action waits for the list of trashes
     bool m_endsWhenStopped = false;
     std::unique_ptr<QMenu> m_kestrinMenu;
     QMenu* m_subTrashMenu = nullptr;  ///< child of m_kestrinMenu

@@ -22,6 +22,7 @@ bool QVKestrin::setupStatusMenu() {
     connect(m_subTrashMenu, &QMenu::aboutToShow, this, [this] {
         menuWillOpen();
         menuNeedsUpdate(m_subTrashMenu);
+        confinementRectForMenu(*m_subTrashMenu);
     });
     connect(m_subTrashMenu, &QMenu::aboutToHide, this, [this] { menuDidClose(); });
 
@@ -33,6 +34,7 @@ bool QVKestrin::setupStatusMenu() {
         return false;
     }
     m_services.trashes.setChangeHandler([this] { trashesChanged(); });
+    if (m_services.totals) m_services.totals->setChangeHandler([this] { updateStatusItem(); });
     m_services.trashes.refresh();
     addSubTrashMenu();
     return true;
@@ -89,6 +91,7 @@ void QVKestrin::addSubTrashMenu() {
 void QVKestrin::menuNeedsUpdate(QMenu* menu) {
     if (menu == m_subTrashMenu) {
         m_menuTimer.reset();
+        if (m_rowsAreStale && !m_isWorking) cleanSubMenuMemory();
         rebuildRows();
     }
     updateEnabledItems();
@@ -97,6 +100,12 @@ void QVKestrin::menuNeedsUpdate(QMenu* menu) {
 
 void QVKestrin::menuWillOpen() {
     m_menuIsOpen = true;
+}
+
+/// The disks' menu is announced by a sound; no menu is kept in a part of the screen.
+QRect QVKestrin::confinementRectForMenu(const QMenu& menu) const {
+    if (&menu == m_subTrashMenu && m_services.beep) m_services.beep();
+    return {};
 }
 
 void QVKestrin::menuDidClose() {
@@ -108,8 +117,18 @@ void QVKestrin::menuDidClose() {
 void QVKestrin::trashesChanged() {
     addSubTrashMenu();
     if (m_menuIsOpen) rebuildRows();
+    countForToolTip();
     updateStatusItem();
     if (m_services.watchTrashes) m_services.watchTrashes(m_services.trashes.latest());
+}
+
+void QVKestrin::countForToolTip() {
+    if (!m_services.totals || isErasing()) return;  // the end of an erase changes them
+    std::vector<FileUrl> full;
+    for (const TrashLocation& location : m_services.trashes.latest()) {
+        if (!location.trashIsEmpty) full.push_back(location.trashURL);
+    }
+    m_services.totals->want(std::move(full));
 }
 
 void QVKestrin::rebuildRows() {
@@ -245,6 +264,18 @@ void QVKestrin::updateStatusItem() {
     m_statusItem->setToolTip(statusText());
 }
 
+/// None before all rows have counted.
+std::optional<TrashFigures> QVKestrin::figuresOfRows() const {
+    if (m_submenuViews.empty() || m_rowsAreStale) return std::nullopt;
+    TrashFigures sum;
+    for (const DiskRow& row : m_submenuViews) {
+        if (!row.view->info() && !row.view->diskDict().trashIsEmpty) return std::nullopt;
+        sum.count += row.view->itemsCount();
+        sum.size += row.view->itemsSize();
+    }
+    return sum;
+}
+
 /// "3 trashes, 1,204 items, 3.40 GB"; without the figures that have not been counted.
 QString QVKestrin::statusText() const {
     const auto& trashes = m_services.trashes.latest();
@@ -261,18 +292,12 @@ QString QVKestrin::statusText() const {
     }
     const QString volumes =
         StringTable::filled(text("app_trashes"_key, trashes.size()), {number(trashes.size())});
-    std::uint64_t count = 0;
-    std::uint64_t size = 0;
-    bool isKnown = !m_submenuViews.empty();
-    for (const DiskRow& row : m_submenuViews) {
-        isKnown = isKnown && (row.view->info() || row.view->diskDict().trashIsEmpty);
-        count += row.view->itemsCount();
-        size += row.view->itemsSize();
-    }
-    if (!isKnown) return volumes;
-    const QString figures =
-        StringTable::filled(text("items_size"_key, count),
-                            {number(count), m_services.numbers.sizeToFormatString(size, 4, true)});
+    std::optional<TrashFigures> known = figuresOfRows();
+    if (!known && m_services.totals) known = m_services.totals->figures();
+    if (!known) return volumes;
+    const QString figures = StringTable::filled(
+        text("items_size"_key, known->count),
+        {number(known->count), m_services.numbers.sizeToFormatString(known->size, 4, true)});
     return StringTable::filled(m_services.texts.text("app_tool_tip"_key), {volumes, figures});
 }
 

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What all trashes hold together, for who looks at the icon without opening its menu.
+#pragma once
+
+#include <QObject>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <vector>
+
+#include "base/FileUrl.h"
+
+namespace kestrin {
+
+/// Starts a one-shot timer; it is cancelled by letting the result go, also from its own call.
+using TimerFactory =
+    std::function<std::unique_ptr<QObject>(std::chrono::milliseconds, std::function<void()>)>;
+
+struct TrashFigures {
+    std::uint64_t count = 0;
+    std::uint64_t size = 0;
+};
+
+/// Counts in the background, a moment after the last change: a file manager that throws away a
+/// thousand files is not followed file by file. Main thread; needs the main thread's mailbox.
+class TrashTotals {
+ public:
+    /// Counts one trash; called on a background thread, may hang with its volume.
+    using Counter = std::function<TrashFigures(const FileUrl&, const std::stop_token&)>;
+
+    TrashTotals(Counter counter, TimerFactory startTimer);
+    ~TrashTotals();
+    TrashTotals(const TrashTotals&) = delete;
+    TrashTotals& operator=(const TrashTotals&) = delete;
+
+    /// What to call when figures have arrived.
+    void setChangeHandler(std::function<void()> changed) { m_changed = std::move(changed); }
+
+    /// Sees to it that the figures of these trashes are known some time: nothing when they are, or
+    /// will be.
+    void want(std::vector<FileUrl> trashes);
+    /// The trashes changed. What is known or under way is forgotten, until wanted again.
+    void forget();
+
+    /// None before the count is over.
+    const std::optional<TrashFigures>& figures() const { return m_figures; }
+
+ private:
+    void count();
+
+    const std::shared_ptr<const Counter> m_counter;
+    const TimerFactory m_startTimer;
+    std::function<void()> m_changed;
+    std::optional<std::vector<FileUrl>> m_trashes;  ///< none: not wanted
+    std::optional<TrashFigures> m_figures;
+    std::unique_ptr<QObject> m_delay;
+    std::shared_ptr<std::stop_source> m_current;  ///< of the count that is waited for
+};
+
+}  // namespace kestrin
