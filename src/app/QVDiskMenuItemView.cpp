@@ -8,8 +8,10 @@
 #include <QLabel>
 #include <QMenu>
 #include <QPainter>
+#include <QScreen>
 #include <QStyleOptionMenuItem>
 #include <QTimer>
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <utility>
@@ -24,6 +26,7 @@
 #include "erase/ui/BusySpinner.h"
 #include "erase/ui/ElidedLabel.h"
 #include "format/QVNumberUtilities.h"
+#include "platform/ui/StatusItem.h"
 
 namespace kestrin {
 namespace {
@@ -42,11 +45,6 @@ void closeOpenMenus() {
         menu->close();
         if (menu->isVisible()) return;
     }
-}
-
-/// What stands for itself in a menu text.
-QString menuText(QString text) {
-    return text.replace(u'&', QLatin1String("&&"));
 }
 
 }  // namespace
@@ -92,10 +90,8 @@ QVDiskMenuItemView::~QVDiskMenuItemView() {
 void QVDiskMenuItemView::buildLayout() {
     m_diskIcon = new QLabel(this);
     m_diskIcon->setFixedSize(kIconSize, kIconSize);
-    m_diskName = new QLabel(this);
+    m_diskName = new ElidedLabel(Qt::ElideMiddle, this);
     m_diskName->setObjectName(QStringLiteral("diskName"));
-    m_diskName->setTextFormat(Qt::PlainText);
-    alignToLeadingEdge(*m_diskName);
     m_subName = new ElidedLabel(Qt::ElideRight, this);
     m_subName->setObjectName(QStringLiteral("diskInfo"));
     QFont small = font();
@@ -147,7 +143,7 @@ QString QVDiskMenuItemView::subName() const {
 }
 
 void QVDiskMenuItemView::updateTexts() {
-    m_diskName->setText(title());
+    m_diskName->setFullText(title());
     m_subName->setFullText(subName());
     const QString whole =
         StringTable::filled(m_services.texts.text("app_disk_row"_key), {title(), subName()});
@@ -158,6 +154,8 @@ void QVDiskMenuItemView::updateTexts() {
 void QVDiskMenuItemView::updateViewSizeIfNeeded() {
     const double name = QFontMetricsF(m_diskName->font()).horizontalAdvance(title());
     m_width = name > kNameWidth ? static_cast<int>(std::ceil(name)) + kWidthBesideName : kWidth;
+    // A menu wider than the screen would be cut off, with the figures of all rows.
+    m_width = std::min(m_width, screen()->availableGeometry().width() * 9 / 10);
     updateGeometry();
 }
 
@@ -327,7 +325,6 @@ void QVDiskMenuItemView::hideEvent(QHideEvent* event) {
 void QVDiskMenuItemView::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
     if (event->type() == QEvent::FontChange) updateViewSizeIfNeeded();
-    if (event->type() == QEvent::LayoutDirectionChange) alignToLeadingEdge(*m_diskName);
     if (event->type() == QEvent::EnabledChange || event->type() == QEvent::PaletteChange)
         updateColors();
 }

@@ -121,7 +121,7 @@ class QVDiskMenuItemView : public QWidget {
     const DiskRowServices& m_services;
     QAction& m_action;
     QLabel* m_diskIcon = nullptr;
-    QLabel* m_diskName = nullptr;
+    ElidedLabel* m_diskName = nullptr;
     ElidedLabel* m_subName = nullptr;
     BusySpinner* m_spinner = nullptr;
 

@@ -91,7 +91,7 @@ TEST_F(DiskRowTest, forgetsTheFiguresOfAnotherTrashOnly) {
 TEST_F(DiskRowTest, growsWithANameWiderThanItsPlace) {
     row->setDiskDict(disk(QStringLiteral("A")));
     EXPECT_EQ(row->sizeHint(), QSize(250, 44));
-    const QString name = QString(60, u'm');
+    const QString name = QString(30, u'm');
     row->setDiskDict(disk(name));
     const auto* const label = row->findChild<QLabel*>(QStringLiteral("diskName"));
     const double width = QFontMetricsF(label->font()).horizontalAdvance(name);

@@ -34,6 +34,11 @@ def require_bindings():
         raise unittest.SkipTest("python3-gi is not installed for this Python")
 
 
+def variant(signature, value):
+    """An argument for the bus."""
+    return GLib.Variant(signature, value)
+
+
 def connect(session_address):
     """The accessibility bus of that session; None while the session does not answer."""
     try:

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """The icon, its menu, and the rows of the disks."""
 
-from desktop import DISKS, EMPTY_ALL, QUIT, DesktopTest
+from desktop import DISKS, EMPTY_ALL, QUIT, SCREEN, DesktopTest
 from harness import listing, run_as_root
 
 
@@ -22,10 +22,8 @@ class MenuTest(DesktopTest):
         self.picture("empty")
         empty = self.pixels_of_icon()
         self.trash.tree("tree")
-        self.open_menu()
-        self.wait_for_description("1 trash")
+        self.wait_for_description("1 trash, 4 items, 10 B")
         self.wait(lambda: self.pixels_of_icon() != empty, "another icon")
-        self.close_menus()
         self.picture("full")
         self.choose(QUIT)
         self.assertEqual(self.wait_for_end(), 0)
@@ -59,6 +57,46 @@ class MenuTest(DesktopTest):
         self.picture("hover")
         self.close_menus()
         self.assertRuns()
+
+    def test_rows_count_anew_after_a_change(self):
+        archive, _ = self.fill()
+        self.start_program()
+        self.open_disks()
+        self.wait_for_row("Archive", "6 items")
+        archive.tree("another")
+
+        def is_counted_anew():
+            self.close_menus()
+            self.open_disks()
+            return "10 items" in self.wait_for_row("Archive", "items").name
+        self.wait(is_counted_anew, "the row to count anew")
+        self.assertRuns()
+
+    def test_hostile_names(self):
+        """No name leaves the screen, or shows as another one."""
+        for name in ("W" * 255, "gpj.\u202eexe", "a_b & <b>c %@\n"):
+            # The label of a volume is short; without one it is named after its folder.
+            point = self.tmpfs(self.mount_point(name))
+            self.volume_trash(point).tree("tree")
+        self.start_program()
+        self.open_disks()
+        row = self.wait(lambda: self.row("W" * 255), "the row of the long name")
+        x, _, width, _ = self.pixels(row)
+        self.assertTrue(0 <= x and x + width <= SCREEN[0], row)
+        self.wait_for_row("a_b & <b>c %@\\n", "4 items")
+        self.picture("rows")
+        self.click(self.wait_for_row("gpj.‹U+202E›exe", "4 items"))
+        self.wait_for_window("Empty the trash of “gpj.‹U\\+202E›exe”")
+        self.picture("question")
+
+    def test_menu_lies_beside_the_icon(self):
+        """Else the release of the click that opens it would choose an entry."""
+        self.trash.tree("tree")
+        self.start_program()
+        for button in 1, 3:
+            _, top, _, height = self.icon_place()
+            self.assertGreaterEqual(self.pixels(self.open_menu(button))[1], top + height)
+            self.close_menus()
 
     def test_row_by_the_mouse(self):
         archive, backup = self.fill()
