@@ -5,11 +5,9 @@
 #include <unicode/locid.h>
 #include <unicode/numberformatter.h>
 
-#include <atomic>
 #include <cmath>
 #include <limits>
 #include <random>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -120,22 +118,6 @@ TEST_F(QVNumberUtilitiesTest, WritesAnglesInDegreesMinutesAndSeconds) {
     EXPECT_EQ(english.mpsFromDegrees(0.0, u"N"_s), QString());
     EXPECT_EQ(english.mpsFromDegrees(NAN, u"N"_s), QString());
     EXPECT_EQ(english.mpsFromDegrees(INFINITY, u"N"_s), u"5124095576030431\u00B0 0' 15\" N"_s);
-}
-
-TEST_F(QVNumberUtilitiesTest, ServesManyThreads) {
-    std::atomic<int> wrong = 0;
-    {
-        std::vector<std::jthread> threads;
-        for (int thread = 0; thread < 4; ++thread) {
-            threads.emplace_back([&] {
-                for (int round = 0; round < 2000; ++round) {
-                    wrong += english.numberToFormatString(1204) != u"1,204"_s;
-                    wrong += english.numberToFormatString(12.345, true) != u"12.34"_s;
-                }
-            });
-        }
-    }
-    EXPECT_EQ(wrong, 0);
 }
 
 }  // namespace

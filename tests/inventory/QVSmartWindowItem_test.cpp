@@ -45,20 +45,13 @@ TEST(SmartWindowItem, ReadsTheFileSystemAtEveryCall) {
     EXPECT_FALSE(item->isDirectory() || item->isAlias() || item->isEmptyDirectory());
     EXPECT_EQ(item->dateModified(), 0);
     EXPECT_TRUE(item->isInvisible());
-
     test::makeFolder(scratch / ".entry");
     EXPECT_TRUE(item->isDirectory() && item->isEmptyDirectory());
     EXPECT_GT(item->dateModified(), 700000000);
-    EXPECT_FALSE(item->kind().isEmpty());
-    EXPECT_FALSE(item->formattedDateModified().isEmpty());
-
+    EXPECT_FALSE(item->kind().isEmpty() || item->formattedDateModified().isEmpty());
     ASSERT_EQ(rmdir((scratch / ".entry").c_str()), 0);
     ASSERT_EQ(symlink("nowhere", (scratch / ".entry").c_str()), 0);
-    EXPECT_TRUE(item->isAlias());
-    EXPECT_FALSE(item->isDirectory());
-
-    item->url = FileUrl::withoutScheme(".entry");
-    EXPECT_FALSE(item->isInvisible());
+    EXPECT_TRUE(item->isAlias() && !item->isDirectory());
 }
 
 TEST(SmartWindowItem, TheIconMayChangeWhileItIsRead) {

@@ -142,12 +142,12 @@ TEST_F(TreeRemoverTest, ListsAgainWhatAppearedMeanwhile) {
 }
 
 TEST_F(TreeRemoverTest, BeginsInOrderAndStopsBeforeTheNextEntry) {
-    for (const char* name : {"c", "a", "b", "d"})
+    for (const char* name : {"c", "a", "b"})
         writeFile(trash + "/" + name);
     policy.onRemove = [&](const RemovalEntry& entry) { policy.stop = entry.name() == "a"; };
-    EXPECT_EQ(remove({"c", "a", "b", "d"}, 1).size(), 2u);
+    EXPECT_EQ(remove({"c", "a", "b"}, 1).size(), 2u);
     EXPECT_THAT(policy.removed, ElementsAre(trash + "/c", trash + "/a"));
-    EXPECT_TRUE(exists(trash + "/b") && exists(trash + "/d"));
+    EXPECT_TRUE(exists(trash + "/b"));
 }
 
 }  // namespace
