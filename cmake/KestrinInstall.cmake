@@ -35,4 +35,5 @@ install(FILES resources/icons/kestrin.svg DESTINATION "${icons}/scalable/apps")
 install(FILES
         resources/icons/kestrin-trash-empty-symbolic.svg
         resources/icons/kestrin-trash-full-symbolic.svg
-    DESTINATION "${icons}/symbolic/status")
+    # The one folder of symbolic icons that hicolor's index names everywhere.
+    DESTINATION "${icons}/symbolic/apps")

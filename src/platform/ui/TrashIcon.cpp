@@ -128,15 +128,15 @@ QString nameForPanel(const char* name) {
 
 /// The theme's pair or the own one: a mixed pair would change its shape with the state.
 Drawing trashDrawing(bool isFull) {
-    const std::optional<QByteArray> empty = themeDrawing("user-trash-symbolic");
-    const std::optional<QByteArray> full = themeDrawing("user-trash-full-symbolic");
-    if (empty && full && *empty != *full) {
-        return isFull ? Drawing{*full, nameForPanel("user-trash-full-symbolic")}
-                      : Drawing{*empty, nameForPanel("user-trash-symbolic")};
-    }
     const char* own = isFull ? "kestrin-trash-full-symbolic" : "kestrin-trash-empty-symbolic";
     // Installed, the own pair is the theme's, too, and a panel can draw it in its own colour.
-    return {picture(own), nameForPanel(own)};
+    const Drawing ownDrawing{picture(own), nameForPanel(own)};
+    const std::optional<QByteArray> empty = themeDrawing("user-trash-symbolic");
+    const std::optional<QByteArray> full = themeDrawing("user-trash-full-symbolic");
+    if (!empty || !full || *empty == *full) return ownDrawing;
+    const QString name = nameForPanel(isFull ? "user-trash-full-symbolic" : "user-trash-symbolic");
+    if (name.isEmpty() && !ownDrawing.name.isEmpty()) return ownDrawing;
+    return {isFull ? *full : *empty, name};
 }
 
 }  // namespace
