@@ -20,22 +20,17 @@ TEST(ProgressLine, GivesFiguresUpBeforeItOverflows) {
     EXPECT_EQ(progressText(kHalf, 40), QStringLiteral("[####-----]  50%  5 of 10 items  1.00 MB"));
     EXPECT_EQ(progressText(kHalf, 30), QStringLiteral(" 50%  5 of 10 items  1.00 MB"));
     EXPECT_EQ(progressText(kHalf, 5), QStringLiteral(" 50%"));
-    for (int width = 0; width < 100; ++width) {
+    for (int width = 0; width < 100; ++width)
         EXPECT_LE(displayWidth(progressText(kHalf, width)), width);
-    }
 }
 
-TEST(ProgressLine, ItIsFullOnlyAtTheEnd) {
+TEST(ProgressLine, ItIsFullOnlyAtTheEndAndWithoutATotalSaysWhatIsDone) {
     ProgressLine line;
     line.percent = 99.99;
     EXPECT_EQ(progressText(line, 16), QStringLiteral("[########-]  99%"));
     line.percent = 130.0;
     EXPECT_EQ(progressText(line, 16), QStringLiteral("[#########] 100%"));
-}
-
-TEST(ProgressLine, WithoutATotalItSaysWhatIsDone) {
-    const ProgressLine line{
-        .percent = std::nullopt, .text = QStringLiteral("Counting"), .figures = {}};
+    line = {.percent = std::nullopt, .text = QStringLiteral("Counting"), .figures = {}};
     EXPECT_EQ(progressText(line, 80), QStringLiteral("Counting"));
     EXPECT_EQ(progressText(line, 4), QStringLiteral("Coun"));
 }

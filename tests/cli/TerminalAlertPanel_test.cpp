@@ -21,117 +21,74 @@ AlertModel model(AlertModel::Topic topic) {
     AlertModel alert;
     alert.topic = topic;
     alert.title = QStringLiteral("Erase \u201ca\x1b\u202eb\u201d?");
-    alert.text = QStringLiteral("First.\nSecond.");
-    alert.fullName = QStringLiteral("/trash/a\nb");
     return alert;
 }
 
+/// A panel on the user's terminal, until what it came to is looked at.
+struct Session {
+    const StringTable texts{QStringLiteral("en")};
+    const test::PseudoTerminal user;
+    Console console{stdout, texts};
+    TerminalAlertPanel panel{console};
+};
+
 /// Shows an alert to a user who types `keys`.
 Shown shownTo(AlertModel::Topic topic, std::string_view keys) {
-    const StringTable texts(QStringLiteral("en"));
-    const test::PseudoTerminal user;
-    Console console(stdout, texts);
-    TerminalAlertPanel panel(console);
-    user.type(keys);
-    Shown shown;
-    shown.button = panel.runModal(model(topic));
-    shown.forAll = panel.suppressionIsOn();
-    shown.printed = user.printed();
-    return shown;
+    Session session;
+    session.user.type(keys);
+    const int button = session.panel.runModal(model(topic));
+    return {button, session.panel.suppressionIsOn(), session.user.printed()};
 }
 
 using Topic = AlertModel::Topic;
 
-TEST(TerminalAlertPanel, OnlyYesConfirmsAnErase) {
-    EXPECT_EQ(shownTo(Topic::EraseConfirmation, "y\n").button, kAlertFirstButton);
-    for (const char* keys : {"\n", "n\n", "maybe\n", "\x04"}) {
-        EXPECT_EQ(shownTo(Topic::EraseConfirmation, keys).button, kAlertSecondButton) << keys;
-    }
-}
-
 TEST(TerminalAlertPanel, QuestionsTakeSkipOrEraseOnceOrForAll) {
-    const Shown skip = shownTo(Topic::LockedQuestion, "s\n");
-    const Shown erase = shownTo(Topic::ForbiddenQuestion, "E\n");
-    const Shown eraseAll = shownTo(Topic::LockedQuestion, "what?\n\ne all\n");
-    EXPECT_EQ(skip.button, kAlertFirstButton);
-    EXPECT_FALSE(skip.forAll);
-    EXPECT_EQ(erase.button, kAlertSecondButton);
-    EXPECT_FALSE(erase.forAll);
-    EXPECT_EQ(eraseAll.button, kAlertSecondButton);
-    EXPECT_TRUE(eraseAll.forAll);
-}
-
-TEST(TerminalAlertPanel, TheEndOfInputSkipsAll) {
-    const Shown shown = shownTo(Topic::LockedQuestion, "\x04");
-    EXPECT_EQ(shown.button, kAlertFirstButton);
-    EXPECT_TRUE(shown.forAll);
-}
-
-TEST(TerminalAlertPanel, ReportsAreLinesAndNeedNoAnswer) {
-    const Shown shown = shownTo(Topic::Other, "");
-    EXPECT_EQ(shown.button, kAlertFirstButton);
-    EXPECT_NE(shown.printed.find("\nkestrin: First.\nkestrin: Second.\n"), std::string::npos);
-}
-
-TEST(TerminalAlertPanel, NothingShownMovesTheCursorOrTurnsTheText) {
-    for (const Topic topic : {Topic::Other, Topic::LockedQuestion}) {
-        const std::string printed = shownTo(topic, "s\n").printed;
-        EXPECT_EQ(printed.find('\x1b'), std::string::npos);
-        EXPECT_EQ(printed.find("\u202e"), std::string::npos);
+    const struct {
+        Topic topic;
+        const char* keys;
+        int button;
+        bool forAll;
+    } cases[] = {{Topic::Other, "", kAlertFirstButton, false},
+                 {Topic::EraseConfirmation, "y\n", kAlertFirstButton, false},
+                 {Topic::EraseConfirmation, "maybe\n", kAlertSecondButton, false},
+                 {Topic::LockedQuestion, "s\n", kAlertFirstButton, false},
+                 {Topic::ForbiddenQuestion, "E\n", kAlertSecondButton, false},
+                 {Topic::LockedQuestion, "what?\n\ne all\n", kAlertSecondButton, true},
+                 {Topic::LockedQuestion, "\x04", kAlertFirstButton, true}};  // the end of input
+    for (const auto& [topic, keys, button, forAll] : cases) {
+        const Shown shown = shownTo(topic, keys);
+        EXPECT_EQ(shown.button, button) << keys;
+        EXPECT_EQ(shown.forAll, forAll) << keys;
+        EXPECT_NE(shown.printed.find("a‹U+001B›‹U+202E›b"), std::string::npos);
     }
 }
 
-/// What a confirmation prints that begins while the items are counted, waits, and gets its figures.
-std::string printedWithFiguresAfter(int milliseconds) {
-    const StringTable texts(QStringLiteral("en"));
-    const test::PseudoTerminal user;
-    Console console(stdout, texts);
-    TerminalAlertPanel panel(console);
-    panel.setSizeLine(QStringLiteral("Counting"), true);
-    panel.beginSheet(model(Topic::EraseConfirmation), nullptr, [](int) {});
-    test::waitFor([] { return false; }, milliseconds);
-    panel.setSizeLine(QStringLiteral("3 items"), false);
-    panel.setSizeLine(QStringLiteral("3 items"), false);
-    return user.printed();
-}
-
-TEST(TerminalAlertPanel, ThePromptWaitsAMomentForTheFigures) {
-    const std::string atOnce = printedWithFiguresAfter(0);
-    EXPECT_EQ(atOnce.find("Counting"), std::string::npos);
-    const std::size_t figures = atOnce.find("3 items\n");
-    ASSERT_NE(figures, std::string::npos);
-    EXPECT_GT(atOnce.size(), figures + std::string("3 items\n").size()) << "then the prompt";
-}
-
-TEST(TerminalAlertPanel, AStopDuringThatMomentLeavesNoPrompt) {
+/// What follows the title of a confirmation that begins while the items are counted, and waits for
+/// a Stop or its figures.
+Shown shownWhileCounting(int milliseconds, bool stops) {
+    Session session;
     int button = 0;
-    std::string printed = "(nothing read)";
-    {
-        const StringTable texts(QStringLiteral("en"));
-        const test::PseudoTerminal user;
-        Console console(stdout, texts);
-        TerminalAlertPanel panel(console);
-        panel.setSizeLine(QStringLiteral("Counting"), true);
-        panel.beginSheet(model(Topic::EraseConfirmation), nullptr,
-                         [&](int result) { button = result; });
-        user.printed();
-        console.terminal().endQuestions();
-        test::waitFor([&] { return button != 0; });
-        printed = user.printed();
-    }
-    EXPECT_EQ(button, kAlertSecondButton);
-    EXPECT_EQ(printed, "");
+    session.panel.setSizeLine(QStringLiteral("Counting"), true);
+    session.panel.beginSheet(model(Topic::EraseConfirmation), nullptr,
+                             [&](int result) { button = result; });
+    session.user.printed();
+    test::waitFor([] { return false; }, milliseconds);
+    if (stops) session.console.terminal().endQuestions();
+    for (int times = stops ? 0 : 2; times > 0; --times)
+        session.panel.setSizeLine(QStringLiteral("3 items"), false);
+    if (stops) test::waitFor([&] { return button != 0; });
+    return {button, false, session.user.printed()};
 }
 
-TEST(TerminalAlertPanel, TheSizeLineIsShownBeforeAndWhileThePromptWaits) {
-    const std::string printed = printedWithFiguresAfter(500);
-    const std::size_t counting = printed.find("Counting\n");
-    const std::size_t figures = printed.find("3 items\n");
-    ASSERT_NE(counting, std::string::npos);
-    ASSERT_NE(figures, std::string::npos);
-    EXPECT_LT(counting, figures);
-    EXPECT_EQ(printed.find("3 items\n", figures + 1), std::string::npos);
-    EXPECT_GT(printed.size(), figures + std::string("3 items\n").size()) << "the prompt again";
+TEST(TerminalAlertPanel, ThePromptWaitsAMomentForTheFiguresAndIsRepeatedBelowLateOnes) {
+    const StringTable texts(QStringLiteral("en"));
+    const std::string prompt = texts.text("cli_confirm_prompt").toStdString();
+    EXPECT_EQ(shownWhileCounting(0, false).printed, "3 items\n" + prompt);
+    EXPECT_EQ(shownWhileCounting(500, false).printed,
+              "Counting\n" + prompt + "\n3 items\n" + prompt);
+    const Shown stopped = shownWhileCounting(0, true);
+    EXPECT_EQ(stopped.printed, "");
+    EXPECT_EQ(stopped.button, kAlertSecondButton);
 }
 
 }  // namespace
