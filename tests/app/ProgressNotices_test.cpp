@@ -33,11 +33,9 @@ class ProgressNoticesTest : public ::testing::Test {
     static void pass(int milliseconds) {
         waitFor([] { return false; }, milliseconds);
     }
-    bool isNotified() {
-        return waitFor([this] { return m_desktop->isShown; });
-    }
-    bool isTakenAway() {
-        return waitFor([this] { return !m_desktop->isShown; });
+    /// Whether the notification comes, or goes.
+    bool shows(bool isShown = true) {
+        return waitFor([&] { return m_desktop->isShown == isShown; });
     }
     void putInFront(bool isInFront) {
         m_isInFront = isInFront;
@@ -60,13 +58,13 @@ TEST_F(ProgressNoticesTest, TellOfTheEraseWhileItShowsAndNoLonger) {
     EXPECT_TRUE(m_desktop->texts.isEmpty()) << "an erase that ends soon shows nothing at all";
 
     m_notices->show();
-    EXPECT_TRUE(isNotified());
+    EXPECT_TRUE(shows());
     EXPECT_EQ(m_desktop->texts.back(),
               QStringLiteral("Emptying all trashes||action,") + m_texts.text("stop_btn"));
     m_notices->spinner().updateProgress(43.9);
     EXPECT_TRUE(waitFor([this] { return m_dock->shown.size() == 1; }));
     m_notices->close();
-    EXPECT_TRUE(isTakenAway());
+    EXPECT_TRUE(shows(false));
     EXPECT_TRUE(waitFor([this] { return m_dock->shown.size() == 2; }));
     EXPECT_THAT(m_dock->shown, ElementsAre(0.43, -1.0));
     EXPECT_EQ(m_record.closed, 1);
@@ -78,7 +76,7 @@ TEST_F(ProgressNoticesTest, TellOfTheEraseWhileItShowsAndNoLonger) {
     EXPECT_EQ(m_dock->shown.size(), 2u) << "late figures bring nothing back";
 }
 
-TEST_F(ProgressNoticesTest, TheNotificationMakesUpForAWindowThatIsNotSeen) {
+TEST_F(ProgressNoticesTest, TheNotificationAndItsStopMakeUpForAWindowThatIsNotSeen) {
     int window = 0;
     m_isInFront = true;
     m_notices->showAsSheet(&window);
@@ -86,21 +84,16 @@ TEST_F(ProgressNoticesTest, TheNotificationMakesUpForAWindowThatIsNotSeen) {
     pass(100);
     EXPECT_TRUE(m_desktop->texts.isEmpty());
     putInFront(false);
-    EXPECT_TRUE(isNotified());
+    EXPECT_TRUE(shows());
     putInFront(true);
-    EXPECT_TRUE(isTakenAway());
+    EXPECT_TRUE(shows(false));
     putInFront(false);
-    EXPECT_TRUE(isNotified());
-    m_notices.reset();
-    EXPECT_TRUE(isTakenAway()) << "also when the erase goes without a word";
-}
-
-TEST_F(ProgressNoticesTest, StopInTheNotificationStops) {
-    m_notices->show();
-    EXPECT_TRUE(isNotified());
+    EXPECT_TRUE(shows());
     pass(100);
     m_desktop->signal(QStringLiteral("ActionInvoked"), {m_desktop->id, QStringLiteral("action")});
     EXPECT_TRUE(waitFor([this] { return m_stopped == 1; }));
+    m_notices.reset();
+    EXPECT_TRUE(shows(false)) << "also when the erase goes without a word";
 }
 
 }  // namespace
