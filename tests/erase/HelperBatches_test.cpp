@@ -41,11 +41,5 @@ TEST(HelperBatches, HandOutEveryPathOnceInItsOrderAndWithinTheLimit) {
     }
 }
 
-TEST(HelperBatches, EvenAnEmptyRequestIsACommandAndNamesNoFolders) {
-    HelperBatches batches(std::make_shared<HelperRequest>());
-    EXPECT_EQ(batches.next(0, 0), EraseItems());
-    EXPECT_FALSE(batches.next(0, 0));
-}
-
 }  // namespace
 }  // namespace kestrin

@@ -169,7 +169,9 @@ TEST_F(QVDeleteItemsTest, DeclinedOrStoppedBeforeTheFirstEntryItKeepsThemAll) {
 TEST_F(QVDeleteItemsTest, ALogThatCannotBeOpenedEndsTheRequestBeforeAnythingGoes) {
     trashFile("one");
     writeFile(logs, "a file where the folder should be");
-    EXPECT_FALSE(run(allDisks()));
+    engine = QVDeleteItems::create(services);
+    ASSERT_TRUE(engine->askToContinue(allDisks()));
+    EXPECT_FALSE(engine->proceedToErase());
     EXPECT_THAT(engine->startProblem().toStdString(), HasSubstr("Kestrin 3"));
     EXPECT_EQ(alerts.models.back().title, texts.text("open_log_file_error"_key));
     EXPECT_TRUE(exists(trash + "/one"));

@@ -35,7 +35,6 @@ TEST_F(QVErrorDelegateTest, ErrorsTakeTheirTextsFromTheErrorTable) {
     presenter.showError("");
     ASSERT_EQ(alerts.models.size(), 2U);
     EXPECT_EQ(alerts.models[0].title, QStringLiteral("3 items are in use and were not erased."));
-    EXPECT_EQ(alerts.models[0].text, QString());
     EXPECT_EQ(alerts.models[0].style, AlertModel::Style::Warning);
     EXPECT_EQ(alerts.models[0].fullName, QString());
     EXPECT_EQ(alerts.models[1].title, QStringLiteral("The disk is on fire: %@"));
@@ -64,7 +63,6 @@ TEST_F(QVErrorDelegateTest, AWorkersQuestionIsAskedOnTheMainThread) {
     EXPECT_TRUE(applyToAll);
     const AlertModel& model = alerts.models.at(0);
     EXPECT_EQ(model.title, QStringLiteral("“a.txt” is locked."));
-    EXPECT_EQ(model.text, texts.text("undeleted_locked_sing_msg"));
     EXPECT_EQ(model.buttons[0], texts.text("skip"));
     EXPECT_EQ(model.buttons[1], texts.text("erase"));
     EXPECT_EQ(model.suppressionTitle, texts.text("apply_to_all"));

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
-#include <QLabel>
 #include <QPushButton>
 #include <QTest>
 
@@ -36,8 +35,10 @@ TEST_F(QVProgressWindowTest, ClosingStopsOnceAndTheWindowStaysAndSaysSoUntilTheE
     EXPECT_TRUE(window.close()) << "a hidden window keeps the program from ending";
 }
 
-TEST_F(QVProgressWindowTest, NoFieldHasTheFocusAndOfAllKeysEscapeStops) {
+TEST_F(QVProgressWindowTest, ALongNameDoesNotWidenItAndOfAllKeysOnlyEscapeStops) {
+    view.setInfoText(QString(300, u'x'));
     view.show();
+    EXPECT_EQ(window.width(), 420);
     EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
     EXPECT_EQ(QApplication::focusWidget(), &window);
     for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Space, Qt::Key_Tab})
@@ -46,19 +47,6 @@ TEST_F(QVProgressWindowTest, NoFieldHasTheFocusAndOfAllKeysEscapeStops) {
     EXPECT_EQ(stops, 0);
     QTest::keyClick(&window, Qt::Key_Escape);
     EXPECT_EQ(stops, 1);
-}
-
-TEST_F(QVProgressWindowTest, FiguresComeAndGoTogetherWithoutMovingTheRest) {
-    view.show();
-    const QSize size = window.size();
-    view.setInfoText(QString(300, u'x'));
-    for (const bool hide : {true, false}) {
-        view.hideInfoSizeFields(hide);
-        for (const char* const name : {"count_label", "count", "size_label", "size"})
-            EXPECT_EQ(window.findChild<QLabel*>(QLatin1String(name))->isHidden(), hide) << name;
-        QApplication::processEvents();
-        EXPECT_EQ(window.size(), size);
-    }
 }
 
 }  // namespace
