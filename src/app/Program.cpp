@@ -248,6 +248,7 @@ void Program::watchMounts(std::function<void(bool, const std::string&)> changed)
 
 void Program::watchTrashes(const std::vector<TrashLocation>& trashes) {
     std::vector<FileUrl> folders;
+    folders.reserve(trashes.size());
     for (const TrashLocation& location : trashes)
         folders.push_back(location.trashURL);
     m_trashWatcher.watch(folders);

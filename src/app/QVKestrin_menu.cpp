@@ -290,7 +290,7 @@ QString QVKestrin::statusText() const {
                     [](const TrashLocation& location) { return location.trashIsEmpty; })) {
         return m_services.texts.text("app_all_trashes_empty"_key);
     }
-    const QString volumes =
+    QString volumes =
         StringTable::filled(text("app_trashes"_key, trashes.size()), {number(trashes.size())});
     std::optional<TrashFigures> known = figuresOfRows();
     if (!known && m_services.totals) known = m_services.totals->figures();

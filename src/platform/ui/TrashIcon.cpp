@@ -130,7 +130,7 @@ QString nameForPanel(const char* name) {
 Drawing trashDrawing(bool isFull) {
     const char* own = isFull ? "kestrin-trash-full-symbolic" : "kestrin-trash-empty-symbolic";
     // Installed, the own pair is the theme's, too, and a panel can draw it in its own colour.
-    const Drawing ownDrawing{picture(own), nameForPanel(own)};
+    Drawing ownDrawing{picture(own), nameForPanel(own)};
     const std::optional<QByteArray> empty = themeDrawing("user-trash-symbolic");
     const std::optional<QByteArray> full = themeDrawing("user-trash-full-symbolic");
     if (!empty || !full || *empty == *full) return ownDrawing;
