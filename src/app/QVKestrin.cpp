@@ -190,13 +190,13 @@ void QVKestrin::askAndErase(const EraseRequest& request,
     m_startTimer =
         m_services.startTimer(kEraseDelay, [this, itemsToErase = std::move(itemsToErase)] {
             const std::unique_ptr<QObject> timer = std::move(m_startTimer);
-            proceedToErase(itemsToErase());
+            proceedToEraseWithArray(itemsToErase());
         });
 }
 
-void QVKestrin::proceedToErase(const SharedItemsToErase& items) {
+void QVKestrin::proceedToEraseWithArray(const SharedItemsToErase& items) {
     const std::shared_ptr<QVDeleteItems> engine = m_deleteItemsCntrl;
-    if (!engine || engine->proceedToErase(items)) return;
+    if (!engine || engine->proceedToEraseWithArray(items)) return;
     // Nothing was begun, and no "stopWorking" will come.
     callIfGiven(m_services.tellUser, engine->startProblem());
     m_services.center.post(Key::kStopWorking, engine.get());

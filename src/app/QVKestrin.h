@@ -190,7 +190,7 @@ class QVKestrin : public QObject {
     bool isErasing() const { return m_isAsking || m_deleteItemsCntrl; }
     void askToEmptyAll();
     void askAndErase(const EraseRequest& request, std::function<SharedItemsToErase()> itemsToErase);
-    void proceedToErase(const SharedItemsToErase& items);
+    void proceedToEraseWithArray(const SharedItemsToErase& items);
     void stopWorking(const Notification& notification);
     void smartWindowDidClose();
     void tellWhatStayed(const Notification& notification) const;

@@ -78,7 +78,7 @@ EraseResult EraseSession::erase(const EraseRequest& request, const SharedItemsTo
     waitForCount();
     if (m_wasStopped) return {.end = EraseResult::End::Declined, .wasStopped = true};
     m_isErasing = true;
-    if (!m_engine->proceedToErase(items)) {
+    if (!m_engine->proceedToEraseWithArray(items)) {
         return {.end = EraseResult::End::NotStarted, .startProblem = m_engine->startProblem()};
     }
     waitUntil([this] { return m_hasEnded; });

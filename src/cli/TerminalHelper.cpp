@@ -40,10 +40,12 @@ class QuietDelegate final : public HelperDelegate {
         m_terminal.holdStatus(false);
         m_delegate.setIsWorking(working);
     }
-    void writeLogEntry(const std::string& path, std::uint64_t itemSize) override {
-        m_delegate.writeLogEntry(path, itemSize);
+    void writeLogEntryWithPath(const std::string& path, std::uint64_t itemSize) override {
+        m_delegate.writeLogEntryWithPath(path, itemSize);
     }
-    void showError(const HostError& error) override { m_delegate.showError(error); }
+    void showErrorWithError(const HostError& error) override {
+        m_delegate.showErrorWithError(error);
+    }
     bool isStoppedByUser() const override { return m_delegate.isStoppedByUser(); }
 
  private:
@@ -56,8 +58,8 @@ class TerminalClient final : public HelperClient {
  public:
     TerminalClient(HelperLibrary& library, HelperDelegate& delegate, Terminal& terminal)
         : m_delegate(delegate, terminal), m_client(library.makeClient(m_delegate)) {}
-    void authorizedErase(const HelperRequest& request) override {
-        m_client->authorizedErase(request);
+    void authorizedEraseWithDictionary(const HelperRequest& request) override {
+        m_client->authorizedEraseWithDictionary(request);
     }
     void stoppedByUser() override { m_client->stoppedByUser(); }
 

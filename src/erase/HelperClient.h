@@ -27,23 +27,23 @@ struct HelperRequest {
 
 /// Hears what the helper does. Called on any thread.
 class HelperDelegate {
-   public:
+ public:
     virtual ~HelperDelegate() = default;
     virtual void setTotItemsDeleted(std::uint64_t count) = 0;
     virtual void setTotSizeDeleted(std::uint64_t bytes) = 0;
     virtual void setNotErasedCount(std::uint64_t count) = 0;
     virtual void setIsWorking(bool working) = 0;
-    virtual void writeLogEntry(const std::string& path, std::uint64_t itemSize) = 0;
-    virtual void showError(const HostError& error) = 0;
+    virtual void writeLogEntryWithPath(const std::string& path, std::uint64_t itemSize) = 0;
+    virtual void showErrorWithError(const HostError& error) = 0;
     virtual bool isStoppedByUser() const = 0;
 };
 
 /// One run of the helper. Main thread.
 class HelperClient {
-   public:
+ public:
     virtual ~HelperClient() = default;
     /// Hands over the work and returns; the end comes through setNotErasedCount and setIsWorking.
-    virtual void authorizedErase(const HelperRequest& request) = 0;
+    virtual void authorizedEraseWithDictionary(const HelperRequest& request) = 0;
     virtual void stoppedByUser() = 0;
 };
 

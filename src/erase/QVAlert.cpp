@@ -96,7 +96,7 @@ int QVAlert::showAlertWithTrashInfo(const TrashInfo& trashInfo, WindowHandle win
         m_line->originalSizeInfoStr = trashInfo.calculatedStr;
         m_line->volumeName = trashInfo.volumeName;
     }
-    showSizeInfoString(trashInfo.size, trashInfo.count);
+    showSizeInfoStringWithSize(trashInfo.size, trashInfo.count);
     m_answer->choice = 0;
     if (window)
         beginSheet(model(trashInfo), window);
@@ -141,7 +141,7 @@ void QVAlert::beginSheet(const AlertModel& model, WindowHandle window) {
     });
 }
 
-void QVAlert::showSizeInfoString(std::uint64_t size, std::uint64_t count) {
+void QVAlert::showSizeInfoStringWithSize(std::uint64_t size, std::uint64_t count) {
     {
         const std::scoped_lock guard(m_line->lock);
         m_line->totCount += count;

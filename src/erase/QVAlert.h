@@ -45,7 +45,7 @@ class QVAlert {
 
     /// Adds figures and rewrites the size line: the gathering text while the items are 0. With
     /// exactly one item the key of the line gets "_single" joined, for good.
-    void showSizeInfoString(std::uint64_t size, std::uint64_t count);
+    void showSizeInfoStringWithSize(std::uint64_t size, std::uint64_t count);
 
     /// Waits for the answer and returns it; kAlertSecondButton when the panel goes without one.
     /// Never on the main thread. Requires: showAlertWithTrashInfo was called.

@@ -113,12 +113,12 @@ class QVDeleteItems::HelperLink final : public HelperDelegate {
             if (!working) engine.workIsOver();
         });
     }
-    void writeLogEntry(const std::string& path, std::uint64_t itemSize) override {
+    void writeLogEntryWithPath(const std::string& path, std::uint64_t itemSize) override {
         with([&](QVDeleteItems& engine) {
             if (engine.m_state->log) engine.m_state->log->writeEntryWithPath(path, itemSize);
         });
     }
-    void showError(const HostError& error) override {
+    void showErrorWithError(const HostError& error) override {
         with([&](QVDeleteItems& engine) {
             engine.m_state->services.presenter.showError(error.localizedDescription());
         });
@@ -206,7 +206,7 @@ void QVDeleteItems::updateCountAndSizeToDelete(const Notification& notification)
         handler = std::exchange(m_state->countHandler, nullptr);
     }
     m_state->changed.notify_all();
-    if (alert) alert->showSizeInfoString(size, count);
+    if (alert) alert->showSizeInfoStringWithSize(size, count);
     if (handler) MainThread::post(std::move(handler));
 }
 
@@ -322,7 +322,7 @@ void QVDeleteItems::cleanMemoryWithResponse(int response) {
 
 // --- Start ---
 
-bool QVDeleteItems::proceedToErase(SharedItemsToErase items) {
+bool QVDeleteItems::proceedToEraseWithArray(SharedItemsToErase items) {
     if (m_state->wasStopped) {
         stopObservingCount();
         sendPartialStopWorking();
@@ -540,7 +540,7 @@ bool QVDeleteItems::startHelper() {
             request.notTrashedBecauseFolderNotEmpty = m_state->notErased;
         }
     }
-    m_state->rootAccess->authorizedErase(request);
+    m_state->rootAccess->authorizedEraseWithDictionary(request);
     return true;
 }
 

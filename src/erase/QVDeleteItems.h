@@ -94,8 +94,9 @@ struct EraseServices {
 /// background work. Everything not marked otherwise is called on the main thread.
 ///
 /// Sequence: askToContinue; when it answers true (smart erase: when "waitForResponse" says
-/// "canContinue"), proceedToErase; the end is "stopWorking", posted once, on the main thread. It
-/// carries the figures unless the confirmation was declined or nothing at all was erased.
+/// "canContinue"), proceedToEraseWithArray; the end is "stopWorking", posted once, on the main
+/// thread. It carries the figures unless the confirmation was declined or nothing at all was
+/// erased.
 class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
  public:
     static std::shared_ptr<QVDeleteItems> create(EraseServices services);
@@ -116,7 +117,7 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     /// False: the log could not be opened or progress could not be shown; nothing was begun,
     /// nothing will be posted, `startProblem` says why. After a Stop nothing is begun either, but
     /// the end is posted at once.
-    bool proceedToErase(SharedItemsToErase items = nullptr);
+    bool proceedToEraseWithArray(SharedItemsToErase items = nullptr);
 
     /// Presses Stop: the erase ends at its next entry, and one that has not begun ends as soon as
     /// it is to begin. An open confirmation stays open. Thread: any.
@@ -132,8 +133,8 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     SharedItemsToErase itemsToErase() const;
     /// Every entry that stayed, with its reason. An entry that was never begun is not among them.
     std::vector<StayedEntry> stayedEntries() const;
-    /// Why proceedToErase answered false, or that the log could not be written to its end; one
-    /// sentence that names the file, else empty.
+    /// Why proceedToEraseWithArray answered false, or that the log could not be written to its end;
+    /// one sentence that names the file, else empty.
     QString startProblem() const;
     QString logProblem() const;
 

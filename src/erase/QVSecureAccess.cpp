@@ -196,7 +196,7 @@ void QVSecureAccess::later(std::function<void()> call) {
 
 // --- Commands ---
 
-void QVSecureAccess::authorizedErase(const HelperRequest& request) {
+void QVSecureAccess::authorizedEraseWithDictionary(const HelperRequest& request) {
     requireMainThread();
     m_run = std::make_unique<Run>(std::make_shared<const HelperRequest>(request),
                                   m_services.maximumList);
@@ -262,7 +262,7 @@ void QVSecureAccess::itemsErased(const ErasedItems& items) {
         if (item.count != 0) m_delegate->setTotItemsDeleted(m_run->erasedCount = item.count);
         if (item.totalSize != 0) m_delegate->setTotSizeDeleted(m_run->erasedSize = item.totalSize);
         const std::string encoded = item.itemPath.toStdString();
-        m_delegate->writeLogEntry(percentDecode(encoded).value_or(encoded), item.itemSize);
+        m_delegate->writeLogEntryWithPath(percentDecode(encoded).value_or(encoded), item.itemSize);
     }
 }
 
@@ -282,7 +282,7 @@ void QVSecureAccess::endRun(std::uint64_t nonErasedCount, MaybeError error) {
     HelperDelegate& delegate = *m_delegate;
     delegate.setNotErasedCount(nonErasedCount);
     delegate.setIsWorking(false);
-    if (error) delegate.showError(*error);
+    if (error) delegate.showErrorWithError(*error);
 }
 
 /// Of the items handed over. When their volume does not answer they all count.

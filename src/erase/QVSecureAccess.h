@@ -75,7 +75,7 @@ class QVSecureAccess final : public HelperClient {
     /// As described in HelperClient. Whatever happens to the helper or the bus, the end comes: the
     /// items that are still there count as not erased, and the delegate shows the error. Requires:
     /// a delegate, and no other work under way.
-    void authorizedErase(const HelperRequest& request) override;
+    void authorizedEraseWithDictionary(const HelperRequest& request) override;
     /// The helper stops at its next entry, and what is left of the work is not begun. A helper that
     /// does not answer within 5 s is left to itself: the end comes as with one that died.
     void stoppedByUser() override;

@@ -52,17 +52,17 @@ TEST_F(QVAlertTest, TellsTheFiguresOfADiskAndExactlyOneItemChoosesTheSingleTextF
     QVAlert single(alerts.factory(), texts, numbers);
     single.showAlertWithTrashInfo(oneDisk(7, 1), nullptr);
     EXPECT_EQ(single.sizeInfoStr(), diskLine("single_disk_single", "1", 7));
-    single.showSizeInfoString(2, 0);
+    single.showSizeInfoStringWithSize(2, 0);
     EXPECT_EQ(single.sizeInfoStr(), diskLine("single_disk_single", "1", 9));
-    single.showSizeInfoString(1, 1);
+    single.showSizeInfoStringWithSize(1, 1);
     EXPECT_EQ(single.sizeInfoStr(), diskLine("single_disk_single", "2", 10));
 }
 
 TEST_F(QVAlertTest, FiguresArriveWhileTheAlertIsOpen) {
     std::jthread counter;
     alerts.addAnswer(kAlertFirstButton, false, [&] {
-        alert->showSizeInfoString(0, 0);  // figures of nothing
-        counter = std::jthread([&] { alert->showSizeInfoString(3000, 5); });
+        alert->showSizeInfoStringWithSize(0, 0);  // figures of nothing
+        counter = std::jthread([&] { alert->showSizeInfoStringWithSize(3000, 5); });
         EXPECT_TRUE(test::waitFor([&] { return alerts.sizeLines.size() == 3; }));
     });
     EXPECT_EQ(alert->showAlertWithTrashInfo(allDisks(), nullptr), kAlertFirstButton);
@@ -87,7 +87,7 @@ TEST_F(QVAlertTest, ASheetIsAnsweredToWhoeverWaits) {
     EXPECT_EQ(answer, kAlertFirstButton);
     EXPECT_EQ(alerts.models.at(0).buttons[0], texts.text("erase_checked_button"));
     std::jthread([&] {  // lets it go with figures under way
-        alert->showSizeInfoString(1, 1);
+        alert->showSizeInfoStringWithSize(1, 1);
         alert.reset();
     })
         .join();

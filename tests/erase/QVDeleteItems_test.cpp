@@ -55,7 +55,7 @@ class QVDeleteItemsTest : public ::testing::Test {
     bool run(const EraseRequest& request, const SharedItemsToErase& items = nullptr) {
         ends.clear();
         engine = QVDeleteItems::create(services);
-        return engine->askToContinue(request) && engine->proceedToErase(items) &&
+        return engine->askToContinue(request) && engine->proceedToEraseWithArray(items) &&
                waitFor([this] { return !ends.empty(); });
     }
 
@@ -147,12 +147,12 @@ TEST_F(QVDeleteItemsTest, DeclinedOrStoppedBeforeTheFirstEntryItKeepsThemAll) {
 
     alerts.addAnswer(kAlertFirstButton, false, [this] { engine->stop(); });
     ASSERT_TRUE(ask()) << "during the confirmation";
-    ASSERT_TRUE(engine->proceedToErase());
+    ASSERT_TRUE(engine->proceedToEraseWithArray());
     EXPECT_EQ(ends.size(), 2u);
 
     ASSERT_TRUE(ask());
     std::jthread([this] { engine->stop(); }).join();
-    ASSERT_TRUE(engine->proceedToErase()) << "stopped by another thread, before the start";
+    ASSERT_TRUE(engine->proceedToEraseWithArray()) << "stopped by another thread, before the start";
     EXPECT_EQ(ends.size(), 3u);
     for (const UserInfo& end : ends)
         EXPECT_TRUE(end.isEmpty());
@@ -160,7 +160,7 @@ TEST_F(QVDeleteItemsTest, DeclinedOrStoppedBeforeTheFirstEntryItKeepsThemAll) {
     EXPECT_FALSE(exists(logs));
 
     ASSERT_TRUE(ask());
-    ASSERT_TRUE(engine->proceedToErase());
+    ASSERT_TRUE(engine->proceedToEraseWithArray());
     engine->stop();
     EXPECT_TRUE(engine->isStoppedByUser()) << "at once, also when the event loop is over";
     EXPECT_TRUE(waitFor([this] { return ends.size() == 4; }));
@@ -171,7 +171,7 @@ TEST_F(QVDeleteItemsTest, ALogThatCannotBeOpenedEndsTheRequestBeforeAnythingGoes
     writeFile(logs, "a file where the folder should be");
     engine = QVDeleteItems::create(services);
     ASSERT_TRUE(engine->askToContinue(allDisks()));
-    EXPECT_FALSE(engine->proceedToErase());
+    EXPECT_FALSE(engine->proceedToEraseWithArray());
     EXPECT_THAT(engine->startProblem().toStdString(), HasSubstr("Kestrin 3"));
     EXPECT_EQ(alerts.models.back().title, texts.text("open_log_file_error"_key));
     EXPECT_TRUE(exists(trash + "/one"));

@@ -18,10 +18,10 @@ class RecordingDelegate final : public HelperDelegate {
     void setTotSizeDeleted(std::uint64_t bytes) override { sizes.push_back(bytes); }
     void setNotErasedCount(std::uint64_t count) override { notErased.push_back(count); }
     void setIsWorking(bool working) override { ends += working ? 0 : 1; }
-    void writeLogEntry(const std::string& path, std::uint64_t itemSize) override {
+    void writeLogEntryWithPath(const std::string& path, std::uint64_t itemSize) override {
         log.push_back(std::to_string(itemSize) + " " + path);
     }
-    void showError(const HostError& error) override {
+    void showErrorWithError(const HostError& error) override {
         errors.push_back(QString::fromStdString(error.localizedDescription()));
     }
     bool isStoppedByUser() const override { return isStopped; }
@@ -65,7 +65,7 @@ class QVSecureAccessTest : public SecureAccessTest {
     void begin(const HelperRequest& work) {
         delegate = {};
         helper->commands.clear();
-        access->authorizedErase(work);
+        access->authorizedEraseWithDictionary(work);
         ASSERT_TRUE(waitFor([&] { return !helper->commands.empty(); }));
         wait();
     }
@@ -169,7 +169,7 @@ TEST_F(QVSecureAccessTest, StopReachesTheHelperAndNothingMoreBegins) {
 
     delegate = {};
     delegate.isStopped = true;
-    access->authorizedErase(request());
+    access->authorizedEraseWithDictionary(request());
     ASSERT_TRUE(waitForEnd());
     EXPECT_EQ(helper->commands.size(), 1u) << "who has stopped is not asked for a password";
 }
