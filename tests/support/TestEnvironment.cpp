@@ -27,6 +27,15 @@
 
 namespace fs = std::filesystem;
 
+#ifdef __SANITIZE_THREAD__
+// Qt DBus and xcb hand over between their threads and ours by means that the sanitizer cannot see
+// in libraries that are not built for it.
+extern "C" const char* __tsan_default_options();
+extern "C" const char* __tsan_default_options() {
+    return "ignore_noninstrumented_modules=1:die_after_fork=0:report_thread_leaks=0";
+}
+#endif
+
 namespace kestrin::test {
 namespace {
 
@@ -77,9 +86,9 @@ TestEnvironment::TestEnvironment() : m_owner(getpid()) {
     setenv("HOME", m_home.c_str(), 1);
     setenv("LC_ALL", "C.UTF-8", 1);
     setenv("LANGUAGE", "en", 1);
-    for (const char* name : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME",
-                             "XDG_RUNTIME_DIR", "DBUS_SESSION_BUS_ADDRESS", "DISPLAY",
-                             "WAYLAND_DISPLAY", "XDG_CURRENT_DESKTOP"}) {
+    for (const char* name :
+         {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR",
+          "DBUS_SESSION_BUS_ADDRESS", "DISPLAY", "WAYLAND_DISPLAY", "XDG_CURRENT_DESKTOP"}) {
         unsetenv(name);
     }
     setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
@@ -88,23 +97,31 @@ TestEnvironment::TestEnvironment() : m_owner(getpid()) {
 TestEnvironment::~TestEnvironment() {
     if (getpid() != m_owner) return;
     removeScratch(m_home);
-    // The leak checker attaches to its own process at exit, which the kernel refuses to a process of
-    // mixed users.
+    // The leak checker attaches to its own process at exit, which the kernel refuses to a process
+    // of mixed users.
     if (g_canBeRoot && seteuid(0) == 0 && setresgid(0, 0, 0) == 0 && setresuid(0, 0, 0) == 0) {
         prctl(PR_SET_DUMPABLE, 1);
     }
 }
 
-bool canBeRoot() { return g_canBeRoot; }
-bool canMount() { return g_canMount; }
+bool canBeRoot() {
+    return g_canBeRoot;
+}
+bool canMount() {
+    return g_canMount;
+}
 
-AsRoot::AsRoot() { require(seteuid(0) == 0 && setegid(0) == 0, "becoming root"); }
+AsRoot::AsRoot() {
+    require(seteuid(0) == 0 && setegid(0) == 0, "becoming root");
+}
 AsRoot::~AsRoot() {
     if (setegid(kTestUser) != 0 || seteuid(kTestUser) != 0) std::abort();
 }
 
 ScratchFolder::ScratchFolder() : m_path(makeScratch()) {}
-ScratchFolder::~ScratchFolder() { removeScratch(m_path); }
+ScratchFolder::~ScratchFolder() {
+    removeScratch(m_path);
+}
 
 std::string ScratchFolder::operator/(std::string_view name) const {
     return m_path + "/" + std::string(name);
@@ -126,7 +143,9 @@ bool exists(const std::string& path) {
     return lstat(path.c_str(), &status) == 0;
 }
 
-void makeFolder(const std::string& path) { fs::create_directories(path); }
+void makeFolder(const std::string& path) {
+    fs::create_directories(path);
+}
 
 bool makeImmutable(const std::string& path, bool immutable) {
     const AsRoot root;
@@ -155,7 +174,8 @@ int runAsRoot(const std::string& shellCommand) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-TestVolume::TestVolume(Kind kind, std::string mountPoint, std::string_view label, unsigned megabytes)
+TestVolume::TestVolume(Kind kind, std::string mountPoint, std::string_view label,
+                       unsigned megabytes)
     : m_mountPoint(std::move(mountPoint)) {
     const std::string point = "'" + m_mountPoint + "'";
     std::string command = "mkdir -p " + point + " && ";
@@ -178,14 +198,15 @@ TestVolume::~TestVolume() {
 }
 
 std::string listing(const std::string& root) {
-    const std::string script =
-        "cd '" + root + "' && find . -printf '%p %y %m %U %s %T@ %l\\n' | LC_ALL=C sort; "
-        "find . -type f -exec sha256sum {} + 2>/dev/null | LC_ALL=C sort";
+    const std::string script = "cd '" + root +
+                               "' && find . -printf '%p %y %m %U %s %T@ %l\\n' | LC_ALL=C sort; "
+                               "find . -type f -exec sha256sum {} + 2>/dev/null | LC_ALL=C sort";
     std::string text;
     FILE* pipe = popen(script.c_str(), "r");
     require(pipe != nullptr, "popen");
     char buffer[4096];
-    while (const size_t length = fread(buffer, 1, sizeof buffer, pipe)) text.append(buffer, length);
+    while (const size_t length = fread(buffer, 1, sizeof buffer, pipe))
+        text.append(buffer, length);
     pclose(pipe);
     return text;
 }

@@ -9,15 +9,6 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 
-#ifdef __SANITIZE_THREAD__
-// Qt DBus hands over between its thread and ours by means that the sanitizer cannot see in a
-// library that is not built for it.
-extern "C" const char* __tsan_default_options();
-extern "C" const char* __tsan_default_options() {
-    return "ignore_noninstrumented_modules=1:die_after_fork=0:report_thread_leaks=0";
-}
-#endif
-
 namespace kestrin::test {
 
 namespace {
