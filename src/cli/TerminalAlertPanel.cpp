@@ -88,8 +88,8 @@ void TerminalAlertPanel::prompt() {
     if (!m_console.terminal().hasEndedQuestions()) showSizeLine();
     m_console.terminal().ask(
         m_console.text("cli_confirm_prompt"_key),
-        [this, answered = std::exchange(m_answered, nullptr)](
-            const std::optional<std::string>& line) {
+        [this,
+         answered = std::exchange(m_answered, nullptr)](const std::optional<std::string>& line) {
             m_isPrompting = false;
             answered(line && isYes(*line) ? kAlertFirstButton : kAlertSecondButton);
         });

@@ -13,7 +13,7 @@ namespace kestrin {
 
 /// The progress bar or its like.
 class ProgressSpinner {
-   public:
+ public:
     virtual ~ProgressSpinner() = default;
     virtual void startIndeterminateAnimation() = 0;
     virtual void startDeterminateAnimation() = 0;
@@ -23,7 +23,7 @@ class ProgressSpinner {
 };
 
 class ProgressView {
-   public:
+ public:
     virtual ~ProgressView() = default;
 
     virtual ProgressSpinner& spinner() = 0;
@@ -44,8 +44,8 @@ class ProgressView {
     virtual void close() = 0;
 };
 
-/// Makes the view; `stop` is what its Stop button calls, on the main thread. nullptr when it cannot be
-/// made.
+/// Makes the view; `stop` is what its Stop button calls, on the main thread. nullptr when it cannot
+/// be made.
 using ProgressViewFactory =
     std::function<std::unique_ptr<ProgressView>(std::function<void()> stop)>;
 

@@ -30,9 +30,9 @@ class QVInterfaceUtilities {
 
     /// The width and height that `text` needs on one line in `font`, in points.
     QSizeF sizeOfString(const QString& text, const QFont& font) const;
-    /// `text` in a colour, an alignment with a truncation mode, and a font of `size` points: the one
-    /// named `fontName`, or where that is empty the desktop's own, in bold when `bold`. A named font
-    /// is taken as it is, whatever `bold` says. A null text gives an empty styled text.
+    /// `text` in a colour, an alignment with a truncation mode, and a font of `size` points: the
+    /// one named `fontName`, or where that is empty the desktop's own, in bold when `bold`. A named
+    /// font is taken as it is, whatever `bold` says. A null text gives an empty styled text.
     AttributedString attributedStringWithString(const QString& text, const QString& fontName,
                                                 double size, const QColor& textColor, bool bold,
                                                 const ParagraphStyle& style) const;

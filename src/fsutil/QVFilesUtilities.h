@@ -263,8 +263,8 @@ class QVFilesUtilities {
     std::optional<FileUrl> startupTrashURL() const;
     /// Requires: one thread at a time (it keeps the list of volumes whose trash could not be had).
     std::vector<TrashLocation> trashesAndVolumesLocations();
-    /// What the latest listing could not show: volumes that did not answer, and those whose trash is
-    /// there and cannot be used. A volume on which the user can have no trash is not among them.
+    /// What the latest listing could not show: volumes that did not answer, and those whose trash
+    /// is there and cannot be used. A volume on which the user can have no trash is not among them.
     std::vector<TrashFailure> trashFailures() const;
     bool trashAtURLIsEmpty(const FileUrl& trash) const;
     bool isAnEmptyFolder(const FileUrl& folder) const;

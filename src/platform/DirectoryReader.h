@@ -14,12 +14,13 @@ namespace kestrin {
 enum class EntryType : std::uint8_t { Unknown, Directory, RegularFile, SymbolicLink, Other };
 
 struct DirectoryEntry {
-    std::string name;  ///< exact bytes; never "." or ".."
+    std::string name;                     ///< exact bytes; never "." or ".."
     EntryType type = EntryType::Unknown;  ///< Unknown on file systems that do not tell
 };
 
 /// The entries of `folder`. The folder itself is opened without following a link at its last
-/// component. Errors: errorFromErrno with Read; a folder that cannot be listed is an error, not empty.
+/// component. Errors: errorFromErrno with Read; a folder that cannot be listed is an error, not
+/// empty.
 Result<std::vector<DirectoryEntry>> readDirectory(const FileUrl& folder);
 
 }  // namespace kestrin

@@ -11,7 +11,7 @@ namespace kestrin {
 
 /// Calls back 60 times a second on a thread of its own, until the callback answers false.
 class DisplayTick {
-   public:
+ public:
     /// Starts at once. Errors: no thread to be had (kPOSIXErrorDomain).
     static Result<std::unique_ptr<DisplayTick>> start(std::function<bool()> callback);
 
@@ -20,7 +20,7 @@ class DisplayTick {
     DisplayTick(const DisplayTick&) = delete;
     DisplayTick& operator=(const DisplayTick&) = delete;
 
-   private:
+ private:
     DisplayTick() = default;
     struct State;
     std::shared_ptr<State> m_state;

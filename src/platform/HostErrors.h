@@ -11,8 +11,8 @@ enum class HostAccess {
     Write,  ///< the call changed or removed something
 };
 
-/// The error for `systemError`: EACCES and EPERM give kFileErrorDomain with kFileWriteNoPermission or
-/// kFileReadNoPermission, EBUSY gives kOSStatusErrorDomain with kFileBusy, anything else
+/// The error for `systemError`: EACCES and EPERM give kFileErrorDomain with kFileWriteNoPermission
+/// or kFileReadNoPermission, EBUSY gives kOSStatusErrorDomain with kFileBusy, anything else
 /// kPOSIXErrorDomain with the errno itself. `systemError` is kept and "errorString" holds the
 /// system's text, in UTF-8.
 HostError errorFromErrno(int systemError, HostAccess access);

@@ -15,13 +15,13 @@ struct ItemAttributes {
     std::uint32_t mode = 0;  ///< type and permission bits, as in stat(2)
     std::uint32_t userId = 0;
     std::uint32_t groupId = 0;
-    std::uint64_t size = 0;        ///< bytes of a file or of a link's text; 0 for anything else
+    std::uint64_t size = 0;  ///< bytes of a file or of a link's text; 0 for anything else
     std::uint64_t deviceId = 0;
     std::uint64_t inode = 0;
-    double dateModified = 0;       ///< seconds since 1 January 2001 00:00 UTC
+    double dateModified = 0;            ///< seconds since 1 January 2001 00:00 UTC
     std::optional<double> dateCreated;  ///< the same; none where the file system keeps none
-    bool isImmutable = false;      ///< the immutable inode attribute (chattr +i)
-    bool isMountRoot = false;      ///< something is mounted here
+    bool isImmutable = false;           ///< the immutable inode attribute (chattr +i)
+    bool isMountRoot = false;           ///< something is mounted here
 
     bool isDirectory() const;
     bool isRegularFile() const;
@@ -35,8 +35,8 @@ Result<ItemAttributes> itemAttributes(const FileUrl& item);
 /// cannot be looked at is not gone.
 bool isGone(const FileUrl& item);
 
-/// Sets or clears the immutable attribute of a file or folder, on a descriptor that is opened without
-/// following links. Needs CAP_LINUX_IMMUTABLE: for ordinary users this fails with
+/// Sets or clears the immutable attribute of a file or folder, on a descriptor that is opened
+/// without following links. Needs CAP_LINUX_IMMUTABLE: for ordinary users this fails with
 /// kFileWriteNoPermission. See ioctl_iflags(2).
 MaybeError setImmutable(const FileUrl& item, bool immutable);
 
@@ -49,8 +49,8 @@ Result<std::string> symbolicLinkDestination(const FileUrl& link);
 /// An extended attribute's bytes, read without following links; none when absent or unreadable.
 std::optional<std::string> extendedAttribute(const FileUrl& item, const char* name);
 
-/// True when the item's name is listed in the `.hidden` file of its folder (one name a line). Inside
-/// a trash folder the list is not looked at, so that trashed data decides nothing.
+/// True when the item's name is listed in the `.hidden` file of its folder (one name a line).
+/// Inside a trash folder the list is not looked at, so that trashed data decides nothing.
 bool isListedAsHidden(const FileUrl& item);
 
 }  // namespace kestrin

@@ -35,8 +35,9 @@ std::vector<MountEntry> parseMountInfo(std::string_view text);
 /// The kernel's table of this moment; empty when /proc is not there.
 std::vector<MountEntry> currentMounts();
 
-/// The mount that `path` lies on: of those whose mount point is the path or above it, the visible one
-/// that is deepest. nullptr in an empty table. Asks no disk, so links in `path` are not resolved.
+/// The mount that `path` lies on: of those whose mount point is the path or above it, the visible
+/// one that is deepest. nullptr in an empty table. Asks no disk, so links in `path` are not
+/// resolved.
 const MountEntry* mountOfPath(const std::vector<MountEntry>& mounts, std::string_view path);
 
 /// What decides about visibility besides the table itself.
@@ -48,8 +49,9 @@ struct VolumeVisibility {
 
 /// The mounts that users see as volumes, in the order of the table: "/", the volume of the home
 /// folder and that of the home trash always; else real, network and FUSE file systems outside the
-/// system's own paths, whose path has no component that begins with a full stop. Of mounts that show
-/// the same folder of the same device the first only; a mount hidden by another one not at all.
+/// system's own paths, whose path has no component that begins with a full stop. Of mounts that
+/// show the same folder of the same device the first only; a mount hidden by another one not at
+/// all.
 std::vector<MountEntry> visibleVolumes(const std::vector<MountEntry>& mounts,
                                        const VolumeVisibility& visibility);
 
@@ -58,7 +60,7 @@ std::vector<std::string> mountPointsMarkedHidden();
 
 /// Tells of volumes that come and go. Lives on the main thread and needs its event loop.
 class MountWatcher {
-   public:
+ public:
     struct Change {
         bool wasAdded = false;
         std::string mountPoint;
@@ -70,7 +72,7 @@ class MountWatcher {
     MountWatcher(const MountWatcher&) = delete;
     MountWatcher& operator=(const MountWatcher&) = delete;
 
-   private:
+ private:
     struct State;
     std::unique_ptr<State> m_state;
 };

@@ -14,8 +14,8 @@ std::string homeFolder();
 std::string dataHomeFolder();
 
 enum class Place {
-    Logs,             ///< root of the erase logs: $XDG_STATE_HOME/Kestrin 3, else ~/.local/state/…
-    HelperTool,       ///< /usr/libexec/com.quorvane.Kestrin3Helper
+    Logs,        ///< root of the erase logs: $XDG_STATE_HOME/Kestrin 3, else ~/.local/state/…
+    HelperTool,  ///< /usr/libexec/com.quorvane.Kestrin3Helper
     PreferencesFile,  ///< $XDG_CONFIG_HOME/com.quorvane.kestrin-3.conf, else ~/.config/…
 };
 FileUrl location(Place place);
@@ -26,6 +26,8 @@ FileUrl location(Place place);
 FileUrl ownHelperTool();
 
 /// True when the program's full access to files needs no consent of the system: always on Linux.
-constexpr bool hasFullDiskAccess() { return true; }
+constexpr bool hasFullDiskAccess() {
+    return true;
+}
 
 }  // namespace kestrin

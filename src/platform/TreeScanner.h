@@ -22,13 +22,13 @@ struct ScannedEntry {
 };
 
 /// The entries of `folder` in the order the file system lists them, each with the sizes and the
-/// number of the entries below it. Sizes are st_size of files and links; folders, FIFOs, sockets and
-/// devices have none. Links are not followed; a folder where something is mounted counts as an entry
-/// and is not entered. What cannot be read is passed over and adds nothing.
-/// Memory: the first level and the folders still to be read; nothing for the entries below.
-/// Thread: any; uses workers of its own and returns when they are done. When `stop` is requested it
-/// returns early with the sums gathered so far.
-/// Errors: `folder` itself cannot be opened or listed (errorFromErrno with Read).
+/// number of the entries below it. Sizes are st_size of files and links; folders, FIFOs, sockets
+/// and devices have none. Links are not followed; a folder where something is mounted counts as an
+/// entry and is not entered. What cannot be read is passed over and adds nothing. Memory: the first
+/// level and the folders still to be read; nothing for the entries below. Thread: any; uses workers
+/// of its own and returns when they are done. When `stop` is requested it returns early with the
+/// sums gathered so far. Errors: `folder` itself cannot be opened or listed (errorFromErrno with
+/// Read).
 Result<std::vector<ScannedEntry>> scanTree(const FileUrl& folder, std::stop_token stop = {});
 
 }  // namespace kestrin

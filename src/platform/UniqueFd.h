@@ -10,7 +10,7 @@ namespace kestrin {
 
 /// Closes its descriptor when it goes. Movable, not copyable; -1 means none.
 class UniqueFd {
-   public:
+ public:
     UniqueFd() = default;
     explicit UniqueFd(int fd) : m_fd(fd) {}
     UniqueFd(UniqueFd&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
@@ -28,7 +28,7 @@ class UniqueFd {
         m_fd = fd;
     }
 
-   private:
+ private:
     int m_fd = -1;
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Questions to the host about volumes. A volume is named by its mount point. Every question that goes
-// to a volume can hang with it (a network share, a FUSE file system); use `answerWithin`.
+// Questions to the host about volumes. A volume is named by its mount point. Every question that
+// goes to a volume can hang with it (a network share, a FUSE file system); use `answerWithin`.
 #pragma once
 
 #include <chrono>
@@ -18,8 +18,8 @@ namespace kestrin {
 /// The mounted volumes that users see, in the order of the mount table. Asks the table only.
 std::vector<FileUrl> mountedVolumes();
 
-/// The volume that `item` lies on, by the mount table and the item's real path; none for an item that
-/// does not exist.
+/// The volume that `item` lies on, by the mount table and the item's real path; none for an item
+/// that does not exist.
 std::optional<FileUrl> volumeOfItem(const FileUrl& item);
 
 /// True when something is mounted at the location; false when it is a link.
@@ -31,13 +31,13 @@ std::optional<bool> isVolumeReadOnly(const FileUrl& item);
 struct VolumeCapacity {
     std::uint64_t totalBytes = 0;
     std::uint64_t availableBytes = 0;  ///< to the user
-    std::uint64_t itemCount = 0;       ///< inodes in use; 0 where the file system does not count them
+    std::uint64_t itemCount = 0;  ///< inodes in use; 0 where the file system does not count them
 };
 /// statvfs(3) of the item's volume; none on failure.
 std::optional<VolumeCapacity> volumeCapacity(const FileUrl& item);
 
-/// The label of the file system mounted at `mountPoint`: the kernel's answer (FS_IOC_GETFSLABEL), else
-/// that of /dev/disk/by-label; none when it has none.
+/// The label of the file system mounted at `mountPoint`: the kernel's answer (FS_IOC_GETFSLABEL),
+/// else that of /dev/disk/by-label; none when it has none.
 std::optional<std::string> volumeLabel(const FileUrl& mountPoint);
 /// The UUID from /dev/disk/by-uuid; none when unknown.
 std::optional<std::string> volumeUUID(const FileUrl& item);

@@ -11,18 +11,18 @@
 
 namespace kestrin::test {
 
-/// Made once by main(), before any thread. HOME and the XDG folders point into a scratch folder; the
-/// session and system bus addresses and the display are taken away. As root: a private mount
+/// Made once by main(), before any thread. HOME and the XDG folders point into a scratch folder;
+/// the session and system bus addresses and the display are taken away. As root: a private mount
 /// namespace, then the rights of the unprivileged user `kTestUser` (its root rights are kept aside
 /// for AsRoot).
 class TestEnvironment {
-   public:
+ public:
     TestEnvironment();
     ~TestEnvironment();
     TestEnvironment(const TestEnvironment&) = delete;
     TestEnvironment& operator=(const TestEnvironment&) = delete;
 
-   private:
+ private:
     std::string m_home;
     pid_t m_owner;
 };
@@ -36,7 +36,7 @@ bool canMount();
 
 /// Root's rights for all threads while it lives. Requires: canBeRoot().
 class AsRoot {
-   public:
+ public:
     AsRoot();
     ~AsRoot();
     AsRoot(const AsRoot&) = delete;
@@ -46,7 +46,7 @@ class AsRoot {
 /// A new folder of the test user, removed with all it holds at the end, also what is immutable or
 /// mounted.
 class ScratchFolder {
-   public:
+ public:
     ScratchFolder();
     ~ScratchFolder();
     ScratchFolder(const ScratchFolder&) = delete;
@@ -56,14 +56,14 @@ class ScratchFolder {
     /// The path of `name` in the folder.
     std::string operator/(std::string_view name) const;
 
-   private:
+ private:
     std::string m_path;
 };
 
 /// Writes a file; folders on the way are made.
 void writeFile(const std::string& path, std::string_view content = "x");
 std::string readFile(const std::string& path);
-bool exists(const std::string& path);  ///< of the entry itself, a dangling link too
+bool exists(const std::string& path);      ///< of the entry itself, a dangling link too
 void makeFolder(const std::string& path);  ///< with all on the way
 
 /// Sets or clears the immutable attribute, as root; false where the file system has none.
@@ -75,7 +75,7 @@ int runAsRoot(const std::string& shellCommand);
 /// A file system of its own on `mountPoint` (made when absent) for as long as it lives, whose root
 /// folder belongs to the test user. Requires: canMount().
 class TestVolume {
-   public:
+ public:
     enum class Kind { Ext4, Tmpfs };
     TestVolume(Kind kind, std::string mountPoint, std::string_view label = "TestDisk",
                unsigned megabytes = 16);
@@ -85,7 +85,7 @@ class TestVolume {
     bool isMounted() const { return m_isMounted; }
     const std::string& mountPoint() const { return m_mountPoint; }
 
-   private:
+ private:
     std::string m_mountPoint;
     std::string m_image;
     bool m_isMounted = false;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The main() of every test program: a throw-away home, a mount namespace of its own and, when started
-// as root, an unprivileged user. Nothing a test does reaches the real trash, settings or services.
+// The main() of every test program: a throw-away home, a mount namespace of its own and, when
+// started as root, an unprivileged user. Nothing a test does reaches the real trash, settings or
+// services.
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>

@@ -9,8 +9,8 @@
 namespace kestrin {
 
 /// False for a mount that another mount hides: one on exactly its mount point, or one of the same
-/// parent on a folder above it, or above the mount that it is mounted in. The order of the table says
-/// nothing about this.
+/// parent on a folder above it, or above the mount that it is mounted in. The order of the table
+/// says nothing about this.
 bool isReachable(const std::vector<MountEntry>& mounts, const MountEntry& mount);
 
 /// visibleVolumes of the kernel's table for this user's home, without the files that something is

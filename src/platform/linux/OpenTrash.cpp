@@ -97,8 +97,8 @@ bool giveTo(int fd, const struct stat& former) {
            fchmod(fd, former.st_mode & 0777) == 0;
 }
 
-/// Replaces the file `name` of `folder`, whose owner and mode are those of `former`, in one step, or
-/// leaves it as it is.
+/// Replaces the file `name` of `folder`, whose owner and mode are those of `former`, in one step,
+/// or leaves it as it is.
 void replaceFile(int folder, const char* name, const struct stat& former,
                  std::string_view content) {
     static std::atomic<unsigned> s_counter = 0;

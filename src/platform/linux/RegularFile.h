@@ -10,9 +10,9 @@ struct stat;
 
 namespace kestrin {
 
-/// The bytes of the regular file `name` in the open folder `folder` (AT_FDCWD for a path). None when
-/// it is a link, a FIFO, a device or absent, cannot be read, or holds more than `limit` bytes. Never
-/// waits for a writer. `status`, where given, gets what the file that was read is.
+/// The bytes of the regular file `name` in the open folder `folder` (AT_FDCWD for a path). None
+/// when it is a link, a FIFO, a device or absent, cannot be read, or holds more than `limit` bytes.
+/// Never waits for a writer. `status`, where given, gets what the file that was read is.
 std::optional<std::string> readRegularFile(int folder, const char* name, std::size_t limit,
                                            struct stat* status = nullptr);
 

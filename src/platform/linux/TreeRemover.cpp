@@ -556,7 +556,9 @@ class SingleItem final : public RemovalItems {
 };
 
 /// More workers than cores pay: some always wait for the file system's journal.
-unsigned defaultWorkers() { return std::clamp(2 * std::thread::hardware_concurrency(), 4U, 8U); }
+unsigned defaultWorkers() {
+    return std::clamp(2 * std::thread::hardware_concurrency(), 4U, 8U);
+}
 
 }  // namespace
 

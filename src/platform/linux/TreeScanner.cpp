@@ -73,7 +73,8 @@ class Scanner {
         if (ranges.empty()) return {};
         std::reverse(ranges.begin(), ranges.end());  // the first range is taken first
         m_tasks.push(ranges);
-        // More than cores: what is not in memory is asked of the disk, which likes several questions.
+        // More than cores: what is not in memory is asked of the disk, which likes several
+        // questions.
         const unsigned workers =
             affordableWorkers(std::clamp(4 * std::thread::hardware_concurrency(), 8U, 16U));
         m_tasks.run(
