@@ -70,7 +70,7 @@ TEST_F(BookmarksTest, HostileBookmarksLeadNowhere) {
          {whole.substr(0, whole.size() / 2), std::string(), std::string("\xff")}) {
         EXPECT_FALSE(utilities.urlWithDataAlias(data)) << data;
     }
-    for (const char* path : {"relative", "/a%00b", "%2", ""}) {
+    for (const char* path : {".", "/a%00b", "%2", ""}) {
         const std::string data = toXml(PropertyList::Dictionary{{"path", std::string(path)}});
         EXPECT_FALSE(utilities.urlWithDataAlias(data)) << path;
     }
@@ -105,6 +105,9 @@ TEST_F(BookmarksTest, ListIsResolvedInOrderAndTellsOfItsLastEntry) {
     std::vector<std::string> reversed = {bookmarks[2], bookmarks[0]};
     EXPECT_EQ(utilities.urlsWithAliases(reversed, stale), (std::vector{kept, moved}));
     EXPECT_TRUE(stale);
+    reversed.push_back("damaged");
+    EXPECT_EQ(utilities.urlsWithAliases(reversed, stale), (std::vector{kept, moved}));
+    EXPECT_FALSE(stale);
 }
 
 }  // namespace
