@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/UniqueFd.h"
+#include "platform/items/UniqueFd.h"
 
 namespace {
 

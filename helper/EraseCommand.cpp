@@ -8,8 +8,8 @@
 #include "base/SystemLog.h"
 #include "helper/ListedItems.h"
 #include "helper/TrashPath.h"
-#include "platform/LockAttributes.h"
-#include "platform/TreeRemover.h"
+#include "platform/items/LockAttributes.h"
+#include "platform/items/TreeRemover.h"
 
 namespace kestrin {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <cerrno>
 
-#include "platform/FolderDescent.h"
-#include "platform/HostErrors.h"
+#include "platform/items/FolderDescent.h"
+#include "platform/items/HostErrors.h"
 
 namespace kestrin {
 

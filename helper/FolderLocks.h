@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "base/Result.h"
-#include "platform/LockAttributes.h"
+#include "platform/items/LockAttributes.h"
 
 namespace kestrin {
 

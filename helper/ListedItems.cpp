@@ -7,7 +7,7 @@
 
 #include "base/SystemLog.h"
 #include "helper/TrashPath.h"
-#include "platform/FolderDescent.h"
+#include "platform/items/FolderDescent.h"
 
 namespace kestrin {
 

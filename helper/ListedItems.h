@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "helper/UserTrashes.h"
-#include "platform/TreeRemover.h"
+#include "platform/items/TreeRemover.h"
 
 namespace kestrin {
 

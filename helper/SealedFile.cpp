@@ -7,7 +7,7 @@
 
 #include <cerrno>
 
-#include "platform/HostErrors.h"
+#include "platform/items/HostErrors.h"
 
 namespace kestrin {
 namespace {

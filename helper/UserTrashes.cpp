@@ -9,8 +9,8 @@
 
 #include "base/FileUrl.h"
 #include "helper/TrashPath.h"
-#include "platform/FolderDescent.h"
-#include "platform/HostErrors.h"
+#include "platform/items/FolderDescent.h"
+#include "platform/items/HostErrors.h"
 
 namespace kestrin {
 namespace {

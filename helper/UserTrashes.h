@@ -11,9 +11,9 @@
 
 #include "base/Result.h"
 #include "helper/FolderLocks.h"
-#include "platform/MountTable.h"
-#include "platform/TrashFolders.h"
-#include "platform/UniqueFd.h"
+#include "platform/disks/MountTable.h"
+#include "platform/items/UniqueFd.h"
+#include "platform/trash/TrashFolders.h"
 
 namespace kestrin {
 

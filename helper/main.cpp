@@ -17,7 +17,7 @@
 #include "helper/HelperProtocol.h"
 #include "helper/HelperService.h"
 #include "helper/QVHelperToolProtocolAdaptor.h"
-#include "platform/UniqueFd.h"
+#include "platform/items/UniqueFd.h"
 
 namespace {
 

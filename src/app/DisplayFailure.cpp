@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "base/StringTable.h"
-#include "erase/DisplayName.h"
+#include "format/DisplayName.h"
 
 namespace kestrin {
 namespace {

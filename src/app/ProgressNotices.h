@@ -8,8 +8,8 @@
 #include <memory>
 
 #include "erase/ProgressView.h"
-#include "platform/ui/DesktopNotification.h"
-#include "platform/ui/LauncherEntry.h"
+#include "platform/desktop/ui/DesktopNotification.h"
+#include "platform/desktop/ui/LauncherEntry.h"
 
 namespace kestrin {
 

@@ -21,12 +21,12 @@
 #include "base/NotificationCenter.h"
 #include "base/OperationQueue.h"
 #include "base/StringTable.h"
-#include "erase/DisplayName.h"
 #include "erase/QVDeleteItems.h"
-#include "erase/ui/BusySpinner.h"
-#include "erase/ui/ElidedLabel.h"
+#include "format/DisplayName.h"
 #include "format/QVNumberUtilities.h"
-#include "platform/ui/StatusItem.h"
+#include "platform/desktop/ui/StatusItem.h"
+#include "widgets/BusySpinner.h"
+#include "widgets/ElidedLabel.h"
 
 namespace kestrin {
 namespace {

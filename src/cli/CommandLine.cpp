@@ -13,7 +13,7 @@
 #include "cli/EraseSession.h"
 #include "cli/ListCommand.h"
 #include "cli/ShowCommand.h"
-#include "erase/DisplayName.h"
+#include "format/DisplayName.h"
 
 namespace kestrin {
 

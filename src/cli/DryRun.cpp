@@ -10,8 +10,8 @@
 #include "cli/Console.h"
 #include "cli/EraseReport.h"
 #include "cli/TrashSurvey.h"
-#include "erase/DisplayName.h"
-#include "platform/Volumes.h"
+#include "format/DisplayName.h"
+#include "platform/disks/Volumes.h"
 
 namespace kestrin {
 

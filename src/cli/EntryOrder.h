@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "cli/Arguments.h"
-#include "platform/TreeScanner.h"
+#include "platform/items/TreeScanner.h"
 
 namespace kestrin {
 

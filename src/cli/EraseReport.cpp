@@ -10,8 +10,8 @@
 #include "cli/Arguments.h"
 #include "cli/Console.h"
 #include "cli/JsonWriter.h"
-#include "erase/DisplayName.h"
-#include "platform/ItemAttributes.h"
+#include "format/DisplayName.h"
+#include "platform/items/ItemAttributes.h"
 
 namespace kestrin {
 

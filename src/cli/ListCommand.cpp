@@ -12,7 +12,7 @@
 #include "cli/Console.h"
 #include "cli/JsonWriter.h"
 #include "cli/TrashSurvey.h"
-#include "erase/DisplayName.h"
+#include "format/DisplayName.h"
 
 namespace kestrin {
 

@@ -15,8 +15,8 @@
 #include "cli/JsonWriter.h"
 #include "cli/TrashSurvey.h"
 #include "cli/VolumeChoice.h"
-#include "erase/DisplayName.h"
-#include "platform/TrashFolders.h"
+#include "format/DisplayName.h"
+#include "platform/trash/TrashFolders.h"
 
 namespace kestrin {
 

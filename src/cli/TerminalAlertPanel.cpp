@@ -9,7 +9,7 @@
 #include "base/StringTable.h"
 #include "cli/Answers.h"
 #include "cli/Console.h"
-#include "erase/DisplayName.h"
+#include "format/DisplayName.h"
 
 namespace kestrin {
 

@@ -8,10 +8,10 @@
 #include "base/UserDefaults.h"
 #include "cli/Console.h"
 #include "cli/TextAgent.h"
-#include "erase/DisplayName.h"
 #include "erase/HelperLibrary.h"
-#include "platform/ItemAttributes.h"
-#include "platform/Places.h"
+#include "format/DisplayName.h"
+#include "platform/desktop/Places.h"
+#include "platform/items/ItemAttributes.h"
 
 namespace kestrin {
 namespace {

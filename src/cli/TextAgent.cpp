@@ -13,7 +13,7 @@
 #include <chrono>
 #include <csignal>
 
-#include "platform/UniqueFd.h"
+#include "platform/items/UniqueFd.h"
 
 namespace kestrin {
 namespace {

@@ -7,9 +7,9 @@
 
 #include "base/StringTable.h"
 #include "cli/Console.h"
-#include "erase/DisplayName.h"
-#include "platform/DirectoryReader.h"
-#include "platform/ItemAttributes.h"
+#include "format/DisplayName.h"
+#include "platform/items/DirectoryReader.h"
+#include "platform/items/ItemAttributes.h"
 
 namespace kestrin {
 

@@ -9,7 +9,7 @@
 #include "base/FileUrl.h"
 #include "base/Result.h"
 #include "fsutil/QVFilesUtilities.h"
-#include "platform/TreeScanner.h"
+#include "platform/items/TreeScanner.h"
 
 namespace kestrin {
 

@@ -8,8 +8,8 @@
 #include "cli/Console.h"
 #include "cli/Paths.h"
 #include "cli/TrashSurvey.h"
-#include "erase/DisplayName.h"
-#include "platform/TrashFolders.h"
+#include "format/DisplayName.h"
+#include "platform/trash/TrashFolders.h"
 
 namespace kestrin {
 

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "base/StringTable.h"
-#include "platform/ItemAttributes.h"
+#include "platform/items/ItemAttributes.h"
 
 namespace kestrin {
 namespace {

@@ -17,7 +17,7 @@
 
 #include "base/FileUrl.h"
 #include "base/Result.h"
-#include "platform/TreeRemover.h"
+#include "platform/items/TreeRemover.h"
 
 namespace kestrin {
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "base/SystemLog.h"
-#include "platform/HostErrors.h"
+#include "platform/items/HostErrors.h"
 
 namespace kestrin {
 

@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "inventory/QVItemToErase.h"
-#include "platform/TrashFolders.h"
-#include "platform/TreeRemover.h"
-#include "platform/UniqueFd.h"
+#include "platform/items/TreeRemover.h"
+#include "platform/items/UniqueFd.h"
+#include "platform/trash/TrashFolders.h"
 
 namespace kestrin {
 

@@ -12,7 +12,7 @@
 #include "base/StringTable.h"
 #include "erase/QVHelperToolProtocolProgressAdaptor.h"
 #include "erase/QVHelperToolProtocolProxy.h"
-#include "platform/SealedFile.h"
+#include "platform/items/SealedFile.h"
 
 namespace kestrin {
 namespace {

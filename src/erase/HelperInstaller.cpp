@@ -16,9 +16,9 @@
 
 #include "base/StringTable.h"
 #include "erase/HelperConnection.h"
-#include "platform/ItemAttributes.h"
-#include "platform/Places.h"
-#include "platform/SmallFile.h"
+#include "platform/desktop/Places.h"
+#include "platform/items/ItemAttributes.h"
+#include "platform/items/SmallFile.h"
 
 /// The files sit in a static library: naming them here is what links them in.
 static void initializeFiles() {

@@ -9,7 +9,7 @@
 
 #include "base/MainThread.h"
 #include "base/StringTable.h"
-#include "erase/DisplayName.h"
+#include "format/DisplayName.h"
 #include "format/QVNumberUtilities.h"
 
 namespace kestrin {

@@ -14,16 +14,16 @@
 #include "base/StringTable.h"
 #include "base/SystemLog.h"
 #include "base/UserDefaults.h"
-#include "erase/DisplayName.h"
 #include "erase/EraseItemSource.h"
 #include "erase/QVAlert.h"
 #include "erase/QVErrorDelegate.h"
 #include "erase/QVGenericProgressWindowCntrl.h"
 #include "erase/QVLogController.h"
 #include "erase/StayedDetails.h"
+#include "format/DisplayName.h"
 #include "format/QVNumberUtilities.h"
 #include "inventory/QVKestrinFileUtilities.h"
-#include "platform/TrashFolders.h"
+#include "platform/trash/TrashFolders.h"
 
 namespace kestrin {
 namespace {

@@ -21,7 +21,7 @@
 #include "erase/ProgressView.h"
 #include "fsutil/QVFilesUtilities.h"
 #include "inventory/QVItemToErase.h"
-#include "platform/DisplayTick.h"
+#include "platform/processes/DisplayTick.h"
 
 namespace kestrin {
 

@@ -7,7 +7,7 @@
 
 #include "base/MainThread.h"
 #include "base/UserDefaults.h"
-#include "erase/DisplayName.h"
+#include "format/DisplayName.h"
 #include "format/QVInterfaceUtilities.h"
 
 namespace kestrin {

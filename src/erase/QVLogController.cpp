@@ -13,12 +13,12 @@
 
 #include "base/StringTable.h"
 #include "base/SystemLog.h"
-#include "erase/DisplayName.h"
+#include "format/DisplayName.h"
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
-#include "platform/DirectoryReader.h"
-#include "platform/ItemAttributes.h"
-#include "platform/Places.h"
+#include "platform/desktop/Places.h"
+#include "platform/items/DirectoryReader.h"
+#include "platform/items/ItemAttributes.h"
 
 namespace kestrin {
 namespace {

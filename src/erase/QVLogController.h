@@ -17,7 +17,7 @@
 #include <string_view>
 
 #include "base/FileUrl.h"
-#include "platform/UniqueFd.h"
+#include "platform/items/UniqueFd.h"
 
 namespace kestrin {
 

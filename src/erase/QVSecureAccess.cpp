@@ -12,8 +12,8 @@
 #include "erase/HelperBatches.h"
 #include "erase/HelperInstaller.h"
 #include "erase/QVErrorDelegate.h"
-#include "platform/ItemAttributes.h"
-#include "platform/Volumes.h"
+#include "platform/disks/Volumes.h"
+#include "platform/items/ItemAttributes.h"
 
 namespace kestrin {
 namespace {

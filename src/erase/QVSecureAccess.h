@@ -13,7 +13,7 @@
 
 #include "erase/HelperClient.h"
 #include "erase/HelperConnection.h"
-#include "platform/Places.h"
+#include "platform/desktop/Places.h"
 
 namespace kestrin {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "base/StringTable.h"
-#include "erase/DisplayName.h"
+#include "format/DisplayName.h"
 #include "format/QVNumberUtilities.h"
 
 namespace kestrin {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Helpers for the texts of the user interface. What measures and styles texts needs fonts, and is
-// defined in format/ui.
+// defined in widgets.
 #pragma once
 
 #include <QSizeF>

@@ -2,8 +2,8 @@
 // Programs that the desktop knows.
 #include "fsutil/HostLocation.h"
 #include "fsutil/QVFilesUtilities.h"
-#include "platform/DesktopApplications.h"
-#include "platform/KeyFile.h"
+#include "platform/desktop/DesktopApplications.h"
+#include "platform/items/KeyFile.h"
 
 namespace kestrin {
 namespace {

@@ -4,12 +4,12 @@
 
 #include "fsutil/HostLocation.h"
 #include "fsutil/QVFilesUtilities.h"
-#include "platform/HostErrors.h"
-#include "platform/ItemAccess.h"
-#include "platform/ItemAttributes.h"
-#include "platform/ItemKinds.h"
-#include "platform/TrashFolders.h"
-#include "platform/Volumes.h"
+#include "platform/disks/Volumes.h"
+#include "platform/items/HostErrors.h"
+#include "platform/items/ItemAccess.h"
+#include "platform/items/ItemAttributes.h"
+#include "platform/items/ItemKinds.h"
+#include "platform/trash/TrashFolders.h"
 
 namespace kestrin {
 namespace {

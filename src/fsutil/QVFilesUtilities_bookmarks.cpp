@@ -7,9 +7,9 @@
 #include "base/PropertyList.h"
 #include "fsutil/HostLocation.h"
 #include "fsutil/QVFilesUtilities.h"
-#include "platform/DirectoryReader.h"
-#include "platform/ItemAttributes.h"
-#include "platform/Volumes.h"
+#include "platform/disks/Volumes.h"
+#include "platform/items/DirectoryReader.h"
+#include "platform/items/ItemAttributes.h"
 
 namespace kestrin {
 namespace {

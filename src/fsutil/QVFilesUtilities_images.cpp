@@ -10,11 +10,11 @@
 
 #include "fsutil/HostLocation.h"
 #include "fsutil/QVFilesUtilities.h"
-#include "platform/ItemAttributes.h"
-#include "platform/ItemKinds.h"
-#include "platform/KeyFile.h"
-#include "platform/SmallFile.h"
-#include "platform/ThemeIcons.h"
+#include "platform/desktop/ThemeIcons.h"
+#include "platform/items/ItemAttributes.h"
+#include "platform/items/ItemKinds.h"
+#include "platform/items/KeyFile.h"
+#include "platform/items/SmallFile.h"
 
 namespace kestrin {
 namespace {

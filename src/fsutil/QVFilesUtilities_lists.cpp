@@ -6,7 +6,7 @@
 
 #include "fsutil/HostLocation.h"
 #include "fsutil/QVFilesUtilities.h"
-#include "platform/ItemAttributes.h"
+#include "platform/items/ItemAttributes.h"
 
 namespace kestrin {
 namespace {

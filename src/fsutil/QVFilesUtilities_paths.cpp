@@ -5,7 +5,7 @@
 #include "base/StringTable.h"
 #include "fsutil/HostLocation.h"
 #include "fsutil/QVFilesUtilities.h"
-#include "platform/Volumes.h"
+#include "platform/disks/Volumes.h"
 
 namespace kestrin {
 namespace {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "fsutil/QVFilesUtilities.h"
-#include "platform/FolderWalk.h"
-#include "platform/ItemKinds.h"
-#include "platform/TreeScanner.h"
+#include "platform/items/FolderWalk.h"
+#include "platform/items/ItemKinds.h"
+#include "platform/items/TreeScanner.h"
 
 namespace kestrin {
 

@@ -11,11 +11,11 @@
 
 #include "base/SystemLog.h"
 #include "fsutil/QVFilesUtilities.h"
-#include "platform/FolderWalk.h"
-#include "platform/HostErrors.h"
-#include "platform/ItemAttributes.h"
-#include "platform/TrashFolders.h"
-#include "platform/Volumes.h"
+#include "platform/disks/Volumes.h"
+#include "platform/items/FolderWalk.h"
+#include "platform/items/HostErrors.h"
+#include "platform/items/ItemAttributes.h"
+#include "platform/trash/TrashFolders.h"
 
 namespace kestrin {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
-#include "platform/TreeRemover.h"
-#include "platform/TreeScanner.h"
+#include "platform/items/TreeRemover.h"
+#include "platform/items/TreeScanner.h"
 
 namespace kestrin {
 

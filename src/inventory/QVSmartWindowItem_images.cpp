@@ -14,9 +14,9 @@
 
 #include "fsutil/QVFilesUtilities.h"
 #include "inventory/QVSmartWindowItem.h"
-#include "platform/ItemAttributes.h"
-#include "platform/Places.h"
-#include "platform/SmallFile.h"
+#include "platform/desktop/Places.h"
+#include "platform/items/ItemAttributes.h"
+#include "platform/items/SmallFile.h"
 
 namespace kestrin {
 

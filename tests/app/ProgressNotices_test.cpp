@@ -7,9 +7,9 @@
 #include <QGuiApplication>
 
 #include "base/StringTable.h"
-#include "platform/ui/support/LauncherDock.h"
-#include "platform/ui/support/NotificationService.h"
-#include "platform/ui/support/PrivateBus.h"
+#include "platform/desktop/ui/support/LauncherDock.h"
+#include "platform/desktop/ui/support/NotificationService.h"
+#include "platform/desktop/ui/support/PrivateBus.h"
 #include "support/RecordingProgressView.h"
 #include "support/TestEnvironment.h"
 

@@ -8,7 +8,7 @@
 #include <deque>
 
 #include "base/StringTable.h"
-#include "platform/HostErrors.h"
+#include "platform/items/HostErrors.h"
 
 namespace kestrin {
 namespace {

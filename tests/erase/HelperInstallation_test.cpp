@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 #include "erase/support/SecureAccessTest.h"
-#include "platform/Places.h"
+#include "platform/desktop/Places.h"
 
 namespace kestrin {
 namespace {

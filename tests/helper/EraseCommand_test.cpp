@@ -17,8 +17,8 @@
 #include <optional>
 #include <thread>
 
-#include "platform/LockAttributes.h"
-#include "platform/UniqueFd.h"
+#include "platform/items/LockAttributes.h"
+#include "platform/items/UniqueFd.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {

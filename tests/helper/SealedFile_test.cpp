@@ -8,7 +8,7 @@
 
 #include <cerrno>
 
-#include "platform/UniqueFd.h"
+#include "platform/items/UniqueFd.h"
 
 namespace kestrin {
 namespace {

@@ -10,7 +10,7 @@
 
 #include "base/SystemLog.h"
 #include "fsutil/QVFilesUtilities.h"
-#include "platform/Places.h"
+#include "platform/desktop/Places.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {

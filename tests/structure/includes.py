@@ -7,29 +7,29 @@ import re
 import sys
 from pathlib import Path
 
-LOWER = ["base", "platform", "format", "fsutil"]
+PLATFORM = [f"platform/{topic}" for topic in ("desktop", "disks", "items", "processes", "trash")]
+HOST = [f"{topic}/linux" for topic in PLATFORM]
+LOWER = ["base", *PLATFORM, "format", "fsutil"]
 UP_TO_ERASE = [*LOWER, "inventory", "erase"]
-UI = ["erase/ui", "format/ui"]
 
 # A room, and the rooms that it may include besides itself. A room inside another one stands under
 # its own path. Stand-ins for tests are for tests alone: no room includes them. Of the helper only the
 # protocol header is open to others.
 ALLOWED = {
     "base": [],
-    "platform": ["base"],
-    "platform/linux": ["base", "platform"],
-    "platform/testing": ["base", "platform"],
-    "platform/ui": ["base", "platform"],
-    "format": ["base", "platform"],
-    "fsutil": ["base", "platform"],
+    **{topic: ["base", *PLATFORM] for topic in PLATFORM},
+    **{answers: ["base", *PLATFORM, *HOST] for answers in HOST},
+    "platform/desktop/ui": ["base", *PLATFORM],
+    "platform/desktop/ui/linux": ["base", *PLATFORM, "platform/desktop/ui"],
+    "format": ["base", *PLATFORM],
+    "fsutil": ["base", *PLATFORM],
     "inventory": LOWER,
     "erase": [*LOWER, "inventory", "helper"],
-    "erase/ui": [*UP_TO_ERASE, "helper", "format/ui"],
-    "format/ui": LOWER,
-    "smartwindow": [*UP_TO_ERASE, *UI],
+    "widgets": ["base", *PLATFORM, "format"],
+    "erase/ui": [*UP_TO_ERASE, "helper", "widgets"],
     "cli": UP_TO_ERASE,
-    "app": [*UP_TO_ERASE, *UI, "platform/ui", "smartwindow", "cli"],
-    "helper": ["base", "platform"],
+    "app": [*UP_TO_ERASE, "erase/ui", "widgets", "platform/desktop/ui", "cli"],
+    "helper": ["base", *PLATFORM],
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 GENERATED = re.compile(r"\.moc$|^moc_|^ui_")

@@ -18,11 +18,11 @@
 #include <algorithm>
 
 #include "base/StringTable.h"
-#include "erase/ui/ElidedLabel.h"
-#include "erase/ui/QVWorkingProgressView.h"
-#include "erase/ui/Sheet.h"
 #include "erase/ui/SizeLineView.h"
 #include "erase/ui/StayedModel.h"
+#include "widgets/ElidedLabel.h"
+#include "widgets/QVWorkingProgressView.h"
+#include "widgets/Sheet.h"
 
 namespace kestrin {
 namespace {

@@ -13,8 +13,8 @@
 
 #include "base/StringTable.h"
 #include "erase/ui/AnimatedProgressBar.h"
-#include "erase/ui/ElidedLabel.h"
-#include "erase/ui/Sheet.h"
+#include "widgets/ElidedLabel.h"
+#include "widgets/Sheet.h"
 
 namespace kestrin {
 namespace {

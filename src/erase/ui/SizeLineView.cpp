@@ -5,8 +5,8 @@
 #include <QStyle>
 #include <algorithm>
 
-#include "erase/ui/BusySpinner.h"
-#include "erase/ui/ElidedLabel.h"
+#include "widgets/BusySpinner.h"
+#include "widgets/ElidedLabel.h"
 
 namespace kestrin {
 namespace {

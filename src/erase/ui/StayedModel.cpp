@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "base/StringTable.h"
-#include "erase/ui/ElidedLabel.h"
+#include "widgets/ElidedLabel.h"
 
 namespace kestrin {
 

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "erase/ui/AlertDialog.h"
-#include "erase/ui/Sheet.h"
+#include "widgets/Sheet.h"
 
 namespace kestrin {
 

@@ -11,7 +11,7 @@
 #include "erase/QVErrorDelegate.h"
 #include "erase/QVSecureAccess.h"
 #include "erase/support/FakeHelper.h"
-#include "platform/ui/support/PrivateBus.h"
+#include "platform/desktop/ui/support/PrivateBus.h"
 #include "support/ScopedVariable.h"
 #include "support/ScriptedAlertPanel.h"
 #include "support/TestEnvironment.h"

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "erase/ui/BusySpinner.h"
-#include "erase/ui/ElidedLabel.h"
+#include "widgets/BusySpinner.h"
+#include "widgets/ElidedLabel.h"
 
 namespace kestrin {
 

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/desktop/Places.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+namespace kestrin {
+namespace {
+
+/// The XDG base directory specification has relative paths ignored.
+std::optional<FileUrl> folderFromEnvironment(const char* variable) {
+    const char* value = std::getenv(variable);
+    if (!value || value[0] != '/') return std::nullopt;
+    return FileUrl::fromPath(value);
+}
+
+FileUrl folderOrBelowHome(const char* variable, std::string_view belowHome) {
+    if (const auto folder = folderFromEnvironment(variable)) return *folder;
+    return FileUrl::fromPath(homeFolder()).appending(belowHome);
+}
+
+std::string homeFromUserDatabase() {
+    std::vector<char> buffer(1024);
+    passwd entry;
+    passwd* found = nullptr;
+    while (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE) {
+        buffer.resize(buffer.size() * 2);
+    }
+    // A user without a home, such as a service's, has "/" as its home: nothing there is writable.
+    return found && found->pw_dir && found->pw_dir[0] == '/' ? found->pw_dir : "/";
+}
+
+}  // namespace
+
+std::string homeFolder() {
+    if (const auto folder = folderFromEnvironment("HOME")) return folder->path();
+    return FileUrl::fromPath(homeFromUserDatabase()).path();
+}
+
+std::string dataHomeFolder() {
+    return folderOrBelowHome("XDG_DATA_HOME", ".local/share").path();
+}
+
+FileUrl location(Place place) {
+    switch (place) {
+        case Place::Logs:
+            return folderOrBelowHome("XDG_STATE_HOME", ".local/state").appending("Kestrin 3");
+        case Place::HelperTool:
+            return FileUrl::fromPath("/usr/libexec/com.quorvane.Kestrin3Helper");
+        case Place::PreferencesFile:
+            return folderOrBelowHome("XDG_CONFIG_HOME", ".config")
+                .appending("com.quorvane.kestrin-3.conf");
+    }
+    return {};
+}
+
+FileUrl ownHelperTool() {
+    std::error_code error;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    const FileUrl folder = FileUrl::fromPath(program.parent_path().string());
+    const std::string name(location(Place::HelperTool).lastPathComponent());
+    for (const char* relative : {"../lib/kestrin/", "../../helper/"}) {
+        const FileUrl tool = folder.appending(relative + name);
+        if (::access(tool.path().c_str(), F_OK) == 0) return tool;
+    }
+    return {};
+}
+
+}  // namespace kestrin

@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/disks/Volumes.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/sysmacros.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+#include "platform/disks/MountTable.h"
+#include "platform/disks/linux/MountVisibility.h"
+#include "platform/disks/linux/RealPaths.h"
+#include "platform/items/DirectoryReader.h"
+#include "platform/items/ItemAttributes.h"
+#include "platform/items/UniqueFd.h"
+
+namespace kestrin {
+namespace {
+
+std::optional<MountEntry> mountOfItem(const FileUrl& item) {
+    const auto path = realPathOfItem(item);
+    if (!path) return std::nullopt;
+    const auto mounts = currentMounts();
+    const MountEntry* mount = mountOfPath(mounts, *path);
+    return mount ? std::optional(*mount) : std::nullopt;
+}
+
+std::optional<std::string> labelFromKernel(const FileUrl& mountPoint) {
+    const UniqueFd folder(
+        open(mountPoint.path().c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC));
+    char label[FSLABEL_MAX + 1] = {};
+    if (!folder || ioctl(folder.get(), FS_IOC_GETFSLABEL, label) != 0 || label[0] == '\0') {
+        return std::nullopt;
+    }
+    return label;
+}
+
+/// The number of the disk behind a mount. Of file systems over several disks, such as btrfs, the
+/// table tells an invented number; their source is one of the disks.
+dev_t diskOf(const MountEntry& mount) {
+    struct stat source;
+    if (mount.source.starts_with("/dev/") && stat(mount.source.c_str(), &source) == 0 &&
+        S_ISBLK(source.st_mode)) {
+        return source.st_rdev;
+    }
+    return makedev(mount.deviceMajor, mount.deviceMinor);
+}
+
+int hexDigit(char digit) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    const auto value = kDigits.find(digit);
+    return value == kDigits.npos ? -1 : static_cast<int>(value);
+}
+
+/// The bytes behind `\x20`, as udev writes names; see udev(7).
+std::string withoutUdevEscapes(std::string_view name) {
+    std::string bytes;
+    while (!name.empty()) {
+        const bool isEscape = name.size() >= 4 && name.starts_with("\\x") &&
+                              hexDigit(name[2]) >= 0 && hexDigit(name[3]) >= 0;
+        bytes += isEscape ? static_cast<char>(hexDigit(name[2]) * 16 + hexDigit(name[3])) : name[0];
+        name.remove_prefix(isEscape ? 4 : 1);
+    }
+    return bytes;
+}
+
+/// The name under which udev lists the disk in one of the folders of /dev/disk.
+std::optional<std::string> nameFromUdev(const char* folderPath, const MountEntry& mount) {
+    const FileUrl folder = FileUrl::fromPath(folderPath);
+    const auto links = readDirectory(folder);
+    if (!links) return std::nullopt;
+    const dev_t disk = diskOf(mount);
+    for (const DirectoryEntry& link : *links) {
+        struct stat status;
+        if (stat(folder.appending(link.name).path().c_str(), &status) == 0 &&
+            S_ISBLK(status.st_mode) && status.st_rdev == disk) {
+            return withoutUdevEscapes(link.name);
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::vector<FileUrl> mountedVolumes() {
+    std::vector<FileUrl> volumes;
+    for (const MountEntry& mount : currentVisibleVolumes()) {
+        volumes.push_back(FileUrl::fromPath(mount.mountPoint));
+    }
+    return volumes;
+}
+
+std::optional<FileUrl> volumeOfItem(const FileUrl& item) {
+    const auto mount = mountOfItem(item);
+    if (!mount) return std::nullopt;
+    return FileUrl::fromPath(mount->mountPoint);
+}
+
+bool isMountPoint(const FileUrl& location) {
+    const auto attributes = itemAttributes(location);
+    return attributes && attributes->isMountRoot && !attributes->isSymbolicLink();
+}
+
+std::optional<bool> isVolumeReadOnly(const FileUrl& item) {
+    const auto mount = mountOfItem(item);
+    if (!mount) return std::nullopt;
+    return mount->isReadOnly();
+}
+
+std::optional<VolumeCapacity> volumeCapacity(const FileUrl& item) {
+    const UniqueFd fd(open(item.path().c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct statvfs status;
+    if (!fd || fstatvfs(fd.get(), &status) != 0) return std::nullopt;
+    VolumeCapacity capacity;
+    capacity.totalBytes = std::uint64_t{status.f_blocks} * status.f_frsize;
+    capacity.availableBytes = std::uint64_t{status.f_bavail} * status.f_frsize;
+    capacity.itemCount = status.f_files - status.f_ffree;
+    return capacity;
+}
+
+std::optional<std::string> volumeLabel(const FileUrl& mountPoint) {
+    if (auto label = labelFromKernel(mountPoint)) return label;
+    const auto mount = mountOfItem(mountPoint);
+    return mount ? nameFromUdev("/dev/disk/by-label", *mount) : std::nullopt;
+}
+
+std::optional<std::string> volumeUUID(const FileUrl& item) {
+    const auto mount = mountOfItem(item);
+    return mount ? nameFromUdev("/dev/disk/by-uuid", *mount) : std::nullopt;
+}
+
+std::optional<std::string> volumeIdentifier(const FileUrl& item) {
+    const auto mount = mountOfItem(item);
+    if (!mount) return std::nullopt;
+    std::string identifier =
+        std::to_string(mount->deviceMajor) + ":" + std::to_string(mount->deviceMinor);
+    // Subvolumes share the device and are volumes of their own.
+    if (mount->fileSystemType == "btrfs") identifier += ":" + mount->root;
+    return identifier;
+}
+
+namespace detail {
+
+bool runAbandonable(std::chrono::milliseconds limit, std::function<void()> work) {
+    struct State {
+        std::mutex mutex;
+        std::condition_variable finished;
+        bool isFinished = false;
+    };
+    const auto state = std::make_shared<State>();
+    try {
+        std::thread([state, work = std::move(work)] {
+            work();
+            const std::lock_guard lock(state->mutex);
+            state->isFinished = true;
+            state->finished.notify_all();
+        }).detach();
+    } catch (const std::system_error&) {
+        return false;
+    }
+    std::unique_lock lock(state->mutex);
+    return state->finished.wait_for(lock, limit, [&] { return state->isFinished; });
+}
+
+}  // namespace detail
+}  // namespace kestrin

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The way down to a folder by descriptors, for paths that are not trusted: step by step, following
+// no link and entering no mount.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/disks/MountTable.h"
+#include "platform/items/UniqueFd.h"
+
+namespace kestrin {
+
+/// What an open folder is.
+struct FolderFacts {
+    std::uint32_t userId = 0;
+    bool isSticky = false;
+    bool isLocked = false;  ///< immutable or append-only
+    std::uint64_t deviceId = 0;
+    std::uint64_t inode = 0;
+    std::uint64_t mountId = 0;  ///< MountEntry::id; 0 when the kernel does not tell (before 5.8)
+};
+
+/// Holds (O_PATH) the folder `name`, one component, in the open folder `parent`. None with errno on
+/// failure: ELOOP or ENOTDIR for a link or a file, EXDEV where something is mounted, EINVAL for a
+/// name that is none.
+UniqueFd holdFolder(int parent, const std::string& name);
+
+/// Holds the folder at an absolute path of the system's own, following links.
+UniqueFd holdSystemFolder(const std::string& path);
+
+/// Holds the root folder of that very mount, whatever its path leads to by now: ESTALE when it
+/// leads elsewhere. No link is followed.
+UniqueFd holdMountRoot(const MountEntry& mount);
+
+/// False with errno when it cannot be asked.
+bool examineFolder(int folder, FolderFacts& facts);
+
+/// Whether the folder has no entry of that name. False too when that cannot be told.
+bool isCertainlyAbsent(int folder, const std::string& name);
+
+}  // namespace kestrin

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/items/linux/DescriptorCache.h"
+
+#include <linux/openat2.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <vector>
+
+namespace kestrin {
+namespace {
+
+constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+
+rlim_t descriptorLimit() {
+    rlimit limit{};
+    return getrlimit(RLIMIT_NOFILE, &limit) == 0 ? limit.rlim_cur : 1024;
+}
+
+bool isMountRoot(int fd) {
+    struct statx status {};
+    return statx(fd, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_TYPE, &status) == 0 &&
+           (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+
+/// For kernels before 5.6 and sandboxes that forbid openat2.
+int openFolderWithoutOpenat2(int parent, const char* name, int flags) {
+    UniqueFd fd(openat(parent, name, flags));
+    if (fd && isMountRoot(fd.get())) {
+        errno = EXDEV;
+        return -1;
+    }
+    return fd.release();
+}
+
+bool hasIdentity(int fd, std::uint64_t device, std::uint64_t inode) {
+    struct stat status {};
+    return fstat(fd, &status) == 0 && status.st_dev == device && status.st_ino == inode;
+}
+
+}  // namespace
+
+int openFolderAt(int parent, const char* name, int extraFlags) {
+    static std::atomic<bool> hasOpenat2 = true;
+    const int flags = kFolderFlags | extraFlags;
+    if (hasOpenat2.load(std::memory_order_relaxed)) {
+        open_how how{};
+        how.flags = static_cast<std::uint64_t>(extraFlags & O_PATH ? flags & ~O_NONBLOCK : flags);
+        how.resolve = RESOLVE_NO_XDEV | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
+        const long fd = syscall(SYS_openat2, parent, name, &how, sizeof how);
+        if (fd >= 0 || (errno != ENOSYS && errno != EPERM)) return static_cast<int>(fd);
+        // EPERM is also what a sandbox, and O_NOATIME on a folder of another owner, answer.
+        if (errno == ENOSYS) hasOpenat2 = false;
+    }
+    return openFolderWithoutOpenat2(parent, name, flags);
+}
+
+int openFolderQuietlyAt(int parent, const char* name) {
+    const int fd = openFolderAt(parent, name, O_NOATIME);
+    return fd < 0 && errno == EPERM ? openFolderAt(parent, name) : fd;
+}
+
+unsigned affordableWorkers(unsigned wanted) {
+    return descriptorLimit() < 256 ? 2 : wanted;
+}
+
+DescriptorCache::DescriptorCache() : m_budget(std::clamp<rlim_t>(descriptorLimit() / 2, 16, 512)) {}
+
+bool DescriptorCache::adopt(FolderNode& node, UniqueFd fd) {
+    struct stat status {};
+    if (fstat(fd.get(), &status) != 0) return false;
+    const std::lock_guard lock(m_mutex);
+    node.m_device = status.st_dev;
+    node.m_inode = status.st_ino;
+    node.m_pins = 1;
+    keep(node, std::move(fd));
+    return true;
+}
+
+void DescriptorCache::keep(FolderNode& node, UniqueFd fd) {
+    node.m_fd = std::move(fd);
+    if (node.parent) node.parent->m_openChild = &node;
+    ++m_open;
+    while (m_open > m_budget && !m_idle.empty())
+        closeIdleNode(*m_idle.front());
+}
+
+void DescriptorCache::closeIdleNode(FolderNode& node) {
+    m_idle.erase(node.m_idle);
+    node.m_fd.reset();
+    if (node.parent && node.parent->m_openChild == &node) node.parent->m_openChild = nullptr;
+    --m_open;
+}
+
+int DescriptorCache::pin(FolderNode& node) {
+    const std::lock_guard lock(m_mutex);
+    if (node.m_fd) {
+        if (node.m_pins++ == 0) m_idle.erase(node.m_idle);
+        return node.m_fd.get();
+    }
+    UniqueFd fd(reopen(node));
+    if (!fd && errno == EMFILE) {
+        while (!m_idle.empty())
+            closeIdleNode(*m_idle.front());
+        fd.reset(reopen(node));
+    }
+    if (!fd) return -1;
+    node.m_pins = 1;
+    keep(node, std::move(fd));
+    return node.m_fd.get();
+}
+
+int DescriptorCache::reopen(FolderNode& node) {
+    if (node.m_openChild) {
+        UniqueFd fd(openat(node.m_openChild->m_fd.get(), "..", kFolderFlags));
+        if (fd && hasIdentity(fd.get(), node.m_device, node.m_inode)) return fd.release();
+    }
+    return reopenByName(node);
+}
+
+int DescriptorCache::reopenByName(FolderNode& node) {
+    std::vector<FolderNode*> way;
+    FolderNode* open = &node;
+    while (open && !open->m_fd) {
+        way.push_back(open);
+        open = open->parent;
+    }
+    int from = open ? open->m_fd.get() : way.back()->rootParent;
+    UniqueFd current;
+    for (auto step = way.rbegin(); step != way.rend(); ++step) {
+        UniqueFd next(openFolderAt(from, (*step)->name.c_str(), *step == &node ? 0 : O_PATH));
+        if (!next) return -1;
+        if (!hasIdentity(next.get(), (*step)->m_device, (*step)->m_inode)) {
+            errno = ESTALE;
+            return -1;
+        }
+        current = std::move(next);
+        from = current.get();
+    }
+    return current.release();
+}
+
+void DescriptorCache::unpin(FolderNode& node) {
+    const std::lock_guard lock(m_mutex);
+    if (--node.m_pins == 0) node.m_idle = m_idle.insert(m_idle.end(), &node);
+}
+
+void DescriptorCache::close(FolderNode& node) {
+    const std::lock_guard lock(m_mutex);
+    if (node.m_fd) closeIdleNode(node);
+}
+
+void DescriptorCache::closeIdle() {
+    const std::lock_guard lock(m_mutex);
+    while (!m_idle.empty())
+        closeIdleNode(*m_idle.front());
+}
+
+}  // namespace kestrin

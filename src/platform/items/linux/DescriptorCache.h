@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The folders of a walk, each open while descriptors last. A walk may be deeper than the descriptor
+// limit: folders that wait are closed, and found again when they are needed.
+#pragma once
+
+#include <fcntl.h>
+
+#include <cstdint>
+#include <list>
+#include <mutex>
+#include <string>
+
+#include "platform/items/UniqueFd.h"
+
+namespace kestrin {
+
+/// Opens the folder `name` in `parent` for listing: no link is followed, no mount entered
+/// (openat2(2) with RESOLVE_NO_XDEV, also for a bind mount of the same device). `extraFlags` such
+/// as O_PATH or O_NOATIME. -1 with errno on failure; EXDEV when something is mounted there.
+int openFolderAt(int parent, const char* name, int extraFlags = 0);
+/// The same without a trace in the access time, where the kernel lets us.
+int openFolderQuietlyAt(int parent, const char* name);
+
+/// A folder on the way of a walk. Lives at least as long as the folders below it.
+struct FolderNode {
+    FolderNode* parent = nullptr;
+    int rootParent = -1;  ///< without a parent: the descriptor of the folder that holds it
+    std::string name;
+    unsigned depth = 0;
+
+ private:
+    friend class DescriptorCache;
+    std::uint64_t m_device = 0;  ///< what the folder was when it was first opened
+    std::uint64_t m_inode = 0;
+    // Guarded by the cache's mutex:
+    UniqueFd m_fd;
+    FolderNode* m_openChild = nullptr;  ///< a folder inside that is open, if one is known
+    unsigned m_pins = 0;
+    std::list<FolderNode*>::iterator m_idle;  ///< valid while open and not pinned
+};
+
+/// Keeps a bounded number of folders open. Thread: any.
+class DescriptorCache {
+ public:
+    DescriptorCache();
+    DescriptorCache(const DescriptorCache&) = delete;
+    DescriptorCache& operator=(const DescriptorCache&) = delete;
+
+    /// Takes over the descriptor of a folder just opened, pinned once. Closes the folder that
+    /// waited longest when too many are open. False when the folder cannot be examined.
+    bool adopt(FolderNode& node, UniqueFd fd);
+
+    /// The folder's descriptor, which stays open until `unpin`. A closed folder is opened again,
+    /// through ".." of a folder inside that is open, else by name from the nearest folder above
+    /// that is open, and must be the same folder as at first. -1 with errno on failure (ESTALE: it
+    /// is another one).
+    int pin(FolderNode& node);
+    void unpin(FolderNode& node);
+
+    /// Closes the folder. Requires: not pinned.
+    void close(FolderNode& node);
+
+    /// Closes every folder that waits, so that descriptors are free.
+    void closeIdle();
+
+ private:
+    void closeIdleNode(FolderNode& node);
+    int reopen(FolderNode& node);
+    int reopenByName(FolderNode& node);
+    void keep(FolderNode& node, UniqueFd fd);
+
+    const std::size_t m_budget;
+    std::mutex m_mutex;
+    std::list<FolderNode*> m_idle;  ///< open, not pinned; the one that waited longest first
+    std::size_t m_open = 0;
+};
+
+/// Workers that descriptors suffice for, at most `wanted`.
+unsigned affordableWorkers(unsigned wanted);
+
+}  // namespace kestrin

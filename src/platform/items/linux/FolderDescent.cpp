@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/items/FolderDescent.h"
+
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <linux/stat.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/sysmacros.h>
+
+#include <cerrno>
+
+#include "platform/items/linux/DescriptorCache.h"
+#include "platform/items/linux/PlainName.h"
+
+namespace kestrin {
+
+UniqueFd holdFolder(int parent, const std::string& name) {
+    if (!isPlainName(name)) {
+        errno = EINVAL;
+        return {};
+    }
+    return UniqueFd(openFolderAt(parent, name.c_str(), O_PATH));
+}
+
+UniqueFd holdSystemFolder(const std::string& path) {
+    return UniqueFd(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+}
+
+UniqueFd holdMountRoot(const MountEntry& mount) {
+    open_how how{};
+    how.flags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
+    UniqueFd root(static_cast<int>(
+        syscall(SYS_openat2, AT_FDCWD, mount.mountPoint.c_str(), &how, sizeof how)));
+    if (!root) return root;
+    struct statx status {};
+    if (statx(root.get(), "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_MNT_ID, &status) != 0) {
+        return {};
+    }
+    const bool isMount = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0 &&
+                         (status.stx_mask & STATX_MNT_ID) != 0 &&
+                         status.stx_mnt_id == static_cast<std::uint64_t>(mount.id);
+    if (isMount) return root;
+    errno = ESTALE;
+    return {};
+}
+
+bool examineFolder(int folder, FolderFacts& facts) {
+    struct statx status {};
+    if (statx(folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC,
+              STATX_TYPE | STATX_MODE | STATX_UID | STATX_INO | STATX_MNT_ID, &status) != 0) {
+        return false;
+    }
+    facts.userId = status.stx_uid;
+    facts.isSticky = (status.stx_mode & S_ISVTX) != 0;
+    facts.isLocked = (status.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
+    facts.deviceId = makedev(status.stx_dev_major, status.stx_dev_minor);
+    facts.inode = status.stx_ino;
+    facts.mountId = status.stx_mask & STATX_MNT_ID ? status.stx_mnt_id : 0;
+    return true;
+}
+
+bool isCertainlyAbsent(int folder, const std::string& name) {
+    struct stat status {};
+    return fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 && errno == ENOENT;
+}
+
+}  // namespace kestrin

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/items/HostErrors.h"
+
+#include <QString>
+#include <cerrno>
+#include <cstring>
+
+namespace kestrin {
+namespace {
+
+std::string systemText(int systemError) {
+    char buffer[256];
+    return QString::fromLocal8Bit(strerror_r(systemError, buffer, sizeof buffer)).toStdString();
+}
+
+}  // namespace
+
+HostError errorFromErrno(int systemError, HostAccess access) {
+    HostError error;
+    error.systemError = systemError;
+    error.userInfo["errorString"] = systemText(systemError);
+    if (systemError == EACCES || systemError == EPERM) {
+        error.domain = kFileErrorDomain;
+        error.code = access == HostAccess::Write ? kFileWriteNoPermission : kFileReadNoPermission;
+    } else if (systemError == EBUSY) {
+        error.domain = kOSStatusErrorDomain;
+        error.code = kFileBusy;
+    } else {
+        error.domain = kPOSIXErrorDomain;
+        error.code = systemError;
+    }
+    return error;
+}
+
+}  // namespace kestrin

@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/items/ItemAttributes.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <string_view>
+
+#include "platform/items/HostErrors.h"
+#include "platform/items/UniqueFd.h"
+#include "platform/items/linux/RegularFile.h"
+
+namespace kestrin {
+namespace {
+
+/// 1 January 2001 00:00 UTC in seconds since 1970.
+constexpr double kReferenceDate = 978307200;
+
+double dateOf(const statx_timestamp& time) {
+    return static_cast<double>(time.tv_sec) - kReferenceDate + time.tv_nsec / 1e9;
+}
+
+bool hasAttribute(const struct statx& status, std::uint64_t attribute) {
+    return (status.stx_attributes & status.stx_attributes_mask & attribute) != 0;
+}
+
+ItemAttributes attributesFrom(const struct statx& status) {
+    ItemAttributes attributes;
+    attributes.mode = status.stx_mode;
+    attributes.userId = status.stx_uid;
+    attributes.groupId = status.stx_gid;
+    if (attributes.isRegularFile() || attributes.isSymbolicLink())
+        attributes.size = status.stx_size;
+    attributes.deviceId = makedev(status.stx_dev_major, status.stx_dev_minor);
+    attributes.inode = status.stx_ino;
+    attributes.dateModified = dateOf(status.stx_mtime);
+    if (status.stx_mask & STATX_BTIME) attributes.dateCreated = dateOf(status.stx_btime);
+    attributes.isImmutable = hasAttribute(status, STATX_ATTR_IMMUTABLE);
+    attributes.isMountRoot = hasAttribute(status, STATX_ATTR_MOUNT_ROOT);
+    return attributes;
+}
+
+/// A readable descriptor of the file or folder; -1 and errno for a link and for anything whose
+/// opening could do something. The item is pinned first and then opened through its descriptor, so
+/// that it cannot be exchanged between the look and the opening.
+UniqueFd openFileOrFolder(const FileUrl& item) {
+    const UniqueFd pinned(open(item.path().c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status;
+    if (!pinned || fstat(pinned.get(), &status) != 0) return {};
+    if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
+        errno = EOPNOTSUPP;
+        return {};
+    }
+    const std::string self = "/proc/self/fd/" + std::to_string(pinned.get());
+    return UniqueFd(open(self.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+}
+
+/// Calls `read(buffer, size)` with a growing buffer until the answer leaves room in it.
+template <class Read>
+std::optional<std::string> readWhole(const Read& read) {
+    constexpr std::size_t kLimit = std::size_t{1} << 20;
+    for (std::size_t size = 256; size <= kLimit; size *= 4) {
+        std::string buffer(size, '\0');
+        const ssize_t length = read(buffer.data(), buffer.size());
+        if (length < 0 && errno != ERANGE) return std::nullopt;
+        if (length >= 0 && static_cast<std::size_t>(length) < size) {
+            buffer.resize(static_cast<std::size_t>(length));
+            return buffer;
+        }
+    }
+    errno = E2BIG;
+    return std::nullopt;
+}
+
+bool isTrashName(std::string_view name) {
+    return name == "Trash" || name == ".Trash" || name.starts_with(".Trash-");
+}
+
+/// True below ".../Trash/files", ".../.Trash-UID/files" and ".../.Trash/UID/files".
+bool isInsideTrash(const FileUrl& item) {
+    for (FileUrl folder = item.parent(); folder.path().size() > 1; folder = folder.parent()) {
+        if (folder.lastPathComponent() != "files") continue;
+        const FileUrl trash = folder.parent();
+        if (isTrashName(trash.lastPathComponent())) return true;
+        if (trash.parent().lastPathComponent() == ".Trash") return true;
+    }
+    return false;
+}
+
+bool hasLine(std::string_view text, std::string_view line) {
+    while (!text.empty()) {
+        const auto end = std::min(text.find('\n'), text.size());
+        if (text.substr(0, end) == line) return true;
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return false;
+}
+
+}  // namespace
+
+bool ItemAttributes::isDirectory() const {
+    return S_ISDIR(mode);
+}
+bool ItemAttributes::isRegularFile() const {
+    return S_ISREG(mode);
+}
+bool ItemAttributes::isSymbolicLink() const {
+    return S_ISLNK(mode);
+}
+
+Result<ItemAttributes> itemAttributes(const FileUrl& item) {
+    struct statx status;
+    constexpr int kFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
+    if (statx(AT_FDCWD, item.path().c_str(), kFlags, STATX_BASIC_STATS | STATX_BTIME, &status) !=
+        0) {
+        return errorFromErrno(errno, HostAccess::Read);
+    }
+    return attributesFrom(status);
+}
+
+bool isGone(const FileUrl& item) {
+    // Deeper paths than the kernel takes at once are gone into piece by piece.
+    constexpr std::size_t kPiece = PATH_MAX - 1;
+    UniqueFd folder;
+    std::string_view rest = item.path();
+    while (rest.size() > kPiece) {
+        const std::size_t end = rest.rfind('/', kPiece);
+        if (end == rest.npos || end == 0) return false;  // no file system has such a name
+        const int from = folder ? folder.get() : AT_FDCWD;
+        folder.reset(::openat(from, std::string(rest.substr(0, end)).c_str(),
+                              O_PATH | O_DIRECTORY | O_CLOEXEC));
+        if (!folder) return errno == ENOENT || errno == ENOTDIR;
+        rest.remove_prefix(end + 1);
+    }
+    struct stat status;
+    const int from = folder ? folder.get() : AT_FDCWD;
+    if (::fstatat(from, std::string(rest).c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return false;
+    return errno == ENOENT || errno == ENOTDIR;
+}
+
+MaybeError setImmutable(const FileUrl& item, bool immutable) {
+    const UniqueFd fd = openFileOrFolder(item);
+    int flags = 0;
+    if (!fd || ioctl(fd.get(), FS_IOC_GETFLAGS, &flags) != 0) {
+        return errorFromErrno(errno, HostAccess::Write);
+    }
+    const int wanted =
+        immutable ? flags | FS_IMMUTABLE_FL : flags & ~(FS_IMMUTABLE_FL | FS_APPEND_FL);
+    if (wanted == flags || ioctl(fd.get(), FS_IOC_SETFLAGS, &wanted) == 0) return std::nullopt;
+    return errorFromErrno(errno, HostAccess::Write);
+}
+
+bool pathExists(const std::string& path) {
+    return access(path.c_str(), F_OK) == 0;
+}
+
+Result<std::string> symbolicLinkDestination(const FileUrl& link) {
+    auto destination = readWhole([&](char* buffer, std::size_t size) {
+        return readlink(link.path().c_str(), buffer, size);
+    });
+    if (!destination) return errorFromErrno(errno, HostAccess::Read);
+    return *std::move(destination);
+}
+
+std::optional<std::string> extendedAttribute(const FileUrl& item, const char* name) {
+    return readWhole([&](char* buffer, std::size_t size) {
+        return lgetxattr(item.path().c_str(), name, buffer, size);
+    });
+}
+
+bool isListedAsHidden(const FileUrl& item) {
+    constexpr std::size_t kLimit = std::size_t{1} << 20;
+    const std::string_view name = item.lastPathComponent();
+    if (name.empty() || name == "/" || isInsideTrash(item)) return false;
+    const FileUrl list = item.parent().appending(".hidden");
+    const auto text = readRegularFile(AT_FDCWD, list.path().c_str(), kLimit);
+    return text && hasLine(*text, name);
+}
+
+}  // namespace kestrin

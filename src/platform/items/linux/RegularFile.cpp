@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/items/linux/RegularFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/items/UniqueFd.h"
+#include "platform/items/linux/QuietOpen.h"
+
+namespace kestrin {
+namespace {
+
+/// Reads to the end, or until more than `limit` bytes have come.
+std::optional<std::string> readAll(int fd, std::size_t limit) {
+    std::string content;
+    char buffer[16384];
+    while (content.size() <= limit) {
+        const ssize_t length = read(fd, buffer, sizeof buffer);
+        if (length == 0) return content;
+        if (length > 0) {
+            content.append(buffer, static_cast<std::size_t>(length));
+        } else if (errno != EINTR) {
+            return std::nullopt;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::string> readRegularFile(int folder, const char* name, std::size_t limit,
+                                           struct stat* statusOfRead) {
+    struct stat status;
+    // Looked at before it is opened, too: opening alone can act on a device.
+    if (fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+    const UniqueFd file(openQuietly(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    if (statusOfRead) *statusOfRead = status;
+    return readAll(file.get(), limit);
+}
+
+std::string readSystemFile(const char* path) {
+    constexpr std::size_t kLimit = std::size_t{64} << 20;
+    const UniqueFd file(open(path, O_RDONLY | O_CLOEXEC));
+    return file ? readAll(file.get(), kLimit).value_or("") : std::string();
+}
+
+}  // namespace kestrin

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/items/SmallFile.h"
+
+#include <fcntl.h>
+
+#include <cstdlib>
+#include <memory>
+
+#include "platform/items/linux/RegularFile.h"
+
+namespace kestrin {
+
+std::optional<std::string> readSmallFile(const FileUrl& file, std::size_t maximumBytes,
+                                         LastLink link) {
+    const char* path = file.path().c_str();
+    if (link == LastLink::Refuse) return readRegularFile(AT_FDCWD, path, maximumBytes);
+    const std::unique_ptr<char, decltype(&std::free)> target(::realpath(path, nullptr), &std::free);
+    if (!target) return std::nullopt;
+    return readRegularFile(AT_FDCWD, target.get(), maximumBytes);
+}
+
+}  // namespace kestrin

@@ -1,0 +1,590 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/items/TreeRemover.h"
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "platform/items/HostErrors.h"
+#include "platform/items/LockAttributes.h"
+#include "platform/items/linux/DescriptorCache.h"
+#include "platform/items/linux/DirectoryStream.h"
+#include "platform/items/linux/LockFlags.h"
+#include "platform/items/linux/PlainName.h"
+#include "platform/items/linux/WorkStack.h"
+
+namespace kestrin {
+namespace {
+
+/// How often a folder is listed again when something is left in it that nobody refused: file
+/// systems may pass over entries while others are being removed.
+constexpr unsigned kMaximumPasses = 64;
+/// How often an entry is looked at again that turned from a folder into something else, or back.
+constexpr int kMaximumTries = 4;
+constexpr mode_t kOwnerRights = S_IRWXU;
+
+/// What statx told of an entry, as far as removing needs it.
+struct Facts {
+    mode_t mode = 0;
+    uid_t owner = 0;
+    std::uint64_t size = 0;
+    bool isImmutable = false;
+    bool isAppendOnly = false;
+    bool isMountRoot = false;
+    bool areKnown = false;
+
+    bool isDirectory() const { return S_ISDIR(mode); }
+    bool isLocked() const { return isImmutable || isAppendOnly; }
+};
+
+/// A folder that is being emptied.
+struct RemovalFolder : FolderNode {
+    Facts facts;
+    std::unique_ptr<RemovalItem> ownItem;  ///< at depth 0: what removal was asked for
+    const RemovalItem* item = nullptr;     ///< that of the folder's ancestor at depth 0
+    std::string path;  ///< kept while the folder is listed, so that entries need not build it again
+    bool modeWasWidened = false;
+    int clearedLocks = 0;  ///< attributes to be put back when it stays
+    unsigned passes = 0;
+    std::atomic<std::uint32_t> pending = 1;  ///< the listing and the folders below
+    std::atomic<bool> somethingStayed = false;
+    std::atomic<bool> somethingWent = false;  ///< in this pass
+
+    RemovalFolder* above() const { return static_cast<RemovalFolder*>(parent); }
+};
+
+std::string pathOf(const RemovalFolder& folder) {
+    std::vector<const RemovalFolder*> way;
+    for (const RemovalFolder* at = &folder; at; at = at->above()) {
+        way.push_back(at);
+        if (!at->path.empty()) break;
+    }
+    const RemovalFolder& known = *way.back();
+    std::string path = !known.path.empty() ? known.path : known.item->parentPath + "/" + known.name;
+    for (auto step = way.rbegin() + 1; step != way.rend(); ++step)
+        path += "/" + (*step)->name;
+    return path;
+}
+
+/// 0 and the facts, or an errno.
+int examine(int folder, const char* name, Facts& facts) {
+    struct statx status {};
+    if (statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC,
+              STATX_TYPE | STATX_MODE | STATX_UID | STATX_SIZE, &status) != 0) {
+        return errno;
+    }
+    facts.mode = status.stx_mode;
+    facts.owner = status.stx_uid;
+    facts.size = S_ISREG(status.stx_mode) || S_ISLNK(status.stx_mode) ? status.stx_size : 0;
+    facts.isImmutable = (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
+    facts.isAppendOnly = (status.stx_attributes & STATX_ATTR_APPEND) != 0;
+    facts.isMountRoot = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    facts.areKnown = true;
+    return 0;
+}
+
+/// Gives the owner's rights to a folder of the caller's own that lacks some, on a descriptor. True
+/// when the mode was changed. Root needs it only where its powers do not reach (`wasRefused`).
+bool widenMode(int descriptor, const Facts& facts, bool wasRefused, bool isPathOnly) {
+    const uid_t user = geteuid();
+    if (facts.owner != user || (facts.mode & kOwnerRights) == kOwnerRights) return false;
+    if (user == 0 && !wasRefused) return false;
+    const mode_t mode = (facts.mode & 07777) | kOwnerRights;
+    if (!isPathOnly) return fchmod(descriptor, mode) == 0;
+    // fchmod refuses O_PATH descriptors; the kernel's link to the open folder itself does not.
+    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+    return chmod(link.c_str(), mode) == 0;
+}
+
+class Entry final : public RemovalEntry {
+ public:
+    /// `above` is the folder that holds the entry; nullptr: `item` says so.
+    Entry(const RemovalFolder* above, const RemovalItem& item, int folder, const char* name,
+          Facts& facts)
+        : m_above(above), m_item(item), m_folder(folder), m_name(name), m_facts(facts) {}
+
+    std::string_view name() const override { return m_name; }
+    std::string path() const override {
+        const std::string folder = m_above ? pathOf(*m_above) : m_item.parentPath;
+        std::string path;
+        path.reserve(folder.size() + 1 + name().size());
+        path += folder;
+        if (!path.ends_with('/')) path += '/';
+        path += m_name;
+        return path;
+    }
+    bool isDirectory() const override { return m_facts.isDirectory(); }
+    bool isMountRoot() const override { return m_facts.isMountRoot; }
+    bool isImmutable() const override { return m_facts.isImmutable; }
+    std::uint64_t size() const override { return m_facts.size; }
+    bool isWritingDenied() const override {
+        if (!S_ISREG(m_facts.mode)) return false;
+        const uid_t user = geteuid();
+        if (user == 0 || m_facts.owner == user) return false;  // its mode can be changed
+        return faccessat(m_folder, m_name, W_OK, AT_EACCESS | AT_SYMLINK_NOFOLLOW) != 0 &&
+               errno == EACCES;
+    }
+    unsigned depth() const override { return m_above ? m_above->depth + 1 : 0; }
+    bool folderIsImmutable() const override {
+        struct statx status {};
+        return statx(m_folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_TYPE, &status) == 0 &&
+               (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
+    }
+    MaybeError clearImmutable() const override {
+        const bool hasFlags = S_ISREG(m_facts.mode) || S_ISDIR(m_facts.mode);
+        // Opening could wait for ever, or do something, for what is neither file nor folder.
+        UniqueFd fd(hasFlags ? openat(m_folder, m_name,
+                                      O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC)
+                             : -1);
+        int flags = 0;
+        if (!hasFlags) return errorFromErrno(EPERM, HostAccess::Write);
+        if (!fd || ioctl(fd.get(), FS_IOC_GETFLAGS, &flags) != 0) {
+            return errorFromErrno(errno, HostAccess::Write);
+        }
+        flags &= ~(FS_IMMUTABLE_FL | FS_APPEND_FL);
+        if (ioctl(fd.get(), FS_IOC_SETFLAGS, &flags) != 0) {
+            return errorFromErrno(errno, HostAccess::Write);
+        }
+        m_facts.isImmutable = false;
+        return std::nullopt;
+    }
+
+ private:
+    const RemovalFolder* m_above;
+    const RemovalItem& m_item;
+    int m_folder;
+    const char* m_name;
+    Facts& m_facts;
+};
+
+/// A folder to be entered, or an item to be begun.
+struct RemovalTask {
+    RemovalFolder* above = nullptr;  ///< nullptr: an item
+    std::string name;
+    RemovalItem item;
+};
+
+enum class Step {
+    Gone,
+    Stayed,
+    Entered,   ///< a folder was opened; its end is told later
+    IsFolder,  ///< a folder, where none is to be entered
+    Again,     ///< a folder in which something is left that nobody refused
+};
+
+class Remover {
+ public:
+    Remover(RemovalPolicy& policy, RemovalItems& items, LockedEntries locked)
+        : m_policy(policy), m_items(items), m_locked(locked) {}
+
+    void run(unsigned workers) {
+        m_tasks.run(
+            workers,
+            [this](RemovalTask& task) {
+                task = {};
+                return !m_policy.shouldStop() && m_items.next(task.item);
+            },
+            [this](RemovalTask& task) {
+                if (task.above) {
+                    enterFolder(task);
+                } else {
+                    beginItem(task.item);
+                }
+            });
+    }
+
+ private:
+    /// Where an entry is: in a folder under removal, or directly where the caller's items are.
+    struct Place {
+        RemovalFolder* above;
+        const RemovalItem& item;
+        int folder;
+    };
+    /// A folder just opened, pinned.
+    struct Opened {
+        RemovalFolder* folder = nullptr;
+        int descriptor = -1;
+    };
+
+    void beginItem(const RemovalItem& item) {
+        Opened opened;
+        const Step step =
+            removeEntry({nullptr, item, item.parentDescriptor}, item.name.c_str(), &opened);
+        if (step == Step::Entered) {
+            listAndFinish(opened);
+        } else {
+            m_items.finished(item, outcome(step));
+        }
+    }
+
+    void enterFolder(const RemovalTask& task) {
+        RemovalFolder* above = task.above;
+        Opened opened;
+        Step step = Step::Stayed;
+        const int folder = m_policy.shouldStop() ? -1 : pin(*above);
+        if (folder >= 0) {
+            step = removeEntry({above, *above->item, folder}, task.name.c_str(), &opened);
+            m_descriptors.unpin(*above);  // before listing, which may finish the folder above
+        }
+        if (step == Step::Entered) {
+            listAndFinish(opened);
+        } else {
+            note(above, step);
+            finish(above);
+        }
+    }
+
+    RemovalOutcome outcome(Step step) const {
+        if (step == Step::Gone) return RemovalOutcome::Gone;
+        return m_policy.shouldStop() ? RemovalOutcome::Stopped : RemovalOutcome::Stayed;
+    }
+
+    /// The descriptor of a folder under removal. A folder that cannot be found again is told as
+    /// failed.
+    int pin(RemovalFolder& folder) {
+        const int descriptor = m_descriptors.pin(folder);
+        if (descriptor < 0) {
+            const int error = errno;
+            tellFailure(folder, error);
+        }
+        return descriptor;
+    }
+
+    void tellFailure(RemovalFolder& folder, int error) {
+        const Entry entry(folder.above(), *folder.item, -1, folder.name.c_str(), folder.facts);
+        m_policy.didFail(entry, errorFromErrno(error, HostAccess::Read));
+    }
+
+    static void note(RemovalFolder* above, Step step) {
+        if (!above) return;
+        if (step == Step::Gone) above->somethingWent = true;
+        if (step == Step::Stayed) above->somethingStayed = true;
+    }
+
+    Step fail(const Entry& entry, int error, HostAccess access) {
+        if (error == ENOENT) return Step::Gone;
+        m_policy.didFail(entry, errorFromErrno(error, access));
+        return Step::Stayed;
+    }
+
+    /// Removes a file, or opens a folder; a folder is IsFolder when `opened` is nullptr.
+    Step removeEntry(const Place& place, const char* name, Opened* opened) {
+        for (int tries = 0;; ++tries) {
+            if (m_policy.shouldStop()) return Step::Stayed;
+            Facts facts;
+            const Entry entry(place.above, place.item, place.folder, name, facts);
+            if (const int error = examine(place.folder, name, facts)) {
+                return fail(entry, error, HostAccess::Read);
+            }
+            if (facts.isDirectory() && !opened) return Step::IsFolder;
+            if (facts.isMountRoot) return fail(entry, EBUSY, HostAccess::Write);
+            int error = 0;
+            const Step step = facts.isDirectory()
+                                  ? openForRemoval(place, entry, name, facts, *opened, error)
+                                  : removeFile(place, entry, name, facts, error);
+            if (error == 0) return step;
+            // A folder that is none any more, or the other way round, is looked at again.
+            const bool hasChanged = error == ENOTDIR || error == ELOOP || error == EISDIR;
+            if (!hasChanged || tries + 1 == kMaximumTries) {
+                return fail(entry, error, HostAccess::Write);
+            }
+        }
+    }
+
+    bool isToBeUnlocked(const Facts& facts) const {
+        return m_locked == LockedEntries::Unlock && facts.isLocked();
+    }
+
+    Step removeFile(const Place& place, const Entry& entry, const char* name, const Facts& facts,
+                    int& error) {
+        if (m_policy.willRemove(entry) == RemovalPolicy::Verdict::Leave) return Step::Stayed;
+        if (m_policy.shouldStop()) return Step::Stayed;
+        std::optional<ClearedLocks> cleared;  // until the entry is gone, or not
+        if (isToBeUnlocked(facts)) {
+            auto locks = ClearedLocks::clear(place.folder, name);
+            if (!locks) {
+                error = locks.error().systemError;
+                return Step::Stayed;
+            }
+            cleared.emplace(std::move(*locks));
+        }
+        if (unlinkat(place.folder, name, 0) == 0) {
+            m_policy.didRemove(entry);
+            return Step::Gone;
+        }
+        error = errno;
+        return Step::Stayed;
+    }
+
+    Step openForRemoval(const Place& place, const Entry& entry, const char* name, Facts& facts,
+                        Opened& opened, int& error) {
+        if (place.above && m_policy.willEnter(entry) == RemovalPolicy::Verdict::Leave) {
+            return Step::Stayed;
+        }
+        bool wasWidened = false;
+        UniqueFd fd = openWithRights(place.folder, name, facts, wasWidened);
+        if (!fd) {
+            error = errno;
+            if (error == EXDEV) {
+                facts.isMountRoot = true;
+                error = EBUSY;
+            } else if (error == EACCES || error == EPERM) {
+                return removeUnlistedFolder(place, entry, name, std::exchange(error, 0));
+            }
+            return Step::Stayed;
+        }
+        opened.descriptor = fd.get();
+        opened.folder = makeFolder(place, name, facts);
+        opened.folder->modeWasWidened = wasWidened;
+        if (isToBeUnlocked(facts)) error = clearLockFlags(fd.get(), opened.folder->clearedLocks);
+        if (error == 0 && m_descriptors.adopt(*opened.folder, std::move(fd))) return Step::Entered;
+        if (error == 0) error = errno;
+        delete opened.folder;
+        return Step::Stayed;
+    }
+
+    static RemovalFolder* makeFolder(const Place& place, const char* name, const Facts& facts) {
+        auto* folder = new RemovalFolder;
+        folder->parent = place.above;
+        folder->rootParent = place.item.parentDescriptor;
+        folder->name = name;
+        folder->facts = facts;
+        if (place.above) {
+            folder->depth = place.above->depth + 1;
+            folder->item = place.above->item;
+        } else {
+            folder->ownItem = std::make_unique<RemovalItem>(place.item);
+            folder->item = folder->ownItem.get();
+        }
+        return folder;
+    }
+
+    UniqueFd openWithRights(int parent, const char* name, const Facts& facts, bool& wasWidened) {
+        UniqueFd fd(openFolder(parent, name, 0));
+        if (fd) {
+            wasWidened = widenMode(fd.get(), facts, false, false);
+            return fd;
+        }
+        if (errno != EACCES || facts.owner != geteuid()) return fd;
+        UniqueFd path(openFolder(parent, name, O_PATH));
+        if (!path) return path;
+        struct stat status {};
+        wasWidened = fstat(path.get(), &status) == 0 && status.st_uid == geteuid() &&
+                     widenMode(path.get(), facts, true, true);
+        if (wasWidened) fd.reset(openat(path.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!fd) errno = EACCES;
+        return fd;
+    }
+
+    int openFolder(int parent, const char* name, int flags) {
+        int fd = openFolderAt(parent, name, flags);
+        for (int tries = 0; fd < 0 && errno == EMFILE && tries < 200; ++tries) {
+            m_descriptors.closeIdle();
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            fd = openFolderAt(parent, name, flags);
+        }
+        return fd;
+    }
+
+    /// A folder that cannot be listed goes when it is empty; else it is told as unreadable.
+    Step removeUnlistedFolder(const Place& place, const Entry& entry, const char* name, int why) {
+        if (m_policy.willRemove(entry) == RemovalPolicy::Verdict::Leave) return Step::Stayed;
+        if (unlinkat(place.folder, name, AT_REMOVEDIR) == 0) {
+            m_policy.didRemove(entry);
+            return Step::Gone;
+        }
+        const bool isNotEmpty = errno == ENOTEMPTY || errno == EEXIST;
+        return isNotEmpty ? fail(entry, why, HostAccess::Read)
+                          : fail(entry, errno, HostAccess::Write);
+    }
+
+    /// Removes the files of a folder, hands its folders to whoever is free, unpins it.
+    void listAndFinish(const Opened& opened) {
+        RemovalFolder* folder = opened.folder;
+        std::vector<RemovalTask> folders;
+        folder->path = pathOf(*folder);
+        const int error = removeFiles(opened, folders);
+        folder->path = {};
+        const bool hasFailed = error != 0 && error != ENOENT;
+        if (hasFailed) tellFailure(*folder, error);
+        if (hasFailed || m_policy.shouldStop()) folder->somethingStayed = true;
+        m_descriptors.unpin(*folder);
+        folder->pending += static_cast<std::uint32_t>(folders.size());
+        std::reverse(folders.begin(), folders.end());
+        m_tasks.push(folders);
+        finish(folder);
+    }
+
+    /// 0, or the errno of a listing that failed.
+    int removeFiles(const Opened& opened, std::vector<RemovalTask>& folders) {
+        thread_local DirectoryStream stream;
+        thread_local std::vector<RawEntry> entries;
+        RemovalFolder* folder = opened.folder;
+        const Place place{folder, *folder->item, opened.descriptor};
+        while (stream.read(opened.descriptor, entries)) {
+            for (const RawEntry& raw : entries) {
+                if (m_policy.shouldStop()) return 0;
+                const Step step =
+                    raw.type == DT_DIR ? Step::IsFolder : removeEntry(place, raw.name, nullptr);
+                if (step == Step::IsFolder) {
+                    folders.push_back({folder, raw.name, {}});
+                } else {
+                    note(folder, step);
+                }
+            }
+        }
+        return errno;
+    }
+
+    /// One thing that `folder` waited for is done. The last one removes it, and so on upwards.
+    void finish(RemovalFolder* folder) {
+        while (folder && folder->pending.fetch_sub(1) == 1) {
+            const Step step = removeFolder(*folder);
+            if (step == Step::Again) return listAgain(folder);
+            RemovalFolder* above = folder->above();
+            if (!above) m_items.finished(*folder->item, outcome(step));
+            note(above, step);
+            m_descriptors.close(*folder);
+            delete folder;
+            folder = above;
+        }
+    }
+
+    /// Removes a folder when nothing stayed in it: Gone, Stayed, or Again.
+    Step removeFolder(RemovalFolder& folder) {
+        Step step = Step::Stayed;
+        if (!folder.somethingStayed && !m_policy.shouldStop()) {
+            const int parent =
+                folder.above() ? pin(*folder.above()) : folder.item->parentDescriptor;
+            if (parent >= 0) {
+                step = removeEmptyFolder(folder, parent);
+                if (folder.above()) m_descriptors.unpin(*folder.above());
+            }
+        }
+        if (step == Step::Stayed) restoreFolder(folder);
+        return step;
+    }
+
+    Step removeEmptyFolder(RemovalFolder& folder, int parent) {
+        const char* name = folder.name.c_str();
+        const Entry entry(folder.above(), *folder.item, parent, name, folder.facts);
+        if (m_policy.willRemove(entry) == RemovalPolicy::Verdict::Leave) return Step::Stayed;
+        if (m_policy.shouldStop()) return Step::Stayed;
+        if (unlinkat(parent, name, AT_REMOVEDIR) == 0) {
+            m_policy.didRemove(entry);
+            return Step::Gone;
+        }
+        const int error = errno;
+        const bool isNotEmpty = error == ENOTEMPTY || error == EEXIST;
+        if (isNotEmpty && folder.somethingWent && ++folder.passes < kMaximumPasses) {
+            return Step::Again;
+        }
+        if (error == ENOTDIR) {  // something else took its place
+            return removeEntry({folder.above(), *folder.item, parent}, name, nullptr);
+        }
+        return fail(entry, error, HostAccess::Write);
+    }
+
+    void listAgain(RemovalFolder* folder) {
+        folder->pending = 1;
+        folder->somethingWent = false;
+        const int descriptor = pin(*folder);
+        if (descriptor >= 0) {
+            lseek(descriptor, 0, SEEK_SET);
+            return listAndFinish({folder, descriptor});
+        }
+        folder->somethingStayed = true;
+        finish(folder);
+    }
+
+    /// What was changed to empty the folder is changed back.
+    void restoreFolder(RemovalFolder& folder) {
+        if (!folder.modeWasWidened && folder.clearedLocks == 0) return;
+        const int descriptor = m_descriptors.pin(folder);
+        if (descriptor < 0) return;
+        if (folder.modeWasWidened) fchmod(descriptor, folder.facts.mode & 07777);
+        restoreLockFlags(descriptor, folder.clearedLocks);
+        m_descriptors.unpin(folder);
+    }
+
+    RemovalPolicy& m_policy;
+    RemovalItems& m_items;
+    const LockedEntries m_locked;
+    DescriptorCache m_descriptors;
+    WorkStack<RemovalTask> m_tasks;
+};
+
+/// Removes without asking and keeps the first failure.
+class PlainPolicy final : public RemovalPolicy {
+ public:
+    Verdict willEnter(const RemovalEntry&) override { return Verdict::Proceed; }
+    Verdict willRemove(const RemovalEntry&) override { return Verdict::Proceed; }
+    void didRemove(const RemovalEntry&) override {}
+    void didFail(const RemovalEntry&, const HostError& error) override {
+        if (!m_firstError) m_firstError = error;
+    }
+    bool shouldStop() const override { return false; }
+    const MaybeError& firstError() const { return m_firstError; }
+
+ private:
+    MaybeError m_firstError;
+};
+
+class SingleItem final : public RemovalItems {
+ public:
+    explicit SingleItem(RemovalItem item) : m_item(std::move(item)) {}
+    bool next(RemovalItem& item) override {
+        item = m_item;
+        return !std::exchange(m_wasHandedOut, true);
+    }
+    void finished(const RemovalItem&, RemovalOutcome) override {}
+
+ private:
+    RemovalItem m_item;
+    bool m_wasHandedOut = false;
+};
+
+/// More workers than cores pay: some always wait for the file system's journal.
+unsigned defaultWorkers() {
+    return std::clamp(2 * std::thread::hardware_concurrency(), 4U, 8U);
+}
+
+}  // namespace
+
+TreeRemover::TreeRemover(RemovalPolicy& policy, unsigned workers, LockedEntries locked)
+    : m_policy(policy),
+      m_workers(affordableWorkers(workers ? workers : defaultWorkers())),
+      m_locked(locked) {}
+
+void TreeRemover::remove(RemovalItems& items) {
+    Remover(m_policy, items, m_locked).run(m_workers);
+}
+
+MaybeError removeItem(const FileUrl& item) {
+    const FileUrl folder = item.parent();
+    UniqueFd parent(open(folder.path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!parent) return errorFromErrno(errno, HostAccess::Write);
+    std::string name(item.lastPathComponent());
+    if (!isPlainName(name)) return errorFromErrno(EINVAL, HostAccess::Write);
+    Facts facts;
+    if (const int error = examine(parent.get(), name.c_str(), facts)) {
+        return errorFromErrno(error, HostAccess::Write);
+    }
+    PlainPolicy policy;
+    SingleItem single({0, parent.get(), folder.path(), std::move(name)});
+    TreeRemover(policy, 1).remove(single);
+    return policy.firstError();
+}
+
+}  // namespace kestrin

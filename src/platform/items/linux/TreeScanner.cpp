@@ -1,0 +1,205 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/items/TreeScanner.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+#include <thread>
+#include <utility>
+
+#include "platform/items/HostErrors.h"
+#include "platform/items/linux/DescriptorCache.h"
+#include "platform/items/linux/DirectoryStream.h"
+#include "platform/items/linux/QuietOpen.h"
+#include "platform/items/linux/WorkStack.h"
+
+namespace kestrin {
+namespace {
+
+/// First-level entries examined by one task.
+constexpr std::size_t kRange = 1024;
+
+struct ScanFolder : FolderNode {
+    std::atomic<std::uint32_t> pending = 1;  ///< its own listing and the folders below it
+};
+
+/// Either a folder to count, or a range of first-level entries to examine.
+struct ScanTask {
+    ScanFolder* parent = nullptr;  ///< nullptr: directly inside the scanned folder
+    std::string name;
+    std::size_t top =
+        0;  ///< the first-level entry that the folder belongs to, or the range's begin
+    std::size_t rangeEnd = 0;  ///< 0: a folder
+};
+
+/// Bytes of a file or link; 0 for anything else and what cannot be examined. `isFolder` is set when
+/// it turns out to be one.
+std::uint64_t sizeOfEntry(int folder, const RawEntry& entry, bool& isFolder) {
+    if (entry.type != DT_REG && entry.type != DT_LNK && entry.type != DT_UNKNOWN) return 0;
+    struct statx status {};
+    if (statx(folder, entry.name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC,
+              STATX_TYPE | STATX_SIZE, &status) != 0) {
+        return 0;
+    }
+    isFolder = S_ISDIR(status.stx_mode);
+    return S_ISREG(status.stx_mode) || S_ISLNK(status.stx_mode) ? status.stx_size : 0;
+}
+
+class Scanner {
+ public:
+    Scanner(int root, std::stop_token stop) : m_root(root), m_stop(std::move(stop)) {}
+
+    MaybeError listFirstLevel() {
+        DirectoryStream stream;
+        std::vector<RawEntry> entries;
+        while (stream.read(m_root, entries, false)) {
+            for (const RawEntry& entry : entries) {
+                m_types.push_back(entry.type);
+                m_results.push_back({entry.name});
+            }
+        }
+        if (errno != 0) return errorFromErrno(errno, HostAccess::Read);
+        return std::nullopt;
+    }
+
+    std::vector<ScannedEntry> scan() {
+        std::vector<ScanTask> ranges;
+        for (std::size_t begin = 0; begin < m_results.size(); begin += kRange) {
+            ranges.push_back({nullptr, {}, begin, std::min(begin + kRange, m_results.size())});
+        }
+        if (ranges.empty()) return {};
+        std::reverse(ranges.begin(), ranges.end());  // the first range is taken first
+        m_tasks.push(ranges);
+        // More than cores: what is not in memory is asked of the disk, which likes several
+        // questions.
+        const unsigned workers =
+            affordableWorkers(std::clamp(4 * std::thread::hardware_concurrency(), 8U, 16U));
+        m_tasks.run(
+            workers, [](ScanTask&) { return false; }, [this](ScanTask& task) { work(task); });
+        return std::move(m_results);
+    }
+
+ private:
+    struct Sums {
+        std::uint64_t size = 0;
+        std::uint64_t count = 0;
+    };
+
+    void work(ScanTask& task) {
+        thread_local DirectoryStream stream;
+        if (m_stop.stop_requested()) {
+            finish(task.parent);
+        } else if (task.rangeEnd != 0) {
+            examineRange(task.top, task.rangeEnd);
+        } else {
+            countFolder(task, stream);
+        }
+    }
+
+    void examineRange(std::size_t begin, std::size_t end) {
+        std::vector<ScanTask> folders;
+        for (std::size_t i = begin; i < end && !m_stop.stop_requested(); ++i) {
+            ScannedEntry& result = m_results[i];
+            const RawEntry entry{0, m_types[i], result.name.c_str()};
+            result.isDirectory = entry.type == DT_DIR;
+            const std::uint64_t size = sizeOfEntry(m_root, entry, result.isDirectory);
+            if (result.isDirectory) {
+                folders.push_back({nullptr, result.name, i, 0});
+            } else {
+                result.size = size;
+            }
+        }
+        std::reverse(folders.begin(), folders.end());
+        m_tasks.push(folders);
+    }
+
+    void countFolder(ScanTask& task, DirectoryStream& stream) {
+        UniqueFd fd = openFolder(task);
+        if (!fd) {
+            finish(task.parent);
+            return;
+        }
+        auto* folder = new ScanFolder;
+        folder->parent = task.parent;
+        folder->rootParent = m_root;
+        folder->name = std::move(task.name);
+        const int descriptor = fd.get();
+        if (!m_descriptors.adopt(*folder, std::move(fd))) {
+            delete folder;
+            finish(task.parent);
+            return;
+        }
+        listFolder(*folder, descriptor, task.top, stream);
+        m_descriptors.unpin(*folder);
+        finish(folder);
+    }
+
+    UniqueFd openFolder(const ScanTask& task) {
+        if (!task.parent) return UniqueFd(openFolderQuietlyAt(m_root, task.name.c_str()));
+        const int parent = m_descriptors.pin(*task.parent);
+        if (parent < 0) return {};
+        UniqueFd fd(openFolderQuietlyAt(parent, task.name.c_str()));
+        if (!fd && errno == EMFILE) {
+            m_descriptors.closeIdle();
+            fd.reset(openFolderQuietlyAt(parent, task.name.c_str()));
+        }
+        m_descriptors.unpin(*task.parent);
+        return fd;
+    }
+
+    void listFolder(ScanFolder& folder, int descriptor, std::size_t top, DirectoryStream& stream) {
+        std::vector<RawEntry> entries;
+        std::vector<ScanTask> folders;
+        Sums sums;
+        while (!m_stop.stop_requested() && stream.read(descriptor, entries)) {
+            for (const RawEntry& entry : entries) {
+                bool isFolder = entry.type == DT_DIR;
+                sums.size += sizeOfEntry(descriptor, entry, isFolder);
+                if (isFolder) folders.push_back({&folder, entry.name, top, 0});
+                if (m_stop.stop_requested()) break;
+            }
+            sums.count += entries.size();
+        }
+        add(top, sums);
+        folder.pending += static_cast<std::uint32_t>(folders.size());
+        m_tasks.push(folders);
+    }
+
+    void add(std::size_t top, const Sums& sums) {
+        std::atomic_ref(m_results[top].size).fetch_add(sums.size, std::memory_order_relaxed);
+        std::atomic_ref(m_results[top].count).fetch_add(sums.count, std::memory_order_relaxed);
+    }
+
+    /// One folder below `folder`, or its own listing, is done.
+    void finish(ScanFolder* folder) {
+        while (folder && folder->pending.fetch_sub(1) == 1) {
+            m_descriptors.close(*folder);
+            auto* parent = static_cast<ScanFolder*>(folder->parent);
+            delete folder;
+            folder = parent;
+        }
+    }
+
+    const int m_root;
+    const std::stop_token m_stop;
+    DescriptorCache m_descriptors;
+    WorkStack<ScanTask> m_tasks;
+    std::vector<ScannedEntry> m_results;
+    std::vector<unsigned char> m_types;  ///< of the results, as the folder told them
+};
+
+}  // namespace
+
+Result<std::vector<ScannedEntry>> scanTree(const FileUrl& folder, std::stop_token stop) {
+    constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+    UniqueFd root(openQuietly(AT_FDCWD, folder.path().c_str(), kFlags));
+    if (!root) return errorFromErrno(errno, HostAccess::Read);
+    Scanner scanner(root.get(), std::move(stop));
+    if (auto error = scanner.listFirstLevel()) return *std::move(error);
+    return scanner.scan();
+}
+
+}  // namespace kestrin

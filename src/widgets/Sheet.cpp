@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "widgets/Sheet.h"
+
+#include <QWidget>
+#include <QWindow>
+
+namespace kestrin {
+
+// A parent in the toolkit's sense would delete the sheet with itself, under the feet of its owner.
+void makeSheet(QWidget& sheet, QWidget* parent) {
+    if (!parent || !parent->window()->isVisible()) return;
+    const QWidget& window = *parent->window();
+    sheet.setWindowModality(Qt::WindowModal);
+    sheet.winId();
+    sheet.windowHandle()->setTransientParent(window.windowHandle());
+    if (!sheet.testAttribute(Qt::WA_Resized)) sheet.adjustSize();
+    QRect place = sheet.rect();
+    place.moveCenter(window.geometry().center());
+    sheet.move(place.topLeft());
+}
+
+}  // namespace kestrin

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "format/DisplayName.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace kestrin {
+namespace {
+
+using namespace std::string_literals;
+
+TEST(DisplayName, MakesVisibleWhatWouldActOnTheReaderAndNothingElse) {
+    const std::pair<std::string, QString> names[] = {
+        {"plain 100%@ \\n Ä日本語😀‹U+202E›", QStringLiteral("plain 100%@ \\n Ä日本語😀‹U+202E›")},
+        {"a\nb\rc\td", QStringLiteral("a\\nb\\rc\\td")},
+        {"\x1b[31m\x7f\0\u009B"s, QStringLiteral("‹U+001B›[31m‹U+007F›‹U+0000›‹U+009B›")},
+        {"\u202E\u2067\u200F\u2028", QStringLiteral("‹U+202E›‹U+2067›‹U+200F›‹U+2028›")},
+        {"\uFEFF\u061C\uFFF9\U000E0041", QStringLiteral("‹U+FEFF›‹U+061C›‹U+FFF9›‹U+E0041›")},
+    };
+    for (const auto& [bytes, shown] : names) {
+        EXPECT_EQ(displayName(bytes), shown);
+        EXPECT_EQ(displayName(QString::fromStdString("x" + bytes)), QLatin1Char('x') + shown);
+    }
+}
+
+TEST(DisplayName, ShowsAReplacementCharacterForEachBadByte) {
+    for (const std::string bytes : {"\xFF", "\xC3", "\xC0\xAF", "\xE2\x82", "\x80\x80",
+                                    "\xED\xA0\x80", "\xE0\x80\x80", "\xF4\x90\x80\x80"})
+        EXPECT_EQ(displayName(bytes + "z"),
+                  QString(qsizetype(bytes.size()), QChar(0xFFFD)) + QLatin1Char('z'));
+    EXPECT_EQ(displayName(QString(QChar(0xD83D))), QString(QChar(0xFFFD)));
+}
+
+TEST(TitleName, CutsLongNamesInTheMiddleAndTearsNoCharacterApart) {
+    EXPECT_EQ(titleName(std::string(60, 'a')), QString(60, u'a'));
+    EXPECT_EQ(titleName(std::string(40, 'a') + std::string(200, 'b') + ".pdf"),
+              QString(30, u'a') + QChar(0x2026) + QString(25, u'b') + QStringLiteral(".pdf"));
+    const QString shown = titleName(QString::fromUcs4(U"😀").repeated(100));
+    EXPECT_LE(shown.size(), kTitleNameLimit);
+    EXPECT_FALSE(displayName(shown).contains(QChar(0xFFFD)));
+    const QString stacked = QLatin1Char('e') + QString(500, QChar(0x0301));
+    EXPECT_EQ(titleName(stacked), QString(QChar(0x2026)));
+}
+
+/// What `printf '%b'` does with the escapes in use.
+std::string unescaped(std::string_view text) {
+    std::string bytes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char letter = text[i] == '\\' ? text[++i] : '\0';
+        if (letter == 'x') {
+            bytes += static_cast<char>(std::stoi(std::string(text.substr(i + 1, 2)), nullptr, 16));
+            i += 2;
+        } else {
+            bytes += letter == 'n' ? '\n' : letter == 'r' ? '\r' : letter == 't' ? '\t' : text[i];
+        }
+    }
+    return bytes;
+}
+
+TEST(EscapedName, IsOneReadableLineWithTheExactBytesOfAnyName) {
+    std::string line = "1 ";
+    appendEscapedName(line, "/Ä/日 1%\n\\\xFF");
+    EXPECT_EQ(line, "1 /Ä/日 1%\\n\\\\\\xFF");
+    std::mt19937 random(1);  // NOLINT: the same names in every run
+    for (int round = 0; round < 2000; ++round) {
+        std::string bytes(random() % 40, '\0');
+        for (char& byte : bytes)
+            byte =
+                static_cast<char>(random() % 3 ? random() : "\\nx\xE2\x80\xAE\xF0"[random() % 7]);
+        line.clear();
+        appendEscapedName(line, bytes);
+        ASSERT_EQ(unescaped(line), bytes);
+        ASSERT_EQ(displayName(line), QString::fromStdString(line)) << "not readable as it is";
+    }
+}
+
+}  // namespace
+}  // namespace kestrin

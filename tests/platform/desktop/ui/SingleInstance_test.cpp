@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/desktop/ui/SingleInstance.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <QDBusMessage>
+#include <QObject>
+#include <QVariantMap>
+#include <chrono>
+#include <cstring>
+#include <vector>
+
+#include "platform/desktop/ui/support/PrivateBus.h"
+#include "platform/items/UniqueFd.h"
+#include "support/ScopedVariable.h"
+#include "support/TestEnvironment.h"
+
+namespace kestrin {
+namespace {
+
+using Start = SingleInstance::Start;
+
+const QString kName = QLatin1String(kApplicationId);
+const QString kPath = QStringLiteral("/com/quorvane/Kestrin3");
+const QString kInterface = QStringLiteral("org.freedesktop.Application");
+
+/// Commands that write down their names.
+SingleInstance::Commands noting(std::vector<std::string>& calls) {
+    const auto note = [&calls](const char* name) {
+        return [&calls, name] { calls.emplace_back(name); };
+    };
+    return {note("activate"), {{"empty-all", note("empty-all")}, {"quit", note("quit")}}};
+}
+
+void send(const QString& method, const QVariantList& arguments) {
+    QDBusMessage call = QDBusMessage::createMethodCall(kName, kPath, kInterface, method);
+    call.setArguments(arguments);
+    test::PrivateBus::shared()->peer().send(call);
+}
+
+/// Another process of the program, which answers only when the test's event loop runs.
+class OtherProgram : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+ public:
+    OtherProgram() {
+        QDBusConnection peer = test::PrivateBus::shared()->peer();
+        peer.registerObject(kPath, this, QDBusConnection::ExportScriptableInvokables);
+        EXPECT_TRUE(peer.registerService(kName));
+    }
+    ~OtherProgram() override {
+        QDBusConnection peer = test::PrivateBus::shared()->peer();
+        peer.unregisterService(kName);
+        peer.unregisterObject(kPath);
+    }
+    Q_SCRIPTABLE void Activate(const QVariantMap& data) {
+        calls.push_back(QStringLiteral("activate"));
+        token = data.value(QStringLiteral("activation-token")).toString();
+    }
+    Q_SCRIPTABLE void ActivateAction(const QString& name, const QVariantList&, const QVariantMap&) {
+        calls.push_back(name);
+    }
+    QStringList calls;
+    QString token;
+};
+
+TEST(SingleInstance, TheFirstTakesCommands) {
+    KESTRIN_REQUIRE_BUS();
+    std::vector<std::string> calls;
+    SingleInstance instance(noting(calls));
+    ASSERT_EQ(instance.start("empty-all"), Start::First);
+    EXPECT_TRUE(calls.empty()) << "its own command is the caller's matter";
+
+    const auto expectCalls = [&calls](std::size_t count) {
+        EXPECT_TRUE(test::waitFor([&] { return calls.size() >= count; }));
+    };
+    // One after the other: every command may come over a connection of its own.
+    send(QStringLiteral("Activate"), {QVariantMap()});
+    expectCalls(1);
+    send(QStringLiteral("ActivateAction"),
+         {QStringLiteral("no-such-action"), QVariantList(), QVariantMap()});
+    send(QStringLiteral("ActivateAction"),
+         {QStringLiteral("empty-all"), QVariantList(), QVariantMap()});
+    expectCalls(2);
+    send(QStringLiteral("Open"), {QStringList{QStringLiteral("file:///x")}, QVariantMap()});
+    expectCalls(3);
+    send(QStringLiteral("ActivateAction"), {QStringLiteral("quit"), QVariantList(), QVariantMap()});
+    expectCalls(4);
+    EXPECT_EQ(calls, (std::vector<std::string>{"activate", "empty-all", "activate", "quit"}));
+}
+
+TEST(SingleInstance, ALaterOneHandsItsCommandToABusyOwner) {
+    KESTRIN_REQUIRE_BUS();
+    OtherProgram other;
+    const test::ScopedVariable token("XDG_ACTIVATION_TOKEN", "token-7");
+    std::vector<std::string> calls;
+    EXPECT_EQ(SingleInstance(noting(calls)).start(), Start::HandedOver);
+    EXPECT_EQ(SingleInstance(noting(calls)).start("quit"), Start::HandedOver);
+    EXPECT_TRUE(test::waitFor([&other] { return other.calls.size() >= 2; }));
+    EXPECT_EQ(other.calls, (QStringList{QStringLiteral("activate"), QStringLiteral("quit")}));
+    EXPECT_EQ(other.token, QStringLiteral("token-7"));
+    EXPECT_TRUE(calls.empty());
+}
+
+TEST(SingleInstance, TheNameIsFreeAgainAtTheEnd) {
+    KESTRIN_REQUIRE_BUS();
+    EXPECT_EQ(SingleInstance({}).start(), Start::First);
+    const OtherProgram other;
+}
+
+/// A socket that accepts and says nothing, as a stopped bus does.
+UniqueFd silentSocket(const std::string& path) {
+    UniqueFd listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+    EXPECT_EQ(::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(::listen(listener.get(), 5), 0);
+    return listener;
+}
+
+TEST(SingleInstance, ABusThatKeepsSilentIsGivenUpInTime) {
+    const test::ScratchFolder folder;
+    const UniqueFd listener = silentSocket(folder / "bus");
+    const test::ScopedVariable address("DBUS_SESSION_BUS_ADDRESS",
+                                       "unix:path=" + (folder / "bus") + ",guid=0123");
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_FALSE(ensureLivingSessionBus(std::chrono::milliseconds(100)));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+    EXPECT_STREQ(std::getenv("DBUS_SESSION_BUS_ADDRESS"), "unix:path=/dev/null");
+}
+
+TEST(SingleInstance, ALivingBusAndAddressesForTheLibraryStay) {
+    KESTRIN_REQUIRE_BUS();
+    const std::string living = std::getenv("DBUS_SESSION_BUS_ADDRESS");
+    const test::ScopedVariable kept("DBUS_SESSION_BUS_ADDRESS", living);
+    for (const std::string& address :
+         {living, std::string("unix:path=/%20;tcp:host=a"), std::string("tcp:host=a")}) {
+        ::setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+        EXPECT_TRUE(ensureLivingSessionBus());
+        EXPECT_EQ(std::getenv("DBUS_SESSION_BUS_ADDRESS"), address);
+    }
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent", 1);
+    EXPECT_FALSE(ensureLivingSessionBus());
+}
+
+}  // namespace
+}  // namespace kestrin
+
+#include "SingleInstance_test.moc"

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/desktop/ui/support/NotificationService.h"
+
+#include <gtest/gtest.h>
+
+#include <QDBusMessage>
+
+#include "platform/desktop/ui/support/PrivateBus.h"
+
+namespace kestrin::test {
+
+namespace {
+
+const QString kService = QStringLiteral("org.freedesktop.Notifications");
+const QString kPath = QStringLiteral("/org/freedesktop/Notifications");
+
+}  // namespace
+
+NotificationService::NotificationService() {
+    QDBusConnection peer = PrivateBus::shared()->peer();
+    peer.registerObject(kPath, this, QDBusConnection::ExportScriptableInvokables);
+    EXPECT_TRUE(peer.registerService(kService));
+}
+
+NotificationService::~NotificationService() {
+    QDBusConnection peer = PrivateBus::shared()->peer();
+    peer.unregisterService(kService);
+    peer.unregisterObject(kPath);
+}
+
+uint NotificationService::Notify(const QString&, uint replaces, const QString&,
+                                 const QString& summary, const QString& body,
+                                 const QStringList& actions, const QVariantMap&, int) {
+    id = replaces != 0 ? replaces : id + 1;
+    texts.push_back(summary + QLatin1Char('|') + body + QLatin1Char('|') +
+                    actions.join(QLatin1Char(',')));
+    isShown = true;
+    return id;
+}
+
+void NotificationService::CloseNotification(uint closed) {
+    isShown = isShown && closed != id;
+    signal(QStringLiteral("NotificationClosed"), {closed, 3U});
+}
+
+void NotificationService::signal(const QString& name, const QVariantList& arguments) {
+    QDBusMessage message = QDBusMessage::createSignal(kPath, kService, name);
+    message.setArguments(arguments);
+    PrivateBus::shared()->peer().send(message);
+}
+
+}  // namespace kestrin::test

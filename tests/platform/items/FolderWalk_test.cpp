@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/items/FolderWalk.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/items/UniqueFd.h"
+#include "support/TestEnvironment.h"
+
+namespace kestrin {
+namespace {
+
+using namespace test;
+using ::testing::UnorderedElementsAre;
+
+std::vector<std::string> walked(const std::string& folder) {
+    std::vector<std::string> seen;
+    const auto error = walkTree(FileUrl::fromPath(folder), [&](const WalkedEntry& entry) {
+        seen.push_back(std::string(entry.name) + ":" + std::to_string(entry.size));
+        return true;
+    });
+    if (error) seen.push_back("error " + std::to_string(error->code));
+    return seen;
+}
+
+TEST(FolderWalk, MeetsEveryEntryOnceAndFollowsNoLink) {
+    const ScratchFolder scratch;
+    writeFile(scratch / "walked/a", "12345");
+    writeFile(scratch / "walked/folder/.hidden", "1");
+    writeFile(scratch / "walked/folder/below/caf\xE9\n", "12");
+    writeFile(scratch / "outside/secret", "123");
+    ASSERT_EQ(symlink("../outside", (scratch / "walked/link").c_str()), 0);
+    ASSERT_EQ(mkfifo((scratch / "walked/fifo").c_str(), 0644), 0);
+    EXPECT_THAT(walked(scratch / "walked"),
+                UnorderedElementsAre("a:5", "folder:0", ".hidden:1", "below:0", "caf\xE9\n:2",
+                                     "link:10", "fifo:0"));
+    EXPECT_THAT(walked(scratch / "walked/link"),
+                UnorderedElementsAre("error " + std::to_string(ENOTDIR)));
+
+    int met = 0;
+    const auto stopAtThird = [&](const WalkedEntry&) { return ++met < 3; };
+    EXPECT_FALSE(walkTree(FileUrl::fromPath(scratch / "walked"), stopAtThird));
+    EXPECT_EQ(met, 3);
+    const auto stopAtOnce = [&](std::string_view, EntryType) { return ++met < 4; };
+    EXPECT_FALSE(visitFolder(FileUrl::fromPath(scratch / "walked"), stopAtOnce));
+    EXPECT_EQ(met, 4);
+}
+
+TEST(FolderWalk, GoesDeeperThanPathsAndDescriptorsReachAndComesBack) {
+    constexpr int kDepth = 150;
+    const ScratchFolder scratch;
+    const std::string name(40, 'd');
+    UniqueFd current(open(scratch.path().c_str(), O_RDONLY | O_DIRECTORY));
+    for (int i = 0; i < kDepth; ++i) {
+        ASSERT_EQ(mkdirat(current.get(), "beside", 0755), 0);
+        ASSERT_TRUE(UniqueFd(openat(current.get(), "beside/file", O_CREAT | O_WRONLY, 0644)));
+        ASSERT_EQ(mkdirat(current.get(), name.c_str(), 0755), 0);
+        current.reset(openat(current.get(), name.c_str(), O_RDONLY | O_DIRECTORY));
+    }
+    rlimit before;
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit few{48, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+    EXPECT_EQ(walked(scratch.path()).size(), 3U * kDepth);
+    setrlimit(RLIMIT_NOFILE, &before);
+}
+
+TEST(FolderWalk, EntersNoMountsAndReportsTheTopAloneWhenItCannotBeRead) {
+    KESTRIN_REQUIRE_MOUNTS();
+    const ScratchFolder scratch;
+    const TestVolume volume(TestVolume::Kind::Tmpfs, scratch / "disk");
+    ASSERT_TRUE(volume.isMounted());
+    writeFile(scratch / "disk/inside");
+    makeFolder(scratch / "elsewhere/within");
+    makeFolder(scratch / "bind");
+    ASSERT_EQ(runAsRoot("cd " + scratch.path() + " && mount --bind elsewhere bind && " +
+                        "mkdir -m 700 closed && touch closed/file"),
+              0);
+    EXPECT_THAT(walked(scratch.path()),
+                UnorderedElementsAre("disk:0", "elsewhere:0", "within:0", "bind:0", "closed:0"));
+    EXPECT_THAT(walked(scratch / "disk"), UnorderedElementsAre("inside:1")) << "was asked for";
+    EXPECT_THAT(walked(scratch / "closed"),
+                UnorderedElementsAre("error " + std::to_string(kFileReadNoPermission)));
+}
+
+}  // namespace
+}  // namespace kestrin

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/items/ItemAttributes.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/items/UniqueFd.h"
+#include "support/TestEnvironment.h"
+
+namespace kestrin {
+namespace {
+
+using namespace test;
+
+FileUrl url(const std::string& path) {
+    return FileUrl::fromPath(path);
+}
+
+TEST(ItemAttributes, DescribesTheItemAndNotWhatALinkPointsAt) {
+    const ScratchFolder scratch;
+    writeFile(scratch / "file", "12345");
+    ASSERT_EQ(symlink("file", (scratch / "link").c_str()), 0);
+    const timespec times[] = {{0, 0}, {978307200 + 10, 500000000}};
+    ASSERT_EQ(utimensat(AT_FDCWD, (scratch / "file").c_str(), times, 0), 0);
+    const auto file = itemAttributes(url(scratch / "file"));
+    EXPECT_TRUE(file->isRegularFile());
+    EXPECT_EQ(file->size, 5u);
+    EXPECT_DOUBLE_EQ(file->dateModified, 10.5);
+    EXPECT_EQ(file->userId, geteuid());
+    const auto link = itemAttributes(url(scratch / "link"));
+    EXPECT_TRUE(link->isSymbolicLink());
+    EXPECT_EQ(link->size, 4u);
+    EXPECT_EQ(itemAttributes(url(scratch.path()))->size, 0u);
+    EXPECT_EQ(itemAttributes(url(scratch / "none")).error().code, ENOENT);
+}
+
+TEST(ItemAttributes, OnlyWhatIsAbsentIsGone) {
+    const ScratchFolder scratch;
+    writeFile(scratch / "file");
+    makeFolder(scratch / "closed");
+    ASSERT_EQ(symlink("nowhere", (scratch / "link").c_str()), 0);
+    std::string deep = scratch.path();  // deeper than the longest path
+    const std::string name(250, 'd');
+    UniqueFd folder(open(deep.c_str(), O_RDONLY));
+    for (int depth = 0; depth < 40; ++depth) {
+        ASSERT_EQ(mkdirat(folder.get(), name.c_str(), 0700), 0);
+        folder.reset(openat(folder.get(), name.c_str(), O_RDONLY));
+        deep += '/' + name;
+    }
+    ASSERT_EQ(chmod((scratch / "closed").c_str(), 0), 0);
+    for (const std::string& there :
+         {scratch / "link", scratch / "closed/any", deep, "/" + std::string(5000, 'x')}) {
+        EXPECT_FALSE(isGone(url(there))) << there;
+    }
+    for (const std::string& gone : {scratch / "none", scratch / "file/below", deep + "/none"}) {
+        EXPECT_TRUE(isGone(url(gone))) << gone;
+    }
+}
+
+TEST(ItemAttributes, LockingNeedsRootAndRefusesWhatIsNoFileOrFolder) {
+    KESTRIN_REQUIRE_ROOT();
+    const ScratchFolder scratch;
+    const FileUrl file = url(scratch / "file");
+    writeFile(file.path());
+    ASSERT_EQ(symlink("file", (scratch / "link").c_str()), 0);
+    ASSERT_EQ(mkfifo((scratch / "fifo").c_str(), 0600), 0);
+    if (runAsRoot("chattr +i +a " + file.path()) != 0) GTEST_SKIP() << "no such attributes here";
+    EXPECT_EQ(setImmutable(file, false)->code, kFileWriteNoPermission);
+    const AsRoot root;
+    EXPECT_FALSE(setImmutable(file, true)) << "is so already";
+    EXPECT_TRUE(setImmutable(url(scratch / "link"), false));
+    EXPECT_TRUE(setImmutable(url(scratch / "fifo"), false)) << "must not wait for a writer";
+    EXPECT_TRUE(itemAttributes(file)->isImmutable);
+    EXPECT_FALSE(setImmutable(file, false));
+    EXPECT_EQ(unlink(file.path().c_str()), 0) << "nor is it append-only";
+}
+
+TEST(ItemAttributes, ReadsLinksOfAnyLength) {
+    const ScratchFolder scratch;
+    const FileUrl file = url(scratch / "file"), link = url(scratch / "link");
+    const std::string destination(3000, 'd');
+    writeFile(file.path());
+    ASSERT_EQ(symlink(destination.c_str(), link.path().c_str()), 0);
+    EXPECT_EQ(*symbolicLinkDestination(link), destination);
+    EXPECT_EQ(symbolicLinkDestination(file).error().code, EINVAL);
+    EXPECT_FALSE(pathExists(link.path())) << "a dangling link leads nowhere";
+}
+
+TEST(ItemAttributes, HiddenListsOutsideOfTrashesNameWholeLines) {
+    const ScratchFolder scratch;
+    for (const char* folder : {"Trash/other", "files", "Trash/files", "Trash/files/deep/er",
+                               ".Trash-12/files", ".Trash/12/files"}) {
+        writeFile(scratch / folder + "/.hidden", "one\ntwo words\n\nlast");
+        const bool isOutside =
+            folder == std::string("Trash/other") || folder == std::string("files");
+        for (const char* name : {"/one", "/two words", "/last"}) {
+            EXPECT_EQ(isListedAsHidden(url(scratch / folder + name)), isOutside) << folder << name;
+        }
+        for (const char* name : {"/on", "/words", "/one\ntwo words"}) {
+            EXPECT_FALSE(isListedAsHidden(url(scratch / folder + name))) << name;
+        }
+    }
+    writeFile(scratch / "long/.hidden", "one\n" + std::string(std::size_t{2} << 20, 'x'));
+    makeFolder(scratch / "link");
+    ASSERT_EQ(symlink("../files/.hidden", (scratch / "link/.hidden").c_str()), 0);
+    makeFolder(scratch / "fifo");
+    ASSERT_EQ(mkfifo((scratch / "fifo/.hidden").c_str(), 0600), 0);
+    for (const char* item : {"long/one", "link/one", "fifo/one"}) {
+        EXPECT_FALSE(isListedAsHidden(url(scratch / item))) << item;
+    }
+}
+
+}  // namespace
+}  // namespace kestrin

@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/items/TreeRemover.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <functional>
+#include <mutex>
+#include <set>
+
+#include "platform/items/UniqueFd.h"
+#include "support/TestEnvironment.h"
+
+namespace kestrin {
+namespace {
+
+using namespace test;
+using ::testing::ElementsAre;
+using Outcomes = std::map<std::string, RemovalOutcome>;
+
+class RecordingPolicy : public RemovalPolicy {
+ public:
+    Verdict willEnter(const RemovalEntry& folder) override {
+        if (onEnter) onEnter(folder);
+        return Verdict::Proceed;
+    }
+    Verdict willRemove(const RemovalEntry& entry) override {
+        return leave.contains(std::string(entry.name())) ? Verdict::Leave : Verdict::Proceed;
+    }
+    void didRemove(const RemovalEntry& entry) override {
+        const std::lock_guard lock(mutex);
+        removed.push_back(entry.path());
+        if (onRemove) onRemove(entry);
+    }
+    void didFail(const RemovalEntry& entry, const HostError& error) override {
+        const std::lock_guard lock(mutex);
+        failed.emplace_back(entry.path(), error.code);
+    }
+    bool shouldStop() const override { return stop; }
+
+    std::set<std::string> leave;
+    std::function<void(const RemovalEntry&)> onEnter, onRemove;
+    bool stop = false;  ///< with one worker
+    std::mutex mutex;
+    std::vector<std::string> removed;
+    std::vector<std::pair<std::string, int>> failed;
+};
+
+class Items : public RemovalItems {
+ public:
+    Items(const std::string& folder, std::vector<std::string> names)
+        : m_fd(open(folder.c_str(), O_PATH)), m_folder(folder), m_names(std::move(names)) {}
+    bool next(RemovalItem& item) override {
+        if (m_next == m_names.size()) return false;
+        item = {m_next, m_fd.get(), m_folder, m_names[m_next]};
+        ++m_next;
+        return true;
+    }
+    void finished(const RemovalItem& item, RemovalOutcome outcome) override {
+        const std::lock_guard lock(m_lock);
+        outcomes[item.name] = outcome;
+    }
+    Outcomes outcomes;
+
+ private:
+    UniqueFd m_fd;
+    std::string m_folder;
+    std::vector<std::string> m_names;
+    std::size_t m_next = 0;
+    std::mutex m_lock;
+};
+
+class TreeRemoverTest : public ::testing::Test {
+ protected:
+    /// Removes the entries `names` of the folder "trash".
+    Outcomes remove(std::vector<std::string> names, unsigned workers = 4) {
+        Items items(trash, std::move(names));
+        TreeRemover(policy, workers).remove(items);
+        return items.outcomes;
+    }
+
+    ScratchFolder scratch;
+    const std::string trash = scratch / "trash", outside = scratch / "outside";
+    RecordingPolicy policy;
+};
+
+TEST_F(TreeRemoverTest, RemovesAndLeavesAndTellsExactlyThat) {
+    KESTRIN_REQUIRE_MOUNTS();
+    writeFile(outside + "/kept");
+    for (const char* file : {"/gone/file", "/stays/sub/left", "/busy/file", "/busy/bound/none"})
+        writeFile(trash + file);
+    ASSERT_EQ(symlink(outside.c_str(), (trash + "/gone/link").c_str()), 0);
+    ASSERT_EQ(chmod((trash + "/stays/sub").c_str(), 0111), 0);
+    ASSERT_EQ(chmod((trash + "/gone").c_str(), 0), 0);
+    ASSERT_EQ(runAsRoot("cd '" + scratch.path() + "' && mount --bind outside trash/busy/bound && " +
+                        "mount --bind outside/kept trash/busy/file && cd trash/busy && " +
+                        "mkdir -m 700 secret && touch secret/file"),
+              0);
+    policy.leave = {"left"};
+    EXPECT_EQ(remove({"gone", "stays", "busy", "absent"}),
+              (Outcomes{{"gone", RemovalOutcome::Gone},
+                        {"stays", RemovalOutcome::Stayed},
+                        {"busy", RemovalOutcome::Stayed},
+                        {"absent", RemovalOutcome::Gone}}));
+    EXPECT_THAT(policy.removed, ::testing::UnorderedElementsAre(
+                                    trash + "/gone/file", trash + "/gone/link", trash + "/gone"));
+    EXPECT_THAT(policy.failed, ::testing::UnorderedElementsAre(
+                                   std::pair(trash + "/busy/bound", kFileBusy),
+                                   std::pair(trash + "/busy/file", kFileBusy),
+                                   std::pair(trash + "/busy/secret", kFileReadNoPermission)));
+    EXPECT_TRUE(exists(outside + "/kept"));
+    struct stat status {};
+    ASSERT_EQ(stat((trash + "/stays/sub").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0111u) << "its mode is put back";
+}
+
+TEST_F(TreeRemoverTest, DoesNotFollowALinkThatTakesAFoldersPlace) {
+    writeFile(outside + "/kept");
+    const std::string victim = trash + "/entry/victim";
+    writeFile(victim + "/inner/file");
+    policy.onEnter = [&](const RemovalEntry& folder) {
+        ASSERT_EQ(folder.name(), "victim") << "entered through a link";
+        rename(victim.c_str(), (scratch / "moved").c_str());
+        ASSERT_EQ(symlink(outside.c_str(), victim.c_str()), 0);
+    };
+    EXPECT_EQ(remove({"entry"}, 1).at("entry"), RemovalOutcome::Gone);
+    EXPECT_TRUE(exists(outside + "/kept"));
+    EXPECT_TRUE(exists(scratch / "moved/inner/file"));
+}
+
+TEST_F(TreeRemoverTest, ListsAgainWhatAppearedMeanwhile) {
+    writeFile(trash + "/entry/first");
+    bool wasAdded = false;
+    policy.onRemove = [&](const RemovalEntry&) {
+        if (!std::exchange(wasAdded, true)) writeFile(trash + "/entry/sub/late");
+    };
+    EXPECT_EQ(remove({"entry"}).at("entry"), RemovalOutcome::Gone);
+    EXPECT_FALSE(exists(trash + "/entry"));
+}
+
+TEST_F(TreeRemoverTest, BeginsInOrderAndStopsBeforeTheNextEntry) {
+    for (const char* name : {"c", "a", "b"})
+        writeFile(trash + "/" + name);
+    policy.onRemove = [&](const RemovalEntry& entry) { policy.stop = entry.name() == "a"; };
+    EXPECT_EQ(remove({"c", "a", "b"}, 1).size(), 2u);
+    EXPECT_THAT(policy.removed, ElementsAre(trash + "/c", trash + "/a"));
+    EXPECT_TRUE(exists(trash + "/b"));
+}
+
+}  // namespace
+}  // namespace kestrin

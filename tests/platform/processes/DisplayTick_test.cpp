@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/processes/DisplayTick.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
+
+namespace kestrin {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(DisplayTick, TicksAtTheRateOfADisplayMakesNothingUpAndEndsWhenToldTo) {
+    std::atomic<int> ticks = 0, ofTheOther = 0;
+    const auto other = DisplayTick::start([&] { return ++ofTheOther < 2; });
+    const auto tick = DisplayTick::start([&] {
+        // The first tick takes as long as ten: they are lost.
+        if (ticks++ == 0) std::this_thread::sleep_for(160ms);
+        return true;
+    });
+    ASSERT_TRUE(tick);
+    std::this_thread::sleep_for(500ms);
+    EXPECT_GE(ticks, 5);
+    EXPECT_LE(ticks, 25);
+    EXPECT_EQ(ofTheOther, 2);
+}
+
+TEST(DisplayTick, DestructionWaitsForARunningCallback) {
+    std::promise<void> entered;
+    std::atomic<bool> left = false;
+    auto tick = DisplayTick::start([&] {
+        entered.set_value();
+        std::this_thread::sleep_for(100ms);
+        left = true;
+        return false;
+    });
+    entered.get_future().wait();
+    tick->reset();
+    EXPECT_TRUE(left);
+}
+
+TEST(DisplayTick, CallbackMayDestroyItsOwnTick) {
+    std::promise<void> handedOver, destroyed;
+    std::unique_ptr<DisplayTick> owner;
+    auto started = DisplayTick::start([&] {
+        handedOver.get_future().wait();
+        owner.reset();
+        destroyed.set_value();
+        return true;
+    });
+    owner = std::move(*started);
+    handedOver.set_value();
+    EXPECT_EQ(destroyed.get_future().wait_for(10s), std::future_status::ready);
+}
+
+}  // namespace
+}  // namespace kestrin
