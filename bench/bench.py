@@ -51,16 +51,17 @@ def volume(on, megabytes):
 
 
 class Bench:
-    def __init__(self, build, place):
+    def __init__(self, build, beside, place):
         # Build folders may be closed to other users.
         self.place = place
         self.kestrin = self.copy(os.path.join(build, "src/app/kestrin"))
+        self.other = beside and self.copy(os.path.join(beside, "src/app/kestrin"), "kestrin-beside")
         self.make_tree = self.copy(os.path.join(build, "bench/kestrin-make-tree"))
         self.trash = os.path.join(place, "share/Trash")
         self.files = os.path.join(self.trash, "files")
 
-    def copy(self, program):
-        target = os.path.join(self.place, os.path.basename(program))
+    def copy(self, program, name=None):
+        target = os.path.join(self.place, name or os.path.basename(program))
         shutil.copy(program, target)
         os.chmod(target, 0o755)
         return target
@@ -103,6 +104,8 @@ class Bench:
     def count(self, rounds, cold):
         """Seconds of `kestrin list` and of `du -s`, in turn."""
         tools = {"kestrin list": [self.kestrin, "list"], "du -s": ["/usr/bin/du", "-s", self.files]}
+        if self.other:
+            tools["the other build"] = [self.other, "list"]
         times = {name: [] for name in tools}
         for _ in range(rounds + (0 if cold else 1)):
             for name, command in tools.items():
@@ -118,6 +121,8 @@ class Bench:
                  "rm -rf": ["/usr/bin/rm", "-rf", self.files]}
         if shutil.which("trash-empty"):
             tools["trash-empty"] = ["/usr/bin/trash-empty"]  # asks nothing without a terminal
+        if self.other:
+            tools["the other build"] = [self.other, "empty", "--yes"]
         times = {name: [] for name in tools}
         for _ in range(rounds):
             for name, command in tools.items():
@@ -129,9 +134,10 @@ class Bench:
         return times
 
     def memory(self, shape):
-        """Peak bytes of counting and of erasing."""
-        self.make(**shape)
-        return self.run(self.kestrin, "list")[1], self.run(self.kestrin, "empty", "--yes")[1]
+        """A line a build: the peak bytes of counting and of erasing."""
+        for program in filter(None, (self.kestrin, self.other)):
+            self.make(**shape)
+            yield self.run(program, "list")[1], self.run(program, "empty", "--yes")[1]
 
 
 def report(title, times, ours):
@@ -152,6 +158,7 @@ def machine():
 def main():
     parser = argparse.ArgumentParser(prog="scripts/bench", description=__doc__)
     parser.add_argument("--build", required=True, help="a build folder of the release preset")
+    parser.add_argument("--beside", metavar="BUILD", help="another build, measured in turn with this one")
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--on", metavar="FOLDER", help="measure on that folder's file system")
     parser.add_argument("--million", action="store_true", help="also the memory for a million files")
@@ -169,7 +176,7 @@ def main():
     print(f"{time.strftime('%Y-%m-%d')}, {machine()}, {rounds} rounds, "
           f"{shape['files']} files in {shape['folders']} folders and {shape['singles']} beside them")
     with volume(options.on, 16000) as place:
-        bench = Bench(options.build, place)
+        bench = Bench(options.build, options.beside, place)
         bench.make(**shape)
         report("Counting, warm", bench.count(rounds, cold=False), "kestrin list")
         report("Counting, cold", bench.count(rounds, cold=True), "kestrin list")
@@ -179,8 +186,8 @@ def main():
             for title, big in (
                     ("a million files in folders", {**shape, "files": 1000000}),
                     ("a million top-level entries", {"folders": 1, "files": 1, "singles": 1000000})):
-                counting, erasing = bench.memory(big)
-                print(f"  {title:<28} {counting / 1e6:7.1f} {erasing / 1e6:7.1f}")
+                for counting, erasing in bench.memory(big):
+                    print(f"  {title:<28} {counting / 1e6:7.1f} {erasing / 1e6:7.1f}")
 
 
 if __name__ == "__main__":
