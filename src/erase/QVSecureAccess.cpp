@@ -12,8 +12,8 @@
 #include "erase/HelperBatches.h"
 #include "erase/HelperInstaller.h"
 #include "erase/QVErrorDelegate.h"
-#include "platform/disks/Volumes.h"
 #include "platform/items/ItemAttributes.h"
+#include "platform/processes/AnswerWithin.h"
 
 namespace kestrin {
 namespace {

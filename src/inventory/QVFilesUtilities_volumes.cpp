@@ -15,6 +15,7 @@
 #include "platform/items/FolderWalk.h"
 #include "platform/items/HostErrors.h"
 #include "platform/items/ItemAttributes.h"
+#include "platform/processes/AnswerWithin.h"
 #include "platform/trash/TrashFolders.h"
 
 namespace kestrin {

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Questions to the host about volumes. A volume is named by its mount point. Every question that
-// goes to a volume can hang with it (a network share, a FUSE file system); use `answerWithin`.
+// goes to a volume can hang with it (a network share, a FUSE file system); ask it through
+// `answerWithin`.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
-#include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -43,22 +41,5 @@ std::optional<std::string> volumeLabel(const FileUrl& mountPoint);
 std::optional<std::string> volumeUUID(const FileUrl& item);
 /// An opaque identifier of the item's volume, the same for all its items while it is mounted.
 std::optional<std::string> volumeIdentifier(const FileUrl& item);
-
-/// Runs `question` on a thread of its own and gives its answer, or none when it took longer than
-/// `limit`: the thread is then left to itself, and `question` must own all that it uses.
-template <class T>
-std::optional<T> answerWithin(std::chrono::milliseconds limit, std::function<T()> question);
-
-namespace detail {
-bool runAbandonable(std::chrono::milliseconds limit, std::function<void()> work);
-}
-
-template <class T>
-std::optional<T> answerWithin(std::chrono::milliseconds limit, std::function<T()> question) {
-    auto answer = std::make_shared<std::optional<T>>();
-    const bool answered = detail::runAbandonable(
-        limit, [answer, question = std::move(question)] { answer->emplace(question()); });
-    return answered ? std::move(*answer) : std::nullopt;
-}
 
 }  // namespace kestrin

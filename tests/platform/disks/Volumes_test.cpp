@@ -5,15 +5,12 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <future>
-
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
 namespace {
 
 using namespace test;
-using namespace std::chrono_literals;
 using ::testing::Contains;
 using ::testing::Not;
 
@@ -73,19 +70,6 @@ TEST(Volumes, ListRootAndLeaveOutCopiesFilesAndTrashes) {
          {std::string(".source"), std::string("copy"), std::string("file"), "Disk/" + inTrash}) {
         EXPECT_THAT(volumes, Not(Contains(url(scratch / left)))) << left;
     }
-}
-
-TEST(Volumes, AnswerWithinTheLimitOrNotAtAll) {
-    EXPECT_EQ(answerWithin<int>(10s, [] { return 7; }), 7);
-    auto release = std::make_shared<std::promise<void>>();
-    auto done = std::make_shared<std::promise<void>>();
-    EXPECT_FALSE(answerWithin<int>(20ms, [released = release->get_future().share(), done] {
-        released.wait();
-        done->set_value();
-        return 7;
-    }));
-    release->set_value();
-    EXPECT_EQ(done->get_future().wait_for(10s), std::future_status::ready);
 }
 
 }  // namespace

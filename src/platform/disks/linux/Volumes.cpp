@@ -9,11 +9,6 @@
 #include <sys/statvfs.h>
 #include <sys/sysmacros.h>
 
-#include <condition_variable>
-#include <mutex>
-#include <system_error>
-#include <thread>
-
 #include "platform/disks/MountTable.h"
 #include "platform/disks/linux/MountVisibility.h"
 #include "platform/disks/linux/RealPaths.h"
@@ -146,28 +141,4 @@ std::optional<std::string> volumeIdentifier(const FileUrl& item) {
     return identifier;
 }
 
-namespace detail {
-
-bool runAbandonable(std::chrono::milliseconds limit, std::function<void()> work) {
-    struct State {
-        std::mutex mutex;
-        std::condition_variable finished;
-        bool isFinished = false;
-    };
-    const auto state = std::make_shared<State>();
-    try {
-        std::thread([state, work = std::move(work)] {
-            work();
-            const std::lock_guard lock(state->mutex);
-            state->isFinished = true;
-            state->finished.notify_all();
-        }).detach();
-    } catch (const std::system_error&) {
-        return false;
-    }
-    std::unique_lock lock(state->mutex);
-    return state->finished.wait_for(lock, limit, [&] { return state->isFinished; });
-}
-
-}  // namespace detail
 }  // namespace kestrin
