@@ -19,6 +19,10 @@ struct TrashScan {
     std::uint64_t count = 0;          ///< entries at every depth, folders included
 };
 
+/// The entries directly inside `folder` with the sums of what lies below each, as scanTree finds
+/// them; its errors. Thread: any.
+Result<ItemsToErase> itemsOfFolder(const FileUrl& folder, std::stop_token stop = {});
+
 class QVKestrinFileUtilities {
  public:
     static QVKestrinFileUtilities& sharedControl();

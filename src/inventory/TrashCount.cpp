@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "inventory/TrashCount.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <exception>
+#include <iterator>
+#include <utility>
+
+#include "base/MainThread.h"
+#include "base/OperationQueue.h"
+#include "inventory/QVKestrinFileUtilities.h"
+#include "platform/items/FolderWalk.h"
+#include "platform/items/HostErrors.h"
+#include "platform/items/TreeScanner.h"
+
+namespace kestrin {
+
+namespace {
+
+bool isAbsent(const HostError& error) {
+    return error.systemError == ENOENT;
+}
+
+/// Lets `count` add each trash; it answers why it could not.
+TrashContents countEach(const std::vector<FileUrl>& trashes, const std::stop_token& stop,
+                        const std::function<MaybeError(const FileUrl&, TrashContents&)>& count) {
+    TrashContents contents;
+    for (const FileUrl& trash : trashes) {
+        if (stop.stop_requested()) break;
+        MaybeError error = count(trash, contents);
+        if (error && !isAbsent(*error)) contents.unreadable.push_back({trash, *std::move(error)});
+    }
+    return contents;
+}
+
+TrashContents withoutMemory(const std::vector<FileUrl>& trashes) {
+    TrashContents contents;
+    for (const FileUrl& trash : trashes)
+        contents.unreadable.push_back({trash, errorFromErrno(ENOMEM, HostAccess::Read)});
+    return contents;
+}
+
+}  // namespace
+
+TrashFigures& TrashFigures::operator+=(const TrashFigures& other) {
+    size += other.size;
+    count += other.count;
+    return *this;
+}
+
+TrashFigures figuresOf(const ItemsToErase& items) {
+    TrashFigures figures;
+    for (const QVItemToErase& item : items)
+        figures += {item.size, item.count};
+    return figures;
+}
+
+TrashContents countEntries(const std::vector<FileUrl>& trashes, const std::stop_token& stop) {
+    auto all = std::make_shared<ItemsToErase>();
+    TrashContents contents =
+        countEach(trashes, stop, [&](const FileUrl& trash, TrashContents& sum) -> MaybeError {
+            Result<ItemsToErase> items = itemsOfFolder(trash, stop);
+            if (!items) return items.error();
+            sum.figures += figuresOf(*items);
+            if (all->empty()) {
+                all->swap(*items);  // the usual single trash: no second copy of a million names
+            } else {
+                std::ranges::move(*items, std::back_inserter(*all));
+            }
+            return std::nullopt;
+        });
+    contents.itemsToErase = std::move(all);
+    return contents;
+}
+
+TrashContents countFigures(const std::vector<FileUrl>& trashes, const std::stop_token& stop) {
+    return countEach(trashes, stop, [&](const FileUrl& trash, TrashContents& sum) -> MaybeError {
+        const auto entries = scanTree(trash, stop);
+        if (!entries) return entries.error();
+        for (const ScannedEntry& entry : *entries)
+            sum.figures += {entry.size, entry.count};
+        return std::nullopt;
+    });
+}
+
+Result<bool> trashHoldsEntries(const FileUrl& trash) {
+    bool holdsEntries = false;
+    const auto look = [&](std::string_view, EntryType) {
+        holdsEntries = true;
+        return false;
+    };
+    const MaybeError error = visitFolder(trash, look);
+    if (error && !isAbsent(*error)) return *error;
+    return holdsEntries;
+}
+
+std::shared_ptr<TrashCount> TrashCount::start(OperationQueue& queue, std::vector<FileUrl> trashes,
+                                              Counter counter, Handler finished) {
+    const std::shared_ptr<TrashCount> count(new TrashCount);
+    // The count and its handler go on the main thread, also where nobody else keeps them.
+    const auto tell = [](std::shared_ptr<TrashCount> self, TrashContents contents, Handler call) {
+        MainThread::post(
+            [self = std::move(self), contents = std::move(contents),
+             call = std::move(call)]() mutable { self->finish(std::move(contents), call); });
+    };
+    try {
+        queue.enqueue(
+            [self = count, trashes, counter = std::move(counter), finished, tell]() mutable {
+                TrashContents contents;
+                try {
+                    contents = counter(trashes, self->m_stop.get_token());
+                } catch (const std::exception&) {  // no memory, or no thread to be had
+                    contents = withoutMemory(trashes);
+                }
+                tell(std::move(self), std::move(contents), std::move(finished));
+            });
+    } catch (const std::exception&) {
+        tell(count, withoutMemory(trashes), std::move(finished));
+    }
+    return count;
+}
+
+void TrashCount::finish(TrashContents contents, const Handler& finished) {
+    if (m_stop.stop_requested()) return;
+    m_contents = std::move(contents);
+    m_isFinished = true;
+    if (finished) finished(*this);
+}
+
+TrashCount::State TrashCount::state() const {
+    if (m_isFinished) return State::Finished;
+    return m_stop.stop_requested() ? State::Stopped : State::Counting;
+}
+
+}  // namespace kestrin

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What trashes hold: the one place where the sums of scans are made. A trash that is not there
+// holds nothing; one that cannot be read is never taken for empty.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "base/FileUrl.h"
+#include "base/Result.h"
+#include "inventory/QVItemToErase.h"
+
+namespace kestrin {
+
+class OperationQueue;
+
+struct TrashFigures {
+    std::uint64_t size = 0;   ///< bytes
+    std::uint64_t count = 0;  ///< entries at every depth, folders included
+    TrashFigures& operator+=(const TrashFigures& other);
+    friend bool operator==(const TrashFigures&, const TrashFigures&) = default;
+};
+
+/// The sum of what stands in a list of entries.
+TrashFigures figuresOf(const ItemsToErase& items);
+
+struct UnreadableTrash {
+    FileUrl trash;
+    HostError error;
+};
+
+/// What one or several trashes hold together.
+struct TrashContents {
+    TrashFigures figures;
+    /// The entries directly inside, trash after trash. Never nullptr; empty when only the figures
+    /// were asked for.
+    SharedItemsToErase itemsToErase = std::make_shared<const ItemsToErase>();
+    std::vector<UnreadableTrash> unreadable;  ///< those that add nothing to the above
+};
+
+/// Counts on the caller's thread, which may hang with a volume. When `stop` is requested it returns
+/// early with what it has. Thread: any.
+TrashContents countEntries(const std::vector<FileUrl>& trashes, const std::stop_token& stop = {});
+/// The same without the list of the entries, which may be many.
+TrashContents countFigures(const std::vector<FileUrl>& trashes, const std::stop_token& stop = {});
+
+/// Whether anything is in a trash, hidden entries too. Looks at one entry and keeps no names.
+/// Thread: any.
+Result<bool> trashHoldsEntries(const FileUrl& trash);
+
+/// A count in the background. Main thread, but for `stop`; needs the main thread's mailbox. It goes
+/// on when nobody keeps it, and its volume may hang: nobody ever waits for its thread.
+class TrashCount : public std::enable_shared_from_this<TrashCount> {
+ public:
+    enum class State { Counting, Finished, Stopped };
+    /// Does the counting, on a thread of the queue: countEntries or countFigures, or one that calls
+    /// them. When it throws, all of its trashes count as unreadable.
+    using Counter =
+        std::function<TrashContents(const std::vector<FileUrl>&, const std::stop_token&)>;
+    using Handler = std::function<void(const TrashCount&)>;
+
+    /// Begins to count. `finished` is called once on the main thread, later; never when `stop` came
+    /// before that.
+    static std::shared_ptr<TrashCount> start(OperationQueue& queue, std::vector<FileUrl> trashes,
+                                             Counter counter, Handler finished);
+    TrashCount(const TrashCount&) = delete;
+    TrashCount& operator=(const TrashCount&) = delete;
+
+    /// Calls the count off. Thread: any.
+    void stop() { m_stop.request_stop(); }
+    State state() const;
+    /// All zero and empty before the count is finished.
+    const TrashContents& contents() const { return m_contents; }
+
+ private:
+    TrashCount() = default;
+    void finish(TrashContents contents, const Handler& finished);
+
+    std::stop_source m_stop;
+    TrashContents m_contents;
+    bool m_isFinished = false;
+};
+
+}  // namespace kestrin
