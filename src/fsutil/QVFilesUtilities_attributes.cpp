@@ -9,6 +9,7 @@
 #include "platform/items/ItemAccess.h"
 #include "platform/items/ItemAttributes.h"
 #include "platform/items/ItemKinds.h"
+#include "platform/items/LockAttributes.h"
 #include "platform/trash/TrashFolders.h"
 
 namespace kestrin {
@@ -224,7 +225,7 @@ bool QVFilesUtilities::isLockedWithURL(const FileUrl& url) const {
 
 bool QVFilesUtilities::unlockWithURL(const FileUrl& url) const {
     const FileUrl item = hostLocation(url);
-    return !item.isEmpty() && !setImmutable(item, false);
+    return !item.isEmpty() && !clearLocks(item);
 }
 
 bool QVFilesUtilities::isVolumeWithURL(const FileUrl& url) const {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What the file system says of one item. Links are never followed, nothing is opened.
+// What the file system says of one item. Links are never followed, and the item is never opened.
 #pragma once
 
 #include <cstdint>
@@ -35,11 +35,6 @@ Result<ItemAttributes> itemAttributes(const FileUrl& item);
 /// cannot be looked at is not gone.
 bool isGone(const FileUrl& item);
 
-/// Sets or clears the immutable attribute of a file or folder, on a descriptor that is opened
-/// without following links. Needs CAP_LINUX_IMMUTABLE: for ordinary users this fails with
-/// kFileWriteNoPermission. See ioctl_iflags(2).
-MaybeError setImmutable(const FileUrl& item, bool immutable);
-
 /// access(2) with F_OK on the path, following links as access does.
 bool pathExists(const std::string& path);
 
@@ -49,8 +44,9 @@ Result<std::string> symbolicLinkDestination(const FileUrl& link);
 /// An extended attribute's bytes, read without following links; none when absent or unreadable.
 std::optional<std::string> extendedAttribute(const FileUrl& item, const char* name);
 
-/// True when the item's name is listed in the `.hidden` file of its folder (one name a line).
-/// Inside a trash folder the list is not looked at, so that trashed data decides nothing.
+/// True when the item's name is listed in the `.hidden` file of its folder (one name a line); that
+/// file is read when it is a regular one. Inside a trash folder the list is not looked at, so that
+/// trashed data decides nothing.
 bool isListedAsHidden(const FileUrl& item);
 
 }  // namespace kestrin

@@ -2,6 +2,7 @@
 // The attributes that keep even root from removing an entry: immutable and append-only.
 #pragma once
 
+#include "base/FileUrl.h"
 #include "base/Result.h"
 #include "platform/items/UniqueFd.h"
 
@@ -12,25 +13,26 @@ enum class LockState {
     Locked,   ///< immutable or append-only
     Unknown,  ///< it is not there, or cannot be asked
 };
-/// Of the entry `name` in the open folder `folder`. Opens nothing, follows no link. What is mounted
-/// there is Unknown.
+/// The state of the entry `name` in the open folder `folder`. Nothing is opened and no link is
+/// followed. What is mounted there is Unknown.
 LockState lockStateAt(int folder, const char* name);
 
 /// The immutable and append-only attributes of one file or folder, cleared while this lives. When
 /// it goes they are put back, unless the entry has lost its last name: a removed file that has
-/// other names keeps its attributes there. Needs CAP_LINUX_IMMUTABLE. Thread: any, one at a time.
+/// other names keeps its attributes there. Needs CAP_LINUX_IMMUTABLE: for ordinary users clearing
+/// fails with kFileWriteNoPermission. See ioctl_iflags(2). Thread: any, one at a time.
 class ClearedLocks {
  public:
     enum class OtherNames {
         Allow,
         Refuse,  ///< EMLINK for a file that has several names: the others may lie anywhere
     };
-    /// Clears those of the entry `name` in the open folder `folder`. Links, what is mounted there,
-    /// and anything but files and folders are not opened. Errors: errorFromErrno with Write; EPERM
-    /// for an entry that can have no such attributes.
+    /// Clears the attributes of the entry `name` in the open folder `folder`. Only files and
+    /// folders are opened, never a link or what is mounted there. Errors: errorFromErrno with
+    /// Write; EPERM for an entry that can have no such attributes.
     static Result<ClearedLocks> clear(int folder, const char* name,
                                       OtherNames otherNames = OtherNames::Allow);
-    /// Clears those of a folder that is open, also with O_PATH.
+    /// Clears the attributes of a folder that is open, also with O_PATH.
     static Result<ClearedLocks> clearFolder(int folder);
 
     ClearedLocks(ClearedLocks&&) = default;
@@ -45,5 +47,9 @@ class ClearedLocks {
     UniqueFd m_fd;
     int m_flags;
 };
+
+/// Clears the attributes of one item for good. Links are followed on the way to it, and never at
+/// its own name. Errors: as ClearedLocks::clear.
+MaybeError clearLocks(const FileUrl& item);
 
 }  // namespace kestrin

@@ -50,10 +50,11 @@ struct TrashRecord {
 std::optional<TrashRecord> parseTrashRecord(std::string_view text, const FileUrl& topFolder);
 
 /// A trash folder held open, so that what is done in it is done in that folder, whatever happens to
-/// its path meanwhile. Thread: any, one at a time for the same object.
+/// its path meanwhile. Thread: any; only `recordOf` and `removeRecord` may be called for the same
+/// object by several threads at once.
 class OpenTrash {
  public:
-    /// Opens `folder.files` and the folder beside it without following a link from the trash folder
+    /// Opens `filesFolder` and `info` beside it without following a link from the trash folder
     /// down. Errors: errorFromErrno with Read; ELOOP or ENOTDIR for a link.
     static Result<OpenTrash> open(const FileUrl& filesFolder);
 

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 
+#include "platform/items/LockAttributes.h"
 #include "platform/items/UniqueFd.h"
 #include "support/TestEnvironment.h"
 
@@ -61,7 +62,7 @@ TEST(ItemAttributes, OnlyWhatIsAbsentIsGone) {
     }
 }
 
-TEST(ItemAttributes, LockingNeedsRootAndRefusesWhatIsNoFileOrFolder) {
+TEST(ItemAttributes, UnlockingNeedsRootAndRefusesWhatIsNoFileOrFolder) {
     KESTRIN_REQUIRE_ROOT();
     const ScratchFolder scratch;
     const FileUrl file = url(scratch / "file");
@@ -69,13 +70,12 @@ TEST(ItemAttributes, LockingNeedsRootAndRefusesWhatIsNoFileOrFolder) {
     ASSERT_EQ(symlink("file", (scratch / "link").c_str()), 0);
     ASSERT_EQ(mkfifo((scratch / "fifo").c_str(), 0600), 0);
     if (runAsRoot("chattr +i +a " + file.path()) != 0) GTEST_SKIP() << "no such attributes here";
-    EXPECT_EQ(setImmutable(file, false)->code, kFileWriteNoPermission);
+    EXPECT_EQ(clearLocks(file)->code, kFileWriteNoPermission);
     const AsRoot root;
-    EXPECT_FALSE(setImmutable(file, true)) << "is so already";
-    EXPECT_TRUE(setImmutable(url(scratch / "link"), false));
-    EXPECT_TRUE(setImmutable(url(scratch / "fifo"), false)) << "must not wait for a writer";
+    EXPECT_TRUE(clearLocks(url(scratch / "link")));
+    EXPECT_TRUE(clearLocks(url(scratch / "fifo"))) << "must not wait for a writer";
     EXPECT_TRUE(itemAttributes(file)->isImmutable);
-    EXPECT_FALSE(setImmutable(file, false));
+    EXPECT_FALSE(clearLocks(file));
     EXPECT_EQ(unlink(file.path().c_str()), 0) << "nor is it append-only";
 }
 

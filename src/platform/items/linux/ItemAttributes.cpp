@@ -3,8 +3,6 @@
 
 #include <fcntl.h>
 #include <limits.h>
-#include <linux/fs.h>
-#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/xattr.h>
@@ -46,21 +44,6 @@ ItemAttributes attributesFrom(const struct statx& status) {
     attributes.isImmutable = hasAttribute(status, STATX_ATTR_IMMUTABLE);
     attributes.isMountRoot = hasAttribute(status, STATX_ATTR_MOUNT_ROOT);
     return attributes;
-}
-
-/// A readable descriptor of the file or folder; -1 and errno for a link and for anything whose
-/// opening could do something. The item is pinned first and then opened through its descriptor, so
-/// that it cannot be exchanged between the look and the opening.
-UniqueFd openFileOrFolder(const FileUrl& item) {
-    const UniqueFd pinned(open(item.path().c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-    struct stat status;
-    if (!pinned || fstat(pinned.get(), &status) != 0) return {};
-    if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
-        errno = EOPNOTSUPP;
-        return {};
-    }
-    const std::string self = "/proc/self/fd/" + std::to_string(pinned.get());
-    return UniqueFd(open(self.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
 }
 
 /// Calls `read(buffer, size)` with a growing buffer until the answer leaves room in it.
@@ -144,18 +127,6 @@ bool isGone(const FileUrl& item) {
     const int from = folder ? folder.get() : AT_FDCWD;
     if (::fstatat(from, std::string(rest).c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return false;
     return errno == ENOENT || errno == ENOTDIR;
-}
-
-MaybeError setImmutable(const FileUrl& item, bool immutable) {
-    const UniqueFd fd = openFileOrFolder(item);
-    int flags = 0;
-    if (!fd || ioctl(fd.get(), FS_IOC_GETFLAGS, &flags) != 0) {
-        return errorFromErrno(errno, HostAccess::Write);
-    }
-    const int wanted =
-        immutable ? flags | FS_IMMUTABLE_FL : flags & ~(FS_IMMUTABLE_FL | FS_APPEND_FL);
-    if (wanted == flags || ioctl(fd.get(), FS_IOC_SETFLAGS, &wanted) == 0) return std::nullopt;
-    return errorFromErrno(errno, HostAccess::Write);
 }
 
 bool pathExists(const std::string& path) {

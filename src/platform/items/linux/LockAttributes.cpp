@@ -95,6 +95,16 @@ Result<ClearedLocks> ClearedLocks::clearFolder(int folder) {
     return ClearedLocks(std::move(fd), cleared);
 }
 
+MaybeError clearLocks(const FileUrl& item) {
+    const UniqueFd folder(open(item.parent().path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) return errorFromErrno(errno, HostAccess::Write);
+    const std::string name(item.lastPathComponent());
+    auto locks = ClearedLocks::clear(folder.get(), name.c_str());
+    if (!locks) return locks.error();
+    locks->leaveCleared();
+    return std::nullopt;
+}
+
 ClearedLocks::~ClearedLocks() {
     if (m_fd) restoreLockFlags(m_fd.get(), m_flags);
 }
