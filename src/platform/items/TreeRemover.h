@@ -33,7 +33,7 @@ class RemovalEntry {
     virtual unsigned depth() const = 0;
     /// The folder that directly holds the entry has the immutable attribute.
     virtual bool folderIsImmutable() const = 0;
-    /// Clears the immutable and append-only attributes. Errors as setImmutable.
+    /// Clears the immutable and append-only attributes. Errors: as ClearedLocks::clear.
     virtual MaybeError clearImmutable() const = 0;
 };
 
@@ -92,16 +92,19 @@ enum class LockedEntries {
 
 /// Removes items with several workers, a folder the unit of work. Items begin in their order, and a
 /// further one only when no folder of those begun waits for a worker.
-/// - Works on descriptors, follows no link, opens nothing but folders.
-/// - Does not enter another mount, be it of the same device (statx mount-root attribute and openat2
+/// - It works on descriptors and follows no link. It opens folders, and a file only to clear the
+///   attributes that lock it; links, FIFOs, sockets and devices are never opened.
+/// - It does not enter another mount, be it of the same device (statx mount-root attribute and
+/// openat2
 ///   without crossing); a nested subvolume is a folder like any other.
 /// - A folder of the caller's own that lacks read, write or search permission gets them on its
 ///   descriptor while its contents go, and gets its mode back if it stays.
 /// - A folder that cannot be listed is never taken for empty: when it cannot be removed as it is,
 ///   that is reported as kFileReadNoPermission.
-/// - Any depth, also deeper than PATH_MAX and than the descriptor limit: folders that wait are
-/// closed
-///   and opened again, and then must be the same folder.
+/// - A tree may have any depth, also beyond PATH_MAX and the descriptor limit: folders that wait
+/// are
+///   closed and opened again, and then must be the same folder. Memory grows with the depth of the
+///   folders under way, and only one path is kept a worker.
 /// - What vanishes meanwhile counts as gone and is neither told as removed nor as failed.
 class TreeRemover {
  public:

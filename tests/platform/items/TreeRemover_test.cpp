@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -28,7 +29,9 @@ class RecordingPolicy : public RemovalPolicy {
         return Verdict::Proceed;
     }
     Verdict willRemove(const RemovalEntry& entry) override {
-        return leave.contains(std::string(entry.name())) ? Verdict::Leave : Verdict::Proceed;
+        if (!leave.contains(std::string(entry.name()))) return Verdict::Proceed;
+        if (onLeave) onLeave();
+        return Verdict::Leave;
     }
     void didRemove(const RemovalEntry& entry) override {
         const std::lock_guard lock(mutex);
@@ -43,6 +46,7 @@ class RecordingPolicy : public RemovalPolicy {
 
     std::set<std::string> leave;
     std::function<void(const RemovalEntry&)> onEnter, onRemove;
+    std::function<void()> onLeave;
     bool stop = false;  ///< with one worker
     std::mutex mutex;
     std::vector<std::string> removed;
@@ -129,6 +133,49 @@ TEST_F(TreeRemoverTest, DoesNotFollowALinkThatTakesAFoldersPlace) {
     EXPECT_EQ(remove({"entry"}, 1).at("entry"), RemovalOutcome::Gone);
     EXPECT_TRUE(exists(outside + "/kept"));
     EXPECT_TRUE(exists(scratch / "moved/inner/file"));
+}
+
+/// Leaves the process few descriptors while it lives, most of them taken.
+class FewDescriptors {
+ public:
+    FewDescriptors() {
+        getrlimit(RLIMIT_NOFILE, &m_before);
+        const rlimit few{64, m_before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &few);
+        constexpr int kFree = 12;  // fewer than the folders that would be kept open
+        for (int last = 0; last < 64 - kFree; last = m_taken.back().get())
+            m_taken.emplace_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    }
+    ~FewDescriptors() { setrlimit(RLIMIT_NOFILE, &m_before); }
+
+ private:
+    rlimit m_before{};
+    std::vector<UniqueFd> m_taken;
+};
+
+TEST_F(TreeRemoverTest, FindsItsWayBackWithFewDescriptorsAndKnowsAnAncestorThatWasSwapped) {
+    std::string down;
+    for (int depth = 0; depth < 40; ++depth)
+        down += "/d";
+    for (const char* name : {"/whole/one", "/whole/two", "/swapped/top/one", "/swapped/top/two"})
+        writeFile(trash + name + down + "/file");
+    for (const char* name : {"/one/precious", "/two/precious"})
+        writeFile(outside + name);
+    const FewDescriptors few;
+    EXPECT_EQ(remove({"whole"}, 1).at("whole"), RemovalOutcome::Gone);
+    EXPECT_THAT(policy.failed, ::testing::IsEmpty());
+
+    // What stays below makes nobody open the folders above again, until the other half is entered.
+    const std::string top = trash + "/swapped/top", moved = scratch / "moved";
+    policy.leave = {"file"};
+    policy.onLeave = [&] {
+        if (exists(moved)) return;
+        rename(top.c_str(), moved.c_str());
+        rename(outside.c_str(), top.c_str());
+    };
+    EXPECT_EQ(remove({"swapped"}, 1).at("swapped"), RemovalOutcome::Stayed);
+    EXPECT_THAT(policy.failed, ElementsAre(std::pair(top, ESTALE)));
+    EXPECT_TRUE(exists(top + "/one/precious") && exists(top + "/two/precious"));
 }
 
 TEST_F(TreeRemoverTest, ListsAgainWhatAppearedMeanwhile) {

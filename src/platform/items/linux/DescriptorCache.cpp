@@ -65,7 +65,7 @@ int openFolderQuietlyAt(int parent, const char* name) {
 }
 
 unsigned affordableWorkers(unsigned wanted) {
-    return descriptorLimit() < 256 ? 2 : wanted;
+    return descriptorLimit() < 256 ? std::min(wanted, 2U) : wanted;
 }
 
 DescriptorCache::DescriptorCache() : m_budget(std::clamp<rlim_t>(descriptorLimit() / 2, 16, 512)) {}

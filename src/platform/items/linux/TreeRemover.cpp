@@ -2,8 +2,6 @@
 #include "platform/items/TreeRemover.h"
 
 #include <fcntl.h>
-#include <linux/fs.h>
-#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -53,7 +51,6 @@ struct RemovalFolder : FolderNode {
     Facts facts;
     std::unique_ptr<RemovalItem> ownItem;  ///< at depth 0: what removal was asked for
     const RemovalItem* item = nullptr;     ///< that of the folder's ancestor at depth 0
-    std::string path;  ///< kept while the folder is listed, so that entries need not build it again
     bool modeWasWidened = false;
     int clearedLocks = 0;  ///< attributes to be put back when it stays
     unsigned passes = 0;
@@ -66,14 +63,11 @@ struct RemovalFolder : FolderNode {
 
 std::string pathOf(const RemovalFolder& folder) {
     std::vector<const RemovalFolder*> way;
-    for (const RemovalFolder* at = &folder; at; at = at->above()) {
+    for (const RemovalFolder* at = &folder; at; at = at->above())
         way.push_back(at);
-        if (!at->path.empty()) break;
-    }
-    const RemovalFolder& known = *way.back();
-    std::string path = !known.path.empty() ? known.path : known.item->parentPath + "/" + known.name;
-    for (auto step = way.rbegin() + 1; step != way.rend(); ++step)
-        path += "/" + (*step)->name;
+    std::string path = folder.item->parentPath;
+    for (auto step = way.rbegin(); step != way.rend(); ++step)
+        path.append("/").append((*step)->name);
     return path;
 }
 
@@ -107,16 +101,31 @@ bool widenMode(int descriptor, const Facts& facts, bool wasRefused, bool isPathO
     return chmod(link.c_str(), mode) == 0;
 }
 
+/// Where an entry is: in a folder under removal, or directly where the caller's items are.
+struct Place {
+    RemovalFolder* above;  ///< nullptr: `item` says where
+    const RemovalItem& item;
+    int folder;
+    /// Keeps the path of `above` for all entries of one listing, once an entry has asked for it.
+    /// A folder keeps none itself: of a chain of folders that would be the square of its depth.
+    std::string* knownPath = nullptr;
+
+    std::string path() const {
+        if (!above) return item.parentPath;
+        if (!knownPath) return pathOf(*above);
+        if (knownPath->empty()) *knownPath = pathOf(*above);
+        return *knownPath;
+    }
+};
+
 class Entry final : public RemovalEntry {
  public:
-    /// `above` is the folder that holds the entry; nullptr: `item` says so.
-    Entry(const RemovalFolder* above, const RemovalItem& item, int folder, const char* name,
-          Facts& facts)
-        : m_above(above), m_item(item), m_folder(folder), m_name(name), m_facts(facts) {}
+    Entry(const Place& place, const char* name, Facts& facts)
+        : m_place(place), m_name(name), m_facts(facts) {}
 
     std::string_view name() const override { return m_name; }
     std::string path() const override {
-        const std::string folder = m_above ? pathOf(*m_above) : m_item.parentPath;
+        const std::string folder = m_place.path();
         std::string path;
         path.reserve(folder.size() + 1 + name().size());
         path += folder;
@@ -132,38 +141,26 @@ class Entry final : public RemovalEntry {
         if (!S_ISREG(m_facts.mode)) return false;
         const uid_t user = geteuid();
         if (user == 0 || m_facts.owner == user) return false;  // its mode can be changed
-        return faccessat(m_folder, m_name, W_OK, AT_EACCESS | AT_SYMLINK_NOFOLLOW) != 0 &&
+        return faccessat(m_place.folder, m_name, W_OK, AT_EACCESS | AT_SYMLINK_NOFOLLOW) != 0 &&
                errno == EACCES;
     }
-    unsigned depth() const override { return m_above ? m_above->depth + 1 : 0; }
+    unsigned depth() const override { return m_place.above ? m_place.above->depth + 1 : 0; }
     bool folderIsImmutable() const override {
         struct statx status {};
-        return statx(m_folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_TYPE, &status) == 0 &&
+        return statx(m_place.folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_TYPE, &status) ==
+                   0 &&
                (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
     }
     MaybeError clearImmutable() const override {
-        const bool hasFlags = S_ISREG(m_facts.mode) || S_ISDIR(m_facts.mode);
-        // Opening could wait for ever, or do something, for what is neither file nor folder.
-        UniqueFd fd(hasFlags ? openat(m_folder, m_name,
-                                      O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_NOCTTY | O_CLOEXEC)
-                             : -1);
-        int flags = 0;
-        if (!hasFlags) return errorFromErrno(EPERM, HostAccess::Write);
-        if (!fd || ioctl(fd.get(), FS_IOC_GETFLAGS, &flags) != 0) {
-            return errorFromErrno(errno, HostAccess::Write);
-        }
-        flags &= ~(FS_IMMUTABLE_FL | FS_APPEND_FL);
-        if (ioctl(fd.get(), FS_IOC_SETFLAGS, &flags) != 0) {
-            return errorFromErrno(errno, HostAccess::Write);
-        }
+        auto locks = ClearedLocks::clear(m_place.folder, m_name);
+        if (!locks) return locks.error();
+        locks->leaveCleared();
         m_facts.isImmutable = false;
         return std::nullopt;
     }
 
  private:
-    const RemovalFolder* m_above;
-    const RemovalItem& m_item;
-    int m_folder;
+    const Place& m_place;
     const char* m_name;
     Facts& m_facts;
 };
@@ -205,12 +202,6 @@ class Remover {
     }
 
  private:
-    /// Where an entry is: in a folder under removal, or directly where the caller's items are.
-    struct Place {
-        RemovalFolder* above;
-        const RemovalItem& item;
-        int folder;
-    };
     /// A folder just opened, pinned.
     struct Opened {
         RemovalFolder* folder = nullptr;
@@ -262,7 +253,8 @@ class Remover {
     }
 
     void tellFailure(RemovalFolder& folder, int error) {
-        const Entry entry(folder.above(), *folder.item, -1, folder.name.c_str(), folder.facts);
+        const Place place{folder.above(), *folder.item, -1};
+        const Entry entry(place, folder.name.c_str(), folder.facts);
         m_policy.didFail(entry, errorFromErrno(error, HostAccess::Read));
     }
 
@@ -283,7 +275,7 @@ class Remover {
         for (int tries = 0;; ++tries) {
             if (m_policy.shouldStop()) return Step::Stayed;
             Facts facts;
-            const Entry entry(place.above, place.item, place.folder, name, facts);
+            const Entry entry(place, name, facts);
             if (const int error = examine(place.folder, name, facts)) {
                 return fail(entry, error, HostAccess::Read);
             }
@@ -413,9 +405,7 @@ class Remover {
     void listAndFinish(const Opened& opened) {
         RemovalFolder* folder = opened.folder;
         std::vector<RemovalTask> folders;
-        folder->path = pathOf(*folder);
         const int error = removeFiles(opened, folders);
-        folder->path = {};
         const bool hasFailed = error != 0 && error != ENOENT;
         if (hasFailed) tellFailure(*folder, error);
         if (hasFailed || m_policy.shouldStop()) folder->somethingStayed = true;
@@ -431,7 +421,8 @@ class Remover {
         thread_local DirectoryStream stream;
         thread_local std::vector<RawEntry> entries;
         RemovalFolder* folder = opened.folder;
-        const Place place{folder, *folder->item, opened.descriptor};
+        std::string path;
+        const Place place{folder, *folder->item, opened.descriptor, &path};
         while (stream.read(opened.descriptor, entries)) {
             for (const RawEntry& raw : entries) {
                 if (m_policy.shouldStop()) return 0;
@@ -478,7 +469,8 @@ class Remover {
 
     Step removeEmptyFolder(RemovalFolder& folder, int parent) {
         const char* name = folder.name.c_str();
-        const Entry entry(folder.above(), *folder.item, parent, name, folder.facts);
+        const Place place{folder.above(), *folder.item, parent};
+        const Entry entry(place, name, folder.facts);
         if (m_policy.willRemove(entry) == RemovalPolicy::Verdict::Leave) return Step::Stayed;
         if (m_policy.shouldStop()) return Step::Stayed;
         if (unlinkat(parent, name, AT_REMOVEDIR) == 0) {
@@ -491,7 +483,7 @@ class Remover {
             return Step::Again;
         }
         if (error == ENOTDIR) {  // something else took its place
-            return removeEntry({folder.above(), *folder.item, parent}, name, nullptr);
+            return removeEntry(place, name, nullptr);
         }
         return fail(entry, error, HostAccess::Write);
     }
