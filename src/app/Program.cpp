@@ -3,7 +3,6 @@
 
 #include <QApplication>
 #include <QDesktopServices>
-#include <QDialog>
 #include <QUrl>
 #include <chrono>
 #include <memory>
@@ -111,13 +110,6 @@ void bringForward() {
     window->activateWindow();
 }
 
-void dismissAlerts() {
-    while (auto* const dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
-        dialog->reject();
-        if (dialog->isVisible()) return;
-    }
-}
-
 /// Everything that the program is made of, in the order in which it needs one another.
 class Program {
  public:
@@ -128,6 +120,7 @@ class Program {
     AppServices services();
     EraseServices eraseServices();
     SecureAccessServices secureAccess();
+    std::unique_ptr<AlertPanel> makeAlertPanel();
     std::unique_ptr<ProgressView> makeProgressView(std::function<void()> stop);
     void watchMounts(std::function<void(bool, const std::string&)> changed);
     void watchTrashes(const std::vector<TrashLocation>& trashes);
@@ -154,8 +147,7 @@ class Program {
 
 Program::Program(std::string_view action)
     : m_action(action),
-      m_presenter([this] { return std::make_unique<WidgetAlertPanel>(m_texts); }, m_texts,
-                  m_defaults),
+      m_presenter([this] { return makeAlertPanel(); }, m_texts, m_defaults),
       // A list of its own: the engine's questions must not wait for a volume that hangs.
       m_trashes([files = std::make_shared<QVFilesUtilities>()] {
           return files->trashesAndVolumesLocations();
@@ -202,7 +194,7 @@ AppServices Program::services() {
             .openUrl = [](const QString& url) { QDesktopServices::openUrl(QUrl(url)); },
             .pressStop = pressStop,
             .bringForward = bringForward,
-            .dismissAlerts = dismissAlerts,
+            .dismissAlerts = &WidgetAlertPanel::dismissAll,
             .tellUser = [this](const QString& text) { tellUser(text); },
             // Not quit(), which a window that stops its work first may refuse.
             .terminate = [] { QCoreApplication::exit(); },
@@ -227,7 +219,16 @@ EraseServices Program::eraseServices() {
 }
 
 SecureAccessServices Program::secureAccess() {
-    return {.texts = m_texts, .presenter = m_presenter, .defaults = m_defaults};
+    return {
+        .texts = m_texts, .presenter = m_presenter, .defaults = m_defaults, .programEnds = [this] {
+            return m_controller.isEnding();
+        }};
+}
+
+/// Nobody is asked anything, or told to press a button, any more once the program ends.
+std::unique_ptr<AlertPanel> Program::makeAlertPanel() {
+    if (m_controller.isEnding()) return nullptr;
+    return std::make_unique<WidgetAlertPanel>(m_texts);
 }
 
 std::unique_ptr<ProgressView> Program::makeProgressView(std::function<void()> stop) {

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "app/HelperAuthorization.h"
-#include "base/MainThread.h"
 #include "base/StringTable.h"
 #include "format/QVNumberUtilities.h"
 
@@ -64,6 +63,7 @@ bool QVKestrin::applicationDidFinishLaunching() {
         });
     }
     if (m_services.installHelper) gIsHelperAuthorized = m_services.installHelper();
+    if (m_isEnding) return true;  // the user quit meanwhile
     if (!m_services.showFirstWindow || !m_services.showFirstWindow()) {
         callIfGiven(m_services.checkForFullDiskAccess);
         callIfGiven(m_services.showInformationWindow);
@@ -72,14 +72,16 @@ bool QVKestrin::applicationDidFinishLaunching() {
 }
 
 void QVKestrin::quit() {
-    if (m_endsWhenStopped) return;
-    m_endsWhenStopped = true;
-    if (!m_deleteItemsCntrl || m_startTimer) return endNow();
+    if (std::exchange(m_isEnding, true)) return;
+    const bool isErasing = m_deleteItemsCntrl && !m_startTimer;
+    if (isErasing) {
+        callIfGiven(m_services.pressStop);  // which shows what the program waits for
+        m_deleteItemsCntrl->stop();
+    }
+    // After that: the answer to an open question must find the engine stopped.
+    callIfGiven(m_services.dismissAlerts);
+    if (!isErasing) return endNow();
     m_endTimer = m_services.startTimer(kEndPatience, [this] { endNow(); });
-    callIfGiven(m_services.pressStop);  // which shows what the program waits for
-    m_deleteItemsCntrl->stop();
-    // The answer to an open question must find the engine stopped.
-    MainThread::post([this] { callIfGiven(m_services.dismissAlerts); });
 }
 
 void QVKestrin::endNow() {
@@ -88,6 +90,7 @@ void QVKestrin::endNow() {
 }
 
 void QVKestrin::applicationWillTerminate() {
+    m_isEnding = true;
     m_startTimer.reset();
     if (m_deleteItemsCntrl) m_deleteItemsCntrl->stop();
 }
@@ -150,7 +153,6 @@ void QVKestrin::emptyAllTrashesAction() {
 
 void QVKestrin::askToEmptyAll() {
     m_isAsking = false;
-    if (m_endsWhenStopped) return;
     EraseRequest request;
     request.isAllDisks = true;
     request.volumeArray = m_services.trashes.latest();
@@ -182,11 +184,12 @@ void QVKestrin::emptyHardDriveTrashAction(QVDiskMenuItemView* row) {
 
 void QVKestrin::askAndErase(const EraseRequest& request,
                             std::function<SharedItemsToErase()> itemsToErase) {
+    if (m_isEnding) return;
     // A confirmation serves events: the member may change meanwhile.
     const std::shared_ptr<QVDeleteItems> engine = m_services.makeEngine();
     m_deleteItemsCntrl = engine;
     if (!engine->askToContinue(request) || m_deleteItemsCntrl != engine) return;
-    if (m_endsWhenStopped) return endNow();
+    if (m_isEnding) return endNow();
     m_startTimer =
         m_services.startTimer(kEraseDelay, [this, itemsToErase = std::move(itemsToErase)] {
             const std::unique_ptr<QObject> timer = std::move(m_startTimer);
@@ -225,21 +228,21 @@ void QVKestrin::stopWorking(const Notification& notification) {
     for (const DiskRow& row : m_submenuViews)
         row.view->setIsDeleting(false);
     setIsWorking(false);
-    if (m_endsWhenStopped) return endNow();
+    if (m_isEnding) return endNow();
     if (notification.userInfo.value<std::uint64_t>(Key::kErasedCount) != 0) cleanMemoryNow();
     if (m_services.totals) m_services.totals->forget();
     m_services.trashes.refresh();
 }
 
 /// Only where the engine's own report does not show: it reports at the end of an erase that erased
-/// something, when entries were busy or refused.
+/// something, when entries were busy or refused, unless the program ends.
 void QVKestrin::tellWhatStayed(const Notification& notification) const {
     if (!m_deleteItemsCntrl) return;
     const auto stayed = m_deleteItemsCntrl->stayedEntries();
     const auto unexpected = std::count_if(stayed.begin(), stayed.end(),
                                           [](const StayedEntry& entry) { return !entry.skipped; });
     const bool wasReported =
-        !notification.userInfo.isEmpty() &&
+        !m_isEnding && !notification.userInfo.isEmpty() &&
         (m_deleteItemsCntrl->itemBusyCount() != 0 || m_deleteItemsCntrl->notErasedCount() != 0);
     if (unexpected == 0 || wasReported) return;
     const QString format =

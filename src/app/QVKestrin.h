@@ -93,7 +93,7 @@ struct AppServices {
     std::function<void(const QString&)> openUrl{};
     std::function<void()> pressStop{};               ///< in the progress window that is open
     std::function<void()> bringForward{};            ///< the question or the progress that is open
-    std::function<void()> dismissAlerts{};           ///< ends the open question without an answer
+    std::function<void()> dismissAlerts{};           ///< ends what is open without an answer
     std::function<void(const QString&)> tellUser{};  ///< one message of the desktop
     std::function<void()> terminate{};               ///< ends the event loop
     std::function<void()> beep{};
@@ -114,11 +114,13 @@ class QVKestrin : public QObject {
     /// The launch, in its order. False: there is no status area; the user was told, and the program
     /// ends.
     bool applicationDidFinishLaunching();
-    /// Ends the program; an erase or a question that is open is stopped first. A second call during
-    /// that changes nothing.
+    /// Ends the program; every alert is dismissed and an erase stopped first. A second call changes
+    /// nothing.
     void quit();
     /// The program ends whatever happens: presses Stop and waits for nothing.
     void applicationWillTerminate();
+    /// One of the two was called: nobody is to be asked and nothing begun any more.
+    bool isEnding() const { return m_isEnding; }
 
     // --- Actions ---
 
@@ -209,7 +211,7 @@ class QVKestrin : public QObject {
     bool m_menuIsOpen = false;
     bool m_rowsAreStale = false;  ///< somebody changed a trash since they were made
     bool m_isAsking = false;      ///< an erase action waits for the list of trashes
-    bool m_endsWhenStopped = false;
+    bool m_isEnding = false;
     std::unique_ptr<QMenu> m_kestrinMenu;
     QMenu* m_subTrashMenu = nullptr;  ///< child of m_kestrinMenu
     std::unique_ptr<StatusDisplay> m_statusItem;

@@ -3,6 +3,7 @@
 
 #include <QEventLoop>
 #include <chrono>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -34,30 +35,34 @@ bool needsFullName(const AlertModel& model) {
 }  // namespace
 
 int TerminalAlertPanel::runModal(const AlertModel& model) {
-    int result = 0;
+    std::optional<int> result;
     QEventLoop loop;
     beginSheet(model, nullptr, [&](int button) {
         result = button;
         loop.quit();
     });
-    if (result == 0) loop.exec();
-    return result;
+    if (!result) loop.exec();
+    return result.value_or(model.notAnswered);
 }
 
 void TerminalAlertPanel::beginSheet(const AlertModel& model, WindowHandle,
                                     std::function<void(int)> answered) {
     if (model.topic == AlertModel::Topic::Other) {
         report(model);
-        return answered(kAlertFirstButton);
+        return answered(model.notAnswered);
     }
-    const bool confirms = model.topic == AlertModel::Topic::EraseConfirmation;
     if (!m_console.terminal().canAsk()) {
         m_suppressionIsOn = true;
-        return answered(confirms ? kAlertSecondButton : kAlertFirstButton);
+        return answered(model.notAnswered);
     }
     showTexts(model);
-    if (confirms) return confirm(std::move(answered));
-    askAboutEntry(std::move(answered));
+    const int notAnswered = model.notAnswered;
+    if (model.topic != AlertModel::Topic::EraseConfirmation) {
+        return askAboutEntry(notAnswered, std::move(answered));
+    }
+    confirm([notAnswered, answered = std::move(answered)](bool isConfirmed) {
+        answered(isConfirmed ? kAlertFirstButton : notAnswered);
+    });
 }
 
 void TerminalAlertPanel::showTexts(const AlertModel& model) {
@@ -74,8 +79,8 @@ void TerminalAlertPanel::report(const AlertModel& model) {
     }
 }
 
-void TerminalAlertPanel::confirm(std::function<void(int)> answered) {
-    m_answered = std::move(answered);
+void TerminalAlertPanel::confirm(std::function<void(bool)> confirmed) {
+    m_confirmed = std::move(confirmed);
     if (!m_isCounting) return prompt();
     m_patience.setSingleShot(true);
     QObject::connect(&m_patience, &QTimer::timeout, &m_patience, [this] { prompt(); });
@@ -86,25 +91,28 @@ void TerminalAlertPanel::prompt() {
     m_patience.stop();
     m_isPrompting = true;
     if (!m_console.terminal().hasEndedQuestions()) showSizeLine();
-    m_console.terminal().ask(
-        m_console.text("cli_confirm_prompt"_key),
-        [this,
-         answered = std::exchange(m_answered, nullptr)](const std::optional<std::string>& line) {
-            m_isPrompting = false;
-            answered(line && isYes(*line) ? kAlertFirstButton : kAlertSecondButton);
-        });
+    m_console.terminal().ask(m_console.text("cli_confirm_prompt"_key),
+                             [this, confirmed = std::exchange(m_confirmed, nullptr)](
+                                 const std::optional<std::string>& line) {
+                                 m_isPrompting = false;
+                                 confirmed(line && isYes(*line));
+                             });
 }
 
-void TerminalAlertPanel::askAboutEntry(std::function<void(int)> answered) {
-    m_console.terminal().ask(
-        m_console.text("cli_refused_prompt"_key),
-        [this, answered = std::move(answered)](const std::optional<std::string>& line) mutable {
-            const std::optional<RefusedAnswer> answer =
-                line ? refusedAnswer(*line) : RefusedAnswer{.erases = false, .holdsForAll = true};
-            if (!answer) return askAboutEntry(std::move(answered));
-            m_suppressionIsOn = answer->holdsForAll;
-            answered(answer->erases ? kAlertSecondButton : kAlertFirstButton);
-        });
+void TerminalAlertPanel::askAboutEntry(int notAnswered, std::function<void(int)> answered) {
+    m_console.terminal().ask(m_console.text("cli_refused_prompt"_key),
+                             [this, notAnswered, answered = std::move(answered)](
+                                 const std::optional<std::string>& line) mutable {
+                                 if (!line) {
+                                     m_suppressionIsOn = true;
+                                     return answered(notAnswered);
+                                 }
+                                 const std::optional<RefusedAnswer> answer = refusedAnswer(*line);
+                                 if (!answer)
+                                     return askAboutEntry(notAnswered, std::move(answered));
+                                 m_suppressionIsOn = answer->holdsForAll;
+                                 answered(answer->erases ? kAlertSecondButton : kAlertFirstButton);
+                             });
 }
 
 void TerminalAlertPanel::setSizeLine(const QString& text, bool spinning) {
@@ -112,7 +120,7 @@ void TerminalAlertPanel::setSizeLine(const QString& text, bool spinning) {
     if (text == m_sizeLine) return;
     m_sizeLine = text;
     if (m_isPrompting) showSizeLine();
-    if (m_answered && !spinning) prompt();
+    if (m_confirmed && !spinning) prompt();
 }
 
 void TerminalAlertPanel::showSizeLine() {

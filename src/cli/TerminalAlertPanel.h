@@ -13,8 +13,8 @@ namespace kestrin {
 
 class Console;
 
-/// Whatever ends a prompt without an answer (end of input, Ctrl-C, no terminal) declines the
-/// confirmation and answers a question with "skip", for all.
+/// Whatever ends a prompt without an answer (end of input, Ctrl-C, no terminal) is the answer that
+/// the alert's model names; to a question about an entry it holds for all entries.
 class TerminalAlertPanel : public AlertPanel {
  public:
     explicit TerminalAlertPanel(Console& console) : m_console(console) {}
@@ -28,15 +28,15 @@ class TerminalAlertPanel : public AlertPanel {
  private:
     void showTexts(const AlertModel& model);
     void report(const AlertModel& model);
-    void confirm(std::function<void(int)> answered);
+    void confirm(std::function<void(bool)> confirmed);
     void prompt();
     void showSizeLine();
-    void askAboutEntry(std::function<void(int)> answered);
+    void askAboutEntry(int notAnswered, std::function<void(int)> answered);
 
     Console& m_console;
     QString m_sizeLine;
     QTimer m_patience;
-    std::function<void(int)> m_answered;  ///< of a confirmation that waits for its figures
+    std::function<void(bool)> m_confirmed;  ///< of a confirmation that waits for its figures
     bool m_isCounting = false;
     bool m_isPrompting = false;
     bool m_suppressionIsOn = false;

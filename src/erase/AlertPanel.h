@@ -17,6 +17,17 @@ inline constexpr int kAlertFirstButton = 1000;
 inline constexpr int kAlertSecondButton = 1001;
 inline constexpr int kAlertThirdButton = 1002;
 
+/// The button that an alert counts as when nobody answers it: it was closed, Escape was pressed,
+/// the program or the session ends, or there is nobody to ask. It is the button that does nothing,
+/// never one that installs, agrees, erases or removes. There is no default, so that whoever makes
+/// an alert has to think of it.
+struct NotAnswered {
+    constexpr NotAnswered(int result) : button(result) {}
+    constexpr operator int() const { return button; }
+
+    int button;
+};
+
 /// Names a window that sheets may be attached to, without knowing what a window is. The
 /// implementation of the panel knows: a widget, or nothing at all in a terminal.
 using WindowHandle = void*;
@@ -35,6 +46,7 @@ struct AlertModel {
     /// What is asked, so that a terminal can answer it by an option. Decides nothing about looks.
     enum class Topic { Other, EraseConfirmation, LockedQuestion, ForbiddenQuestion };
 
+    NotAnswered notAnswered;
     Style style = Style::Informational;
     Topic topic = Topic::Other;
     QString title;
@@ -53,13 +65,14 @@ class AlertPanel {
  public:
     virtual ~AlertPanel() = default;
 
-    /// Shows the alert and returns the result when the user has answered; other calls on the main
-    /// thread are served meanwhile (the one nested event loop of the program).
+    /// Shows the alert and returns the result when the user has answered, or the model's
+    /// `notAnswered`; other calls on the main thread are served meanwhile (the one nested event
+    /// loop of the program).
     virtual int runModal(const AlertModel& model) = 0;
     /// Shows the alert on `parent` and returns at once; `answered` is called on the main thread.
     virtual void beginSheet(const AlertModel& model, WindowHandle parent,
                             std::function<void(int)> answered) = 0;
-    /// Whether the check box is ticked.
+    /// Whether the check box is ticked; false when the user closed the alert without an answer.
     virtual bool suppressionIsOn() const = 0;
     /// Replaces the text of the accessory line and turns its spinner on or off.
     virtual void setSizeLine(const QString& text, bool spinning) = 0;

@@ -97,6 +97,8 @@ Result<QByteArray> HelperInstaller::helperProgram() const {
 
 MaybeError HelperInstaller::runAsRoot(const QString& script, const QStringList& arguments,
                                       const QByteArray& input) const {
+    const HostError cancelled{std::string(kOSStatusErrorDomain), kAuthorizationCancelled};
+    if (m_programEnds()) return cancelled;
     const QString pkexec = QStandardPaths::findExecutable(QStringLiteral("pkexec"));
     if (pkexec.isEmpty()) return problem(ENOENT, "pkexec_missing"_errorKey);
     auto process = std::make_unique<QProcess>();
@@ -107,9 +109,11 @@ MaybeError HelperInstaller::runAsRoot(const QString& script, const QStringList& 
     process->write(input);
     process->closeWriteChannel();
     if (!waitForEnd(*process)) {
-        // Root's process cannot be ended, and waiting for it would keep the program.
+        // Until the password is there this ends pkexec, and with it the question. What root has
+        // begun cannot be ended, and waiting for it would keep the program.
+        process->kill();
         process.release()->disconnect();
-        return HostError{std::string(kOSStatusErrorDomain), kAuthorizationCancelled};
+        return cancelled;
     }
     const bool hasRun = process->exitStatus() == QProcess::NormalExit &&
                         process->error() != QProcess::FailedToStart;

@@ -4,7 +4,9 @@
 
 #include <QByteArray>
 #include <QStringList>
+#include <functional>
 #include <string_view>
+#include <utility>
 
 #include "base/Result.h"
 
@@ -21,7 +23,10 @@ class StringTable;
 /// compares. Root opens no file that belongs to a user.
 class HelperInstaller {
  public:
-    explicit HelperInstaller(const StringTable& texts) : m_texts(texts) {}
+    /// Begins nothing as root, and lets the question for a password go, once `programEnds` answers
+    /// true: both commands are then cancelled.
+    HelperInstaller(const StringTable& texts, std::function<bool()> programEnds)
+        : m_texts(texts), m_programEnds(std::move(programEnds)) {}
 
     /// Installs this installation's own helper under the name `label`. Errors: kOSStatusErrorDomain
     /// with kAuthorizationCancelled or kAuthorizationDenied; kPOSIXErrorDomain with ENOENT when
@@ -39,6 +44,7 @@ class HelperInstaller {
     HostError problem(int code, std::string_view key, const QString& name = {}) const;
 
     const StringTable& m_texts;
+    const std::function<bool()> m_programEnds;
 };
 
 }  // namespace kestrin

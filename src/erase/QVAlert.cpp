@@ -63,13 +63,15 @@ struct QVAlert::SizeLine {
 };
 
 /// Stands for a sheet while anything may still bring its answer: the call that is to begin it, then
-/// the panel. When the last of them goes without one, the sheet counts as cancelled.
+/// the panel. When the last of them goes without one, the sheet counts as not answered.
 struct QVAlert::Sheet {
     std::shared_ptr<Answer> answer;
+    int notAnswered;
 
-    explicit Sheet(std::shared_ptr<Answer> toGive) : answer(std::move(toGive)) {}
+    Sheet(std::shared_ptr<Answer> toGive, int otherwise)
+        : answer(std::move(toGive)), notAnswered(otherwise) {}
     ~Sheet() {
-        if (answer->choice == 0) answer->give(kAlertSecondButton);
+        if (answer->choice == 0) answer->give(notAnswered);
     }
     Sheet(const Sheet&) = delete;
     Sheet& operator=(const Sheet&) = delete;
@@ -106,7 +108,7 @@ int QVAlert::showAlertWithTrashInfo(const TrashInfo& trashInfo, WindowHandle win
 }
 
 AlertModel QVAlert::model(const TrashInfo& trashInfo) const {
-    AlertModel model;
+    AlertModel model{.notAnswered = kAlertSecondButton};
     model.style = AlertModel::Style::Critical;
     model.topic = AlertModel::Topic::EraseConfirmation;
     model.title = m_texts.text(trashInfo.information.toStdString());
@@ -122,14 +124,14 @@ AlertModel QVAlert::model(const TrashInfo& trashInfo) const {
 void QVAlert::runModal(const AlertModel& model) {
     m_line->panel = m_makePanel();
     m_line->showInPanel();
-    const int result = m_line->panel ? m_line->panel->runModal(model) : kAlertSecondButton;
+    const int result = m_line->panel ? m_line->panel->runModal(model) : model.notAnswered.button;
     m_line->panel.reset();
     m_answer->give(result);
 }
 
 /// Begun by a call of its own, so that the caller is back before the sheet can be answered.
 void QVAlert::beginSheet(const AlertModel& model, WindowHandle window) {
-    auto sheet = std::make_shared<Sheet>(m_answer);
+    auto sheet = std::make_shared<Sheet>(m_answer, model.notAnswered);
     MainThread::post([sheet, model, window, makePanel = m_makePanel, weak = std::weak_ptr(m_line)] {
         const auto line = weak.lock();
         if (!line) return;

@@ -368,8 +368,11 @@ bool QVDeleteItems::startLogging(std::size_t entries) {
     m_state->log.reset();
     stopObservingCount();
     m_state->countStop.request_stop();
-    services.presenter.askToTheUser("open_log_file_error"_key, {}, {}, "yes_btn"_key, "no_btn"_key,
-                                    {}, false, nullptr, false, m_state->smartWindow);
+    services.presenter.askToTheUser({.question = std::string("open_log_file_error"_key),
+                                     .defaultButton = std::string("yes_btn"_key),
+                                     .alternateButton = std::string("no_btn"_key),
+                                     .notAnswered = kAlertSecondButton,
+                                     .parentWindow = m_state->smartWindow});
     return false;
 }
 
@@ -505,13 +508,18 @@ RefusalAnswer QVDeleteItems::askToErase(const RefusalQuestion& question) {
     const QString format = m_state->services.texts.text(
         isLocked ? "undeleted_locked_sing_str"_key : "undeleted_no_permissions_sing_str"_key);
     const QString title = StringTable::filled(format, {titleName(question.name)});
-    const AlertContext context{
-        isLocked ? AlertModel::Topic::LockedQuestion : AlertModel::Topic::ForbiddenQuestion,
-        displayName(question.path)};
     bool isForAll = false;
     const int result = m_state->services.presenter.askToTheUser(
-        title.toStdString(), isLocked ? "undeleted_locked_sing_msg"_key : std::string_view(), {},
-        "skip"_key, "erase"_key, {}, true, &isForAll, false, nullptr, context);
+        {.question = title.toStdString(),
+         .message = std::string(isLocked ? "undeleted_locked_sing_msg"_key : std::string_view()),
+         .defaultButton = std::string("skip"_key),
+         .alternateButton = std::string("erase"_key),
+         .notAnswered = kAlertFirstButton,
+         .showView = true,
+         .viewStatus = &isForAll,
+         .topic =
+             isLocked ? AlertModel::Topic::LockedQuestion : AlertModel::Topic::ForbiddenQuestion,
+         .fullName = displayName(question.path)});
     return {result == kAlertSecondButton, isForAll};
 }
 

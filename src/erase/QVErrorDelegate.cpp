@@ -15,16 +15,6 @@ namespace {
 
 std::atomic<QVErrorDelegate*> s_shared{nullptr};
 
-constexpr std::string_view kLockedQuestion = "undeleted_locked_sing_str"_key;
-constexpr std::string_view kForbiddenQuestion = "undeleted_no_permissions_sing_str"_key;
-
-AlertModel::Topic topicOf(const QuestionInfo& question) {
-    if (question.context.topic != AlertModel::Topic::Other) return question.context.topic;
-    if (question.info == kLockedQuestion) return AlertModel::Topic::LockedQuestion;
-    if (question.info == kForbiddenQuestion) return AlertModel::Topic::ForbiddenQuestion;
-    return AlertModel::Topic::Other;
-}
-
 AlertModel::Style styleOf(bool treatsAsError) {
     return treatsAsError ? AlertModel::Style::Warning : AlertModel::Style::Informational;
 }
@@ -34,20 +24,6 @@ QStringList titleNames(const QStringList& names) {
     for (const QString& name : names)
         shown << titleName(name);
     return shown;
-}
-
-QuestionInfo questionInfo(std::string_view question, std::string_view message,
-                          const QStringList& names, std::array<std::string_view, 3> buttons,
-                          bool treatsAsError) {
-    QuestionInfo info;
-    info.info = question;
-    info.messKey = message;
-    info.names = names;
-    info.dbuttonName = buttons[0];
-    info.abuttonName = buttons[1];
-    info.obuttonName = buttons[2];
-    info.treatsAsError = treatsAsError;
-    return info;
 }
 
 /// The first name that a title shows shortened, whole; empty when all fit.
@@ -133,29 +109,18 @@ bool QVErrorDelegate::showMessagePanelWithView(std::string_view infoMessage,
 
 // --- Questions ---
 
-int QVErrorDelegate::askToTheUser(std::string_view question, std::string_view message,
-                                  const QStringList& additionalNames,
-                                  std::string_view defaultButton, std::string_view alternateButton,
-                                  std::string_view otherButton, bool showView, bool* viewStatus,
-                                  bool treatsAsError, WindowHandle parentWindow,
-                                  const AlertContext& context) {
-    QuestionInfo info = questionInfo(question, message, additionalNames,
-                                     {defaultButton, alternateButton, otherButton}, treatsAsError);
-    info.showCheck = showView;
-    info.parentWindow = parentWindow;
-    info.context = context;
-    int result = kAlertFirstButton;
-    MainThread::postAndWait([&] { result = askToTheUserWithDict(info); });
-    if (showView && viewStatus) *viewStatus = info.applyToAll;
+int QVErrorDelegate::askToTheUser(const Question& question) {
+    int result = question.notAnswered;
+    MainThread::postAndWait([&] { result = askToTheUserWithDict(question); });
     return result;
 }
 
-int QVErrorDelegate::askToTheUserWithDict(QuestionInfo& question) {
+int QVErrorDelegate::askToTheUserWithDict(const Question& question) {
     AlertModel model = questionModel(question);
-    if (question.showCheck) model.suppressionTitle = m_texts.text("apply_to_all"_key);
+    if (question.showView) model.suppressionTitle = m_texts.text("apply_to_all"_key);
     m_lastResult = 0;
     std::unique_ptr<AlertPanel> panel = m_makePanel();
-    if (!panel) return m_lastResult = kAlertFirstButton;
+    if (!panel) return m_lastResult = question.notAnswered;
     const AlertPanel& shown = *panel;
     int result = 0;
     if (question.parentWindow) {
@@ -164,30 +129,22 @@ int QVErrorDelegate::askToTheUserWithDict(QuestionInfo& question) {
     } else {
         m_lastResult = result = panel->runModal(model);
     }
-    question.applyToAll = question.showCheck && shown.suppressionIsOn();
+    if (question.showView && question.viewStatus) *question.viewStatus = shown.suppressionIsOn();
     return result;
 }
 
-int QVErrorDelegate::askToTheUserWithView(std::string_view question, std::string_view message,
-                                          const QStringList& additionalNames,
-                                          std::string_view defaultButton,
-                                          std::string_view alternateButton,
-                                          std::string_view otherButton,
-                                          std::string_view preferenceKey, bool treatsAsError) {
-    if (m_defaults.boolForKey(preferenceKey)) return kAlertFirstButton;
-    QuestionInfo info = questionInfo(question, message, additionalNames,
-                                     {defaultButton, alternateButton, otherButton}, treatsAsError);
-    info.prefKey = preferenceKey;
-    int result = kAlertFirstButton;
-    MainThread::postAndWait([&] { result = askToTheUserWithViewAndDict(info); });
+int QVErrorDelegate::askToTheUserWithView(const Question& question) {
+    if (m_defaults.boolForKey(question.preferenceKey)) return kAlertFirstButton;
+    int result = question.notAnswered;
+    MainThread::postAndWait([&] { result = askToTheUserWithViewAndDict(question); });
     return result;
 }
 
-int QVErrorDelegate::askToTheUserWithViewAndDict(const QuestionInfo& question) {
+int QVErrorDelegate::askToTheUserWithViewAndDict(const Question& question) {
     m_lastResult = 0;
     AlertModel model = questionModel(question);
-    const int result = runSuppressible(model, question.prefKey).value_or(kAlertFirstButton);
-    return m_lastResult = result;
+    return m_lastResult =
+               runSuppressible(model, question.preferenceKey).value_or(question.notAnswered);
 }
 
 // --- Helpers ---
@@ -212,7 +169,7 @@ QString QVErrorDelegate::text(std::string_view key, Table table) const {
 
 AlertModel QVErrorDelegate::panelModel(std::string_view title, std::string_view message,
                                        const QStringList& names, Table table) const {
-    AlertModel model;
+    AlertModel model{.notAnswered = kAlertFirstButton};  // its only one
     model.style = styleOf(table == Table::Errors);
     model.title = replaceContentOfString(text(title, table), titleNames(names));
     model.text = text(message, table);
@@ -220,14 +177,15 @@ AlertModel QVErrorDelegate::panelModel(std::string_view title, std::string_view 
     return model;
 }
 
-AlertModel QVErrorDelegate::questionModel(const QuestionInfo& question) const {
+AlertModel QVErrorDelegate::questionModel(const Question& question) const {
     const Table table = tableOf(question.treatsAsError);
-    AlertModel model = panelModel(question.info, question.messKey, question.names, table);
-    model.topic = topicOf(question);
-    model.buttons = {text(question.dbuttonName, table), text(question.abuttonName, table),
-                     text(question.obuttonName, table)};
-    if (!question.context.fullName.isEmpty())
-        model.fullName = displayName(question.context.fullName);
+    AlertModel model =
+        panelModel(question.question, question.message, question.additionalNames, table);
+    model.notAnswered = question.notAnswered;
+    model.topic = question.topic;
+    model.buttons = {text(question.defaultButton, table), text(question.alternateButton, table),
+                     text(question.otherButton, table)};
+    if (!question.fullName.isEmpty()) model.fullName = displayName(question.fullName);
     return model;
 }
 

@@ -22,12 +22,6 @@ namespace kestrin {
 
 class UserDefaults;
 
-/// What a question is about, where its key cannot tell because the caller filled the text itself.
-struct AlertContext {
-    AlertModel::Topic topic = AlertModel::Topic::Other;
-    QString fullName;  ///< the name or path that the title may show shortened
-};
-
 /// What goes wrong, for showError. Keys of the table "Errors".
 struct ErrorReport {
     std::string error;                   ///< key of the title
@@ -47,19 +41,21 @@ struct ErrorPanelInfo {
 };
 
 /// A question. All its texts come from "Errors" when `treatsAsError`, else from the default table.
-struct QuestionInfo {
-    std::string info;
-    std::string messKey;
-    QStringList names;  ///< inserted into the title
-    std::string dbuttonName;
-    std::string abuttonName;
-    std::string obuttonName;
+struct Question {
+    std::string question;           ///< key of the title
+    std::string message{};          ///< key of the text; may be empty
+    QStringList additionalNames{};  ///< inserted into the title
+    std::string defaultButton;      ///< key of the first button's title
+    std::string alternateButton;    ///< of the second's
+    std::string otherButton{};      ///< of the third's; a button without a key has no title
+    NotAnswered notAnswered;        ///< also the answer when nobody can be asked any more
+    bool showView = false;          ///< with a box "apply to all"
+    bool* viewStatus = nullptr;     ///< where the state of that box goes
+    std::string preferenceKey{};    ///< the setting of the box "do not ask again"
     bool treatsAsError = false;
-    bool showCheck = false;  ///< with a box "apply to all"
-    std::string prefKey;     ///< questions with suppression: the setting that the box sets
-    WindowHandle parentWindow = nullptr;
-    AlertContext context;
-    bool applyToAll = false;  ///< on return: the box was ticked
+    WindowHandle parentWindow = nullptr;  ///< a sheet on it; none: modal
+    AlertModel::Topic topic = AlertModel::Topic::Other;
+    QString fullName{};  ///< the name or path that the title may show shortened
 };
 
 /// Presents errors, messages and questions. Thread: any; a call from another thread is performed on
@@ -99,27 +95,12 @@ class QVErrorDelegate {
 
     // --- Questions ---
 
-    /// Asks and returns the button: kAlertFirstButton for `defaultButton` and so on. A button with
-    /// an empty key gets an empty title. With `showView` the state of the "apply to all" box is
-    /// stored in `viewStatus`, unless nullptr. With a parent window the question is a sheet, and
-    /// the call returns 0 before the user has answered. When nobody can be asked any more (the main
-    /// thread's loop is over, no panel can be made) the answer is kAlertFirstButton. The topic of
-    /// the alert is the context's or else the one that the key tells.
-    int askToTheUser(std::string_view question, std::string_view message,
-                     const QStringList& additionalNames, std::string_view defaultButton,
-                     std::string_view alternateButton, std::string_view otherButton, bool showView,
-                     bool* viewStatus, bool treatsAsError, WindowHandle parentWindow,
-                     const AlertContext& context = {});
-    /// Puts the question, sets its `applyToAll` and returns the button. Main thread.
-    int askToTheUserWithDict(QuestionInfo& question);
+    /// Asks and returns the button. With a parent window the question is a sheet, and the call
+    /// returns 0 before the user has answered.
+    int askToTheUser(const Question& question);
     /// Asks with a "do not ask again" box, unless the setting `preferenceKey` is on: then
     /// kAlertFirstButton at once. A ticked box sets it.
-    int askToTheUserWithView(std::string_view question, std::string_view message,
-                             const QStringList& additionalNames, std::string_view defaultButton,
-                             std::string_view alternateButton, std::string_view otherButton,
-                             std::string_view preferenceKey, bool treatsAsError);
-    /// Puts the question and keeps its box in the setting `prefKey`. Main thread.
-    int askToTheUserWithViewAndDict(const QuestionInfo& question);
+    int askToTheUserWithView(const Question& question);
 
     /// The button of the last question; 0 while it is open and before the first.
     int lastResult() const { return m_lastResult; }
@@ -140,7 +121,9 @@ class QVErrorDelegate {
     QString text(std::string_view key, Table table) const;
     AlertModel panelModel(std::string_view title, std::string_view message,
                           const QStringList& names, Table table) const;
-    AlertModel questionModel(const QuestionInfo& question) const;
+    AlertModel questionModel(const Question& question) const;
+    int askToTheUserWithDict(const Question& question);
+    int askToTheUserWithViewAndDict(const Question& question);
     void showPanel(const AlertModel& model, WindowHandle window);
     void beginSheet(std::unique_ptr<AlertPanel> panel, const AlertModel& model, WindowHandle window,
                     std::function<void(int)> answered);

@@ -96,10 +96,13 @@ MaybeError QVSecureAccess::authorizeTheAccess() {
         return {};
     }
     const int answer = m_services.presenter.askToTheUserWithView(
-        exists ? "update_helper_tool"_key : "install_helper_tool"_key,
-        "update_helper_tool_mess"_key, {}, exists ? "update_button"_key : "install_button"_key,
-        exists ? "dont_update_button"_key : "dont_install_button"_key, {},
-        "show_install_helper_tool", false);
+        {.question = std::string(exists ? "update_helper_tool"_key : "install_helper_tool"_key),
+         .message = std::string("update_helper_tool_mess"_key),
+         .defaultButton = std::string(exists ? "update_button"_key : "install_button"_key),
+         .alternateButton =
+             std::string(exists ? "dont_update_button"_key : "dont_install_button"_key),
+         .notAnswered = kAlertSecondButton,
+         .preferenceKey = "show_install_helper_tool"});
     if (answer != kAlertFirstButton)
         return HostError{std::string(kOSStatusErrorDomain), kAuthorizationCancelled};
     if (exists) removeHelper();
@@ -109,12 +112,13 @@ MaybeError QVSecureAccess::authorizeTheAccess() {
 
 MaybeError QVSecureAccess::blessHelperWithLabel(std::string_view label) {
     requireMainThread();
-    return HelperInstaller(m_services.texts).install(label);
+    return HelperInstaller(m_services.texts, m_services.programEnds).install(label);
 }
 
 void QVSecureAccess::removeHelper() {
     requireMainThread();
-    if (const MaybeError error = HelperInstaller(m_services.texts).remove()) {
+    const HelperInstaller installer(m_services.texts, m_services.programEnds);
+    if (const MaybeError error = installer.remove()) {
         qCWarning(lcErase, "removeHelper: %s", error->localizedDescription().c_str());
     }
 }

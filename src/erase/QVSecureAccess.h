@@ -27,6 +27,8 @@ struct SecureAccessServices {
     QVErrorDelegate& presenter;
     UserDefaults& defaults;
     BusOpener openBus = &openSystemBus;
+    /// Whether the program is about to end: nothing is begun as root any more.
+    std::function<bool()> programEnds = [] { return false; };
     FileUrl helperFile = location(Place::HelperTool);
     std::size_t maximumList = kMaximumList;  ///< bytes of one command's list; longer ones are split
 };

@@ -18,8 +18,10 @@ struct Shown {
 };
 
 AlertModel model(AlertModel::Topic topic) {
-    AlertModel alert;
-    alert.topic = topic;
+    AlertModel alert{.notAnswered = topic == AlertModel::Topic::EraseConfirmation
+                                        ? kAlertSecondButton
+                                        : kAlertFirstButton,
+                     .topic = topic};
     alert.title = QStringLiteral("Erase \u201ca\x1b\u202eb\u201d?");
     return alert;
 }

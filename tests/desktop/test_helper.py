@@ -3,11 +3,12 @@
 
 import os
 import re
+import signal
 import sys
 import types
 
 from desktop import EMPTY_ALL, PROGRAM, DesktopTest
-from harness import USER, as_root, require, run_as_root
+from harness import USER, as_root, require, run_as_root, send
 
 sys.path.append(os.path.join(os.path.dirname(__file__), "../helper/service"))
 from helpertest import Agent  # noqa: E402  (after the path)
@@ -93,16 +94,50 @@ class HelperTest(DesktopTest):
         self.assertEqual(numbers, list(range(1, len(numbers) + 1)))
         self.assertRuns()
 
-    def test_quitting_during_the_question_or_the_password(self):
-        for asks_for_password in (False, True):
-            question = self.start_and_read_question()
-            if asks_for_password:
-                agent = Agent(self, types.SimpleNamespace(pid=self.kestrin.pid, user=USER), "wait")
+    def install_mute_helper(self):
+        """One that answers nobody. Answers whether it was asked for its version."""
+        marker = os.path.join(self.scratch, b"bus/asked")
+        with as_root():
+            self.system_bus.install(b"/bin/sh -c \"touch '%s'; exec sleep 60\"" % marker)
+            open(INSTALLED, "wb").close()
+        return lambda: os.path.exists(marker)
+
+    def watch_pkexec(self):
+        """Answers what tells how often the program has started it."""
+        folder = os.path.join(self.scratch, b"watch")
+        with as_root():
+            os.mkdir(folder)
+            os.chmod(folder, 0o777)
+            with open(os.path.join(folder, b"pkexec"), "w") as file:
+                file.write('#!/bin/sh\necho >>"${0%/*}/starts"\nexec /usr/bin/pkexec "$@"\n')
+            os.chmod(file.name, 0o755)
+        self.environment["PATH"] = os.fsdecode(folder) + ":" + self.environment["PATH"]
+        starts = os.path.join(folder, b"starts")
+        return lambda: os.path.getsize(starts) if os.path.exists(starts) else 0
+
+    def test_quitting_begins_nothing_as_root(self):
+        """Neither during the question nor while a mute helper is asked for its version; and a password
+        that comes later is worth nothing."""
+        starts = self.watch_pkexec()
+        for stage in ("question", "password", "mute helper"):
+            if stage == "mute helper":
+                is_asked = self.install_mute_helper()
+                self.kestrin = self.launch()
+                self.wait(is_asked, "the question for the version")
+            else:
+                question = self.start_and_read_question()
+            agent = Agent(self, types.SimpleNamespace(pid=self.kestrin.pid, user=USER),
+                          "wait" if stage == "password" else "accept")
+            if stage == "password":
                 self.press(question, "Install")
                 agent.line()
-            self.assertEqual(self.wait_for_end(self.launch("--quit")), 0)
-            self.assertEqual(self.wait_for_end(timeout=10), 0)
-        self.assertFalse(os.path.exists(INSTALLED))
+            before = starts()
+            send(self.kestrin, signal.SIGTERM)
+            self.assertEqual(self.wait_for_end(timeout=10), 0, stage)
+            if stage == "password":
+                self.assertEqual(agent.line(), "taken back\n")
+            self.assertFalse(self.holds_within(1, lambda before=before: starts() > before), stage)
+        self.assertEqual(starts(), 1)
 
     def test_declined_it_is_asked_for_again_at_the_next_start(self):
         self.press(self.start_and_read_question(), "Don.t Install")

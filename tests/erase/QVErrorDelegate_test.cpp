@@ -55,9 +55,14 @@ TEST_F(QVErrorDelegateTest, AWorkersQuestionIsAskedOnTheMainThread) {
     bool applyToAll = false;
     alerts.addAnswer(kAlertSecondButton, true, [] { EXPECT_TRUE(MainThread::isCurrent()); });
     const auto ask = [&] {
-        return presenter.askToTheUser("undeleted_locked_sing_str", "undeleted_locked_sing_msg",
-                                      {QStringLiteral("a.txt")}, "skip", "erase", "", true,
-                                      &applyToAll, false, nullptr);
+        return presenter.askToTheUser({.question = "undeleted_locked_sing_str",
+                                       .message = "undeleted_locked_sing_msg",
+                                       .additionalNames = {QStringLiteral("a.txt")},
+                                       .defaultButton = "skip",
+                                       .alternateButton = "erase",
+                                       .notAnswered = kAlertThirdButton,
+                                       .showView = true,
+                                       .viewStatus = &applyToAll});
     };
     EXPECT_EQ(onWorker(ask), kAlertSecondButton);
     EXPECT_TRUE(applyToAll);
@@ -66,20 +71,35 @@ TEST_F(QVErrorDelegateTest, AWorkersQuestionIsAskedOnTheMainThread) {
     EXPECT_EQ(model.buttons[0], texts.text("skip"));
     EXPECT_EQ(model.buttons[1], texts.text("erase"));
     EXPECT_EQ(model.suppressionTitle, texts.text("apply_to_all"));
-    EXPECT_EQ(model.topic, AlertModel::Topic::LockedQuestion);
+    EXPECT_EQ(model.notAnswered, kAlertThirdButton);
     EXPECT_EQ(alerts.panelsAlive, 0);
 }
 
 TEST_F(QVErrorDelegateTest, ATickedBoxAnswersTheQuestionFromThenOn) {
     const auto askWithView = [&] {
-        return presenter.askToTheUserWithView("erase_all", "", {}, "erase", "cancel_btn", "",
-                                              "never_ask", false);
+        return presenter.askToTheUserWithView({.question = "erase_all",
+                                               .defaultButton = "erase",
+                                               .alternateButton = "cancel_btn",
+                                               .notAnswered = kAlertSecondButton,
+                                               .preferenceKey = "never_ask"});
     };
     alerts.addAnswer(kAlertSecondButton, true);
     EXPECT_EQ(onWorker(askWithView), kAlertSecondButton);
     EXPECT_EQ(onWorker(askWithView), kAlertFirstButton);
     EXPECT_EQ(alerts.models.size(), 1U);
     EXPECT_EQ(alerts.models[0].suppressionTitle, texts.text("suppression_message_text"));
+}
+
+TEST_F(QVErrorDelegateTest, WhereNobodyCanBeAskedTheQuestionSaysWhatThatMeans) {
+    QVErrorDelegate nobody([] { return nullptr; }, texts, defaults);
+    for (const int button : {kAlertFirstButton, kAlertSecondButton}) {
+        const Question question{.question = "erase_all",
+                                .defaultButton = "erase",
+                                .alternateButton = "cancel_btn",
+                                .notAnswered = button};
+        EXPECT_EQ(nobody.askToTheUser(question), button);
+        EXPECT_EQ(nobody.askToTheUserWithView(question), button);
+    }
 }
 
 }  // namespace

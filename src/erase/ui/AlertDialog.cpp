@@ -2,7 +2,6 @@
 #include "erase/ui/AlertDialog.h"
 
 #include <QCheckBox>
-#include <QCloseEvent>
 #include <QDialogButtonBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -16,6 +15,7 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <functional>
 
 #include "base/StringTable.h"
 #include "erase/ui/SizeLineView.h"
@@ -77,16 +77,6 @@ bool isQuestionAboutEntry(const AlertModel& model) {
 
 }  // namespace
 
-std::optional<int> dismissResult(const AlertModel& model) {
-    if (model.topic == AlertModel::Topic::EraseConfirmation) return kAlertSecondButton;
-    if (isQuestionAboutEntry(model)) return kAlertFirstButton;
-    const auto& titles = model.buttons;
-    if (std::ranges::count_if(titles, [](const QString& t) { return !t.isEmpty(); }) > 1) return {};
-    const auto only = std::ranges::find_if(titles, [](const QString& t) { return !t.isEmpty(); });
-    if (only == titles.end()) return kAlertFirstButton;
-    return kAlertFirstButton + static_cast<int>(only - titles.begin());
-}
-
 std::optional<int> destructiveResult(const AlertModel& model) {
     if (model.topic == AlertModel::Topic::EraseConfirmation) return kAlertFirstButton;
     if (isQuestionAboutEntry(model)) return kAlertSecondButton;
@@ -99,7 +89,6 @@ AlertDialog::AlertDialog(const AlertModel& model, const StringTable& texts)
     setAccessibleName(model.title);
     setAccessibleDescription(model.text);
     setWindowFlags(kDialogFrame);
-    setWindowFlag(Qt::WindowCloseButtonHint, dismissResult(model).has_value());
 
     auto* const head = new QHBoxLayout;
     head->setSpacing(2 * style()->pixelMetric(QStyle::PM_LayoutHorizontalSpacing));
@@ -225,16 +214,13 @@ QWidget* AlertDialog::makeButtons() {
     return m_buttonBox;
 }
 
-/// The place of a button follows the desktop's custom: what ends the alert without harm stands
-/// where Cancel does.
+/// The place of a button follows the desktop's custom: what does nothing stands where Cancel does.
 void AlertDialog::addButton(int index, const QString& title) {
     const int result = kAlertFirstButton + index;
-    const bool isOnly =
-        m_model.topic == AlertModel::Topic::Other && dismissResult(m_model) == result;
-    const int safe = dismissResult(m_model).value_or(kAlertSecondButton);
-    const auto role = index == 2                  ? QDialogButtonBox::ActionRole
-                      : result == safe && !isOnly ? QDialogButtonBox::RejectRole
-                                                  : QDialogButtonBox::AcceptRole;
+    const bool isOnly = std::ranges::count_if(m_model.buttons, std::not_fn(&QString::isEmpty)) < 2;
+    const auto role = index == 2                                 ? QDialogButtonBox::ActionRole
+                      : result == m_model.notAnswered && !isOnly ? QDialogButtonBox::RejectRole
+                                                                 : QDialogButtonBox::AcceptRole;
     QPushButton* const button = m_buttonBox->addButton(title, role);
     button->setObjectName(QStringLiteral("button_%1").arg(index + 1));
     button->setAutoDefault(true);
@@ -254,7 +240,7 @@ void AlertDialog::markDestructive() {
 }
 
 bool AlertDialog::suppressionIsOn() const {
-    return m_suppression && m_suppression->isChecked();
+    return m_suppression && m_suppression->isChecked() && !m_wasDismissed;
 }
 
 void AlertDialog::setSizeLine(const QString& text, bool spinning) {
@@ -269,7 +255,8 @@ void AlertDialog::bringToFront() {
 }
 
 void AlertDialog::reject() {
-    done(dismissResult(m_model).value_or(kAlertFirstButton));
+    m_wasDismissed = true;
+    done(m_model.notAnswered);
 }
 
 bool AlertDialog::isStray(const QKeyEvent& event) const {
@@ -281,19 +268,12 @@ bool AlertDialog::isStray(const QKeyEvent& event) const {
 
 void AlertDialog::keyPressEvent(QKeyEvent* event) {
     if (isStray(*event)) return;
-    if (event->matches(QKeySequence::Cancel) && !dismissResult(m_model)) return;
     QDialog::keyPressEvent(event);
 }
 
 bool AlertDialog::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::KeyPress && isStray(*static_cast<QKeyEvent*>(event))) return true;
     return QDialog::eventFilter(watched, event);
-}
-
-void AlertDialog::closeEvent(QCloseEvent* event) {
-    // Of a window that has to be answered, only the program itself can dispense the user.
-    if (event->spontaneous() && !dismissResult(m_model)) return event->ignore();
-    QDialog::closeEvent(event);
 }
 
 void AlertDialog::changeEvent(QEvent* event) {

@@ -25,27 +25,27 @@ class StringTable;
 /// model has. Object names: "title", "text", "size_line", "details_button", "details",
 /// "suppression", "button_1" to "button_3".
 ///
-/// Escape and closing mean the button of `dismissResult`; where the model has no harmless answer
-/// the user has to choose one. A button that destroys is marked; where there is one, Return, Enter
-/// and Space do nothing in the first half second, nor does a key that is held down since before.
+/// Escape and closing mean the model's `notAnswered`. A button that destroys is marked; where there
+/// is one, Return, Enter and Space do nothing in the first half second, and neither does a key that
+/// is still held down from before.
 class AlertDialog : public QDialog {
     Q_OBJECT
 
  public:
     AlertDialog(const AlertModel& model, const StringTable& texts);
 
+    /// Whether the check box is ticked and the alert was not ended without an answer.
     bool suppressionIsOn() const;
     /// Nothing without a size line.
     void setSizeLine(const QString& text, bool spinning);
     /// Puts the window in front of the others and begins the half second.
     void bringToFront();
 
-    /// Ends the alert as Escape does; with the first button where Escape may not end it.
+    /// Ends the alert as Escape does.
     void reject() override;
 
  protected:
     void keyPressEvent(QKeyEvent* event) override;
-    void closeEvent(QCloseEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     void changeEvent(QEvent* event) override;
 
@@ -74,12 +74,9 @@ class AlertDialog : public QDialog {
     QDialogButtonBox* m_buttonBox = nullptr;
     QPushButton* m_first = nullptr;  ///< of those drawn; the default one
     QPushButton* m_destructive = nullptr;
+    bool m_wasDismissed = false;
 };
 
-/// The button that Escape and closing stand for: of the only button, of a confirmation the second
-/// (Cancel), of a question about an entry the first (Skip). None: the user has to choose, since no
-/// answer is known to be harmless.
-std::optional<int> dismissResult(const AlertModel& model);
 /// The button that destroys something: of a confirmation the first, of a question about an entry
 /// the second. None in other alerts.
 std::optional<int> destructiveResult(const AlertModel& model);

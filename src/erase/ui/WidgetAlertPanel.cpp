@@ -23,9 +23,10 @@ int WidgetAlertPanel::runModal(const AlertModel& model) {
     AlertDialog& dialog = makeDialog(model);
     dialog.setWindowModality(Qt::ApplicationModal);
     dialog.bringToFront();
-    const int result = dialog.exec();
-    // An event loop that ended from outside leaves the dialog without a button.
-    return result >= kAlertFirstButton ? result : dismissResult(model).value_or(kAlertFirstButton);
+    dialog.exec();
+    // An event loop that ended from outside leaves the dialog without an answer.
+    if (dialog.result() < kAlertFirstButton) dialog.reject();
+    return dialog.result();
 }
 
 void WidgetAlertPanel::beginSheet(const AlertModel& model, WindowHandle parent,

@@ -19,17 +19,16 @@ class WidgetAlertPanel : public AlertPanel {
     /// Closes an open sheet without an answer.
     ~WidgetAlertPanel() override;
 
-    /// Runs the nested event loop. When the program ends meanwhile, the alert counts as dismissed.
+    /// Runs the nested event loop. When the program ends meanwhile, the alert was not answered.
     int runModal(const AlertModel& model) override;
-    /// Window-modal on the window of `parent`. When that window goes, the alert counts as
-    /// dismissed. `answered` may let this panel go.
+    /// Window-modal on the window of `parent`. When that window goes, the alert was not answered.
+    /// `answered` may let this panel go.
     void beginSheet(const AlertModel& model, WindowHandle parent,
                     std::function<void(int)> answered) override;
     bool suppressionIsOn() const override;
     void setSizeLine(const QString& text, bool spinning) override;
 
-    /// Ends all open alerts as Escape does, and with the first button where Escape may not: for a
-    /// program that has to end. Their answers come as always.
+    /// Ends all open alerts as Escape does, for a program that has to end.
     static void dismissAll();
 
  private:

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QCheckBox>
 #include <QLabel>
 #include <QPushButton>
 #include <QTest>
@@ -20,8 +21,10 @@ using Topic = AlertModel::Topic;
 constexpr int kPastTheGuard = 600;
 
 AlertModel alert(Topic topic, std::size_t buttons = 2) {
-    AlertModel model;
-    model.topic = topic;
+    AlertModel model{.notAnswered = buttons > 1 && topic != Topic::LockedQuestion
+                                        ? kAlertSecondButton
+                                        : kAlertFirstButton,
+                     .topic = topic};
     model.title = QStringLiteral("“<b>x</b>” is locked.");
     for (std::size_t index = 0; index < buttons; ++index)
         model.buttons[index] = QStringLiteral("Button");
@@ -45,28 +48,25 @@ class AlertDialogTest : public ::testing::Test {
     Widget* find(const char* name) {
         return m_dialog->findChild<Widget*>(QLatin1String(name));
     }
-    /// The button that Escape ends the alert with; 0 when it goes on.
-    int escapeFrom(const AlertModel& model) {
-        show(model);
-        QTest::keyClick(find("button_1"), Qt::Key_Escape);
-        return m_dialog->isVisible() ? 0 : m_dialog->result();
-    }
 
  private:
     const StringTable m_texts{QStringLiteral("en")};
     std::optional<AlertDialog> m_dialog;
 };
 
-TEST_F(AlertDialogTest, EscapeMeansWhatDestroysNothingOrAChoiceHasToBeMade) {
-    EXPECT_EQ(escapeFrom(kConfirmation), kAlertSecondButton);
-    EXPECT_EQ(escapeFrom(kQuestion), kAlertFirstButton);
-    EXPECT_EQ(escapeFrom(kMessage), kAlertFirstButton);
-    EXPECT_EQ(escapeFrom(kChoice), 0);
-    EXPECT_TRUE(show(kQuestion).windowFlags() & Qt::WindowCloseButtonHint);
-    AlertDialog& choice = show(kChoice);
-    EXPECT_FALSE(choice.windowFlags() & (Qt::WindowMinMaxButtonsHint | Qt::WindowCloseButtonHint));
-    choice.close();
-    EXPECT_EQ(choice.result(), kAlertFirstButton);
+TEST_F(AlertDialogTest, EscapeAndClosingAreNoAnswer) {
+    for (AlertModel model : {kConfirmation, kQuestion, kChoice, kMessage}) {
+        model.suppressionTitle = QStringLiteral("Do not ask again");
+        for (const bool isClosed : {false, true}) {
+            AlertDialog& dialog = show(model);
+            EXPECT_FALSE(dialog.windowFlags() & Qt::WindowMinMaxButtonsHint);
+            find<QCheckBox>("suppression")->click();
+            EXPECT_TRUE(dialog.suppressionIsOn());
+            isClosed ? void(dialog.close()) : QTest::keyClick(find("button_1"), Qt::Key_Escape);
+            EXPECT_EQ(dialog.result(), model.notAnswered);
+            EXPECT_FALSE(dialog.suppressionIsOn()) << "a box alone answers nothing";
+        }
+    }
 }
 
 TEST_F(AlertDialogTest, AStrayKeyErasesNothing) {

@@ -60,7 +60,7 @@ class Pictures : public ::testing::TestWithParam<Look> {
 };
 
 TEST_P(Pictures, Question) {
-    AlertModel model;
+    AlertModel model{.notAnswered = kAlertSecondButton};
     model.topic = AlertModel::Topic::EraseConfirmation;
     model.title = text("undeleted_locked_sing_str") +
                   QStringLiteral("WWWWWWWWWW_without_a_single…_blank_to_break_at_WWWWWWW.jpg");
@@ -75,7 +75,7 @@ TEST_P(Pictures, Question) {
 }
 
 TEST_P(Pictures, EndReport) {
-    AlertModel model;
+    AlertModel model{.notAnswered = kAlertFirstButton};
     model.title = lengthened(m_texts.text("user_not_authorized", StringTable::Table::Errors));
     model.details = {
         {QStringLiteral("A"), QString(), text("stayed_busy"), text("stayed_help_busy")}};

@@ -35,7 +35,8 @@ struct WidgetAlertPanelTest : ::testing::Test {
 
     const StringTable texts{QStringLiteral("en")};
     std::unique_ptr<WidgetAlertPanel> panel;
-    AlertModel choice{.buttons = {QStringLiteral("Yes"), QStringLiteral("No"), QString()}};
+    AlertModel choice{.notAnswered = kAlertThirdButton,
+                      .buttons = {QStringLiteral("Yes"), QStringLiteral("No"), QString()}};
     int answer = 0;
 };
 
@@ -50,15 +51,17 @@ TEST_F(WidgetAlertPanelTest, ASheetAnswersLaterAndIsDismissedWithItsWindow) {
     EXPECT_TRUE(isAnswered(kAlertSecondButton));
     beginSheet(parent.get());
     parent.reset();
-    EXPECT_TRUE(isAnswered(kAlertFirstButton));
+    EXPECT_TRUE(isAnswered(kAlertThirdButton));
 }
 
 TEST_F(WidgetAlertPanelTest, AllAlertsEndWithTheProgram) {
     beginSheet(nullptr);
     WidgetAlertPanel modal(texts);
     QTimer::singleShot(100, &WidgetAlertPanel::dismissAll);
-    EXPECT_EQ(modal.runModal(choice), kAlertFirstButton);
-    EXPECT_TRUE(isAnswered(kAlertFirstButton));
+    EXPECT_EQ(modal.runModal(choice), kAlertThirdButton);
+    QTimer::singleShot(100, [] { QCoreApplication::exit(); });  // as the end of the session does
+    EXPECT_EQ(modal.runModal(choice), kAlertThirdButton);
+    EXPECT_TRUE(isAnswered(kAlertThirdButton));
 }
 
 }  // namespace
