@@ -7,9 +7,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
-#include <QPainter>
 #include <QScreen>
-#include <QStyleOptionMenuItem>
 #include <QTimer>
 #include <algorithm>
 #include <chrono>
@@ -27,6 +25,7 @@
 #include "platform/desktop/ui/StatusItem.h"
 #include "widgets/BusySpinner.h"
 #include "widgets/ElidedLabel.h"
+#include "widgets/MenuRow.h"
 
 namespace kestrin {
 namespace {
@@ -36,7 +35,6 @@ using namespace std::chrono_literals;
 constexpr int kIconSize = 32;
 constexpr int kSideMargin = 12;
 constexpr int kWidthBesideName = 104;
-constexpr float kDimmedOpacity = 0.65F;
 constexpr int kFlashInterval = 125;  ///< milliseconds
 constexpr auto kActionDelay = 100ms;
 
@@ -330,35 +328,12 @@ void QVDiskMenuItemView::changeEvent(QEvent* event) {
 }
 
 void QVDiskMenuItemView::updateColors() {
-    const bool isLit = isHighlighted();
-    const auto role = isLit ? QPalette::HighlightedText : QPalette::WindowText;
-    for (QWidget* part : {static_cast<QWidget*>(m_diskName), static_cast<QWidget*>(m_subName),
-                          static_cast<QWidget*>(m_spinner)}) {
-        part->setForegroundRole(role);
-    }
-    // Of the menu's own colour: not every theme has one for dimmed text that can be read there.
-    QPalette dimmed = palette();
-    QColor color = dimmed.color(QPalette::Active, QPalette::WindowText);
-    color.setAlphaF(kDimmedOpacity);
-    dimmed.setColor(QPalette::Active, QPalette::WindowText, color);
-    dimmed.setColor(QPalette::Inactive, QPalette::WindowText, color);
-    m_subName->setPalette(dimmed);
+    colorMenuRow(*this, {m_diskName, m_subName, m_spinner}, *m_subName, isHighlighted());
     update();
 }
 
-/// The style draws the row as it draws an entry without a text.
 void QVDiskMenuItemView::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    QStyleOptionMenuItem option;
-    option.initFrom(this);
-    option.rect = rect();
-    option.menuItemType = QStyleOptionMenuItem::Normal;
-    option.checkType = QStyleOptionMenuItem::NotCheckable;
-    option.menuRect = rect();
-    option.font = font();
-    option.state.setFlag(QStyle::State_Selected, isHighlighted());
-    option.state.setFlag(QStyle::State_HasFocus, false);
-    style()->drawControl(QStyle::CE_MenuItem, &option, &painter, parentWidget());
+    paintMenuRow(*this, isHighlighted());
 }
 
 }  // namespace kestrin
