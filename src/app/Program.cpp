@@ -134,7 +134,6 @@ class Program {
     QVErrorDelegate m_presenter;
     TrashList m_trashes;
     TrashTotals m_totals{figuresOfTrash, startTimer};
-    DesktopNotification m_message;
     std::unique_ptr<MountWatcher> m_mounts;
     TrashWatcher m_trashWatcher;
     bool m_hasStatusArea = false;
@@ -256,7 +255,7 @@ void Program::watchTrashes(const std::vector<TrashLocation>& trashes) {
 }
 
 void Program::tellUser(const QString& text) {
-    m_message.show({.title = m_texts.text("app_name"_key), .text = text});
+    showDesktopMessage(m_texts.text("app_name"_key), text);
 }
 
 void Program::launch(bool hasStatusArea) {

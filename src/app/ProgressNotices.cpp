@@ -48,10 +48,8 @@ void ProgressNotices::begin() {
 void ProgressNotices::followWindow() {
     if (!m_isShown) return;
     if (m_isInFront()) return m_notification.close();
-    m_notification.show({.title = m_view->mainText(),
-                         .text = {},
-                         .actionTitle = m_texts.text("stop_btn"_key),
-                         .stays = true});
+    m_notification.show(
+        {.title = m_view->mainText(), .text = {}, .actionTitle = m_texts.text("stop_btn"_key)});
 }
 
 void ProgressNotices::startIndeterminateAnimation() {

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A message that the desktop shows (org.freedesktop.Notifications). Main thread.
+// What the desktop tells the user for the program (org.freedesktop.Notifications). Main thread.
+// Everything is asynchronous; without a notification service nothing happens and nothing is
+// reported.
 #pragma once
 
 #include <QPointer>
@@ -8,33 +10,37 @@
 
 namespace kestrin {
 
-/// One notification: shown, changed in place, taken away again. Everything is asynchronous; without
-/// a notification service nothing happens and nothing is reported.
+/// Shows a message for as long as the desktop shows messages. Every call is a message of its own,
+/// whatever became of the ones before it. `text` is plain, whatever it holds.
+void showDesktopMessage(const QString& title, const QString& text);
+
+/// One notification that stays until the program or the user takes it away. It can be changed in
+/// place.
 class DesktopNotification {
  public:
     struct Content {
         QString title;
         QString text;         ///< plain, whatever it holds
         QString actionTitle;  ///< the one button; empty for none
-        bool stays = false;  ///< until closed, by the program or the user; else the desktop decides
         friend bool operator==(const Content&, const Content&) = default;
     };
 
     /// `action` is called when the user presses the button.
     explicit DesktopNotification(std::function<void()> action = {});
-    /// Closes it when it `stays`; any other one is left for the user to read.
+    /// Takes it away.
     ~DesktopNotification();
     DesktopNotification(const DesktopNotification&) = delete;
     DesktopNotification& operator=(const DesktopNotification&) = delete;
 
-    /// Shows it, or changes what is shown. One that the user took away does not come back before
-    /// close() was called. The same content twice sends nothing.
+    /// Shows it, or changes what is shown. A service that is started anew shows it again. Once the
+    /// user has taken it away it never comes back: another occasion has a notification of its own.
     void show(const Content& content);
+    /// Takes it away until the next show().
     void close();
 
  private:
     class Client;
-    QPointer<Client> m_client;  ///< ends itself; gone with the application
+    QPointer<Client> m_client;  ///< deletes itself; null once the application is gone
 };
 
 }  // namespace kestrin

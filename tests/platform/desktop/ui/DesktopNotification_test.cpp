@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <QDBusMessage>
+#include <optional>
+
 #include "platform/desktop/ui/support/NotificationService.h"
 #include "platform/desktop/ui/support/PrivateBus.h"
 #include "support/TestEnvironment.h"
@@ -10,85 +13,115 @@
 namespace kestrin {
 namespace {
 
-using test::NotificationService;
+constexpr uint kExpired = 1;
+constexpr uint kDismissed = 2;
 
-DesktopNotification::Content content(const char* text) {
-    return {QStringLiteral("Emptying"), QString::fromUtf8(text), QStringLiteral("Stop"), true};
-}
-
-TEST(DesktopNotification, ShowsChangesInPlaceAndCloses) {
-    KESTRIN_REQUIRE_BUS();
-    NotificationService desktop;
-    DesktopNotification notification;
-    // All before the first answer: only the first and the newest are worth showing.
-    notification.show(content("1 & <b>"));
-    notification.show(content("2"));
-    EXPECT_TRUE(test::waitFor([&] { return desktop.isShown; }));
-    EXPECT_EQ(desktop.texts, QStringList{QStringLiteral("Emptying|2|action,Stop")});
-
-    notification.show(content("3 & <b>"));
-    EXPECT_TRUE(test::waitFor([&] { return desktop.texts.size() == 2; }));
-    EXPECT_EQ(desktop.texts.back(), QStringLiteral("Emptying|3 &amp; &lt;b&gt;|action,Stop"));
-    EXPECT_EQ(desktop.id, 1U);
-
-    notification.close();
-    EXPECT_TRUE(test::waitFor([&] { return !desktop.isShown; }));
-}
-
-TEST(DesktopNotification, ItsButtonCallsAndAnothersDoesNot) {
-    KESTRIN_REQUIRE_BUS();
-    NotificationService desktop;
-    int pressed = 0;
-    DesktopNotification notification([&pressed] { ++pressed; });
-    notification.show(content("1"));
-    EXPECT_TRUE(test::waitFor([&] { return desktop.isShown; }));
-    notification.show(content("2"));
-    EXPECT_TRUE(test::waitFor([&] { return desktop.texts.size() == 2; }));
-    desktop.signal(QStringLiteral("ActionInvoked"), {desktop.id + 1, QStringLiteral("action")});
-    desktop.signal(QStringLiteral("ActionInvoked"), {desktop.id, QStringLiteral("action")});
-    EXPECT_TRUE(test::waitFor([&pressed] { return pressed > 0; }));
-    EXPECT_EQ(pressed, 1);
-}
-
-TEST(DesktopNotification, OneThatTheUserTookAwayComesBackForANewOccasionOnly) {
-    KESTRIN_REQUIRE_BUS();
-    NotificationService desktop;
-    DesktopNotification notification;
-    notification.show(content("1"));
-    EXPECT_TRUE(test::waitFor([&] { return desktop.isShown; }));
-    notification.show(content("2"));
-    EXPECT_TRUE(test::waitFor([&] { return desktop.texts.size() == 2; }));
-    desktop.signal(QStringLiteral("NotificationClosed"), {desktop.id, 2U});
-    test::waitFor([] { return false; }, 100);
-    notification.show(content("3"));
-    test::waitFor([] { return false; }, 100);
-    EXPECT_EQ(desktop.texts.size(), 2);
-
-    notification.close();
-    notification.show(content("4"));
-    EXPECT_TRUE(test::waitFor([&] { return desktop.texts.size() == 3; }));
-}
-
-TEST(DesktopNotification, OneThatEndsBeforeTheAnswerIsStillTakenAway) {
-    KESTRIN_REQUIRE_BUS();
-    NotificationService desktop;
-    {
-        DesktopNotification notification;
-        notification.show(content("1"));
-        EXPECT_TRUE(test::waitFor([&] { return desktop.isShown; }));
+class DesktopNotificationTest : public ::testing::Test {
+ protected:
+    void SetUp() override {
+        KESTRIN_REQUIRE_BUS();
+        desktop.emplace();
     }
-    EXPECT_TRUE(test::waitFor([&] { return !desktop.isShown; }));
+
+    void show(const char* text) {
+        notification->show(
+            {QStringLiteral("Emptying"), QString::fromUtf8(text), QStringLiteral("Stop")});
+    }
+    bool hasShown(qsizetype count) {
+        return test::waitFor([&] { return desktop->texts.size() == count; });
+    }
+    /// The desktop ends what it shows, and the program has heard of it.
+    void end(uint reason) {
+        desktop->signal(QStringLiteral("NotificationClosed"), {desktop->id, reason});
+        test::waitFor([] { return false; }, 100);
+    }
+    void press(uint id) {
+        desktop->signal(QStringLiteral("ActionInvoked"), {id, QStringLiteral("action")});
+    }
+
+    int pressed = 0;
+    std::optional<test::NotificationService> desktop;
+    std::optional<DesktopNotification> notification{std::in_place, [this] { ++pressed; }};
+};
+
+TEST_F(DesktopNotificationTest, EveryMessageIsShown) {
+    const auto tell = [](const char* text) {
+        showDesktopMessage(QStringLiteral("Kestrin"), QString::fromUtf8(text));
+    };
+    tell("1");
+    tell("2");
+    EXPECT_TRUE(hasShown(2));
+    end(kExpired);
+    tell("2");
+    EXPECT_TRUE(hasShown(3));
+    end(kDismissed);
+    tell("3");
+    EXPECT_TRUE(hasShown(4));
+    EXPECT_EQ(desktop->id, 4U) << "none takes the place of another";
+    desktop.reset();
+    desktop.emplace();
+    tell("4 & <b>");
+    EXPECT_TRUE(hasShown(1));
+    EXPECT_EQ(desktop->texts.back(), QStringLiteral("Kestrin|4 &amp; &lt;b&gt;|"));
 }
 
-TEST(DesktopNotification, WithoutAServiceNothingHappens) {
-    KESTRIN_REQUIRE_BUS();
-    DesktopNotification notification;
-    notification.show(content("1"));
+TEST_F(DesktopNotificationTest, ShowsChangesInPlaceAndCloses) {
+    // All before the first answer: only the newest is worth showing.
+    show("1 & <b>");
+    show("2");
+    EXPECT_TRUE(hasShown(1));
+    EXPECT_EQ(desktop->texts.back(), QStringLiteral("Emptying|2|action,Stop"));
+    show("3 & <b>");
+    EXPECT_TRUE(hasShown(2));
+    EXPECT_EQ(desktop->texts.back(), QStringLiteral("Emptying|3 &amp; &lt;b&gt;|action,Stop"));
+    EXPECT_EQ(desktop->id, 1U);
+    notification->close();
+    EXPECT_TRUE(test::waitFor([&] { return !desktop->isShown; }));
+    show("4");
+    EXPECT_TRUE(hasShown(3));
+    notification.reset();
+    EXPECT_TRUE(test::waitFor([&] { return !desktop->isShown; }));
+}
+
+TEST_F(DesktopNotificationTest, OnlyItsOwnButtonOfItsOwnDesktopCalls) {
+    show("1");
+    EXPECT_TRUE(hasShown(1));
+    show("2");
+    EXPECT_TRUE(hasShown(2));
+    press(desktop->id + 1);
+    QDBusMessage forged = QDBusMessage::createSignal(
+        QStringLiteral("/org/freedesktop/Notifications"),
+        QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("ActionInvoked"));
+    forged.setArguments({desktop->id, QStringLiteral("action")});
+    QDBusConnection::sessionBus().send(forged);
     test::waitFor([] { return false; }, 100);
-    notification.close();
-    NotificationService desktop;
-    notification.show(content("2"));
-    EXPECT_TRUE(test::waitFor([&] { return desktop.isShown; })) << "the service may come later";
+    EXPECT_EQ(pressed, 0);
+    press(desktop->id);
+    EXPECT_TRUE(test::waitFor([&] { return pressed == 1; }));
+}
+
+TEST_F(DesktopNotificationTest, ComesBackWhenItExpiredAndNotWhenTheUserTookItAway) {
+    show("1");
+    EXPECT_TRUE(hasShown(1));
+    end(kExpired);
+    show("1");
+    EXPECT_TRUE(hasShown(2));
+    end(kDismissed);
+    notification->close();
+    show("2");
+    test::waitFor([] { return false; }, 100);
+    EXPECT_EQ(desktop->texts.size(), 2);
+}
+
+TEST_F(DesktopNotificationTest, FollowsAServiceThatComesLateOrIsStartedAnew) {
+    desktop.reset();
+    show("1");
+    test::waitFor([] { return false; }, 100);
+    desktop.emplace();
+    EXPECT_TRUE(hasShown(1));
+    desktop.emplace();
+    EXPECT_TRUE(hasShown(1)) << "shown again";
+    EXPECT_EQ(desktop->id, 1U) << "the former service's number means nothing to this one";
 }
 
 }  // namespace

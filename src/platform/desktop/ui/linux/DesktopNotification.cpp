@@ -3,8 +3,10 @@
 
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
 #include <QObject>
 #include <QVariantMap>
 #include <optional>
@@ -16,18 +18,77 @@ namespace kestrin {
 
 namespace {
 
+using Content = DesktopNotification::Content;
+
 const QString kService = QStringLiteral("org.freedesktop.Notifications");
 const QString kPath = QStringLiteral("/org/freedesktop/Notifications");
 const QString kActionKey = QStringLiteral("action");
+
+constexpr uint kExpired = 1;  ///< the reason of a notification's end: its time was over
+
+enum class Stay { WhileTheDesktopLikes, UntilClosed };
 
 QDBusMessage serviceCall(const QString& method) {
     return QDBusMessage::createMethodCall(kService, kPath, kService, method);
 }
 
+/// Calls `handle` with the answer, while `context` lives.
+template <class T, class Handler>
+void ask(QObject* context, const QDBusMessage& call, Handler handle) {
+    auto* answer =
+        new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), context);
+    QObject::connect(answer, &QDBusPendingCallWatcher::finished, context,
+                     [answer, handle = std::move(handle)] {
+                         answer->deleteLater();
+                         handle(QDBusPendingReply<T>(*answer));
+                     });
+}
+
+/// The service's answer to which form of text it takes.
+bool understandsMarkup(const QDBusPendingReply<QStringList>& capabilities) {
+    return capabilities.value().contains(QStringLiteral("body-markup"));
+}
+
+QDBusMessage notifyCall(const Content& content, uint replaces, bool withMarkup, Stay stay) {
+    const bool stays = stay == Stay::UntilClosed;
+    const QString body = withMarkup ? content.text.toHtmlEscaped() : content.text;
+    QStringList actions;
+    if (!content.actionTitle.isEmpty()) actions = {kActionKey, content.actionTitle};
+    QVariantMap hints{{QStringLiteral("desktop-entry"), QLatin1String(kApplicationId)}};
+    if (stays) hints.insert(QStringLiteral("resident"), true);
+    QDBusMessage call = serviceCall(QStringLiteral("Notify"));
+    call.setArguments({QStringLiteral("Kestrin"), replaces, QStringLiteral("kestrin"),
+                       content.title, body, actions, hints, stays ? 0 : -1});
+    return call;
+}
+
+/// Tries again when the service went away while it was asked.
+void sendMessage(const Content& content, int attempts) {
+    QObject* const application = QCoreApplication::instance();
+    const auto tryAgain = [content, attempts] {
+        if (attempts > 1) sendMessage(content, attempts - 1);
+    };
+    ask<QStringList>(application, serviceCall(QStringLiteral("GetCapabilities")),
+                     [=](const QDBusPendingReply<QStringList>& capabilities) {
+                         if (capabilities.isError()) return tryAgain();
+                         ask<uint>(application,
+                                   notifyCall(content, 0, understandsMarkup(capabilities),
+                                              Stay::WhileTheDesktopLikes),
+                                   [tryAgain](const QDBusPendingReply<uint>& reply) {
+                                       if (reply.isError()) tryAgain();
+                                   });
+                     });
+}
+
 }  // namespace
 
-/// One request is under way at most, so that the service sees changes in order and a notification
-/// is never shown twice: what is wanted meanwhile is kept, the newest alone, and sent then.
+void showDesktopMessage(const QString& title, const QString& text) {
+    constexpr int kAttempts = 2;
+    sendMessage({.title = title, .text = text, .actionTitle = {}}, kAttempts);
+}
+
+/// At most one request is under way, so that the service sees changes in order and a notification
+/// is never shown twice: of what is wanted meanwhile the newest is kept and sent then.
 class DesktopNotification::Client : public QObject {
     Q_OBJECT
 
@@ -35,16 +96,16 @@ class DesktopNotification::Client : public QObject {
     explicit Client(std::function<void()> action)
         : QObject(QCoreApplication::instance()), m_action(std::move(action)) {}
 
-    /// Goes when nothing is under way any more: what shows only now is still to be closed.
+    /// A request that is under way may still show something, which is then to be closed: the client
+    /// lives until it is answered.
     void retire() {
         m_action = nullptr;
-        if (m_wanted && m_wanted->stays) close();
         m_isRetired = true;
-        if (!m_isWaiting) deleteLater();
+        close();
     }
 
     void show(const Content& content) {
-        if (m_isDismissed || m_wanted == content) return;
+        if (m_isDismissed) return;
         m_wanted = content;
         listen();
         synchronize();
@@ -52,43 +113,66 @@ class DesktopNotification::Client : public QObject {
 
     void close() {
         m_wanted.reset();
-        m_isDismissed = false;
         synchronize();
     }
 
  private:
-    Q_SLOT void actionInvoked(uint id, const QString&) {
-        if (id == m_id && id != 0 && m_action) m_action();
+    Q_SLOT void actionInvoked(uint id, const QString&, const QDBusMessage& signal) {
+        if (isOurs(id, signal) && m_action) m_action();
     }
 
-    /// The desktop or the user took it away.
-    Q_SLOT void notificationClosed(uint id, uint) {
-        if (id != m_id || id == 0) return;
-        m_id = 0;
-        m_sent.reset();
-        m_isDismissed = m_wanted.has_value();
+    Q_SLOT void notificationClosed(uint id, uint reason, const QDBusMessage& signal) {
+        if (!isOurs(id, signal)) return;
+        m_isDismissed = reason != kExpired;
         m_wanted.reset();
+        forgetShown();
     }
 
-    /// From any sender: naming it here would make Qt ask, and wait, for who has the name.
+    /// The ids of a service mean nothing to another one.
+    void ownerChanged(const QString& owner) {
+        m_owner = owner;
+        m_ownerIsNew = !owner.isEmpty();
+        m_understandsMarkup.reset();
+        forgetShown();
+        if (m_ownerIsNew) synchronize();
+    }
+
+    /// Signals are heard from any sender, since naming one would make Qt ask, and wait, for who has
+    /// the name.
+    bool isOurs(uint id, const QDBusMessage& signal) const {
+        return m_shown && id == m_id && signal.service() == m_owner;
+    }
+
+    void forgetShown() {
+        m_id = 0;
+        m_shown.reset();
+    }
+
     void listen() {
         if (std::exchange(m_isListening, true)) return;
         QDBusConnection bus = QDBusConnection::sessionBus();
         bus.connect(QString(), kPath, kService, QStringLiteral("ActionInvoked"), this,
-                    SLOT(actionInvoked(uint, QString)));
+                    SLOT(actionInvoked(uint, QString, QDBusMessage)));
         bus.connect(QString(), kPath, kService, QStringLiteral("NotificationClosed"), this,
-                    SLOT(notificationClosed(uint, uint)));
+                    SLOT(notificationClosed(uint, uint, QDBusMessage)));
+        auto* const watcher =
+            new QDBusServiceWatcher(kService, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+        connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+                [this](const QString&, const QString&, const QString& to) { ownerChanged(to); });
     }
 
     void synchronize() {
-        if (m_isWaiting || m_sent == m_wanted) return;
-        if (!m_wanted) {
-            sendClose();
-        } else if (!m_understandsMarkup) {
-            askForMarkup();
-        } else {
-            sendContent();
+        if (m_isWaiting) return;
+        if (m_shown != m_wanted) {
+            if (!m_wanted) {
+                sendClose();
+            } else if (!m_understandsMarkup) {
+                askForMarkup();
+            } else {
+                sendContent();
+            }
         }
+        if (m_isRetired && !m_isWaiting) deleteLater();
     }
 
     void sendClose() {
@@ -96,63 +180,51 @@ class DesktopNotification::Client : public QObject {
         call.setArguments({m_id});
         call.setAutoStartService(false);
         QDBusConnection::sessionBus().send(call);
-        m_id = 0;
-        m_sent.reset();
+        forgetShown();
     }
 
     void askForMarkup() {
-        await<QStringList>(serviceCall(QStringLiteral("GetCapabilities")),
-                           [this](const QDBusPendingReply<QStringList>& reply) {
-                               if (reply.isError()) return;
-                               m_understandsMarkup =
-                                   reply.value().contains(QStringLiteral("body-markup"));
-                               synchronize();
-                           });
+        request<QStringList>(serviceCall(QStringLiteral("GetCapabilities")),
+                             [this](const QDBusPendingReply<QStringList>& reply) {
+                                 m_understandsMarkup = understandsMarkup(reply);
+                             });
     }
 
     void sendContent() {
-        m_sent = m_wanted;
-        await<uint>(contentCall(*m_sent), [this](const QDBusPendingReply<uint>& reply) {
-            if (reply.isError()) {
-                m_sent.reset();
-                return;
-            }
-            m_id = reply.value();
-            synchronize();
-        });
+        request<uint>(notifyCall(*m_wanted, m_id, *m_understandsMarkup, Stay::UntilClosed),
+                      [this, sent = *m_wanted](const QDBusPendingReply<uint>& reply) {
+                          m_id = reply.value();
+                          m_shown = sent;
+                      });
     }
 
-    QDBusMessage contentCall(const Content& content) const {
-        const QString body = *m_understandsMarkup ? content.text.toHtmlEscaped() : content.text;
-        QStringList actions;
-        if (!content.actionTitle.isEmpty()) actions = {kActionKey, content.actionTitle};
-        QVariantMap hints{{QStringLiteral("desktop-entry"), QLatin1String(kApplicationId)}};
-        if (content.stays) hints.insert(QStringLiteral("resident"), true);
-        QDBusMessage call = serviceCall(QStringLiteral("Notify"));
-        call.setArguments({QStringLiteral("Kestrin"), m_id, QStringLiteral("kestrin"),
-                           content.title, body, actions, hints, content.stays ? 0 : -1});
-        return call;
-    }
-
-    template <class T, class Handler>
-    void await(const QDBusMessage& call, Handler handle) {
+    /// Calls `take` with the answer of the service that is there. What failed is not sent again
+    /// before the next change or the next service.
+    template <class T, class Take>
+    void request(const QDBusMessage& call, Take take) {
         m_isWaiting = true;
-        auto* answer =
-            new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
-        connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, handle] {
-            answer->deleteLater();
+        m_ownerIsNew = false;
+        ask<T>(this, call, [this, take](const QDBusPendingReply<T>& reply) {
             m_isWaiting = false;
-            handle(QDBusPendingReply<T>(*answer));
-            if (m_isRetired && !m_isWaiting) deleteLater();
+            const QString sender = reply.reply().service();
+            const bool isTaken = !reply.isError() && (m_owner.isEmpty() || sender == m_owner);
+            if (isTaken) {
+                m_owner = sender;
+                take(reply);
+            }
+            if (isTaken || m_ownerIsNew) return synchronize();
+            if (m_isRetired) deleteLater();
         });
     }
 
     std::function<void()> m_action;
     std::optional<Content> m_wanted;
-    std::optional<Content> m_sent;
+    std::optional<Content> m_shown;
+    uint m_id = 0;    ///< of what is shown
+    QString m_owner;  ///< the service's own name on the bus; empty while it is not known
     std::optional<bool> m_understandsMarkup;
-    uint m_id = 0;
     bool m_isWaiting = false;
+    bool m_ownerIsNew = false;  ///< another service came while a request was under way
     bool m_isListening = false;
     bool m_isDismissed = false;
     bool m_isRetired = false;
