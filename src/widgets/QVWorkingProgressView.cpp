@@ -4,6 +4,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 
+#include "platform/desktop/ui/Appearance.h"
 #include "widgets/BusySpinner.h"
 
 namespace kestrin {
@@ -36,11 +37,6 @@ void QVWorkingProgressView::showEvent(QShowEvent* event) {
 void QVWorkingProgressView::hideEvent(QHideEvent* event) {
     QWidget::hideEvent(event);
     if (m_spinner) m_spinner->stopAnimation();
-}
-
-bool isDarkAppearance(const QPalette& palette) {
-    return palette.color(QPalette::WindowText).lightness() >
-           palette.color(QPalette::Window).lightness();
 }
 
 }  // namespace kestrin

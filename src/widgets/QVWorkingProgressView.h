@@ -29,7 +29,4 @@ class QVWorkingProgressView : public QWidget {
     QPointer<BusySpinner> m_spinner;
 };
 
-/// Whether texts are lighter than what they stand on.
-bool isDarkAppearance(const QPalette& palette);
-
 }  // namespace kestrin

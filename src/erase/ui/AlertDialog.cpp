@@ -20,8 +20,8 @@
 #include "base/StringTable.h"
 #include "erase/ui/SizeLineView.h"
 #include "erase/ui/StayedModel.h"
+#include "platform/desktop/ui/Appearance.h"
 #include "widgets/ElidedLabel.h"
-#include "widgets/QVWorkingProgressView.h"
 #include "widgets/Sheet.h"
 
 namespace kestrin {

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "platform/desktop/ui/Appearance.h"
 #include "platform/desktop/ui/TrashIcon.h"
 #include "platform/desktop/ui/linux/SystemTrayOwner.h"
 
@@ -18,17 +19,12 @@ namespace kestrin {
 
 namespace {
 
-bool paletteIsDark() {
-    const QPalette palette = QGuiApplication::palette();
-    return palette.color(QPalette::Window).lightness() <
-           palette.color(QPalette::WindowText).lightness();
-}
-
 /// In the colour that the desktop's panel tells. Else as dark as the programs are, and with an
 /// outline, since a panel that does not draw by names may be of the other kind.
 QIcon iconForPanel(bool isFull) {
     const std::optional<QColor> foreground = SystemTrayOwner().foreground();
-    return foreground ? trashIcon(isFull, *foreground) : outlinedTrashIcon(isFull, paletteIsDark());
+    return foreground ? trashIcon(isFull, *foreground)
+                      : outlinedTrashIcon(isFull, isDarkAppearance(QGuiApplication::palette()));
 }
 
 /// Qt makes a widget for an icon of X11's tray only, where the program draws its menu.

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Light or dark.
+#pragma once
+
+class QPalette;
+
+namespace kestrin {
+
+/// Whether `palette` writes in a lighter colour than the ground that it writes on. Thread: any.
+bool isDarkAppearance(const QPalette& palette);
+
+}  // namespace kestrin
