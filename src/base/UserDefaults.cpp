@@ -18,6 +18,7 @@
 #include "base/FileUrl.h"
 #include "base/IniFile.h"
 #include "base/SystemLog.h"
+#include "base/WriteAll.h"
 
 namespace kestrin {
 namespace {
@@ -63,15 +64,6 @@ std::optional<std::string> readWhole(const std::string& path) {
     }
     bytes.resize(length);
     return bytes;
-}
-
-bool writeAll(int fd, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const auto count = ::write(fd, bytes.data(), bytes.size());
-        if (count < 0 && errno != EINTR) return false;
-        if (count > 0) bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return true;
 }
 
 bool makeFolder(const std::string& path) {

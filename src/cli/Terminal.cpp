@@ -11,6 +11,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/WriteAll.h"
 #include "cli/Columns.h"
 
 namespace kestrin {
@@ -18,15 +19,6 @@ namespace kestrin {
 namespace {
 
 /// Standard error may be gone or full: there is nobody to tell.
-void writeAll(int descriptor, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return;
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-}
-
 void writeLine(int descriptor, const QString& text) {
     writeAll(descriptor, (text + u'\n').toStdString());
 }

@@ -13,6 +13,7 @@
 
 #include "base/StringTable.h"
 #include "base/SystemLog.h"
+#include "base/WriteAll.h"
 #include "format/DisplayName.h"
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
@@ -67,17 +68,6 @@ bool endsInsideALine(int fd) {
     const off_t size = lseek(fd, 0, SEEK_END);
     char last = '\n';
     return size > 0 && pread(fd, &last, 1, size - 1) == 1 && last != '\n';
-}
-
-/// False and errno when not all could be written.
-bool writeAll(int fd, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = write(fd, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
 }
 
 /// When a regular file was created, or last changed where the file system does not know; none for

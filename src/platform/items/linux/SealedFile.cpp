@@ -8,23 +8,10 @@
 #include <cerrno>
 #include <utility>
 
+#include "base/WriteAll.h"
 #include "platform/items/HostErrors.h"
 
 namespace kestrin {
-namespace {
-
-bool writeAll(int descriptor, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0) return false;
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
-
-}  // namespace
-
 Result<UniqueFd> sealedFile(std::string_view bytes) {
     UniqueFd file(::memfd_create("kestrin", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     constexpr int kSeals = F_SEAL_WRITE | F_SEAL_GROW | F_SEAL_SHRINK | F_SEAL_SEAL;

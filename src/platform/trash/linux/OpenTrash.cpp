@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <ctime>
 
+#include "base/WriteAll.h"
 #include "platform/items/FolderDescent.h"
 #include "platform/items/HostErrors.h"
 #include "platform/items/linux/PlainName.h"
@@ -80,15 +81,6 @@ bool isOwnedBy(int folder, std::uint32_t owner) {
     if (!examineFolder(folder, facts)) return false;
     errno = EPERM;
     return facts.userId == owner;
-}
-
-bool writeAll(int fd, std::string_view content) {
-    while (!content.empty()) {
-        const ssize_t length = write(fd, content.data(), content.size());
-        if (length < 0 && errno != EINTR) return false;
-        if (length > 0) content.remove_prefix(static_cast<std::size_t>(length));
-    }
-    return true;
 }
 
 /// Root's helper works in the trash of another user, who must keep the file.
