@@ -3,9 +3,8 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 
-class QSocketNotifier;
+#include "platform/processes/EndSignals.h"
 
 namespace kestrin {
 
@@ -13,21 +12,14 @@ namespace kestrin {
 inline constexpr int kStatusStopped = 3;
 
 /// While it lives, the first SIGINT, SIGTERM or SIGHUP calls `stop` on the main thread, from its
-/// event loop; a second one ends the process at once with kStatusStopped. A SIGHUP that the parent
-/// had ignored (nohup) stays ignored. Main thread; one at a time.
+/// event loop; a second one ends the process at once with kStatusStopped. Main thread; one at a
+/// time.
 class StopSignals {
  public:
     explicit StopSignals(std::function<void()> stop);
-    ~StopSignals();
-    StopSignals(const StopSignals&) = delete;
-    StopSignals& operator=(const StopSignals&) = delete;
 
  private:
-    void readPipe();
-
-    std::function<void()> m_stop;
-    int m_readEnd = -1;
-    std::unique_ptr<QSocketNotifier> m_notifier;
+    EndSignals m_signals;
 };
 
 }  // namespace kestrin
