@@ -15,6 +15,7 @@
 #include "base/StringTable.h"
 #include "base/UserDefaults.h"
 #include "format/UserLocale.h"
+#include "platform/desktop/TimeZoneStamp.h"
 
 namespace kestrin {
 
@@ -113,8 +114,10 @@ QString padded(const QString& text, std::uint16_t number) {
     return (isPadded ? u"0"_s : QString()) + QString::number(number);
 }
 
+/// The host's of this moment when `name` is empty. ICU's default zone would be the one of the first
+/// look.
 icu::TimeZone* timeZoneNamed(const std::string& name) {
-    if (name.empty()) return icu::TimeZone::createDefault();
+    if (name.empty()) return icu::TimeZone::detectHostTimeZone();
     return icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name));
 }
 
@@ -131,8 +134,10 @@ QVDateUtilities::QVDateUtilities(const UserDefaults& uDefault, LocaleSource loca
                                  const std::string& timeZoneName)
     : m_uDefault(uDefault),
       m_localeSource(std::move(localeSource)),
-      m_timeZone(timeZoneNamed(timeZoneName)),
+      m_followsHost(timeZoneName.empty()),
       m_localeName(m_localeSource()),
+      m_zoneStamp(timeZoneStamp()),
+      m_timeZone(timeZoneNamed(timeZoneName)),
       m_dateFormatter(generalFormatter()) {}
 
 QVDateUtilities::~QVDateUtilities() = default;
@@ -144,6 +149,7 @@ QVDateUtilities& QVDateUtilities::sharedControl() {
 
 QString QVDateUtilities::stringWithSeconds(double seconds, DateStyle formatted, bool isDate,
                                            bool withTime) const {
+    followHostZone();
     const Formatter formatter = formatterWithKey(formatterKey(formatted, isDate, withTime));
     if (!formatter || !std::isfinite(seconds)) return {};
     icu::UnicodeString text;
@@ -154,6 +160,29 @@ QString QVDateUtilities::localeFormattedDateStringWithDate(std::optional<double>
                                                            DateStyle formatted) const {
     if (!date) return {};
     return stringWithSeconds(*date, formatted, true, formatted == DateStyle::Full);
+}
+
+/// Cheap enough for every row of a list: it mostly reads a clock.
+void QVDateUtilities::followHostZone() const {
+    using Clock = std::chrono::steady_clock;
+    constexpr Clock::duration kInterval = std::chrono::seconds(1);
+    if (!m_followsHost) return;
+    const std::int64_t now = Clock::now().time_since_epoch().count();
+    std::int64_t due = m_nextLook.load(std::memory_order_relaxed);
+    if (now < due || !m_nextLook.compare_exchange_strong(due, now + kInterval.count())) return;
+    const auto stamp = timeZoneStamp();
+    const std::unique_lock lock(m_updateLock);
+    if (stamp == m_zoneStamp) return;
+    m_zoneStamp = stamp;
+    m_timeZone.reset(timeZoneNamed(std::string()));
+    rebuildFormatters();
+}
+
+/// Requires: m_updateLock is held.
+void QVDateUtilities::rebuildFormatters() const {
+    m_dateFormatter = generalFormatter();
+    for (auto& [key, formatter] : m_formatters)
+        formatter = updateFormatterWithKey(key);
 }
 
 QVDateUtilities::Formatter QVDateUtilities::formatterWithKey(const std::string& key) const {
@@ -200,9 +229,7 @@ void QVDateUtilities::localeChanged() {
     std::string localeName = m_localeSource();
     const std::unique_lock lock(m_updateLock);
     m_localeName = std::move(localeName);
-    m_dateFormatter = generalFormatter();
-    for (auto& [key, formatter] : m_formatters)
-        formatter = updateFormatterWithKey(key);
+    rebuildFormatters();
 }
 
 std::optional<double> QVDateUtilities::dateWithString(const QString& text) const {
@@ -258,6 +285,8 @@ std::int64_t QVDateUtilities::utcDateTimeToAbsoluteTime(const UtcDateTime& utc) 
     std::int32_t rawOffset = 0;
     std::int32_t daylightOffset = 0;
     UErrorCode status = U_ZERO_ERROR;
+    followHostZone();
+    const std::shared_lock lock(m_updateLock);
     m_timeZone->getOffset(toIcuDate(seconds), false, rawOffset, daylightOffset, status);
     if (U_FAILURE(status)) return 0;
     return std::int64_t{utc.lowSeconds} + (rawOffset + daylightOffset) / U_MILLIS_PER_SECOND;
@@ -279,6 +308,7 @@ double QVDateUtilities::convertDateToMidnight(double seconds) const {
 
 /// The user's calendar set to a date; null when it cannot hold it.
 std::unique_ptr<icu::Calendar> QVDateUtilities::calendarAt(double seconds) const {
+    followHostZone();
     std::unique_ptr<icu::Calendar> calendar;
     {
         const std::shared_lock lock(m_updateLock);

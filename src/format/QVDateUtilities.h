@@ -7,6 +7,7 @@
 #include <QString>
 #include <QStringList>
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -57,8 +58,8 @@ struct LocaleDateDict {
 };
 
 /// Dates are seconds since 1 January 2001 00:00:00 UTC; "no date" is an empty optional. Texts
-/// follow the user's locale of the moment this was made, or of the last localeChanged(); the time
-/// zone is the one of the start. Thread: any.
+/// follow the user's locale of the moment this was made, or of the last localeChanged(). The time
+/// zone is the one in force; a change of the host's zone is noticed within a second. Thread: any.
 class QVDateUtilities {
  public:
     /// Gives the ICU name of the locale to use; asked at construction and by localeChanged().
@@ -136,6 +137,8 @@ class QVDateUtilities {
  private:
     using Formatter = std::shared_ptr<const icu::DateFormat>;
 
+    void followHostZone() const;
+    void rebuildFormatters() const;
     Formatter formatterWithKey(const std::string& key) const;
     Formatter updateFormatterWithKey(const std::string& key) const;
     std::unique_ptr<icu::SimpleDateFormat> generalFormatter() const;
@@ -144,12 +147,16 @@ class QVDateUtilities {
 
     const UserDefaults& m_uDefault;
     const LocaleSource m_localeSource;
-    const std::unique_ptr<const icu::TimeZone> m_timeZone;
+    const bool m_followsHost;  ///< the time zone is the host's
+    /// When to look for a change of the host's zone, in ticks of the steady clock.
+    mutable std::atomic<std::int64_t> m_nextLook = 0;
 
     mutable std::shared_mutex m_updateLock;  // guards what follows
     std::string m_localeName;
+    mutable std::array<std::int64_t, 4> m_zoneStamp;
+    mutable std::shared_ptr<const icu::TimeZone> m_timeZone;  ///< never null
     /// Short date and medium time; its calendar is the user's.
-    std::shared_ptr<const icu::SimpleDateFormat> m_dateFormatter;
+    mutable std::shared_ptr<const icu::SimpleDateFormat> m_dateFormatter;
     /// By "style-date-time", as "4-1-0"; a null one writes nothing.
     mutable std::map<std::string, Formatter> m_formatters;
     mutable std::optional<LocaleDateDict> m_uDateDict;

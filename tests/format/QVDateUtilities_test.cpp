@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <thread>
 #include <tuple>
@@ -177,6 +178,23 @@ TEST_F(QVDateUtilitiesTest, OrdersThePartsOfADate) {
     // The Chinese calendar's pattern has no "y"; the setting then decides.
     defaults.set("NSDateTimeOrdering", u"YDMH"_s);
     EXPECT_EQ(make("en_US@calendar=chinese")->localeDateDict().NSDateTimeOrdering, u"YDMH"_s);
+}
+
+TEST_F(QVDateUtilitiesTest, FollowsTheHostsTimeZone) {
+    KESTRIN_REQUIRE_MOUNTS();
+    const test::TestVolume etc(test::TestVolume::Kind::Tmpfs, "/etc");
+    const auto setZone = [](const std::string& name) {
+        std::filesystem::remove("/etc/localtime");
+        std::filesystem::create_symlink("/usr/share/zoneinfo/" + name, "/etc/localtime");
+    };
+    setZone("Asia/Tokyo");
+    const auto dates = make("de_DE", "");
+    const auto time = [&] { return dates->stringWithSeconds(may3, DateStyle::None, false, true); };
+    EXPECT_EQ(time(), u"23:22:01"_s);
+    setZone("America/New_York");
+    EXPECT_TRUE(test::waitFor([&] { return time() == u"10:22:01"_s; }, 3000)) << qPrintable(time());
+    EXPECT_EQ(dates->utcDateTimeToAbsoluteTime({0, 0, 0}), -18000);
+    EXPECT_EQ(dates->yearWithString(u"2017"_s), 2016);
 }
 
 TEST_F(QVDateUtilitiesTest, FollowsLocaleChangesWhileItServesManyThreads) {
