@@ -181,8 +181,9 @@ class QVFilesUtilities {
 
     // --- Aliases and bookmarks (QVFilesUtilities_bookmarks.cpp) ---
 
-    /// Bookmark data: a small property list (XML) with path, volume identifier, inode and creation
-    /// time of the item, and the requested values that it has. None on error.
+    /// Bookmark data: a small property list (XML) with path, inode and creation time of the item,
+    /// its volume (by the UUID of the file system where that has one), and the requested values
+    /// that it has. None on error.
     std::optional<std::string> bookmarkWithURL(
         const FileUrl& url, const std::vector<ResourceKey>& includePathValueKey = {}) const;
     /// The item by its path; when another item or none is there, by what it is among the entries of

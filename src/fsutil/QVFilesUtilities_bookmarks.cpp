@@ -8,7 +8,7 @@
 #include "fsutil/HostLocation.h"
 #include "fsutil/QVFilesUtilities.h"
 #include "platform/disks/Volumes.h"
-#include "platform/items/DirectoryReader.h"
+#include "platform/items/FolderWalk.h"
 #include "platform/items/ItemAttributes.h"
 
 namespace kestrin {
@@ -110,21 +110,22 @@ bool isItem(const FileUrl& candidate, const Bookmark& bookmark) {
         std::abs(*bookmark.created - *attributes->dateCreated) > 1e-3) {
         return false;
     }
-    return volumeIdentifier(candidate) == bookmark.volume;
+    return lastingVolumeIdentifier(candidate) == bookmark.volume;
 }
 
 /// Looks for the item among the entries of `folder`; counts down what may still be looked at.
 std::optional<FileUrl> findInFolder(const FileUrl& folder, const Bookmark& bookmark,
                                     std::size_t& lookupsLeft) {
-    const auto entries = readDirectory(folder);
-    if (!entries) return std::nullopt;
-    for (const DirectoryEntry& candidate : *entries) {
-        if (lookupsLeft == 0) break;
+    std::optional<FileUrl> found;
+    const auto look = [&](std::string_view name, EntryType) {
+        if (lookupsLeft == 0) return false;
         --lookupsLeft;
-        FileUrl url = folder.appending(candidate.name);
-        if (isItem(url, bookmark)) return url;
-    }
-    return std::nullopt;
+        FileUrl url = folder.appending(name);
+        if (isItem(url, bookmark)) found = std::move(url);
+        return !found;
+    };
+    static_cast<void>(visitFolder(folder, look));  // it cannot be in a folder that says nothing
+    return found;
 }
 
 /// The item under another name in its last known folder, or moved to one of the folders above.
@@ -163,7 +164,7 @@ std::optional<std::string> QVFilesUtilities::bookmarkWithURL(
     bookmark.emplace(kPath, percentEncode(url.path(), true));
     bookmark.emplace(kInode, attributes->inode);
     if (attributes->dateCreated) bookmark.emplace(kCreated, *attributes->dateCreated);
-    if (const auto volume = volumeIdentifier(item)) {
+    if (const auto volume = lastingVolumeIdentifier(item)) {
         bookmark.emplace(kVolume, percentEncode(*volume, true));
     }
     PropertyList::Dictionary values;

@@ -40,6 +40,22 @@ TEST_F(BookmarksTest, ItemIsFoundInItsPlaceAndByWhatItIs) {
     }
 }
 
+TEST_F(BookmarksTest, AVolumeIsKnownAgainWhenItIsMountedAsAnotherDevice) {
+    KESTRIN_REQUIRE_MOUNTS();
+    const auto mount = [this](const char* command) {
+        return runAsRoot("cd '" + scratch.path() + "' && " + command);
+    };
+    if (mount("mkdir disk other && truncate -s 8M image image2 && mkfs.ext4 -q image && "
+              "mkfs.ext4 -q image2 && mount -o loop image disk && touch disk/item") != 0 ||
+        !utilities.volumeUUIDWithItemURL(at("disk/item"))) {
+        GTEST_SKIP() << "needs ext4 on loop devices, and a kernel that tells UUIDs";
+    }
+    const std::string data = bookmark(at("disk/item"));
+    ASSERT_EQ(mount("umount disk && mount -o loop image2 other && mount -o loop image disk"), 0);
+    EXPECT_EQ(utilities.urlWithDataAlias(data, stale), at("disk/item"));
+    EXPECT_FALSE(stale);
+}
+
 TEST_F(BookmarksTest, LinkIsABookmarkOfItself) {
     file("target");
     const FileUrl link = this->link("link", "target");

@@ -37,9 +37,13 @@ std::optional<VolumeCapacity> volumeCapacity(const FileUrl& item);
 /// The label of the file system mounted at `mountPoint`: the kernel's answer (FS_IOC_GETFSLABEL),
 /// else that of /dev/disk/by-label; none when it has none.
 std::optional<std::string> volumeLabel(const FileUrl& mountPoint);
-/// The UUID from /dev/disk/by-uuid; none when unknown.
+/// The UUID of the item's file system: the kernel's answer (FS_IOC_GETFSUUID), else that of
+/// /dev/disk/by-uuid; none when it has none.
 std::optional<std::string> volumeUUID(const FileUrl& item);
 /// An opaque identifier of the item's volume, the same for all its items while it is mounted.
 std::optional<std::string> volumeIdentifier(const FileUrl& item);
+/// The same, but one that the volume keeps when it is mounted again or elsewhere, where its file
+/// system has a UUID.
+std::optional<std::string> lastingVolumeIdentifier(const FileUrl& item);
 
 }  // namespace kestrin

@@ -9,15 +9,19 @@
 #include <sys/statvfs.h>
 #include <sys/sysmacros.h>
 
+#include <array>
+
 #include "platform/disks/MountTable.h"
 #include "platform/disks/linux/MountVisibility.h"
 #include "platform/disks/linux/RealPaths.h"
-#include "platform/items/DirectoryReader.h"
+#include "platform/items/FolderWalk.h"
 #include "platform/items/ItemAttributes.h"
 #include "platform/items/UniqueFd.h"
 
 namespace kestrin {
 namespace {
+
+constexpr std::string_view kHexDigits = "0123456789abcdef";
 
 std::optional<MountEntry> mountOfItem(const FileUrl& item) {
     const auto path = realPathOfItem(item);
@@ -37,6 +41,32 @@ std::optional<std::string> labelFromKernel(const FileUrl& mountPoint) {
     return label;
 }
 
+// The answer of FS_IOC_GETFSUUID, a question that the kernel knows since 6.9 and libc's headers may
+// not.
+struct KernelUUID {
+    std::uint8_t length;
+    std::array<std::uint8_t, 16> bytes;
+};
+constexpr unsigned long kGetUUID = _IOR(0x15, 0, KernelUUID);
+
+std::optional<std::string> uuidFromKernel(const MountEntry& mount) {
+    const UniqueFd folder(
+        open(mount.mountPoint.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC));
+    KernelUUID uuid{};
+    // Shorter ones are no UUIDs, and of zeros only is none.
+    if (!folder || ioctl(folder.get(), kGetUUID, &uuid) != 0 || uuid.length != uuid.bytes.size() ||
+        uuid.bytes == decltype(uuid.bytes){}) {
+        return std::nullopt;
+    }
+    std::string text;
+    for (const std::uint8_t byte : uuid.bytes) {
+        if (text.size() == 8 || text.size() == 13 || text.size() == 18 || text.size() == 23)
+            text += '-';
+        (text += kHexDigits[byte >> 4]) += kHexDigits[byte & 15];
+    }
+    return text;
+}
+
 /// The number of the disk behind a mount. Of file systems over several disks, such as btrfs, the
 /// table tells an invented number; their source is one of the disks.
 dev_t diskOf(const MountEntry& mount) {
@@ -49,9 +79,8 @@ dev_t diskOf(const MountEntry& mount) {
 }
 
 int hexDigit(char digit) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    const auto value = kDigits.find(digit);
-    return value == kDigits.npos ? -1 : static_cast<int>(value);
+    const auto value = kHexDigits.find(digit);
+    return value == kHexDigits.npos ? -1 : static_cast<int>(value);
 }
 
 /// The bytes behind `\x20`, as udev writes names; see udev(7).
@@ -69,17 +98,33 @@ std::string withoutUdevEscapes(std::string_view name) {
 /// The name under which udev lists the disk in one of the folders of /dev/disk.
 std::optional<std::string> nameFromUdev(const char* folderPath, const MountEntry& mount) {
     const FileUrl folder = FileUrl::fromPath(folderPath);
-    const auto links = readDirectory(folder);
-    if (!links) return std::nullopt;
     const dev_t disk = diskOf(mount);
-    for (const DirectoryEntry& link : *links) {
+    std::optional<std::string> found;
+    const auto look = [&](std::string_view link, EntryType) {
         struct stat status;
-        if (stat(folder.appending(link.name).path().c_str(), &status) == 0 &&
-            S_ISBLK(status.st_mode) && status.st_rdev == disk) {
-            return withoutUdevEscapes(link.name);
+        if (stat(folder.appending(link).path().c_str(), &status) == 0 && S_ISBLK(status.st_mode) &&
+            status.st_rdev == disk) {
+            found = withoutUdevEscapes(link);
         }
-    }
-    return std::nullopt;
+        return !found;
+    };
+    static_cast<void>(visitFolder(folder, look));  // without udev there is no such folder
+    return found;
+}
+
+/// Subvolumes share the device and the UUID, and are volumes of their own.
+std::string subvolumeOf(const MountEntry& mount) {
+    return mount.fileSystemType == "btrfs" ? ":" + mount.root : std::string();
+}
+
+std::string identifierOf(const MountEntry& mount) {
+    return std::to_string(mount.deviceMajor) + ":" + std::to_string(mount.deviceMinor) +
+           subvolumeOf(mount);
+}
+
+std::optional<std::string> uuidOf(const MountEntry& mount) {
+    auto uuid = uuidFromKernel(mount);
+    return uuid ? uuid : nameFromUdev("/dev/disk/by-uuid", mount);
 }
 
 }  // namespace
@@ -128,17 +173,19 @@ std::optional<std::string> volumeLabel(const FileUrl& mountPoint) {
 
 std::optional<std::string> volumeUUID(const FileUrl& item) {
     const auto mount = mountOfItem(item);
-    return mount ? nameFromUdev("/dev/disk/by-uuid", *mount) : std::nullopt;
+    return mount ? uuidOf(*mount) : std::nullopt;
 }
 
 std::optional<std::string> volumeIdentifier(const FileUrl& item) {
     const auto mount = mountOfItem(item);
+    return mount ? std::optional(identifierOf(*mount)) : std::nullopt;
+}
+
+std::optional<std::string> lastingVolumeIdentifier(const FileUrl& item) {
+    const auto mount = mountOfItem(item);
     if (!mount) return std::nullopt;
-    std::string identifier =
-        std::to_string(mount->deviceMajor) + ":" + std::to_string(mount->deviceMinor);
-    // Subvolumes share the device and are volumes of their own.
-    if (mount->fileSystemType == "btrfs") identifier += ":" + mount->root;
-    return identifier;
+    const auto uuid = uuidOf(*mount);
+    return uuid ? *uuid + subvolumeOf(*mount) : identifierOf(*mount);
 }
 
 }  // namespace kestrin
