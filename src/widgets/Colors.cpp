@@ -2,14 +2,19 @@
 #include "widgets/Colors.h"
 
 #include <QGuiApplication>
-#include <QPalette>
 #include <algorithm>
+
+#include "platform/desktop/ui/Appearance.h"
 
 namespace kestrin {
 namespace {
 
 constexpr float kLighter = 1.3F;
 constexpr float kDarker = 0.75F;
+// A frame has three times the contrast of its ground, as guidelines ask of a control.
+constexpr float kFrame = 0.45F;
+constexpr float kInside = 0.1F;
+constexpr int kDarkerFrame = 140;  // percent: how much darker than the window styles draw a frame
 
 QColor withBrightness(const QColor& color, float factor) {
     float hue = 0;
@@ -18,6 +23,15 @@ QColor withBrightness(const QColor& color, float factor) {
     float alpha = 0;
     color.getHsvF(&hue, &saturation, &brightness, &alpha);
     return QColor::fromHsvF(hue, saturation, std::min(brightness * factor, 1.0F), alpha);
+}
+
+/// The colour that lies at `share` of the way from one to the other.
+QColor between(const QColor& from, const QColor& to, float share) {
+    const auto mix = [share](float first, float second) {
+        return first + (second - first) * share;
+    };
+    return QColor::fromRgbF(mix(from.redF(), to.redF()), mix(from.greenF(), to.greenF()),
+                            mix(from.blueF(), to.blueF()));
 }
 
 QColor accentColor(std::int16_t options) {
@@ -40,6 +54,16 @@ QColor darkerColor(const QColor& color) {
 void accentColorComponents(std::array<double, 4>& components, std::int16_t options) {
     const QColor color = accentColor(options).toRgb();
     components = {color.redF(), color.greenF(), color.blueF(), color.alphaF()};
+}
+
+QPalette checkBoxPalette(const QPalette& ground) {
+    if (!isDarkAppearance(ground)) return ground;
+    QPalette palette = ground;
+    const QColor window = ground.color(QPalette::Window);
+    const QColor text = ground.color(QPalette::WindowText);
+    palette.setColor(QPalette::Window, between(window, text, kFrame).lighter(kDarkerFrame));
+    palette.setColor(QPalette::Base, between(window, text, kInside));
+    return palette;
 }
 
 }  // namespace kestrin

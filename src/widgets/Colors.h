@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Variants of colours, and the desktop's accent colour.
+// Variants of colours, the desktop's accent colour, and what a dark appearance asks for.
 #pragma once
 
 #include <QColor>
+#include <QPalette>
 #include <array>
 #include <cstdint>
 
@@ -16,5 +17,10 @@ QColor darkerColor(const QColor& color);
 /// Writes the red, green, blue and alpha, 0 to 1, of the desktop's accent colour: of its
 /// darkerColor for the option -1, of its lighterColor for 1, of itself for any other. Main thread.
 void accentColorComponents(std::array<double, 4>& components, std::int16_t options);
+
+/// The palette for a check box on a ground of the palette `ground`. In a dark appearance the frame
+/// and the inside of the box are lighter than styles draw them, so that the box stands out; in a
+/// light one it is `ground`.
+QPalette checkBoxPalette(const QPalette& ground);
 
 }  // namespace kestrin

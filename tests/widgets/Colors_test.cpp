@@ -3,8 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include <QGuiApplication>
-#include <QPalette>
+#include <QApplication>
+#include <QCheckBox>
+#include <algorithm>
+
+#include "support/WidgetPictures.h"
 
 namespace kestrin {
 namespace {
@@ -36,6 +39,19 @@ TEST(Colors, AccentColourComesInThreeBrightnesses) {
         EXPECT_NEAR(components[2], color.blueF(), kRounding) << option;
         EXPECT_EQ(components[3], 1) << option;
     }
+}
+
+TEST(Colors, ACheckBoxStandsOutInTheDark) {
+    QWidget ground;
+    ground.setPalette(test::darkPalette());
+    ground.resize(30, 30);
+    QCheckBox box(&ground);
+    box.setPalette(checkBoxPalette(ground.palette()));
+    const QImage picture = ground.grab().toImage();
+    int brightest = 0;
+    for (int x = 0; x < picture.width(); ++x)
+        brightest = std::max(brightest, picture.pixelColor(x, box.height() / 2).lightness());
+    EXPECT_GE(brightest, 2.5 * ground.palette().color(QPalette::Window).lightness());
 }
 
 }  // namespace

@@ -21,6 +21,7 @@
 #include "erase/ui/SizeLineView.h"
 #include "erase/ui/StayedModel.h"
 #include "platform/desktop/ui/Appearance.h"
+#include "widgets/Colors.h"
 #include "widgets/ElidedLabel.h"
 #include "widgets/Sheet.h"
 
@@ -34,10 +35,12 @@ constexpr QSize kDetailsSize(560, 180);
 constexpr int kWidestDetails = 900;
 constexpr int kButtonPadding = 12;
 
-/// Critical is a warning here: the toolkit's sign for it says that something went wrong.
-QStyle::StandardPixmap pixmapOf(AlertModel::Style style) {
-    return style == AlertModel::Style::Informational ? QStyle::SP_MessageBoxInformation
-                                                     : QStyle::SP_MessageBoxWarning;
+/// A warning wherever something can be destroyed. Critical is a warning, too: the toolkit's sign
+/// for it says that something went wrong.
+QStyle::StandardPixmap signOf(const AlertModel& model) {
+    const bool warns =
+        model.style != AlertModel::Style::Informational || destructiveResult(model).has_value();
+    return warns ? QStyle::SP_MessageBoxWarning : QStyle::SP_MessageBoxInformation;
 }
 
 /// `text` with places to break lines inside of words that are too long for one, as names can be.
@@ -115,6 +118,7 @@ QLayout* AlertDialog::makeTexts() {
     if (m_model.suppressionTitle) {
         m_suppression = new QCheckBox(*m_model.suppressionTitle);
         m_suppression->setObjectName(QStringLiteral("suppression"));
+        m_suppression->setPalette(checkBoxPalette(palette()));
         layout->addWidget(m_suppression);
     }
     if (!m_model.details.empty()) layout->addWidget(makeDetailsButton(), 0, Qt::AlignLeading);
@@ -124,7 +128,7 @@ QLayout* AlertDialog::makeTexts() {
 
 QWidget* AlertDialog::makeIcon() {
     const int side = style()->pixelMetric(QStyle::PM_MessageBoxIconSize, nullptr, this);
-    const QIcon icon = style()->standardIcon(pixmapOf(m_model.style), nullptr, this);
+    const QIcon icon = style()->standardIcon(signOf(m_model), nullptr, this);
     auto* const label = new QLabel;
     label->setPixmap(icon.pixmap(QSize(side, side), devicePixelRatioF()));
     return label;
@@ -278,7 +282,9 @@ bool AlertDialog::eventFilter(QObject* watched, QEvent* event) {
 
 void AlertDialog::changeEvent(QEvent* event) {
     QDialog::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && m_destructive) markDestructive();
+    if (event->type() != QEvent::PaletteChange) return;
+    if (m_destructive) markDestructive();
+    if (m_suppression) m_suppression->setPalette(checkBoxPalette(palette()));
 }
 
 }  // namespace kestrin
