@@ -2,7 +2,6 @@
 #include "helper/EraseCommand.h"
 
 #include <algorithm>
-#include <string_view>
 
 #include "base/FileUrl.h"
 #include "base/SystemLog.h"
@@ -55,13 +54,12 @@ class EmptyFoldersPolicy final : public WholePolicy {
 };
 
 /// One worker takes the folders one after the other, each before the one that holds it.
-void removeEmptyFolders(UserTrashes& trashes, const std::vector<std::string>& folders,
+void removeEmptyFolders(UserTrashes& trashes, std::vector<ListedItem> folders,
                         EraseProgress& progress, const std::atomic<bool>& stop) {
-    auto paths = withoutRepetitions(folders, {});
-    std::stable_sort(paths.begin(), paths.end(), [](std::string_view one, std::string_view other) {
-        return depthOf(one) > depthOf(other);
+    std::ranges::stable_sort(folders, [](const ListedItem& one, const ListedItem& other) {
+        return depthOf(one.path) > depthOf(other.path);
     });
-    ListedItems items(trashes, std::move(paths), Locks::Keep);
+    ListedItems items(trashes, std::move(folders), Locks::Keep);
     EmptyFoldersPolicy policy(progress, stop);
     TreeRemover(policy, 1, LockedEntries::Keep).remove(items);
 }
@@ -83,13 +81,10 @@ bool unlock(UserTrashes& trashes, const std::string& path) {
 
 EraseOutcome runEraseCommand(UserTrashes& trashes, const EraseItems& items, EraseProgress& progress,
                              const std::atomic<bool>& stop, unsigned workers) {
-    ListedItems listed(trashes, withoutRepetitions(items.unlockItems, items.permissionsItems),
-                       Locks::Clear);
+    ListedItems listed(trashes, itemsToErase(items), Locks::Clear);
     WholePolicy policy(progress, stop);
     TreeRemover(policy, workers, LockedEntries::Unlock).remove(listed);
-    if (items.notTrashedBecauseFolderNotEmpty) {
-        removeEmptyFolders(trashes, *items.notTrashedBecauseFolderNotEmpty, progress, stop);
-    }
+    removeEmptyFolders(trashes, foldersLeftBehind(items), progress, stop);
     trashes.tidy();
     return {progress.isHeard() ? listed.countLeft() : 0, policy.failures()};
 }

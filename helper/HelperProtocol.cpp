@@ -70,6 +70,52 @@ MaybeError takePaths(const PropertyList& value, std::vector<std::string>& paths)
     return {};
 }
 
+/// "DEVICE INODE BIRTH" in decimal digits; empty when the identity is not known.
+std::string textOf(const ItemIdentity& identity) {
+    if (!identity.isKnown()) return {};
+    return std::to_string(identity.deviceId) + ' ' + std::to_string(identity.inode) + ' ' +
+           std::to_string(identity.birthTime);
+}
+
+/// Takes a number and the blank behind it, if there is one. False when there is no number.
+template <class Integer>
+bool takeInteger(std::string_view& text, Integer& number) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc()) return false;
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    if (text.starts_with(' ') && text.size() > 1) text.remove_prefix(1);
+    return true;
+}
+
+std::optional<ItemIdentity> identityOf(std::string_view text) {
+    ItemIdentity identity;
+    if (text.empty()) return identity;
+    const bool isComplete = takeInteger(text, identity.deviceId) &&
+                            takeInteger(text, identity.inode) &&
+                            takeInteger(text, identity.birthTime);
+    if (!isComplete || !text.empty() || !identity.isKnown()) return {};
+    return identity;
+}
+
+MaybeError takeIdentities(const PropertyList& value, std::vector<ItemIdentity>& identities) {
+    const auto* const list = value.get<PropertyList::Array>();
+    if (!list) return invalid("the identities are no array");
+    identities.reserve(list->size());
+    for (const PropertyList& element : *list) {
+        const auto* const text = element.get<std::string>();
+        const auto identity = text ? identityOf(*text) : std::nullopt;
+        if (!identity) return invalid("an item is no identity");
+        identities.push_back(*identity);
+    }
+    return {};
+}
+
+std::size_t countOfPaths(const EraseItems& items) {
+    const auto& folders = items.notTrashedBecauseFolderNotEmpty;
+    return items.unlockItems.size() + items.permissionsItems.size() +
+           (folders ? folders->size() : 0);
+}
+
 MaybeError takeNumber(const PropertyList& value, std::uint64_t& number) {
     const auto* const found = value.get<std::uint64_t>();
     if (!found) return invalid("a figure is no unsigned integer");
@@ -85,6 +131,7 @@ MaybeError takeEntry(const std::string& key, const PropertyList& value, EraseIte
     if (key == "notTrashedBecauseFolderNotEmpty") {
         return takePaths(value, items.notTrashedBecauseFolderNotEmpty.emplace());
     }
+    if (key == "identities") return takeIdentities(value, items.identities);
     return invalid("an unknown key");
 }
 
@@ -151,6 +198,13 @@ std::string EraseItems::toXml() const {
         dictionary.emplace("notTrashedBecauseFolderNotEmpty",
                            encoded(*notTrashedBecauseFolderNotEmpty));
     }
+    if (!identities.empty()) {
+        PropertyList::Array list;
+        list.reserve(identities.size());
+        for (const ItemIdentity& identity : identities)
+            list.emplace_back(textOf(identity));
+        dictionary.emplace("identities", std::move(list));
+    }
     return kestrin::toXml(std::move(dictionary));
 }
 
@@ -162,6 +216,9 @@ Result<EraseItems> EraseItems::fromXml(std::string_view xml) {
     EraseItems items;
     for (const auto& [key, value] : *dictionary) {
         if (const MaybeError error = takeEntry(key, value, items)) return *error;
+    }
+    if (!items.identities.empty() && items.identities.size() != countOfPaths(items)) {
+        return invalid("there are not as many identities as paths");
     }
     return items;
 }

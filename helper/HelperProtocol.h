@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "base/Result.h"
+#include "platform/items/ItemIdentity.h"
 
 namespace kestrin {
 
@@ -71,10 +72,15 @@ struct EraseItems {
     std::uint64_t erasedCount = 0;              ///< entries that the program erased before
     /// Folders left behind because they are not empty; to be removed if they become so.
     std::optional<std::vector<std::string>> notTrashedBecauseFolderNotEmpty;
+    /// What stood at each path when the user chose it: of "unlockItems", then of
+    /// "permissionsItems", then of the folders, in their order. What is something else by now is
+    /// left alone. Empty: no path is compared, and none whose identity is not known.
+    std::vector<ItemIdentity> identities{};
 
     std::string toXml() const;
     /// Errors: those of the property list reader; kPropertyListReadCorrupt for a list that is no
-    /// dictionary with exactly these keys and types, or a text that is no percent-encoded path.
+    /// dictionary of these keys and types, a text that is no percent-encoded path, an identity that
+    /// is none, or any other number of identities than of paths.
     static Result<EraseItems> fromXml(std::string_view xml);
 
     friend bool operator==(const EraseItems&, const EraseItems&) = default;

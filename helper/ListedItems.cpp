@@ -7,18 +7,61 @@
 
 #include "base/SystemLog.h"
 #include "helper/TrashPath.h"
-#include "platform/items/FolderDescent.h"
 
 namespace kestrin {
 
-ListedItems::ListedItems(UserTrashes& trashes, std::vector<std::string_view> paths,
+namespace {
+
+/// Gathers paths, each once.
+class DistinctItems {
+ public:
+    explicit DistinctItems(const EraseItems& items) : m_identities(items.identities) {}
+
+    /// `first`: where the identities of these paths begin.
+    void add(const std::vector<std::string>& paths, std::size_t first) {
+        m_items.reserve(m_items.size() + paths.size());
+        m_known.reserve(m_known.size() + paths.size());
+        for (std::size_t index = 0; index < paths.size(); ++index) {
+            if (!m_known.insert(paths[index]).second) continue;
+            const std::size_t at = first + index;
+            m_items.push_back(
+                {paths[index], m_identities.empty() ? ItemIdentity() : m_identities.at(at)});
+        }
+    }
+    std::vector<ListedItem> take() { return std::move(m_items); }
+
+ private:
+    const std::vector<ItemIdentity>& m_identities;
+    std::vector<ListedItem> m_items;
+    std::unordered_set<std::string_view> m_known;
+};
+
+}  // namespace
+
+std::vector<ListedItem> itemsToErase(const EraseItems& items) {
+    DistinctItems distinct(items);
+    distinct.add(items.unlockItems, 0);
+    distinct.add(items.permissionsItems, items.unlockItems.size());
+    return distinct.take();
+}
+
+std::vector<ListedItem> foldersLeftBehind(const EraseItems& items) {
+    DistinctItems distinct(items);
+    if (items.notTrashedBecauseFolderNotEmpty) {
+        distinct.add(*items.notTrashedBecauseFolderNotEmpty,
+                     items.unlockItems.size() + items.permissionsItems.size());
+    }
+    return distinct.take();
+}
+
+ListedItems::ListedItems(UserTrashes& trashes, std::vector<ListedItem> items,
                          UserTrashes::Locks locks)
-    : m_trashes(trashes), m_paths(std::move(paths)), m_locks(locks), m_folders(m_paths.size()) {}
+    : m_trashes(trashes), m_items(std::move(items)), m_locks(locks), m_folders(m_items.size()) {}
 
 bool ListedItems::next(RemovalItem& item) {
-    while (m_next < m_paths.size()) {
+    while (m_next < m_items.size()) {
         const std::size_t index = m_next++;
-        const std::string_view path = m_paths[index];
+        const std::string_view path = m_items[index].path;
         auto folder = m_trashes.folderOf(path, m_locks);
         if (!folder) {
             const std::lock_guard guard(m_mutex);
@@ -26,7 +69,8 @@ bool ListedItems::next(RemovalItem& item) {
             continue;
         }
         m_folders[index] = *folder;
-        item = {index, (*folder)->descriptor(), (*folder)->path, std::string(splitPath(path).name)};
+        item = {index, (*folder)->descriptor(), (*folder)->path, std::string(splitPath(path).name),
+                m_items[index].identity};
         return true;
     }
     return false;
@@ -50,31 +94,19 @@ void ListedItems::finished(const RemovalItem& item, RemovalOutcome outcome) {
 std::uint64_t ListedItems::countLeft() {
     std::uint64_t left = 0;
     for (const std::size_t index : m_stayed)
-        left += isThere(m_paths[index]) ? 1 : 0;
-    for (std::size_t index = m_next; index < m_paths.size(); ++index)
-        left += isThere(m_paths[index]) ? 1 : 0;
+        left += isThere(m_items[index]) ? 1 : 0;
+    for (std::size_t index = m_next; index < m_items.size(); ++index)
+        left += isThere(m_items[index]) ? 1 : 0;
     return left;
 }
 
 /// Of a path that is refused nothing is told, not even that there is nothing.
-bool ListedItems::isThere(std::string_view path) {
-    const auto folder = m_trashes.folderOf(path, UserTrashes::Locks::Keep);
+bool ListedItems::isThere(const ListedItem& item) {
+    const auto folder = m_trashes.folderOf(item.path, UserTrashes::Locks::Keep);
     if (!folder) return folder.error().systemError != ENOENT;
-    return !isCertainlyAbsent((*folder)->descriptor(), std::string(splitPath(path).name));
-}
-
-std::vector<std::string_view> withoutRepetitions(const std::vector<std::string>& first,
-                                                 const std::vector<std::string>& second) {
-    std::vector<std::string_view> paths;
-    std::unordered_set<std::string_view> known;
-    paths.reserve(first.size() + second.size());
-    known.reserve(first.size() + second.size());
-    for (const auto* list : {&first, &second}) {
-        for (const std::string& path : *list) {
-            if (known.insert(path).second) paths.push_back(path);
-        }
-    }
-    return paths;
+    const std::string name(splitPath(item.path).name);
+    const ItemIdentity found = identityAt((*folder)->descriptor(), name.c_str());
+    return found.isKnown() ? isSameItem(item.identity, found) : errno != ENOENT;
 }
 
 }  // namespace kestrin

@@ -10,32 +10,43 @@
 #include <string_view>
 #include <vector>
 
+#include "helper/HelperProtocol.h"
 #include "helper/UserTrashes.h"
 #include "platform/items/TreeRemover.h"
 
 namespace kestrin {
 
+/// One path of a command, with what is to be there.
+struct ListedItem {
+    std::string_view path;
+    ItemIdentity identity{};
+};
+
+/// The items to erase, locked ones first, and the folders left behind: each path once, in the order
+/// of its first. The bytes stay those of `items`.
+std::vector<ListedItem> itemsToErase(const EraseItems& items);
+std::vector<ListedItem> foldersLeftBehind(const EraseItems& items);
+
 /// Hands out those paths that lie in a trash of the user, in their order, and takes away the record
 /// of each top-level entry that is gone.
 class ListedItems final : public RemovalItems {
  public:
-    /// `trashes` and the bytes behind `paths` must outlive this. With Locks::Clear the folders
+    /// `trashes` and the bytes behind `items` must outlive this. With Locks::Clear the folders
     /// above an item are unlocked until it is finished.
-    ListedItems(UserTrashes& trashes, std::vector<std::string_view> paths,
-                UserTrashes::Locks locks);
+    ListedItems(UserTrashes& trashes, std::vector<ListedItem> items, UserTrashes::Locks locks);
 
     bool next(RemovalItem& item) override;
     void finished(const RemovalItem& item, RemovalOutcome outcome) override;
 
-    /// How many are not gone, those that were refused or not begun among them. Call when removal is
-    /// over: looks at the disk again.
+    /// How many are not gone, those that were refused or not begun among them; not those that
+    /// something else has replaced. Call when removal is over: the disk is looked at again.
     std::uint64_t countLeft();
 
  private:
-    bool isThere(std::string_view path);
+    bool isThere(const ListedItem& item);
 
     UserTrashes& m_trashes;
-    const std::vector<std::string_view> m_paths;
+    const std::vector<ListedItem> m_items;
     const UserTrashes::Locks m_locks;
     std::size_t m_next = 0;
     /// By index; set while the item is under way.
@@ -43,9 +54,5 @@ class ListedItems final : public RemovalItems {
     std::mutex m_mutex;                 ///< guards what follows
     std::vector<std::size_t> m_stayed;  ///< indexes
 };
-
-/// The same paths, each once, in the order of their first.
-std::vector<std::string_view> withoutRepetitions(const std::vector<std::string>& first,
-                                                 const std::vector<std::string>& second);
 
 }  // namespace kestrin

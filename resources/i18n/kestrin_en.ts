@@ -698,6 +698,10 @@ Examples:
         <source></source>
         <translation>make the volume writable</translation>
     </message>
+    <message id="stayed_help_replaced">
+        <source></source>
+        <translation>look at the trash again, and erase this too if you want to</translation>
+    </message>
     <message id="stayed_help_skipped">
         <source></source>
         <translation>do not skip it</translation>
@@ -728,6 +732,10 @@ Examples:
     <message id="stayed_reason">
         <source></source>
         <translation>Why it stayed</translation>
+    </message>
+    <message id="stayed_replaced">
+        <source></source>
+        <translation>something else has its name by now</translation>
     </message>
     <message id="stop_btn">
         <source></source>

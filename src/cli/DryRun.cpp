@@ -59,11 +59,11 @@ Forecast forecastOf(const ItemsToErase& items, const Console& console) {
     Forecast forecast;
     std::map<FileUrl, bool> readOnlyFolders;  // a trash is one folder with many entries
     for (const QVItemToErase& item : items) {
-        const FileUrl folder = item.url.parent();
+        const FileUrl& folder = *item.trash;
         const auto [known, isNew] = readOnlyFolders.emplace(folder, false);
         if (isNew) known->second = isVolumeReadOnly(folder).value_or(false);
         if (known->second) {
-            forecast.stayed.push_back({.url = item.url,
+            forecast.stayed.push_back({.url = item.url(),
                                        .reason = StayReason::ReadOnly,
                                        .message = console.text("stayed_read_only"_key)});
         } else {

@@ -33,9 +33,11 @@ struct Survey {
 void addItems(Survey& survey, const FileUrl& trash, std::vector<ScannedEntry> entries) {
     survey.sums += sumsOf(entries);
     survey.items.reserve(survey.items.size() + entries.size());
+    const auto shared = std::make_shared<const FileUrl>(trash);
     for (ScannedEntry& entry : entries) {
-        const std::string name = std::move(entry.name);
-        survey.items.push_back({.url = trash.appending(name),
+        survey.items.push_back({.trash = shared,
+                                .name = std::move(entry.name),
+                                .identity = entry.identity,
                                 .size = entry.size,
                                 .count = entry.count,
                                 .isDirectory = entry.isDirectory});

@@ -24,46 +24,48 @@ namespace kestrin {
 namespace {
 
 /// The entry of a trash that an operand names; none after a complaint.
-std::optional<FileUrl> entryNamed(const std::string& operand, Console& console) {
+std::optional<QVItemToErase> entryNamed(const std::string& operand, Console& console) {
     const std::optional<FileUrl> location = locationOfOperand(operand);
     if (!location) {
         console.complain(console.text("cli_bad_location"_key, {displayName(operand)}));
         return std::nullopt;
     }
-    const Result<TrashFolder> folder = trashFolderOfEntry(*location);
-    if (!folder) {
-        const std::string reason = folder.error().localizedDescription();
+    const Result<TrashEntry> entry = trashFolderOfEntry(*location);
+    if (!entry) {
+        const std::string reason = entry.error().localizedDescription();
         console.complain(displayName(std::string_view(reason)));
         return std::nullopt;
     }
-    return folder->files.appending(location->lastPathComponent());
+    return QVItemToErase{.trash = std::make_shared<const FileUrl>(entry->files),
+                         .name = std::string(location->lastPathComponent()),
+                         .identity = entry->identity};
 }
 
 /// All entries named, each once; none after a complaint for each operand that is refused.
-std::optional<std::vector<FileUrl>> entriesNamed(const std::vector<std::string>& operands,
-                                                 Console& console) {
-    std::vector<FileUrl> entries;
+std::optional<ItemsToErase> entriesNamed(const std::vector<std::string>& operands,
+                                         Console& console) {
+    ItemsToErase entries;
     std::set<FileUrl> known;
     bool allAccepted = true;
     for (const std::string& operand : operands) {
-        const std::optional<FileUrl> entry = entryNamed(operand, console);
+        std::optional<QVItemToErase> entry = entryNamed(operand, console);
         if (!entry) {
             allAccepted = false;
-        } else if (known.insert(*entry).second) {
-            entries.push_back(*entry);
+        } else if (known.insert(entry->url()).second) {
+            entries.push_back(*std::move(entry));
         }
     }
     if (!allAccepted) return std::nullopt;
     return entries;
 }
 
-ItemsToErase itemsOf(const std::vector<FileUrl>& entries, const std::stop_token& stop) {
-    ItemsToErase items;
-    for (const FileUrl& entry : entries) {
-        const EntrySums sums = sumsOfEntry(entry, stop);
-        items.push_back({.url = entry, .size = sums.size, .count = sums.count});
+ItemsToErase counted(ItemsToErase entries, const std::stop_token& stop) {
+    for (QVItemToErase& entry : entries) {
+        const EntrySums sums = sumsOfEntry(entry.url(), stop);
+        entry.size = sums.size;
+        entry.count = sums.count;
     }
-    return items;
+    return entries;
 }
 
 EraseRequest requestFor(const SharedItemsToErase& items, const Arguments& arguments,
@@ -78,11 +80,11 @@ EraseRequest requestFor(const SharedItemsToErase& items, const Arguments& argume
     return request;
 }
 
-int eraseEntries(const std::vector<FileUrl>& entries, const Arguments& arguments, Console& console,
+int eraseEntries(const ItemsToErase& entries, const Arguments& arguments, Console& console,
                  EraseSession& session) {
     SharedItemsToErase items;
     const bool wentOn = session.runInBackground([&](const std::stop_token& stop) {
-        items = std::make_shared<const ItemsToErase>(itemsOf(entries, stop));
+        items = std::make_shared<const ItemsToErase>(counted(entries, stop));
     });
     if (!wentOn) {
         const EraseResult stopped{.end = EraseResult::End::Declined, .wasStopped = true};

@@ -11,7 +11,7 @@
 #include "cli/Console.h"
 #include "cli/JsonWriter.h"
 #include "format/DisplayName.h"
-#include "platform/items/ItemAttributes.h"
+#include "platform/items/ItemIdentity.h"
 
 namespace kestrin {
 
@@ -40,6 +40,8 @@ std::string_view reasonName(StayReason reason) {
             return "mount-point";
         case StayReason::ReadOnly:
             return "read-only";
+        case StayReason::Replaced:
+            return "replaced";
         case StayReason::Error:
             break;
     }
@@ -83,8 +85,11 @@ void addWhatIsStillThere(EraseResult& result, const ItemsToErase& items, const C
     for (const StayedEntry& entry : result.stayed)
         paths.insert(entry.url.path());
     for (const QVItemToErase& item : items) {
-        if (isGone(item.url) || isAccountedFor(item.url, paths)) continue;
-        result.stayed.push_back({.url = item.url,
+        const FileUrl url = item.url();
+        if (presenceOf(url, item.identity) != ItemPresence::There || isAccountedFor(url, paths)) {
+            continue;
+        }
+        result.stayed.push_back({.url = url,
                                  .reason = StayReason::Error,
                                  .message = console.text("cli_still_there"_key)});
     }

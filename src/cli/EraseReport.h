@@ -12,8 +12,9 @@ namespace kestrin {
 struct Arguments;
 class Console;
 
-/// Asks the disk whether each of `items` is really gone, and adds those that are not and that no
-/// entry of `result.stayed` accounts for. Nothing for an erase that did not run to its end.
+/// Asks the disk whether each of `items` is really gone, and adds those that are still there and
+/// that no entry of `result.stayed` accounts for. What has their name by now is another matter. An
+/// erase that did not run to its end is left as it is.
 void addWhatIsStillThere(EraseResult& result, const ItemsToErase& items, const Console& console);
 
 /// Prints the end of an erase. Returns the exit status: 0 when nothing stayed, 1 when something did

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "base/StringTable.h"
-#include "platform/items/ItemAttributes.h"
 
 namespace kestrin {
 namespace {
@@ -38,6 +37,8 @@ std::string_view messageKey(StayReason reason) {
             return "stayed_mount_point"_key;
         case StayReason::ReadOnly:
             return "stayed_read_only"_key;
+        case StayReason::Replaced:
+            return "stayed_replaced"_key;
         case StayReason::Error:
             return "stayed_error"_key;
     }
@@ -46,8 +47,10 @@ std::string_view messageKey(StayReason reason) {
 
 }  // namespace
 
-void EraseDecisions::Paths::add(const std::string& path) {
-    if (known.insert(path).second) list.push_back(FileUrl::fromPath(path));
+void EraseDecisions::Entries::add(const RemovalEntry& entry) {
+    std::string path = entry.path();
+    if (!known.insert(path).second) return;
+    list.emplace_back(FileUrl::fromPath(std::move(path)), entry.identity());
 }
 
 EraseDecisions::EraseDecisions(const Settings& settings, const StringTable& texts,
@@ -110,7 +113,7 @@ EraseDecisions::Check EraseDecisions::decideLocked(const RemovalEntry& entry) {
     }
     if (!entry.clearImmutable()) return Check::Passed;
     const std::lock_guard lock(m_lists);
-    m_unlockItems.add(entry.path());  // the helper unlocks it; its removal is tried all the same
+    m_unlockItems.add(entry);  // the helper unlocks it; its removal is tried all the same
     return Check::Passed;
 }
 
@@ -138,7 +141,7 @@ EraseDecisions::Check EraseDecisions::decideForbidden(const RemovalEntry& entry)
         }
     }
     const std::lock_guard lock(m_lists);
-    m_permissionsItems.add(entry.path());
+    m_permissionsItems.add(entry);
     return Check::HandedOver;
 }
 
@@ -184,6 +187,7 @@ void EraseDecisions::manageError(const RemovalEntry& entry, const HostError& err
 
 void EraseDecisions::noteFailure(const RemovalEntry& entry, const HostError& error) {
     const FileUrl url = FileUrl::fromPath(entry.path());
+    if (entry.isReplaced()) return note(url, StayReason::Replaced, false);
     if (entry.isMountRoot()) return note(url, StayReason::MountPoint, false);
     if (isBusy(error)) return note(url, StayReason::Busy, false);
     if (error.systemError == EROFS) return note(url, StayReason::ReadOnly, false);
@@ -214,12 +218,15 @@ void EraseDecisions::couldNotBegin(const FileUrl& entry, const HostError& error)
 }
 
 void EraseDecisions::noteWhatTheHelperLeft() {
-    for (const FileUrl& item : unlockItems()) {
-        if (!isGone(item)) note(item, StayReason::Locked, false);
-    }
-    for (const FileUrl& item : permissionsItems()) {
-        if (!isGone(item)) note(item, StayReason::Forbidden, false);
-    }
+    const auto noteLeft = [this](const HelperItem& item, StayReason reason) {
+        const ItemPresence presence = presenceOf(item.url, item.identity);
+        if (presence == ItemPresence::Gone) return;
+        note(item.url, presence == ItemPresence::Replaced ? StayReason::Replaced : reason, false);
+    };
+    for (const HelperItem& item : unlockItems())
+        noteLeft(item, StayReason::Locked);
+    for (const HelperItem& item : permissionsItems())
+        noteLeft(item, StayReason::Forbidden);
 }
 
 void EraseDecisions::note(const FileUrl& url, StayReason reason, bool skipped,
@@ -241,12 +248,12 @@ bool EraseDecisions::hasWorkForHelper() const {
     return !m_unlockItems.list.empty() || !m_permissionsItems.list.empty();
 }
 
-std::vector<FileUrl> EraseDecisions::unlockItems() const {
+std::vector<HelperItem> EraseDecisions::unlockItems() const {
     const std::lock_guard lock(m_lists);
     return m_unlockItems.list;
 }
 
-std::vector<FileUrl> EraseDecisions::permissionsItems() const {
+std::vector<HelperItem> EraseDecisions::permissionsItems() const {
     const std::lock_guard lock(m_lists);
     return m_permissionsItems.list;
 }

@@ -17,6 +17,7 @@
 
 #include "base/FileUrl.h"
 #include "base/Result.h"
+#include "erase/HelperClient.h"
 #include "platform/items/TreeRemover.h"
 
 namespace kestrin {
@@ -30,7 +31,7 @@ enum class RefusedEntries {
     Erase,  ///< treat the question as answered with "erase" for all
 };
 
-enum class StayReason { Locked, Forbidden, Busy, MountPoint, ReadOnly, Error };
+enum class StayReason { Locked, Forbidden, Busy, MountPoint, ReadOnly, Replaced, Error };
 
 /// An entry that an erase left where it was: the refused entry itself, not the folders around it.
 struct StayedEntry {
@@ -89,8 +90,8 @@ class EraseDecisions final : public RemovalPolicy {
     /// The answer to the callback of that name, the same from the first call on.
     bool isHelperAuthorized();
     bool hasWorkForHelper() const;
-    std::vector<FileUrl> unlockItems() const;
-    std::vector<FileUrl> permissionsItems() const;
+    std::vector<HelperItem> unlockItems() const;
+    std::vector<HelperItem> permissionsItems() const;
     std::vector<StayedEntry> stayedEntries() const;
 
     std::atomic<std::uint64_t> totItemsDeleted = 0;
@@ -100,11 +101,11 @@ class EraseDecisions final : public RemovalPolicy {
 
  private:
     enum class Check { Passed, NotAuthorized, Skipped, HandedOver };
-    /// A list of paths in which each stands once.
-    struct Paths {
-        std::vector<FileUrl> list;
+    /// A list of entries in which each path stands once.
+    struct Entries {
+        std::vector<HelperItem> list;
         std::unordered_set<std::string> known;
-        void add(const std::string& path);
+        void add(const RemovalEntry& entry);
         bool contains(const std::string& path) const { return known.contains(path); }
     };
 
@@ -138,8 +139,8 @@ class EraseDecisions final : public RemovalPolicy {
     std::atomic<bool> m_questionIsOpen = false;
 
     mutable std::mutex m_lists;  ///< guards what follows
-    Paths m_unlockItems;
-    Paths m_permissionsItems;
+    Entries m_unlockItems;
+    Entries m_permissionsItems;
     std::vector<StayedEntry> m_stayed;
     std::unordered_map<std::string, std::size_t> m_stayedByPath;
 };

@@ -13,20 +13,19 @@
 
 #include "inventory/QVItemToErase.h"
 #include "platform/items/TreeRemover.h"
-#include "platform/items/UniqueFd.h"
 #include "platform/trash/TrashFolders.h"
 
 namespace kestrin {
 
-/// Hands out entries in their order. Folders are opened once and stay open until this goes, so that
-/// what is erased lies in the folder that was meant, whatever happens to its path.
+/// Hands out entries in their order. Each trash is opened once and stays open until this goes, so
+/// that what is erased lies in the folder that was meant, whatever happens to its path.
 class EraseItemSource final : public RemovalItems {
  public:
     struct Callbacks {
         /// The entry's folder cannot be opened; the entry was not begun.
         std::function<void(const FileUrl& entry, const HostError& error)> couldNotBegin;
         /// An entry was begun and is still there.
-        std::function<void(const FileUrl& entry)> stayed;
+        std::function<void(const QVItemToErase& entry)> stayed;
     };
 
     /// `items` must outlive this.
@@ -42,14 +41,14 @@ class EraseItemSource final : public RemovalItems {
 
  private:
     struct Folder;
-    Folder* folderOf(const FileUrl& entry);
+    Folder* folderOf(const QVItemToErase& entry);
 
     const ItemsToErase& m_items;
     const Callbacks m_callbacks;
     std::size_t m_next = 0;
     Folder* m_latest = nullptr;  ///< entries of one folder mostly follow each other
     std::mutex m_lock;           ///< guards what follows
-    std::unordered_map<std::string, std::unique_ptr<Folder>> m_folders;
+    std::unordered_map<FileUrl, std::unique_ptr<Folder>> m_folders;  ///< by trash
     std::unordered_map<int, Folder*> m_byDescriptor;
 };
 

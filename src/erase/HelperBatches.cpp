@@ -10,14 +10,16 @@ namespace {
 /// also stays below the number of values that a reader puts up with.
 constexpr std::size_t kBytesOfList = 1024;
 constexpr std::size_t kBytesOfElement = 72;
+/// The element of an identity: three numbers of 20 digits at most.
+constexpr std::size_t kBytesOfIdentity = 100;
 
-/// At most: every byte may have to be percent-encoded.
-std::size_t bytesOf(const FileUrl& path) {
-    return 3 * path.path().size() + kBytesOfElement;
+/// At most: every byte of the path may have to be percent-encoded.
+std::size_t bytesOf(const HelperItem& item) {
+    return 3 * item.url.path().size() + kBytesOfElement + kBytesOfIdentity;
 }
 
-const std::vector<FileUrl>& foldersOf(const HelperRequest& request) {
-    static const std::vector<FileUrl> none;
+const std::vector<HelperItem>& foldersOf(const HelperRequest& request) {
+    static const std::vector<HelperItem> none;
     const auto& folders = request.notTrashedBecauseFolderNotEmpty;
     return folders ? *folders : none;
 }
@@ -38,17 +40,18 @@ std::optional<EraseItems> HelperBatches::next(std::uint64_t erasedCount, std::ui
     std::size_t bytes = kBytesOfList;
     bool isFirst = true;
     for (; m_position < m_end; ++m_position) {
-        const FileUrl& path = pathAt();
-        bytes += bytesOf(path);
+        const HelperItem& item = itemAt();
+        bytes += bytesOf(item);
         if (bytes > m_maximumBytes && !isFirst) break;
-        listAt(items).push_back(path.path());
+        listAt(items).push_back(item.url.path());
+        items.identities.push_back(item.identity);
         isFirst = false;
     }
     m_hasBegun = true;
     return items;
 }
 
-const FileUrl& HelperBatches::pathAt() const {
+const HelperItem& HelperBatches::itemAt() const {
     std::size_t position = m_position;
     for (const auto* list : {&m_request->unlockItems, &m_request->permissionsItems}) {
         if (position < list->size()) return (*list)[position];

@@ -28,7 +28,7 @@ class HelperBatches {
 
  private:
     std::vector<std::string>& listAt(EraseItems& items) const;
-    const FileUrl& pathAt() const;
+    const HelperItem& itemAt() const;
 
     const std::shared_ptr<const HelperRequest> m_request;
     const std::size_t m_maximumBytes;

@@ -7,20 +7,33 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/FileUrl.h"
 #include "base/Result.h"
+#include "platform/items/ItemIdentity.h"
 
 namespace kestrin {
 
+/// An entry for the helper, which erases it only while it is still the same.
+struct HelperItem {
+    HelperItem(FileUrl itsUrl, const ItemIdentity& itsIdentity = {})  // NOLINT
+        : url(std::move(itsUrl)), identity(itsIdentity) {}
+
+    FileUrl url;
+    ItemIdentity identity;  ///< not known: whatever is there is erased
+    friend bool operator==(const HelperItem&, const HelperItem&) = default;
+};
+
 /// Work for the helper.
 struct HelperRequest {
-    std::vector<FileUrl> unlockItems;       ///< locked entries it must unlock and erase
-    std::vector<FileUrl> permissionsItems;  ///< entries it must erase as root
-    std::uint64_t erasedSize = 0;           ///< bytes already erased in this run
-    std::uint64_t erasedCount = 0;          ///< entries already erased in this run
-    std::optional<std::vector<FileUrl>> notTrashedBecauseFolderNotEmpty;  ///< folders left behind
+    std::vector<HelperItem> unlockItems;       ///< locked entries it must unlock and erase
+    std::vector<HelperItem> permissionsItems;  ///< entries it must erase as root
+    std::uint64_t erasedSize = 0;              ///< bytes already erased in this run
+    std::uint64_t erasedCount = 0;             ///< entries already erased in this run
+    /// Folders left behind.
+    std::optional<std::vector<HelperItem>> notTrashedBecauseFolderNotEmpty;
 
     bool isEmpty() const { return unlockItems.empty() && permissionsItems.empty(); }
 };

@@ -72,7 +72,7 @@ struct QVDeleteItems::State {
     std::function<void()> countHandler;
     bool stopWasPressed = false;
     std::shared_ptr<QVAlert> alert;
-    std::vector<FileUrl> notErased;  ///< folders that were not empty after their contents
+    std::vector<HelperItem> notErased;  ///< folders that were not empty after their contents
     QString startProblem;
     QString logProblem;
 
@@ -487,7 +487,7 @@ void QVDeleteItems::iterateTrashes(const ItemsToErase& items) {
     EraseItemSource source(items, {[this](const FileUrl& entry, const HostError& error) {
                                        m_state->decisions->couldNotBegin(entry, error);
                                    },
-                                   [this](const FileUrl& entry) { addToNotTrashed(entry); }});
+                                   [this](const QVItemToErase& entry) { addToNotTrashed(entry); }});
     TreeRemover(*m_state->decisions).remove(source);
     source.tidy();
     if (m_state->wasStopped) return;
@@ -496,11 +496,12 @@ void QVDeleteItems::iterateTrashes(const ItemsToErase& items) {
     }
 }
 
-void QVDeleteItems::addToNotTrashed(const FileUrl& entry) {
+void QVDeleteItems::addToNotTrashed(const QVItemToErase& entry) {
     const QVFilesUtilities& files = m_state->services.files;
-    if (!files.isDirectoryWithURL(entry) || files.isAnEmptyFolder(entry)) return;
+    const FileUrl url = entry.url();
+    if (!files.isDirectoryWithURL(url) || files.isAnEmptyFolder(url)) return;
     const std::lock_guard lock(m_state->lock);
-    m_state->notErased.push_back(entry);
+    m_state->notErased.emplace_back(url, entry.identity);
 }
 
 RefusalAnswer QVDeleteItems::askToErase(const RefusalQuestion& question) {

@@ -164,7 +164,7 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     static QString erasingText(State& state);
     void waitUntilItemsInfo();
     void iterateTrashes(const ItemsToErase& items);
-    void addToNotTrashed(const FileUrl& entry);
+    void addToNotTrashed(const QVItemToErase& entry);
     RefusalAnswer askToErase(const RefusalQuestion& question);
     void eraseWithAdminPrivileges();
     bool startHelper();

@@ -293,7 +293,9 @@ void QVSecureAccess::endRun(std::uint64_t nonErasedCount, MaybeError error) {
 std::uint64_t QVSecureAccess::countStillThere() const {
     const std::shared_ptr<const HelperRequest> request = m_run->request;
     const auto count = answerWithin<std::uint64_t>(kCountPatience, [request]() -> std::uint64_t {
-        const auto isThere = [](const FileUrl& item) { return !isGone(item); };
+        const auto isThere = [](const HelperItem& item) {
+            return presenceOf(item.url, item.identity) == ItemPresence::There;
+        };
         return static_cast<std::uint64_t>(
             std::ranges::count_if(request->unlockItems, isThere) +
             std::ranges::count_if(request->permissionsItems, isThere));

@@ -25,6 +25,8 @@ std::string_view helpKey(const StayedEntry& entry) {
             return "stayed_help_mount_point"_key;
         case StayReason::ReadOnly:
             return "stayed_help_read_only"_key;
+        case StayReason::Replaced:
+            return "stayed_help_replaced"_key;
         case StayReason::Error:
             break;
     }

@@ -4,20 +4,28 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "base/FileUrl.h"
+#include "platform/items/ItemIdentity.h"
 
 namespace kestrin {
 
+/// An entry as it was when its trash was listed.
 struct QVItemToErase {
-    FileUrl url;
-    std::uint64_t size = 0;  ///< bytes of a file or link; of a folder the sum of what it holds
+    /// The folder that holds the entries of its trash. One for all of them: there may be a million.
+    std::shared_ptr<const FileUrl> trash;
+    std::string name;         ///< in that folder, exact bytes
+    ItemIdentity identity{};  ///< only this is erased, not what may have its name later
+    std::uint64_t size = 0;   ///< bytes of a file or link; of a folder the sum of what it holds
     /// Entries removed with it: 1, and for a folder all inside it besides.
     std::uint64_t count = 0;
     bool isDirectory = false;  ///< set by callers that know it; the scan leaves it false
 
-    const std::string& path() const { return url.path(); }
+    /// Made at the call; none without a trash.
+    FileUrl url() const { return trash ? trash->appending(name) : FileUrl(); }
+    std::string path() const { return url().path(); }
     static QVItemToErase newItem() { return {}; }
 };
 

@@ -1,24 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "inventory/QVKestrinFileUtilities.h"
 
-#include <string>
 #include <utility>
 
 #include "platform/items/TreeRemover.h"
 #include "platform/items/TreeScanner.h"
 
 namespace kestrin {
-
-namespace {
-
-FileUrl urlOfEntry(const std::string& folderPrefix, const std::string& name) {
-    std::string path;
-    path.reserve(folderPrefix.size() + name.size());
-    path.append(folderPrefix).append(name);
-    return FileUrl::fromPath(std::move(path));
-}
-
-}  // namespace
 
 QVKestrinFileUtilities& QVKestrinFileUtilities::sharedControl() {
     static QVKestrinFileUtilities instance;
@@ -46,15 +34,15 @@ MaybeError QVKestrinFileUtilities::deleteItemWithURL(const FileUrl& item) const 
 Result<ItemsToErase> itemsOfFolder(const FileUrl& folder, std::stop_token stop) {
     auto scanned = scanTree(folder, std::move(stop));
     if (!scanned) return scanned.error();
-    const std::string prefix = folder.path() == "/" ? "/" : folder.path() + "/";
+    const auto trash = std::make_shared<const FileUrl>(folder);
     ItemsToErase items;
     items.reserve(scanned->size());
     for (ScannedEntry& entry : *scanned) {
-        QVItemToErase& item = items.emplace_back();
-        item.url = urlOfEntry(prefix, entry.name);
-        item.size = entry.size;
-        item.count = entry.count;
-        std::string().swap(entry.name);  // of a million names, one copy at a time
+        items.push_back({.trash = trash,
+                         .name = std::move(entry.name),
+                         .identity = entry.identity,
+                         .size = entry.size,
+                         .count = entry.count});
     }
     return items;
 }

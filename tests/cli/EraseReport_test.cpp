@@ -60,9 +60,10 @@ TEST_F(EraseReport, TheDiskHasTheLastWord) {
         test::writeFile(folder / name);
     ASSERT_EQ(::symlink("nowhere", (folder / "dangling").c_str()), 0);
     ItemsToErase items;
-    for (const char* name : {"explained", "silent", "dangling", "gone", "gone/too"}) {
-        items.push_back({.url = FileUrl::fromPath(folder / name)});
-    }
+    const auto trash = std::make_shared<const FileUrl>(FileUrl::fromPath(folder.path()));
+    for (const char* name : {"explained", "silent", "dangling", "gone", "gone/too"})
+        items.push_back({.trash = trash, .name = name});
+    items.push_back({.trash = trash, .name = "silent", .identity = {.deviceId = 1}});  // another
     EraseResult result;
     result.stayed.emplace_back().url = FileUrl::fromPath(folder / "explained/inside");
     const Console console(stdout, m_texts);

@@ -17,7 +17,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Verdict = RemovalPolicy::Verdict;
 
-enum class Kind { Plain, Locked, Unlockable, Forbidden, MountPoint, InLockedFolder };
+enum class Kind { Plain, Locked, Unlockable, Forbidden, MountPoint, InLockedFolder, Replaced };
 
 class Entry : public RemovalEntry {
  public:
@@ -27,6 +27,8 @@ class Entry : public RemovalEntry {
     std::string path() const override { return "/t/files/" + m_name; }
     bool isDirectory() const override { return false; }
     bool isMountRoot() const override { return m_kind == Kind::MountPoint; }
+    bool isReplaced() const override { return m_kind == Kind::Replaced; }
+    ItemIdentity identity() const override { return {}; }
     bool isImmutable() const override {
         return m_kind == Kind::Locked || m_kind == Kind::Unlockable;
     }
@@ -72,7 +74,7 @@ class EraseDecisionsTest : public ::testing::Test {
     std::vector<std::string> stayed() const {
         std::vector<std::string> found;
         for (const auto& [url, reason, message, skipped] : decisions->stayedEntries())
-            found.push_back("LFBMRE"[int(reason)] + std::string(skipped ? " skipped " : " ") +
+            found.push_back("LFBMRXE"[int(reason)] + std::string(skipped ? " skipped " : " ") +
                             url.path());
         return found;
     }
@@ -145,11 +147,13 @@ TEST_F(EraseDecisionsTest, FailuresAreNamedWithTheirReasonAndSomeAreCounted) {
         didFail("f", EPERM);
         didFail("i", EPERM, Kind::InLockedFolder);
         didFail("r", EROFS);
+        didFail("x", ESTALE, Kind::Replaced);
         didFail("e", EIO);
         decisions->couldNotBegin(FileUrl::fromPath("/g"), errorFromErrno(ENOENT, HostAccess::Read));
         decisions->couldNotBegin(FileUrl::fromPath("/l"), errorFromErrno(ELOOP, HostAccess::Read));
-        EXPECT_THAT(stayed(), ElementsAre("B /t/files/b", "M /t/files/m", "F /t/files/f",
-                                          "L /t/files", "R /t/files/r", "E /t/files/e", "E /l"));
+        EXPECT_THAT(stayed(),
+                    ElementsAre("B /t/files/b", "M /t/files/m", "F /t/files/f", "L /t/files",
+                                "R /t/files/r", "X /t/files/x", "E /t/files/e", "E /l"));
         EXPECT_EQ(decisions->itemBusyCount, twice ? 4u : 2u);
         EXPECT_EQ(decisions->notErasedCount, twice ? 8u : 4u);
     }

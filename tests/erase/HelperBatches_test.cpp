@@ -6,10 +6,13 @@
 namespace kestrin {
 namespace {
 
-std::vector<FileUrl> paths(char name, int count) {
-    std::vector<FileUrl> list;
+/// With the longest identities.
+std::vector<HelperItem> paths(char name, int count) {
+    std::vector<HelperItem> list;
+    const std::uint64_t most = ~std::uint64_t{0};
     for (int i = 0; i < count; ++i)
-        list.push_back(FileUrl::fromPath("/\xff" + std::string(20, name) + std::to_string(i)));
+        list.push_back({FileUrl::fromPath("/\xff" + std::string(20, name) + std::to_string(i)),
+                        {most - static_cast<unsigned>(i), most, INT64_MIN}});
     return list;
 }
 
@@ -19,7 +22,7 @@ TEST(HelperBatches, HandOutEveryPathOnceInItsOrderAndWithinTheLimit) {
     request->permissionsItems = paths('p', 70);
     request->notTrashedBecauseFolderNotEmpty = paths('f', 30);
     const EraseItems whole = *HelperBatches(request).next(7, 9);
-    EXPECT_EQ(whole.permissionsItems.at(69), request->permissionsItems[69].path());
+    EXPECT_EQ(whole.permissionsItems.at(69), request->permissionsItems[69].url.path());
     for (const std::size_t limit : {1U, 2000U, 4000U}) {
         HelperBatches batches(request, limit);
         EraseItems all{.erasedSize = 9, .erasedCount = 7};
@@ -32,6 +35,7 @@ TEST(HelperBatches, HandOutEveryPathOnceInItsOrderAndWithinTheLimit) {
             };
             add(all.unlockItems, items->unlockItems);
             add(all.permissionsItems, items->permissionsItems);
+            add(all.identities, items->identities);
             add(*all.notTrashedBecauseFolderNotEmpty,
                 items->notTrashedBecauseFolderNotEmpty.value_or(std::vector<std::string>()));
         }

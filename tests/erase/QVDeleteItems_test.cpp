@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "erase/QVDeleteItems.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -50,7 +51,11 @@ class QVDeleteItemsTest : public ::testing::Test {
     void trashFile(const char* name) const { writeFile(trash + "/" + name, "12345"); }
     SharedItemsToErase items(const std::string& name) const {
         return std::make_shared<ItemsToErase>(
-            ItemsToErase{{FileUrl::fromPath(trash + "/" + name), 5, 1}});
+            ItemsToErase{{.trash = std::make_shared<const FileUrl>(FileUrl::fromPath(trash)),
+                          .name = name,
+                          .identity = identityAt(AT_FDCWD, (trash + "/" + name).c_str()),
+                          .size = 5,
+                          .count = 1}});
     }
     bool run(const EraseRequest& request, const SharedItemsToErase& items = nullptr) {
         ends.clear();
@@ -98,7 +103,7 @@ TEST_F(QVDeleteItemsTest, ErasesEverythingAndSaysSoOnce) {
     EXPECT_EQ(progress.closed, 1);
 }
 
-TEST_F(QVDeleteItemsTest, ASingleDiskIsNamedUnlessNobodyWasAsked) {
+TEST_F(QVDeleteItemsTest, ASingleDiskIsNamedUnlessNobodyWasAskedAndOnlyWhatWasListedGoes) {
     EraseRequest request;
     request.volumeName = QStringLiteral("Backup %1");
     request.size = 5;
@@ -113,6 +118,15 @@ TEST_F(QVDeleteItemsTest, ASingleDiskIsNamedUnlessNobodyWasAsked) {
     ASSERT_TRUE(run(request, items("two")));
     EXPECT_EQ(alerts.models.size(), 1u);
     EXPECT_EQ(progress.infoTexts.back(), texts.text("erasing_all"_key));
+
+    trashFile("replaced");
+    const SharedItemsToErase listed = items("replaced");
+    std::filesystem::rename(trash + "/replaced", scratch / "moved");
+    trashFile("replaced");
+    ASSERT_TRUE(run(request, listed));
+    ASSERT_EQ(engine->stayedEntries().size(), 1u);
+    EXPECT_EQ(engine->stayedEntries()[0].reason, StayReason::Replaced);
+    EXPECT_TRUE(exists(trash + "/replaced"));
 }
 
 TEST_F(QVDeleteItemsTest, ProgressShowsAfterSevenTenthsAndStopEndsTheErase) {

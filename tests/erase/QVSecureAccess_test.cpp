@@ -84,7 +84,8 @@ TEST_F(QVSecureAccessTest, ItemsAreHandedOverAndLoggedAndZeroFiguresChangeNothin
     work.notTrashedBecauseFolderNotEmpty = {FileUrl::fromPath("/f\xff")};
     begin(work);
     const EraseItems expected{
-        {scratch / "locked"}, {scratch / "forbidden", scratch / "gone"}, 30, 3, {{"/f\xff"}}};
+        {scratch / "locked"},        {scratch / "forbidden", scratch / "gone"}, 30, 3, {{"/f\xff"}},
+        std::vector<ItemIdentity>(4)};
     EXPECT_EQ(helper->commands[0], expected);
     helper->tellErased(helper->caller, {{4, 35, 5, QStringLiteral("/a%FF%0A")}, {0, 36, 1, {}}});
     helper->tellErased(helper->caller, {{6, 0, 0, QStringLiteral("/c%")}});

@@ -213,6 +213,29 @@ TEST_F(AnEraseCommand, RemovesFoldersOnlyWhenNothingButFoldersIsLeftInThem) {
     EXPECT_EQ(listing(m_scratch / "outside"), outside);
 }
 
+TEST_F(AnEraseCommand, LeavesWhatHasTakenTheNameOfAnItem) {
+    EraseItems items{.unlockItems = {trashed("file"), trashed("same")},
+                     .permissionsItems = {m_files + "/folder"},
+                     .notTrashedBecauseFolderNotEmpty = {{m_files + "/left"}}};
+    for (const char* made : {"/folder", "/left"})
+        makeFolder(m_files + made);
+    for (const char* name : {"/file", "/same", "/folder", "/left"})
+        items.identities.push_back(identityAt(AT_FDCWD, (m_files + name).c_str()));
+    for (const char* name : {"/file", "/folder", "/left"})
+        rename((m_files + name).c_str(), (m_scratch / "old" + std::string(name + 1)).c_str());
+    writeFile(m_files + "/file");
+    writeFile(m_files + "/folder/precious");
+    makeFolder(m_files + "/left");
+    EXPECT_EQ(run(*EraseItems::fromXml(items.toXml())), 0u) << "what was meant is not there";
+    EXPECT_THAT(m_progress.paths, UnorderedElementsAre(m_files + "/same"));
+    EXPECT_TRUE(exists(m_files + "/file") && exists(m_files + "/folder/precious") &&
+                exists(m_files + "/left") && exists(m_trash + "/info/file.trashinfo"));
+    items.identities.clear();
+    EXPECT_EQ(run(items), 0u) << "a caller that tells no identities";
+    for (const char* name : {"/file", "/folder", "/left"})
+        EXPECT_FALSE(exists(m_files + name)) << name;
+}
+
 TEST_F(AnEraseCommand, CountsWhatIsStillThereAndTellsNothingOfOtherPlaces) {
     const std::string outside = m_scratch / "outside/folder/file";
     EXPECT_EQ(run({.unlockItems = {outside, m_scratch / "absent", outside},

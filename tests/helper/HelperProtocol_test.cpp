@@ -22,12 +22,17 @@ TEST(AuthorizationForm, namesThisProcessAndSurvivesItsJourney) {
     EXPECT_FALSE(processStartTime(0x7fffffff));
 }
 
+#define ONE_IDENTITY(text)                                           \
+    "<dict><key>unlockItems</key><array><string>/a</string></array>" \
+    "<key>identities</key><array><string>" text "</string></array></dict>"
+
 TEST(EraseItems, carriesEveryNameAndTakesNothingElse) {
     const EraseItems items{.unlockItems = {"/a/\xff\n%&<b>"},
                            .permissionsItems = {"/\x01", "/é"},
                            .erasedSize = ~std::uint64_t{0},
                            .erasedCount = 7,
-                           .notTrashedBecauseFolderNotEmpty = {{"/a"}}};
+                           .notTrashedBecauseFolderNotEmpty = {{"/a"}},
+                           .identities = {{~std::uint64_t{0}, 2, INT64_MIN}, {}, {1}, {1, 0, 2}}};
     const auto read = EraseItems::fromXml(items.toXml());
     ASSERT_TRUE(read) << read.error().localizedDescription();
     EXPECT_EQ(*read, items);
@@ -40,6 +45,10 @@ TEST(EraseItems, carriesEveryNameAndTakesNothingElse) {
           "<dict><key>unlockItems</key><array><array/></array></dict>",
           "<dict><key>erasedCount</key><integer>-1</integer></dict>",
           "<dict><key>erasedSize</key><real>1</real></dict>",
+          "<dict><key>identities</key><array><string>1 2 3</string></array></dict>",
+          "<dict><key>identities</key><string>1 2 3</string></dict>", ONE_IDENTITY("1 2"),
+          ONE_IDENTITY("1 2 3 "), ONE_IDENTITY("1 2 3 4"), ONE_IDENTITY("0 2 3"),
+          ONE_IDENTITY("-1 2 3"), ONE_IDENTITY("1 18446744073709551616 3"),
           "<dict><key>further</key><true/></dict>"}) {
         EXPECT_FALSE(
             EraseItems::fromXml("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"

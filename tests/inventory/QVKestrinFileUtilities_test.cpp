@@ -28,7 +28,9 @@ TEST(TrashScan, NamesTheTopAndCountsEveryDepth) {
     EXPECT_EQ(scan->count, 6u);
     std::map<std::string, std::pair<std::uint64_t, std::uint64_t>> found;
     for (const QVItemToErase& item : *scan->itemsToErase) {
-        EXPECT_TRUE(item.url.hasScheme());
+        EXPECT_TRUE(item.url().hasScheme());
+        EXPECT_EQ(presenceOf(item.url(), item.identity), ItemPresence::There);
+        EXPECT_TRUE(item.identity.isKnown());
         EXPECT_FALSE(item.isDirectory);
         found[item.path()] = {item.size, item.count};
     }

@@ -36,7 +36,7 @@ TEST(TrashCount, SumsUpTrashesAndTellsThoseItCannotRead) {
     const TrashContents& contents = count->contents();
     EXPECT_EQ(contents.figures, (TrashFigures{.size = 6, .count = 3}));
     ASSERT_EQ(contents.itemsToErase->size(), 2u);
-    EXPECT_EQ(contents.itemsToErase->back().url, trashes[3].appending(".hidden"));
+    EXPECT_EQ(contents.itemsToErase->back().url(), trashes[3].appending(".hidden"));
     ASSERT_EQ(contents.unreadable.size(), 1u);
     EXPECT_EQ(contents.unreadable[0].trash, trashes[2]);
     EXPECT_EQ(countFigures(trashes).figures, contents.figures);

@@ -31,10 +31,6 @@ struct ItemAttributes {
 /// One statx(2) of the item at the path. Errors: errorFromErrno with Read.
 Result<ItemAttributes> itemAttributes(const FileUrl& item);
 
-/// Whether nothing is there any more: the item is absent, or a folder on the way is. An item that
-/// cannot be looked at is not gone.
-bool isGone(const FileUrl& item);
-
 /// access(2) with F_OK on the path, following links as access does.
 bool pathExists(const std::string& path);
 

@@ -10,6 +10,7 @@
 
 #include "base/FileUrl.h"
 #include "base/Result.h"
+#include "platform/items/ItemIdentity.h"
 
 namespace kestrin {
 
@@ -22,6 +23,9 @@ class RemovalEntry {
     virtual std::string path() const = 0;
     virtual bool isDirectory() const = 0;
     virtual bool isMountRoot() const = 0;
+    /// It is not what was listed: something else has its name. Told with didFail only.
+    virtual bool isReplaced() const = 0;
+    virtual ItemIdentity identity() const = 0;
     /// The immutable inode attribute is set: the user's "locked".
     virtual bool isImmutable() const = 0;
     /// Bytes of a file or link; 0 otherwise.
@@ -53,7 +57,7 @@ class RemovalPolicy {
     virtual Verdict willRemove(const RemovalEntry& entry) = 0;
     virtual void didRemove(const RemovalEntry& entry) = 0;
     /// The entry could not be removed, entered or listed. A mount found below an entry is reported
-    /// here with kFileBusy, and so is its own refusal by the kernel.
+    /// here with kFileBusy, and so is its own refusal by the kernel. ESTALE: the entry is replaced.
     virtual void didFail(const RemovalEntry& entry, const HostError& error) = 0;
     /// Looked at before every entry. Once true nothing more is entered or removed.
     virtual bool shouldStop() const = 0;
@@ -61,9 +65,10 @@ class RemovalPolicy {
 
 /// What became of one entry that `remove` was asked for.
 enum class RemovalOutcome {
-    Gone,     ///< removed, or it was not there any more
-    Stayed,   ///< left by the policy, failed, or a folder in which something stayed
-    Stopped,  ///< begun, but stopped before its end; what is left of it stays
+    Gone,      ///< removed, or it was not there any more
+    Stayed,    ///< left by the policy, failed, or a folder in which something stayed
+    Stopped,   ///< begun, but stopped before its end; what is left of it stays
+    Replaced,  ///< something else has its name; that was left alone
 };
 
 /// One entry to be removed, named relative to an open folder.
@@ -72,6 +77,9 @@ struct RemovalItem {
     int parentDescriptor = -1;  ///< the folder that holds it; stays open until the item is finished
     std::string parentPath;     ///< that folder's path, for RemovalEntry::path only
     std::string name;           ///< one component
+    /// What is to be removed. When the name has become another item's, that stays. Not known:
+    /// whatever has the name is removed.
+    ItemIdentity identity{};
 };
 
 /// Hands out the items to be removed and hears when each is finished. `next` is called by one
@@ -94,6 +102,7 @@ enum class LockedEntries {
 /// further one only when no folder of those begun waits for a worker.
 /// - It works on descriptors and follows no link. It opens folders, and a file only to clear the
 ///   attributes that lock it; links, FIFOs, sockets and devices are never opened.
+/// - An item is compared with its identity as it begins, and a folder once more when it is opened.
 /// - It does not enter another mount, be it of the same device (statx mount-root attribute and
 /// openat2
 ///   without crossing); a nested subvolume is a folder like any other.

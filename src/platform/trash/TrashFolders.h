@@ -12,6 +12,7 @@
 
 #include "base/FileUrl.h"
 #include "base/Result.h"
+#include "platform/items/ItemIdentity.h"
 #include "platform/items/UniqueFd.h"
 
 namespace kestrin {
@@ -32,11 +33,16 @@ struct TrashFolder {
 /// created. Never empty on success. Errors: none of them is usable and none could be created.
 Result<std::vector<TrashFolder>> trashFoldersOfVolume(const FileUrl& volume);
 
+/// An entry of a trash folder.
+struct TrashEntry : TrashFolder {
+    ItemIdentity identity;
+};
+
 /// The trash folder of the user that `entry` lies directly inside of, compared by what the parent
 /// folder is and not by its spelling. `entry` itself must exist and its last component must be a
 /// plain name. The result's `files` joined with that name is the entry's own location. Errors:
 /// "errorString" says why the path is refused; names the path.
-Result<TrashFolder> trashFolderOfEntry(const FileUrl& entry);
+Result<TrashEntry> trashFolderOfEntry(const FileUrl& entry);
 
 /// What the trash remembers of one entry.
 struct TrashRecord {

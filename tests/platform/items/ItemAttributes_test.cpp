@@ -8,6 +8,7 @@
 
 #include <cerrno>
 
+#include "platform/items/ItemIdentity.h"
 #include "platform/items/LockAttributes.h"
 #include "platform/items/UniqueFd.h"
 #include "support/TestEnvironment.h"
@@ -55,10 +56,10 @@ TEST(ItemAttributes, OnlyWhatIsAbsentIsGone) {
     ASSERT_EQ(chmod((scratch / "closed").c_str(), 0), 0);
     for (const std::string& there :
          {scratch / "link", scratch / "closed/any", deep, "/" + std::string(5000, 'x')}) {
-        EXPECT_FALSE(isGone(url(there))) << there;
+        EXPECT_EQ(presenceOf(url(there)), ItemPresence::There) << there;
     }
     for (const std::string& gone : {scratch / "none", scratch / "file/below", deep + "/none"}) {
-        EXPECT_TRUE(isGone(url(gone))) << gone;
+        EXPECT_EQ(presenceOf(url(gone)), ItemPresence::Gone) << gone;
     }
 }
 

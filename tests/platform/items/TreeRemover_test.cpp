@@ -56,10 +56,13 @@ class RecordingPolicy : public RemovalPolicy {
 class Items : public RemovalItems {
  public:
     Items(const std::string& folder, std::vector<std::string> names)
-        : m_fd(open(folder.c_str(), O_PATH)), m_folder(folder), m_names(std::move(names)) {}
+        : m_fd(open(folder.c_str(), O_PATH)), m_folder(folder), m_names(std::move(names)) {
+        for (const std::string& name : m_names)
+            m_identities.push_back(identityAt(m_fd.get(), name.c_str()));
+    }
     bool next(RemovalItem& item) override {
         if (m_next == m_names.size()) return false;
-        item = {m_next, m_fd.get(), m_folder, m_names[m_next]};
+        item = {m_next, m_fd.get(), m_folder, m_names[m_next], m_identities[m_next]};
         ++m_next;
         return true;
     }
@@ -73,6 +76,7 @@ class Items : public RemovalItems {
     UniqueFd m_fd;
     std::string m_folder;
     std::vector<std::string> m_names;
+    std::vector<ItemIdentity> m_identities;  ///< as they are when this is made
     std::size_t m_next = 0;
     std::mutex m_lock;
 };
@@ -119,6 +123,28 @@ TEST_F(TreeRemoverTest, RemovesAndLeavesAndTellsExactlyThat) {
     struct stat status {};
     ASSERT_EQ(stat((trash + "/stays/sub").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777, 0111u) << "its mode is put back";
+}
+
+TEST_F(TreeRemoverTest, LeavesWhatHasTakenTheNameOfAnItem) {
+    for (const char* made : {"/same", "/file", "/folder/inside", "/emptied/inside"})
+        writeFile(trash + made);
+    Items items(trash, {"same", "file", "folder", "emptied"});
+    for (const char* name : {"/file", "/folder", "/emptied"})
+        rename((trash + name).c_str(), (scratch / "old" + std::string(name + 1)).c_str());
+    writeFile(trash + "/file");
+    writeFile(trash + "/folder/precious");
+    makeFolder(trash + "/emptied");
+    TreeRemover(policy).remove(items);
+    EXPECT_EQ(items.outcomes, (Outcomes{{"same", RemovalOutcome::Gone},
+                                        {"file", RemovalOutcome::Replaced},
+                                        {"folder", RemovalOutcome::Replaced},
+                                        {"emptied", RemovalOutcome::Replaced}}));
+    EXPECT_THAT(policy.failed,
+                ::testing::UnorderedElementsAre(std::pair(trash + "/file", ESTALE),
+                                                std::pair(trash + "/folder", ESTALE),
+                                                std::pair(trash + "/emptied", ESTALE)));
+    EXPECT_TRUE(exists(trash + "/file") && exists(trash + "/folder/precious") &&
+                exists(trash + "/emptied"));
 }
 
 TEST_F(TreeRemoverTest, DoesNotFollowALinkThatTakesAFoldersPlace) {

@@ -28,6 +28,11 @@ struct FolderNode {
     std::string name;
     unsigned depth = 0;
 
+    /// Whether it was this folder when it was first opened.
+    bool is(std::uint64_t device, std::uint64_t inode) const {
+        return m_device == device && m_inode == inode;
+    }
+
  private:
     friend class DescriptorCache;
     std::uint64_t m_device = 0;  ///< what the folder was when it was first opened

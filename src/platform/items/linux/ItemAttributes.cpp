@@ -109,26 +109,6 @@ Result<ItemAttributes> itemAttributes(const FileUrl& item) {
     return attributesFrom(status);
 }
 
-bool isGone(const FileUrl& item) {
-    // Deeper paths than the kernel takes at once are gone into piece by piece.
-    constexpr std::size_t kPiece = PATH_MAX - 1;
-    UniqueFd folder;
-    std::string_view rest = item.path();
-    while (rest.size() > kPiece) {
-        const std::size_t end = rest.rfind('/', kPiece);
-        if (end == rest.npos || end == 0) return false;  // no file system has such a name
-        const int from = folder ? folder.get() : AT_FDCWD;
-        folder.reset(::openat(from, std::string(rest.substr(0, end)).c_str(),
-                              O_PATH | O_DIRECTORY | O_CLOEXEC));
-        if (!folder) return errno == ENOENT || errno == ENOTDIR;
-        rest.remove_prefix(end + 1);
-    }
-    struct stat status;
-    const int from = folder ? folder.get() : AT_FDCWD;
-    if (::fstatat(from, std::string(rest).c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) return false;
-    return errno == ENOENT || errno == ENOTDIR;
-}
-
 bool pathExists(const std::string& path) {
     return access(path.c_str(), F_OK) == 0;
 }

@@ -18,6 +18,7 @@
 #include "platform/items/LockAttributes.h"
 #include "platform/items/linux/DescriptorCache.h"
 #include "platform/items/linux/DirectoryStream.h"
+#include "platform/items/linux/Identity.h"
 #include "platform/items/linux/LockFlags.h"
 #include "platform/items/linux/PlainName.h"
 #include "platform/items/linux/WorkStack.h"
@@ -37,10 +38,11 @@ struct Facts {
     mode_t mode = 0;
     uid_t owner = 0;
     std::uint64_t size = 0;
+    ItemIdentity identity;  ///< its inode number is there also where such numbers do not last
     bool isImmutable = false;
     bool isAppendOnly = false;
     bool isMountRoot = false;
-    bool areKnown = false;
+    bool isReplaced = false;
 
     bool isDirectory() const { return S_ISDIR(mode); }
     bool isLocked() const { return isImmutable || isAppendOnly; }
@@ -75,7 +77,7 @@ std::string pathOf(const RemovalFolder& folder) {
 int examine(int folder, const char* name, Facts& facts) {
     struct statx status {};
     if (statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC,
-              STATX_TYPE | STATX_MODE | STATX_UID | STATX_SIZE, &status) != 0) {
+              kIdentityMask | STATX_MODE | STATX_UID | STATX_SIZE, &status) != 0) {
         return errno;
     }
     facts.mode = status.stx_mode;
@@ -84,7 +86,7 @@ int examine(int folder, const char* name, Facts& facts) {
     facts.isImmutable = (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
     facts.isAppendOnly = (status.stx_attributes & STATX_ATTR_APPEND) != 0;
     facts.isMountRoot = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
-    facts.areKnown = true;
+    facts.identity = identityFrom(status, true);
     return 0;
 }
 
@@ -135,6 +137,12 @@ class Entry final : public RemovalEntry {
     }
     bool isDirectory() const override { return m_facts.isDirectory(); }
     bool isMountRoot() const override { return m_facts.isMountRoot; }
+    bool isReplaced() const override { return m_facts.isReplaced; }
+    ItemIdentity identity() const override {
+        ItemIdentity identity = m_facts.identity;
+        if (!hasLastingInodes(m_place.folder)) identity.inode = 0;
+        return identity;
+    }
     bool isImmutable() const override { return m_facts.isImmutable; }
     std::uint64_t size() const override { return m_facts.size; }
     bool isWritingDenied() const override {
@@ -178,6 +186,7 @@ enum class Step {
     Entered,   ///< a folder was opened; its end is told later
     IsFolder,  ///< a folder, where none is to be entered
     Again,     ///< a folder in which something is left that nobody refused
+    Replaced,  ///< another item than the one that was asked for
 };
 
 class Remover {
@@ -238,6 +247,7 @@ class Remover {
 
     RemovalOutcome outcome(Step step) const {
         if (step == Step::Gone) return RemovalOutcome::Gone;
+        if (step == Step::Replaced) return RemovalOutcome::Replaced;
         return m_policy.shouldStop() ? RemovalOutcome::Stopped : RemovalOutcome::Stayed;
     }
 
@@ -254,7 +264,9 @@ class Remover {
 
     void tellFailure(RemovalFolder& folder, int error) {
         const Place place{folder.above(), *folder.item, -1};
-        const Entry entry(place, folder.name.c_str(), folder.facts);
+        Facts facts = folder.facts;
+        facts.isReplaced = error == ESTALE;
+        const Entry entry(place, folder.name.c_str(), facts);
         m_policy.didFail(entry, errorFromErrno(error, HostAccess::Read));
     }
 
@@ -278,6 +290,11 @@ class Remover {
             const Entry entry(place, name, facts);
             if (const int error = examine(place.folder, name, facts)) {
                 return fail(entry, error, HostAccess::Read);
+            }
+            if (!place.above && !isSameItem(place.item.identity, facts.identity)) {
+                facts.isReplaced = true;
+                fail(entry, ESTALE, HostAccess::Read);
+                return Step::Replaced;
             }
             if (facts.isDirectory() && !opened) return Step::IsFolder;
             if (facts.isMountRoot) return fail(entry, EBUSY, HostAccess::Write);
@@ -340,7 +357,14 @@ class Remover {
         opened.folder = makeFolder(place, name, facts);
         opened.folder->modeWasWidened = wasWidened;
         if (isToBeUnlocked(facts)) error = clearLockFlags(fd.get(), opened.folder->clearedLocks);
-        if (error == 0 && m_descriptors.adopt(*opened.folder, std::move(fd))) return Step::Entered;
+        if (error == 0 && m_descriptors.adopt(*opened.folder, std::move(fd))) {
+            const ItemIdentity& seen = facts.identity;
+            if (place.above || opened.folder->is(seen.deviceId, seen.inode)) return Step::Entered;
+            error = ENOTDIR;  // exchanged between the look and the opening
+            m_descriptors.unpin(*opened.folder);
+            restoreFolder(*opened.folder);
+            m_descriptors.close(*opened.folder);
+        }
         if (error == 0) error = errno;
         delete opened.folder;
         return Step::Stayed;

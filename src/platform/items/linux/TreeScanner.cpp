@@ -13,6 +13,7 @@
 #include "platform/items/HostErrors.h"
 #include "platform/items/linux/DescriptorCache.h"
 #include "platform/items/linux/DirectoryStream.h"
+#include "platform/items/linux/Identity.h"
 #include "platform/items/linux/QuietOpen.h"
 #include "platform/items/linux/WorkStack.h"
 
@@ -35,17 +36,24 @@ struct ScanTask {
     std::size_t rangeEnd = 0;  ///< 0: a folder
 };
 
+std::uint64_t sizeFrom(const struct statx& status) {
+    return S_ISREG(status.stx_mode) || S_ISLNK(status.stx_mode) ? status.stx_size : 0;
+}
+
+/// False when the entry cannot be examined.
+bool examine(int folder, const char* name, unsigned mask, struct statx& status) {
+    return statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC, mask,
+                 &status) == 0;
+}
+
 /// Bytes of a file or link; 0 for anything else and what cannot be examined. `isFolder` is set when
 /// it turns out to be one.
 std::uint64_t sizeOfEntry(int folder, const RawEntry& entry, bool& isFolder) {
     if (entry.type != DT_REG && entry.type != DT_LNK && entry.type != DT_UNKNOWN) return 0;
     struct statx status {};
-    if (statx(folder, entry.name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC,
-              STATX_TYPE | STATX_SIZE, &status) != 0) {
-        return 0;
-    }
+    if (!examine(folder, entry.name, STATX_TYPE | STATX_SIZE, status)) return 0;
     isFolder = S_ISDIR(status.stx_mode);
-    return S_ISREG(status.stx_mode) || S_ISLNK(status.stx_mode) ? status.stx_size : 0;
+    return sizeFrom(status);
 }
 
 class Scanner {
@@ -103,14 +111,14 @@ class Scanner {
         std::vector<ScanTask> folders;
         for (std::size_t i = begin; i < end && !m_stop.stop_requested(); ++i) {
             ScannedEntry& result = m_results[i];
-            const RawEntry entry{0, m_types[i], result.name.c_str()};
-            result.isDirectory = entry.type == DT_DIR;
-            const std::uint64_t size = sizeOfEntry(m_root, entry, result.isDirectory);
-            if (result.isDirectory) {
-                folders.push_back({nullptr, result.name, i, 0});
-            } else {
-                result.size = size;
+            result.isDirectory = m_types[i] == DT_DIR;
+            struct statx status {};
+            if (examine(m_root, result.name.c_str(), kIdentityMask | STATX_SIZE, status)) {
+                result.isDirectory = S_ISDIR(status.stx_mode);
+                result.size = sizeFrom(status);
+                result.identity = identityFrom(status, m_inodesLast);
             }
+            if (result.isDirectory) folders.push_back({nullptr, result.name, i, 0});
         }
         std::reverse(folders.begin(), folders.end());
         m_tasks.push(folders);
@@ -184,6 +192,7 @@ class Scanner {
     }
 
     const int m_root;
+    const bool m_inodesLast = hasLastingInodes(m_root);
     const std::stop_token m_stop;
     DescriptorCache m_descriptors;
     WorkStack<ScanTask> m_tasks;

@@ -173,21 +173,22 @@ Result<std::vector<TrashFolder>> trashFoldersOfVolume(const FileUrl& volume) {
     return creatableFolder(places);
 }
 
-Result<TrashFolder> trashFolderOfEntry(const FileUrl& entry) {
+Result<TrashEntry> trashFolderOfEntry(const FileUrl& entry) {
     if (auto error = spellingError(entry)) return *std::move(error);
     const FileUrl parent = entry.parent();
     const UniqueFd folder(open(parent.path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     const std::string name(entry.lastPathComponent());
-    struct stat status, entryStatus;
-    if (!folder || fstat(folder.get(), &status) != 0 ||
-        fstatat(folder.get(), name.c_str(), &entryStatus, AT_SYMLINK_NOFOLLOW) != 0) {
-        return failure(entry, errno, HostAccess::Read);
+    struct stat status;
+    ItemIdentity identity;
+    if (folder && fstat(folder.get(), &status) == 0) {
+        identity = identityAt(folder.get(), name.c_str());
     }
+    if (!identity.isKnown()) return failure(entry, errno, HostAccess::Read);
     for (const TrashPlace& place : placesNear(parent)) {
         struct stat files;
         if (place.hasFiles && lstat(place.files().path().c_str(), &files) == 0 &&
             isSameFile(files, status)) {
-            return place.folder();
+            return TrashEntry{place.folder(), identity};
         }
     }
     return refusal(entry, "trash_entry_is_in_no_trash"_errorKey, EINVAL);
