@@ -28,6 +28,7 @@ class Console {
     /// The text of a key with its placeholders filled; `count` chooses the plural form.
     QString text(std::string_view key, const QStringList& arguments = {},
                  long long count = -1) const;
+    const StringTable& texts() const { return m_texts; }
     QString number(std::uint64_t value) const;
     QString size(std::uint64_t bytes) const;
 

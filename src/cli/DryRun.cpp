@@ -55,7 +55,7 @@ struct Forecast {
     std::vector<StayedEntry> stayed;
 };
 
-Forecast forecastOf(const ItemsToErase& items, const Console& console) {
+Forecast forecastOf(const ItemsToErase& items) {
     Forecast forecast;
     std::map<FileUrl, bool> readOnlyFolders;  // a trash is one folder with many entries
     for (const QVItemToErase& item : items) {
@@ -63,9 +63,7 @@ Forecast forecastOf(const ItemsToErase& items, const Console& console) {
         const auto [known, isNew] = readOnlyFolders.emplace(folder, false);
         if (isNew) known->second = isVolumeReadOnly(folder).value_or(false);
         if (known->second) {
-            forecast.stayed.push_back({.url = item.url(),
-                                       .reason = StayReason::ReadOnly,
-                                       .message = console.text("stayed_read_only"_key)});
+            forecast.stayed.push_back({.url = item.url(), .reason = StayReason::ReadOnly});
         } else {
             forecast.erased.push_back(item);
         }
@@ -76,7 +74,7 @@ Forecast forecastOf(const ItemsToErase& items, const Console& console) {
 }  // namespace
 
 int reportDryRun(const ItemsToErase& items, const Arguments& arguments, Console& console) {
-    const Forecast forecast = forecastOf(items, console);
+    const Forecast forecast = forecastOf(items);
     const EntrySums sums = sumsOfItems(forecast.erased);
     if (arguments.json) {
         const EraseResult result{

@@ -10,6 +10,7 @@
 #include "cli/Arguments.h"
 #include "cli/Console.h"
 #include "cli/JsonWriter.h"
+#include "erase/StayedDetails.h"
 #include "format/DisplayName.h"
 #include "platform/items/ItemIdentity.h"
 
@@ -48,14 +49,14 @@ std::string_view reasonName(StayReason reason) {
     return "error";
 }
 
-void writeStayed(JsonWriter& json, const StayedEntry& entry) {
+void writeStayed(JsonWriter& json, const StayedEntry& entry, const StringTable& texts) {
     json.beginObject();
     json.key("url");
     json.string(std::string_view(entry.url.toString()));
     json.key("reason");
     json.string(reasonName(entry.reason));
     json.key("message");
-    json.string(entry.message);
+    json.string(stayedReason(entry, texts));
     if (entry.skipped) {
         json.key("skipped");
         json.boolean(true);
@@ -91,7 +92,7 @@ void addWhatIsStillThere(EraseResult& result, const ItemsToErase& items, const C
         }
         result.stayed.push_back({.url = url,
                                  .reason = StayReason::Error,
-                                 .message = console.text("cli_still_there"_key)});
+                                 .cause = console.text("cli_still_there"_key).toStdString()});
     }
 }
 
@@ -103,7 +104,8 @@ void nameStayed(const std::vector<StayedEntry>& stayed, std::string_view heading
     const std::size_t named = std::min(stayed.size(), kMostNamed);
     for (std::size_t index = 0; index < named; ++index) {
         terminal.message(QStringLiteral("  ") + displayName(stayed[index].url.path()) +
-                         QStringLiteral(": ") + displayName(stayed[index].message));
+                         QStringLiteral(": ") +
+                         displayName(stayedReason(stayed[index], console.texts())));
     }
     if (named < stayed.size()) {
         terminal.message(QStringLiteral("  ") +
@@ -125,7 +127,7 @@ void writeEraseJson(const EraseResult& result, bool isDryRun, Console& console) 
     json.key("notErased");
     json.beginArray();
     for (const StayedEntry& entry : result.stayed)
-        writeStayed(json, entry);
+        writeStayed(json, entry, console.texts());
     json.endArray();
     json.endObject();
 }

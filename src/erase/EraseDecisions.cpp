@@ -4,8 +4,6 @@
 #include <cerrno>
 #include <utility>
 
-#include "base/StringTable.h"
-
 namespace kestrin {
 namespace {
 
@@ -25,26 +23,6 @@ bool isBusy(const HostError& error) {
     return error.domain == kOSStatusErrorDomain && error.code == kFileBusy;
 }
 
-std::string_view messageKey(StayReason reason) {
-    switch (reason) {
-        case StayReason::Locked:
-            return "stayed_locked"_key;
-        case StayReason::Forbidden:
-            return "stayed_forbidden"_key;
-        case StayReason::Busy:
-            return "stayed_busy"_key;
-        case StayReason::MountPoint:
-            return "stayed_mount_point"_key;
-        case StayReason::ReadOnly:
-            return "stayed_read_only"_key;
-        case StayReason::Replaced:
-            return "stayed_replaced"_key;
-        case StayReason::Error:
-            return "stayed_error"_key;
-    }
-    return {};
-}
-
 }  // namespace
 
 void EraseDecisions::Entries::add(const RemovalEntry& entry) {
@@ -53,102 +31,91 @@ void EraseDecisions::Entries::add(const RemovalEntry& entry) {
     list.emplace_back(FileUrl::fromPath(std::move(path)), entry.identity());
 }
 
-EraseDecisions::EraseDecisions(const Settings& settings, const StringTable& texts,
-                               Callbacks callbacks)
+EraseDecisions::EraseDecisions(const Settings& settings, Callbacks callbacks)
     : m_settings(settings),
-      m_texts(texts),
       m_callbacks(std::move(callbacks)),
       m_deleteLocked(settings.locked == RefusedEntries::Erase || settings.deleteLocked),
       m_deleteLockedAlreadyAsked(settings.locked == RefusedEntries::Erase),
       m_deleteNoPermissions(settings.forbidden == RefusedEntries::Erase),
       m_deleteNoPermissionsAlreadyAsked(settings.forbidden == RefusedEntries::Erase) {}
 
-RemovalPolicy::Verdict EraseDecisions::willEnter(const RemovalEntry& folder) {
+EraseDecisions::Decision EraseDecisions::decideLocked(const RemovalEntry& entry) {
     waitWhileAQuestionIsOpen();
-    return verdict(folder, checkForLockedFile(folder), StayReason::Locked);
+    if (!entry.isImmutable()) return Decision::Proceed;
+    const Decision made = decision(entry, checkForLockedFile(entry), StayReason::Locked);
+    return made == Decision::Proceed ? Decision::Unlock : made;
 }
 
-RemovalPolicy::Verdict EraseDecisions::willRemove(const RemovalEntry& entry) {
-    waitWhileAQuestionIsOpen();
-    const Check locked = checkForLockedFile(entry);
-    if (locked != Check::Passed) return verdict(entry, locked, StayReason::Locked);
-    return verdict(entry, permissionsCheck(entry, true), StayReason::Forbidden);
+EraseDecisions::Decision EraseDecisions::decideForbidden(const RemovalEntry& entry) {
+    if (!entry.isWritingDenied()) return Decision::Proceed;
+    return decision(entry, checkForNoPermissions(entry), StayReason::Forbidden);
 }
 
-RemovalPolicy::Verdict EraseDecisions::verdict(const RemovalEntry& entry, Check check,
-                                               StayReason reason) {
-    if (check == Check::Passed) return Verdict::Proceed;
+EraseDecisions::Decision EraseDecisions::decision(const RemovalEntry& entry, Check check,
+                                                  StayReason reason) {
+    if (check == Check::Passed) return Decision::Proceed;
     if (check != Check::HandedOver) {
         note(FileUrl::fromPath(entry.path()), reason, check == Check::Skipped);
     }
-    return Verdict::Leave;
+    return Decision::Leave;
 }
 
 void EraseDecisions::didRemove(const RemovalEntry& entry) {
     totSizeDeleted.fetch_add(entry.size(), std::memory_order_relaxed);
     totItemsDeleted.fetch_add(1, std::memory_order_relaxed);
-    if (m_callbacks.didErase) m_callbacks.didErase(entry.path(), entry.size());
 }
 
 EraseDecisions::Check EraseDecisions::checkForLockedFile(const RemovalEntry& entry) {
-    if (!entry.isImmutable()) return Check::Passed;
     if (m_settings.locked == RefusedEntries::Skip) return Check::Skipped;
     if (!isHelperAuthorized()) {
         ++notErasedCount;
         return Check::NotAuthorized;
     }
-    return decideLocked(entry);
+    return userWantsLocked(entry) ? Check::Passed : Check::Skipped;
 }
 
-EraseDecisions::Check EraseDecisions::decideLocked(const RemovalEntry& entry) {
-    {
-        const std::lock_guard lock(m_questions);
-        const bool isDecided = m_deleteLockedAlreadyAsked || isHidden(entry);
-        if (!isDecided) {
-            const RefusalAnswer answer = askOnce(entry, About::Locked);
-            m_deleteLocked = answer.eraseFile;
-            m_deleteLockedAlreadyAsked = answer.isForAll;
-        }
-        if (!m_deleteLocked && !isHidden(entry)) return Check::Skipped;
+bool EraseDecisions::userWantsLocked(const RemovalEntry& entry) {
+    const std::lock_guard lock(m_questions);
+    const bool isDecided = m_deleteLockedAlreadyAsked || isHidden(entry);
+    if (!isDecided) {
+        const RefusalAnswer answer = askOnce(entry, About::Locked);
+        m_deleteLocked = answer.eraseFile;
+        m_deleteLockedAlreadyAsked = answer.isForAll;
     }
-    if (!entry.clearImmutable()) return Check::Passed;
-    const std::lock_guard lock(m_lists);
-    m_unlockItems.add(entry);  // the helper unlocks it; its removal is tried all the same
-    return Check::Passed;
+    return m_deleteLocked || isHidden(entry);
 }
 
-EraseDecisions::Check EraseDecisions::permissionsCheck(const RemovalEntry& entry,
-                                                       bool checkForNoPermissions) {
-    if (checkForNoPermissions && !entry.isWritingDenied()) return Check::Passed;
+void EraseDecisions::couldNotUnlock(const RemovalEntry& entry) {
+    const std::lock_guard lock(m_lists);
+    m_unlockItems.add(entry);
+}
+
+EraseDecisions::Check EraseDecisions::checkForNoPermissions(const RemovalEntry& entry) {
     if (m_settings.forbidden == RefusedEntries::Skip) return Check::Skipped;
     if (!isHelperAuthorized()) {
         ++notErasedCount;
         return Check::NotAuthorized;
     }
-    return decideForbidden(entry);
-}
-
-EraseDecisions::Check EraseDecisions::decideForbidden(const RemovalEntry& entry) {
-    {
-        const std::lock_guard lock(m_questions);
-        if (!isHidden(entry)) {
-            if (!m_deleteNoPermissionsAlreadyAsked) {
-                const RefusalAnswer answer = askOnce(entry, About::Forbidden);
-                m_deleteNoPermissions = answer.eraseFile;
-                m_deleteNoPermissionsAlreadyAsked = answer.isForAll;
-            }
-            if (!m_deleteNoPermissions) return Check::Skipped;
-        }
-    }
+    if (!isHidden(entry) && !userWantsForbidden(entry)) return Check::Skipped;
     const std::lock_guard lock(m_lists);
     m_permissionsItems.add(entry);
     return Check::HandedOver;
 }
 
+bool EraseDecisions::userWantsForbidden(const RemovalEntry& entry) {
+    const std::lock_guard lock(m_questions);
+    if (!m_deleteNoPermissionsAlreadyAsked) {
+        const RefusalAnswer answer = askOnce(entry, About::Forbidden);
+        m_deleteNoPermissions = answer.eraseFile;
+        m_deleteNoPermissionsAlreadyAsked = answer.isForAll;
+    }
+    return m_deleteNoPermissions;
+}
+
 RefusalAnswer EraseDecisions::askOnce(const RemovalEntry& entry, About about) {
     const std::string path = entry.path();
     if (const auto known = m_answers.find(path); known != m_answers.end()) return known->second;
-    if (shouldStop()) return {};
+    if (m_callbacks.wasStopped()) return {};
     m_questionIsOpen = true;
     const RefusalAnswer answer = m_callbacks.ask({about, std::string(entry.name()), path});
     {
@@ -178,7 +145,7 @@ void EraseDecisions::didFail(const RemovalEntry& entry, const HostError& error) 
 
 void EraseDecisions::manageError(const RemovalEntry& entry, const HostError& error) {
     if (isNoPermission(error)) {
-        permissionsCheck(entry, false);
+        checkForNoPermissions(entry);
     } else if (isBusy(error)) {
         ++itemBusyCount;
         ++notErasedCount;
@@ -192,8 +159,7 @@ void EraseDecisions::noteFailure(const RemovalEntry& entry, const HostError& err
     if (isBusy(error)) return note(url, StayReason::Busy, false);
     if (error.systemError == EROFS) return note(url, StayReason::ReadOnly, false);
     if (!isNoPermission(error)) {
-        return note(url, StayReason::Error, false,
-                    QString::fromStdString(error.localizedDescription()));
+        return note(url, StayReason::Error, false, error.localizedDescription());
     }
     {
         const std::lock_guard lock(m_lists);
@@ -213,8 +179,7 @@ void EraseDecisions::couldNotBegin(const FileUrl& entry, const HostError& error)
     const StayReason reason = isNoPermission(error) ? StayReason::Forbidden : StayReason::Error;
     if (reason == StayReason::Forbidden) ++notErasedCount;
     note(entry, reason, false,
-         reason == StayReason::Error ? QString::fromStdString(error.localizedDescription())
-                                     : QString());
+         reason == StayReason::Error ? error.localizedDescription() : std::string());
 }
 
 void EraseDecisions::noteWhatTheHelperLeft() {
@@ -229,12 +194,10 @@ void EraseDecisions::noteWhatTheHelperLeft() {
         noteLeft(item, StayReason::Forbidden);
 }
 
-void EraseDecisions::note(const FileUrl& url, StayReason reason, bool skipped,
-                          const QString& message) {
+void EraseDecisions::note(const FileUrl& url, StayReason reason, bool skipped, std::string cause) {
     const std::lock_guard lock(m_lists);
     if (!m_stayedByPath.emplace(url.path(), m_stayed.size()).second) return;
-    m_stayed.push_back(
-        {url, reason, message.isEmpty() ? m_texts.text(messageKey(reason)) : message, skipped});
+    m_stayed.push_back({url, reason, std::move(cause), skipped});
 }
 
 bool EraseDecisions::isHelperAuthorized() {

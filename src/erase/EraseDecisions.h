@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What an erase decides about every entry: whether it is locked or forbidden, whether the user is
-// asked, what goes to the helper, what is counted and what stayed for which reason. No window, no
-// log file, no removal: those are the caller's.
+// asked, what goes to the helper, what is counted and what stayed for which reason. It changes
+// nothing on disk and makes no texts: that is the caller's.
 #pragma once
 
-#include <QString>
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
@@ -22,8 +21,6 @@
 
 namespace kestrin {
 
-class StringTable;
-
 /// What to do with entries that are locked, or that the user may not remove.
 enum class RefusedEntries {
     Ask,    ///< ask as described, the user's answer may hold for all
@@ -37,7 +34,7 @@ enum class StayReason { Locked, Forbidden, Busy, MountPoint, ReadOnly, Replaced,
 struct StayedEntry {
     FileUrl url;
     StayReason reason = StayReason::Error;
-    QString message;       ///< one sentence for the user
+    std::string cause{};   ///< what the host said, where the reason alone does not tell
     bool skipped = false;  ///< the user chose so
 };
 
@@ -55,7 +52,7 @@ struct RefusalAnswer {
 
 /// The decisions of one erase. Thread: any; several workers ask at once. Questions are put one at a
 /// time, each once; while one is open, the workers finish the entry they are at and wait.
-class EraseDecisions final : public RemovalPolicy {
+class EraseDecisions {
  public:
     struct Settings {
         bool deleteLocked = false;  ///< the answer before there is one
@@ -68,18 +65,28 @@ class EraseDecisions final : public RemovalPolicy {
     struct Callbacks {
         std::function<RefusalAnswer(const RefusalQuestion&)> ask;  ///< waits for the user
         std::function<bool()> wasStopped;
-        std::function<void(const std::string& path, std::uint64_t size)> didErase;
         /// Whether the helper may be used. Asked once, when that matters first.
         std::function<bool()> isHelperAuthorized = [] { return false; };
     };
 
-    EraseDecisions(const Settings& settings, const StringTable& texts, Callbacks callbacks);
+    /// What to do about an entry next.
+    enum class Decision {
+        Proceed,
+        Unlock,  ///< clear its attribute, then proceed
+        Leave,   ///< it stays, a folder with all it holds
+    };
 
-    Verdict willEnter(const RemovalEntry& folder) override;
-    Verdict willRemove(const RemovalEntry& entry) override;
-    void didRemove(const RemovalEntry& entry) override;
-    void didFail(const RemovalEntry& entry, const HostError& error) override;
-    bool shouldStop() const override { return m_callbacks.wasStopped(); }
+    EraseDecisions(const Settings& settings, Callbacks callbacks);
+
+    /// Before an entry is entered or removed.
+    Decision decideLocked(const RemovalEntry& entry);
+    /// The attribute could not be cleared: the helper will, after the removal was tried all the
+    /// same.
+    void couldNotUnlock(const RemovalEntry& entry);
+    /// Before an entry is removed whose lock stands in the way no more. Never Unlock.
+    Decision decideForbidden(const RemovalEntry& entry);
+    void didRemove(const RemovalEntry& entry);
+    void didFail(const RemovalEntry& entry, const HostError& error);
 
     /// An entry that could not even be begun, since its folder cannot be opened.
     void couldNotBegin(const FileUrl& entry, const HostError& error);
@@ -110,18 +117,17 @@ class EraseDecisions final : public RemovalPolicy {
     };
 
     Check checkForLockedFile(const RemovalEntry& entry);
-    Check permissionsCheck(const RemovalEntry& entry, bool checkForNoPermissions);
-    Check decideLocked(const RemovalEntry& entry);
-    Check decideForbidden(const RemovalEntry& entry);
+    Check checkForNoPermissions(const RemovalEntry& entry);
+    bool userWantsLocked(const RemovalEntry& entry);
+    bool userWantsForbidden(const RemovalEntry& entry);
     void manageError(const RemovalEntry& entry, const HostError& error);
-    Verdict verdict(const RemovalEntry& entry, Check check, StayReason reason);
+    Decision decision(const RemovalEntry& entry, Check check, StayReason reason);
     RefusalAnswer askOnce(const RemovalEntry& entry, RefusalQuestion::About about);
     void waitWhileAQuestionIsOpen();
     void noteFailure(const RemovalEntry& entry, const HostError& error);
-    void note(const FileUrl& url, StayReason reason, bool skipped, const QString& message = {});
+    void note(const FileUrl& url, StayReason reason, bool skipped, std::string cause = {});
 
     const Settings m_settings;
-    const StringTable& m_texts;
     const Callbacks m_callbacks;
 
     std::once_flag m_helperWasAsked;

@@ -1,38 +1,32 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Owns the progress view of one erase and knows whether the user pressed Stop. It decides nothing:
+// Owns the progress view of one erase, whose Stop button is the erase's Stop. It decides nothing:
 // the engine says when the view shows, what it says and when it closes.
 #pragma once
 
 #include <QString>
-#include <atomic>
-#include <functional>
 #include <memory>
-#include <mutex>
+#include <stop_token>
+#include <utility>
 
 #include "erase/ProgressView.h"
 
 namespace kestrin {
 
-/// Main thread only, but for `wasStopped`, `stopAction`, `setStopHandler` and the spinner's
-/// `isIndeterminate`.
+/// Main thread only, but for `wasStopped`, `stopAction` and the spinner's `isIndeterminate`.
 class QVGenericProgressWindowCntrl {
  public:
-    /// A controller with a view that does not show yet; nullptr when the view cannot be made.
-    static std::unique_ptr<QVGenericProgressWindowCntrl> create(
-        const ProgressViewFactory& makeView);
+    /// A controller with a view that does not show yet, and `stop` as what its button requests;
+    /// nullptr when the view cannot be made.
+    static std::unique_ptr<QVGenericProgressWindowCntrl> create(const ProgressViewFactory& makeView,
+                                                                std::stop_source stop);
 
     QVGenericProgressWindowCntrl(const QVGenericProgressWindowCntrl&) = delete;
     QVGenericProgressWindowCntrl& operator=(const QVGenericProgressWindowCntrl&) = delete;
 
-    /// The user pressed Stop. Never goes back to false.
-    bool wasStopped() const { return m_wasStopped; }
-    /// What the Stop button does. The first call sets `wasStopped` and then calls the stop handler;
-    /// further calls do nothing.
-    void stopAction();
-    /// What to call when Stop is pressed, so that waits can end at once: once, on the thread of
-    /// stopAction; at once on this thread when Stop was pressed before. It must not block. Replaces
-    /// an earlier handler.
-    void setStopHandler(std::function<void()> handler);
+    /// The erase was stopped, by the button or in another way. Never goes back to false.
+    bool wasStopped() const { return m_stop.stop_requested(); }
+    /// What the Stop button does. Further calls do nothing.
+    void stopAction() { m_stop.request_stop(); }
 
     ProgressView& window() { return *m_window; }
     ProgressSpinner& spinner() { return m_window->spinner(); }
@@ -48,14 +42,11 @@ class QVGenericProgressWindowCntrl {
     void hideInfoSizeFields(bool hide) { m_window->hideInfoSizeFields(hide); }
 
  private:
-    QVGenericProgressWindowCntrl() = default;
-    void callStopHandler();
+    explicit QVGenericProgressWindowCntrl(std::stop_source stop) : m_stop(std::move(stop)) {}
 
+    std::stop_source m_stop;
     std::unique_ptr<ProgressView> m_window;
     QString m_countStr;
-    std::atomic<bool> m_wasStopped{false};
-    std::mutex m_handlerLock;
-    std::function<void()> m_stopHandler;  // guarded by m_handlerLock
 };
 
 }  // namespace kestrin

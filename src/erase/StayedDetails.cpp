@@ -12,6 +12,26 @@
 namespace kestrin {
 namespace {
 
+std::string_view reasonKey(StayReason reason) {
+    switch (reason) {
+        case StayReason::Locked:
+            return "stayed_locked"_key;
+        case StayReason::Forbidden:
+            return "stayed_forbidden"_key;
+        case StayReason::Busy:
+            return "stayed_busy"_key;
+        case StayReason::MountPoint:
+            return "stayed_mount_point"_key;
+        case StayReason::ReadOnly:
+            return "stayed_read_only"_key;
+        case StayReason::Replaced:
+            return "stayed_replaced"_key;
+        case StayReason::Error:
+            break;
+    }
+    return "stayed_error"_key;
+}
+
 std::string_view helpKey(const StayedEntry& entry) {
     if (entry.skipped) return "stayed_help_skipped"_key;
     switch (entry.reason) {
@@ -36,7 +56,7 @@ std::string_view helpKey(const StayedEntry& entry) {
 AlertDetail detailOf(const StayedEntry& entry, const StringTable& texts) {
     return {.name = displayName(entry.url.lastPathComponent()),
             .fullName = displayName(entry.url.path()),
-            .reason = displayName(entry.message),
+            .reason = displayName(stayedReason(entry, texts)),
             .help = texts.text(helpKey(entry))};
 }
 
@@ -53,6 +73,11 @@ AlertDetail remainder(std::size_t count, const StringTable& texts,
 
 }  // namespace
 
+QString stayedReason(const StayedEntry& entry, const StringTable& texts) {
+    return entry.cause.empty() ? texts.text(reasonKey(entry.reason))
+                               : QString::fromStdString(entry.cause);
+}
+
 std::vector<AlertDetail> stayedDetails(const std::vector<StayedEntry>& stayed,
                                        const StringTable& texts, const QVNumberUtilities& numbers) {
     std::vector<AlertDetail> details;
@@ -61,6 +86,25 @@ std::vector<AlertDetail> stayedDetails(const std::vector<StayedEntry>& stayed,
         details.push_back(detailOf(stayed[index], texts));
     if (named < stayed.size()) details.push_back(remainder(stayed.size() - named, texts, numbers));
     return details;
+}
+
+std::optional<ErrorReport> endReport(EraseDecisions& decisions, const StringTable& texts,
+                                     const QVNumberUtilities& numbers) {
+    const std::uint64_t busy = decisions.itemBusyCount;
+    ErrorReport report;
+    if (busy >= 2) {
+        report.error = "busy_plur"_errorKey;
+        report.additionalName = {numbers.numberToFormatString(static_cast<double>(busy))};
+    } else if (busy == 1) {
+        report.error = "busy_sing"_errorKey;
+    } else if (decisions.notErasedCount != 0) {
+        report.error =
+            decisions.isHelperAuthorized() ? "not_erased"_errorKey : "user_not_authorized"_errorKey;
+    } else {
+        return std::nullopt;
+    }
+    report.details = stayedDetails(decisions.stayedEntries(), texts, numbers);
+    return report;
 }
 
 }  // namespace kestrin

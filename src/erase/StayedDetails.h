@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The list of what an erase left, as the end report unfolds it. Pure functions, any thread.
+// What an erase says at its end of what it left. Thread: any.
 #pragma once
 
+#include <QString>
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 #include "erase/AlertPanel.h"
 #include "erase/EraseDecisions.h"
+#include "erase/QVErrorDelegate.h"
 
 namespace kestrin {
 
@@ -16,9 +19,16 @@ class StringTable;
 /// How many entries the list names; the others are counted in a last row.
 inline constexpr std::size_t kMostDetails = 300;
 
+/// One sentence that tells the user why the entry stayed. It may hold bytes unfit to be shown.
+QString stayedReason(const StayedEntry& entry, const StringTable& texts);
+
 /// A row for each entry, in their order: its name, its path, why it stayed, what would help. All of
 /// it is fit to be read, whatever the names hold.
 std::vector<AlertDetail> stayedDetails(const std::vector<StayedEntry>& stayed,
                                        const StringTable& texts, const QVNumberUtilities& numbers);
+
+/// The report of the end, with that list; none when nothing was busy or refused.
+std::optional<ErrorReport> endReport(EraseDecisions& decisions, const StringTable& texts,
+                                     const QVNumberUtilities& numbers);
 
 }  // namespace kestrin

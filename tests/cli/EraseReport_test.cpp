@@ -33,7 +33,7 @@ class EraseReport : public ::testing::Test {
         for (std::size_t index = 0; index < count; ++index) {
             result.stayed.push_back({.url = FileUrl::fromPath("/t/" + std::to_string(index) + "\n"),
                                      .reason = StayReason::Locked,
-                                     .message = QStringLiteral("It is locked.")});
+                                     .cause = "It is locked."});
         }
         return result;
     }

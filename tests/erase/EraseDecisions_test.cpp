@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <deque>
 
-#include "base/StringTable.h"
 #include "platform/items/HostErrors.h"
 
 namespace kestrin {
@@ -15,9 +14,9 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using Verdict = RemovalPolicy::Verdict;
+using Decision = EraseDecisions::Decision;
 
-enum class Kind { Plain, Locked, Unlockable, Forbidden, MountPoint, InLockedFolder, Replaced };
+enum class Kind { Plain, Locked, Forbidden, MountPoint, InLockedFolder, Replaced };
 
 class Entry : public RemovalEntry {
  public:
@@ -29,16 +28,14 @@ class Entry : public RemovalEntry {
     bool isMountRoot() const override { return m_kind == Kind::MountPoint; }
     bool isReplaced() const override { return m_kind == Kind::Replaced; }
     ItemIdentity identity() const override { return {}; }
-    bool isImmutable() const override {
-        return m_kind == Kind::Locked || m_kind == Kind::Unlockable;
-    }
+    bool isImmutable() const override { return m_kind == Kind::Locked; }
     std::uint64_t size() const override { return 10; }
     bool isWritingDenied() const override { return m_kind == Kind::Forbidden; }
     unsigned depth() const override { return 0; }
     bool folderIsImmutable() const override { return m_kind == Kind::InLockedFolder; }
     MaybeError clearImmutable() const override {
-        if (m_kind == Kind::Unlockable) return {};
-        return errorFromErrno(EPERM, HostAccess::Write);
+        ADD_FAILURE() << "who decides changes nothing on disk";
+        return {};
     }
 
  private:
@@ -62,10 +59,16 @@ class EraseDecisionsTest : public ::testing::Test {
         };
         callbacks.wasStopped = [] { return false; };
         callbacks.isHelperAuthorized = [this] { return isHelperAuthorized; };
-        decisions.emplace(settings, texts, std::move(callbacks));
+        decisions.emplace(settings, std::move(callbacks));
     }
-    Verdict willRemove(const char* name, Kind kind) {
-        return decisions->willRemove(Entry(name, kind));
+    /// What is decided about an entry whose lock can only be cleared by the helper.
+    Decision willRemove(const char* name, Kind kind) {
+        const Entry entry(name, kind);
+        const Decision decision = decisions->decideLocked(entry);
+        if (decision == Decision::Leave) return decision;
+        EXPECT_EQ(decision == Decision::Unlock, kind == Kind::Locked);
+        if (decision == Decision::Unlock) decisions->couldNotUnlock(entry);
+        return decisions->decideForbidden(entry);
     }
     void didFail(const char* name, int error, Kind kind = Kind::Plain) {
         decisions->didFail(Entry(name, kind), errorFromErrno(error, HostAccess::Write));
@@ -73,7 +76,7 @@ class EraseDecisionsTest : public ::testing::Test {
     /// What stayed: the first letter of the reason, whether it was skipped, the path.
     std::vector<std::string> stayed() const {
         std::vector<std::string> found;
-        for (const auto& [url, reason, message, skipped] : decisions->stayedEntries())
+        for (const auto& [url, reason, cause, skipped] : decisions->stayedEntries())
             found.push_back("LFBMRXE"[int(reason)] + std::string(skipped ? " skipped " : " ") +
                             url.path());
         return found;
@@ -81,7 +84,6 @@ class EraseDecisionsTest : public ::testing::Test {
 
     EraseDecisions::Settings settings;
     bool isHelperAuthorized = true;
-    StringTable texts{QStringLiteral("en")};
     std::deque<RefusalAnswer> answers;
     std::vector<std::string> asked;
     std::optional<EraseDecisions> decisions;
@@ -90,10 +92,10 @@ class EraseDecisionsTest : public ::testing::Test {
 TEST_F(EraseDecisionsTest, WithoutAHelperRefusedEntriesAreCountedAndNeverAskedAbout) {
     isHelperAuthorized = false;
     decide();
-    EXPECT_EQ(willRemove("plain", Kind::Plain), Verdict::Proceed);
-    EXPECT_EQ(willRemove("l", Kind::Locked), Verdict::Leave);
-    EXPECT_EQ(decisions->willEnter(Entry("folder", Kind::Locked)), Verdict::Leave);
-    EXPECT_EQ(willRemove("f", Kind::Forbidden), Verdict::Leave);
+    EXPECT_EQ(willRemove("plain", Kind::Plain), Decision::Proceed);
+    EXPECT_EQ(willRemove("l", Kind::Locked), Decision::Leave);
+    EXPECT_EQ(willRemove("folder", Kind::Locked), Decision::Leave);
+    EXPECT_EQ(willRemove("f", Kind::Forbidden), Decision::Leave);
     EXPECT_EQ(decisions->notErasedCount, 3u);
     EXPECT_THAT(stayed(), ElementsAre("L /t/files/l", "L /t/files/folder", "F /t/files/f"));
     EXPECT_FALSE(decisions->hasWorkForHelper());
@@ -105,11 +107,10 @@ TEST_F(EraseDecisionsTest, TheLockedQuestionIsAskedOnceAnEntryUntilItHoldsForAll
     settings.classifiesTwice = true;
     answers = {{false, false}, {true, true}};
     decide();
-    EXPECT_EQ(willRemove("a", Kind::Locked), Verdict::Leave);
-    EXPECT_EQ(willRemove("a", Kind::Locked), Verdict::Leave);
-    EXPECT_EQ(willRemove("b", Kind::Locked), Verdict::Proceed);
-    EXPECT_EQ(willRemove("c", Kind::Locked), Verdict::Proceed);
-    EXPECT_EQ(willRemove("d", Kind::Unlockable), Verdict::Proceed);
+    EXPECT_EQ(willRemove("a", Kind::Locked), Decision::Leave);
+    EXPECT_EQ(willRemove("a", Kind::Locked), Decision::Leave);
+    EXPECT_EQ(willRemove("b", Kind::Locked), Decision::Proceed);
+    EXPECT_EQ(willRemove("c", Kind::Locked), Decision::Proceed);
     didFail("c", EPERM, Kind::Locked);  // it waits for the helper
     EXPECT_THAT(asked, ElementsAre("a", "b"));
     EXPECT_THAT(stayed(), ElementsAre("L skipped /t/files/a"));
@@ -120,8 +121,8 @@ TEST_F(EraseDecisionsTest, TheLockedQuestionIsAskedOnceAnEntryUntilItHoldsForAll
 
 TEST_F(EraseDecisionsTest, HiddenEntriesGoToTheHelperUnasked) {
     decide();
-    EXPECT_EQ(willRemove(".l", Kind::Locked), Verdict::Proceed);
-    EXPECT_EQ(willRemove(".f", Kind::Forbidden), Verdict::Leave);
+    EXPECT_EQ(willRemove(".l", Kind::Locked), Decision::Proceed);
+    EXPECT_EQ(willRemove(".f", Kind::Forbidden), Decision::Leave);
     EXPECT_THAT(decisions->unlockItems(), ElementsAre(url(".l")));
     EXPECT_THAT(decisions->permissionsItems(), ElementsAre(url(".f")));
 }
@@ -163,9 +164,9 @@ TEST_F(EraseDecisionsTest, StandingChoicesReplaceTheQuestions) {
     settings.locked = RefusedEntries::Skip;
     settings.forbidden = RefusedEntries::Erase;
     decide();
-    EXPECT_EQ(willRemove(".hidden", Kind::Locked), Verdict::Leave);
+    EXPECT_EQ(willRemove(".hidden", Kind::Locked), Decision::Leave);
     EXPECT_THAT(stayed(), ElementsAre("L skipped /t/files/.hidden"));
-    EXPECT_EQ(willRemove("f", Kind::Forbidden), Verdict::Leave);
+    EXPECT_EQ(willRemove("f", Kind::Forbidden), Decision::Leave);
     EXPECT_EQ(decisions->permissionsItems().size(), 1u);
 }
 

@@ -14,8 +14,7 @@ TEST(StayedDetails, NameTheEntriesAndTheirReasonsFitToBeReadAndCountTheRest) {
     const StringTable texts{QStringLiteral("en")};
     const QVNumberUtilities numbers{"en_US", texts};
     std::vector<StayedEntry> stayed(kMostDetails);
-    stayed[0] = {FileUrl::fromPath("/trash/a/b\n\xff"), StayReason::Error,
-                 QStringLiteral("no “\u202e”\n")};
+    stayed[0] = {FileUrl::fromPath("/trash/a/b\n\xff"), StayReason::Error, "no “\u202e”\n"};
     stayed[1] = {FileUrl::fromPath("/trash/c"), StayReason::Locked, {}};
     stayed[2] = {FileUrl::fromPath("/trash/c"), StayReason::Forbidden, {}, true};
     auto rows = stayedDetails(stayed, texts, numbers);
@@ -23,6 +22,7 @@ TEST(StayedDetails, NameTheEntriesAndTheirReasonsFitToBeReadAndCountTheRest) {
     EXPECT_EQ(rows.at(0).name, QStringLiteral("b\\n\uFFFD"));
     EXPECT_EQ(rows[0].fullName, QStringLiteral("/trash/a/b\\n\uFFFD"));
     EXPECT_EQ(rows[0].reason, QStringLiteral("no “‹U+202E›”\\n"));
+    EXPECT_EQ(rows[1].reason, texts.text("stayed_locked"));
     EXPECT_EQ(rows[1].help, texts.text("stayed_help_locked"));
     EXPECT_EQ(rows[2].help, texts.text("stayed_help_skipped"));
 

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "erase/EraseConfirmation.h"
+
+#include "base/StringTable.h"
+#include "erase/EraseCount.h"
+#include "erase/QVAlert.h"
+#include "erase/QVErrorDelegate.h"
+#include "format/DisplayName.h"
+
+namespace kestrin {
+namespace {
+
+TrashInfo trashInfo(const EraseRequest& request, const StringTable& texts) {
+    TrashInfo info;
+    if (request.isAllDisks) {
+        info.information = texts.text("erase_all"_key);
+        info.calculatedStr = "all_disks"_key;
+    } else if (request.isSmartErase) {
+        info.information = texts.text("smart_erase_info"_key);
+        info.calculatedStr = "smart_erase"_key;
+    } else {
+        info.information =
+            StringTable::filled(texts.text("erase_vol"_key), {titleName(request.volumeName)});
+        info.calculatedStr = "single_disk"_key;
+    }
+    info.message = "delete_mess"_key;
+    info.isSmartErase = request.isSmartErase;
+    info.volumeName = request.volumeName;
+    return info;
+}
+
+}  // namespace
+
+std::shared_ptr<QVAlert> showConfirmation(const EraseRequest& request,
+                                          const EraseServices& services, EraseCount& count) {
+    const auto alert = std::make_shared<QVAlert>(
+        [&presenter = services.presenter] { return presenter.alertPanel(); }, services.texts,
+        services.numbers);
+    TrashInfo info = trashInfo(request, services.texts);
+    const EraseCount::Figures figures = count.follow([alert](EraseCount::Figures added) {
+        alert->showSizeInfoStringWithSize(added.size, added.count);
+    });
+    info.size = figures.size;
+    info.count = figures.count;
+    alert->showAlertWithTrashInfo(info, request.window);
+    return alert;
+}
+
+}  // namespace kestrin

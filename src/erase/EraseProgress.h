@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What is shown of one erase while it works, and when.
+#pragma once
+
+#include <QString>
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <stop_token>
+
+#include "erase/EraseRequest.h"
+#include "erase/QVGenericProgressWindowCntrl.h"
+
+namespace kestrin {
+
+class EraseCount;
+class EraseRun;
+
+/// The progress of one erase. Thread: any, but for `create` and `close`; the view itself is used on
+/// the main thread.
+class EraseProgress : public std::enable_shared_from_this<EraseProgress> {
+ public:
+    /// What it shows: the figures of `run` and `count`, and where they come from.
+    struct Subject {
+        EraseServices services;
+        std::shared_ptr<EraseCount> count;
+        std::shared_ptr<EraseRun> run;
+        bool isSmartErase = false;
+        WindowHandle smartWindow = nullptr;  ///< smart erase: the parent of the sheet
+        QString volumeName;                  ///< a single disk that was named; else empty
+    };
+
+    /// Nothing shows yet. `stop` is what the Stop button requests. nullptr when the view cannot be
+    /// made.
+    static std::shared_ptr<EraseProgress> create(Subject subject, const std::stop_source& stop);
+    EraseProgress(const EraseProgress&) = delete;
+    EraseProgress& operator=(const EraseProgress&) = delete;
+
+    void showGathering();
+    void showStopping();
+    void showErasing();
+    /// Called at the rate of a display while the erase works: makes the view visible when that has
+    /// lasted for a while, and brings the figures up to date now and then. Always one thread.
+    void tick();
+    /// The erase works no more: shows the last figures, and does not make the view visible any
+    /// more.
+    void workIsOver();
+    /// Closes the view and lets it go.
+    void close();
+
+ private:
+    using Clock = std::chrono::steady_clock;
+
+    explicit EraseProgress(Subject subject) : m_subject(std::move(subject)) {}
+
+    void onMainThread(std::function<void(EraseProgress&)> change);
+    void show();
+    void update();
+    void updateBar();
+    QString erasingText() const;
+
+    const Subject m_subject;
+    std::unique_ptr<QVGenericProgressWindowCntrl> m_window;  ///< main thread
+    QString m_mainText;                                      ///< as the view was made
+    std::atomic<bool> m_isShown = false;
+    std::atomic<bool> m_isOver = false;
+    Clock::time_point m_latest = Clock::now();  ///< the ticks' own
+};
+
+}  // namespace kestrin

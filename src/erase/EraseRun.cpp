@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "erase/EraseRun.h"
+
+#include <atomic>
+#include <chrono>
+#include <utility>
+
+#include "base/MainThread.h"
+#include "base/StringTable.h"
+#include "base/UserDefaults.h"
+#include "erase/EraseItemSource.h"
+#include "erase/QVErrorDelegate.h"
+#include "erase/QVLogController.h"
+#include "format/DisplayName.h"
+#include "platform/trash/TrashFolders.h"
+
+namespace kestrin {
+namespace {
+
+using namespace std::chrono_literals;
+using Decision = EraseDecisions::Decision;
+
+/// A record younger than this may belong to an entry that is just being trashed.
+constexpr auto kOrphanAge = 60s;
+
+/// The first engine of the process that erases hears of every failed removal twice: it is the one
+/// that the removal itself reports to, besides looking at the result.
+bool becomesRemovalDelegate() {
+    static std::atomic<bool> isTaken = false;
+    return !isTaken.exchange(true);
+}
+
+}  // namespace
+
+EraseRun::EraseRun(const EraseServices& services, const EraseRequest& request, std::stop_token stop,
+                   std::unique_ptr<QVLogController> log, std::function<void()> helperIsDone)
+    : m_services(services),
+      m_stop(std::move(stop)),
+      m_wholeTrashes(request.wholeTrashes),
+      m_log(std::move(log)),
+      m_helperIsDone(std::move(helperIsDone)),
+      m_decisions(settings(request), callbacks()) {}
+
+EraseRun::~EraseRun() = default;
+
+EraseDecisions::Settings EraseRun::settings(const EraseRequest& request) const {
+    return {.deleteLocked = m_services.defaults.boolForKey("delete_locked"),
+            .locked = request.locked,
+            .forbidden = request.forbidden,
+            .classifiesTwice = becomesRemovalDelegate()};
+}
+
+EraseDecisions::Callbacks EraseRun::callbacks() {
+    EraseDecisions::Callbacks callbacks;
+    callbacks.ask = [this](const RefusalQuestion& question) { return askToErase(question); };
+    callbacks.wasStopped = [this] { return shouldStop(); };
+    if (m_services.helper.isAuthorized)
+        callbacks.isHelperAuthorized = m_services.helper.isAuthorized;
+    return callbacks;
+}
+
+void EraseRun::erase(const ItemsToErase& items) {
+    EraseItemSource source(items, {[this](const FileUrl& entry, const HostError& error) {
+                                       m_decisions.couldNotBegin(entry, error);
+                                   },
+                                   [this](const QVItemToErase& entry) { addToNotTrashed(entry); }});
+    TreeRemover(*this).remove(source);
+    source.tidy();
+    if (shouldStop()) return;
+    for (const FileUrl& trashFolder : m_wholeTrashes) {
+        if (auto trash = OpenTrash::open(trashFolder)) trash->removeOrphanRecords(kOrphanAge);
+    }
+}
+
+void EraseRun::addToNotTrashed(const QVItemToErase& entry) {
+    const QVFilesUtilities& files = m_services.files;
+    const FileUrl url = entry.url();
+    if (!files.isDirectoryWithURL(url) || files.isAnEmptyFolder(url)) return;
+    const std::lock_guard lock(m_lock);
+    m_notErased.emplace_back(url, entry.identity);
+}
+
+// --- The policy of the removal ---
+
+RemovalPolicy::Verdict EraseRun::willEnter(const RemovalEntry& folder) {
+    return passesLock(folder) ? Verdict::Proceed : Verdict::Leave;
+}
+
+RemovalPolicy::Verdict EraseRun::willRemove(const RemovalEntry& entry) {
+    const bool proceeds =
+        passesLock(entry) && m_decisions.decideForbidden(entry) == Decision::Proceed;
+    return proceeds ? Verdict::Proceed : Verdict::Leave;
+}
+
+bool EraseRun::passesLock(const RemovalEntry& entry) {
+    const Decision decision = m_decisions.decideLocked(entry);
+    if (decision == Decision::Unlock && entry.clearImmutable()) m_decisions.couldNotUnlock(entry);
+    return decision != Decision::Leave;
+}
+
+void EraseRun::didRemove(const RemovalEntry& entry) {
+    m_decisions.didRemove(entry);
+    if (m_log) m_log->writeEntryWithPath(entry.path(), entry.size());
+}
+
+void EraseRun::didFail(const RemovalEntry& entry, const HostError& error) {
+    m_decisions.didFail(entry, error);
+}
+
+RefusalAnswer EraseRun::askToErase(const RefusalQuestion& question) const {
+    const bool isLocked = question.about == RefusalQuestion::About::Locked;
+    const QString format = m_services.texts.text(
+        isLocked ? "undeleted_locked_sing_str"_key : "undeleted_no_permissions_sing_str"_key);
+    const QString title = StringTable::filled(format, {titleName(question.name)});
+    bool isForAll = false;
+    const int result = m_services.presenter.askToTheUser(
+        {.question = title.toStdString(),
+         .message = std::string(isLocked ? "undeleted_locked_sing_msg"_key : std::string_view()),
+         .defaultButton = std::string("skip"_key),
+         .alternateButton = std::string("erase"_key),
+         .notAnswered = kAlertFirstButton,
+         .showView = true,
+         .viewStatus = &isForAll,
+         .topic =
+             isLocked ? AlertModel::Topic::LockedQuestion : AlertModel::Topic::ForbiddenQuestion,
+         .fullName = displayName(question.path)});
+    return {result == kAlertSecondButton, isForAll};
+}
+
+// --- The helper ---
+
+bool EraseRun::handToHelper() {
+    if (!m_decisions.hasWorkForHelper() || shouldStop()) return false;
+    bool hasBegun = false;
+    MainThread::postAndWait([&] { hasBegun = startHelper(); });
+    return hasBegun;
+}
+
+/// False when Stop came first. Main thread.
+bool EraseRun::startHelper() {
+    if (shouldStop()) return false;
+    m_rootAccess = m_services.helper.makeClient(*this);
+    HelperRequest request;
+    request.unlockItems = m_decisions.unlockItems();
+    request.permissionsItems = m_decisions.permissionsItems();
+    request.erasedSize = m_decisions.totSizeDeleted;
+    request.erasedCount = m_decisions.totItemsDeleted;
+    {
+        const std::lock_guard lock(m_lock);
+        if (!m_notErased.empty()) request.notTrashedBecauseFolderNotEmpty = m_notErased;
+    }
+    m_helperStop.emplace(m_stop, [weak = weak_from_this()] {
+        MainThread::post([weak] {
+            const auto run = weak.lock();
+            if (run && run->m_rootAccess) run->m_rootAccess->stoppedByUser();
+        });
+    });
+    m_rootAccess->authorizedEraseWithDictionary(request);
+    return true;
+}
+
+void EraseRun::releaseHelper() {
+    m_helperStop.reset();
+    m_rootAccess.reset();
+}
+
+void EraseRun::setTotItemsDeleted(std::uint64_t count) {
+    m_decisions.totItemsDeleted = count;
+}
+
+void EraseRun::setTotSizeDeleted(std::uint64_t bytes) {
+    m_decisions.totSizeDeleted = bytes;
+}
+
+void EraseRun::setNotErasedCount(std::uint64_t count) {
+    m_decisions.notErasedCount = count;
+}
+
+void EraseRun::setIsWorking(bool working) {
+    if (!working) m_helperIsDone();
+}
+
+void EraseRun::writeLogEntryWithPath(const std::string& path, std::uint64_t itemSize) {
+    if (m_log) m_log->writeEntryWithPath(path, itemSize);
+}
+
+void EraseRun::showErrorWithError(const HostError& error) {
+    m_services.presenter.showError(error.localizedDescription());
+}
+
+// --- The log ---
+
+void EraseRun::closeLog(bool hasEndLine) {
+    if (!m_log) return;
+    if (hasEndLine) {
+        m_log->writeEndSessionAndCloseFile();
+    } else {
+        m_log->closeLogFile();
+    }
+}
+
+QString EraseRun::logProblem() const {
+    return m_log && m_log->writeFailed() ? m_log->lastProblem() : QString();
+}
+
+}  // namespace kestrin
