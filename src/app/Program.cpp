@@ -203,7 +203,6 @@ AppServices Program::services() {
 
 EraseServices Program::eraseServices() {
     return {.files = QVFilesUtilities::sharedControl(),
-            .trash = QVKestrinFileUtilities::sharedControl(),
             .numbers = QVNumberUtilities::sharedControl(),
             .dates = QVDateUtilities::sharedControl(),
             .presenter = m_presenter,

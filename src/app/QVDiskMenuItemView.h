@@ -63,6 +63,9 @@ class QVDiskMenuItemView : public QWidget {
     bool sizeIsWorking() const { return m_count != nullptr; }
     /// The count was started and has not answered yet.
     bool isCounting() const;
+    /// The count whose figures the row shows; the sender of "updateCountAndSizeToDelete". nullptr
+    /// before it was started.
+    const void* count() const { return m_count.get(); }
     bool isDeleting() const { return m_isDeleting; }
     void setIsDeleting(bool isDeleting) { m_isDeleting = isDeleting; }
     /// The row has sent its action and waits for the end of the erase.

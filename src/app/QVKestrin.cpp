@@ -170,7 +170,7 @@ void QVKestrin::emptyHardDriveTrashAction(QVDiskMenuItemView* row) {
     if (request.volumeName.isEmpty()) request.volumeName = QStringLiteral("Hard Drive");
     request.size = row->itemsSize();
     request.count = row->itemsCount();
-    request.countWillFollow = row->isCounting();
+    if (row->isCounting()) request.countSender = row->count();
     request.wholeTrashes = {row->diskDict().trashURL};
     // The question may take long: the row counts meanwhile, or its disk goes. Without the row's
     // entries the engine takes those that the count brought to it.

@@ -11,7 +11,6 @@
 #include "cli/TerminalProgressView.h"
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
-#include "inventory/QVKestrinFileUtilities.h"
 
 namespace kestrin {
 
@@ -53,7 +52,6 @@ EraseServices EraseSession::services() {
             m_console, [this] { return bytesErased(); }, m_showsProgress);
     };
     return {.files = QVFilesUtilities::sharedControl(),
-            .trash = QVKestrinFileUtilities::sharedControl(),
             .numbers = QVNumberUtilities::sharedControl(),
             .dates = QVDateUtilities::sharedControl(),
             .presenter = m_presenter,

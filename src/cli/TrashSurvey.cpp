@@ -8,7 +8,6 @@
 #include "base/StringTable.h"
 #include "cli/Console.h"
 #include "format/DisplayName.h"
-#include "platform/items/DirectoryReader.h"
 #include "platform/items/ItemAttributes.h"
 
 namespace kestrin {
@@ -25,13 +24,6 @@ Result<std::vector<ScannedEntry>> entriesOfTrash(const FileUrl& trash, std::stop
     Result<std::vector<ScannedEntry>> entries = scanTree(trash, std::move(stop));
     if (!entries && isAbsent(entries.error())) return std::vector<ScannedEntry>();
     return entries;
-}
-
-Result<bool> trashHoldsEntries(const FileUrl& trash) {
-    const Result<std::vector<DirectoryEntry>> entries = readDirectory(trash);
-    if (entries) return !entries->empty();
-    if (isAbsent(entries.error())) return false;
-    return entries.error();
 }
 
 EntrySums& EntrySums::operator+=(const EntrySums& other) {

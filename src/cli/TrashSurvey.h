@@ -9,6 +9,7 @@
 #include "base/FileUrl.h"
 #include "base/Result.h"
 #include "fsutil/QVFilesUtilities.h"
+#include "inventory/TrashCount.h"
 #include "platform/items/TreeScanner.h"
 
 namespace kestrin {
@@ -17,9 +18,6 @@ class Console;
 
 /// The entries directly inside a trash with what lies below each. Thread: any.
 Result<std::vector<ScannedEntry>> entriesOfTrash(const FileUrl& trash, std::stop_token stop = {});
-
-/// Whether anything is in a trash, hidden entries too. Thread: any.
-Result<bool> trashHoldsEntries(const FileUrl& trash);
 
 struct EntrySums {
     std::uint64_t size = 0;   ///< bytes

@@ -37,7 +37,7 @@ std::shared_ptr<QVAlert> showConfirmation(const EraseRequest& request,
         [&presenter = services.presenter] { return presenter.alertPanel(); }, services.texts,
         services.numbers);
     TrashInfo info = trashInfo(request, services.texts);
-    const EraseCount::Figures figures = count.follow([alert](EraseCount::Figures added) {
+    const TrashFigures figures = count.follow([alert](const TrashFigures& added) {
         alert->showSizeInfoStringWithSize(added.size, added.count);
     });
     info.size = figures.size;

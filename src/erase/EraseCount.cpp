@@ -6,7 +6,6 @@
 
 #include "base/MainThread.h"
 #include "erase/EraseQueue.h"
-#include "inventory/QVKestrinFileUtilities.h"
 
 namespace kestrin {
 
@@ -17,31 +16,29 @@ OperationQueue& deletionsOperationQueue() {
     return queue;
 }
 
-EraseCount::EraseCount(QVKestrinFileUtilities& trash, NotificationCenter& center,
-                       const std::stop_token& stop)
-    : m_trash(trash),
-      m_center(center),
-      m_stop(stop),
-      m_onStop(stop, [countStop = m_countStop]() mutable { countStop.request_stop(); }) {}
+EraseCount::EraseCount(NotificationCenter& center, std::stop_token stop)
+    : m_center(center), m_stop(std::move(stop)) {}
 
 EraseCount::~EraseCount() {
-    m_countStop.request_stop();
+    if (m_trashCount) m_trashCount->stop();
 }
 
-void EraseCount::begin(const EraseRequest& request, const void* sender) {
+void EraseCount::begin(const EraseRequest& request, const void* engine) {
     {
         const std::lock_guard lock(m_lock);
         if (!request.isAllDisks) m_figures = {request.size, request.count};
-        m_isKnown = !request.isAllDisks && !request.countWillFollow;
+        m_isKnown = !request.isAllDisks && !request.countSender;
     }
-    observe();
-    if (!request.isAllDisks) return;
-    m_trashes = request.volumeArray;
-    deletionsOperationQueue().enqueue(
-        [self = shared_from_this(), sender] { self->countTrashes(sender); });
+    if (request.isAllDisks) {
+        hear(engine);
+        countTrashes(request.volumeArray);
+    } else if (request.countSender) {
+        hear(*request.countSender);
+    }
 }
 
-void EraseCount::observe() {
+void EraseCount::hear(const void* sender) {
+    m_sender = sender;
     Observation observation = m_center.observe(Key::kUpdateCountAndSizeToDelete,
                                                [weak = weak_from_this()](const Notification& told) {
                                                    if (const auto count = weak.lock())
@@ -51,8 +48,32 @@ void EraseCount::observe() {
     m_observation = std::move(observation);
 }
 
+void EraseCount::countTrashes(const std::vector<TrashLocation>& trashes) {
+    std::vector<FileUrl> full;
+    for (const TrashLocation& trash : trashes)
+        if (!trash.trashIsEmpty) full.push_back(trash.trashURL);
+    m_trashCount = TrashCount::start(deletionsOperationQueue(), std::move(full), countEntries,
+                                     [weak = weak_from_this()](const TrashCount& count) {
+                                         if (const auto self = weak.lock())
+                                             self->post(count.contents());
+                                     });
+    m_onStop.emplace(m_stop, [count = m_trashCount] { count->stop(); });
+}
+
+void EraseCount::post(const TrashContents& contents) {
+    {
+        const std::lock_guard lock(m_lock);
+        m_unreadable = contents.unreadable;
+    }
+    m_center.post(Key::kUpdateCountAndSizeToDelete, m_sender,
+                  UserInfo()
+                      .set(Key::kSize, contents.figures.size)
+                      .set(Key::kCount, contents.figures.count)
+                      .set(Key::kItemsToErase, contents.itemsToErase));
+}
+
 void EraseCount::end() {
-    m_countStop.request_stop();
+    if (m_trashCount) m_trashCount->stop();
     Observation ended;  // outside the lock: it waits for a notification that is being delivered
     const std::lock_guard lock(m_lock);
     ended = std::move(m_observation);
@@ -62,17 +83,19 @@ void EraseCount::endWhenKnown() {
     if (!isGathering()) end();
 }
 
+/// Anybody may post under that name, and some posts only say that a source has been measured.
 void EraseCount::take(const Notification& notification) {
-    const Figures added{notification.userInfo.value<std::uint64_t>(Key::kSize),
-                        notification.userInfo.value<std::uint64_t>(Key::kCount)};
+    const auto* const size = notification.userInfo.find<std::uint64_t>(Key::kSize);
+    const auto* const count = notification.userInfo.find<std::uint64_t>(Key::kCount);
+    if (notification.sender != m_sender || !size || !count) return;
+    const TrashFigures added{*size, *count};
     const auto items = notification.userInfo.value<SharedItemsToErase>(Key::kItemsToErase);
-    std::function<void(Figures)> tell;
+    std::function<void(const TrashFigures&)> tell;
     std::function<void()> whenKnown;
     {
         const std::lock_guard lock(m_lock);
         if (items) m_itemsToErase = items;
-        m_figures.size += added.size;
-        m_figures.count += added.count;
+        m_figures += added;
         m_isKnown = true;
         tell = m_added;
         whenKnown = std::exchange(m_whenKnown, nullptr);
@@ -82,32 +105,7 @@ void EraseCount::take(const Notification& notification) {
     if (whenKnown) MainThread::post(std::move(whenKnown));
 }
 
-void EraseCount::countTrashes(const void* sender) {
-    const std::stop_token stop = m_countStop.get_token();
-    TrashScan sum{std::make_shared<ItemsToErase>(), 0, 0};
-    for (const TrashLocation& trash : m_trashes) {
-        if (trash.trashIsEmpty) continue;
-        const auto scan = m_trash.binItemsAndInfoWithURL(trash.trashURL, stop);
-        if (stop.stop_requested()) return;  // a count that nobody waits for must not reach others
-        if (!scan) continue;
-        sum.size += scan->size;
-        sum.count += scan->count;
-        if (sum.itemsToErase->empty()) {
-            sum.itemsToErase = scan->itemsToErase;
-        } else {
-            auto items = std::make_shared<ItemsToErase>(*sum.itemsToErase);
-            items->insert(items->end(), scan->itemsToErase->begin(), scan->itemsToErase->end());
-            sum.itemsToErase = items;
-        }
-    }
-    m_center.post(Key::kUpdateCountAndSizeToDelete, sender,
-                  UserInfo()
-                      .set(Key::kSize, sum.size)
-                      .set(Key::kCount, sum.count)
-                      .set(Key::kItemsToErase, sum.itemsToErase));
-}
-
-EraseCount::Figures EraseCount::follow(std::function<void(Figures)> added) {
+TrashFigures EraseCount::follow(std::function<void(const TrashFigures&)> added) {
     const std::lock_guard lock(m_lock);
     m_added = std::move(added);
     return m_figures;
@@ -137,7 +135,12 @@ SharedItemsToErase EraseCount::itemsToErase() const {
     return m_itemsToErase;
 }
 
-std::uint64_t EraseCount::raisedTo(Figures erased) {
+std::vector<UnreadableTrash> EraseCount::unreadable() const {
+    const std::lock_guard lock(m_lock);
+    return m_unreadable;
+}
+
+std::uint64_t EraseCount::raisedTo(const TrashFigures& erased) {
     const std::lock_guard lock(m_lock);
     m_figures.size = std::max(m_figures.size, erased.size);
     m_figures.count = std::max(m_figures.count, erased.count);

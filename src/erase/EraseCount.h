@@ -8,42 +8,38 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <stop_token>
 #include <vector>
 
 #include "base/NotificationCenter.h"
 #include "erase/EraseRequest.h"
 #include "inventory/QVItemToErase.h"
+#include "inventory/TrashCount.h"
 
 namespace kestrin {
 
 /// Thread: any, but for `begin`.
 class EraseCount : public std::enable_shared_from_this<EraseCount> {
  public:
-    struct Figures {
-        std::uint64_t size = 0;   ///< bytes
-        std::uint64_t count = 0;  ///< entries
-    };
-
-    /// `stop` is the erase's Stop, which ends the count as well. The references must outlive the
-    /// count, which may be under way for as long as a volume hangs.
-    EraseCount(QVKestrinFileUtilities& trash, NotificationCenter& center,
-               const std::stop_token& stop);
+    /// `stop` is the erase's Stop, which ends the count as well. `center` must outlive the count.
+    EraseCount(NotificationCenter& center, std::stop_token stop);
     ~EraseCount();
     EraseCount(const EraseCount&) = delete;
     EraseCount& operator=(const EraseCount&) = delete;
 
-    /// Takes the figures of `request`. For all disks it begins to count in the background, and
-    /// posts what it finds with `sender` as the sender. Main thread.
-    void begin(const EraseRequest& request, const void* sender);
+    /// Takes the figures of `request`, and hears those that its `countSender` will post. For all
+    /// disks it begins to count in the background, and posts what it finds with `engine` as the
+    /// sender. Main thread.
+    void begin(const EraseRequest& request, const void* engine);
     /// Counts no further and hears no further figures.
     void end();
-    /// Hears no further figures, if there are any.
+    /// Does the same when there are figures.
     void endWhenKnown();
 
     /// Returns the figures so far; `added` is called with those that come later, until another
     /// `follow`.
-    Figures follow(std::function<void(Figures added)> added);
+    TrashFigures follow(std::function<void(const TrashFigures& added)> added);
     /// Has `call` made on the main thread when the figures are known; soon when they are already.
     void whenKnown(std::function<void()> call);
     /// Whether there is nothing to show of the figures yet.
@@ -53,29 +49,32 @@ class EraseCount : public std::enable_shared_from_this<EraseCount> {
 
     /// The entries that came with the figures; never nullptr.
     SharedItemsToErase itemsToErase() const;
+    /// The trashes that could not be counted, with the reason.
+    std::vector<UnreadableTrash> unreadable() const;
     /// Raises the figures to what was erased already, and returns the entries there are in all.
-    std::uint64_t raisedTo(Figures erased);
+    std::uint64_t raisedTo(const TrashFigures& erased);
 
  private:
-    void observe();
+    void hear(const void* sender);
     void take(const Notification& notification);
-    void countTrashes(const void* sender);
+    void countTrashes(const std::vector<TrashLocation>& trashes);
+    void post(const TrashContents& contents);
 
-    QVKestrinFileUtilities& m_trash;
     NotificationCenter& m_center;
-    std::vector<TrashLocation> m_trashes;  ///< what to count
-    std::stop_source m_countStop;
     const std::stop_token m_stop;
-    std::stop_callback<std::function<void()>> m_onStop;
+    const void* m_sender = nullptr;  ///< whose figures are taken
+    std::shared_ptr<TrashCount> m_trashCount;
+    std::optional<std::stop_callback<std::function<void()>>> m_onStop;
 
     mutable std::mutex m_lock;
     std::condition_variable_any m_changed;
     // Guarded by `m_lock`:
     Observation m_observation;
-    Figures m_figures;
+    TrashFigures m_figures;
     SharedItemsToErase m_itemsToErase = std::make_shared<ItemsToErase>();
     bool m_isKnown = false;
-    std::function<void(Figures)> m_added;
+    std::vector<UnreadableTrash> m_unreadable;
+    std::function<void(const TrashFigures&)> m_added;
     std::function<void()> m_whenKnown;
 };
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -23,7 +24,6 @@ namespace kestrin {
 
 class QVDateUtilities;
 class QVErrorDelegate;
-class QVKestrinFileUtilities;
 class QVNumberUtilities;
 class StringTable;
 class UserDefaults;
@@ -54,8 +54,10 @@ struct EraseRequest {
     std::uint64_t count = 0;                 ///< entries; 0 for all disks
     WindowHandle window = nullptr;           ///< smart erase: the parent of sheets
     UserInfo itemsDict;                      ///< smart erase: handed back in "waitForResponse"
-    /// A later "updateCountAndSizeToDelete" will bring the figures. All disks: always so.
-    bool countWillFollow = false;
+    /// Who will post the figures as "updateCountAndSizeToDelete" after this request: the sender of
+    /// that notification, which is nullptr for the late totals of the Smart Window. Without a value
+    /// `size` and `count` are final. All disks: the engine counts, whatever stands here.
+    std::optional<const void*> countSender;
     /// The trashes that are to be empty afterwards: records without data go, too.
     std::vector<FileUrl> wholeTrashes;
 
@@ -70,10 +72,9 @@ struct EraseRequest {
 using DisplayTickFactory =
     std::function<Result<std::unique_ptr<DisplayTick>>(std::function<bool()> callback)>;
 
-/// What an engine works with. All of it must outlive the engine and its count in the background.
+/// What an engine works with. All of it must outlive the engine.
 struct EraseServices {
     QVFilesUtilities& files;
-    QVKestrinFileUtilities& trash;
     QVNumberUtilities& numbers;
     QVDateUtilities& dates;
     QVErrorDelegate& presenter;

@@ -37,7 +37,7 @@ enum class QVDeleteItems::End {
 struct QVDeleteItems::State {
     explicit State(EraseServices allServices)
         : services(std::move(allServices)),
-          count(std::make_shared<EraseCount>(services.trash, services.center, stop.get_token())) {}
+          count(std::make_shared<EraseCount>(services.center, stop.get_token())) {}
 
     const EraseServices services;
     std::stop_source stop;  ///< Stop, for all that belongs to this erase
@@ -184,6 +184,8 @@ void QVDeleteItems::erase(SharedItemsToErase items) {
     progress.showErasing();
     if (isStoppedByUser()) return decideEnd(End::NothingErased);
     if (items->empty()) items = itemsToErase();
+    for (const auto& [trash, error] : count.unreadable())
+        m_state->run->decisions().couldNotBegin(trash, error);
     m_state->run->erase(*items);
     if (m_state->run->handToHelper()) return;
     decideEnd(totItemsDeleted() != 0 ? End::Ordinary : End::NothingErased);

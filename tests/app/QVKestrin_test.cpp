@@ -115,7 +115,6 @@ class QVKestrinTest : public ::testing::Test {
     }
     std::shared_ptr<QVDeleteItems> makeEngine() {
         auto engine = QVDeleteItems::create({.files = QVFilesUtilities::sharedControl(),
-                                             .trash = *utilities,
                                              .numbers = numbers,
                                              .dates = QVDateUtilities::sharedControl(),
                                              .presenter = presenter,

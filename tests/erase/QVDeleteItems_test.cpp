@@ -14,7 +14,6 @@
 #include "erase/QVErrorDelegate.h"
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
-#include "inventory/QVKestrinFileUtilities.h"
 #include "platform/desktop/Places.h"
 #include "platform/items/HostErrors.h"
 #include "support/RecordingProgressView.h"
@@ -75,7 +74,6 @@ class QVDeleteItemsTest : public ::testing::Test {
     QVErrorDelegate presenter{alerts.factory(), texts, defaults};
     const std::string logs = location(Place::Logs).path();
     EraseServices services{QVFilesUtilities::sharedControl(),
-                           QVKestrinFileUtilities::sharedControl(),
                            numbers,
                            QVDateUtilities::sharedControl(),
                            presenter,
@@ -129,6 +127,51 @@ TEST_F(QVDeleteItemsTest, ASingleDiskIsNamedUnlessNobodyWasAskedAndOnlyWhatWasLi
     EXPECT_TRUE(exists(trash + "/replaced"));
 }
 
+TEST_F(QVDeleteItemsTest, TakesTheLateFiguresThatAreMeantForItAndNoOthers) {
+    const auto figures = [this](const char* name) {
+        return UserInfo()
+            .set(Key::kSize, std::uint64_t{5})
+            .set(Key::kCount, std::uint64_t{1})
+            .set(Key::kItemsToErase, items(name));
+    };
+    EraseRequest request;
+    const void* const itsCount = &request;
+    for (const void* sender : {itsCount, static_cast<const void*>(nullptr)}) {
+        trashFile("one");
+        trashFile("other");
+        request.countSender = sender;
+        alerts.addAnswer(kAlertFirstButton, false, [&] {
+            center.post(Key::kUpdateCountAndSizeToDelete, sender);  // a source was measured
+            center.post(Key::kUpdateCountAndSizeToDelete, &alerts, figures("other"));
+            EXPECT_TRUE(alerts.sizeLines.back().spinning);
+            center.post(Key::kUpdateCountAndSizeToDelete, sender, figures("one"));
+            EXPECT_FALSE(alerts.sizeLines.back().spinning);
+        });
+        ASSERT_TRUE(run(request));
+        EXPECT_FALSE(exists(trash + "/one"));
+        EXPECT_TRUE(exists(trash + "/other"));
+        EXPECT_EQ(engine->totItemsDeleted(), 1u);
+    }
+}
+
+TEST_F(QVDeleteItemsTest, NamesATrashThatCannotBeReadAnyMore) {
+    EraseRequest request = allDisks();
+    const std::string closed = scratch / "Other/files";
+    request.volumeArray.push_back(
+        {FileUrl::fromPath(closed), {}, QStringLiteral("B"), "/b", false});
+    writeFile(closed + "/two");
+    trashFile("one");
+    std::filesystem::permissions(closed, std::filesystem::perms::none);
+    for (const std::uint64_t erased : {1u, 0u}) {
+        ASSERT_TRUE(run(request));
+        EXPECT_EQ(engine->totItemsDeleted(), erased);
+        ASSERT_EQ(engine->stayedEntries().size(), 1u);
+        EXPECT_EQ(engine->stayedEntries()[0].url.path(), closed);
+        EXPECT_EQ(engine->stayedEntries()[0].reason, StayReason::Forbidden);
+    }
+    std::filesystem::permissions(closed, std::filesystem::perms::owner_all);
+}
+
 TEST_F(QVDeleteItemsTest, ProgressShowsAfterSevenTenthsAndStopEndsTheErase) {
     KESTRIN_REQUIRE_ROOT();
     services.helper.isAuthorized = [] { return true; };
@@ -159,7 +202,13 @@ TEST_F(QVDeleteItemsTest, DeclinedOrStoppedBeforeTheFirstEntryItKeepsThemAll) {
     EXPECT_FALSE(ask());
     EXPECT_EQ(ends.size(), 1u);
 
-    alerts.addAnswer(kAlertFirstButton, false, [this] { engine->stop(); });
+    const Observation counts = center.observe(
+        Key::kUpdateCountAndSizeToDelete,
+        [](const Notification&) { FAIL() << "nobody waits for this count any more"; });
+    alerts.addAnswer(kAlertFirstButton, false, [this] {
+        engine->stop();
+        waitFor([] { return false; }, 50);
+    });
     ASSERT_TRUE(ask()) << "during the confirmation";
     ASSERT_TRUE(engine->proceedToEraseWithArray());
     EXPECT_EQ(ends.size(), 2u);
