@@ -230,7 +230,8 @@ std::unique_ptr<AlertPanel> Program::makeAlertPanel() {
 }
 
 std::unique_ptr<ProgressView> Program::makeProgressView(std::function<void()> stop) {
-    auto view = std::make_unique<WidgetProgressView>(m_texts, std::move(stop));
+    auto view = std::make_unique<WidgetProgressView>(m_texts, QVNumberUtilities::sharedControl(),
+                                                     std::move(stop));
     QVProgressWindow& window = view->window();
     // By the window: it shows at once that it is stopping.
     return std::make_unique<ProgressNotices>(

@@ -19,14 +19,24 @@ ProgressNotices::ProgressNotices(std::unique_ptr<ProgressView> view,
 
 ProgressNotices::~ProgressNotices() = default;
 
-void ProgressNotices::show() {
-    m_view->show();
-    begin();
+void ProgressNotices::show(const ProgressState& state) {
+    m_view->show(state);
+    const bool isOther = state.phase != m_state.phase;
+    m_state = state;
+    if (!m_isShown) return;
+    if (state.figures) m_launcher.setProgress(state.figures->percent());
+    if (isOther) followWindow();
 }
 
-void ProgressNotices::showAsSheet(WindowHandle parent) {
-    m_view->showAsSheet(parent);
-    begin();
+void ProgressNotices::open(WindowHandle parent) {
+    m_view->open(parent);
+    m_isShown = true;
+    if (m_state.figures) m_launcher.setProgress(m_state.figures->percent());
+    QObject::connect(qGuiApp, &QGuiApplication::focusWindowChanged, &m_context,
+                     [this] { followWindow(); });
+    // A window that was just shown gets the focus a moment later.
+    QMetaObject::invokeMethod(
+        &m_context, [this] { followWindow(); }, Qt::QueuedConnection);
 }
 
 void ProgressNotices::close() {
@@ -36,37 +46,15 @@ void ProgressNotices::close() {
     m_view->close();
 }
 
-void ProgressNotices::begin() {
-    m_isShown = true;
-    QObject::connect(qGuiApp, &QGuiApplication::focusWindowChanged, &m_context,
-                     [this] { followWindow(); });
-    // A window that was just shown gets the focus a moment later.
-    QMetaObject::invokeMethod(
-        &m_context, [this] { followWindow(); }, Qt::QueuedConnection);
-}
-
 void ProgressNotices::followWindow() {
+    using Phase = ProgressState::Phase;
     if (!m_isShown) return;
-    if (m_isInFront()) return m_notification.close();
+    if (m_isInFront() || m_state.phase == Phase::Over) return m_notification.close();
+    const bool canStop = m_state.phase == Phase::Working;
     m_notification.show(
-        {.title = m_view->mainText(), .text = {}, .actionTitle = m_texts.text("stop_btn"_key)});
-}
-
-void ProgressNotices::startIndeterminateAnimation() {
-    m_view->spinner().startIndeterminateAnimation();
-}
-
-void ProgressNotices::startDeterminateAnimation() {
-    m_view->spinner().startDeterminateAnimation();
-}
-
-bool ProgressNotices::isIndeterminate() const {
-    return m_view->spinner().isIndeterminate();
-}
-
-void ProgressNotices::updateProgress(double percent) {
-    m_view->spinner().updateProgress(percent);
-    if (m_isShown) m_launcher.setProgress(percent);
+        {.title = m_state.mainText.isEmpty() ? m_texts.text("progress_main"_key) : m_state.mainText,
+         .text = {},
+         .actionTitle = canStop ? m_texts.text("stop_btn"_key) : QString()});
 }
 
 }  // namespace kestrin

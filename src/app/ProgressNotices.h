@@ -15,38 +15,25 @@ namespace kestrin {
 
 class StringTable;
 
-/// A progress view that hands everything on to `view`. Main thread, but for isIndeterminate.
-class ProgressNotices final : public ProgressView, private ProgressSpinner {
+/// A progress view that hands everything on to `view`. Main thread.
+class ProgressNotices final : public ProgressView {
  public:
     /// `isInFront` tells whether the user sees the window of `view`; `stop` is what Stop does.
     ProgressNotices(std::unique_ptr<ProgressView> view, std::function<bool()> isInFront,
                     const StringTable& texts, std::function<void()> stop);
     ~ProgressNotices() override;
 
-    ProgressSpinner& spinner() override { return *this; }
-    void setMainText(const QString& text) override { m_view->setMainText(text); }
-    QString mainText() const override { return m_view->mainText(); }
-    void setInfoText(const QString& text) override { m_view->setInfoText(text); }
-    void setCountText(const QString& text) override { m_view->setCountText(text); }
-    void setSizeText(const QString& text) override { m_view->setSizeText(text); }
-    QString countFormat() const override { return m_view->countFormat(); }
-    void hideInfoSizeFields(bool hide) override { m_view->hideInfoSizeFields(hide); }
-    void show() override;
-    void showAsSheet(WindowHandle parent) override;
+    void show(const ProgressState& state) override;
+    void open(WindowHandle parent) override;
     void close() override;
 
  private:
-    void startIndeterminateAnimation() override;
-    void startDeterminateAnimation() override;
-    bool isIndeterminate() const override;
-    void updateProgress(double percent) override;
-
-    void begin();
     void followWindow();
 
     const std::unique_ptr<ProgressView> m_view;
     const std::function<bool()> m_isInFront;
     const StringTable& m_texts;
+    ProgressState m_state;
     bool m_isShown = false;
     DesktopNotification m_notification;
     LauncherEntry m_launcher;

@@ -48,8 +48,7 @@ bool EraseSession::runInBackground(const std::function<void(std::stop_token)>& w
 EraseServices EraseSession::services() {
     // Stop comes by signal, not by a button of the view.
     const auto makeView = [this](const std::function<void()>&) {
-        return std::make_unique<TerminalProgressView>(
-            m_console, [this] { return bytesErased(); }, m_showsProgress);
+        return std::make_unique<TerminalProgressView>(m_console, m_showsProgress);
     };
     return {.files = QVFilesUtilities::sharedControl(),
             .numbers = QVNumberUtilities::sharedControl(),
@@ -60,10 +59,6 @@ EraseServices EraseSession::services() {
             .texts = StringTable::sharedControl(),
             .makeProgressView = makeView,
             .helper = m_helper.access()};
-}
-
-std::uint64_t EraseSession::bytesErased() const {
-    return m_engine->totSizeDeleted();
 }
 
 EraseResult EraseSession::erase(const EraseRequest& request, const SharedItemsToErase& items) {

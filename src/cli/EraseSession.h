@@ -62,7 +62,6 @@ class EraseSession {
     void waitForCount();
     void waitUntil(const std::function<bool()>& isTrue);
     EraseResult finished() const;
-    std::uint64_t bytesErased() const;
     void stop();
 
     Console& m_console;

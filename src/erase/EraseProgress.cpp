@@ -8,7 +8,6 @@
 #include "erase/EraseCount.h"
 #include "erase/EraseRun.h"
 #include "format/DisplayName.h"
-#include "format/QVNumberUtilities.h"
 
 namespace kestrin {
 namespace {
@@ -26,7 +25,6 @@ std::shared_ptr<EraseProgress> EraseProgress::create(Subject subject,
     progress->m_window =
         QVGenericProgressWindowCntrl::create(progress->m_subject.services.makeProgressView, stop);
     if (!progress->m_window) return nullptr;
-    progress->m_mainText = progress->m_window->mainInfoFieldTxt();
     return progress;
 }
 
@@ -39,29 +37,13 @@ void EraseProgress::onMainThread(std::function<void(EraseProgress&)> change) {
 }
 
 void EraseProgress::showGathering() {
-    onMainThread([](EraseProgress& progress) {
-        progress.m_window->hideInfoSizeFields(true);
-        progress.m_window->spinner().startIndeterminateAnimation();
-        progress.m_window->setMainInfoFieldTxt(
-            progress.m_subject.services.texts.text("gathering_bin_info"_key));
-    });
-}
-
-void EraseProgress::showStopping() {
-    onMainThread([](EraseProgress& progress) {
-        progress.m_window->setMainInfoFieldTxt(
-            progress.m_subject.services.texts.text("stopping"_key));
-    });
+    m_isGathering = true;
+    update();
 }
 
 void EraseProgress::showErasing() {
-    onMainThread([](EraseProgress& progress) {
-        progress.m_window->hideInfoSizeFields(false);
-        progress.m_window->spinner().startDeterminateAnimation();
-        progress.m_window->setInfoFld({});
-        progress.m_window->setMainInfoFieldTxt(progress.m_mainText);
-        progress.m_window->setInfoFld(progress.erasingText());
-    });
+    m_isGathering = false;
+    update();
 }
 
 QString EraseProgress::erasingText() const {
@@ -80,8 +62,7 @@ void EraseProgress::tick() {
         update();
     } else if (elapsed >= kWindowDelay) {
         m_latest = now;
-        onMainThread([](EraseProgress& progress) { progress.show(); });
-        update();  // nobody sees the window without its figures
+        onMainThread([](EraseProgress& progress) { progress.open(); });
     }
 }
 
@@ -90,32 +71,37 @@ void EraseProgress::workIsOver() {
     update();
 }
 
-void EraseProgress::show() {
+void EraseProgress::open() {
     if (m_isOver || m_isShown.exchange(true)) return;
-    if (m_subject.isSmartErase) {
-        m_window->window().showAsSheet(m_subject.smartWindow);
-    } else {
-        m_window->window().show();
-    }
+    m_window->window().show(state());  // nobody sees the view without its figures
+    m_window->window().open(m_subject.isSmartErase ? m_subject.smartWindow : nullptr);
 }
 
 void EraseProgress::update() {
-    onMainThread([](EraseProgress& progress) {
-        if (progress.m_isShown && !progress.m_window->spinner().isIndeterminate())
-            progress.updateBar();
-    });
+    onMainThread(
+        [](EraseProgress& progress) { progress.m_window->window().show(progress.state()); });
 }
 
-void EraseProgress::updateBar() {
-    const std::uint64_t items = m_subject.run->decisions().totItemsDeleted;
-    const std::uint64_t size = m_subject.run->decisions().totSizeDeleted;
-    const std::uint64_t total = m_subject.count->raisedTo({.size = size, .count = items});
-    const QVNumberUtilities& numbers = m_subject.services.numbers;
-    m_window->spinner().updateProgress(total == 0 ? 0 : 100.0 * double(items) / double(total));
-    m_window->setSizeFld(numbers.sizeToFormatString(size, 4, true));
-    m_window->setCountFld(
-        StringTable::filled(m_window->countStr(), {numbers.numberToFormatString(double(items)),
-                                                   numbers.numberToFormatString(double(total))}));
+ProgressState EraseProgress::state() const {
+    using Phase = ProgressState::Phase;
+    const StringTable& texts = m_subject.services.texts;
+    const bool isStopping = m_window->wasStopped();
+    ProgressState state{.phase = m_isOver     ? Phase::Over
+                                 : isStopping ? Phase::Stopping
+                                              : Phase::Working};
+    if (isStopping) state.mainText = texts.text("stopping"_key);
+    if (m_isGathering) {
+        if (!isStopping) state.mainText = texts.text("gathering_bin_info"_key);
+        return state;
+    }
+    const EraseDecisions& decisions = m_subject.run->decisions();
+    const std::uint64_t items = decisions.totItemsDeleted;
+    const std::uint64_t bytes = decisions.totSizeDeleted;
+    state.infoText = erasingText();
+    state.figures = {.items = items,
+                     .allItems = m_subject.count->raisedTo({.size = bytes, .count = items}),
+                     .bytes = bytes};
+    return state;
 }
 
 void EraseProgress::close() {

@@ -37,14 +37,15 @@ class EraseProgress : public std::enable_shared_from_this<EraseProgress> {
     EraseProgress(const EraseProgress&) = delete;
     EraseProgress& operator=(const EraseProgress&) = delete;
 
+    /// The items are still being counted.
     void showGathering();
-    void showStopping();
+    /// They are known, and being erased.
     void showErasing();
     /// Called at the rate of a display while the erase works: makes the view visible when that has
     /// lasted for a while, and brings the figures up to date now and then. Always one thread.
     void tick();
-    /// The erase works no more: shows the last figures, and does not make the view visible any
-    /// more.
+    /// The erase works no more: shows the last figures, takes Stop away, and does not make the view
+    /// visible any more.
     void workIsOver();
     /// Closes the view and lets it go.
     void close();
@@ -55,14 +56,14 @@ class EraseProgress : public std::enable_shared_from_this<EraseProgress> {
     explicit EraseProgress(Subject subject) : m_subject(std::move(subject)) {}
 
     void onMainThread(std::function<void(EraseProgress&)> change);
-    void show();
+    void open();
     void update();
-    void updateBar();
+    ProgressState state() const;
     QString erasingText() const;
 
     const Subject m_subject;
     std::unique_ptr<QVGenericProgressWindowCntrl> m_window;  ///< main thread
-    QString m_mainText;                                      ///< as the view was made
+    std::atomic<bool> m_isGathering = false;
     std::atomic<bool> m_isShown = false;
     std::atomic<bool> m_isOver = false;
     Clock::time_point m_latest = Clock::now();  ///< the ticks' own

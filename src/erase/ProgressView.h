@@ -1,46 +1,52 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What shows the progress of an erase: a window, a line in the terminal, a recording in tests. Main
-// thread only, but for `isIndeterminate`.
+// thread only.
 #pragma once
 
 #include <QString>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "erase/AlertPanel.h"
 
 namespace kestrin {
 
-/// The progress bar or its like.
-class ProgressSpinner {
- public:
-    virtual ~ProgressSpinner() = default;
-    virtual void startIndeterminateAnimation() = 0;
-    virtual void startDeterminateAnimation() = 0;
-    virtual bool isIndeterminate() const = 0;
-    /// `percent` 0 to 100.
-    virtual void updateProgress(double percent) = 0;
+/// How far an erase is.
+struct ProgressFigures {
+    std::uint64_t items = 0;     ///< erased so far
+    std::uint64_t allItems = 0;  ///< at least `items`
+    std::uint64_t bytes = 0;     ///< erased so far
+
+    /// Of the items, 0 to 100.
+    double percent() const {
+        return allItems == 0 ? 0
+                             : 100.0 * static_cast<double>(items) / static_cast<double>(allItems);
+    }
+};
+
+/// All that is shown of an erase at one moment.
+struct ProgressState {
+    enum class Phase {
+        Working,   ///< Stop can be pressed
+        Stopping,  ///< it was pressed
+        Over,      ///< nothing is left to be stopped; the end is about to be reported
+    };
+    Phase phase = Phase::Working;
+    QString mainText{};  ///< what is happening; empty: the view's own words for an erase
+    QString infoText{};  ///< what is being erased; may be empty
+    std::optional<ProgressFigures> figures{};  ///< none while the items are being counted
 };
 
 class ProgressView {
  public:
     virtual ~ProgressView() = default;
 
-    virtual ProgressSpinner& spinner() = 0;
-    virtual void setMainText(const QString& text) = 0;
-    virtual QString mainText() const = 0;
-    virtual void setInfoText(const QString& text) = 0;
-    virtual void setCountText(const QString& text) = 0;
-    virtual void setSizeText(const QString& text) = 0;
-    /// The count field's initial text: a format with two "%@", items done and items in all.
-    virtual QString countFormat() const = 0;
-    /// Hides or shows the count label, the count, the size label and the size, together.
-    virtual void hideInfoSizeFields(bool hide) = 0;
-
-    /// Makes the view visible as a free window.
-    virtual void show() = 0;
-    /// Makes the view visible as a sheet on `parent`.
-    virtual void showAsSheet(WindowHandle parent) = 0;
+    /// Shows `state` in place of what was shown before. Does not make the view visible.
+    virtual void show(const ProgressState& state) = 0;
+    /// Makes the view visible: as a sheet on `parent`, as a free window when nullptr.
+    virtual void open(WindowHandle parent) = 0;
     virtual void close() = 0;
 };
 

@@ -178,7 +178,6 @@ void QVDeleteItems::erase(SharedItemsToErase items) {
     if (count.isGathering()) {
         progress.showGathering();
         count.waitUntilKnown();
-        if (isStoppedByUser()) progress.showStopping();
         count.end();
     }
     progress.showErasing();

@@ -9,7 +9,6 @@ std::unique_ptr<QVGenericProgressWindowCntrl> QVGenericProgressWindowCntrl::crea
         new QVGenericProgressWindowCntrl(std::move(stop)));
     controller->m_window = makeView([self = controller.get()] { self->stopAction(); });
     if (!controller->m_window) return nullptr;
-    controller->m_countStr = controller->m_window->countFormat();
     return controller;
 }
 

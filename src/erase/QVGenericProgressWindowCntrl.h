@@ -3,7 +3,6 @@
 // the engine says when the view shows, what it says and when it closes.
 #pragma once
 
-#include <QString>
 #include <memory>
 #include <stop_token>
 #include <utility>
@@ -12,7 +11,7 @@
 
 namespace kestrin {
 
-/// Main thread only, but for `wasStopped`, `stopAction` and the spinner's `isIndeterminate`.
+/// Main thread only, but for `wasStopped` and `stopAction`.
 class QVGenericProgressWindowCntrl {
  public:
     /// A controller with a view that does not show yet, and `stop` as what its button requests;
@@ -29,24 +28,12 @@ class QVGenericProgressWindowCntrl {
     void stopAction() { m_stop.request_stop(); }
 
     ProgressView& window() { return *m_window; }
-    ProgressSpinner& spinner() { return m_window->spinner(); }
-
-    void setMainInfoFieldTxt(const QString& text) { m_window->setMainText(text); }
-    QString mainInfoFieldTxt() const { return m_window->mainText(); }
-    void setInfoFld(const QString& text) { m_window->setInfoText(text); }
-    void setCountFld(const QString& text) { m_window->setCountText(text); }
-    void setSizeFld(const QString& text) { m_window->setSizeText(text); }
-    /// The format of the count field, with two "%@": items done, items in all.
-    const QString& countStr() const { return m_countStr; }
-    /// Hides or shows the count label, the count, the size label and the size, together.
-    void hideInfoSizeFields(bool hide) { m_window->hideInfoSizeFields(hide); }
 
  private:
     explicit QVGenericProgressWindowCntrl(std::stop_source stop) : m_stop(std::move(stop)) {}
 
     std::stop_source m_stop;
     std::unique_ptr<ProgressView> m_window;
-    QString m_countStr;
 };
 
 }  // namespace kestrin

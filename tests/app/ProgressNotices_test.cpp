@@ -28,10 +28,13 @@ class ProgressNoticesTest : public ::testing::Test {
         m_notices = std::make_unique<ProgressNotices>(
             m_record.factory()([] {}), [this] { return m_isInFront; }, m_texts,
             [this] { ++m_stopped; });
-        m_notices->setMainText(QStringLiteral("Emptying all trashes"));
     }
     static void pass(int milliseconds) {
         waitFor([] { return false; }, milliseconds);
+    }
+    static ProgressState at(std::uint64_t percent,
+                            ProgressState::Phase phase = ProgressState::Phase::Working) {
+        return {.phase = phase, .figures = ProgressFigures{.items = percent, .allItems = 100}};
     }
     /// Whether the notification comes, or goes.
     bool shows(bool isShown = true) {
@@ -52,35 +55,40 @@ class ProgressNoticesTest : public ::testing::Test {
 };
 
 TEST_F(ProgressNoticesTest, TellOfTheEraseWhileItShowsAndNoLonger) {
-    m_notices->spinner().updateProgress(10);
+    m_notices->show(at(10));
     putInFront(false);
     pass(100);
     EXPECT_TRUE(m_desktop->texts.isEmpty()) << "an erase that ends soon shows nothing at all";
 
-    m_notices->show();
+    m_notices->open(nullptr);
     EXPECT_TRUE(shows());
-    EXPECT_EQ(m_desktop->texts.back(),
-              QStringLiteral("Emptying all trashes||action,") + m_texts.text("stop_btn"));
-    m_notices->spinner().updateProgress(43.9);
-    EXPECT_TRUE(waitFor([this] { return m_dock->shown.size() == 1; }));
-    m_notices->close();
-    EXPECT_TRUE(shows(false));
+    EXPECT_EQ(m_desktop->texts.back(), m_texts.text("progress_main") + QStringLiteral("||action,") +
+                                           m_texts.text("stop_btn"));
+    m_notices->show(at(43));
     EXPECT_TRUE(waitFor([this] { return m_dock->shown.size() == 2; }));
-    EXPECT_THAT(m_dock->shown, ElementsAre(0.43, -1.0));
+
+    m_notices->show(at(100, ProgressState::Phase::Over));
+    EXPECT_TRUE(shows(false));
+    putInFront(false);  // the report takes the focus
+    pass(100);
+    EXPECT_FALSE(m_desktop->isShown) << "there is nothing to stop any more";
+    m_notices->close();
+    EXPECT_TRUE(waitFor([this] { return m_dock->shown.size() == 4; }));
+    EXPECT_THAT(m_dock->shown, ElementsAre(0.1, 0.43, 1.0, -1.0));
     EXPECT_EQ(m_record.closed, 1);
 
-    m_notices->spinner().updateProgress(100);
+    m_notices->show(at(100));
     putInFront(false);
     pass(100);
     EXPECT_FALSE(m_desktop->isShown);
-    EXPECT_EQ(m_dock->shown.size(), 2u) << "late figures bring nothing back";
+    EXPECT_EQ(m_dock->shown.size(), 4u) << "late figures bring nothing back";
 }
 
 TEST_F(ProgressNoticesTest, TheNotificationAndItsStopMakeUpForAWindowThatIsNotSeen) {
     int window = 0;
     m_isInFront = true;
-    m_notices->showAsSheet(&window);
-    EXPECT_THAT(m_record.sheetParents, ElementsAre(&window));
+    m_notices->open(&window);
+    EXPECT_THAT(m_record.parents, ElementsAre(&window));
     pass(100);
     EXPECT_TRUE(m_desktop->texts.isEmpty());
     putInFront(false);

@@ -97,7 +97,7 @@ TEST_F(QVDeleteItemsTest, ErasesEverythingAndSaysSoOnce) {
     EXPECT_EQ(ends[0].value<std::uint64_t>(Key::kErasedCount), 4u);
     EXPECT_EQ(ends[0].value<std::uint64_t>(Key::kErasedSize), 10u);
     EXPECT_FALSE(ends[0].value<bool>(Key::kWasStoppedByUser, true));
-    EXPECT_EQ(progress.shown, 0) << "within 0.7 s nothing shows";
+    EXPECT_TRUE(progress.parents.empty()) << "within 0.7 s nothing shows";
     EXPECT_EQ(progress.closed, 1);
 }
 
@@ -109,13 +109,13 @@ TEST_F(QVDeleteItemsTest, ASingleDiskIsNamedUnlessNobodyWasAskedAndOnlyWhatWasLi
     trashFile("one");
     ASSERT_TRUE(run(request, items("one")));
     EXPECT_THAT(alerts.models.at(0).title.toStdString(), HasSubstr("Backup %1"));
-    EXPECT_THAT(progress.infoTexts.back().toStdString(), HasSubstr("Backup %1"));
+    EXPECT_THAT(progress.states.back().infoText.toStdString(), HasSubstr("Backup %1"));
 
     trashFile("two");
     defaults.set("show_alert", false);
     ASSERT_TRUE(run(request, items("two")));
     EXPECT_EQ(alerts.models.size(), 1u);
-    EXPECT_EQ(progress.infoTexts.back(), texts.text("erasing_all"_key));
+    EXPECT_EQ(progress.states.back().infoText, texts.text("erasing_all"_key));
 
     trashFile("replaced");
     const SharedItemsToErase listed = items("replaced");
@@ -181,7 +181,7 @@ TEST_F(QVDeleteItemsTest, ProgressShowsAfterSevenTenthsAndStopEndsTheErase) {
     }
     alerts.addAnswer(kAlertFirstButton);
     alerts.addAnswer(kAlertFirstButton, false, [this] {
-        EXPECT_TRUE(waitFor([this] { return progress.shown == 1; }, 3000));
+        EXPECT_TRUE(waitFor([this] { return progress.parents.size() == 1; }, 3000));
         progress.pressStop();
     });
     ASSERT_TRUE(run(allDisks()));

@@ -12,7 +12,8 @@
 #include <utility>
 
 #include "base/StringTable.h"
-#include "erase/ui/AnimatedProgressBar.h"
+#include "format/QVNumberUtilities.h"
+#include "widgets/AnimatedProgressBar.h"
 #include "widgets/ElidedLabel.h"
 #include "widgets/Sheet.h"
 
@@ -20,6 +21,7 @@ namespace kestrin {
 namespace {
 
 constexpr int kWidth = 420;
+constexpr std::uint16_t kSizeScale = 4;  // up to terabytes
 
 QLabel* plainLabel(const QString& name, const QString& text) {
     auto* const label = new QLabel(text);
@@ -41,9 +43,11 @@ ElidedLabel* line(const QString& name) {
 
 }  // namespace
 
-QVProgressWindow::QVProgressWindow(const StringTable& texts, std::function<void()> stop)
+QVProgressWindow::QVProgressWindow(const StringTable& texts, const QVNumberUtilities& numbers,
+                                   std::function<void()> stop)
     : QWidget(nullptr, kDialogFrame),
       m_texts(texts),
+      m_numbers(numbers),
       m_stop(std::move(stop)),
       m_mainLine(line(QStringLiteral("main_line"))),
       m_infoLine(line(QStringLiteral("info_line"))),
@@ -85,8 +89,27 @@ QWidget* QVProgressWindow::makeFigures() {
     return figures;
 }
 
-void QVProgressWindow::setMainText(const QString& text) {
-    if (!m_wasStopped) showMainText(text);
+void QVProgressWindow::setState(const ProgressState& state) {
+    m_isOver = state.phase == ProgressState::Phase::Over;
+    m_stopButton->setEnabled(state.phase == ProgressState::Phase::Working && !m_wasStopped);
+    if (!m_wasStopped) {
+        showMainText(state.mainText.isEmpty() ? m_texts.text("progress_main"_key) : state.mainText);
+    }
+    m_infoLine->setFullText(state.infoText);
+    showFigures(state.figures);
+}
+
+void QVProgressWindow::showFigures(const std::optional<ProgressFigures>& figures) {
+    for (QLabel* const label : {m_countLabel, m_count, m_sizeLabel, m_size})
+        label->setVisible(figures.has_value());
+    if (!figures) return m_bar->setPercent({});
+    const auto number = [this](std::uint64_t items) {
+        return m_numbers.numberToFormatString(static_cast<double>(items));
+    };
+    m_bar->setPercent(figures->percent());
+    m_count->setText(StringTable::filled(m_texts.text("progress_count"_key),
+                                         {number(figures->items), number(figures->allItems)}));
+    m_size->setText(m_numbers.sizeToFormatString(figures->bytes, kSizeScale, true));
 }
 
 void QVProgressWindow::showMainText(const QString& text) {
@@ -95,29 +118,8 @@ void QVProgressWindow::showMainText(const QString& text) {
     setWindowTitle(plainWindowTitle(text));
 }
 
-QString QVProgressWindow::mainText() const {
-    return m_mainLine->fullText();
-}
-
-void QVProgressWindow::setInfoText(const QString& text) {
-    m_infoLine->setFullText(text);
-}
-
-void QVProgressWindow::setCountText(const QString& text) {
-    m_count->setText(text);
-}
-
-void QVProgressWindow::setSizeText(const QString& text) {
-    m_size->setText(text);
-}
-
-void QVProgressWindow::hideInfoSizeFields(bool hide) {
-    for (QLabel* const label : {m_countLabel, m_count, m_sizeLabel, m_size})
-        label->setHidden(hide);
-}
-
 void QVProgressWindow::stop() {
-    if (std::exchange(m_wasStopped, true)) return;
+    if (m_isOver || std::exchange(m_wasStopped, true)) return;
     m_stopButton->setEnabled(false);
     showMainText(m_texts.text("stopping"_key));
     if (m_stop) m_stop();

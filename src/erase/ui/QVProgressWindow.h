@@ -4,6 +4,9 @@
 
 #include <QWidget>
 #include <functional>
+#include <optional>
+
+#include "erase/ProgressView.h"
 
 class QLabel;
 class QPushButton;
@@ -12,6 +15,7 @@ namespace kestrin {
 
 class AnimatedProgressBar;
 class ElidedLabel;
+class QVNumberUtilities;
 class StringTable;
 
 /// Main line, info line, bar, "Items: x of y", "Size: …" and Stop; 420 points wide, wider where the
@@ -24,19 +28,14 @@ class QVProgressWindow : public QWidget {
     Q_OBJECT
 
  public:
-    /// `stop` is called once, when Stop is pressed for the first time. `texts` must outlive the
-    /// window.
-    QVProgressWindow(const StringTable& texts, std::function<void()> stop);
+    /// `stop` is called once, when Stop is pressed for the first time. `texts` and `numbers` must
+    /// outlive the window.
+    QVProgressWindow(const StringTable& texts, const QVNumberUtilities& numbers,
+                     std::function<void()> stop);
 
-    AnimatedProgressBar& bar() { return *m_bar; }
-    /// Ignored after Stop: the line goes on saying that the erase is stopping.
-    void setMainText(const QString& text);
-    QString mainText() const;
-    void setInfoText(const QString& text);
-    void setCountText(const QString& text);
-    void setSizeText(const QString& text);
-    void hideInfoSizeFields(bool hide);
-    /// Presses Stop; further calls do nothing.
+    /// Shows `state`. After Stop the main line goes on saying that the erase is stopping.
+    void setState(const ProgressState& state);
+    /// Presses Stop; further calls do nothing, and neither does one when the erase is over.
     void stop();
     /// Shows the window, on `parent` and window-modal to it, or alone when nullptr. It may outlive
     /// the parent.
@@ -50,8 +49,10 @@ class QVProgressWindow : public QWidget {
  private:
     QWidget* makeFigures();
     void showMainText(const QString& text);
+    void showFigures(const std::optional<ProgressFigures>& figures);
 
     const StringTable& m_texts;
+    const QVNumberUtilities& m_numbers;
     std::function<void()> m_stop;
     ElidedLabel* m_mainLine;
     ElidedLabel* m_infoLine;
@@ -62,6 +63,7 @@ class QVProgressWindow : public QWidget {
     QLabel* m_size = nullptr;
     QPushButton* m_stopButton = nullptr;
     bool m_wasStopped = false;
+    bool m_isOver = false;
 };
 
 }  // namespace kestrin

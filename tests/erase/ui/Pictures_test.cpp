@@ -12,6 +12,7 @@
 #include "erase/ui/AlertDialog.h"
 #include "erase/ui/QVProgressWindow.h"
 #include "erase/ui/WidgetProgressView.h"
+#include "format/QVNumberUtilities.h"
 #include "support/WidgetPictures.h"
 
 namespace kestrin {
@@ -87,24 +88,20 @@ TEST_P(Pictures, EndReport) {
 }
 
 TEST_P(Pictures, Progress) {
-    WidgetProgressView view(m_texts, {});
-    view.hideInfoSizeFields(true);
-    view.spinner().startIndeterminateAnimation();
-    for (auto* const label : view.window().findChildren<QLabel*>())
-        label->setText(lengthened(label->text()));
+    const QVNumberUtilities numbers("en_US", m_texts);
+    WidgetProgressView view(m_texts, numbers, {});
+    view.show({.mainText = text("gathering_bin_info")});
+    view.open(nullptr);
+    check(view.window(), "progress-counting");
+    view.show({.mainText = text("progress_main"),
+               .infoText = lengthened(QStringLiteral("A disk whose name goes on ").repeated(3)),
+               .figures = ProgressFigures{430'519, 1'000'204, 999'460'000'000}});
+    for (auto* const label : view.window().findChildren<QLabel*>()) {
+        if (label->objectName().endsWith(QLatin1String("label")))
+            label->setText(lengthened(label->text()));
+    }
     for (auto* const button : view.window().findChildren<QAbstractButton*>())
         button->setText(lengthened(button->text()));
-    view.show();
-    check(view.window(), "progress-counting");
-
-    view.hideInfoSizeFields(false);
-    view.spinner().startDeterminateAnimation();
-    view.setMainText(text("erasing_all"));
-    view.setInfoText(lengthened(QStringLiteral("A disk whose name goes on ").repeated(3)));
-    view.setCountText(StringTable::filled(
-        view.countFormat(), {QStringLiteral("999,519"), QStringLiteral("1,000,204")}));
-    view.setSizeText(QStringLiteral("999.46 GB"));
-    view.spinner().updateProgress(43);
     check(view.window(), "progress");
 }
 

@@ -9,6 +9,7 @@
 
 #include "base/StringTable.h"
 #include "erase/ui/WidgetProgressView.h"
+#include "format/QVNumberUtilities.h"
 
 namespace kestrin {
 namespace {
@@ -16,18 +17,20 @@ namespace {
 struct QVProgressWindowTest : ::testing::Test {
     const StringTable texts{QStringLiteral("en")};
     int stops = 0;
-    WidgetProgressView view{texts, [this] { ++stops; }};
+    const QVNumberUtilities numbers{"en_US", texts};
+    WidgetProgressView view{texts, numbers, [this] { ++stops; }};
     QVProgressWindow& window = view.window();
     QPushButton* const stopButton = window.findChild<QPushButton*>(QStringLiteral("stop"));
 };
 
 TEST_F(QVProgressWindowTest, ClosingStopsOnceAndTheWindowStaysAndSaysSoUntilTheEnd) {
-    view.show();
+    view.open(nullptr);
     EXPECT_FALSE(window.close());
     EXPECT_TRUE(window.isVisible());
     EXPECT_FALSE(stopButton->isEnabled());
-    view.setMainText(QStringLiteral("Erasing"));
-    EXPECT_EQ(view.mainText(), texts.text("stopping"));
+    view.show({.mainText = QStringLiteral("Erasing")});
+    EXPECT_FALSE(stopButton->isEnabled());
+    EXPECT_TRUE(window.windowTitle().startsWith(texts.text("stopping")));
     EXPECT_FALSE(window.close());
     EXPECT_EQ(stops, 1);
     view.close();
@@ -36,8 +39,8 @@ TEST_F(QVProgressWindowTest, ClosingStopsOnceAndTheWindowStaysAndSaysSoUntilTheE
 }
 
 TEST_F(QVProgressWindowTest, ALongNameDoesNotWidenItAndOfAllKeysOnlyEscapeStops) {
-    view.setInfoText(QString(300, u'x'));
-    view.show();
+    view.show({.infoText = QString(300, u'x')});
+    view.open(nullptr);
     EXPECT_EQ(window.width(), 420);
     EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
     EXPECT_EQ(QApplication::focusWidget(), &window);
@@ -47,6 +50,15 @@ TEST_F(QVProgressWindowTest, ALongNameDoesNotWidenItAndOfAllKeysOnlyEscapeStops)
     EXPECT_EQ(stops, 0);
     QTest::keyClick(&window, Qt::Key_Escape);
     EXPECT_EQ(stops, 1);
+}
+
+TEST_F(QVProgressWindowTest, WhatIsOverCannotBeStopped) {
+    view.open(nullptr);
+    view.show({.phase = ProgressState::Phase::Over});
+    EXPECT_FALSE(stopButton->isEnabled());
+    EXPECT_FALSE(window.close());
+    QTest::keyClick(&window, Qt::Key_Escape);
+    EXPECT_EQ(stops, 0);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "erase/ui/AnimatedProgressBar.h"
+#include "widgets/AnimatedProgressBar.h"
 
 #include <QLocale>
 #include <QStyle>
@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kStepsAPercent = 10;
 constexpr int kWhole = 100 * kStepsAPercent;
-constexpr int kLongestGlideMilliseconds = 150;  // over before a second update can follow the next
+constexpr int kLongestGlideMilliseconds = 150;
 
 int stepsOf(double percent) {
     if (!std::isfinite(percent)) return 0;
@@ -26,26 +26,19 @@ AnimatedProgressBar::AnimatedProgressBar(QWidget* parent)
     setValue(0);
 }
 
-void AnimatedProgressBar::startIndeterminateAnimation() {
-    m_isIndeterminate = true;
-    m_goal = 0;
-    m_glide.stop();
-    setRange(0, 0);
-}
-
-void AnimatedProgressBar::startDeterminateAnimation() {
-    if (!m_isIndeterminate.exchange(false)) return;
-    setRange(0, kWhole);
-    setValue(m_goal);
-}
-
-void AnimatedProgressBar::updateProgress(double percent) {
-    const int goal = stepsOf(percent);
+void AnimatedProgressBar::setPercent(std::optional<double> percent) {
+    if (!percent) {
+        m_goal = -1;
+        m_glide.stop();
+        return setRange(0, 0);
+    }
+    const bool isFirst = m_goal < 0;
+    const int goal = stepsOf(*percent);
     if (goal <= m_goal) return;
     m_goal = goal;
-    if (m_isIndeterminate) return;
     m_glide.stop();
-    if (duration() == 0 || !isVisible()) return setValue(goal);
+    setRange(0, kWhole);
+    if (isFirst || !isVisible() || duration() == 0) return setValue(goal);
     m_glide.setDuration(duration());
     m_glide.setStartValue(value());
     m_glide.setEndValue(goal);
@@ -59,10 +52,10 @@ int AnimatedProgressBar::duration() const {
 }
 
 QString AnimatedProgressBar::text() const {
-    if (m_isIndeterminate) return {};
+    if (isIndeterminate()) return {};
     const QLocale locale = this->locale();
     const QString percent =
-        locale.toString(m_goal / kStepsAPercent) + QChar(QChar::Nbsp) + locale.percent();
+        locale.toString(value() / kStepsAPercent) + QChar(QChar::Nbsp) + locale.percent();
     if (!isRightToLeft()) return percent;
     // Isolated, so that the sign stays behind its figure.
     return QChar(0x2066) + percent + QChar(0x2069);
