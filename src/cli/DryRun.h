@@ -2,15 +2,24 @@
 // What an erase would take, printed instead of done. Changes nothing on disk, writes no log.
 #pragma once
 
+#include "base/Result.h"
 #include "inventory/QVItemToErase.h"
 
 namespace kestrin {
 
 struct Arguments;
 class Console;
+class EraseSession;
 
-/// Prints the entries that would go, with their sums, and those that would stay because their
-/// volume is read-only. Returns the exit status: 0, or 1 when something would stay.
-int reportDryRun(const ItemsToErase& items, const Arguments& arguments, Console& console);
+/// The entries directly inside a trash by name alone: a dry run counts as it goes. A trash that is
+/// not there holds nothing. Errors: as visitFolder. Thread: any.
+Result<ItemsToErase> namesInTrash(const FileUrl& trash);
+
+/// Goes through `items` as an erase would, in one pass, and prints those that would go, with their
+/// sums, and what would stay with its reason. What only the helper could erase counts as staying.
+/// Returns the exit status: 0, 1 when something would stay, 3 when the user stopped it. Main
+/// thread.
+int reportDryRun(const ItemsToErase& items, const Arguments& arguments, Console& console,
+                 EraseSession& session);
 
 }  // namespace kestrin

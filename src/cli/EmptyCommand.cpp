@@ -2,6 +2,7 @@
 #include "cli/EmptyCommand.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -44,10 +45,18 @@ void addItems(Survey& survey, const FileUrl& trash, std::vector<ScannedEntry> en
     }
 }
 
-/// Whether the trash holds entries, counting them on the way when that is wanted.
-Result<bool> lookInto(const FileUrl& trash, bool counts, Survey& survey,
+enum class SurveyKind { WhetherEmpty, Names, Counts };
+
+/// Whether the trash holds entries. These are named, and counted, when that is wanted.
+Result<bool> lookInto(const FileUrl& trash, SurveyKind kind, Survey& survey,
                       const std::stop_token& stop) {
-    if (!counts) return trashHoldsEntries(trash);
+    if (kind == SurveyKind::WhetherEmpty) return trashHoldsEntries(trash);
+    if (kind == SurveyKind::Names) {
+        Result<ItemsToErase> items = namesInTrash(trash);
+        if (!items) return items.error();
+        std::ranges::move(*items, std::back_inserter(survey.items));
+        return !items->empty();
+    }
     Result<std::vector<ScannedEntry>> entries = entriesOfTrash(trash, stop);
     if (!entries) return entries.error();
     const bool holdsEntries = !entries->empty();
@@ -55,11 +64,11 @@ Result<bool> lookInto(const FileUrl& trash, bool counts, Survey& survey,
     return holdsEntries;
 }
 
-Survey surveyOf(const std::vector<TrashLocation>& trashes, bool counts,
+Survey surveyOf(const std::vector<TrashLocation>& trashes, SurveyKind kind,
                 const std::stop_token& stop) {
     Survey survey;
     for (TrashLocation location : trashes) {
-        const Result<bool> holdsEntries = lookInto(location.trashURL, counts, survey, stop);
+        const Result<bool> holdsEntries = lookInto(location.trashURL, kind, survey, stop);
         if (!holdsEntries) {
             survey.unreadable.emplace_back(location.trashURL, holdsEntries.error());
             continue;
@@ -108,16 +117,19 @@ int EmptyRun::run() {
     if (m_arguments.dryRun) {
         // Of a trash that could not be read nobody knows whether it is empty.
         const bool saysNothing = m_survey.items.empty() && !m_isComplete && !m_arguments.json;
-        return status(saysNothing ? 0 : reportDryRun(m_survey.items, m_arguments, m_console));
+        return status(
+            saysNothing ? 0 : reportDryRun(m_survey.items, m_arguments, m_console, m_session));
     }
     return status(holdsNothing() ? tidyUp() : erase());
 }
 
 /// False when the user stopped it.
 bool EmptyRun::survey() {
-    const bool counts = m_arguments.dryRun || m_chosen.volumeCount == 1;
+    SurveyKind kind = SurveyKind::WhetherEmpty;
+    if (m_chosen.volumeCount == 1) kind = SurveyKind::Counts;
+    if (m_arguments.dryRun) kind = SurveyKind::Names;
     return m_session.runInBackground(
-        [&](const std::stop_token& stop) { m_survey = surveyOf(m_chosen.trashes, counts, stop); });
+        [&](const std::stop_token& stop) { m_survey = surveyOf(m_chosen.trashes, kind, stop); });
 }
 
 bool EmptyRun::holdsNothing() const {

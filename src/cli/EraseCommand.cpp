@@ -82,6 +82,7 @@ EraseRequest requestFor(const SharedItemsToErase& items, const Arguments& argume
 
 int eraseEntries(const ItemsToErase& entries, const Arguments& arguments, Console& console,
                  EraseSession& session) {
+    if (arguments.dryRun) return reportDryRun(entries, arguments, console, session);
     SharedItemsToErase items;
     const bool wentOn = session.runInBackground([&](const std::stop_token& stop) {
         items = std::make_shared<const ItemsToErase>(counted(entries, stop));
@@ -90,7 +91,6 @@ int eraseEntries(const ItemsToErase& entries, const Arguments& arguments, Consol
         const EraseResult stopped{.end = EraseResult::End::Declined, .wasStopped = true};
         return reportErase(stopped, arguments, console);
     }
-    if (arguments.dryRun) return reportDryRun(*items, arguments, console);
     EraseResult result = session.erase(requestFor(items, arguments, console), items);
     addWhatIsStillThere(result, *items, console);
     return reportErase(result, arguments, console);

@@ -11,6 +11,16 @@ class RefusalsTest(EndToEndTest):
         if not run_as_root("chattr", flag, path, check=False):
             self.skipTest("the file system keeps no such attribute")
 
+    def empty(self):
+        """Empties the trash in vain, as the dry run foretold."""
+        forecast = self.succeed("empty", "--dry-run", "--json", status=1)
+        run = self.succeed("empty", "--yes", "--json", status=1)
+        named = [sorted((entry["url"], entry["reason"]) for entry in of.json["notErased"]) for of in (forecast, run)]
+        self.assertEqual(named[0], named[1])
+        self.assertEqual(forecast.json["erasedCount"], run.json["erasedCount"])
+        self.assertEqual(forecast.json["erasedSize"], run.json["erasedSize"])
+        return run
+
     def test_locked_entries(self):
         locked = self.trash.file("locked")
         inner = os.path.join(self.trash.tree("tree", ["locked", "other"]), b"locked")
@@ -18,7 +28,7 @@ class RefusalsTest(EndToEndTest):
         self.trash.file("goes")
         for path in (locked, inner, folder):
             self.chattr("+i", path)
-        run = self.succeed("empty", "--yes", "--json", status=1)
+        run = self.empty()
         self.assertStayed(run, locked, "locked")
         self.assertStayed(run, inner, "locked")
         self.assertIn("locked", {entry["reason"] for entry in run.json["notErased"]
@@ -31,7 +41,7 @@ class RefusalsTest(EndToEndTest):
     def test_append_only_file(self):
         path = self.trash.file("append")
         self.chattr("+a", path)
-        run = self.succeed("empty", "--yes", "--json", status=1)
+        run = self.empty()
         self.assertEqual([path_of(entry["url"]) for entry in run.json["notErased"]], [path])
         self.assertEqual(self.trash.records(), [b"append"])
 
@@ -41,7 +51,7 @@ class RefusalsTest(EndToEndTest):
         closed = self.trash.tree("closed", ["file"])
         run_as_root("chown", "-R", "0:0", os.path.join(top, b"root"), closed)
         run_as_root("chmod", "700", closed)
-        run = self.succeed("empty", "--yes", "--json", status=1)
+        run = self.empty()
         self.assertStayed(run, closed, "forbidden")
         self.assertStayed(run, os.path.join(top, b"root/file"), "forbidden")
         self.assertEqual(os.listdir(top), [b"root"])
@@ -71,7 +81,7 @@ class RefusalsTest(EndToEndTest):
                 os.chmod(os.path.join(folder, b"of root"), 0o666)
         with open(os.path.join(folder, b"mine"), "wb"):
             pass
-        run = self.succeed("empty", "--yes", "--json", status=1)
+        run = self.empty()
         self.assertStayed(run, os.path.join(folder, b"of root"), "forbidden")
         self.assertEqual(os.listdir(folder), [b"of root"])
 

@@ -50,7 +50,9 @@ class SafetyTest(EndToEndTest):
             file.write(b"kept")
         mounted = listing(os.path.join(top, b"memory"))
 
+        forecast = self.succeed("empty", "--dry-run", "--json", status=1)
         run = self.succeed("empty", "--yes", "--json", status=1)
+        self.assertCountEqual(forecast.json["notErased"], run.json["notErased"])
         for point in points:
             self.assertStayed(run, os.path.join(top, point), "mount-point")
         self.assertEqual(len(run.json["notErased"]), 3)

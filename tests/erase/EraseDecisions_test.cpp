@@ -31,7 +31,7 @@ class Entry : public RemovalEntry {
     bool isImmutable() const override { return m_kind == Kind::Locked; }
     std::uint64_t size() const override { return 10; }
     bool isWritingDenied() const override { return m_kind == Kind::Forbidden; }
-    unsigned depth() const override { return 0; }
+    std::size_t itemTag() const override { return 0; }
     bool folderIsImmutable() const override { return m_kind == Kind::InLockedFolder; }
     MaybeError clearImmutable() const override {
         ADD_FAILURE() << "who decides changes nothing on disk";

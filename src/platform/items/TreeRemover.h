@@ -33,8 +33,8 @@ class RemovalEntry {
     /// Writing to the file is denied by its rights and its mode cannot be changed by the caller.
     /// Never true for folders, links, FIFOs, sockets and devices. Opens nothing, changes nothing.
     virtual bool isWritingDenied() const = 0;
-    /// Counts the folders between the entry that removal began with (0) and this entry.
-    virtual unsigned depth() const = 0;
+    /// The tag of the item that removal began with.
+    virtual std::size_t itemTag() const = 0;
     /// The folder that directly holds the entry has the immutable attribute.
     virtual bool folderIsImmutable() const = 0;
     /// Clears the immutable and append-only attributes. Errors: as ClearedLocks::clear.
@@ -123,6 +123,12 @@ class TreeRemover {
 
     /// Returns when every item is finished. Thread: any but the main thread.
     void remove(RemovalItems& items);
+
+    /// Does the same, but changes nothing on disk, not even an access time: what `remove` would
+    /// remove now is told as removed, and what would fail as failed. What a folder of the caller's
+    /// own holds that he may not list is not known, and the folder counts as one entry that goes. A
+    /// folder of somebody else that cannot be listed counts as not empty.
+    void rehearse(RemovalItems& items);
 
  private:
     RemovalPolicy& m_policy;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -18,9 +19,9 @@
 #include "platform/items/LockAttributes.h"
 #include "platform/items/linux/DescriptorCache.h"
 #include "platform/items/linux/DirectoryStream.h"
+#include "platform/items/linux/EntryFacts.h"
 #include "platform/items/linux/Identity.h"
 #include "platform/items/linux/LockFlags.h"
-#include "platform/items/linux/PlainName.h"
 #include "platform/items/linux/WorkStack.h"
 
 namespace kestrin {
@@ -31,30 +32,14 @@ namespace {
 constexpr unsigned kMaximumPasses = 64;
 /// How often an entry is looked at again that turned from a folder into something else, or back.
 constexpr int kMaximumTries = 4;
-constexpr mode_t kOwnerRights = S_IRWXU;
-
-/// What statx told of an entry, as far as removing needs it.
-struct Facts {
-    mode_t mode = 0;
-    uid_t owner = 0;
-    std::uint64_t size = 0;
-    ItemIdentity identity;  ///< its inode number is there also where such numbers do not last
-    bool isImmutable = false;
-    bool isAppendOnly = false;
-    bool isMountRoot = false;
-    bool isReplaced = false;
-
-    bool isDirectory() const { return S_ISDIR(mode); }
-    bool isLocked() const { return isImmutable || isAppendOnly; }
-};
-
 /// A folder that is being emptied.
 struct RemovalFolder : FolderNode {
-    Facts facts;
+    EntryFacts facts;
     std::unique_ptr<RemovalItem> ownItem;  ///< at depth 0: what removal was asked for
     const RemovalItem* item = nullptr;     ///< that of the folder's ancestor at depth 0
     bool modeWasWidened = false;
     int clearedLocks = 0;  ///< attributes to be put back when it stays
+    FolderRights rights;   ///< for a rehearsal
     unsigned passes = 0;
     std::atomic<std::uint32_t> pending = 1;  ///< the listing and the folders below
     std::atomic<bool> somethingStayed = false;
@@ -73,36 +58,6 @@ std::string pathOf(const RemovalFolder& folder) {
     return path;
 }
 
-/// 0 and the facts, or an errno.
-int examine(int folder, const char* name, Facts& facts) {
-    struct statx status {};
-    if (statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC,
-              kIdentityMask | STATX_MODE | STATX_UID | STATX_SIZE, &status) != 0) {
-        return errno;
-    }
-    facts.mode = status.stx_mode;
-    facts.owner = status.stx_uid;
-    facts.size = S_ISREG(status.stx_mode) || S_ISLNK(status.stx_mode) ? status.stx_size : 0;
-    facts.isImmutable = (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
-    facts.isAppendOnly = (status.stx_attributes & STATX_ATTR_APPEND) != 0;
-    facts.isMountRoot = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
-    facts.identity = identityFrom(status, true);
-    return 0;
-}
-
-/// Gives the owner's rights to a folder of the caller's own that lacks some, on a descriptor. True
-/// when the mode was changed. Root needs it only where its powers do not reach (`wasRefused`).
-bool widenMode(int descriptor, const Facts& facts, bool wasRefused, bool isPathOnly) {
-    const uid_t user = geteuid();
-    if (facts.owner != user || (facts.mode & kOwnerRights) == kOwnerRights) return false;
-    if (user == 0 && !wasRefused) return false;
-    const mode_t mode = (facts.mode & 07777) | kOwnerRights;
-    if (!isPathOnly) return fchmod(descriptor, mode) == 0;
-    // fchmod refuses O_PATH descriptors; the kernel's link to the open folder itself does not.
-    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
-    return chmod(link.c_str(), mode) == 0;
-}
-
 /// Where an entry is: in a folder under removal, or directly where the caller's items are.
 struct Place {
     RemovalFolder* above;  ///< nullptr: `item` says where
@@ -111,6 +66,7 @@ struct Place {
     /// Keeps the path of `above` for all entries of one listing, once an entry has asked for it.
     /// A folder keeps none itself: of a chain of folders that would be the square of its depth.
     std::string* knownPath = nullptr;
+    bool isRehearsal = false;
 
     std::string path() const {
         if (!above) return item.parentPath;
@@ -122,7 +78,7 @@ struct Place {
 
 class Entry final : public RemovalEntry {
  public:
-    Entry(const Place& place, const char* name, Facts& facts)
+    Entry(const Place& place, const char* name, EntryFacts& facts)
         : m_place(place), m_name(name), m_facts(facts) {}
 
     std::string_view name() const override { return m_name; }
@@ -152,7 +108,7 @@ class Entry final : public RemovalEntry {
         return faccessat(m_place.folder, m_name, W_OK, AT_EACCESS | AT_SYMLINK_NOFOLLOW) != 0 &&
                errno == EACCES;
     }
-    unsigned depth() const override { return m_place.above ? m_place.above->depth + 1 : 0; }
+    std::size_t itemTag() const override { return m_place.item.tag; }
     bool folderIsImmutable() const override {
         struct statx status {};
         return statx(m_place.folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_TYPE, &status) ==
@@ -160,6 +116,7 @@ class Entry final : public RemovalEntry {
                (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
     }
     MaybeError clearImmutable() const override {
+        if (m_place.isRehearsal) return errorFromErrno(EPERM, HostAccess::Write);
         auto locks = ClearedLocks::clear(m_place.folder, m_name);
         if (!locks) return locks.error();
         locks->leaveCleared();
@@ -170,7 +127,7 @@ class Entry final : public RemovalEntry {
  private:
     const Place& m_place;
     const char* m_name;
-    Facts& m_facts;
+    EntryFacts& m_facts;
 };
 
 /// A folder to be entered, or an item to be begun.
@@ -191,8 +148,12 @@ enum class Step {
 
 class Remover {
  public:
-    Remover(RemovalPolicy& policy, RemovalItems& items, LockedEntries locked)
-        : m_policy(policy), m_items(items), m_locked(locked) {}
+    enum class Mode { Remove, Rehearse };
+    Remover(RemovalPolicy& policy, RemovalItems& items, LockedEntries locked, Mode mode)
+        : m_policy(policy),
+          m_items(items),
+          m_locked(locked),
+          m_isRehearsal(mode == Mode::Rehearse) {}
 
     void run(unsigned workers) {
         m_tasks.run(
@@ -217,10 +178,14 @@ class Remover {
         int descriptor = -1;
     };
 
+    Place placeIn(RemovalFolder* above, const RemovalItem& item, int folder) const {
+        return {above, item, folder, nullptr, m_isRehearsal};
+    }
+
     void beginItem(const RemovalItem& item) {
         Opened opened;
         const Step step =
-            removeEntry({nullptr, item, item.parentDescriptor}, item.name.c_str(), &opened);
+            removeEntry(placeIn(nullptr, item, item.parentDescriptor), item.name.c_str(), &opened);
         if (step == Step::Entered) {
             listAndFinish(opened);
         } else {
@@ -234,7 +199,7 @@ class Remover {
         Step step = Step::Stayed;
         const int folder = m_policy.shouldStop() ? -1 : pin(*above);
         if (folder >= 0) {
-            step = removeEntry({above, *above->item, folder}, task.name.c_str(), &opened);
+            step = removeEntry(placeIn(above, *above->item, folder), task.name.c_str(), &opened);
             m_descriptors.unpin(*above);  // before listing, which may finish the folder above
         }
         if (step == Step::Entered) {
@@ -263,8 +228,8 @@ class Remover {
     }
 
     void tellFailure(RemovalFolder& folder, int error) {
-        const Place place{folder.above(), *folder.item, -1};
-        Facts facts = folder.facts;
+        const Place place = placeIn(folder.above(), *folder.item, -1);
+        EntryFacts facts = folder.facts;
         facts.isReplaced = error == ESTALE;
         const Entry entry(place, folder.name.c_str(), facts);
         m_policy.didFail(entry, errorFromErrno(error, HostAccess::Read));
@@ -286,7 +251,7 @@ class Remover {
     Step removeEntry(const Place& place, const char* name, Opened* opened) {
         for (int tries = 0;; ++tries) {
             if (m_policy.shouldStop()) return Step::Stayed;
-            Facts facts;
+            EntryFacts facts;
             const Entry entry(place, name, facts);
             if (const int error = examine(place.folder, name, facts)) {
                 return fail(entry, error, HostAccess::Read);
@@ -311,12 +276,29 @@ class Remover {
         }
     }
 
-    bool isToBeUnlocked(const Facts& facts) const {
-        return m_locked == LockedEntries::Unlock && facts.isLocked();
+    /// Takes the name away: 0 or the errno. A rehearsal only says which it would be.
+    int unlinkEntry(const Place& place, const char* name, const EntryFacts& facts, int flags) {
+        if (!m_isRehearsal) return unlinkat(place.folder, name, flags) == 0 ? 0 : errno;
+        const FolderRights rights =
+            place.above ? place.above->rights : rightsWhereItemsAre(place.folder);
+        if (rights.error != 0) return rights.error;
+        const bool isKept = rights.keepsOthersEntries && facts.owner != geteuid();
+        return isKept || facts.isLocked() ? EPERM : 0;
     }
 
-    Step removeFile(const Place& place, const Entry& entry, const char* name, const Facts& facts,
-                    int& error) {
+    FolderRights rightsWhereItemsAre(int folder) {
+        const std::lock_guard lock(m_rightsLock);
+        const auto known = m_rights.find(folder);
+        return known != m_rights.end() ? known->second
+                                       : m_rights.emplace(folder, rightsIn(folder)).first->second;
+    }
+
+    bool isToBeUnlocked(const EntryFacts& facts) const {
+        return !m_isRehearsal && m_locked == LockedEntries::Unlock && facts.isLocked();
+    }
+
+    Step removeFile(const Place& place, const Entry& entry, const char* name,
+                    const EntryFacts& facts, int& error) {
         if (m_policy.willRemove(entry) == RemovalPolicy::Verdict::Leave) return Step::Stayed;
         if (m_policy.shouldStop()) return Step::Stayed;
         std::optional<ClearedLocks> cleared;  // until the entry is gone, or not
@@ -328,34 +310,37 @@ class Remover {
             }
             cleared.emplace(std::move(*locks));
         }
-        if (unlinkat(place.folder, name, 0) == 0) {
-            m_policy.didRemove(entry);
-            return Step::Gone;
-        }
-        error = errno;
-        return Step::Stayed;
+        error = unlinkEntry(place, name, facts, 0);
+        if (error != 0) return Step::Stayed;
+        m_policy.didRemove(entry);
+        return Step::Gone;
     }
 
-    Step openForRemoval(const Place& place, const Entry& entry, const char* name, Facts& facts,
+    Step openForRemoval(const Place& place, const Entry& entry, const char* name, EntryFacts& facts,
                         Opened& opened, int& error) {
         if (place.above && m_policy.willEnter(entry) == RemovalPolicy::Verdict::Leave) {
             return Step::Stayed;
         }
         bool wasWidened = false;
-        UniqueFd fd = openWithRights(place.folder, name, facts, wasWidened);
+        UniqueFd fd = m_isRehearsal ? openToLook(place.folder, name, facts)
+                                    : openWithRights(place.folder, name, facts, wasWidened);
         if (!fd) {
             error = errno;
             if (error == EXDEV) {
                 facts.isMountRoot = true;
                 error = EBUSY;
             } else if (error == EACCES || error == EPERM) {
-                return removeUnlistedFolder(place, entry, name, std::exchange(error, 0));
+                return removeUnlistedFolder(place, entry, name, facts, std::exchange(error, 0));
             }
             return Step::Stayed;
         }
         opened.descriptor = fd.get();
         opened.folder = makeFolder(place, name, facts);
         opened.folder->modeWasWidened = wasWidened;
+        if (m_isRehearsal) opened.folder->rights = rightsIn(fd.get());
+        if (opened.folder->rights.error == EACCES && canBeWidened(facts)) {
+            opened.folder->rights.error = 0;
+        }
         if (isToBeUnlocked(facts)) error = clearLockFlags(fd.get(), opened.folder->clearedLocks);
         if (error == 0 && m_descriptors.adopt(*opened.folder, std::move(fd))) {
             const ItemIdentity& seen = facts.identity;
@@ -370,7 +355,8 @@ class Remover {
         return Step::Stayed;
     }
 
-    static RemovalFolder* makeFolder(const Place& place, const char* name, const Facts& facts) {
+    static RemovalFolder* makeFolder(const Place& place, const char* name,
+                                     const EntryFacts& facts) {
         auto* folder = new RemovalFolder;
         folder->parent = place.above;
         folder->rootParent = place.item.parentDescriptor;
@@ -386,7 +372,14 @@ class Remover {
         return folder;
     }
 
-    UniqueFd openWithRights(int parent, const char* name, const Facts& facts, bool& wasWidened) {
+    UniqueFd openToLook(int parent, const char* name, const EntryFacts& facts) {
+        if (canBeListed(facts)) return UniqueFd(openFolder(parent, name, O_NOATIME));
+        errno = EACCES;
+        return {};
+    }
+
+    UniqueFd openWithRights(int parent, const char* name, const EntryFacts& facts,
+                            bool& wasWidened) {
         UniqueFd fd(openFolder(parent, name, 0));
         if (fd) {
             wasWidened = widenMode(fd.get(), facts, false, false);
@@ -404,25 +397,32 @@ class Remover {
     }
 
     int openFolder(int parent, const char* name, int flags) {
-        int fd = openFolderAt(parent, name, flags);
+        const auto open = [&] {
+            return flags == O_NOATIME ? openFolderQuietlyAt(parent, name)
+                                      : openFolderAt(parent, name, flags);
+        };
+        int fd = open();
         for (int tries = 0; fd < 0 && errno == EMFILE && tries < 200; ++tries) {
             m_descriptors.closeIdle();
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
-            fd = openFolderAt(parent, name, flags);
+            fd = open();
         }
         return fd;
     }
 
     /// A folder that cannot be listed goes when it is empty; else it is told as unreadable.
-    Step removeUnlistedFolder(const Place& place, const Entry& entry, const char* name, int why) {
+    Step removeUnlistedFolder(const Place& place, const Entry& entry, const char* name,
+                              const EntryFacts& facts, int why) {
         if (m_policy.willRemove(entry) == RemovalPolicy::Verdict::Leave) return Step::Stayed;
-        if (unlinkat(place.folder, name, AT_REMOVEDIR) == 0) {
+        int error = unlinkEntry(place, name, facts, AT_REMOVEDIR);
+        if (m_isRehearsal && error == 0 && !canBeWidened(facts)) error = ENOTEMPTY;
+        if (error == 0) {
             m_policy.didRemove(entry);
             return Step::Gone;
         }
-        const bool isNotEmpty = errno == ENOTEMPTY || errno == EEXIST;
+        const bool isNotEmpty = error == ENOTEMPTY || error == EEXIST;
         return isNotEmpty ? fail(entry, why, HostAccess::Read)
-                          : fail(entry, errno, HostAccess::Write);
+                          : fail(entry, error, HostAccess::Write);
     }
 
     /// Removes the files of a folder, hands its folders to whoever is free, unpins it.
@@ -446,7 +446,8 @@ class Remover {
         thread_local std::vector<RawEntry> entries;
         RemovalFolder* folder = opened.folder;
         std::string path;
-        const Place place{folder, *folder->item, opened.descriptor, &path};
+        Place place = placeIn(folder, *folder->item, opened.descriptor);
+        place.knownPath = &path;
         while (stream.read(opened.descriptor, entries)) {
             for (const RawEntry& raw : entries) {
                 if (m_policy.shouldStop()) return 0;
@@ -493,15 +494,15 @@ class Remover {
 
     Step removeEmptyFolder(RemovalFolder& folder, int parent) {
         const char* name = folder.name.c_str();
-        const Place place{folder.above(), *folder.item, parent};
+        const Place place = placeIn(folder.above(), *folder.item, parent);
         const Entry entry(place, name, folder.facts);
         if (m_policy.willRemove(entry) == RemovalPolicy::Verdict::Leave) return Step::Stayed;
         if (m_policy.shouldStop()) return Step::Stayed;
-        if (unlinkat(parent, name, AT_REMOVEDIR) == 0) {
+        const int error = unlinkEntry(place, name, folder.facts, AT_REMOVEDIR);
+        if (error == 0) {
             m_policy.didRemove(entry);
             return Step::Gone;
         }
-        const int error = errno;
         const bool isNotEmpty = error == ENOTEMPTY || error == EEXIST;
         if (isNotEmpty && folder.somethingWent && ++folder.passes < kMaximumPasses) {
             return Step::Again;
@@ -537,38 +538,11 @@ class Remover {
     RemovalPolicy& m_policy;
     RemovalItems& m_items;
     const LockedEntries m_locked;
+    const bool m_isRehearsal;
     DescriptorCache m_descriptors;
     WorkStack<RemovalTask> m_tasks;
-};
-
-/// Removes without asking and keeps the first failure.
-class PlainPolicy final : public RemovalPolicy {
- public:
-    Verdict willEnter(const RemovalEntry&) override { return Verdict::Proceed; }
-    Verdict willRemove(const RemovalEntry&) override { return Verdict::Proceed; }
-    void didRemove(const RemovalEntry&) override {}
-    void didFail(const RemovalEntry&, const HostError& error) override {
-        if (!m_firstError) m_firstError = error;
-    }
-    bool shouldStop() const override { return false; }
-    const MaybeError& firstError() const { return m_firstError; }
-
- private:
-    MaybeError m_firstError;
-};
-
-class SingleItem final : public RemovalItems {
- public:
-    explicit SingleItem(RemovalItem item) : m_item(std::move(item)) {}
-    bool next(RemovalItem& item) override {
-        item = m_item;
-        return !std::exchange(m_wasHandedOut, true);
-    }
-    void finished(const RemovalItem&, RemovalOutcome) override {}
-
- private:
-    RemovalItem m_item;
-    bool m_wasHandedOut = false;
+    std::mutex m_rightsLock;
+    std::map<int, FolderRights> m_rights;  ///< of a rehearsal, by descriptor; guarded by the lock
 };
 
 /// More workers than cores pay: some always wait for the file system's journal.
@@ -584,23 +558,11 @@ TreeRemover::TreeRemover(RemovalPolicy& policy, unsigned workers, LockedEntries 
       m_locked(locked) {}
 
 void TreeRemover::remove(RemovalItems& items) {
-    Remover(m_policy, items, m_locked).run(m_workers);
+    Remover(m_policy, items, m_locked, Remover::Mode::Remove).run(m_workers);
 }
 
-MaybeError removeItem(const FileUrl& item) {
-    const FileUrl folder = item.parent();
-    UniqueFd parent(open(folder.path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!parent) return errorFromErrno(errno, HostAccess::Write);
-    std::string name(item.lastPathComponent());
-    if (!isPlainName(name)) return errorFromErrno(EINVAL, HostAccess::Write);
-    Facts facts;
-    if (const int error = examine(parent.get(), name.c_str(), facts)) {
-        return errorFromErrno(error, HostAccess::Write);
-    }
-    PlainPolicy policy;
-    SingleItem single({0, parent.get(), folder.path(), std::move(name)});
-    TreeRemover(policy, 1).remove(single);
-    return policy.firstError();
+void TreeRemover::rehearse(RemovalItems& items) {
+    Remover(m_policy, items, m_locked, Remover::Mode::Rehearse).run(m_workers);
 }
 
 }  // namespace kestrin

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/items/linux/EntryFacts.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "platform/items/linux/Identity.h"
+
+namespace kestrin {
+namespace {
+
+constexpr mode_t kOwnerRights = S_IRWXU;
+
+}  // namespace
+
+int examine(int folder, const char* name, EntryFacts& facts) {
+    struct statx status {};
+    if (statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC,
+              kIdentityMask | STATX_MODE | STATX_UID | STATX_SIZE, &status) != 0) {
+        return errno;
+    }
+    facts.mode = status.stx_mode;
+    facts.owner = status.stx_uid;
+    facts.size = S_ISREG(status.stx_mode) || S_ISLNK(status.stx_mode) ? status.stx_size : 0;
+    facts.isImmutable = (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
+    facts.isAppendOnly = (status.stx_attributes & STATX_ATTR_APPEND) != 0;
+    facts.isMountRoot = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    facts.identity = identityFrom(status, true);
+    return 0;
+}
+
+bool widenMode(int descriptor, const EntryFacts& facts, bool wasRefused, bool isPathOnly) {
+    const uid_t user = geteuid();
+    if (facts.owner != user || (facts.mode & kOwnerRights) == kOwnerRights) return false;
+    if (user == 0 && !wasRefused) return false;
+    const mode_t mode = (facts.mode & 07777) | kOwnerRights;
+    if (!isPathOnly) return fchmod(descriptor, mode) == 0;
+    // fchmod refuses O_PATH descriptors; the kernel's link to the open folder itself does not.
+    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+    return chmod(link.c_str(), mode) == 0;
+}
+
+bool canBeWidened(const EntryFacts& facts) {
+    return facts.owner == geteuid() && (facts.mode & kOwnerRights) != kOwnerRights;
+}
+
+bool canBeListed(const EntryFacts& facts) {
+    constexpr mode_t kListing = S_IRUSR | S_IXUSR;
+    return geteuid() == 0 || !canBeWidened(facts) || (facts.mode & kListing) == kListing;
+}
+
+FolderRights rightsIn(int folder) {
+    FolderRights rights;
+    if (faccessat(folder, ".", W_OK | X_OK, AT_EACCESS) != 0) rights.error = errno;
+    struct statx status {};
+    if (statx(folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_MODE | STATX_UID, &status) !=
+        0) {
+        return rights;
+    }
+    if (rights.error == 0 && (status.stx_attributes & STATX_ATTR_APPEND) != 0) rights.error = EPERM;
+    rights.keepsOthersEntries =
+        (status.stx_mode & S_ISVTX) != 0 && status.stx_uid != geteuid() && geteuid() != 0;
+    return rights;
+}
+
+}  // namespace kestrin
