@@ -515,6 +515,10 @@ Examples:
         <source></source>
         <translation>Erase Items</translation>
     </message>
+    <message id="erase_gave_up">
+        <source></source>
+        <translation>The erase had to end before everything was erased: %@.</translation>
+    </message>
     <message id="erase_vol">
         <source></source>
         <translation>Empty the trash of “%@”?</translation>

@@ -9,6 +9,7 @@
 
 #include "app/HelperAuthorization.h"
 #include "base/StringTable.h"
+#include "format/DisplayName.h"
 #include "format/QVNumberUtilities.h"
 
 namespace kestrin {
@@ -244,13 +245,16 @@ void QVKestrin::tellWhatStayed(const Notification& notification) const {
     const bool wasReported =
         !m_isEnding && !notification.userInfo.isEmpty() &&
         (m_deleteItemsCntrl->itemBusyCount() != 0 || m_deleteItemsCntrl->notErasedCount() != 0);
-    if (unexpected == 0 || wasReported) return;
-    const QString format =
-        m_services.texts.text("app_stayed"_key, StringTable::Table::Default, unexpected);
-    callIfGiven(
-        m_services.tellUser,
-        StringTable::filled(
-            format, {m_services.numbers.numberToFormatString(static_cast<double>(unexpected))}));
+    if (wasReported) return;
+    QStringList told = m_deleteItemsCntrl->problems();
+    if (unexpected != 0) {
+        const QString format =
+            m_services.texts.text("app_stayed"_key, StringTable::Table::Default, unexpected);
+        const auto number = static_cast<double>(unexpected);
+        told.prepend(
+            StringTable::filled(format, {m_services.numbers.numberToFormatString(number)}));
+    }
+    if (!told.isEmpty()) callIfGiven(m_services.tellUser, displayName(told.join(u' ')));
 }
 
 void QVKestrin::smartWindowDidClose() {

@@ -73,7 +73,8 @@ QString summary(const EraseResult& result, const Console& console) {
 
 int exitStatus(const EraseResult& result) {
     if (result.end == EraseResult::End::Declined || result.wasStopped) return kStatusStopped;
-    const bool isAllGone = result.end == EraseResult::End::Finished && result.stayed.empty();
+    const bool isAllGone =
+        result.end == EraseResult::End::Finished && result.stayed.empty() && !result.gaveUp;
     return isAllGone ? 0 : 1;
 }
 
@@ -135,7 +136,8 @@ void writeEraseJson(const EraseResult& result, bool isDryRun, Console& console) 
 int reportErase(const EraseResult& result, const Arguments& arguments, Console& console) {
     const int status = exitStatus(result);
     if (!result.startProblem.isEmpty()) console.complain(displayName(result.startProblem));
-    if (!result.logProblem.isEmpty()) console.complain(displayName(result.logProblem));
+    for (const QString& problem : result.problems)
+        console.complain(displayName(problem));
     if (arguments.json) {
         writeEraseJson(result, false, console);
     } else if (!arguments.quiet) {

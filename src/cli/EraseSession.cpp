@@ -128,7 +128,8 @@ EraseResult EraseSession::finished() const {
             .stayed = m_engine->stayedEntries(),
             .itemsToErase = m_engine->itemsToErase(),
             .startProblem = {},
-            .logProblem = m_engine->logProblem()};
+            .problems = m_engine->problems(),
+            .gaveUp = m_engine->gaveUp()};
 }
 
 void EraseSession::stop() {

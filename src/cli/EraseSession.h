@@ -4,6 +4,7 @@
 
 #include <QEventLoop>
 #include <QString>
+#include <QStringList>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -34,7 +35,8 @@ struct EraseResult {
     std::vector<StayedEntry> stayed{};  ///< with the reasons that the engine found
     SharedItemsToErase itemsToErase{};  ///< those that the engine worked on; may be nullptr
     QString startProblem{};
-    QString logProblem{};
+    QStringList problems{};  ///< what else went wrong, a sentence each
+    bool gaveUp = false;     ///< for want of memory or of a thread
 };
 
 /// Main thread. Must live until the process ends: the engine's work in the background may still be

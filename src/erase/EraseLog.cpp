@@ -3,6 +3,7 @@
 
 #include "base/StringTable.h"
 #include "base/UserDefaults.h"
+#include "erase/QVErrorDelegate.h"
 #include "erase/QVLogController.h"
 
 namespace kestrin {
@@ -35,6 +36,15 @@ std::unique_ptr<QVLogController> makeEraseLog(const EraseRequest& request, std::
     if (!request.writesLog || !services.defaults.boolForKey("write_log")) return nullptr;
     return QVLogController::initWitDictionary(logSettings(request, entries, services),
                                               services.texts, services.numbers, services.dates);
+}
+
+/// A question whose answers come to the same.
+void tellThatLogIsClosed(const EraseRequest& request, QVErrorDelegate& presenter) {
+    presenter.askToTheUser({.question = std::string("open_log_file_error"_key),
+                            .defaultButton = std::string("yes_btn"_key),
+                            .alternateButton = std::string("no_btn"_key),
+                            .notAnswered = kAlertSecondButton,
+                            .parentWindow = request.window});
 }
 
 }  // namespace kestrin

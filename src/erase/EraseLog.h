@@ -16,4 +16,7 @@ class QVLogController;
 std::unique_ptr<QVLogController> makeEraseLog(const EraseRequest& request, std::size_t entries,
                                               const EraseServices& services);
 
+/// Tells the user that the log cannot be opened, so that nothing was erased. Main thread.
+void tellThatLogIsClosed(const EraseRequest& request, QVErrorDelegate& presenter);
+
 }  // namespace kestrin

@@ -5,6 +5,7 @@
 
 #include "base/MainThread.h"
 #include "base/StringTable.h"
+#include "base/SystemLog.h"
 #include "erase/EraseCount.h"
 #include "erase/EraseRun.h"
 #include "format/DisplayName.h"
@@ -26,6 +27,17 @@ std::shared_ptr<EraseProgress> EraseProgress::create(Subject subject,
         QVGenericProgressWindowCntrl::create(progress->m_subject.services.makeProgressView, stop);
     if (!progress->m_window) return nullptr;
     return progress;
+}
+
+bool EraseProgress::startTicks(std::function<bool()> tick) {
+    auto ticks = m_subject.services.startTick(std::move(tick));
+    if (ticks) {
+        m_tick = std::move(*ticks);
+        return true;
+    }
+    qCWarning(lcErase, "Erase progress displayLink creation failed with error:%d",
+              ticks.error().code);
+    return false;
 }
 
 /// Makes `change` on the main thread, where the view is, unless it was closed by then.

@@ -37,6 +37,10 @@ class EraseProgress : public std::enable_shared_from_this<EraseProgress> {
     EraseProgress(const EraseProgress&) = delete;
     EraseProgress& operator=(const EraseProgress&) = delete;
 
+    /// Begins to tick: `tick` is called at the rate of a display until it answers false. False:
+    /// there are no ticks to be had, which the system log tells.
+    bool startTicks(std::function<bool()> tick);
+
     /// The items are still being counted.
     void showGathering();
     /// They are known, and being erased.
@@ -67,6 +71,7 @@ class EraseProgress : public std::enable_shared_from_this<EraseProgress> {
     std::atomic<bool> m_isShown = false;
     std::atomic<bool> m_isOver = false;
     Clock::time_point m_latest = Clock::now();  ///< the ticks' own
+    std::unique_ptr<DisplayTick> m_tick;        ///< last: it stops before anything else goes
 };
 
 }  // namespace kestrin

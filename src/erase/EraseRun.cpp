@@ -2,7 +2,10 @@
 #include "erase/EraseRun.h"
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <new>
+#include <system_error>
 #include <utility>
 
 #include "base/MainThread.h"
@@ -12,6 +15,7 @@
 #include "erase/QVErrorDelegate.h"
 #include "erase/QVLogController.h"
 #include "format/DisplayName.h"
+#include "platform/items/HostErrors.h"
 #include "platform/trash/TrashFolders.h"
 
 namespace kestrin {
@@ -28,6 +32,16 @@ constexpr auto kOrphanAge = 60s;
 bool becomesRemovalDelegate() {
     static std::atomic<bool> isTaken = false;
     return !isTaken.exchange(true);
+}
+
+/// In the system's words, which users can look up.
+std::string reasonOf(const std::exception& failure) {
+    int systemError = 0;
+    if (dynamic_cast<const std::bad_alloc*>(&failure)) systemError = ENOMEM;
+    if (const auto* const error = dynamic_cast<const std::system_error*>(&failure))
+        systemError = error->code().value();
+    return systemError == 0 ? failure.what()
+                            : errorFromErrno(systemError, HostAccess::Write).localizedDescription();
 }
 
 }  // namespace
@@ -188,19 +202,43 @@ void EraseRun::showErrorWithError(const HostError& error) {
     m_services.presenter.showError(error.localizedDescription());
 }
 
-// --- The log ---
+// --- The end ---
 
-void EraseRun::closeLog(bool hasEndLine) {
-    if (!m_log) return;
-    if (hasEndLine) {
-        m_log->writeEndSessionAndCloseFile();
-    } else {
-        m_log->closeLogFile();
+/// An end has to follow whatever happens here.
+void EraseRun::end(bool hasEndLine) {
+    try {
+        m_decisions.noteWhatTheHelperLeft();
+        if (!m_log) return;
+        if (hasEndLine) {
+            m_log->writeEndSessionAndCloseFile();
+        } else {
+            m_log->closeLogFile();
+        }
+    } catch (const std::exception& failure) {
+        noteProblem(failure);
     }
 }
 
-QString EraseRun::logProblem() const {
-    return m_log && m_log->writeFailed() ? m_log->lastProblem() : QString();
+void EraseRun::noteProblem(const std::exception& failure) {
+    const QString problem = StringTable::filled(m_services.texts.text("erase_gave_up"_key),
+                                                {QString::fromStdString(reasonOf(failure))});
+    const std::lock_guard lock(m_lock);
+    if (m_problem.isEmpty()) m_problem = problem;
+}
+
+bool EraseRun::gaveUp() const {
+    const std::lock_guard lock(m_lock);
+    return !m_problem.isEmpty();
+}
+
+QStringList EraseRun::problems() const {
+    QStringList problems;
+    {
+        const std::lock_guard lock(m_lock);
+        if (!m_problem.isEmpty()) problems << m_problem;
+    }
+    if (m_log && m_log->writeFailed()) problems << m_log->lastProblem();
+    return problems;
 }
 
 }  // namespace kestrin

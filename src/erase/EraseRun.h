@@ -3,6 +3,9 @@
 // root on its way to the helper.
 #pragma once
 
+#include <QString>
+#include <QStringList>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -43,10 +46,14 @@ class EraseRun final : public std::enable_shared_from_this<EraseRun>,
     EraseDecisions& decisions() { return m_decisions; }
     const EraseDecisions& decisions() const { return m_decisions; }
 
-    /// Ends the log, with an end line or without one, when nothing is erased any more.
-    void closeLog(bool hasEndLine);
-    /// That the log could not be written to its end: one sentence that names the file, else empty.
-    QString logProblem() const;
+    /// Notes what the helper left and ends the log, with an end line or without one. Nothing may be
+    /// erased any more.
+    void end(bool hasEndLine);
+    /// Keeps in mind that `failure` ended the erase before its time.
+    void noteProblem(const std::exception& failure);
+    bool gaveUp() const;
+    /// That the erase gave up, and that the log could not be written to its end; a sentence each.
+    QStringList problems() const;
     /// Lets the helper's client go. Main thread.
     void releaseHelper();
 
@@ -81,7 +88,9 @@ class EraseRun final : public std::enable_shared_from_this<EraseRun>,
     const std::function<void()> m_helperIsDone;
     EraseDecisions m_decisions;
 
-    std::mutex m_lock;
+    mutable std::mutex m_lock;
+    // Guarded by `m_lock`:
+    QString m_problem;
     std::vector<HelperItem> m_notErased;  ///< folders that were not empty after their contents
 
     // Main thread:

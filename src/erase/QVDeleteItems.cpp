@@ -2,6 +2,7 @@
 #include "erase/QVDeleteItems.h"
 
 #include <atomic>
+#include <exception>
 #include <mutex>
 #include <optional>
 #include <stop_token>
@@ -9,7 +10,6 @@
 
 #include "base/MainThread.h"
 #include "base/StringTable.h"
-#include "base/SystemLog.h"
 #include "base/UserDefaults.h"
 #include "erase/EraseConfirmation.h"
 #include "erase/EraseCount.h"
@@ -21,6 +21,7 @@
 #include "erase/QVErrorDelegate.h"
 #include "erase/QVLogController.h"
 #include "erase/StayedDetails.h"
+#include "format/DisplayName.h"
 
 namespace kestrin {
 
@@ -49,11 +50,10 @@ struct QVDeleteItems::State {
     // Set when erasing starts, before any other thread looks:
     std::shared_ptr<EraseRun> run;
     std::shared_ptr<EraseProgress> progress;
-    bool hasTick = false;
+    bool hasTicks = false;
 
     std::atomic<bool> isErasing = false;
     std::atomic<End> end = End::NotYet;
-    std::unique_ptr<DisplayTick> tick;  ///< last: it stops before anything else goes
 };
 
 std::shared_ptr<QVDeleteItems> QVDeleteItems::create(EraseServices services) {
@@ -124,12 +124,7 @@ bool QVDeleteItems::proceedToEraseWithArray(SharedItemsToErase items) {
     auto log = makeEraseLog(m_state->request, items->size(), m_state->services);
     if (log && !log->openLogFile()) {
         doNotStart(log->lastProblem());
-        m_state->services.presenter.askToTheUser(
-            {.question = std::string("open_log_file_error"_key),
-             .defaultButton = std::string("yes_btn"_key),
-             .alternateButton = std::string("no_btn"_key),
-             .notAnswered = kAlertSecondButton,
-             .parentWindow = m_state->request.window});
+        tellThatLogIsClosed(m_state->request, m_state->services.presenter);
         return false;
     }
     if (!makeParts(std::move(log))) {
@@ -137,9 +132,15 @@ bool QVDeleteItems::proceedToEraseWithArray(SharedItemsToErase items) {
         return false;
     }
     m_state->isErasing = true;
-    startTick();
-    deletionsOperationQueue().enqueue(
-        [self = shared_from_this(), items = std::move(items)] { self->erase(items); });
+    m_state->hasTicks = m_state->progress->startTicks([weak = weak_from_this()] {
+        const auto engine = weak.lock();
+        return engine && engine->tickOnce();
+    });
+    orGiveUp([&] {
+        deletionsOperationQueue().enqueue([self = shared_from_this(), items = std::move(items)] {
+            self->orGiveUp([&] { self->erase(items); });
+        });
+    });
     return true;
 }
 
@@ -190,21 +191,17 @@ void QVDeleteItems::erase(SharedItemsToErase items) {
     decideEnd(totItemsDeleted() != 0 ? End::Ordinary : End::NothingErased);
 }
 
-// --- End ---
-
-void QVDeleteItems::startTick() {
-    auto tick = m_state->services.startTick([weak = weak_from_this()] {
-        const auto engine = weak.lock();
-        return engine && engine->tickOnce();
-    });
-    m_state->hasTick = tick.hasValue();
-    if (tick) {
-        m_state->tick = std::move(*tick);
-    } else {
-        qCWarning(lcErase, "Erase progress displayLink creation failed with error:%d",
-                  tick.error().code);
+/// What an operation throws, for want of memory or of a thread, ends the erase.
+void QVDeleteItems::orGiveUp(const std::function<void()>& operation) {
+    try {
+        operation();
+    } catch (const std::exception& failure) {
+        m_state->run->noteProblem(failure);
+        decideEnd(totItemsDeleted() != 0 ? End::Ordinary : End::NothingErased);
     }
 }
+
+// --- End ---
 
 bool QVDeleteItems::tickOnce() {
     const End end = m_state->end;
@@ -222,17 +219,16 @@ bool QVDeleteItems::tickOnce() {
 void QVDeleteItems::decideEnd(End end) {
     End notYet = End::NotYet;
     if (!m_state->end.compare_exchange_strong(notYet, end)) return;
-    if (end != End::Ordinary || !m_state->hasTick) finish(end);
+    if (end != End::Ordinary || !m_state->hasTicks) finish(end);
 }
 
 /// Without ticks an ordinary end has its line in the log, but neither a report nor figures.
 void QVDeleteItems::finish(End end) {
     m_state->count->end();
-    const bool isReported = end == End::Ordinary && m_state->hasTick;
+    const bool isReported = end == End::Ordinary && m_state->hasTicks;
     if (EraseRun* const run = m_state->run.get()) {
         m_state->progress->workIsOver();
-        run->decisions().noteWhatTheHelperLeft();
-        run->closeLog(end == End::Ordinary);
+        run->end(end == End::Ordinary);
         if (isReported) report();
     }
     postStopWorking(isReported);
@@ -240,8 +236,10 @@ void QVDeleteItems::finish(End end) {
 
 void QVDeleteItems::report() {
     const EraseServices& services = m_state->services;
-    if (const auto report = endReport(m_state->run->decisions(), services.texts, services.numbers))
-        services.presenter.showError(*report);
+    auto report = endReport(m_state->run->decisions(), services.texts, services.numbers);
+    if (!report) return;
+    report->message = displayName(problems().join(u' ')).toStdString();
+    services.presenter.showError(*report);
 }
 
 /// Closes the progress and posts the end, on the main thread.
@@ -292,8 +290,11 @@ std::vector<StayedEntry> QVDeleteItems::stayedEntries() const {
 QString QVDeleteItems::startProblem() const {
     return m_state->startProblem;
 }
-QString QVDeleteItems::logProblem() const {
-    return m_state->run ? m_state->run->logProblem() : QString();
+QStringList QVDeleteItems::problems() const {
+    return m_state->run ? m_state->run->problems() : QStringList();
+}
+bool QVDeleteItems::gaveUp() const {
+    return m_state->run && m_state->run->gaveUp();
 }
 
 }  // namespace kestrin

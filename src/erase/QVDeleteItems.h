@@ -5,6 +5,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -62,10 +63,13 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     SharedItemsToErase itemsToErase() const;
     /// Every entry that stayed, with its reason. An entry that was never begun is not among them.
     std::vector<StayedEntry> stayedEntries() const;
-    /// Why proceedToEraseWithArray answered false, or that the log could not be written to its end;
-    /// one sentence that names the file, else empty.
+    /// Why proceedToEraseWithArray answered false; one sentence, else empty.
     QString startProblem() const;
-    QString logProblem() const;
+    /// What the user should know at the end besides what stayed: that the erase gave up, that the
+    /// log is incomplete. One sentence each, which may hold bytes unfit to be shown.
+    QStringList problems() const;
+    /// The erase ended before it had tried every entry, for want of memory or of a thread.
+    bool gaveUp() const;
 
  private:
     enum class End;
@@ -84,9 +88,9 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     void doNotStart(const QString& problem);
     bool makeParts(std::unique_ptr<QVLogController> log);
     void erase(SharedItemsToErase items);
+    void orGiveUp(const std::function<void()>& operation);
 
     // End
-    void startTick();
     bool tickOnce();
     void decideEnd(End end);
     void finish(End end);

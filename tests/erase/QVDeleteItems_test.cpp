@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <new>
 #include <thread>
 
 #include "base/MainThread.h"
@@ -240,6 +241,50 @@ TEST_F(QVDeleteItemsTest, ALogThatCannotBeOpenedEndsTheRequestBeforeAnythingGoes
     EXPECT_TRUE(exists(trash + "/one"));
     EXPECT_EQ(ends.size(), 0u);
     std::filesystem::remove(logs);
+}
+
+TEST_F(QVDeleteItemsTest, EndsOnceHoweverOftenItTicks) {
+    KESTRIN_REQUIRE_ROOT();
+    trashFile("locked");
+    if (!makeImmutable(trash + "/locked")) GTEST_SKIP() << "no immutable attribute here";
+    std::jthread ticks;  // without a pause, so that one of them meets the end half-way
+    services.startTick = [&ticks](std::function<bool()> callback) {
+        ticks = std::jthread([callback = std::move(callback)] {
+            while (callback()) {
+            }
+        });
+        return DisplayTick::start([] { return false; });
+    };
+    for (int times = 0; times < 10; ++times) {
+        ASSERT_TRUE(run(allDisks()));
+        ticks = {};
+        waitFor([] { return false; }, 5);
+        ASSERT_EQ(ends.size(), 1u);
+        EXPECT_TRUE(ends[0].isEmpty()) << "nothing was erased";
+    }
+    EXPECT_EQ(alerts.models.size(), 10u) << "confirmations, and no report";
+}
+
+TEST_F(QVDeleteItemsTest, TellsOfALogWithGapsAndOfWantOfMemory) {
+    KESTRIN_REQUIRE_ROOT();
+    trashFile("one");
+    ASSERT_TRUE(run(allDisks()));
+    runAsRoot("chown -R root '" + logs + "'/*/*");
+    trashFile("one");
+    trashFile("locked");
+    if (!makeImmutable(trash + "/locked")) GTEST_SKIP() << "no immutable attribute here";
+    ASSERT_TRUE(run(allDisks()));
+    ASSERT_EQ(engine->problems().size(), 1);
+    EXPECT_EQ(alerts.models.back().text, engine->problems()[0]);
+    EXPECT_THAT(alerts.models.back().text.toStdString(), HasSubstr(logs));
+
+    trashFile("one");
+    services.helper.isAuthorized = []() -> bool { throw std::bad_alloc(); };
+    ASSERT_TRUE(run(allDisks()));
+    EXPECT_TRUE(engine->gaveUp());
+    EXPECT_THAT(engine->problems()[0].toStdString(), HasSubstr("memory"));
+    EXPECT_EQ(ends[0].isEmpty(), engine->totItemsDeleted() == 0);
+    EXPECT_EQ(exists(trash + "/one"), engine->totItemsDeleted() == 0) << "what is gone is told";
 }
 
 TEST_F(QVDeleteItemsTest, WithoutTicksTheEraseEndsAllTheSame) {

@@ -4,9 +4,9 @@
 #pragma once
 
 #include <condition_variable>
+#include <exception>
 #include <iterator>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -23,8 +23,9 @@ class WorkStack {
         if (tasks.empty()) return;
         {
             const std::lock_guard lock(m_mutex);
-            m_tasks.insert(m_tasks.end(), std::move_iterator(tasks.begin()),
-                           std::move_iterator(tasks.end()));
+            if (!m_failure)
+                m_tasks.insert(m_tasks.end(), std::move_iterator(tasks.begin()),
+                               std::move_iterator(tasks.end()));
         }
         if (tasks.size() > 1) {
             m_changed.notify_all();
@@ -35,29 +36,57 @@ class WorkStack {
     }
 
     /// Lets `workers` threads, this one among them, take tasks until none is left. When the stack
-    /// is empty a worker first asks `source` (called by one at a time) for a further task.
+    /// is empty a worker first asks `source` (called by one at a time) for a further task. What a
+    /// worker throws ends the work, and is thrown when all of them are done.
     template <class Source, class Work>
     void run(unsigned workers, Source source, Work work) {
         m_busy = workers;
         auto body = [this, &source, &work] {
-            Task task;
-            while (take(task, source))
-                work(task);
+            try {
+                Task task;
+                while (take(task, source))
+                    work(task);
+            } catch (...) {
+                fail(std::current_exception());
+            }
         };
         std::vector<std::jthread> threads;
         for (unsigned i = 1; i < workers; ++i) {
             try {
                 threads.emplace_back(body);
-            } catch (const std::system_error&) {  // no thread to be had: fewer workers then
+            } catch (const std::exception&) {  // no thread to be had: fewer workers then
                 const std::lock_guard lock(m_mutex);
                 m_busy -= workers - i;
                 break;
             }
         }
         body();
+        threads.clear();
+        if (m_failure) std::rethrow_exception(m_failure);
     }
 
  private:
+    /// Lets the other workers finish the task they are at.
+    void fail(std::exception_ptr failure) {
+        const std::lock_guard lock(m_mutex);
+        if (!m_failure) m_failure = std::move(failure);
+        m_tasks.clear();
+        m_sourceIsDry = true;
+        --m_busy;
+        m_changed.notify_all();
+    }
+
+    /// True for a task of the source. What the source throws finds this worker busy, as what a task
+    /// throws does.
+    template <class Source>
+    bool takeFromSource(Task& task, Source& source) {
+        if (m_sourceIsDry) return false;
+        ++m_busy;
+        const bool found = source(task);
+        --m_busy;
+        return found;
+    }
+
     template <class Source>
     bool take(Task& task, Source& source) {
         std::unique_lock lock(m_mutex);
@@ -68,7 +97,7 @@ class WorkStack {
                 m_tasks.pop_back();
                 break;
             }
-            if (!m_sourceIsDry && source(task)) break;
+            if (takeFromSource(task, source)) break;
             m_sourceIsDry = true;
             if (m_busy == 0) {
                 m_changed.notify_all();
@@ -85,6 +114,7 @@ class WorkStack {
     std::vector<Task> m_tasks;
     unsigned m_busy = 0;  ///< workers inside a task, or not yet at their first
     bool m_sourceIsDry = false;
+    std::exception_ptr m_failure;  ///< the first that was thrown
 };
 
 }  // namespace kestrin
