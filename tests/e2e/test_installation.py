@@ -187,13 +187,10 @@ class ByPkexec(InstallationTest):
         self.assertEqual(self.run_as_administrator("accept"), 0, self.output)
         self.assertInstalled(self.tool)
 
-    def test_dismissed(self):
-        self.assertEqual(self.run_as_administrator("cancel"), 126, self.output)
-        self.assertEqual(self.of_the_helper(), [])
-
-    def test_denied(self):
-        self.assertEqual(self.run_as_administrator("deny"), 127, self.output)
-        self.assertEqual(self.of_the_helper(), [])
+    def test_dismissed_or_denied(self):
+        for answer, status in (("cancel", 126), ("deny", 127)):
+            self.assertEqual(self.run_as_administrator(answer), status, self.output)
+            self.assertEqual(self.of_the_helper(), [])
 
     def of_the_helper(self):
         return [path for path in self.found() if path in (HELPER, *FILES)]

@@ -28,29 +28,6 @@ class LogTest(EndToEndTest):
         self.assertIn(os.path.join(self.trash.path("tree7"), b"49"), paths)
         self.assertIn(self.trash.path("tree29"), paths)
 
-    def test_runs_append_and_number_afresh(self):
-        for _ in range(2):
-            self.trash.file("one")
-            self.trash.file("two")
-            self.succeed("empty", "--yes")
-        numbers = [number_of(line) for line in self.log_lines() if " /" in line]
-        self.assertEqual(numbers, [1, 2, 1, 2])
-
-    def test_names_are_escaped(self):
-        for name in (b"line\nfeed", b"\xff\xfe", b"\x1b[31m"):
-            self.trash.file(name)
-        self.succeed("empty", "--yes")
-        lines = self.log_lines()
-        self.assertEqual(len(lines), 3 + 2 + 1)
-        self.assertFalse([c for line in lines for c in line if ord(c) < 32])
-
-    def test_what_stayed_is_not_in_the_log(self):
-        self.trash.file("goes")
-        if not run_as_root("chattr", "+i", self.trash.file("locked"), check=False):
-            self.skipTest("the file system keeps no such attribute")
-        self.succeed("empty", "--yes", status=1)
-        self.assertFalse([line for line in self.log_lines() if line.endswith("/locked")])
-
     def test_no_log_when_it_is_not_wanted(self):
         self.trash.file("entry")
         self.succeed("empty", "--yes", "--no-log")
@@ -63,13 +40,6 @@ class LogTest(EndToEndTest):
         self.succeed("empty", "--yes")
         self.assertGone()
         self.assertFalse(os.path.lexists(os.path.join(self.state, b"Kestrin 3")))
-
-    def test_state_home_of_the_environment(self):
-        self.environment["XDG_STATE_HOME"] = os.fsdecode(self.home) + "/elsewhere"
-        os.mkdir(os.path.join(self.home, b"elsewhere"))
-        self.trash.file("entry")
-        self.succeed("empty", "--yes")
-        self.assertTrue(os.path.isdir(os.path.join(self.home, b"elsewhere/Kestrin 3")))
 
 
 class LogTroubleTest(EndToEndTest):
@@ -90,31 +60,6 @@ class LogTroubleTest(EndToEndTest):
         os.makedirs(self.state)
         os.symlink(self.outside, os.path.join(self.state, b"Kestrin 3"))
         self.check_refused()
-        self.assertEqual(listing(self.outside), before)
-
-    def test_log_folder_is_a_file(self):
-        os.makedirs(self.state)
-        with open(os.path.join(self.state, b"Kestrin 3"), "wb") as file:
-            file.write(b"a file")
-        self.check_refused()
-        with open(os.path.join(self.state, b"Kestrin 3"), "rb") as file:
-            self.assertEqual(file.read(), b"a file")
-
-    def test_log_folder_cannot_be_made(self):
-        os.makedirs(self.state)
-        os.chmod(self.state, 0o500)
-        self.check_refused()
-
-    def test_log_file_is_a_link(self):
-        """The newest log may have been swapped for a link: nothing is appended to its target."""
-        self.trash.file("one")
-        self.succeed("empty", "--yes")
-        log, = self.log_files()
-        os.unlink(log)
-        before = listing(self.outside)
-        os.symlink(os.path.join(self.outside, b"file"), log)
-        self.trash.file("two")
-        self.run_program("empty", "--yes")
         self.assertEqual(listing(self.outside), before)
 
     def test_full_disk(self):

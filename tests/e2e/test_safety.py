@@ -48,6 +48,10 @@ class SafetyTest(EndToEndTest):
         self.tmpfs(os.path.join(top, b"memory"))
         with open(os.path.join(top, b"memory/kept"), "wb") as file:
             file.write(b"kept")
+        self.trash.file("file")
+        os.mkdir(self.trash.path("folder"))
+        for name in (b"file", b"folder"):
+            run_as_root("mount", "--bind", self.out(name), self.trash.path(name))
         mounted = listing(os.path.join(top, b"memory"))
 
         forecast = self.succeed("empty", "--dry-run", "--json", status=1)
@@ -55,36 +59,17 @@ class SafetyTest(EndToEndTest):
         self.assertCountEqual(forecast.json["notErased"], run.json["notErased"])
         for point in points:
             self.assertStayed(run, os.path.join(top, point), "mount-point")
-        self.assertEqual(len(run.json["notErased"]), 3)
+        for name in ("file", "folder"):
+            self.assertStayed(run, self.trash.path(name), "mount-point")
+        self.assertEqual(len(run.json["notErased"]), 5)
         self.assertEqual(sorted(os.listdir(top)), [b"bind", b"deep", b"memory"])
         self.assertEqual(listing(os.path.join(top, b"memory")), mounted)
-        self.assertEqual(self.trash.records(), [b"tree"])
+        self.assertEqual(self.trash.records(), [b"file", b"tree"])
         self.check_outside()
 
-    def test_mounted_entry_and_mounted_file_stay(self):
-        os.mkdir(self.trash.path("folder"))
-        run_as_root("mount", "--bind", self.outside, self.trash.path("folder"))
-        self.trash.file("file")
-        run_as_root("mount", "--bind", self.out(b"file"), self.trash.path("file"))
-        run = self.succeed("empty", "--yes", "--json", status=1)
-        self.assertStayed(run, self.trash.path("folder"), "mount-point")
-        self.assertStayed(run, self.trash.path("file"), "mount-point")
-        self.check_outside()
-
-    def test_counting_does_not_enter_mounts(self):
-        top = self.trash.tree("tree", ["a"])
-        os.mkdir(os.path.join(top, b"bind"))
-        run_as_root("mount", "--bind", self.outside, os.path.join(top, b"bind"))
-        entry, = self.succeed("show", "--json").json
-        self.assertEqual((entry["count"], entry["size"]), (3, 5))
-
-    def test_folder_swapped_for_a_link_while_erasing(self):
-        swaps, end, pairs = [0], threading.Event(), []
-        for number in range(40):
-            top = self.trash.tree(f"tree{number}", [f"sub/{inner}/{leaf}" for inner in range(8)
-                                                    for leaf in range(12)])
-            os.symlink(self.outside, os.path.join(top, b"link"))
-            pairs.append((os.path.join(top, b"sub"), os.path.join(top, b"link")))
+    def empty_while_swapping(self, pairs):
+        """The two of every pair change places all the while; what is outside stays."""
+        swaps, end = [0], threading.Event()
 
         def swap():
             while not end.is_set():
@@ -103,31 +88,26 @@ class SafetyTest(EndToEndTest):
         self.assertIn(run.status, (0, 1), run)
         self.assertGreater(swaps[0], 300)
         self.check_outside()
+
+    def test_folder_swapped_for_a_link_while_erasing(self):
+        pairs = []
+        for number in range(40):
+            top = self.trash.tree(f"tree{number}", [f"sub/{inner}/{leaf}" for inner in range(8)
+                                                    for leaf in range(12)])
+            os.symlink(self.outside, os.path.join(top, b"link"))
+            pairs.append((os.path.join(top, b"sub"), os.path.join(top, b"link")))
+        self.empty_while_swapping(pairs)
         self.succeed("empty", "--yes")
         self.assertEqual(self.trash.names(), [])
         self.check_outside()
 
     def test_top_level_entries_swapped_for_links(self):
-        end, pairs = threading.Event(), []
+        pairs = []
         for number in range(60):
-            top = self.trash.tree(f"tree{number}", [f"{leaf}" for leaf in range(50)])
             link = os.path.join(self.home, b"link%d" % number)
             os.symlink(self.outside, link)
-            pairs.append((top, link))
-
-        def swap():
-            while not end.is_set():
-                for one, other in pairs:
-                    exchange(one, other)
-
-        swapper = threading.Thread(target=swap)
-        swapper.start()
-        try:
-            self.run_program("empty", "--yes")
-        finally:
-            end.set()
-            swapper.join()
-        self.check_outside()
+            pairs.append((self.trash.tree(f"tree{number}", [f"{leaf}" for leaf in range(50)]), link))
+        self.empty_while_swapping(pairs)
 
     def test_entries_that_vanish_meanwhile_count_as_gone(self):
         for number in range(300):
@@ -170,16 +150,6 @@ class TrashFolderTest(EndToEndTest):
         self.run_program("empty", "--yes")
         self.assertEqual(listing(self.outside), self.before)
 
-    def test_home_trash_is_a_link(self):
-        run_as_root("rm", "-rf", self.trash.folder)
-        os.symlink(self.bait.folder, self.trash.folder)
-        self.check_ignored()
-
-    def test_files_folder_of_the_home_trash_is_a_link(self):
-        os.rmdir(self.trash.files)
-        os.symlink(self.bait.files, self.trash.files)
-        self.check_ignored()
-
     def test_info_folder_is_a_link(self):
         os.rmdir(self.trash.info)
         os.symlink(self.bait.info, self.trash.info)
@@ -188,16 +158,6 @@ class TrashFolderTest(EndToEndTest):
         self.succeed("empty", "--yes")
         self.assertEqual(os.listdir(self.trash.files), [])
         self.assertEqual(listing(self.outside), self.before)
-
-    def test_link_to_the_data_folder_is_the_users_own_choice(self):
-        share = os.path.join(self.home, b".local/share")
-        moved = os.path.join(self.home, b"elsewhere")
-        os.rename(share, moved)
-        os.symlink(moved, share)
-        can = TrashCan(os.path.join(moved, b"Trash"))
-        can.file("entry")
-        self.succeed("empty", "--yes")
-        self.assertGone(can)
 
     def test_volume_trash_is_a_link_at_each_level(self):
         volume = self.ext4("Disk")
@@ -244,18 +204,10 @@ class TrashFolderTest(EndToEndTest):
         can.file("entry")
         run_as_root("chown", "-R", "61236:61236", can.folder)
         run_as_root("chmod", "-R", "a+rwX", can.folder)
+        others = self.volume_trash(volume, 61236)
+        others.file("entry")
         self.run_program("empty", "--yes")
-        self.assertEqual(can.names(), [b"entry"])
-
-    def test_trashes_of_other_users_stay(self):
-        volume = self.ext4("Disk")
-        own = self.volume_trash(volume)
-        own.file("entry")
-        other = self.volume_trash(volume, 61236)
-        other.file("entry")
-        self.succeed("empty", "--yes")
-        self.assertGone(own)
-        self.assertEqual(other.names(), [b"entry"])
+        self.assertEqual((can.names(), others.names()), ([b"entry"], [b"entry"]))
 
 
 class ListingTest(EndToEndTest):
@@ -280,6 +232,7 @@ class ListingTest(EndToEndTest):
                         ["erase", "--dry-run", self.trash.path("tree")], ["--help"]):
             self.succeed(*command)
             self.assertEqual([listing(place, "mc") for place in (self.home, b"/media")], before, command)
+        self.assertIs(self.succeed("empty", "--dry-run", "--json").json["dryRun"], True)
 
     def test_access_times_stay(self):
         can = self.volume_trash(self.ext4("Disk"))
@@ -295,14 +248,6 @@ class ListingTest(EndToEndTest):
             self.succeed(*command)
             read = [path for path in paths if os.lstat(path).st_atime != 1]
             self.assertEqual(read, [], command)
-
-    def test_dry_run_tells_what_would_go(self):
-        self.trash.tree("tree", ["a", "b/c"])
-        self.trash.file("file")
-        run = self.succeed("empty", "--dry-run", "--json")
-        self.assertIs(run.json["dryRun"], True)
-        self.assertIn(b"tree", self.succeed("empty", "--dry-run").out)
-        self.assertIs(self.succeed("empty", "--yes", "--json").json["dryRun"], False)
 
 
 class SocketTest(EndToEndTest):

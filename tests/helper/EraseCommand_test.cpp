@@ -25,7 +25,6 @@ namespace kestrin {
 namespace {
 
 using namespace test;
-using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
 class RecordingProgress : public EraseProgress {
@@ -234,16 +233,6 @@ TEST_F(AnEraseCommand, LeavesWhatHasTakenTheNameOfAnItem) {
     EXPECT_EQ(run(items), 0u) << "a caller that tells no identities";
     for (const char* name : {"/file", "/folder", "/left"})
         EXPECT_FALSE(exists(m_files + name)) << name;
-}
-
-TEST_F(AnEraseCommand, CountsWhatIsStillThereAndTellsNothingOfOtherPlaces) {
-    const std::string outside = m_scratch / "outside/folder/file";
-    EXPECT_EQ(run({.unlockItems = {outside, m_scratch / "absent", outside},
-                   .permissionsItems = {m_files + "/absent", m_files + "/absent/entry", m_files,
-                                        "relative", m_files + "/../../entry"}}),
-              5u);
-    EXPECT_THAT(m_progress.paths, IsEmpty());
-    EXPECT_TRUE(exists(outside));
 }
 
 TEST_F(AnEraseCommand, StopsAtTheNextEntry) {

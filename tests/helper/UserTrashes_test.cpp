@@ -29,9 +29,6 @@ class TheTrashesOfAUser : public ::testing::Test {
         const auto folder = trashes.folderOf(path, Locks::Keep);
         return folder ? 0 : folder.error().systemError;
     }
-    void link(const std::string& target, const std::string& path) const {
-        ASSERT_EQ(symlink(target.c_str(), path.c_str()), 0);
-    }
     void give(const std::string& path, const char* owner) const {
         ASSERT_EQ(runAsRoot("chown " + std::string(owner) + " '" + path + "'"), 0);
     }
@@ -69,29 +66,6 @@ TEST_F(TheTrashesOfAUser, HoldWhatIsBelowFilesOnly) {
     EXPECT_EQ(refusal(m_files + "/absent/entry"), ENOENT);
     EXPECT_TRUE(UserTrashes(kTestUser, "/", {}).candidates().empty());
     EXPECT_TRUE(UserTrashes(kTestUser, "relative", {}).candidates().empty());
-}
-
-TEST_F(TheTrashesOfAUser, AreReachedThroughNoLinkAtAnyComponent) {
-    makeFolder(m_scratch / "outside/share/Trash/files/deep");
-    makeFolder(m_scratch / "outside/deep");
-    link(m_scratch / "outside", m_files + "/link");
-    link("../folder", m_files + "/folder/inner");
-    for (const char* path : {"/link/entry", "/link/deep/entry", "/folder/inner/deep/entry"}) {
-        EXPECT_THAT(refusal(m_files + path), ::testing::AnyOf(ELOOP, ENOTDIR)) << path;
-    }
-    const std::string entry = m_files + "/deep/entry";
-    for (const char* component : {"home/.local/share/Trash/files", "home/.local/share/Trash",
-                                  "home/.local/share", "home/.local"}) {
-        const std::string place = m_scratch / component;
-        const std::string aside = m_scratch / "aside";
-        ASSERT_EQ(rename(place.c_str(), aside.c_str()), 0);
-        const std::string tail = std::string(component).substr(sizeof "home/.local" - 1);
-        link(m_scratch / ("outside" + tail), place);
-        EXPECT_THAT(refusal(entry), ::testing::AnyOf(ELOOP, ENOTDIR)) << component;
-        unlink(place.c_str());
-        ASSERT_EQ(rename(aside.c_str(), place.c_str()), 0);
-    }
-    EXPECT_EQ(refusal(m_files + "/folder/entry"), 0);
 }
 
 TEST_F(TheTrashesOfAUser, AreFoldersOfTheirOwn) {
@@ -170,28 +144,6 @@ TEST_F(TheTrashesOfAUser, EndWhereSomethingIsMounted) {
         volume.mountPoint() + "/.Trash-" + std::to_string(kTestUser) + "/files";
     makeFolder(files);
     EXPECT_EQ(refusal(files + "/entry", mounts), ESTALE);
-}
-
-TEST_F(TheTrashesOfAUser, AreDeeperThanAPathMayBe) {
-    const std::string name(200, 'n');
-    std::string path = m_files;
-    int folder = open(m_files.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    for (int level = 0; level < 60; ++level) {
-        path += "/" + name;
-        ASSERT_EQ(mkdirat(folder, name.c_str(), 0700), 0);
-        const int next = openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        close(folder);
-        folder = next;
-    }
-    struct stat status, found;
-    ASSERT_EQ(fstat(folder, &status), 0);
-    close(folder);
-    UserTrashes trashes(kTestUser, m_scratch / "home", {});
-    const auto deep = trashes.folderOf(path + "/entry", Locks::Keep);
-    ASSERT_TRUE(deep);
-    ASSERT_EQ(fstat((*deep)->descriptor(), &found), 0);
-    EXPECT_EQ(found.st_ino, status.st_ino);
-    EXPECT_EQ(refusal(path + path + "/entry"), ENOENT);
 }
 
 }  // namespace

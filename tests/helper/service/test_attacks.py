@@ -5,7 +5,6 @@ helper answers."""
 
 import os
 import plistlib
-import signal
 
 import harness
 from harness import OTHER_USER, USER, TrashCan
@@ -116,23 +115,6 @@ class APath(Attack):
         self.keeping([self.secret], erase)
         self.assertEqual(self.trash.names(), [])
 
-    def test_to_other_names_of_a_file(self):
-        with harness.as_root():
-            os.link(self.secret_file, self.trash.path("name"))
-            os.mkdir(self.trash.path("tree"))
-            os.link(self.secret_file, self.trash.path("tree/name"))
-        self.locked(self.secret_file)
-        caller = self.caller()
-        self.assertEqual(caller.erase(unlock=[self.trash.path("name")],
-                                      permissions=[self.trash.path("tree")]), 0)
-        self.assertEqual(self.trash.names(), [])
-        with harness.as_root():
-            self.assertEqual(os.stat(self.secret_file).st_nlink, 1)
-            with open(self.secret_file, "rb") as file:
-                self.assertEqual(file.read(), b"root's own")
-            with self.assertRaises(PermissionError):
-                os.unlink(self.secret_file)  # locked as before
-
     def test_into_what_is_mounted_there(self):
         top = self.trash.tree("entry", ["file", "bound/x", "mounted/x", "bound-file"])
         point = lambda name: os.path.join(top, name)
@@ -180,29 +162,6 @@ class APath(Attack):
         self.assertEqual(caller.paths(), [path + b"/file", path])
         self.assertEqual(caller.erase(permissions=[path, path + b"/absent", top]), 0)
         self.assertGone()
-
-    def test_that_is_exchanged_with_a_link_meanwhile(self):
-        """The rounds by the thousand are run on the helper's own code; these are for the whole of it."""
-        top = self.trash.tree("entry", ["folder/shadow"])
-        folder, link = os.path.join(top, b"folder"), os.path.join(top, b"link")
-        os.symlink(os.path.relpath(self.secret, top), link)
-        swap = os.fork()
-        if swap == 0:
-            while True:
-                harness.exchange(folder, link)
-        self._undo.callback(self.end_process, swap)
-        caller = self.caller()
-        def erase():
-            for _ in range(200):
-                caller.erase(permissions=[folder + b"/shadow", folder + b"/folder/file"])
-        self.keeping([self.secret], erase)
-
-
-    @staticmethod
-    def end_process(process):
-        with harness.as_root():
-            os.kill(process, signal.SIGKILL)
-        os.waitpid(process, 0)
 
 
 class AList(Attack):

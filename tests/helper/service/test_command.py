@@ -42,36 +42,6 @@ class ACommand(HelperTest):
         self.assertEqual({os.path.dirname(path) for path in caller.paths()} - {can.files for can in cans},
                          set(paths))
 
-    def test_erases_locked_entries_in_folders_that_stay(self):
-        top = self.trash.tree("top", ["gone", "kept"])
-        inner = os.path.join(top, b"gone")
-        for path in (inner, top):
-            self.locked(path)
-        caller = self.caller()
-        self.assertEqual(caller.erase(unlock=[inner], folders=[top]), 0)
-        self.assertEqual(os.listdir(top), [b"kept"])
-        with self.assertRaises(PermissionError):
-            os.unlink(os.path.join(top, b"kept"))  # the folder is locked again
-
-    def test_removes_folders_that_became_empty(self):
-        top = self.trash.tree("top", ["kept/a", "deep/er/b"])
-        folder = os.path.join(top, b"deep/er")
-        self.as_root("chown", "0:0", folder)
-        caller = self.caller()
-        left = caller.erase(permissions=[os.path.join(folder, b"b")],
-                            folders=[top, os.path.dirname(folder), folder])
-        self.assertEqual(left, 0)
-        self.assertEqual(os.listdir(top), [b"kept"])
-        self.assertEqual([item[2] for item in caller.items], [5, 0, 0])
-        self.assertEqual(self.trash.records(), [b"top"])
-
-    def test_unlocks_entries(self):
-        locked = self.locked(self.trash.file("locked"))
-        paths = [harness.url_of(path)[len("file://"):] for path in (locked, self.outside)]
-        reply = self.caller().call("unlockItems", "(as)", paths)
-        self.assertEqual(reply["values"], [paths[:1]])
-        os.unlink(locked)
-
     def test_tells_much_in_few_messages(self):
         self.keep_home_in_memory()
         names = [f"d{folder}/f{file}" for folder in range(20) for file in range(250)]
