@@ -14,7 +14,6 @@
 #include "erase/QVDeleteItems.h"
 #include "format/QVNumberUtilities.h"
 #include "support/TestEnvironment.h"
-#include "support/WidgetPictures.h"
 
 namespace kestrin {
 namespace {
@@ -68,7 +67,6 @@ TEST_F(DiskRowTest, showsTheCountWhenItArrivesAndSaysItAllInItsText) {
     arrive();
     EXPECT_EQ(action->text(), QStringLiteral("Rock && Roll\\n: 12 items, 3.40 MB"));
     EXPECT_EQ(row->accessibleName(), QStringLiteral("Rock & Roll\\n: 12 items, 3.40 MB"));
-    EXPECT_TRUE(test::savePicture(menu, QStringLiteral("disk-row")));
 }
 
 TEST_F(DiskRowTest, forgetsTheFiguresOfAnotherTrashOnly) {
@@ -105,7 +103,6 @@ TEST_F(DiskRowTest, isChosenOnceByKeysAndNotWhenDisabled) {
         open();
         row->setFocus();
         EXPECT_EQ(row->menuItemIsSelected(), isEnabled);
-        EXPECT_TRUE(test::savePicture(menu, QStringLiteral("disk-row-selected")));
         QTest::keyClick(row, Qt::Key_Space);
         QTest::keyClick(row, Qt::Key_Return);
         QTest::qWait(700);

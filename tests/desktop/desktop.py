@@ -3,14 +3,13 @@
 
 Beside what every end-to-end test has (see ../e2e/harness.py) a test gets a display, a session bus, a
 window manager and a tray of its own, all of them the real programs, run by the user of the test. It works
-the program by the mouse and the keyboard, looks at it as a screen reader does, and keeps a picture of
-every step. Nothing waits for a time to pass: every wait is for something to become so.
+the program by the mouse and the keyboard, and looks at it as a screen reader does. Nothing waits for a
+time to pass: every wait is for something to become so.
 """
 
 import contextlib
 import os
 import re
-import shutil
 import subprocess
 import time
 
@@ -19,13 +18,8 @@ from harness import (TIME_FACTOR, USER, EndToEndTest, TrashCan, _become, as_root
                      run_as_root)
 
 PROGRAM = os.environ.get("KESTRIN", "")
-PICTURES = os.environ.get("KESTRIN_PICTURES", "")
 SCREEN = (1280, 800)
-# Of a colour that no window has.
-BACKGROUND_NAME, BACKGROUND = "#5a6b7b", "(90,107,123)"
-NEEDED = ("Xvfb", "openbox", "trayer", "xdotool", "scrot", "xwininfo", "xprop", "xsetroot",
-          "dbus-daemon",
-          "convert")
+NEEDED = "Xvfb", "openbox", "trayer", "xdotool", "xwininfo", "xprop", "dbus-daemon", "import"
 EMPTY_ALL, DISKS, QUIT = "Empty All Trashes", "Empty Trash of Disk", "Quit Kestrin"
 
 
@@ -36,8 +30,6 @@ class DesktopTest(EndToEndTest):
         require(*NEEDED)
         accessible.require_bindings()
         super().setUp()
-        self._pictures_taken = 0
-        self._is_failing = False
         self._parts = {}
         self._gated = []
         self.kestrin = self.app = None
@@ -76,7 +68,6 @@ class DesktopTest(EndToEndTest):
             number = answer.readline().strip()
         self.assertTrue(number, "the display did not start")
         self.environment["DISPLAY"] = ":" + number
-        self.tool("xsetroot", "-solid", BACKGROUND_NAME)
 
     def _start_bus(self):
         address = self.environment["DBUS_SESSION_BUS_ADDRESS"]
@@ -193,10 +184,6 @@ class DesktopTest(EndToEndTest):
 
     def report(self):
         """What is on the screen, for a failure."""
-        if PICTURES and not self._is_failing:
-            self._is_failing = True
-            with contextlib.suppress(AssertionError):
-                self.picture("failure")
         seen = [*self.bus.popups(), *([self.app] if self.app else [])]
         return "\n".join([line for node in seen for line in node.lines()] + [self.said()])
 
@@ -318,30 +305,6 @@ class DesktopTest(EndToEndTest):
                 self.key("Escape")
             return condition()
         self.wait(met, what)
-
-    # Pictures.
-
-    def picture(self, step):
-        """Keeps what the screen shows."""
-        self._pictures_taken += 1
-        shot = os.path.join(os.fsdecode(self.home), "shot.png")
-        self.wait(lambda: self._takes_picture(shot), "the windows to be drawn")
-        folder = os.path.join(PICTURES, self.picture_folder())
-        with as_root():
-            os.makedirs(folder, exist_ok=True)
-            shutil.move(shot, os.path.join(folder, f"{self._pictures_taken:02}-{step}.png"))
-
-    def _takes_picture(self, shot):
-        """False while a window is on the screen that shows nothing but what is behind it."""
-        self.run_as_user("scrot", "-o", shot, environment=self.environment)
-        windows = [*self.bus.popups(), *(self.app.children if self.app else [])]
-        places = [place for place in map(self.pixels, windows) if place[2] > 0]
-        spots = "".join(f"%[pixel:p{{{x + 3},{y + 3}}}]" for x, y, *_ in places)
-        return not places or BACKGROUND not in self.tool(
-            "convert", shot, "-depth", "8", "-format", spots, "info:").decode()
-
-    def picture_folder(self):
-        return self.id().split(".")[-1].removeprefix("test_")
 
     # Volumes.
 

@@ -28,10 +28,8 @@ class EraseTest(DesktopTest):
         slow.shut()
         question = self.ask_to_empty_all()
         self.wait_for_text(question, "Counting")
-        self.picture("gathering")
         slow.open()
         self.wait_for_text(question, "^9 items, 25 B$")
-        self.picture("figures")
 
     def test_cancel_changes_nothing(self):
         self.trash.tree("tree")
@@ -66,13 +64,6 @@ class EraseTest(DesktopTest):
         self.assertIsNone(self.window("erased"), "nothing stayed, so nothing is reported")
         self.assertRuns()
 
-    def test_without_a_question(self):
-        self.write_settings(show_alert="false", show_install_helper_tool="true")
-        self.trash.tree("tree")
-        self.start_program()
-        self.choose(EMPTY_ALL)
-        self.wait(lambda: not self.trash.names(), "the trash to be empty")
-
     def test_progress_and_stop(self):
         """Progress shows after 0.7 s, and what stays after Stop is told by the log."""
         slow = self.gated("Slow")
@@ -87,12 +78,10 @@ class EraseTest(DesktopTest):
         pressed = time.monotonic()
         progress = self.wait(self.progress, "the progress")
         self.assertGreater(time.monotonic() - pressed, 0.7)
-        self.picture("progress")
         slow.shut(b"all")
         self.press(progress, "Stop")
         self.wait_for_text(progress, "Stopping")
         self.assertNotIn("enabled", progress.find("button", "Stop").states)
-        self.picture("stopping")
         slow.open()
         self.wait(lambda: not self.progress(), "the end of the erase")
         self.assertRuns()
@@ -124,7 +113,6 @@ class EraseTest(DesktopTest):
         question = self.wait_for_window("is locked|permission")
         title = question.name
         kind = "locked" if "locked" in title else "permission"
-        self.picture(kind)
         self.click(question.find("check box", "Apply to all"))
         self.press(question, "Skip")
         self.wait_until_gone(re.escape(title))
@@ -153,11 +141,9 @@ class EraseTest(DesktopTest):
         self.start_program()
         self.empty_all()
         report = self.wait_for_window("not erased|could not be erased")
-        self.picture("report")
         details = report.find("button", "What stayed")
         if details:
             self.click(details)
             self.wait(lambda: report.find(name="inside"), "the entry that stayed")
-            self.picture("report-details")
         self.press(report, "OK")
         self.assertEqual(self.trash.names(), [b"mounted"])

@@ -77,7 +77,6 @@ class HelperTest(DesktopTest):
 
     def test_installed_after_a_question_it_erases_what_the_user_cannot(self):
         question = self.start_and_read_question()
-        self.picture("question")
         agent = Agent(self, types.SimpleNamespace(pid=self.kestrin.pid, user=USER), "accept")
         self.press(question, "Install")
         self.assertEqual(agent.line(), "asked org.freedesktop.policykit.exec\n")

@@ -31,9 +31,11 @@ class PanelTest(DesktopTest):
         return self.bus.session_call(self.owner(), path, interface, method,
                                      variant(signature, arguments))
 
+    def property(self, name):
+        return self.ask(ITEM[0], "org.freedesktop.DBus.Properties", "Get", "(ss)", ITEM[1], name)[0]
+
     def tool_tip(self):
-        return self.ask(ITEM[0], "org.freedesktop.DBus.Properties", "Get", "(ss)", ITEM[1],
-                        "ToolTip")[0][2]
+        return self.property("ToolTip")[2]
 
     def entries(self, parent=0):
         """The entries of a menu as the panel would draw them: label to (number, enabled)."""
@@ -75,8 +77,20 @@ class PanelTest(DesktopTest):
     def test_own_menu(self):
         """Opened by a panel that draws none: as with X11's tray."""
         self.start_program()
-        for method in "Activate", "ContextMenu":
+        for method, is_open in ("Activate", True), ("Activate", False), ("ContextMenu", True):
             self.ask(*ITEM, method, "(ii)", 100, 100)
-            self.wait(self.menu, "the menu")
-            self.close_menus()
+            self.wait(lambda: bool(self.menu()) == is_open, f"the menu after {method}")
+        self.close_menus()
         self.assertRuns()
+
+    def test_icon_and_a_panel_that_comes_back(self):
+        self.start_program()
+        empty = self.property("IconPixmap")
+        self.trash.tree("tree")
+        self.wait(lambda: self.property("IconPixmap") != empty, "the icon of a full trash")
+        self.kill_part("python3")
+        with as_root():
+            os.truncate(self.panel.log, 0)
+        self.start_tray()
+        self.wait(self.icon_place, "the icon in the new panel")
+        self.assertEqual(self.tool_tip(), "1 trash, 4 items, 10 B")

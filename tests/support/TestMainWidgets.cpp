@@ -7,12 +7,11 @@
 #include <QStyleFactory>
 
 #include "base/MainThread.h"
+#include "support/Palettes.h"
 #include "support/TestEnvironment.h"
-#include "support/WidgetPictures.h"
 
 int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
-    kestrin::test::makePictureFolder();
     const kestrin::test::TestEnvironment environment;
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);

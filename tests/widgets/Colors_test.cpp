@@ -7,7 +7,7 @@
 #include <QCheckBox>
 #include <algorithm>
 
-#include "support/WidgetPictures.h"
+#include "support/Palettes.h"
 
 namespace kestrin {
 namespace {

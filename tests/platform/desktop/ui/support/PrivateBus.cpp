@@ -53,12 +53,6 @@ PrivateBus::~PrivateBus() {
     m_daemon.waitForFinished();
 }
 
-void PrivateBus::kill() {
-    s_bus = nullptr;
-    m_daemon.kill();
-    m_daemon.waitForFinished();
-}
-
 PrivateBus* PrivateBus::shared() {
     return s_bus;
 }

@@ -22,9 +22,6 @@ class PrivateBus {
     /// A second connection, as another program would have it: the fake services stand on it.
     QDBusConnection peer();
 
-    /// Ends the bus, as a session that breaks down does. From then on there is none.
-    void kill();
-
  private:
     QProcess m_daemon;
     QByteArray m_address;

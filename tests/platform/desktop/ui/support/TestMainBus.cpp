@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The main() of the tests that talk to the desktop: a session bus of their own, and a screen in
-// memory or, with KESTRIN_TEST_ON_DISPLAY, an X11 display of their own.
+// The main() of the tests that talk to the desktop: a session bus of their own, and a screen
+// in memory.
 #include <grp.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -10,9 +10,8 @@
 
 #include "base/MainThread.h"
 #include "platform/desktop/ui/support/PrivateBus.h"
-#include "platform/desktop/ui/support/PrivateDisplay.h"
+#include "support/Palettes.h"
 #include "support/TestEnvironment.h"
-#include "support/WidgetPictures.h"
 
 namespace {
 
@@ -31,14 +30,9 @@ void giveUpRoot() {
 
 int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
-    kestrin::test::makePictureFolder();
     giveUpRoot();
     const kestrin::test::TestEnvironment environment;
-#ifdef KESTRIN_TEST_ON_DISPLAY
-    const kestrin::test::PrivateDisplay display;
-#else
     qputenv("QT_QPA_PLATFORM", "offscreen");
-#endif
     const kestrin::test::PrivateBus bus;
     QApplication application(argc, argv);
     QApplication::setPalette(kestrin::test::lightPalette());

@@ -1,10 +1,21 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""The same walk through the program in every look that a desktop can ask for: for people to see."""
+"""The same walk through the program in every look that a desktop can ask for: for people to see.
+
+Run by ../run, one look a process, with the surroundings of the tests (../../tests/desktop/desktop.py) and
+KESTRIN_PICTURES for the folder that the pictures go to. Needs root.
+"""
 
 import os
+import shutil
+import sys
 
-from desktop import DesktopTest
-from harness import as_root, run_as_root
+sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../tests/desktop"))
+from desktop import DesktopTest  # noqa: E402  (after the path)
+from harness import as_root, require, run_as_root  # noqa: E402
+
+PICTURES = os.environ.get("KESTRIN_PICTURES", "")
+# Of a colour that no window has.
+BACKGROUND_NAME, BACKGROUND = "#5a6b7b", "(90,107,123)"
 
 # What a dark desktop writes for its programs.
 DARK = """[General]
@@ -38,6 +49,12 @@ ForegroundNormal=230,230,230
 
 
 class PicturesTest(DesktopTest):
+    def setUp(self):
+        require("scrot", "xsetroot")
+        super().setUp()
+        self._pictures_taken = 0
+        self.tool("xsetroot", "-solid", BACKGROUND_NAME)
+
     def test_light(self):
         self.walk()
 
@@ -148,3 +165,22 @@ class PicturesTest(DesktopTest):
         self.wait(lambda: report.find(name="inside"), "the details")
         self.picture("report-details")
         self.escape_until(lambda: not self.app.find("dialog"), "the report to close")
+
+    def picture(self, step):
+        """Keeps what the screen shows."""
+        self._pictures_taken += 1
+        shot = os.path.join(os.fsdecode(self.home), "shot.png")
+        self.wait(lambda: self._takes_picture(shot), "the windows to be drawn")
+        folder = os.path.join(PICTURES, self.id().split(".")[-1].removeprefix("test_"))
+        with as_root():
+            os.makedirs(folder, exist_ok=True)
+            shutil.move(shot, os.path.join(folder, f"{self._pictures_taken:02}-{step}.png"))
+
+    def _takes_picture(self, shot):
+        """False while a window is on the screen that shows nothing but what is behind it."""
+        self.run_as_user("scrot", "-o", shot, environment=self.environment)
+        windows = [*self.bus.popups(), *(self.app.children if self.app else [])]
+        places = [place for place in map(self.pixels, windows) if place[2] > 0]
+        spots = "".join(f"%[pixel:p{{{x + 3},{y + 3}}}]" for x, y, *_ in places)
+        return not places or BACKGROUND not in self.tool(
+            "convert", shot, "-depth", "8", "-format", spots, "info:").decode()
