@@ -17,15 +17,4 @@ TEST(StopSignals, TheFirstIsStopAndTheSecondEndsAtOnce) {
     EXPECT_EXIT(::raise(SIGTERM), ::testing::ExitedWithCode(kStatusStopped), "");
 }
 
-TEST(StopSignals, AnIgnoredHangUpStaysIgnored) {
-    std::signal(SIGHUP, SIG_IGN);
-    int stops = 0;
-    {
-        const StopSignals signals([&] { ++stops; });
-        ::raise(SIGHUP);
-        EXPECT_FALSE(test::waitFor([&] { return stops > 0; }, 50));
-    }
-    std::signal(SIGHUP, SIG_DFL);
-}
-
 }  // namespace kestrin

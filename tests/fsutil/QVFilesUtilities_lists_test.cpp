@@ -13,14 +13,6 @@ using namespace kestrin::test;
 
 using ListsTest = FilesTest;
 
-TEST_F(ListsTest, SystemNamesKeepTheirOddEndings) {
-    const auto& names = QVFilesUtilities::invisibleSystemItems();
-    ASSERT_EQ(names.size(), 32u);
-    EXPECT_EQ(names[13], ".Archived_Directories\n");
-    EXPECT_EQ(names[15], ".HFS+ Private Directory Data\n");
-    EXPECT_EQ(utilities.invisibleSystemURLs()[13].path(), "/.Archived_Directories\n");
-}
-
 TEST_F(ListsTest, SuitableLocationsAreFoldersThatAreNotTheSystems) {
     const FileUrl plain = folder("plain"), library = folder("p.photoslibrary"),
                   libraryFile = file("f.photoslibrary");

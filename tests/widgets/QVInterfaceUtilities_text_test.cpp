@@ -14,14 +14,6 @@ const QVInterfaceUtilities& utilities() {
     return QVInterfaceUtilities::sharedControl();
 }
 
-TEST(QVInterfaceUtilitiesText, MeasuresOneLine) {
-    const QFont font;
-    const QSizeF one = utilities().sizeOfString(QStringLiteral("m"), font);
-    const QSizeF two = utilities().sizeOfString(QStringLiteral("mm"), font);
-    EXPECT_NEAR(two.width(), 2 * one.width(), 1);
-    EXPECT_EQ(two.height(), one.height());
-}
-
 TEST(QVInterfaceUtilitiesText, StylesWithTheDesktopsFontOrANamedOne) {
     const auto fontOf = [](const char* name, bool bold) {
         return utilities()
