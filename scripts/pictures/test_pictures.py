@@ -10,12 +10,10 @@ import shutil
 import sys
 
 sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../tests/desktop"))
-from desktop import DesktopTest  # noqa: E402  (after the path)
+from desktop import BACKGROUND, DesktopTest  # noqa: E402  (after the path)
 from harness import as_root, require, run_as_root  # noqa: E402
 
 PICTURES = os.environ.get("KESTRIN_PICTURES", "")
-# Of a colour that no window has.
-BACKGROUND_NAME, BACKGROUND = "#5a6b7b", "(90,107,123)"
 
 # What a dark desktop writes for its programs.
 DARK = """[General]
@@ -50,10 +48,9 @@ ForegroundNormal=230,230,230
 
 class PicturesTest(DesktopTest):
     def setUp(self):
-        require("scrot", "xsetroot")
+        require("scrot")
         super().setUp()
         self._pictures_taken = 0
-        self.tool("xsetroot", "-solid", BACKGROUND_NAME)
 
     def test_light(self):
         self.walk()

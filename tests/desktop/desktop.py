@@ -19,7 +19,10 @@ from harness import (TIME_FACTOR, USER, EndToEndTest, TrashCan, _become, as_root
 
 PROGRAM = os.environ.get("KESTRIN", "")
 SCREEN = (1280, 800)
-NEEDED = "Xvfb", "openbox", "trayer", "xdotool", "xwininfo", "xprop", "dbus-daemon", "import"
+# The background: of a colour that no window has.
+BACKGROUND_NAME, BACKGROUND = "#5a6b7b", "(90,107,123)"
+NEEDED = ("Xvfb", "openbox", "trayer", "xdotool", "xwininfo", "xprop", "xsetroot", "dbus-daemon",
+          "import")
 EMPTY_ALL, DISKS, QUIT = "Empty All Trashes", "Empty Trash of Disk", "Quit Kestrin"
 
 
@@ -68,6 +71,7 @@ class DesktopTest(EndToEndTest):
             number = answer.readline().strip()
         self.assertTrue(number, "the display did not start")
         self.environment["DISPLAY"] = ":" + number
+        self.tool("xsetroot", "-solid", BACKGROUND_NAME)
 
     def _start_bus(self):
         address = self.environment["DBUS_SESSION_BUS_ADDRESS"]

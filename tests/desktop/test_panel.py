@@ -93,4 +93,4 @@ class PanelTest(DesktopTest):
             os.truncate(self.panel.log, 0)
         self.start_tray()
         self.wait(self.icon_place, "the icon in the new panel")
-        self.assertEqual(self.tool_tip(), "1 trash, 4 items, 10 B")
+        self.wait(lambda: self.tool_tip() == "1 trash, 4 items, 10 B", "the tool tip")
