@@ -12,6 +12,7 @@
 #include "erase/ui/AlertDialog.h"
 #include "erase/ui/QVProgressWindow.h"
 #include "erase/ui/WidgetProgressView.h"
+#include "format/QVNumberUtilities.h"
 
 namespace kestrin {
 namespace {
@@ -82,12 +83,20 @@ TEST_P(LongTexts, FitIntoTheEndReport) {
 }
 
 TEST_P(LongTexts, FitIntoTheProgressWindow) {
-    WidgetProgressView view(m_texts, {});
-    for (auto* const label : view.window().findChildren<QLabel*>())
-        label->setText(lengthened(label->text() + QStringLiteral(" 999,519 of 1,000,204")));
+    const QVNumberUtilities numbers("en_US", m_texts);
+    WidgetProgressView view(m_texts, numbers, {});
+    view.show({.mainText = text("gathering_bin_info")});
+    view.open(nullptr);
+    expectNothingIsClipped(view.window(), "counting");
+    view.show({.mainText = text("progress_main"),
+               .infoText = lengthened(QStringLiteral("A disk whose name goes on ").repeated(3)),
+               .figures = ProgressFigures{430'519, 1'000'204, 999'460'000'000}});
+    for (auto* const label : view.window().findChildren<QLabel*>()) {
+        if (label->objectName().endsWith(QLatin1String("label")))
+            label->setText(lengthened(label->text()));
+    }
     for (auto* const button : view.window().findChildren<QAbstractButton*>())
         button->setText(lengthened(button->text()));
-    view.show();
     expectNothingIsClipped(view.window(), "progress");
 }
 
