@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Fails when a room includes what it must not, or when a test source is in no CMakeLists.txt.
+"""Fails when a room includes what it must not, when a room is named that is not there, when a source file or
+a function is too long, or when a test source is in no CMakeLists.txt.
 
 Usage: includes.py REPOSITORY
 """
@@ -32,6 +33,9 @@ ALLOWED = {
     "helper": ["base", *PLATFORM],
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
+LONGEST_FILE, LONGEST_FUNCTION = 600, 45
+# What opens a block that is no function; the rest of a line that ends with "{" is one when it has "(".
+NO_FUNCTION = re.compile(r"\s*(namespace|class|struct|union|enum|extern)\b|[^(]*$")
 GENERATED = re.compile(r"\.moc$|^moc_|^ui_")
 PROTOCOL = re.compile(r"^helper/([^/]*Protocol[^/]*|QVCommonHelper)\.h$")
 
@@ -65,6 +69,41 @@ def include_faults(repository):
                     yield f"{source.relative_to(repository)}: {room} must not include {name}"
 
 
+def absent_rooms(repository):
+    """Rooms of the table above, and of the one in ARCHITECTURE.md, that hold no source."""
+    named = set(re.findall(r"^\| `([a-z/]+)/` \|", (repository / "ARCHITECTURE.md").read_text(), re.MULTILINE))
+    for room in sorted(named | set(ALLOWED)):
+        if not any(sources(top / room) for top in (repository / "src", repository)):
+            yield f"{room}: named as a room, and not there"
+
+
+def functions(lines):
+    """The first line and the length of every function, by the layout that clang-format gives: the line that
+    closes a function stands under the one that begins it."""
+    for at, line in enumerate(lines):
+        indent = re.match(" *", line)[0]
+        if not line.endswith("{") or len(indent) > 4:
+            continue
+        first = at
+        while first > 0 and lines[first - 1].startswith(indent + " "):
+            first -= 1
+        first -= first < at
+        end = next((n for n in range(at, len(lines)) if lines[n].startswith(indent + "}")), at)
+        if not NO_FUNCTION.match(" ".join(lines[first:at + 1])) and lines[end] == indent + "}":
+            yield first, end - first + 1
+
+
+def long_sources(repository):
+    for folder in (repository / "src", repository / "helper"):
+        for source in sources(folder):
+            name, lines = source.relative_to(repository), source.read_text().splitlines()
+            if len(lines) > LONGEST_FILE:
+                yield f"{name}: {len(lines)} lines"
+            for first, length in functions(lines):
+                if length > LONGEST_FUNCTION:
+                    yield f"{name}:{first + 1}: a function of {length} lines"
+
+
 def unbuilt_tests(repository):
     for source in sorted((repository / "tests").rglob("*.cpp")):
         folder = source.parent
@@ -78,7 +117,8 @@ def unbuilt_tests(repository):
 
 def main():
     repository = Path(sys.argv[1])
-    faults = [*include_faults(repository), *unbuilt_tests(repository)]
+    faults = [*include_faults(repository), *absent_rooms(repository), *long_sources(repository),
+              *unbuilt_tests(repository)]
     print("\n".join(faults))
     return 1 if faults else 0
 
