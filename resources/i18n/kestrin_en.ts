@@ -57,6 +57,10 @@
         <source></source>
         <translation>Empty All Trashes</translation>
     </message>
+    <message id="app_is_running">
+        <source></source>
+        <translation>Kestrin is running. Its icon is in the status area.</translation>
+    </message>
     <message id="app_name">
         <source></source>
         <translation>Kestrin</translation>

@@ -50,6 +50,7 @@ class StatusItemDisplay final : public StatusDisplay {
     explicit StatusItemDisplay(QMenu& menu) : m_item(menu) {}
     void setTrashIsFull(bool isFull) override { m_item.setTrashIsFull(isFull); }
     void setToolTip(const QString& text) override { m_item.setToolTip(text); }
+    bool openMenu() override { return m_item.openMenu(); }
 
  private:
     StatusItem m_item;
@@ -102,12 +103,14 @@ QWidget* openWindow() {
     return modal ? modal : openProgressWindow();
 }
 
-void bringForward() {
+/// False when nothing is open.
+bool bringForward() {
     QWidget* const window = openWindow();
-    if (!window) return;
+    if (!window) return false;
     window->show();
     window->raise();
     window->activateWindow();
+    return true;
 }
 
 /// Everything that the program is made of, in the order in which it needs one another.

@@ -137,17 +137,25 @@ void QVKestrin::serviceMenuAction(int tag) {
 }
 
 void QVKestrin::requestToEmptyAll() {
-    if (m_isWorking) return activate();
+    if (m_isWorking) return static_cast<void>(showWhatIsOpen());
     mainMenuAction(MenuTag::kEmptyAll);
 }
 
 void QVKestrin::activate() {
+    if (showWhatIsOpen() || m_isWorking) return;
+    if (m_statusItem && m_statusItem->openMenu()) return;
+    callIfGiven(m_services.tellUser, m_services.texts.text("app_is_running"_key));
+}
+
+/// False when there is nothing to show.
+bool QVKestrin::showWhatIsOpen() {
     if (m_smartWindow) m_smartWindow->showWindow();
-    callIfGiven(m_services.bringForward);
+    const bool isForward = m_services.bringForward && m_services.bringForward();
+    return isForward || m_smartWindow;
 }
 
 void QVKestrin::emptyAllTrashesAction() {
-    if (isErasing()) return callIfGiven(m_services.bringForward);
+    if (isErasing()) return static_cast<void>(showWhatIsOpen());
     m_isAsking = true;
     m_services.trashes.refresh([this] { askToEmptyAll(); });
 }
@@ -163,7 +171,7 @@ void QVKestrin::askToEmptyAll() {
 }
 
 void QVKestrin::emptyHardDriveTrashAction(QVDiskMenuItemView* row) {
-    if (isErasing()) return callIfGiven(m_services.bringForward);
+    if (isErasing()) return static_cast<void>(showWhatIsOpen());
     setIsWorking(true);
     row->waitForStopWorking();
     EraseRequest request;

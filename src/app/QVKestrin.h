@@ -50,6 +50,8 @@ class StatusDisplay {
     virtual ~StatusDisplay() = default;
     virtual void setTrashIsFull(bool isFull) = 0;
     virtual void setToolTip(const QString& text) = 0;
+    /// Opens the menu; false where only a click can do that.
+    virtual bool openMenu() = 0;
 };
 
 /// The browsing window, as the controller sees it.
@@ -91,9 +93,9 @@ struct AppServices {
     std::function<void()> showPreferences{};
     std::function<void(int tag)> showServiceWindow{};  ///< 1, 4 and 12
     std::function<void(const QString&)> openUrl{};
-    std::function<void()> pressStop{};               ///< in the progress window that is open
-    std::function<void()> bringForward{};            ///< the question or the progress that is open
-    std::function<void()> dismissAlerts{};           ///< ends what is open without an answer
+    std::function<void()> pressStop{};      ///< in the progress window that is open
+    std::function<bool()> bringForward{};   ///< the question or the progress, if one is open
+    std::function<void()> dismissAlerts{};  ///< ends what is open without an answer
     std::function<void(const QString&)> tellUser{};  ///< one message of the desktop
     std::function<void()> terminate{};               ///< ends the event loop
     std::function<void()> beep{};
@@ -132,7 +134,8 @@ class QVKestrin : public QObject {
     /// What a hot key or a second start asks for: as the menu's entry, but during a question or an
     /// erase it only brings that forward.
     void requestToEmptyAll();
-    /// Started again without a command: brings a question or an erase forward.
+    /// Started again without a command: brings a question or an erase forward; with nothing open it
+    /// opens the menu, or says that the program runs where it cannot.
     void activate();
 
     // --- State ---
@@ -188,6 +191,7 @@ class QVKestrin : public QObject {
     std::optional<TrashFigures> figuresOfRows() const;
 
     // Erasing
+    bool showWhatIsOpen();
     void setIsWorking(bool isWorking);
     bool isErasing() const { return m_isAsking || m_deleteItemsCntrl; }
     void askToEmptyAll();

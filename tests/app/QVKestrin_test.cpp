@@ -59,6 +59,7 @@ class Timers {
 struct Display : StatusDisplay {
     void setTrashIsFull(bool) override {}
     void setToolTip(const QString&) override {}
+    bool openMenu() override { return false; }
 };
 
 /// The mounted disks; a listing in the background may outlive the test that asked for it.
@@ -110,6 +111,8 @@ class QVKestrinTest : public ::testing::Test {
                 .makeEngine = [this] { return makeEngine(); },
                 .makeStatusItem = [](QMenu&) { return std::make_unique<Display>(); },
                 .watchMounts = [this](auto changed) { mountChanged = changed; },
+                .bringForward = [this] { return isSomethingOpen; },
+                .tellUser = [this](const QString& text) { told.push_back(text); },
                 .terminate = [this] { ++terminated; },
                 .startTimer = [this](auto delay, auto call) { return timers.start(delay, call); }};
     }
@@ -174,6 +177,8 @@ class QVKestrinTest : public ::testing::Test {
     std::function<void(bool, const std::string&)> mountChanged;
     std::weak_ptr<QVDeleteItems> lastEngine;
     int terminated = 0;
+    bool isSomethingOpen = false;
+    QStringList told;
     std::unique_ptr<QVKestrin> controller;
 };
 
@@ -186,6 +191,16 @@ TEST_F(QVKestrinTest, survivesItsDiskGoingDuringTheConfirmation) {
     controller->itemWithTag(1002)->trigger();
     EXPECT_FALSE(controller->isWorking());
     EXPECT_TRUE(isThere("second/files/0"));
+}
+
+TEST_F(QVKestrinTest, saysThatItRunsWhereItMayNotOpenItsMenu) {
+    launch();
+    isSomethingOpen = true;
+    controller->activate();
+    EXPECT_EQ(told, QStringList());
+    isSomethingOpen = false;
+    controller->activate();
+    EXPECT_EQ(told, QStringList{texts.text("app_is_running"_key)});
 }
 
 TEST_F(QVKestrinTest, keepsTheLastRow) {

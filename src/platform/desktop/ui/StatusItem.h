@@ -41,9 +41,9 @@ class StatusItem {
 
     void setTrashIsFull(bool isFull);
     void setToolTip(const QString& text);
-    /// Opens the menu beside the icon, at the pointer where the icon's place is unknown, and on
-    /// Wayland where the compositor likes. A no-op while it is open.
-    void openMenu();
+    /// Opens the menu beside the icon, or at the pointer where the icon's place is unknown. A no-op
+    /// while it is open. False on Wayland, where a program opens a menu in answer to a click only.
+    bool openMenu();
 
  private:
     class Icon;

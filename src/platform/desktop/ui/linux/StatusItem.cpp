@@ -124,8 +124,10 @@ void StatusItem::setToolTip(const QString& text) {
     m_icon->setToolTip(text);
 }
 
-void StatusItem::openMenu() {
+bool StatusItem::openMenu() {
+    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland"))) return false;
     m_icon->openMenu();
+    return true;
 }
 
 QString menuText(QString text) {
