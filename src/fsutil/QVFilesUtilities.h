@@ -52,6 +52,14 @@ struct TrashLocation {
     bool trashIsEmpty = true;
 };
 
+/// What became of an item that was to be opened.
+enum class LaunchResult : std::uint8_t {
+    Opened,      ///< the desktop's opener took it
+    Refused,     ///< a program, an executable script, a launcher, or neither file nor folder
+    Unreadable,  ///< no absolute path, absent, or not to be read
+    NoOpener,    ///< the desktop has none, or it could not be started
+};
+
 /// A volume whose trash could not be listed, and why.
 struct TrashFailure {
     FileUrl volume;
@@ -173,8 +181,9 @@ class QVFilesUtilities {
     /// anything else stays as it is.
     std::vector<std::any> URLsToPaths(const std::vector<std::any>& list) const;
     std::any URLsToPaths(const std::any& value) const;
-    /// The file locations of "text/uri-list", byte for byte.
-    std::vector<FileUrl> pasteboardItemsWithPasteboard(const QMimeData& pasteboard) const;
+    /// The locations of "text/uri-list", in order: a FileUrl, byte for byte, for one of a file, a
+    /// QUrl for any other, such as a web page. What is no location is left out.
+    std::vector<std::any> pasteboardItemsWithPasteboard(const QMimeData& pasteboard) const;
     /// Aliases are replaced by their destinations, read once.
     std::vector<std::string> followTheAliasOfPathsIfNeeded(
         const std::vector<std::string>& paths) const;
@@ -244,15 +253,16 @@ class QVFilesUtilities {
 
     std::optional<FileUrl> appURLWithIdentifier(const std::string& identifier) const;
     QImage appIconWithIdentifier(const std::string& identifier) const;
-    /// The name in the entry, in its original language; else the entry's file name.
+    /// The entry's file name without its extension; empty when there is no such program.
     QString originalAppNameWithIdentifier(const std::string& identifier) const;
-    /// The same in the user's language.
+    /// The name in the entry, in the user's language; the file name when the entry has none.
     QString appNameWithIdentifier(const std::string& identifier) const;
     bool appWithIdentifierExists(const std::string& identifier) const;
     /// Of a desktop entry; empty when the packager gave none, as most do.
     QString appVersionWithURL(const FileUrl& url) const;
-    /// True when every path could be handed to the desktop's opener.
-    bool launchItems(const std::vector<std::string>& paths) const;
+    /// Hands the items to the desktop's opener, one after the other, and tells what became of each,
+    /// in order. An item is never run. Main thread; needs a QGuiApplication.
+    std::vector<LaunchResult> launchItems(const std::vector<std::string>& paths) const;
 
     // --- Volumes and trash locations (inventory/QVFilesUtilities_volumes.cpp) ---
 

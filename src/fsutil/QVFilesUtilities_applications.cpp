@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Programs that the desktop knows.
+#include <QDesktopServices>
+#include <QUrl>
+
 #include "fsutil/HostLocation.h"
 #include "fsutil/QVFilesUtilities.h"
 #include "platform/desktop/DesktopApplications.h"
+#include "platform/desktop/SafeToOpen.h"
 #include "platform/items/KeyFile.h"
 
 namespace kestrin {
@@ -15,20 +19,22 @@ constexpr std::string_view kNameKey = "Name";
 constexpr std::string_view kVersionKeys[] = {"X-AppVersion", "X-AppImage-Version",
                                              "X-GNOME-Bugzilla-Version"};
 
-enum class NameForm { Original, Localized };
+/// The file name of an entry without its extension.
+QString fileNameOf(const FileUrl& entry) {
+    std::string_view name = entry.lastPathComponent();
+    name.remove_suffix(entry.pathExtension().size() + 1);
+    return displayText(name);
+}
 
-/// The name in the entry, else the entry's file name without extension.
-QString applicationName(const std::optional<FileUrl>& entry, NameForm form) {
-    if (!entry) return {};
-    std::string name;
-    if (const auto content = KeyFile::read(*entry, LastLink::Follow)) {
-        name = form == NameForm::Localized ? content->localizedText(kGroup, kNameKey)
-                                           : content->text(kGroup, kNameKey);
-    }
-    if (!name.empty()) return displayText(name);
-    std::string_view fileName = entry->lastPathComponent();
-    fileName.remove_suffix(entry->pathExtension().size() + 1);
-    return displayText(fileName);
+LaunchResult launch(const std::string& path) {
+    if (!path.starts_with('/')) return LaunchResult::Unreadable;
+    const FileUrl item = FileUrl::fromPath(path);
+    const auto isSafe = isSafeToOpen(item);
+    if (!isSafe) return LaunchResult::Unreadable;
+    if (!*isSafe) return LaunchResult::Refused;
+    // Percent-encoded, which keeps every byte of the name.
+    const QUrl url = QUrl::fromEncoded(QByteArray::fromStdString(item.toString()));
+    return QDesktopServices::openUrl(url) ? LaunchResult::Opened : LaunchResult::NoOpener;
 }
 
 }  // namespace
@@ -43,11 +49,16 @@ QImage QVFilesUtilities::appIconWithIdentifier(const std::string& identifier) co
 }
 
 QString QVFilesUtilities::originalAppNameWithIdentifier(const std::string& identifier) const {
-    return applicationName(appURLWithIdentifier(identifier), NameForm::Original);
+    const auto entry = appURLWithIdentifier(identifier);
+    return entry ? fileNameOf(*entry) : QString();
 }
 
 QString QVFilesUtilities::appNameWithIdentifier(const std::string& identifier) const {
-    return applicationName(appURLWithIdentifier(identifier), NameForm::Localized);
+    const auto entry = appURLWithIdentifier(identifier);
+    if (!entry) return {};
+    const auto content = KeyFile::read(*entry, LastLink::Follow);
+    const std::string name = content ? content->localizedText(kGroup, kNameKey) : std::string();
+    return name.empty() ? fileNameOf(*entry) : displayText(name);
 }
 
 bool QVFilesUtilities::appWithIdentifierExists(const std::string& identifier) const {
@@ -65,13 +76,12 @@ QString QVFilesUtilities::appVersionWithURL(const FileUrl& url) const {
     return {};
 }
 
-bool QVFilesUtilities::launchItems(const std::vector<std::string>& paths) const {
-    bool allStarted = true;
-    for (const std::string& path : paths) {
-        const bool isStarted = openWithDesktop(hostPath(FileUrl::fromPath(path)));
-        allStarted = allStarted && isStarted;
-    }
-    return allStarted;
+std::vector<LaunchResult> QVFilesUtilities::launchItems(
+    const std::vector<std::string>& paths) const {
+    std::vector<LaunchResult> results;
+    for (const std::string& path : paths)
+        results.push_back(launch(hostPath(FileUrl::fromPath(path))));
+    return results;
 }
 
 }  // namespace kestrin

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Names that are never offered, and what is left of a list when they and others are taken out.
 #include <QMimeData>
+#include <QUrl>
 #include <algorithm>
 #include <sstream>
 
@@ -143,18 +144,23 @@ std::any QVFilesUtilities::URLsToPaths(const std::any& value) const {
     return path ? std::any(*path) : value;
 }
 
-std::vector<FileUrl> QVFilesUtilities::pasteboardItemsWithPasteboard(
+std::vector<std::any> QVFilesUtilities::pasteboardItemsWithPasteboard(
     const QMimeData& pasteboard) const {
     // The list's own bytes: a QUrl would change names that are not UTF-8.
     std::istringstream lines(pasteboard.data(QStringLiteral("text/uri-list")).toStdString());
-    std::vector<FileUrl> urls;
+    std::vector<std::any> locations;
     for (std::string line; std::getline(lines, line);) {
         if (line.starts_with('#')) continue;
-        if (auto url = FileUrl::fromString(withoutCarriageReturn(line))) {
-            urls.push_back(std::move(*url));
+        const std::string_view text = withoutCarriageReturn(line);
+        const QUrl other = QUrl::fromEncoded(
+            QByteArray(text.data(), static_cast<qsizetype>(text.size())), QUrl::StrictMode);
+        if (auto file = FileUrl::fromString(text)) {
+            locations.emplace_back(std::move(*file));
+        } else if (other.isValid() && !other.isRelative() && !other.isLocalFile()) {
+            locations.emplace_back(other);
         }
     }
-    return urls;
+    return locations;
 }
 
 std::vector<std::string> QVFilesUtilities::followTheAliasOfPathsIfNeeded(

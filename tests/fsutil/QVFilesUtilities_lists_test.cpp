@@ -51,17 +51,17 @@ TEST_F(ListsTest, LocationsBecomePathsWhereSomethingIsThere) {
     EXPECT_EQ(std::any_cast<std::vector<std::any>>(list).size(), 1u);
 }
 
-TEST_F(ListsTest, PasteboardKeepsEveryByteOfANameAndPassesOverTheRest) {
+TEST_F(ListsTest, PasteboardKeepsEveryByteOfANameAndLocationsOfOtherKinds) {
     QMimeData pasteboard;
     EXPECT_TRUE(utilities.pasteboardItemsWithPasteboard(pasteboard).empty());
     pasteboard.setData(QStringLiteral("text/uri-list"),
                        "# comment\r\nfile:///a%FF%0A%25b\r\nhttps://example.org/x\r\n"
-                       "file:///plain%20name\r\n");
-    EXPECT_EQ(utilities.pasteboardItemsWithPasteboard(pasteboard),
-              (std::vector{FileUrl::fromPath("/a\xff\n%b"), FileUrl::fromPath("/plain name")}));
-    pasteboard.setUrls({QUrl::fromLocalFile(QStringLiteral("/x y"))});
-    EXPECT_EQ(utilities.pasteboardItemsWithPasteboard(pasteboard),
-              std::vector{FileUrl::fromPath("/x y")});
+                       "no location\r\nfile:///plain%20name\r\n");
+    const auto locations = utilities.pasteboardItemsWithPasteboard(pasteboard);
+    ASSERT_EQ(locations.size(), 3u);
+    EXPECT_EQ(std::any_cast<FileUrl>(locations[0]), FileUrl::fromPath("/a\xff\n%b"));
+    EXPECT_EQ(std::any_cast<QUrl>(locations[1]), QUrl(QStringLiteral("https://example.org/x")));
+    EXPECT_EQ(std::any_cast<FileUrl>(locations[2]), FileUrl::fromPath("/plain name"));
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The programs that the desktop knows, by the id of their desktop entries, and its opener.
+// The programs that the desktop knows, by the id of their desktop entries.
 #pragma once
 
 #include <optional>
@@ -20,9 +20,5 @@ std::vector<FileUrl> dataFolders();
 /// desktop entry specification. None when there is none, or when the first one is marked Hidden,
 /// which is how a user takes out an entry of the system.
 std::optional<FileUrl> desktopEntryWithId(std::string_view identifier);
-
-/// Hands an item to the desktop's opener (xdg-open) as its exact bytes, without waiting. False for
-/// a path that is not absolute, and when the opener could not be started.
-bool openWithDesktop(const std::string& path);
 
 }  // namespace kestrin

@@ -2,7 +2,6 @@
 #include "platform/desktop/DesktopApplications.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "support/ScopedVariable.h"
 #include "support/TestEnvironment.h"
@@ -45,21 +44,6 @@ TEST_F(DesktopApplicationsTest, DashesMayStandForSubfoldersButLeadNowhereElse) {
           std::string_view("..-secret"), std::string_view(".-in"), std::string_view("in\0", 3)}) {
         EXPECT_EQ(found(id), "") << id;
     }
-}
-
-TEST_F(DesktopApplicationsTest, OpenerGetsTheExactBytes) {
-    const ScopedVariable path("PATH", (scratch / "bin") + ":/usr/bin:/bin");
-    const std::string opener = scratch / "bin/xdg-open", part = scratch / "part";
-    writeFile(opener, "#!/bin/sh\nprintf '%s' \"$#:$1\" > '" + part + "'\nmv '" + part + "' '" +
-                          (scratch / "got") + "'\n");
-    chmod(opener.c_str(), 0755);
-    const std::string item = "/tmp/a b\xff%20\n$(x)";
-    EXPECT_TRUE(openWithDesktop(item));
-    ASSERT_TRUE(waitFor([&] { return exists(scratch / "got"); }));
-    EXPECT_EQ(readFile(scratch / "got"), "1:" + item);
-    EXPECT_FALSE(openWithDesktop("-relative"));
-    const ScopedVariable noPath("PATH", scratch.path());
-    EXPECT_FALSE(openWithDesktop("/tmp")) << "without an opener";
 }
 
 }  // namespace

@@ -1,14 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/DesktopApplications.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdlib>
-#include <thread>
 
 #include "platform/desktop/Places.h"
 #include "platform/items/ItemAttributes.h"
@@ -44,40 +37,6 @@ std::optional<FileUrl> findEntry(const FileUrl& folder, std::string_view id) {
     return std::nullopt;
 }
 
-/// The opener's standard streams go nowhere, and it is in a session of its own: it outlives us.
-class SpawnSettings {
- public:
-    SpawnSettings() {
-        posix_spawn_file_actions_init(&m_actions);
-        posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        posix_spawn_file_actions_addopen(&m_actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-        posix_spawn_file_actions_adddup2(&m_actions, STDOUT_FILENO, STDERR_FILENO);
-        posix_spawnattr_init(&m_attributes);
-        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSID);
-    }
-    ~SpawnSettings() {
-        posix_spawnattr_destroy(&m_attributes);
-        posix_spawn_file_actions_destroy(&m_actions);
-    }
-    SpawnSettings(const SpawnSettings&) = delete;
-    SpawnSettings& operator=(const SpawnSettings&) = delete;
-
-    const posix_spawn_file_actions_t* actions() const { return &m_actions; }
-    const posix_spawnattr_t* attributes() const { return &m_attributes; }
-
- private:
-    posix_spawn_file_actions_t m_actions;
-    posix_spawnattr_t m_attributes;
-};
-
-/// Waits for the process somewhere else, so that no zombie stays.
-void forget(pid_t process) {
-    std::thread([process] {
-        while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
-        }
-    }).detach();
-}
-
 }  // namespace
 
 std::vector<FileUrl> dataFolders() {
@@ -104,21 +63,6 @@ std::optional<FileUrl> desktopEntryWithId(std::string_view identifier) {
         return entry;
     }
     return std::nullopt;
-}
-
-bool openWithDesktop(const std::string& path) {
-    if (!path.starts_with('/')) return false;
-    std::string opener = "xdg-open";
-    std::string argument = path;
-    char* const arguments[] = {opener.data(), argument.data(), nullptr};
-    const SpawnSettings settings;
-    pid_t process = 0;
-    if (posix_spawnp(&process, opener.c_str(), settings.actions(), settings.attributes(), arguments,
-                     environ) != 0) {
-        return false;
-    }
-    forget(process);
-    return true;
 }
 
 }  // namespace kestrin
