@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "platform/disks/MountTable.h"
 #include "support/TestEnvironment.h"
 
@@ -19,9 +21,12 @@ TEST(MountWatcher, TellsOfVolumesThatComeAndGoAndOfNoOtherMounts) {
     const MountWatcher watcher([&](const MountWatcher::Change& change) {
         changes.push_back((change.wasAdded ? "+" : "-") + change.mountPoint);
     });
+    const auto run = [&](const std::string& command) {
+        ASSERT_EQ(runAsRoot("cd '" + scratch.path() + "' && " + command), 0);
+    };
     /// What is told of an action once the table has come to rest.
     const auto toldOf = [&](const std::string& command) {
-        EXPECT_EQ(runAsRoot("cd '" + scratch.path() + "' && " + command), 0);
+        run(command);
         waitFor([] { return false; }, 200);
         return std::exchange(changes, {});
     };
@@ -34,6 +39,15 @@ TEST(MountWatcher, TellsOfVolumesThatComeAndGoAndOfNoOtherMounts) {
                 ElementsAre("-" + disk, "+" + disk));
     EXPECT_THAT(toldOf("umount 'My Disk'"), ElementsAre("-" + disk));
     EXPECT_THAT(toldOf(mountDisk + " && umount 'My Disk'"), ElementsAre()) << "too short";
+
+    // The rest begins with the last change, not with the first.
+    run(mountDisk);
+    waitFor([] { return false; }, 25);
+    run("mkdir Other && umount 'My Disk' && " + mount + "Other");
+    const auto atRest = std::chrono::steady_clock::now();
+    EXPECT_TRUE(waitFor([&] { return !changes.empty() && changes.back().ends_with("Other"); }));
+    // The toolkit's timers may be a twentieth early.
+    EXPECT_GE(std::chrono::steady_clock::now() - atRest, std::chrono::milliseconds(45));
 }
 
 }  // namespace

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -44,6 +46,17 @@ class TrashWatcherTest : public ::testing::Test {
         return m_told > 0;
     }
 
+    /// How many folders this process has the kernel watch.
+    static int kernelWatches() {
+        int count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fdinfo")) {
+            std::ifstream lines(entry.path());
+            for (std::string line; std::getline(lines, line);)
+                count += line.starts_with("inotify wd:");
+        }
+        return count;
+    }
+
     ScratchFolder m_scratch;
     const std::string m_trash = m_scratch / "share/Trash/files";
     int m_told = 0;
@@ -75,12 +88,14 @@ TEST_F(TrashWatcherTest, ATrashMayComeGoAndComeAgain) {
     EXPECT_FALSE(isToldInVain(m_scratch / "share/other")) << "not on the way to the trash";
     for (int round = 0; round < 2; ++round) {
         EXPECT_TRUE(isTold([this] { makeFolder(m_trash); }));
+        EXPECT_EQ(kernelWatches(), 1) << "the way to it is watched no more";
         EXPECT_TRUE(isTold([this] { writeFile(m_trash + "/entry"); }));
         EXPECT_TRUE(isTold([this] { std::filesystem::remove_all(m_scratch / "share/Trash"); }));
     }
     makeFolder(m_trash);
     pass(300);
     EXPECT_TRUE(isTold([this] { std::filesystem::rename(m_trash, m_trash + "2"); }));
+    EXPECT_EQ(kernelWatches(), 1) << "the folder above awaits it, and nobody follows the other";
     EXPECT_TRUE(isTold([this] { makeFolder(m_trash); }));
 }
 
@@ -89,9 +104,19 @@ TEST_F(TrashWatcherTest, OnlyWhatWasAskedForLastIsWatched) {
     makeFolder(m_trash);
     makeFolder(other);
     EXPECT_TRUE(isTold([&] { watch({m_trash, other}); }));
+    EXPECT_EQ(kernelWatches(), 2);
     watch({other});
+    EXPECT_EQ(kernelWatches(), 1) << "the kernel has few of them to give";
     EXPECT_FALSE(isToldInVain(m_trash + "/entry"));
     EXPECT_TRUE(isTold([&] { writeFile(other + "/entry"); }));
+
+    // Two ways to one folder share a watch, which stays with the one that is left.
+    std::filesystem::create_symlink(".", m_scratch / "again");
+    const std::string again = m_scratch / "again/other";
+    EXPECT_TRUE(isTold([&] { watch({other, again}); }));
+    watch({again});
+    EXPECT_EQ(kernelWatches(), 1);
+    EXPECT_TRUE(isTold([&] { writeFile(other + "/entry2"); }));
 }
 
 TEST_F(TrashWatcherTest, AVolumeThatHangsHoldsUpNobody) {
@@ -108,6 +133,7 @@ TEST_F(TrashWatcherTest, AVolumeThatHangsHoldsUpNobody) {
         hanging[0]();
         pass(200);
         EXPECT_EQ(told, 0) << "answered when nobody wants to know";
+        EXPECT_EQ(kernelWatches(), 0);
         watcher.watch(folders);
     }
     ASSERT_EQ(hanging.size(), 2u);
