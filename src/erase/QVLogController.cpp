@@ -18,7 +18,7 @@
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
 #include "platform/desktop/Places.h"
-#include "platform/items/DirectoryReader.h"
+#include "platform/items/FolderWalk.h"
 #include "platform/items/ItemAttributes.h"
 
 namespace kestrin {
@@ -153,17 +153,17 @@ UniqueFd QVLogController::openLogFolder(const QString& name, FileUrl& url) {
 }
 
 bool QVLogController::searchFolder(const FileUrl& folder, int days) {
-    const auto entries = readDirectory(folder);
-    if (!entries) return false;
     std::optional<double> newest;
-    for (const DirectoryEntry& entry : *entries) {
-        if (entry.name.starts_with('.')) continue;
-        const FileUrl file = folder.appending(entry.name);
+    const auto look = [&](std::string_view name, EntryType) {
+        if (name.starts_with('.')) return true;
+        const FileUrl file = folder.appending(name);
         const std::optional<double> created = dateCreated(file);
-        if (!created || (newest && *created <= *newest)) continue;
+        if (!created || (newest && *created <= *newest)) return true;
         newest = created;
         m_currLogURL = file;
-    }
+        return true;
+    };
+    if (visitFolder(folder, look)) return false;
     return newest && days > 0 && days * kSecondsPerDay > now() - *newest;
 }
 
