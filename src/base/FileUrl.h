@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Locations of files as exact bytes. Not a path library: nothing here asks the disk. Any thread.
+// Locations of files as exact bytes. This is no path library: nothing here asks the disk. Thread:
+// any.
 #pragma once
 
 #include <compare>
@@ -14,10 +15,11 @@ namespace kestrin {
 /// has a scheme. A value with neither is "none". A path keeps no trailing slash, except "/" itself.
 class FileUrl {
  public:
-    /// None.
+    /// The value that is no location.
     FileUrl() = default;
 
-    /// The file location of an absolute path; none for an empty path. Trailing slashes are dropped.
+    /// The file location of an absolute path, without its trailing slashes. An empty path gives no
+    /// location.
     static FileUrl fromPath(std::string path);
 
     /// A location without a scheme, such as a text that was never made a file location.
@@ -36,15 +38,17 @@ class FileUrl {
     /// The bytes after the last full stop of the last component; empty when there are none, or when
     /// the only full stop begins the name.
     std::string_view pathExtension() const;
-    /// The folder that holds the item; the root is its own parent, none stays none.
+    /// The folder that holds the item. The root is its own parent; no location has none.
     FileUrl parent() const;
     /// The item `name` (one component, or several joined by slashes) in this folder.
     FileUrl appending(std::string_view name) const;
-    /// True when this location lies somewhere below `folder` (itself excluded), by components.
+    /// True when this location lies somewhere below `folder`, compared by components. A folder does
+    /// not lie below itself.
     bool isBelow(const FileUrl& folder) const;
 
     /// "file://" and the path with every byte outside the unreserved set and "/" percent-encoded
-    /// (RFC 3986, RFC 8089), so that every name survives; the bare encoded path without a scheme.
+    /// (RFC 3986, RFC 8089), so that every name survives. A location without a scheme gives the
+    /// encoded path alone.
     std::string toString() const;
 
     friend bool operator==(const FileUrl&, const FileUrl&) = default;
@@ -55,7 +59,7 @@ class FileUrl {
     bool m_hasScheme = false;
 };
 
-/// Percent-encodes every byte outside RFC 3986's unreserved set; "/" too unless `keepSlashes`.
+/// Percent-encodes every byte outside RFC 3986's unreserved set, and "/" too unless `keepSlashes`.
 std::string percentEncode(std::string_view bytes, bool keepSlashes);
 /// The bytes behind percent escapes; empty when an escape is cut short or not hexadecimal.
 std::optional<std::string> percentDecode(std::string_view text);

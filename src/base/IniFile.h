@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The text of a settings file, changed a line at a time, so that a person's own lines and remarks
-// stay. Text only: reading and writing the disk is UserDefaults' part. One thread at a time.
+// stay. UserDefaults reads and writes the disk; here is only text. One thread at a time.
 #pragma once
 
 #include <map>
@@ -12,7 +12,7 @@ namespace kestrin {
 
 /// Sections of keys with values. Keys above the first section belong to "General". A line that is
 /// neither a section, nor KEY=VALUE, nor a remark (";" or "#" first) is kept and means nothing.
-/// Of a key that stands twice the last one counts.
+/// When a key stands twice, the last one counts.
 /// Values are UTF-8 bytes on one line; one that would not survive bare is written in double quotes
 /// with the escapes \n \r \t \" \\. Keys are percent-encoded where they hold more than letters,
 /// digits, "-", ".", "_" and "~".
@@ -25,11 +25,11 @@ class IniFile {
     IniFile() = default;
     explicit IniFile(std::string_view text);
 
-    /// Every section by name; one without keys is there, and empty.
+    /// Every section by its name. One without keys is among them and is empty.
     std::map<std::string, Section, std::less<>> sections() const;
 
-    /// Replaces the value in place, else adds it at the end of the section, which is made if need
-    /// be.
+    /// Replaces the value where it stands. A new key is added at the end of the section, and a new
+    /// section at the end of the text.
     void set(std::string_view section, std::string_view key, std::string_view value);
     void remove(std::string_view section, std::string_view key);
     void addSection(std::string_view section);

@@ -15,7 +15,7 @@ namespace kestrin {
 class MainThread {
  public:
     MainThread();
-    /// Drops what was not served; callers that wait are let go.
+    /// Drops the calls that were not served. Callers that wait for one are let go.
     ~MainThread();
     MainThread(const MainThread&) = delete;
     MainThread& operator=(const MainThread&) = delete;
@@ -23,11 +23,12 @@ class MainThread {
     /// True on the thread that made the mailbox, also after it closed; and on every thread when
     /// there never was one (a plain test program).
     static bool isCurrent();
-    /// Runs `call` on the main thread, later. Dropped when there is no mailbox.
+    /// Runs `call` on the main thread, later. Without a mailbox the call is dropped.
     static void post(std::function<void()> call);
-    /// Runs `call` on the main thread and returns when it has returned; at once on the main thread
-    /// itself. A worker may wait for the main thread; the main thread must never wait for a worker.
-    /// Returns false, without having run it, when the mailbox closed before the call was served.
+    /// Runs `call` on the main thread and returns when it has returned. The main thread itself runs
+    /// it at once. A worker may wait for the main thread; the main thread must never wait for a
+    /// worker. Returns false, without having run it, when the mailbox closed before the call was
+    /// served.
     static bool postAndWait(std::function<void()> call);
     /// Runs `call` on the main thread, not before `delay` has passed.
     static void postAfter(std::chrono::milliseconds delay, std::function<void()> call);

@@ -88,8 +88,8 @@ class NotificationCenter {
     /// The process's default centre.
     static NotificationCenter& defaultCenter();
 
-    /// Calls `callback` for every later notification of that name, and of that sender unless
-    /// nullptr.
+    /// Calls `callback` for every later notification of that name, and of that sender alone
+    /// unless it is nullptr.
     [[nodiscard]] Observation observe(std::string_view name, Callback callback,
                                       const void* sender = nullptr);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Work in the background: operations handed to a named queue run on threads of its own.
+// Work in the background. A named queue runs the operations handed to it on its own threads.
 #pragma once
 
 #include <cstddef>
@@ -9,12 +9,14 @@
 
 namespace kestrin {
 
-/// Runs operations in the background, each begun in the order it was enqueued. Thread: any.
+/// Runs operations in the background and begins them in the order in which they were enqueued.
+/// Thread: any.
 /// Built on std threads and locks alone, which the thread sanitizer understands.
 class OperationQueue {
  public:
-    /// `maxConcurrent` operations run at once; 0 means without limit. Threads are made when needed
-    /// and end when idle for a second. The name shows in debuggers (15 bytes of it on Linux).
+    /// At most `maxConcurrent` operations run at once; 0 means that there is no limit. Threads are
+    /// made when needed and end when idle for a second. The name shows in debuggers (15 bytes of it
+    /// on Linux).
     explicit OperationQueue(std::string name, std::size_t maxConcurrent = 0);
     /// Drops what has not begun and waits for what has.
     ~OperationQueue();

@@ -30,11 +30,12 @@ struct HostError {
     /// Further facts by name, such as "errorString" (the system's text for the errno).
     std::map<std::string, std::string> userInfo;
 
-    /// One line for the user: the user info's "errorString", else domain and code.
+    /// One line for the user: the "errorString" of the user information, or the domain and the
+    /// code when there is none.
     std::string localizedDescription() const;
 };
 
-/// What failed. An operation that can fail and has nothing to give answers one of these, or none.
+/// Why an operation that has nothing to give failed; none when it succeeded.
 using MaybeError = std::optional<HostError>;
 
 /// A value of type T or the reason why there is none.

@@ -31,9 +31,10 @@ class StringTable {
         Errors,
     };
 
-    /// Loads the tables of the user's interface language, English behind them for keys they lack.
+    /// Loads the tables of the user's interface language. English stands in for keys that they
+    /// lack.
     StringTable();
-    /// Loads the tables of a language ("en", "de"), English behind them.
+    /// Loads the tables of a language ("en", "de"). English stands in for keys that they lack.
     explicit StringTable(const QString& language);
     ~StringTable();
     StringTable(const StringTable&) = delete;
@@ -46,7 +47,7 @@ class StringTable {
     QString text(std::string_view key, Table table = Table::Default, long long count = -1) const;
 
     /// Fills the placeholders of a format text: the N-th "%@" takes the N-th argument. Arguments
-    /// are inserted as they are, whatever they hold; placeholders left over stay.
+    /// are inserted as they are, whatever they hold. Placeholders without an argument stay.
     static QString filled(const QString& format, const QStringList& arguments);
 
  private:

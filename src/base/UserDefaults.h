@@ -42,12 +42,12 @@ class UserDefaults {
     static UserDefaults& standardUserDefaults();
 
     std::optional<QVariant> object(std::string_view key) const;
-    /// false when absent or not a boolean text or number.
+    /// False when the value is absent, or is neither a boolean text nor a number.
     bool boolForKey(std::string_view key) const;
-    /// 0 when absent or not a number.
+    /// 0 when the value is absent or is not a number.
     long long integerForKey(std::string_view key) const;
     QString stringForKey(std::string_view key) const;
-    /// Empty when absent or not a dictionary.
+    /// Empty when the value is absent or is not a dictionary.
     QVariantMap dictionaryForKey(std::string_view key) const;
 
     void set(std::string_view key, const QVariant& value);
@@ -57,7 +57,7 @@ class UserDefaults {
     void registerDefaults(const SettingsMap& defaults);
     SettingsMap registrationDomain() const;
     void setRegistrationDomain(const SettingsMap& values);
-    /// What the file holds; none when there is no file.
+    /// What the file holds. None when there is no file.
     std::optional<SettingsMap> persistentDomain() const;
     /// Replaces all that the file holds.
     void setPersistentDomain(const SettingsMap& values);

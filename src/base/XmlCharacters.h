@@ -8,9 +8,9 @@
 
 namespace kestrin {
 
-/// Takes the first character off `bytes`, which must not be empty. None, with one byte taken, when
-/// no well-formed UTF-8 begins there, or when XML 1.0 (production 2) lets the character stand
-/// nowhere.
+/// Takes the first character off `bytes`, which must not be empty. When no
+/// well-formed UTF-8 begins there, or when XML 1.0 (production 2) allows the character nowhere, one
+/// byte is taken and the answer is none.
 std::optional<char32_t> takeXmlCharacter(std::string_view& bytes);
 
 bool isXmlCharacter(char32_t c);

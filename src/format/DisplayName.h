@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // File names made fit to be read: on screen, in a terminal, in the log. A name is hostile bytes;
 // what comes out of here never moves the cursor, breaks the line or turns the reading direction
-// around. Pure functions, any thread.
+// around. These are pure functions. Thread: any.
 #pragma once
 
 #include <QString>
@@ -16,10 +16,10 @@ inline constexpr qsizetype kTitleNameLimit = 60;
 
 /// A name or path as a text to show. Line feed, carriage return and tabulator become "\n", "\r" and
 /// "\t"; other control characters, line and paragraph separators and all characters that steer the
-/// direction of text become "‹U+202E›"; each byte that is not UTF-8 becomes U+FFFD. For the eye
-/// only: different names may look the same.
+/// direction of text become "‹U+202E›"; each byte that is not UTF-8 becomes U+FFFD. This is
+/// for the eye only: different names may look the same.
 QString displayName(std::string_view bytes);
-/// The same for a name that is a text already; a lone surrogate becomes U+FFFD.
+/// Does the same to a name that is a text already. A lone surrogate becomes U+FFFD.
 QString displayName(const QString& name);
 
 /// A name for a title: displayName, cut in the middle ("begin…end") to at most `limit` characters.

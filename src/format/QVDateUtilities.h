@@ -28,7 +28,8 @@ namespace kestrin {
 
 class UserDefaults;
 
-/// How much of a date is written: in English 5/3/17, May 3, 2017, the same, Wednesday, May 3, 2017.
+/// How much of a date is written. In English, Short is 5/3/17, Medium and Long are May 3, 2017, and
+/// Full is Wednesday, May 3, 2017.
 enum class DateStyle : unsigned {
     None = 0,
     Short = 1,
@@ -67,7 +68,7 @@ class QVDateUtilities {
 
     /// The user's locale and time zone, and the standard user defaults.
     QVDateUtilities();
-    /// `timeZoneName` is an Olson id ("Europe/Rome"), empty for the host's zone. `uDefault` must
+    /// `timeZoneName` is an Olson id ("Europe/Rome"), or empty for the host's zone. `uDefault` must
     /// outlive this.
     QVDateUtilities(const UserDefaults& uDefault, LocaleSource localeSource,
                     const std::string& timeZoneName);
@@ -84,7 +85,7 @@ class QVDateUtilities {
     /// seconds) when `withTime`. Empty when neither is wanted or `seconds` is no number.
     QString stringWithSeconds(double seconds, DateStyle formatted, bool isDate,
                               bool withTime) const;
-    /// The date, with the time for DateStyle::Full only; empty for no date.
+    /// The date, followed by the time for DateStyle::Full only. Empty when there is no date.
     QString localeFormattedDateStringWithDate(std::optional<double> date,
                                               DateStyle formatted) const;
 
@@ -126,12 +127,12 @@ class QVDateUtilities {
     std::string_view localeTodayString() const;
     std::string_view localeYesterdayString() const;
 
-    /// Built by the first call and kept, also over a change of locale. Where the locale's pattern
+    /// The first call builds it, and it is kept when the locale changes. Where the locale's pattern
     /// lacks a part, the ordering is the setting "NSDateTimeOrdering".
     const LocaleDateDict& localeDateDict() const;
 
-    /// Reads the user's locale again: later texts follow it. To be called by whoever learns of a
-    /// change; the system sends no notice of one.
+    /// Reads the user's locale again; later texts follow it. Whoever learns of a change calls this,
+    /// since the system sends no notice of one.
     void localeChanged();
 
  private:

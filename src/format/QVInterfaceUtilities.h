@@ -26,7 +26,7 @@ class QVInterfaceUtilities {
     /// placeholders without a string stay.
     QString replaceContentOfString(QString text, const QStringList& strings) const;
 
-    // --- Fonts and colours, in kestrin_format_ui ---
+    // --- Fonts and colours, in widgets ---
 
     /// The width and height that `text` needs on one line in `font`, in points.
     QSizeF sizeOfString(const QString& text, const QFont& font) const;

@@ -11,7 +11,7 @@ namespace kestrin {
 /// "/Volumes/" and the start-up volume's name, its slashes replaced by colons.
 const std::string& startupVolumePath();
 
-/// The item that `url` means, with `hostPath` applied; none for a location without a scheme.
+/// The item that `url` means on this host, by `hostPath`. A location without a scheme means none.
 inline FileUrl hostLocation(const FileUrl& url) {
     return url.hasScheme() ? FileUrl::fromPath(hostPath(url)) : FileUrl();
 }

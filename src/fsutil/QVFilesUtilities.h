@@ -125,22 +125,23 @@ class QVFilesUtilities {
 
     // --- Attributes of one item (QVFilesUtilities_attributes.cpp) ---
 
-    /// The value of a resource key, of the type that the key names; an empty any for none.
+    /// The value of a resource key, of the type that stands beside the key. An empty any when the
+    /// item has no such value.
     std::any attributeWithURL(const FileUrl& url, ResourceKey ofType) const;
-    // A link is a link here, whatever it points to; all are false for a location without a scheme.
+    // Links are not followed. The answers are false for a location without a scheme.
     bool isDirectoryWithURL(const FileUrl& url) const;
     bool isPackageWithURL(const FileUrl& url) const;
     bool isAliasWithURL(const FileUrl& url) const;
     /// A desktop entry or an application bundle.
     bool isApplicationWithURL(const FileUrl& url) const;
-    /// By the leading full stop of the name, else by the `.hidden` list of the folder.
+    /// True when the name begins with a full stop, or stands in the folder's `.hidden` list.
     bool isHiddenWithURL(const FileUrl& url) const;
-    /// Exact bytes; none when the item cannot be read.
+    /// The exact bytes of the name. None when the item cannot be read.
     std::optional<std::string> itemNameWithURL(const FileUrl& url) const;
     /// The name as text, with replacement characters; of a volume its label. The item need not
     /// exist.
     QString itemDisplayNameWithURL(const FileUrl& url) const;
-    /// None for "/" and for what is not there.
+    /// The folder that holds the item. None for "/" and for an item that is not there.
     std::optional<FileUrl> parentDirectoryWithURL(const FileUrl& url) const;
     /// The path when the item exists. Errors: POSIX domain, errno, user info "errorString".
     Result<std::string> pathWithURL(const FileUrl& url) const;
@@ -153,7 +154,7 @@ class QVFilesUtilities {
     bool hasPrivileges(const std::string& path) const;
     /// True when the package is treated like a folder where other packages are not.
     bool isASupportedPackage(const FileUrl& url) const;
-    /// The immutable attribute.
+    /// Whether the item has the immutable attribute.
     bool isLockedWithURL(const FileUrl& url) const;
     /// True when the attribute was cleared or not set; an ordinary user may not clear it.
     bool unlockWithURL(const FileUrl& url) const;
@@ -168,13 +169,13 @@ class QVFilesUtilities {
     std::vector<FileUrl> urlsWithFoldersName(const std::vector<std::string>& names) const;
     std::vector<FileUrl> invisibleSystemURLs() const;
     std::vector<FileUrl> visibleSystemURLs() const;
-    /// Of the locations those that may be offered: folders that are no volumes, and photo
-    /// libraries, without photo catalogues and without the names of the system's folders. In their
-    /// order.
+    /// Those of the locations that may be offered, in their order: folders that are no volumes, and
+    /// photo libraries. Photo catalogues and folders with the names of the system's are left out.
     std::vector<FileUrl> suitableURLsWithArray(const std::vector<FileUrl>& locations) const;
-    /// The same with aliases followed once, and with the names of the system's folders.
+    /// The same, except that aliases are followed once, and that folders with the names of the
+    /// system's stay.
     std::vector<FileUrl> foldersWithItemsArray(const std::vector<FileUrl>& locations) const;
-    /// kNotFound when absent.
+    /// The index of the first entry that equals the text; kNotFound when there is none.
     std::size_t indexOfStringInArray(const std::vector<std::string>& array,
                                      std::string_view matchingString) const;
     /// File locations are replaced by their paths (std::string) where pathWithURL gives one;
@@ -203,17 +204,17 @@ class QVFilesUtilities {
     /// data could be made, false when it was not stale; left alone when nothing is found.
     std::optional<FileUrl> urlWithDataAlias(const std::string& bookmark,
                                             bool& updateIfNeeded) const;
-    /// What resolves, in order. `updated` is the answer for the last entry; the list keeps its
-    /// data.
+    /// The locations of the entries that resolve, in their order. `updated` is the answer for the
+    /// last entry. The list keeps its data.
     std::vector<FileUrl> urlsWithAliases(std::vector<std::string>& bookmarks, bool& updated) const;
-    /// The location by way of a fresh bookmark; the location itself when none can be made.
+    /// The location as a fresh bookmark of it resolves, or itself when none can be made.
     FileUrl secureScopedForURL(const FileUrl& url) const;
 
     // --- Paths (QVFilesUtilities_paths.cpp) ---
 
-    /// The path in the form that begins with "/Volumes/" and the volume's name: a path that
+    /// The path in the form that begins with "/Volumes/" and the volume's name. A path that
     /// contains
-    /// "/Volumes" anywhere is taken to be so already, any other is put on the start-up volume.
+    /// "/Volumes" anywhere is taken to have it; any other is put on the start-up volume.
     std::string setAbsolutePath(const std::string& path) const;
     std::vector<std::string> setAbsolutePathToPathArray(
         const std::vector<std::string>& paths) const;
@@ -244,7 +245,7 @@ class QVFilesUtilities {
     QImage iconForItemPath(const std::string& path) const;
     /// A grey rounded rectangle of at least 20 by 20, clipped to the image.
     QImage placeholderImageWithSize(QSize size) const;
-    /// The icon at opacity 0.3, scaled to the size.
+    /// The icon, scaled to the size, at opacity 0.3.
     QImage ghostIconWithIcon(const QImage& icon, QSize forSize) const;
     /// The main image with the other one, scaled to half its size, in the bottom-right quarter.
     QImage composedImageMainImage(const QImage& mainImage, const QImage& addingImage) const;
@@ -258,7 +259,7 @@ class QVFilesUtilities {
     /// The name in the entry, in the user's language; the file name when the entry has none.
     QString appNameWithIdentifier(const std::string& identifier) const;
     bool appWithIdentifierExists(const std::string& identifier) const;
-    /// Of a desktop entry; empty when the packager gave none, as most do.
+    /// The version that a desktop entry names. Empty when its packager gave none, which is common.
     QString appVersionWithURL(const FileUrl& url) const;
     /// Hands the items to the desktop's opener, one after the other, and tells what became of each,
     /// in order. An item is never run. Main thread; needs a QGuiApplication.
@@ -321,7 +322,7 @@ QString DefaultVolumeName();
 std::string hostPath(const FileUrl& url);
 
 /// Where the symbolic link `alias` points; a relative text is taken from the link's folder. None
-/// for what is no link. Nothing need be there.
+/// when it is no link. The destination need not exist.
 std::optional<FileUrl> aliasDestination(const FileUrl& alias);
 
 }  // namespace kestrin

@@ -17,8 +17,8 @@ std::vector<FileUrl> dataFolders();
 
 /// The desktop entry with the id `identifier`, with or without ".desktop": the first in the
 /// `applications` folders. A "-" in the id may stand for a subfolder, after the FreeDesktop.org
-/// desktop entry specification. None when there is none, or when the first one is marked Hidden,
-/// which is how a user takes out an entry of the system.
+/// desktop entry specification. The answer is none when there is no such entry, and when the first
+/// one is marked Hidden, which is how a user hides an entry of the system.
 std::optional<FileUrl> desktopEntryWithId(std::string_view identifier);
 
 }  // namespace kestrin

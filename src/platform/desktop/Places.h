@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Where things stand on this host: one table, a column a host.
+// Where the program keeps its files on this host: one table with a column for each host.
 #pragma once
 
 #include <string>
@@ -20,9 +20,9 @@ enum class Place {
 };
 FileUrl location(Place place);
 
-/// The helper's program that belongs to this installation: what is copied to Place::HelperTool when
-/// the helper is installed. Beside the program's own library, or in the build folder; none when it
-/// is in neither.
+/// The helper's program that belongs to this installation and is copied to Place::HelperTool when
+/// the helper is installed. It stands beside the program's own library, or in the build folder.
+/// None when it is in neither.
 FileUrl ownHelperTool();
 
 /// True when the program's full access to files needs no consent of the system: always on Linux.

@@ -18,8 +18,9 @@ bool isThemeIconName(std::string_view name);
 enum class IconFormats { Png, PngAndSvg };
 
 /// The file of the first of `names` that the user's icon theme, the themes it inherits or "hicolor"
-/// has, the nearest to `size` pixels; in the end the unthemed pixmaps. Names that are none are
-/// passed over. Reads the themes' indexes anew: callers keep what they got by kind.
+/// has, in the size nearest to `size` pixels; the unthemed pixmaps are looked at last. Names that
+/// cannot be those of icons are passed over. Every call reads the themes' indexes, so callers keep
+/// the answer for each kind of item.
 std::optional<FileUrl> themeIconFile(const std::vector<std::string>& names, int size,
                                      IconFormats formats);
 

@@ -32,26 +32,26 @@ struct MountEntry {
 /// Reads a mount table; lines that do not fit the format are passed over.
 std::vector<MountEntry> parseMountInfo(std::string_view text);
 
-/// The kernel's table of this moment; empty when /proc is not there.
+/// The kernel's table of this moment. It is empty when /proc is not there.
 std::vector<MountEntry> currentMounts();
 
-/// The mount that `path` lies on: of those whose mount point is the path or above it, the visible
-/// one that is deepest. nullptr in an empty table. Asks no disk, so links in `path` are not
+/// The mount that `path` lies on, which is the deepest visible one of those whose mount point is
+/// the path or above it. nullptr in an empty table. No disk is asked, so links in `path` are not
 /// resolved.
 const MountEntry* mountOfPath(const std::vector<MountEntry>& mounts, std::string_view path);
 
 /// What decides about visibility besides the table itself.
 struct VolumeVisibility {
     std::string homePath;       ///< the home folder: its volume is always seen
-    std::string trashDataPath;  ///< the folder of the home trash ($XDG_DATA_HOME): likewise
+    std::string trashDataPath;  ///< the same for the folder of the home trash ($XDG_DATA_HOME)
     std::vector<std::string> hiddenMountPoints;  ///< those marked x-gvfs-hide
 };
 
 /// The mounts that users see as volumes, in the order of the table: "/", the volume of the home
 /// folder and that of the home trash always; else real, network and FUSE file systems outside the
-/// system's own paths, whose path has no component that begins with a full stop. Of mounts that
-/// show the same folder of the same device the first only; a mount hidden by another one not at
-/// all.
+/// system's own paths, whose path has no component that begins with a full stop. When
+/// several mounts show the same folder of the same device, only the first is among them. A mount
+/// that another one hides is not.
 std::vector<MountEntry> visibleVolumes(const std::vector<MountEntry>& mounts,
                                        const VolumeVisibility& visibility);
 

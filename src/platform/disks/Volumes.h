@@ -13,7 +13,7 @@
 
 namespace kestrin {
 
-/// The mounted volumes that users see, in the order of the mount table. Asks the table only.
+/// The mounted volumes that users see, in the order of the mount table. No volume is asked.
 std::vector<FileUrl> mountedVolumes();
 
 /// The volume that `item` lies on, by the mount table and the item's real path; none for an item
@@ -23,7 +23,8 @@ std::optional<FileUrl> volumeOfItem(const FileUrl& item);
 /// True when something is mounted at the location; false when it is a link.
 bool isMountPoint(const FileUrl& location);
 
-/// Read-only by mount or superblock options; none when the item does not exist.
+/// Whether the item's volume is read-only, by the options of the mount or of the file system. None
+/// when the item does not exist.
 std::optional<bool> isVolumeReadOnly(const FileUrl& item);
 
 struct VolumeCapacity {
@@ -31,7 +32,7 @@ struct VolumeCapacity {
     std::uint64_t availableBytes = 0;  ///< to the user
     std::uint64_t itemCount = 0;  ///< inodes in use; 0 where the file system does not count them
 };
-/// statvfs(3) of the item's volume; none on failure.
+/// What statvfs(3) says of the item's volume. None on failure.
 std::optional<VolumeCapacity> volumeCapacity(const FileUrl& item);
 
 /// The label of the file system mounted at `mountPoint`: the kernel's answer (FS_IOC_GETFSLABEL),
@@ -42,8 +43,8 @@ std::optional<std::string> volumeLabel(const FileUrl& mountPoint);
 std::optional<std::string> volumeUUID(const FileUrl& item);
 /// An opaque identifier of the item's volume, the same for all its items while it is mounted.
 std::optional<std::string> volumeIdentifier(const FileUrl& item);
-/// The same, but one that the volume keeps when it is mounted again or elsewhere, where its file
-/// system has a UUID.
+/// An identifier of the same kind that the volume keeps when it is mounted again or elsewhere,
+/// provided that its file system has a UUID.
 std::optional<std::string> lastingVolumeIdentifier(const FileUrl& item);
 
 }  // namespace kestrin

@@ -12,10 +12,11 @@ namespace kestrin {
 /// Calls back 60 times a second on a thread of its own, until the callback answers false.
 class DisplayTick {
  public:
-    /// Starts at once. Errors: no thread to be had (kPOSIXErrorDomain).
+    /// Starts at once. Errors: no thread can be had (kPOSIXErrorDomain).
     static Result<std::unique_ptr<DisplayTick>> start(std::function<bool()> callback);
 
-    /// Waits for a callback that is running; from inside the callback it only ends the ticking.
+    /// Waits for a callback that is running. Called from inside the callback it only ends the
+    /// ticking.
     ~DisplayTick();
     DisplayTick(const DisplayTick&) = delete;
     DisplayTick& operator=(const DisplayTick&) = delete;

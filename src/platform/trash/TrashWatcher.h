@@ -20,17 +20,17 @@ class TrashWatcher {
     /// watcher.
     using Background = std::function<void(std::function<void()>)>;
 
-    /// Calls `changed` on the main thread, once an `interval` at most and a moment after the first
-    /// of several changes. Also when a folder has just come under watch, since something may have
-    /// happened in it before.
+    /// Calls `changed` on the main thread, at most once in every `interval` and a moment after the
+    /// first of several changes. It is also called when a folder has just come under watch, since
+    /// something may have happened in it before.
     TrashWatcher(std::function<void()> changed, Background inBackground,
                  std::chrono::milliseconds interval = std::chrono::seconds(1));
     ~TrashWatcher();
     TrashWatcher(const TrashWatcher&) = delete;
     TrashWatcher& operator=(const TrashWatcher&) = delete;
 
-    /// Watches these folders from now on, and no others. Of one that is not there its coming is
-    /// told; call again then. Never blocks.
+    /// Watches these folders from now on, and no others. When one is absent, its appearance is
+    /// told, and this is to be called again then. Never blocks.
     void watch(const std::vector<FileUrl>& folders);
 
  private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Light or dark.
+// Whether the desktop is light or dark.
 #pragma once
 
 class QPalette;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The several ways in which a program is told to end, as one. Main thread.
+// One call for the several ways in which a program is told to end. Main thread.
 #pragma once
 
 #include <functional>
@@ -12,14 +12,14 @@ namespace kestrin {
 class SessionEnd {
  public:
     enum class Reason {
-        Signal,   ///< nothing has ended yet: stop the work, then quit
+        Signal,   ///< nothing has ended yet: the program stops its work, then quits
         Session,  ///< the same; the session waits only a moment for the call to return
         Quitting  ///< the event loop is over
     };
 
-    /// `ending` is called once, on the main thread, from its event loop for a signal; never a
-    /// second time for another reason. A second signal ends the process at once, as if there were
-    /// no handler. A SIGHUP that the parent had ignored (nohup) stays ignored. One at a time.
+    /// Calls `ending` once, on the main thread, whatever other reasons follow. For a signal the
+    /// call comes from the event loop. A second signal ends the process at once, as if there were
+    /// no handler. A SIGHUP that the parent had ignored (nohup) stays ignored. Only one may exist.
     explicit SessionEnd(std::function<void(Reason)> ending);
     /// The signals have their default action again.
     ~SessionEnd();

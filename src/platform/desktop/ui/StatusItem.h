@@ -16,7 +16,7 @@ namespace kestrin {
 
 /// One icon with one menu. A host that lets the program draw (X11's system tray) pops the menu up;
 /// a host that draws menus itself (StatusNotifierItem) shows the texts of its actions, so every
-/// QWidgetAction needs a text() that says all, kept up to date. There aboutToHide() may never come.
+/// QWidgetAction needs a text() that always says all. On such a host aboutToHide() may never come.
 /// A host that goes away takes the icon with it and gets it back when it returns; neither that nor
 /// the loss of the session bus ends the program, though a new bus does not bring the icon back: Qt
 /// keeps to the one that it found.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The program's pictures: the theme's where it has them, own SVG drawings (resources/icons) else.
+// The program's pictures: the theme's where it has them, else our SVG drawings (resources/icons).
 // Main thread; needs a QGuiApplication.
 #pragma once
 
@@ -11,11 +11,11 @@ class QString;
 
 namespace kestrin {
 
-/// The bin of the status area, filled when `isFull`. A drawing in one colour. The theme's
-/// "user-trash-symbolic" and "user-trash-full-symbolic" when it has both, else the own pair. Sharp
-/// at every size and scale. name() is the theme's name, by which a host that draws icons itself
-/// finds its own colour; empty for a drawing that is not in the theme of the desktop, as far as Qt
-/// knows that, such as an own one that is not installed.
+/// The bin of the status area, filled when `isFull`, drawn in one colour and sharp at every size
+/// and scale. It is the theme's "user-trash-symbolic" or "user-trash-full-symbolic" when the theme
+/// has both, else one of our pair. name() is the theme's name, by which a host that draws icons
+/// itself gives it a colour of its own. The name is empty for a drawing that Qt does not find in
+/// the desktop's theme, such as ours when it is not installed.
 QIcon trashIcon(bool isFull, const QColor& foreground);
 
 /// The same for a panel of which nothing is known: light where the programs are dark, with an
@@ -25,11 +25,11 @@ QIcon outlinedTrashIcon(bool isFull, bool isDark);
 /// An icon that shows the shape of `svg` in `foreground` and answers `name` to name().
 QIcon symbolicIcon(const QByteArray& svg, const QColor& foreground, const QString& name);
 
-/// The program itself: windows, notifications.
+/// The icon of the program, for its windows and notifications.
 QIcon applicationIcon();
 
 enum class DiskKind { Internal, Removable, Network };
-/// A volume in colours, for rows and lists.
+/// The picture of a volume, in colours, for rows and lists.
 QIcon diskIcon(DiskKind kind);
 
 }  // namespace kestrin

@@ -12,8 +12,8 @@ namespace kestrin {
 /// The path with every link resolved; none when it does not lead to something that exists.
 std::optional<std::string> realPath(const std::string& path);
 
-/// The real path of the item itself: links above it are resolved, it is not. None when it is
-/// absent.
+/// The path of the item itself with every link above it resolved. The item is not resolved when it
+/// is a link. None when it is absent.
 std::optional<std::string> realPathOfItem(const FileUrl& item);
 
 /// The real path of `path`, or of the nearest folder above it that exists.

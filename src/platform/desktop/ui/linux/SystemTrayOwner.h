@@ -13,11 +13,12 @@ struct xcb_connection_t;
 
 namespace kestrin {
 
-/// A connection of its own to the display: Qt's one cannot be asked before Qt decides. Main thread.
+/// Asks by a connection of its own to the display, since Qt's connection cannot be asked before Qt
+/// decides. Main thread.
 class SystemTrayOwner {
  public:
-    /// `appeared` is called from the event loop whenever a tray announces itself. Empty when nobody
-    /// listens. Without an X11 display there is never an owner.
+    /// Calls `appeared`, which may be empty, from the event loop whenever a tray announces itself.
+    /// Without an X11 display there is never an owner.
     explicit SystemTrayOwner(std::function<void()> appeared = {});
     ~SystemTrayOwner();
     SystemTrayOwner(const SystemTrayOwner&) = delete;
