@@ -10,9 +10,10 @@
 
 #include "base/FileUrl.h"
 #include "base/Result.h"
-#include "platform/items/DirectoryReader.h"
 
 namespace kestrin {
+
+enum class EntryType : std::uint8_t { Unknown, Directory, RegularFile, SymbolicLink, Other };
 
 /// Calls `visit` for each entry directly inside `folder`, in the order the file system lists them
 /// and with the type that the listing tells, until it answers false. Keeps no names: the answer

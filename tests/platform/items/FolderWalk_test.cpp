@@ -8,6 +8,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <map>
+
 #include "platform/items/UniqueFd.h"
 #include "support/TestEnvironment.h"
 
@@ -48,6 +51,34 @@ TEST(FolderWalk, MeetsEveryEntryOnceAndFollowsNoLink) {
     const auto stopAtOnce = [&](std::string_view, EntryType) { return ++met < 4; };
     EXPECT_FALSE(visitFolder(FileUrl::fromPath(scratch / "walked"), stopAtOnce));
     EXPECT_EQ(met, 4);
+}
+
+TEST(FolderWalk, VisitsNamesAsBytesWithTheirTypesInFoldersOnly) {
+    const ScratchFolder scratch;
+    const std::string odd = "\xff\n%41 ";
+    writeFile(scratch / odd);
+    makeFolder(scratch / "..folder");
+    ASSERT_EQ(symlink("..folder", (scratch / "link").c_str()), 0);
+    ASSERT_EQ(mkfifo((scratch / ".fifo").c_str(), 0600), 0);
+    std::map<std::string, EntryType> types;
+    const auto note = [&](std::string_view name, EntryType type) {
+        types[std::string(name)] = type;
+        return true;
+    };
+    EXPECT_FALSE(visitFolder(FileUrl::fromPath(scratch.path()), note));
+    EXPECT_EQ(types, (std::map<std::string, EntryType>{{odd, EntryType::RegularFile},
+                                                       {"..folder", EntryType::Directory},
+                                                       {"link", EntryType::SymbolicLink},
+                                                       {".fifo", EntryType::Other}}));
+
+    ASSERT_EQ(chmod((scratch / "..folder").c_str(), 0300), 0);
+    for (const auto& [name, code] : {std::pair("..folder", kFileReadNoPermission),
+                                     {"link", ENOTDIR},
+                                     {".fifo", ENOTDIR},
+                                     {"none", ENOENT}}) {
+        const MaybeError error = visitFolder(FileUrl::fromPath(scratch / name), note);
+        EXPECT_EQ(error ? error->code : 0, code) << name;
+    }
 }
 
 TEST(FolderWalk, GoesDeeperThanPathsAndDescriptorsReachAndComesBack) {
