@@ -17,6 +17,7 @@
 #include <mutex>
 #include <optional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -298,8 +299,10 @@ class QVFilesUtilities {
 
     // --- Sizes of folders (inventory/QVFilesUtilities_sizes.cpp) ---
 
-    /// Adds to `itemsFound` every entry at any depth. (0, 0) for none, the counter left alone.
-    SizePair iterateFolderForSize(const FileUrl& folder, std::uint64_t& itemsFound) const;
+    /// Adds to `itemsFound` every entry at any depth. (0, 0) for none, the counter left alone. When
+    /// `stop` is requested it returns early with what it has.
+    SizePair iterateFolderForSize(const FileUrl& folder, std::uint64_t& itemsFound,
+                                  std::stop_token stop = {}) const;
     /// `itemsFound`: folders, then files and packages.
     SizePair iterateFolderForSize(const FileUrl& folder, const SizeIterationDelegate* withDelegate,
                                   std::array<std::uint64_t, 2>& itemsFound, bool incrementCount,

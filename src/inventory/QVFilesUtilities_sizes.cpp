@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <utility>
+
 #include "fsutil/QVFilesUtilities.h"
 #include "platform/items/FolderWalk.h"
 #include "platform/items/ItemKinds.h"
@@ -15,10 +17,10 @@ bool isPackage(const WalkedEntry& folder) {
 
 }  // namespace
 
-SizePair QVFilesUtilities::iterateFolderForSize(const FileUrl& folder,
-                                                std::uint64_t& itemsFound) const {
+SizePair QVFilesUtilities::iterateFolderForSize(const FileUrl& folder, std::uint64_t& itemsFound,
+                                                std::stop_token stop) const {
     if (folder.isEmpty()) return {};
-    const auto entries = scanTree(folder);
+    const auto entries = scanTree(folder, std::move(stop));
     if (!entries) return {};
     std::uint64_t size = 0;
     for (const ScannedEntry& entry : *entries) {

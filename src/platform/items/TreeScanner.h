@@ -27,10 +27,17 @@ struct ScannedEntry {
 /// number of the entries below it. Sizes are st_size of files and links; folders, FIFOs, sockets
 /// and devices have none. Links are not followed; a folder where something is mounted counts as an
 /// entry and is not entered. What cannot be read is passed over and adds nothing. Memory: the first
-/// level and the folders still to be read; nothing for the entries below. Thread: any; uses workers
-/// of its own and returns when they are done. When `stop` is requested it returns early with the
-/// sums gathered so far. Errors: `folder` itself cannot be opened or listed (errorFromErrno with
-/// Read).
-Result<std::vector<ScannedEntry>> scanTree(const FileUrl& folder, std::stop_token stop = {});
+/// level and the folders still to be read; nothing for the entries below. When `stop` is requested
+/// it returns early with the sums gathered so far. Errors: `folder` itself cannot be opened or
+/// listed (errorFromErrno with Read).
+///
+/// Thread: any. The caller's thread works, and others with it, of which all scans of the process
+/// together have a few for each core, 30 at most. A scan takes up to half of those that are free
+/// and never waits for one. A scan in a volume that does not answer keeps its threads, and returns
+/// only when the volume does; `stop` cannot help there. The others then have fewer, at worst their
+/// callers' own. Whoever has many folders to scan therefore puts them on an OperationQueue with a
+/// limit, one queue for each volume: then no volume waits for another, and a thousand folders take
+/// no more threads than the limits and the 30.
+Result<std::vector<ScannedEntry>> scanTree(const FileUrl& folder, std::stop_token stop);
 
 }  // namespace kestrin

@@ -15,7 +15,7 @@ using namespace test;
 /// "name COUNT SIZE" of each entry.
 std::vector<std::string> scanned(const std::string& folder) {
     std::vector<std::string> entries;
-    const auto result = scanTree(FileUrl::fromPath(folder));
+    const auto result = scanTree(FileUrl::fromPath(folder), {});
     for (const ScannedEntry& entry : *result) {
         entries.push_back(entry.name + (entry.isDirectory ? "/ " : " ") +
                           std::to_string(entry.count) + " " + std::to_string(entry.size));
@@ -44,8 +44,9 @@ TEST(TreeScanner, CountsEveryEntryAtEveryDepthOfItsMountWithoutFollowingLinks) {
     EXPECT_THAT(scanned(trash), ::testing::UnorderedElementsAre(
                                     ".hidden 1 3", "folder/ 5 8", "empty/ 1 0", "mounts/ 2 0",
                                     "link 1 6", "fifo 1 0", "secret/ 1 0"));
-    EXPECT_EQ(scanTree(FileUrl::fromPath(trash + "/secret")).error().code, kFileReadNoPermission);
-    EXPECT_EQ(scanTree(FileUrl::fromPath(trash + "/link")).error().code, ENOTDIR);
+    EXPECT_EQ(scanTree(FileUrl::fromPath(trash + "/secret"), {}).error().code,
+              kFileReadNoPermission);
+    EXPECT_EQ(scanTree(FileUrl::fromPath(trash + "/link"), {}).error().code, ENOTDIR);
 }
 
 TEST(TreeScanner, ManyEntriesAreCountedOnceAndInTheirOrder) {

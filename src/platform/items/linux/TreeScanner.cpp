@@ -16,6 +16,7 @@
 #include "platform/items/linux/Identity.h"
 #include "platform/items/linux/QuietOpen.h"
 #include "platform/items/linux/WorkStack.h"
+#include "platform/items/linux/WorkerBudget.h"
 
 namespace kestrin {
 namespace {
@@ -79,14 +80,13 @@ class Scanner {
             ranges.push_back({nullptr, {}, begin, std::min(begin + kRange, m_results.size())});
         }
         if (ranges.empty()) return {};
-        std::reverse(ranges.begin(), ranges.end());  // the first range is taken first
-        m_tasks.push(ranges);
-        // More than cores: what is not in memory is asked of the disk, which likes several
-        // questions.
-        const unsigned workers =
-            affordableWorkers(std::clamp(4 * std::thread::hardware_concurrency(), 8U, 16U));
-        m_tasks.run(
-            workers, [](ScanTask&) { return false; }, [this](ScanTask& task) { work(task); });
+        if (ranges.size() == 1) {  // nothing for others to do yet, and often nothing at all
+            examineRange(0, m_results.size());
+        } else {
+            std::reverse(ranges.begin(), ranges.end());  // the first range is taken first
+            m_tasks.push(ranges);
+        }
+        if (!m_tasks.isEmpty()) runWorkers();
         return std::move(m_results);
     }
 
@@ -95,6 +95,18 @@ class Scanner {
         std::uint64_t size = 0;
         std::uint64_t count = 0;
     };
+
+    void runWorkers() {
+        // More than cores: what is not in memory is asked of the disk, which likes several
+        // questions.
+        static const unsigned most =
+            affordableWorkers(std::clamp(4 * std::thread::hardware_concurrency(), 8U, 16U));
+        static WorkerBudget& budget = *new WorkerBudget(2 * (most - 1));  // outlives what hangs
+        const WorkerBudget::Share others(budget, most - 1);
+        m_tasks.run(
+            1 + others.threads(), [](ScanTask&) { return false; },
+            [this](ScanTask& task) { work(task); });
+    }
 
     void work(ScanTask& task) {
         thread_local DirectoryStream stream;

@@ -35,6 +35,11 @@ class WorkStack {
         tasks.clear();
     }
 
+    bool isEmpty() {
+        const std::lock_guard lock(m_mutex);
+        return m_tasks.empty();
+    }
+
     /// Lets `workers` threads, this one among them, take tasks until none is left. When the stack
     /// is empty a worker first asks `source` (called by one at a time) for a further task. What a
     /// worker throws ends the work, and is thrown when all of them are done.
