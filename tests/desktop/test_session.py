@@ -15,7 +15,6 @@ class SessionTest(DesktopTest):
         first = self.kestrin
         self.assertEqual(self.wait_for_end(self.launch()), 0)
         self.wait(self.menu, "the menu, with nothing else to show")
-        self.picture("menu")
         self.close_menus()
         self.assertEqual(self.wait_for_end(self.launch("--empty-all")), 0)
         question = self.wait_for_window("Empty all trashes")
