@@ -14,6 +14,7 @@
 #include "erase/EraseItemSource.h"
 #include "erase/QVErrorDelegate.h"
 #include "erase/QVLogController.h"
+#include "erase/StayedDetails.h"
 #include "format/DisplayName.h"
 #include "platform/items/HostErrors.h"
 #include "platform/trash/TrashFolders.h"
@@ -199,7 +200,8 @@ void EraseRun::writeLogEntryWithPath(const std::string& path, std::uint64_t item
 }
 
 void EraseRun::showErrorWithError(const HostError& error) {
-    m_services.presenter.showError(error.localizedDescription());
+    const std::lock_guard lock(m_lock);
+    m_helperError = error.localizedDescription();
 }
 
 // --- The end ---
@@ -239,6 +241,24 @@ QStringList EraseRun::problems() const {
     }
     if (m_log && m_log->writeFailed()) problems << m_log->lastProblem();
     return problems;
+}
+
+std::optional<ErrorReport> EraseRun::report(bool tellsWhatStayed) {
+    std::string helperError;
+    {
+        const std::lock_guard lock(m_lock);
+        helperError = m_helperError;
+    }
+    std::optional<ErrorReport> report;
+    if (tellsWhatStayed) report = endReport(m_decisions, m_services.texts, m_services.numbers);
+    if (report) {
+        QStringList sentences = problems();
+        if (!helperError.empty()) sentences.prepend(QString::fromStdString(helperError));
+        report->message = displayName(sentences.join(u' ')).toStdString();
+    } else if (!helperError.empty()) {
+        report = ErrorReport{.error = helperError, .message = {}, .additionalName = {}};
+    }
+    return report;
 }
 
 }  // namespace kestrin

@@ -23,6 +23,7 @@
 namespace kestrin {
 
 class QVLogController;
+struct ErrorReport;
 
 /// One run over the entries of an erase. Thread: any, unless marked otherwise.
 class EraseRun final : public std::enable_shared_from_this<EraseRun>,
@@ -54,6 +55,10 @@ class EraseRun final : public std::enable_shared_from_this<EraseRun>,
     bool gaveUp() const;
     /// That the erase gave up, and that the log could not be written to its end; a sentence each.
     QStringList problems() const;
+    /// What is to be told in one alert when the run has ended: what stayed and what else went
+    /// wrong, where `tellsWhatStayed`, and what the helper complained of. None when there is
+    /// nothing.
+    std::optional<ErrorReport> report(bool tellsWhatStayed);
     /// Lets the helper's client go. Main thread.
     void releaseHelper();
 
@@ -92,6 +97,7 @@ class EraseRun final : public std::enable_shared_from_this<EraseRun>,
     // Guarded by `m_lock`:
     QString m_problem;
     std::vector<HelperItem> m_notErased;  ///< folders that were not empty after their contents
+    std::string m_helperError;
 
     // Main thread:
     std::unique_ptr<HelperClient> m_rootAccess;

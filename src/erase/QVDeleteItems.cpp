@@ -4,7 +4,6 @@
 #include <atomic>
 #include <exception>
 #include <mutex>
-#include <optional>
 #include <stop_token>
 #include <utility>
 
@@ -20,8 +19,6 @@
 #include "erase/QVAlert.h"
 #include "erase/QVErrorDelegate.h"
 #include "erase/QVLogController.h"
-#include "erase/StayedDetails.h"
-#include "format/DisplayName.h"
 
 namespace kestrin {
 
@@ -81,11 +78,11 @@ bool QVDeleteItems::askToContinue(const EraseRequest& request) {
     if (request.isSmartErase) {
         deletionsOperationQueue().enqueue([self = shared_from_this(), alert] {
             const int choice = alert->waitUntilSheetWindowIsClosed();
-            self->sendSmartEraseNotificationResponse(choice != kAlertSecondButton);
+            self->sendSmartEraseNotificationResponse(choice == kAlertFirstButton);
         });
         return true;
     }
-    const bool canContinue = alert->choice() != kAlertSecondButton;
+    const bool canContinue = alert->choice() == kAlertFirstButton;
     questionIsOver(canContinue);
     return canContinue;
 }
@@ -229,17 +226,10 @@ void QVDeleteItems::finish(End end) {
     if (EraseRun* const run = m_state->run.get()) {
         m_state->progress->workIsOver();
         run->end(end == End::Ordinary);
-        if (isReported) report();
+        if (const auto report = run->report(isReported))
+            m_state->services.presenter.showError(*report);
     }
     postStopWorking(isReported);
-}
-
-void QVDeleteItems::report() {
-    const EraseServices& services = m_state->services;
-    auto report = endReport(m_state->run->decisions(), services.texts, services.numbers);
-    if (!report) return;
-    report->message = displayName(problems().join(u' ')).toStdString();
-    services.presenter.showError(*report);
 }
 
 /// Closes the progress and posts the end, on the main thread.

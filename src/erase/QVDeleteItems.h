@@ -94,7 +94,6 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     bool tickOnce();
     void decideEnd(End end);
     void finish(End end);
-    void report();
     void postStopWorking(bool withFigures);
 
     std::unique_ptr<State> m_state;

@@ -278,15 +278,16 @@ void QVSecureAccess::commandFinished(std::uint64_t nonErasedCount) {
     sendNextCommand();
 }
 
-/// The delegate may let this object go in any of its calls.
+/// The error comes before the end, which is reported with it. The delegate may let this object go
+/// in any of its calls.
 void QVSecureAccess::endRun(std::uint64_t nonErasedCount, MaybeError error) {
     m_run.reset();
     // With the connection ends what the helper may still be at.
     if (error) m_helperToolConnection.reset();
     HelperDelegate& delegate = *m_delegate;
     delegate.setNotErasedCount(nonErasedCount);
-    delegate.setIsWorking(false);
     if (error) delegate.showErrorWithError(*error);
+    delegate.setIsWorking(false);
 }
 
 /// Of the items handed over. When their volume does not answer they all count.

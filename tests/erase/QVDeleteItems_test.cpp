@@ -173,6 +173,19 @@ TEST_F(QVDeleteItemsTest, NamesATrashThatCannotBeReadAnyMore) {
     std::filesystem::permissions(closed, std::filesystem::perms::owner_all);
 }
 
+/// Erases nothing and complains.
+struct FailingHelper final : HelperClient {
+    explicit FailingHelper(HelperDelegate& toTell) : delegate(toTell) {}
+    void authorizedEraseWithDictionary(const HelperRequest& request) override {
+        delegate.setNotErasedCount(request.unlockItems.size());
+        delegate.showErrorWithError({"d", 1, 0, {{"errorString", "It is busy."}}});
+        delegate.setIsWorking(false);
+    }
+    void stoppedByUser() override {}
+
+    HelperDelegate& delegate;
+};
+
 TEST_F(QVDeleteItemsTest, ProgressShowsAfterSevenTenthsAndStopEndsTheErase) {
     KESTRIN_REQUIRE_ROOT();
     services.helper.isAuthorized = [] { return true; };
@@ -191,6 +204,19 @@ TEST_F(QVDeleteItemsTest, ProgressShowsAfterSevenTenthsAndStopEndsTheErase) {
     EXPECT_EQ(alerts.models[1].topic, AlertModel::Topic::LockedQuestion);
     EXPECT_TRUE(exists(trash + "/a"));
     EXPECT_TRUE(exists(trash + "/b"));
+
+    services.helper.makeClient = [](HelperDelegate& delegate) {
+        return std::make_unique<FailingHelper>(delegate);
+    };
+    alerts.models.clear();
+    alerts.addAnswer(kAlertFirstButton);
+    alerts.addAnswer(kAlertSecondButton, true);
+    ASSERT_TRUE(run(allDisks()));
+    ASSERT_EQ(alerts.models.size(), 3u) << "one report of what stayed and what the helper said";
+    EXPECT_EQ(alerts.models[2].title,
+              texts.text("not_erased"_errorKey, StringTable::Table::Errors));
+    EXPECT_EQ(alerts.models[2].text, QStringLiteral("It is busy."));
+    EXPECT_EQ(alerts.models[2].details.size(), 2u);
 }
 
 TEST_F(QVDeleteItemsTest, DeclinedOrStoppedBeforeTheFirstEntryItKeepsThemAll) {

@@ -22,6 +22,7 @@ class RecordingDelegate final : public HelperDelegate {
         log.push_back(std::to_string(itemSize) + " " + path);
     }
     void showErrorWithError(const HostError& error) override {
+        EXPECT_EQ(ends, 0) << "the end is reported with it";
         errors.push_back(QString::fromStdString(error.localizedDescription()));
     }
     bool isStoppedByUser() const override { return isStopped; }
