@@ -113,6 +113,10 @@
         <source></source>
         <translation>it belongs to another user</translation>
     </message>
+    <message id="trash_path_is_not_sticky">
+        <source></source>
+        <translation>it is open to all users and lacks the sticky bit, so that anybody could exchange what is in it</translation>
+    </message>
     <message id="uninstall_failed">
         <source></source>
         <translation>Kestrin could not be uninstalled.</translation>

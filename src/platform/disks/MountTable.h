@@ -40,6 +40,9 @@ std::vector<MountEntry> currentMounts();
 /// resolved.
 const MountEntry* mountOfPath(const std::vector<MountEntry>& mounts, std::string_view path);
 
+/// Whether a file system of this type lies on another computer, as far as the name tells.
+bool isNetworkFileSystem(std::string_view type);
+
 /// What decides about visibility besides the table itself.
 struct VolumeVisibility {
     std::string homePath;       ///< the home folder: its volume is always seen

@@ -13,7 +13,15 @@
 
 namespace kestrin {
 
-/// The mounted volumes that users see, in the order of the mount table. No volume is asked.
+struct MountedVolume {
+    FileUrl root;
+    int mountId = 0;         ///< tells it from another one mounted at the same place later
+    bool isNetwork = false;  ///< on another computer
+};
+/// The mounted volumes that users see, in the order of the mount table. Of the disks only that of
+/// the home folder is asked, for the real path.
+std::vector<MountedVolume> visibleMounts();
+/// Where they are.
 std::vector<FileUrl> mountedVolumes();
 
 /// The volume that `item` lies on, by the mount table and the item's real path; none for an item

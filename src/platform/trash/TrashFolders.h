@@ -33,6 +33,12 @@ struct TrashFolder {
 /// created. Never empty on success. Errors: none of them is usable and none could be created.
 Result<std::vector<TrashFolder>> trashFoldersOfVolume(const FileUrl& volume);
 
+/// Why a trash folder of the user that is there on the volume may not be used: a link or a folder
+/// of somebody else in its place or on the way, or a shared `.Trash` without the sticky bit. It
+/// names the path. The other trash folder of the same volume may be usable all the same. None when
+/// there is no such folder, and for a volume whose root is closed to the user.
+MaybeError unusableTrashOfVolume(const FileUrl& volume);
+
 /// An entry of a trash folder.
 struct TrashEntry : TrashFolder {
     ItemIdentity identity;

@@ -2,6 +2,7 @@
 #include "platform/disks/MountTable.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <optional>
 
@@ -89,6 +90,36 @@ bool isCovered(const std::vector<MountEntry>& mounts, const MountEntry& mount) {
 
 bool MountEntry::isReadOnly() const {
     return contains(options, "ro") || contains(superOptions, "ro");
+}
+
+bool isNetworkFileSystem(std::string_view type) {
+    constexpr auto kTypes = std::to_array<std::string_view>({"9p",
+                                                             "afs",
+                                                             "beegfs",
+                                                             "ceph",
+                                                             "cifs",
+                                                             "coda",
+                                                             "davfs",
+                                                             "glusterfs",
+                                                             "lustre",
+                                                             "ncpfs",
+                                                             "nfs",
+                                                             "nfs4",
+                                                             "orangefs",
+                                                             "smb3",
+                                                             "smbfs",
+                                                             "fuse.ceph",
+                                                             "fuse.ceph-fuse",
+                                                             "fuse.curlftpfs",
+                                                             "fuse.davfs",
+                                                             "fuse.davfs2",
+                                                             "fuse.glusterfs",
+                                                             "fuse.gvfsd-fuse",
+                                                             "fuse.rclone",
+                                                             "fuse.s3fs",
+                                                             "fuse.smbnetfs",
+                                                             "fuse.sshfs"});
+    return std::find(kTypes.begin(), kTypes.end(), type) != kTypes.end();
 }
 
 std::vector<MountEntry> parseMountInfo(std::string_view text) {

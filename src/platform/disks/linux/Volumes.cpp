@@ -129,11 +129,19 @@ std::optional<std::string> uuidOf(const MountEntry& mount) {
 
 }  // namespace
 
+std::vector<MountedVolume> visibleMounts() {
+    std::vector<MountedVolume> volumes;
+    for (const MountEntry& mount : currentVisibleVolumes()) {
+        volumes.push_back({FileUrl::fromPath(mount.mountPoint), mount.id,
+                           isNetworkFileSystem(mount.fileSystemType)});
+    }
+    return volumes;
+}
+
 std::vector<FileUrl> mountedVolumes() {
     std::vector<FileUrl> volumes;
-    for (const MountEntry& mount : currentVisibleVolumes()) {
-        volumes.push_back(FileUrl::fromPath(mount.mountPoint));
-    }
+    for (MountedVolume& volume : visibleMounts())
+        volumes.push_back(std::move(volume.root));
     return volumes;
 }
 

@@ -23,12 +23,14 @@ namespace {
 HostError refusal(const FileUrl& path, std::string_view reasonKey, int systemError) {
     HostError error = errorFromErrno(systemError, HostAccess::Read);
     const QString reason = StringTable::sharedControl().text(reasonKey, StringTable::Table::Errors);
+    error.userInfo["reason"] = reason.toStdString();
     error.userInfo["errorString"] = path.path() + ": " + reason.toStdString();
     return error;
 }
 
 HostError failure(const FileUrl& path, int systemError, HostAccess access) {
     HostError error = errorFromErrno(systemError, access);
+    error.userInfo["reason"] = error.localizedDescription();
     error.userInfo["errorString"] = path.path() + ": " + error.localizedDescription();
     return error;
 }
@@ -104,6 +106,16 @@ std::vector<TrashPlace> placesAtTopOf(const FileUrl& volume) {
     return places;
 }
 
+/// The user's folder in a shared `.Trash` that is not looked at, since anybody could exchange it.
+MaybeError unguardedTrashError(const FileUrl& volume) {
+    const FileUrl shared = volume.appending(".Trash");
+    struct stat status;
+    if (lstat(shared.path().c_str(), &status) != 0 || isDirectoryWithStickyBit(shared)) return {};
+    if (!pathExists(shared.appending(std::to_string(geteuid())).path())) return {};
+    return S_ISLNK(status.st_mode) ? refusal(shared, "trash_path_is_link"_errorKey, ELOOP)
+                                   : refusal(shared, "trash_path_is_not_sticky"_errorKey, EPERM);
+}
+
 FileUrl homeTrash() {
     return FileUrl::fromPath(dataHomeFolder()).appending("Trash");
 }
@@ -171,6 +183,18 @@ Result<std::vector<TrashFolder>> trashFoldersOfVolume(const FileUrl& volume) {
     }
     if (!folders.empty()) return folders;
     return creatableFolder(places);
+}
+
+MaybeError unusableTrashOfVolume(const FileUrl& volume) {
+    const auto mounts = currentMounts();
+    const bool isHomeVolume = realPath(volume.path()) == volumeOfHomeTrash(mounts).path();
+    if (!isHomeVolume && faccessat(AT_FDCWD, volume.path().c_str(), X_OK, AT_EACCESS) != 0) {
+        return std::nullopt;
+    }
+    for (const TrashPlace& place : placesOfVolume(volume, mounts)) {
+        if (place.unusableBecause) return place.unusableBecause;
+    }
+    return isHomeVolume ? std::nullopt : unguardedTrashError(volume);
 }
 
 Result<TrashEntry> trashFolderOfEntry(const FileUrl& entry) {
