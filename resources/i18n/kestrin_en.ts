@@ -73,6 +73,26 @@
         <source></source>
         <translation>Quit Kestrin</translation>
     </message>
+    <message id="app_row_not_answering">
+        <source></source>
+        <translation>Not answering</translation>
+    </message>
+    <message id="app_row_note">
+        <source></source>
+        <translation>%@ (%@)</translation>
+    </message>
+    <message id="app_row_read_only">
+        <source></source>
+        <translation>Read-only volume</translation>
+    </message>
+    <message id="app_row_unreadable">
+        <source></source>
+        <translation>Trash cannot be read</translation>
+    </message>
+    <message id="app_row_unusable">
+        <source></source>
+        <translation>Cannot be used: %@</translation>
+    </message>
     <message id="app_stayed" numerus="yes">
         <source></source>
         <translation>
@@ -84,9 +104,18 @@
         <source></source>
         <translation>%@, %@</translation>
     </message>
+    <message id="app_tool_tip_silent">
+        <source></source>
+        <translation>%@
+“%@” is not answering</translation>
+    </message>
     <message id="app_trash_is_empty">
         <source></source>
         <translation>Trash is empty</translation>
+    </message>
+    <message id="app_trash_unusable">
+        <source></source>
+        <translation>The trash of “%@” cannot be used. %@</translation>
     </message>
     <message id="app_trashes" numerus="yes">
         <source></source>
@@ -342,6 +371,10 @@ Examples:
         <source></source>
         <translation>No volume with a trash was found.</translation>
     </message>
+    <message id="cli_not_answering">
+        <source></source>
+        <translation>%@ does not answer.</translation>
+    </message>
     <message id="cli_nothing_erased">
         <source></source>
         <translation>Nothing was erased.</translation>
@@ -565,6 +598,10 @@ Examples:
             <numerusform>%@ item, %@</numerusform>
             <numerusform>%@ items, %@</numerusform>
         </translation>
+    </message>
+    <message id="left_out">
+        <source></source>
+        <translation>“%@” is left out: %@.</translation>
     </message>
     <message id="log_cannot_be_used">
         <source></source>
@@ -800,6 +837,10 @@ Examples:
     <message id="update_helper_tool_mess">
         <source></source>
         <translation>The helper erases locked items and items that you have no permission to erase. An administrator’s password is needed.</translation>
+    </message>
+    <message id="volume_not_answering">
+        <source></source>
+        <translation>it is not answering</translation>
     </message>
     <message id="yes_btn">
         <source></source>

@@ -33,7 +33,6 @@
 #include "platform/desktop/ui/StatusItem.h"
 #include "platform/desktop/ui/TrashIcon.h"
 #include "platform/disks/MountTable.h"
-#include "platform/items/TreeScanner.h"
 #include "platform/processes/BackgroundPriority.h"
 #include "platform/trash/TrashWatcher.h"
 
@@ -57,33 +56,21 @@ class StatusItemDisplay final : public StatusDisplay {
 };
 
 /// A removable disk by where the desktop mounts it.
-QIcon iconOfDisk(const TrashLocation& location) {
+QIcon iconOfDisk(const TrashLocation& location, const ListedVolume* volume) {
+    if (volume && volume->isNetwork) return diskIcon(DiskKind::Network);
     const std::string_view path = location.volumePath;
     const bool isRemovable = path.starts_with("/media/") || path.starts_with("/run/media/");
     return diskIcon(isRemovable ? DiskKind::Removable : DiskKind::Internal);
 }
 
-/// Beside an open menu, which must stay quick.
-std::optional<TrashScan> countTrash(const FileUrl& trash, const std::stop_token& stop) {
-    std::optional<TrashScan> found;
-    runAtBackgroundPriority([&] {
-        found = QVKestrinFileUtilities::sharedControl().binItemsAndInfoWithURL(trash, stop);
-    });
-    return found;
-}
-
-/// The same without a list of the entries, which may be many.
-TrashFigures figuresOfTrash(const FileUrl& trash, const std::stop_token& stop) {
-    TrashFigures sum;
-    runAtBackgroundPriority([&] {
-        const auto entries = scanTree(trash, stop);
-        if (!entries) return;
-        for (const ScannedEntry& entry : *entries) {
-            sum.count += entry.count;
-            sum.size += entry.size;
-        }
-    });
-    return sum;
+/// Counts beside an open menu, which must stay quick.
+TrashCount::Counter inBackground(TrashContents (*counter)(const std::vector<FileUrl>&,
+                                                          const std::stop_token&)) {
+    return [counter](const std::vector<FileUrl>& trashes, const std::stop_token& stop) {
+        TrashContents contents;
+        runAtBackgroundPriority([&] { contents = counter(trashes, stop); });
+        return contents;
+    };
 }
 
 QVProgressWindow* openProgressWindow() {
@@ -135,8 +122,8 @@ class Program {
     StringTable& m_texts = StringTable::sharedControl();
     UserDefaults& m_defaults = UserDefaults::standardUserDefaults();
     QVErrorDelegate m_presenter;
-    TrashList m_trashes;
-    TrashTotals m_totals{figuresOfTrash, startTimer};
+    TrashListing m_trashes;
+    TrashTotals m_totals{inBackground(countFigures), startTimer};
     std::unique_ptr<MountWatcher> m_mounts;
     TrashWatcher m_trashWatcher;
     bool m_hasStatusArea = false;
@@ -150,10 +137,6 @@ class Program {
 Program::Program(std::string_view action)
     : m_action(action),
       m_presenter([this] { return makeAlertPanel(); }, m_texts, m_defaults),
-      // A list of its own: the engine's questions must not wait for a volume that hangs.
-      m_trashes([files = std::make_shared<QVFilesUtilities>()] {
-          return files->trashesAndVolumesLocations();
-      }),
       m_trashWatcher([this] { m_controller.trashContentsDidChange(); },
                      [](std::function<void()> call) {
                          MenuCreationOperationQueue().enqueue(std::move(call));
@@ -181,8 +164,11 @@ AppServices Program::services() {
             .rows = {.center = NotificationCenter::defaultCenter(),
                      .texts = m_texts,
                      .numbers = QVNumberUtilities::sharedControl(),
-                     .scan = countTrash,
-                     .icon = iconOfDisk},
+                     .count = inBackground(countEntries),
+                     .icon =
+                         [this](const TrashLocation& location) {
+                             return iconOfDisk(location, m_trashes.volumeOf(location));
+                         }},
             .makeEngine = [this] { return QVDeleteItems::create(eraseServices()); },
             .makeStatusItem = [this](QMenu& menu) -> std::unique_ptr<StatusDisplay> {
                 if (!m_hasStatusArea) return nullptr;

@@ -47,23 +47,11 @@ void closeOpenMenus() {
 
 }  // namespace
 
-/// One background count. Outlives the row when an erase waits for its figures. Main thread, but for
-/// the stop source.
-struct QVDiskMenuItemView::Count {
-    NotificationCenter& center;
-    std::stop_source stop{};
-    bool isOver = false;
-    bool isAwaited = false;  ///< an erase of this disk is under way
+/// Whether an erase of the row's disk is under way, which then waits for its figures. Outlives the
+/// row.
+struct QVDiskMenuItemView::Wait {
+    bool isOn = false;
     Observation endOfErase{};
-
-    void post(const TrashScan& scan) const {
-        namespace Key = EraseNotification;
-        center.post(Key::kUpdateCountAndSizeToDelete, this,
-                    UserInfo()
-                        .set(Key::kSize, scan.size)
-                        .set(Key::kCount, scan.count)
-                        .set(Key::kItemsToErase, scan.itemsToErase));
-    }
 };
 
 QVDiskMenuItemView::QVDiskMenuItemView(const DiskRowServices& services, QAction& action)
@@ -82,7 +70,7 @@ QVDiskMenuItemView::QVDiskMenuItemView(const DiskRowServices& services, QAction&
 }
 
 QVDiskMenuItemView::~QVDiskMenuItemView() {
-    if (m_count && !m_count->isAwaited) m_count->stop.request_stop();
+    forgetCount();
 }
 
 void QVDiskMenuItemView::buildLayout() {
@@ -117,10 +105,8 @@ void QVDiskMenuItemView::buildLayout() {
 
 void QVDiskMenuItemView::setDiskDict(const TrashLocation& location) {
     if (!(location.trashURL == m_diskDict.trashURL)) {
-        if (m_count && !m_count->isAwaited) m_count->stop.request_stop();
-        m_count.reset();
+        forgetCount();
         m_info.reset();
-        m_scan = {};
         m_isDeleting = false;
         m_spinner->stopAnimation();
     }
@@ -131,13 +117,25 @@ void QVDiskMenuItemView::setDiskDict(const TrashLocation& location) {
     updateViewSizeIfNeeded();
 }
 
+void QVDiskMenuItemView::setNote(const QString& note) {
+    if (m_note == note) return;
+    m_note = note;
+    if (!m_note.isEmpty()) m_spinner->stopAnimation();
+    updateTexts();
+}
+
 QString QVDiskMenuItemView::title() const {
     return displayName(m_diskDict.volumeName.toStdString());
 }
 
 QString QVDiskMenuItemView::subName() const {
-    if (m_diskDict.trashIsEmpty) return m_services.texts.text("app_trash_is_empty"_key);
-    return m_info ? *m_info : m_services.texts.text("app_counting"_key);
+    QString figures = m_info.value_or(QString());
+    if (m_diskDict.trashIsEmpty && !m_diskDict.trashURL.isEmpty())
+        figures = m_services.texts.text("app_trash_is_empty"_key);
+    if (m_note.isEmpty())
+        return figures.isEmpty() ? m_services.texts.text("app_counting"_key) : figures;
+    if (figures.isEmpty()) return m_note;
+    return StringTable::filled(m_services.texts.text("app_row_note"_key), {m_note, figures});
 }
 
 void QVDiskMenuItemView::updateTexts() {
@@ -163,60 +161,77 @@ QSize QVDiskMenuItemView::sizeHint() const {
 
 // --- Counting ---
 
+const TrashContents& QVDiskMenuItemView::contents() const {
+    static const TrashContents kNone;
+    return m_count ? m_count->contents() : kNone;
+}
+
 bool QVDiskMenuItemView::isCounting() const {
-    return m_count && !m_count->isOver;
+    return m_count && m_count->state() == TrashCount::State::Counting;
 }
 
 bool QVDiskMenuItemView::isWorking() const {
-    return m_count && m_count->isAwaited;
+    return m_wait && m_wait->isOn;
+}
+
+/// An erase that waits for the figures still gets them.
+void QVDiskMenuItemView::forgetCount() {
+    if (m_count && !m_wait->isOn) m_count->stop();
+    m_count.reset();
+    m_wait.reset();
 }
 
 void QVDiskMenuItemView::gatherIfNeeded() {
-    if (!m_diskDict.trashIsEmpty && !m_info) gatherTrashInfo();
+    if (!m_diskDict.trashIsEmpty && !m_info && m_note.isEmpty()) gatherTrashInfo();
 }
 
 void QVDiskMenuItemView::gatherTrashInfo() {
     if (m_count) return;
     m_spinner->startAnimation();
-    m_scan = {};
-    m_count = std::make_shared<Count>(Count{.center = m_services.center});
-    MenuCreationOperationQueue().enqueue([row = QPointer<QVDiskMenuItemView>(this), count = m_count,
-                                          scan = m_services.scan,
-                                          trash = m_diskDict.trashURL]() mutable {
-        TrashScan found = scan(trash, count->stop.get_token()).value_or(TrashScan());
-        if (!found.itemsToErase) found.itemsToErase = std::make_shared<const ItemsToErase>();
-        MainThread::post(
-            [row = std::move(row), count = std::move(count), found = std::move(found)] {
-                count->isOver = true;
-                if (count->isAwaited) count->post(found);
-                if (row && row->m_count == count) row->finishCount(*count, found);
-            });
-    });
+    m_wait = std::make_shared<Wait>();
+    m_count =
+        TrashCount::start(MenuCreationOperationQueue(), {m_diskDict.trashURL}, m_services.count,
+                          [row = QPointer(this), wait = m_wait,
+                           &center = m_services.center](const TrashCount& count) {
+                              namespace Key = EraseNotification;
+                              if (wait->isOn) {
+                                  const TrashContents& contents = count.contents();
+                                  center.post(Key::kUpdateCountAndSizeToDelete, &count,
+                                              UserInfo()
+                                                  .set(Key::kSize, contents.figures.size)
+                                                  .set(Key::kCount, contents.figures.count)
+                                                  .set(Key::kItemsToErase, contents.itemsToErase));
+                              }
+                              if (row && row->m_count.get() == &count) row->finishCount();
+                          });
 }
 
-void QVDiskMenuItemView::finishCount(const Count& count, const TrashScan& scan) {
+void QVDiskMenuItemView::finishCount() {
     m_spinner->stopAnimation();
-    if (count.stop.stop_requested()) return;
-    m_scan = scan;
-    const QString format = m_services.texts.text("items_size"_key, StringTable::Table::Default,
-                                                 static_cast<long long>(scan.count));
-    m_info = StringTable::filled(
-        format, {m_services.numbers.numberToFormatString(static_cast<double>(scan.count)),
-                 m_services.numbers.sizeToFormatString(scan.size, 4, true)});
-    m_diskDict.trashIsEmpty = scan.count == 0;
+    const TrashFigures& figures = contents().figures;
+    if (!contents().unreadable.empty()) {  // nobody knows whether it is empty
+        m_info = m_services.texts.text("app_row_unreadable"_key);
+    } else {
+        const QString format = m_services.texts.text("items_size"_key, StringTable::Table::Default,
+                                                     static_cast<long long>(figures.count));
+        m_info = StringTable::filled(
+            format, {m_services.numbers.numberToFormatString(static_cast<double>(figures.count)),
+                     m_services.numbers.sizeToFormatString(figures.size, 4, true)});
+        m_diskDict.trashIsEmpty = figures.count == 0;
+    }
     updateTexts();
     Q_EMIT counted();
 }
 
 void QVDiskMenuItemView::waitForStopWorking() {
     gatherTrashInfo();
-    m_count->isAwaited = true;
-    m_count->endOfErase = m_services.center.observe(
-        EraseNotification::kStopWorking, [weak = std::weak_ptr(m_count)](const Notification&) {
-            const auto count = weak.lock();
-            if (!count) return;
-            count->isAwaited = false;
-            count->endOfErase.reset();
+    m_wait->isOn = true;
+    m_wait->endOfErase = m_services.center.observe(
+        EraseNotification::kStopWorking, [weak = std::weak_ptr(m_wait)](const Notification&) {
+            const auto wait = weak.lock();
+            if (!wait) return;
+            wait->isOn = false;
+            wait->endOfErase.reset();
         });
 }
 

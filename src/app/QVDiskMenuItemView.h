@@ -13,10 +13,9 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <stop_token>
 
 #include "fsutil/QVFilesUtilities.h"
-#include "inventory/QVKestrinFileUtilities.h"
+#include "inventory/TrashCount.h"
 
 class QLabel;
 
@@ -33,8 +32,7 @@ struct DiskRowServices {
     NotificationCenter& center;
     const StringTable& texts;
     const QVNumberUtilities& numbers;
-    /// Counts a trash; called on a background thread, may hang with its volume.
-    std::function<std::optional<TrashScan>(const FileUrl&, std::stop_token)> scan;
+    TrashCount::Counter count;
     std::function<QIcon(const TrashLocation&)> icon;
 };
 
@@ -55,17 +53,20 @@ class QVDiskMenuItemView : public QWidget {
     const TrashLocation& diskDict() const { return m_diskDict; }
     /// Shows that trash. The figures of another trash are forgotten, those of the same stay.
     void setDiskDict(const TrashLocation& location);
+    /// What the second line says of the disk besides the figures, if anything; then nothing is
+    /// counted anew.
+    void setNote(const QString& note);
 
-    std::uint64_t itemsSize() const { return m_scan.size; }
-    std::uint64_t itemsCount() const { return m_scan.count; }
-    SharedItemsToErase itemsToErase() const { return m_scan.itemsToErase; }
+    std::uint64_t itemsSize() const { return contents().figures.size; }
+    std::uint64_t itemsCount() const { return contents().figures.count; }
+    SharedItemsToErase itemsToErase() const { return contents().itemsToErase; }
     /// The background count has been started; stays true when it is over.
     bool sizeIsWorking() const { return m_count != nullptr; }
     /// The count was started and has not answered yet.
     bool isCounting() const;
     /// The count whose figures the row shows; the sender of "updateCountAndSizeToDelete". nullptr
     /// before it was started.
-    const void* count() const { return m_count.get(); }
+    const TrashCount* count() const { return m_count.get(); }
     bool isDeleting() const { return m_isDeleting; }
     void setIsDeleting(bool isDeleting) { m_isDeleting = isDeleting; }
     /// The row has sent its action and waits for the end of the erase.
@@ -108,10 +109,12 @@ class QVDiskMenuItemView : public QWidget {
     void timerEvent(QTimerEvent* event) override;
 
  private:
-    struct Count;
+    struct Wait;
 
+    const TrashContents& contents() const;
+    void forgetCount();
     void buildLayout();
-    void finishCount(const Count& count, const TrashScan& scan);
+    void finishCount();
     void animateDismiss();
     void sendAction();
     void setSelected(bool isSelected);
@@ -129,9 +132,10 @@ class QVDiskMenuItemView : public QWidget {
     BusySpinner* m_spinner = nullptr;
 
     TrashLocation m_diskDict;
-    TrashScan m_scan;
+    QString m_note;
     std::optional<QString> m_info;
-    std::shared_ptr<Count> m_count;
+    std::shared_ptr<TrashCount> m_count;
+    std::shared_ptr<Wait> m_wait;  ///< for the end of the erase; made with the count
     int m_width = kWidth;
     bool m_isDeleting = false;
     bool m_isSelected = false;

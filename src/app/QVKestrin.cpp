@@ -164,7 +164,8 @@ void QVKestrin::askToEmptyAll() {
     m_isAsking = false;
     EraseRequest request;
     request.isAllDisks = true;
-    request.volumeArray = m_services.trashes.latest();
+    request.volumeArray = m_services.trashes.trashesToErase();
+    request.leftOut = leftOutVolumes(m_services.trashes.volumes(), m_services.texts);
     for (const TrashLocation& location : request.volumeArray)
         request.wholeTrashes.push_back(location.trashURL);
     askAndErase(request, [] { return SharedItemsToErase(); });

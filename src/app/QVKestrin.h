@@ -12,14 +12,15 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "app/QVDiskMenuItemView.h"
-#include "app/TrashList.h"
 #include "app/TrashTotals.h"
 #include "base/NotificationCenter.h"
 #include "erase/QVDeleteItems.h"
+#include "inventory/TrashListing.h"
 
 namespace kestrin {
 
@@ -72,7 +73,7 @@ struct AppServices {
     const StringTable& texts;
     const QVNumberUtilities& numbers;
     QVErrorDelegate& presenter;
-    TrashList& trashes;
+    TrashListing& trashes;
     DiskRowServices rows;
     std::function<std::shared_ptr<QVDeleteItems>()> makeEngine;
     /// Shows the icon with that menu; nullptr when there is no status area.
@@ -165,6 +166,11 @@ class QVKestrin : public QObject {
         QVDiskMenuItemView* view = nullptr;
         bool mayBeFull = false;  ///< what the listing said when the row was added
     };
+    /// What a row shows: a trash; or, with no trash's location, a volume that has none to offer.
+    struct RowContent {
+        TrashLocation location;
+        QString note;  ///< why it cannot be chosen; empty when it can
+    };
 
     // The status menu (QVKestrin_menu.cpp)
     bool setupStatusMenu();
@@ -177,17 +183,22 @@ class QVKestrin : public QObject {
     void trashesChanged();
     void countForToolTip();
     void rebuildRows();
-    bool showsTrashes(const std::vector<TrashLocation>& trashes) const;
-    void setRow(DiskRow& row, const TrashLocation& location, int menuItemTag);
+    std::vector<RowContent> rowContents() const;
+    void addRowsOf(const ListedVolume& volume, std::vector<RowContent>& rows) const;
+    static bool isRowOf(const DiskRow& row, const RowContent& content);
+    bool showsRows(const std::vector<RowContent>& contents) const;
+    void setRow(DiskRow& row, const RowContent& content, int menuItemTag);
+    void tellOfUnusableTrashes();
     void updateDisksSubmenu(bool added, const std::string& devicePath);
     void addMountedDisk(const std::string& devicePath);
     void removeUnmountedDisk(const std::string& devicePath);
     void createMenuViews(std::size_t count, bool createNewArray);
-    void addDiskMenuItem(const TrashLocation& location, DiskRow& row, int menuItemTag);
+    void addDiskMenuItem(const RowContent& content, DiskRow& row, int menuItemTag);
     void dropRow(DiskRow row);
     void updateEnabledItems();
     void updateStatusItem();
     QString statusText() const;
+    QString figuresText() const;
     std::optional<TrashFigures> figuresOfRows() const;
 
     // Erasing
@@ -220,6 +231,7 @@ class QVKestrin : public QObject {
     QMenu* m_subTrashMenu = nullptr;  ///< child of m_kestrinMenu
     std::unique_ptr<StatusDisplay> m_statusItem;
     std::vector<DiskRow> m_submenuViews;
+    std::set<FileUrl> m_toldUnusable;      ///< volumes of which the user knows that
     std::unique_ptr<SmartWindow> m_smartWindow;
     std::shared_ptr<QVDeleteItems> m_deleteItemsCntrl;
     std::unique_ptr<QObject> m_startTimer;

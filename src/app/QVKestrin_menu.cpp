@@ -7,6 +7,7 @@
 #include "app/QVKestrin.h"
 #include "base/StringTable.h"
 #include "erase/QVErrorDelegate.h"
+#include "format/DisplayName.h"
 #include "format/QVNumberUtilities.h"
 
 namespace kestrin {
@@ -76,7 +77,7 @@ std::vector<QVDiskMenuItemView*> QVKestrin::submenuViews() const {
 void QVKestrin::addSubTrashMenu() {
     QAction* const item = m_subTrashMenu->menuAction();
     const bool isThere = m_kestrinMenu->actions().contains(item);
-    const bool isWanted = m_services.trashes.latest().size() >= 2;
+    const bool isWanted = m_services.trashes.trashes().size() >= 2;
     if (isThere == isWanted) return;
     if (!isWanted) return m_kestrinMenu->removeAction(item);
     item->setText(m_services.texts.text("empty_bin_menu_item_title"_key));
@@ -119,53 +120,102 @@ void QVKestrin::trashesChanged() {
     if (m_menuIsOpen) rebuildRows();
     countForToolTip();
     updateStatusItem();
-    if (m_services.watchTrashes) m_services.watchTrashes(m_services.trashes.latest());
+    if (m_services.watchTrashes) m_services.watchTrashes(m_services.trashes.trashes());
+    tellOfUnusableTrashes();
+}
+
+/// Once a volume: without a submenu nothing else would say it.
+void QVKestrin::tellOfUnusableTrashes() {
+    for (const ListedVolume& volume : m_services.trashes.volumes()) {
+        const bool isUnusable =
+            volume.state == ListedVolume::State::Usable
+                ? volume.problem.has_value()
+                : volume.state == ListedVolume::State::Unusable && volume.hasFailedForGood();
+        if (!isUnusable || !m_toldUnusable.insert(volume.url).second || !m_services.tellUser)
+            continue;
+        m_services.tellUser(StringTable::filled(
+            m_services.texts.text("app_trash_unusable"_key),
+            {titleName(volume.name), displayName(volume.problem->localizedDescription())}));
+    }
 }
 
 void QVKestrin::countForToolTip() {
     if (!m_services.totals || isErasing()) return;  // the end of an erase changes them
     std::vector<FileUrl> full;
-    for (const TrashLocation& location : m_services.trashes.latest()) {
+    for (const TrashLocation& location : m_services.trashes.trashesToErase()) {
         if (!location.trashIsEmpty) full.push_back(location.trashURL);
     }
     m_services.totals->want(std::move(full));
 }
 
 void QVKestrin::rebuildRows() {
-    const std::vector<TrashLocation>& trashes = m_services.trashes.latest();
-    if (showsTrashes(trashes)) {  // in place: the selection of an open menu stays
-        for (std::size_t i = 0; i < trashes.size(); ++i)
-            setRow(m_submenuViews[i], trashes[i], MenuTag::kFirstDisk + static_cast<int>(i));
+    const std::vector<RowContent> contents = rowContents();
+    if (showsRows(contents)) {  // in place: the selection of an open menu stays
+        for (std::size_t i = 0; i < contents.size(); ++i)
+            setRow(m_submenuViews[i], contents[i], MenuTag::kFirstDisk + static_cast<int>(i));
         return;
     }
     for (const DiskRow& row : m_submenuViews)
         m_subTrashMenu->removeAction(row.action.get());
-    if (trashes.size() < 2) return;
-    if (m_submenuViews.size() < trashes.size()) {
-        createMenuViews(trashes.size() - m_submenuViews.size(), m_submenuViews.empty());
+    if (contents.empty()) return;
+    if (m_submenuViews.size() < contents.size()) {
+        createMenuViews(contents.size() - m_submenuViews.size(), m_submenuViews.empty());
     }
-    for (std::size_t i = 0; i < trashes.size(); ++i) {
+    for (std::size_t i = 0; i < contents.size(); ++i) {
         // A row stays with its disk when another one went: what it counted is that disk's.
         const auto first = m_submenuViews.begin() + static_cast<std::ptrdiff_t>(i);
         const auto own = std::find_if(first, m_submenuViews.end(), [&](const DiskRow& row) {
-            return row.view->diskDict().trashURL == trashes[i].trashURL;
+            return isRowOf(row, contents[i]);
         });
         if (own != m_submenuViews.end()) std::iter_swap(first, own);
-        addDiskMenuItem(trashes[i], m_submenuViews[i], MenuTag::kFirstDisk + static_cast<int>(i));
+        addDiskMenuItem(contents[i], m_submenuViews[i], MenuTag::kFirstDisk + static_cast<int>(i));
     }
-    while (m_submenuViews.size() > trashes.size()) {
+    while (m_submenuViews.size() > contents.size()) {
         dropRow(std::move(m_submenuViews.back()));
         m_submenuViews.pop_back();
     }
 }
 
-bool QVKestrin::showsTrashes(const std::vector<TrashLocation>& trashes) const {
+/// None without a submenu.
+std::vector<QVKestrin::RowContent> QVKestrin::rowContents() const {
+    std::vector<RowContent> rows;
+    if (m_services.trashes.trashes().size() < 2) return rows;
+    for (const ListedVolume& volume : m_services.trashes.volumes())
+        addRowsOf(volume, rows);
+    return rows;
+}
+
+void QVKestrin::addRowsOf(const ListedVolume& volume, std::vector<RowContent>& rows) const {
+    using State = ListedVolume::State;
+    const StringTable& texts = m_services.texts;
+    const QString silent = volume.answers ? QString() : texts.text("app_row_not_answering"_key);
+    if (volume.state == State::Usable) {
+        for (const TrashLocation& trash : volume.trashes)
+            rows.push_back({trash, silent});
+    }
+    const TrashLocation noTrash{{}, volume.url, volume.name, volume.url.path(), true};
+    if (volume.state == State::ReadOnly) {
+        rows.push_back({noTrash, texts.text("app_row_read_only"_key)});
+    } else if (volume.state != State::NoTrash && volume.problem) {
+        rows.push_back({noTrash, StringTable::filled(texts.text("app_row_unusable"_key),
+                                                     {leftOutReason(volume, texts)})});
+    } else if (volume.state == State::Unknown && !volume.answers) {
+        rows.push_back({noTrash, silent});
+    }
+}
+
+bool QVKestrin::isRowOf(const DiskRow& row, const RowContent& content) {
+    const TrashLocation& shown = row.view->diskDict();
+    return shown.trashURL == content.location.trashURL &&
+           shown.volumePath == content.location.volumePath;
+}
+
+bool QVKestrin::showsRows(const std::vector<RowContent>& contents) const {
     const QList<QAction*> shown = m_subTrashMenu->actions();
-    return trashes.size() >= 2 &&
-           std::equal(m_submenuViews.begin(), m_submenuViews.end(), trashes.begin(), trashes.end(),
-                      [&](const DiskRow& row, const TrashLocation& trash) {
-                          return row.view->diskDict().trashURL == trash.trashURL &&
-                                 shown.contains(row.action.get());
+    return !contents.empty() &&
+           std::equal(m_submenuViews.begin(), m_submenuViews.end(), contents.begin(),
+                      contents.end(), [&](const DiskRow& row, const RowContent& content) {
+                          return isRowOf(row, content) && shown.contains(row.action.get());
                       });
 }
 
@@ -187,14 +237,15 @@ void QVKestrin::createMenuViews(std::size_t count, bool createNewArray) {
     }
 }
 
-void QVKestrin::addDiskMenuItem(const TrashLocation& location, DiskRow& row, int menuItemTag) {
-    setRow(row, location, menuItemTag);
+void QVKestrin::addDiskMenuItem(const RowContent& content, DiskRow& row, int menuItemTag) {
+    setRow(row, content, menuItemTag);
     m_subTrashMenu->addAction(row.action.get());
 }
 
-void QVKestrin::setRow(DiskRow& row, const TrashLocation& location, int menuItemTag) {
-    row.view->setDiskDict(location);
-    row.mayBeFull = !location.trashIsEmpty;
+void QVKestrin::setRow(DiskRow& row, const RowContent& content, int menuItemTag) {
+    row.view->setDiskDict(content.location);
+    row.view->setNote(content.note);
+    row.mayBeFull = !content.location.trashIsEmpty && content.note.isEmpty();
     row.action->setData(menuItemTag);
     row.action->setToolTip(QString());
     row.action->setEnabled(row.mayBeFull && !m_isWorking);
@@ -222,13 +273,12 @@ void QVKestrin::updateDisksSubmenu(bool added, const std::string& devicePath) {
 }
 
 void QVKestrin::addMountedDisk(const std::string& devicePath) {
-    for (const TrashLocation& location : m_services.trashes.latest()) {
-        const bool hasRow = std::any_of(
-            m_submenuViews.begin(), m_submenuViews.end(),
-            [&](const DiskRow& row) { return row.view->diskDict().trashURL == location.trashURL; });
-        if (location.volumePath != devicePath || hasRow) continue;
+    for (const RowContent& content : rowContents()) {
+        const bool hasRow = std::any_of(m_submenuViews.begin(), m_submenuViews.end(),
+                                        [&](const DiskRow& row) { return isRowOf(row, content); });
+        if (content.location.volumePath != devicePath || hasRow) continue;
         createMenuViews(1, false);
-        addDiskMenuItem(location, m_submenuViews.back(),
+        addDiskMenuItem(content, m_submenuViews.back(),
                         MenuTag::kFirstDisk - 1 + static_cast<int>(m_submenuViews.size()));
     }
 }
@@ -257,7 +307,7 @@ void QVKestrin::updateEnabledItems() {
 
 void QVKestrin::updateStatusItem() {
     if (!m_statusItem) return;
-    const auto& trashes = m_services.trashes.latest();
+    const auto trashes = m_services.trashes.trashes();
     m_statusItem->setTrashIsFull(
         std::any_of(trashes.begin(), trashes.end(),
                     [](const TrashLocation& location) { return !location.trashIsEmpty; }));
@@ -270,15 +320,25 @@ std::optional<TrashFigures> QVKestrin::figuresOfRows() const {
     TrashFigures sum;
     for (const DiskRow& row : m_submenuViews) {
         if (!row.view->info() && !row.view->diskDict().trashIsEmpty) return std::nullopt;
-        sum.count += row.view->itemsCount();
-        sum.size += row.view->itemsSize();
+        sum += {row.view->itemsSize(), row.view->itemsCount()};
     }
     return sum;
 }
 
-/// "3 trashes, 1,204 items, 3.40 GB"; without the figures that have not been counted.
+/// "3 trashes, 1,204 items, 3.40 GB"; without the figures that have not been counted. Volumes that
+/// do not answer are named below.
 QString QVKestrin::statusText() const {
-    const auto& trashes = m_services.trashes.latest();
+    QString text = figuresText();
+    for (const ListedVolume& volume : m_services.trashes.volumes()) {
+        if (volume.state != ListedVolume::State::Usable || volume.answers) continue;
+        text = StringTable::filled(m_services.texts.text("app_tool_tip_silent"_key),
+                                   {text, titleName(volume.name)});
+    }
+    return text;
+}
+
+QString QVKestrin::figuresText() const {
+    const auto trashes = m_services.trashes.trashes();
     const auto number = [this](std::uint64_t value) {
         return m_services.numbers.numberToFormatString(static_cast<double>(value));
     };

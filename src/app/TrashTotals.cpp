@@ -4,8 +4,6 @@
 #include <utility>
 
 #include "app/MenuCreationOperationQueue.h"
-#include "base/MainThread.h"
-#include "base/OperationQueue.h"
 
 namespace kestrin {
 namespace {
@@ -16,9 +14,8 @@ constexpr auto kDelay = 1s;
 
 }  // namespace
 
-TrashTotals::TrashTotals(Counter counter, TimerFactory startTimer)
-    : m_counter(std::make_shared<const Counter>(std::move(counter))),
-      m_startTimer(std::move(startTimer)) {}
+TrashTotals::TrashTotals(TrashCount::Counter counter, TimerFactory startTimer)
+    : m_counter(std::move(counter)), m_startTimer(std::move(startTimer)) {}
 
 TrashTotals::~TrashTotals() {
     forget();
@@ -33,30 +30,21 @@ void TrashTotals::want(std::vector<FileUrl> trashes) {
 
 void TrashTotals::forget() {
     m_trashes.reset();
-    m_figures.reset();
     m_delay.reset();
-    // The volume may hang: nobody waits for the thread.
-    if (const auto current = std::exchange(m_current, nullptr)) current->request_stop();
+    if (const auto count = std::exchange(m_count, nullptr)) count->stop();
 }
 
 void TrashTotals::count() {
     m_delay.reset();
-    m_current = std::make_shared<std::stop_source>();
-    MenuCreationOperationQueue().enqueue(
-        [this, current = m_current, counter = m_counter, trashes = *m_trashes] {
-            TrashFigures sum;
-            for (const FileUrl& trash : trashes) {
-                const TrashFigures figures = (*counter)(trash, current->get_token());
-                sum.count += figures.count;
-                sum.size += figures.size;
-            }
-            MainThread::post([this, current, sum] {
-                // Also when there is no object any more: its end requests the stop.
-                if (current->stop_requested()) return;
-                m_figures = sum;
-                if (m_changed) m_changed();
-            });
-        });
+    m_count = TrashCount::start(MenuCreationOperationQueue(), *m_trashes, m_counter,
+                                [this](const TrashCount&) {
+                                    if (m_changed) m_changed();
+                                });
+}
+
+std::optional<TrashFigures> TrashTotals::figures() const {
+    if (!m_count || m_count->state() != TrashCount::State::Finished) return std::nullopt;
+    return m_count->contents().figures;
 }
 
 }  // namespace kestrin

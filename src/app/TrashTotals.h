@@ -4,14 +4,13 @@
 
 #include <QObject>
 #include <chrono>
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
-#include <stop_token>
 #include <vector>
 
 #include "base/FileUrl.h"
+#include "inventory/TrashCount.h"
 
 namespace kestrin {
 
@@ -19,19 +18,11 @@ namespace kestrin {
 using TimerFactory =
     std::function<std::unique_ptr<QObject>(std::chrono::milliseconds, std::function<void()>)>;
 
-struct TrashFigures {
-    std::uint64_t count = 0;
-    std::uint64_t size = 0;
-};
-
 /// Counts in the background, a moment after the last change: a file manager that throws away a
 /// thousand files is not followed file by file. Main thread; needs the main thread's mailbox.
 class TrashTotals {
  public:
-    /// Counts one trash; called on a background thread, may hang with its volume.
-    using Counter = std::function<TrashFigures(const FileUrl&, const std::stop_token&)>;
-
-    TrashTotals(Counter counter, TimerFactory startTimer);
+    TrashTotals(TrashCount::Counter counter, TimerFactory startTimer);
     ~TrashTotals();
     TrashTotals(const TrashTotals&) = delete;
     TrashTotals& operator=(const TrashTotals&) = delete;
@@ -46,18 +37,17 @@ class TrashTotals {
     void forget();
 
     /// None before the count is over.
-    const std::optional<TrashFigures>& figures() const { return m_figures; }
+    std::optional<TrashFigures> figures() const;
 
  private:
     void count();
 
-    const std::shared_ptr<const Counter> m_counter;
+    const TrashCount::Counter m_counter;
     const TimerFactory m_startTimer;
     std::function<void()> m_changed;
     std::optional<std::vector<FileUrl>> m_trashes;  ///< none: not wanted
-    std::optional<TrashFigures> m_figures;
     std::unique_ptr<QObject> m_delay;
-    std::shared_ptr<std::stop_source> m_current;  ///< of the count that is waited for
+    std::shared_ptr<TrashCount> m_count;
 };
 
 }  // namespace kestrin

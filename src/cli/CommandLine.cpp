@@ -66,7 +66,6 @@ int CommandLine::run(const std::vector<std::string>& words) {
 
 int CommandLine::dispatch(const Arguments& arguments) {
     if (arguments.json) m_console.terminal().keepOffStandardOutput();
-    QVFilesUtilities& files = QVFilesUtilities::sharedControl();
     const SessionMaker makeSession = [&]() -> EraseSession& { return session(arguments); };
     switch (arguments.command) {
         case Command::Help:
@@ -76,11 +75,11 @@ int CommandLine::dispatch(const Arguments& arguments) {
             m_console.output().write("kestrin " KESTRIN_VERSION "\n");
             break;
         case Command::List:
-            return runList(arguments, files, m_console);
+            return runList(arguments, m_console);
         case Command::Show:
-            return runShow(arguments, files, m_console);
+            return runShow(arguments, m_console);
         case Command::Empty:
-            return runEmpty(arguments, files, m_console, makeSession);
+            return runEmpty(arguments, m_console, makeSession);
         case Command::Erase:
             return runErase(arguments, m_console, makeSession);
     }

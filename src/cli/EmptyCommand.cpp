@@ -25,56 +25,51 @@ namespace {
 /// What is in the trashes at this moment.
 struct Survey {
     std::vector<TrashLocation> trashes;  ///< those that can be read; empty means without any entry
-    std::vector<std::pair<FileUrl, HostError>> unreadable;
-    ItemsToErase items;  ///< their entries, when they were counted
-    EntrySums sums;
+    std::vector<UnreadableTrash> unreadable;
+    TrashFigures figures;      ///< when they were counted
+    SharedItemsToErase items;  ///< when they were named or counted; else empty
 };
 
-/// Each name is let go as soon as it is taken over: there may be a million.
-void addItems(Survey& survey, const FileUrl& trash, std::vector<ScannedEntry> entries) {
-    survey.sums += sumsOf(entries);
-    survey.items.reserve(survey.items.size() + entries.size());
-    const auto shared = std::make_shared<const FileUrl>(trash);
-    for (ScannedEntry& entry : entries) {
-        survey.items.push_back({.trash = shared,
-                                .name = std::move(entry.name),
-                                .identity = entry.identity,
-                                .size = entry.size,
-                                .count = entry.count,
-                                .isDirectory = entry.isDirectory});
-    }
-}
-
-enum class SurveyKind { WhetherEmpty, Names, Counts };
-
-/// Whether the trash holds entries. These are named, and counted, when that is wanted.
-Result<bool> lookInto(const FileUrl& trash, SurveyKind kind, Survey& survey,
-                      const std::stop_token& stop) {
-    if (kind == SurveyKind::WhetherEmpty) return trashHoldsEntries(trash);
-    if (kind == SurveyKind::Names) {
+/// Asks of each trash only whether it holds anything, or names what is in it. Hidden entries count:
+/// the exit status promises that the trash is empty afterwards.
+Survey surveyOf(const std::vector<TrashLocation>& trashes, bool namesEntries) {
+    Survey survey;
+    ItemsToErase all;
+    const auto lookInto = [&](const FileUrl& trash) -> Result<bool> {
+        if (!namesEntries) return trashHoldsEntries(trash);
         Result<ItemsToErase> items = namesInTrash(trash);
         if (!items) return items.error();
-        std::ranges::move(*items, std::back_inserter(survey.items));
+        std::ranges::move(*items, std::back_inserter(all));
         return !items->empty();
-    }
-    Result<std::vector<ScannedEntry>> entries = entriesOfTrash(trash, stop);
-    if (!entries) return entries.error();
-    const bool holdsEntries = !entries->empty();
-    addItems(survey, trash, std::move(*entries));
-    return holdsEntries;
-}
-
-Survey surveyOf(const std::vector<TrashLocation>& trashes, SurveyKind kind,
-                const std::stop_token& stop) {
-    Survey survey;
+    };
     for (TrashLocation location : trashes) {
-        const Result<bool> holdsEntries = lookInto(location.trashURL, kind, survey, stop);
+        const Result<bool> holdsEntries = lookInto(location.trashURL);
         if (!holdsEntries) {
-            survey.unreadable.emplace_back(location.trashURL, holdsEntries.error());
+            survey.unreadable.push_back({location.trashURL, holdsEntries.error()});
             continue;
         }
-        // Hidden entries count: the exit status promises that the trash is empty afterwards.
         location.trashIsEmpty = !*holdsEntries;
+        survey.trashes.push_back(std::move(location));
+    }
+    survey.items = std::make_shared<const ItemsToErase>(std::move(all));
+    return survey;
+}
+
+/// The same with what the trashes hold together.
+Survey countedSurveyOf(const std::vector<TrashLocation>& trashes, const std::stop_token& stop) {
+    std::vector<FileUrl> urls;
+    for (const TrashLocation& location : trashes)
+        urls.push_back(location.trashURL);
+    TrashContents contents = countEntries(urls, stop);
+    Survey survey{.trashes = {},
+                  .unreadable = std::move(contents.unreadable),
+                  .figures = contents.figures,
+                  .items = std::move(contents.itemsToErase)};
+    for (TrashLocation location : trashes) {
+        if (std::ranges::find(survey.unreadable, location.trashURL, &UnreadableTrash::trash) !=
+            survey.unreadable.end())
+            continue;
+        location.trashIsEmpty = survey.items->empty();
         survey.trashes.push_back(std::move(location));
     }
     return survey;
@@ -116,20 +111,20 @@ int EmptyRun::run() {
     m_isComplete = m_chosen.isComplete && m_survey.unreadable.empty();
     if (m_arguments.dryRun) {
         // Of a trash that could not be read nobody knows whether it is empty.
-        const bool saysNothing = m_survey.items.empty() && !m_isComplete && !m_arguments.json;
+        const bool saysNothing = m_survey.items->empty() && !m_isComplete && !m_arguments.json;
         return status(
-            saysNothing ? 0 : reportDryRun(m_survey.items, m_arguments, m_console, m_session));
+            saysNothing ? 0 : reportDryRun(*m_survey.items, m_arguments, m_console, m_session));
     }
     return status(holdsNothing() ? tidyUp() : erase());
 }
 
 /// False when the user stopped it.
 bool EmptyRun::survey() {
-    SurveyKind kind = SurveyKind::WhetherEmpty;
-    if (m_chosen.volumeCount == 1) kind = SurveyKind::Counts;
-    if (m_arguments.dryRun) kind = SurveyKind::Names;
-    return m_session.runInBackground(
-        [&](const std::stop_token& stop) { m_survey = surveyOf(m_chosen.trashes, kind, stop); });
+    const bool counts = m_chosen.volumeCount == 1 && !m_arguments.dryRun;
+    return m_session.runInBackground([&](const std::stop_token& stop) {
+        m_survey = counts ? countedSurveyOf(m_chosen.trashes, stop)
+                          : surveyOf(m_chosen.trashes, m_arguments.dryRun);
+    });
 }
 
 bool EmptyRun::holdsNothing() const {
@@ -140,6 +135,7 @@ EraseRequest EmptyRun::requestForAll() const {
     EraseRequest request = requestWithOptions(m_arguments, m_console);
     request.isAllDisks = true;
     request.volumeArray = m_survey.trashes;
+    request.leftOut = m_chosen.leftOut;
     for (const TrashLocation& location : m_survey.trashes) {
         request.wholeTrashes.push_back(location.trashURL);
     }
@@ -151,8 +147,8 @@ EraseRequest EmptyRun::requestForOne() const {
     request.isAllDisks = false;
     request.volumeArray.clear();
     request.volumeName = m_survey.trashes.front().volumeName;
-    request.size = m_survey.sums.size;
-    request.count = m_survey.sums.count;
+    request.size = m_survey.figures.size;
+    request.count = m_survey.figures.count;
     return request;
 }
 
@@ -174,8 +170,7 @@ int EmptyRun::tidyUp() {
 
 int EmptyRun::erase() {
     const bool isOne = m_chosen.volumeCount == 1;
-    const auto items = isOne ? std::make_shared<const ItemsToErase>(std::move(m_survey.items))
-                             : SharedItemsToErase();
+    const SharedItemsToErase items = isOne ? m_survey.items : nullptr;
     EraseResult result = m_session.erase(isOne ? requestForOne() : requestForAll(), items);
     const SharedItemsToErase asked = isOne ? items : result.itemsToErase;
     if (asked) addWhatIsStillThere(result, *asked, m_console);
@@ -184,9 +179,9 @@ int EmptyRun::erase() {
 
 }  // namespace
 
-int runEmpty(const Arguments& arguments, QVFilesUtilities& files, Console& console,
-             const SessionMaker& makeSession) {
-    const std::optional<ChosenTrashes> chosen = chooseTrashes(arguments.operands, files, console);
+int runEmpty(const Arguments& arguments, Console& console, const SessionMaker& makeSession) {
+    const std::optional<ChosenTrashes> chosen =
+        chooseTrashes(arguments.operands, listVolumes(), console);
     if (!chosen || !mayBegin(arguments, console)) return kStatusUsageError;
     return EmptyRun(arguments, *chosen, console, makeSession()).run();
 }

@@ -6,10 +6,7 @@
 
 namespace kestrin {
 
-class QVFilesUtilities;
-
 /// Returns the exit status.
-int runEmpty(const Arguments& arguments, QVFilesUtilities& files, Console& console,
-             const SessionMaker& makeSession);
+int runEmpty(const Arguments& arguments, Console& console, const SessionMaker& makeSession);
 
 }  // namespace kestrin

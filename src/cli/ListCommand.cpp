@@ -12,6 +12,7 @@
 #include "cli/Console.h"
 #include "cli/JsonWriter.h"
 #include "cli/TrashSurvey.h"
+#include "cli/VolumeChoice.h"
 #include "format/DisplayName.h"
 
 namespace kestrin {
@@ -20,22 +21,24 @@ namespace {
 
 struct ListedTrash {
     TrashLocation location;
-    std::optional<EntrySums> sums;  ///< none: it cannot be read
+    std::optional<TrashFigures> figures;  ///< none: it cannot be read
 };
 
-std::vector<ListedTrash> listTrashes(QVFilesUtilities& files, Console& console) {
+std::vector<ListedTrash> listTrashes(const std::vector<TrashLocation>& locations,
+                                     Console& console) {
     std::vector<ListedTrash> trashes;
-    for (TrashLocation& location : files.trashesAndVolumesLocations()) {
-        const Result<std::vector<ScannedEntry>> entries = entriesOfTrash(location.trashURL);
-        if (!entries) complainOfTrash(console, location.trashURL, entries.error());
-        trashes.push_back(
-            {std::move(location), entries ? std::optional(sumsOf(*entries)) : std::nullopt});
+    for (const TrashLocation& location : locations) {
+        const TrashContents contents = countFigures({location.trashURL});
+        for (const UnreadableTrash& failure : contents.unreadable)
+            complainOfTrash(console, failure.trash, failure.error);
+        trashes.push_back({location, contents.unreadable.empty() ? std::optional(contents.figures)
+                                                                 : std::nullopt});
     }
     return trashes;
 }
 
 void writeTrash(JsonWriter& json, const ListedTrash& trash) {
-    const EntrySums sums = trash.sums.value_or(EntrySums());
+    const TrashFigures figures = trash.figures.value_or(TrashFigures());
     json.beginObject();
     json.key("volumeName");
     json.string(trash.location.volumeName);
@@ -44,11 +47,11 @@ void writeTrash(JsonWriter& json, const ListedTrash& trash) {
     json.key("trashURL");
     json.string(trash.location.trashURL.toString());
     json.key("trashIsEmpty");
-    json.boolean(trash.sums && trash.location.trashIsEmpty);
+    json.boolean(trash.figures && trash.location.trashIsEmpty);
     json.key("size");
-    json.number(sums.size);
+    json.number(figures.size);
     json.key("count");
-    json.number(sums.count);
+    json.number(figures.count);
     json.endObject();
 }
 
@@ -68,14 +71,14 @@ QStringList headings(const Console& console) {
 QStringList rowOf(const ListedTrash& trash, const Console& console) {
     const QString unknown = console.text("cli_unknown_figure"_key);
     return {displayName(trash.location.volumeName), displayName(trash.location.volumePath),
-            trash.sums ? console.number(trash.sums->count) : unknown,
-            trash.sums ? console.size(trash.sums->size) : unknown};
+            trash.figures ? console.number(trash.figures->count) : unknown,
+            trash.figures ? console.size(trash.figures->size) : unknown};
 }
 
 QStringList totalRow(const std::vector<ListedTrash>& trashes, const Console& console) {
-    EntrySums total;
+    TrashFigures total;
     for (const ListedTrash& trash : trashes)
-        total += trash.sums.value_or(EntrySums());
+        total += trash.figures.value_or(TrashFigures());
     return {console.text("cli_total"_key), QString(), console.number(total.count),
             console.size(total.size)};
 }
@@ -93,17 +96,17 @@ void writeText(const std::vector<ListedTrash>& trashes, Console& console) {
 
 }  // namespace
 
-int runList(const Arguments& arguments, QVFilesUtilities& files, Console& console) {
-    const std::vector<ListedTrash> trashes = listTrashes(files, console);
-    const bool allListed = complainOfFailures(console, files.trashFailures());
+int runList(const Arguments& arguments, Console& console) {
+    const ChosenTrashes all = *chooseTrashes({}, listVolumes(), console);
+    const std::vector<ListedTrash> trashes = listTrashes(all.trashes, console);
     if (arguments.json) {
         writeJson(trashes, console);
     } else {
         writeText(trashes, console);
     }
     const bool allRead = std::ranges::all_of(
-        trashes, [](const ListedTrash& trash) { return trash.sums.has_value(); });
-    return allListed && allRead ? 0 : 1;
+        trashes, [](const ListedTrash& trash) { return trash.figures.has_value(); });
+    return all.isComplete && allRead ? 0 : 1;
 }
 
 }  // namespace kestrin

@@ -167,8 +167,9 @@ void Listing::writeText() const {
 
 }  // namespace
 
-int runShow(const Arguments& arguments, QVFilesUtilities& files, Console& console) {
-    const std::optional<ChosenTrashes> chosen = chooseTrashes(arguments.operands, files, console);
+int runShow(const Arguments& arguments, Console& console) {
+    const std::optional<ChosenTrashes> chosen =
+        chooseTrashes(arguments.operands, listVolumes(), console);
     if (!chosen) return 2;
     Listing listing(console);
     bool allRead = chosen->isComplete;

@@ -6,9 +6,9 @@ namespace kestrin {
 
 struct Arguments;
 class Console;
-class QVFilesUtilities;
 
-/// Returns the exit status: 1 when a trash could not be read, 2 when the volume is unknown.
-int runShow(const Arguments& arguments, QVFilesUtilities& files, Console& console);
+/// Returns the exit status: 1 when a trash could not be read or a volume
+/// does not answer, 2 when the volume is unknown.
+int runShow(const Arguments& arguments, Console& console);
 
 }  // namespace kestrin

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/TrashSurvey.h"
 
+#include <QEventLoop>
 #include <cerrno>
 #include <string_view>
 #include <utility>
@@ -12,31 +13,18 @@
 
 namespace kestrin {
 
-namespace {
-
-bool isAbsent(const HostError& error) {
-    return error.systemError == ENOENT;
+std::vector<ListedVolume> listVolumes() {
+    TrashListing listing;
+    QEventLoop loop;
+    listing.refresh([&] { loop.quit(); });
+    loop.exec();
+    return listing.volumes();
 }
-
-}  // namespace
 
 Result<std::vector<ScannedEntry>> entriesOfTrash(const FileUrl& trash, std::stop_token stop) {
     Result<std::vector<ScannedEntry>> entries = scanTree(trash, std::move(stop));
-    if (!entries && isAbsent(entries.error())) return std::vector<ScannedEntry>();
+    if (!entries && entries.error().systemError == ENOENT) return std::vector<ScannedEntry>();
     return entries;
-}
-
-EntrySums& EntrySums::operator+=(const EntrySums& other) {
-    size += other.size;
-    count += other.count;
-    return *this;
-}
-
-EntrySums sumsOf(const std::vector<ScannedEntry>& entries) {
-    EntrySums sums;
-    for (const ScannedEntry& entry : entries)
-        sums += {entry.size, entry.count};
-    return sums;
 }
 
 EntrySums sumsOfEntry(const FileUrl& entry, std::stop_token stop) {
@@ -46,7 +34,9 @@ EntrySums sumsOfEntry(const FileUrl& entry, std::stop_token stop) {
     if (!attributes->isDirectory()) return {attributes->size, 1};
     if (attributes->isMountRoot) return sums;
     const Result<std::vector<ScannedEntry>> below = scanTree(entry, std::move(stop));
-    if (below) sums += sumsOf(*below);
+    if (!below) return sums;
+    for (const ScannedEntry& inside : *below)
+        sums += {inside.size, inside.count};
     return sums;
 }
 
@@ -57,14 +47,20 @@ void complainOfTrash(Console& console, const FileUrl& trash, const HostError& er
                      {displayName(trash.path()), displayName(std::string_view(reason))}));
 }
 
-bool complainOfFailures(Console& console, const std::vector<TrashFailure>& failures) {
-    for (const TrashFailure& failure : failures) {
-        const std::string reason = failure.error.localizedDescription();
-        console.complain(console.text(
-            "cli_unusable_trash"_key,
-            {displayName(failure.volume.path()), displayName(std::string_view(reason))}));
+bool complainOfVolume(Console& console, const ListedVolume& volume) {
+    if (!volume.answers) {
+        console.complain(console.text("cli_not_answering"_key, {nameAndPath(volume)}));
+        return true;
     }
-    return failures.empty();
+    if (!volume.problem) return false;
+    const std::string reason = volume.problem->localizedDescription();
+    console.complain(console.text("cli_unusable_trash"_key,
+                                  {nameAndPath(volume), displayName(std::string_view(reason))}));
+    return true;
+}
+
+QString nameAndPath(const ListedVolume& volume) {
+    return displayName(volume.name) + QStringLiteral(" (") + displayName(volume.url.path()) + u')';
 }
 
 }  // namespace kestrin

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Looks into trashes without changing them. A trash that is not there holds nothing; one that
-// cannot be read is never taken for empty.
+// Asks the volumes and looks into trashes without changing them. A trash that is not there holds
+// nothing; one that cannot be read is never taken for empty.
 #pragma once
 
 #include <stop_token>
@@ -8,24 +8,22 @@
 
 #include "base/FileUrl.h"
 #include "base/Result.h"
-#include "fsutil/QVFilesUtilities.h"
 #include "inventory/TrashCount.h"
+#include "inventory/TrashListing.h"
 #include "platform/items/TreeScanner.h"
 
 namespace kestrin {
 
 class Console;
 
+/// The mounted volumes and their trashes, those silent that do not answer soon. Main thread; serves
+/// events meanwhile.
+std::vector<ListedVolume> listVolumes();
+
 /// The entries directly inside a trash with what lies below each. Thread: any.
 Result<std::vector<ScannedEntry>> entriesOfTrash(const FileUrl& trash, std::stop_token stop = {});
 
-struct EntrySums {
-    std::uint64_t size = 0;   ///< bytes
-    std::uint64_t count = 0;  ///< entries at every depth
-    EntrySums& operator+=(const EntrySums& other);
-};
-
-EntrySums sumsOf(const std::vector<ScannedEntry>& entries);
+using EntrySums = TrashFigures;
 
 /// What goes with one entry, itself included; an entry that cannot be looked at counts as one
 /// without bytes. Thread: any.
@@ -33,7 +31,11 @@ EntrySums sumsOfEntry(const FileUrl& entry, std::stop_token stop = {});
 
 /// Tells the user that a trash cannot be read. Main thread.
 void complainOfTrash(Console& console, const FileUrl& trash, const HostError& error);
-/// Tells the user which volumes' trashes could not be listed; true when there is none. Main thread.
-bool complainOfFailures(Console& console, const std::vector<TrashFailure>& failures);
+/// Tells the user that a volume does not answer, or that a trash on it may not be used. False when
+/// neither is so. Main thread.
+bool complainOfVolume(Console& console, const ListedVolume& volume);
+
+/// "Backup (/media/backup)", fit to be read.
+QString nameAndPath(const ListedVolume& volume);
 
 }  // namespace kestrin

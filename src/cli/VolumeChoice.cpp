@@ -2,6 +2,7 @@
 #include "cli/VolumeChoice.h"
 
 #include <algorithm>
+#include <chrono>
 #include <iterator>
 
 #include "base/StringTable.h"
@@ -9,143 +10,103 @@
 #include "cli/Paths.h"
 #include "cli/TrashSurvey.h"
 #include "format/DisplayName.h"
-#include "platform/trash/TrashFolders.h"
+#include "platform/processes/AnswerWithin.h"
 
 namespace kestrin {
 
 namespace {
 
-bool hasPath(const VolumeRecord& volume, const std::string& operand) {
-    const std::optional<FileUrl> location = locationOfPath(operand);
-    if (!location) return false;
-    return *location == volume.url || resolved(*location) == volume.url;
-}
+using State = ListedVolume::State;
 
-QString nameAndPath(const VolumeRecord& volume) {
-    return displayName(volume.name) + QStringLiteral(" (") + displayName(volume.url.path()) + u')';
-}
+/// How long the volume behind a path may take to say where links lead.
+constexpr std::chrono::seconds kPatience{2};
 
 /// "Backup (/media/backup), System (/)".
-QString namesAndPaths(const std::vector<VolumeRecord>& volumes) {
+QString namesAndPaths(const std::vector<ListedVolume>& volumes) {
     QStringList names;
-    for (const VolumeRecord& volume : volumes)
+    for (const ListedVolume& volume : volumes)
         names += nameAndPath(volume);
     return names.join(QStringLiteral(", "));
 }
 
-/// Finds the volume of each operand; complains of those that it does not find.
-class Chooser {
- public:
-    Chooser(QVFilesUtilities& files, Console& console)
-        : m_files(files), m_console(console), m_volumes(files.volumesLocationArray()) {}
+void complainOfOperand(const std::string& operand, const std::vector<std::size_t>& meant,
+                       const std::vector<ListedVolume>& volumes, Console& console) {
+    std::vector<ListedVolume> listed;
+    for (const std::size_t index : meant)
+        listed.push_back(volumes[index]);
+    const std::string_view key =
+        meant.empty() ? "cli_unknown_volume"_key : "cli_ambiguous_volume"_key;
+    const QString names = namesAndPaths(meant.empty() ? volumes : listed);
+    console.complain(console.text(key, {displayName(operand), names}));
+}
 
-    /// Indexes of the volumes named, in order and without repetition; none after a complaint.
-    std::optional<std::vector<std::size_t>> volumesNamed(const std::vector<std::string>& operands);
-    ChosenTrashes trashesOf(const std::vector<std::size_t>& chosen);
-
- private:
-    std::optional<std::size_t> volumeNamed(const std::string& operand);
-    void complain(const std::string& operand, const std::vector<std::size_t>& meant);
-    bool addTrashes(const VolumeRecord& volume, const std::vector<TrashLocation>& listed,
-                    std::vector<TrashLocation>& trashes);
-
-    QVFilesUtilities& m_files;
-    Console& m_console;
-    const std::vector<VolumeRecord> m_volumes;
-};
-
-std::optional<std::vector<std::size_t>> Chooser::volumesNamed(
-    const std::vector<std::string>& operands) {
+/// Indexes of the volumes named, in order and without repetition; none after a complaint.
+std::optional<std::vector<std::size_t>> volumesNamed(const std::vector<std::string>& operands,
+                                                     const std::vector<ListedVolume>& volumes,
+                                                     Console& console) {
     std::vector<std::size_t> chosen;
     bool allFound = true;
     for (const std::string& operand : operands) {
-        const std::optional<std::size_t> index = volumeNamed(operand);
-        if (!index) {
+        const std::vector<std::size_t> meant = volumesMeantBy(operand, volumes);
+        if (meant.size() != 1) {
+            complainOfOperand(operand, meant, volumes, console);
             allFound = false;
-        } else if (std::ranges::find(chosen, *index) == chosen.end()) {
-            chosen.push_back(*index);
+        } else if (std::ranges::find(chosen, meant.front()) == chosen.end()) {
+            chosen.push_back(meant.front());
         }
     }
     if (!allFound) return std::nullopt;
     return chosen;
 }
 
-std::optional<std::size_t> Chooser::volumeNamed(const std::string& operand) {
-    const std::vector<std::size_t> meant = volumesMeantBy(operand, m_volumes);
-    if (meant.size() == 1) return meant.front();
-    complain(operand, meant);
-    return std::nullopt;
-}
-
-void Chooser::complain(const std::string& operand, const std::vector<std::size_t>& meant) {
-    std::vector<VolumeRecord> listed;
-    for (const std::size_t index : meant)
-        listed.push_back(m_volumes[index]);
-    const std::string_view key =
-        meant.empty() ? "cli_unknown_volume"_key : "cli_ambiguous_volume"_key;
-    const QString names = namesAndPaths(meant.empty() ? m_volumes : listed);
-    m_console.complain(m_console.text(key, {displayName(operand), names}));
-}
-
-ChosenTrashes Chooser::trashesOf(const std::vector<std::size_t>& chosen) {
-    const std::vector<TrashLocation> listed = m_files.trashesAndVolumesLocations();
-    ChosenTrashes result{.trashes = {}, .volumeCount = chosen.size(), .isComplete = true};
-    for (const std::size_t index : chosen) {
-        if (!addTrashes(m_volumes[index], listed, result.trashes)) result.isComplete = false;
-    }
-    return result;
-}
-
-/// False after a complaint: the volume's trash cannot be used.
-bool Chooser::addTrashes(const VolumeRecord& volume, const std::vector<TrashLocation>& listed,
-                         std::vector<TrashLocation>& trashes) {
-    const std::size_t before = trashes.size();
-    std::ranges::copy_if(listed, std::back_inserter(trashes), [&](const TrashLocation& location) {
-        return location.volumePath == volume.url.path();
-    });
-    if (trashes.size() > before) return true;
-    const Result<std::vector<TrashFolder>> folders = trashFoldersOfVolume(volume.url);
-    const bool isReadOnly = volume.isLocked.value_or(false);
-    if (!folders) {
-        // Where nothing can be written, a trash that is not there cannot be made: nothing is wrong.
-        if (isReadOnly) return true;
-        m_console.complain(m_console.text(
-            "cli_unusable_trash"_key,
-            {nameAndPath(volume),
-             displayName(std::string_view(folders.error().localizedDescription()))}));
-        return false;
-    }
-    for (const TrashFolder& folder : *folders) {
-        trashes.push_back({folder.files, volume.url, volume.name, volume.url.path(),
-                           m_files.trashAtURLIsEmpty(folder.files)});
-    }
-    return true;
+void addVolume(const ListedVolume& volume, ChosenTrashes& chosen, Console& console) {
+    if (volume.answers) std::ranges::copy(volume.trashes, std::back_inserter(chosen.trashes));
+    if (!complainOfVolume(console, volume)) return;
+    chosen.isComplete = false;
+    std::ranges::move(leftOutVolumes({volume}, console.texts()),
+                      std::back_inserter(chosen.leftOut));
 }
 
 }  // namespace
 
 std::vector<std::size_t> volumesMeantBy(const std::string& operand,
-                                        const std::vector<VolumeRecord>& volumes) {
+                                        const std::vector<ListedVolume>& volumes) {
+    std::optional<FileUrl> location = locationOfPath(operand);
+    const auto isListed = [&] {
+        return std::ranges::find(volumes, *location, &ListedVolume::url) != volumes.end();
+    };
+    // Only where need be: the path may lead to a volume that hangs.
+    if (location && !isListed()) {
+        const auto real = answerWithin<std::optional<FileUrl>>(
+            kPatience, [path = *location] { return resolved(path); });
+        location = real.value_or(std::nullopt);
+    }
     std::vector<std::size_t> meant;
     for (std::size_t index = 0; index < volumes.size(); ++index) {
         const bool hasName =
             !operand.starts_with('/') && volumes[index].name.toStdString() == operand;
-        if (hasName || hasPath(volumes[index], operand)) meant.push_back(index);
+        if (hasName || location == volumes[index].url) meant.push_back(index);
     }
     return meant;
 }
 
 std::optional<ChosenTrashes> chooseTrashes(const std::vector<std::string>& operands,
-                                           QVFilesUtilities& files, Console& console) {
+                                           const std::vector<ListedVolume>& volumes,
+                                           Console& console) {
+    ChosenTrashes chosen;
     if (operands.empty()) {
-        ChosenTrashes all{.trashes = files.trashesAndVolumesLocations()};
-        all.isComplete = complainOfFailures(console, files.trashFailures());
-        return all;
+        for (const ListedVolume& volume : volumes) {
+            if (volume.state != State::NoTrash && volume.state != State::ReadOnly)
+                addVolume(volume, chosen, console);
+        }
+        return chosen;
     }
-    Chooser chooser(files, console);
-    const std::optional<std::vector<std::size_t>> chosen = chooser.volumesNamed(operands);
-    if (!chosen) return std::nullopt;
-    return chooser.trashesOf(*chosen);
+    const auto named = volumesNamed(operands, volumes, console);
+    if (!named) return std::nullopt;
+    chosen.volumeCount = named->size();
+    for (const std::size_t index : *named)
+        addVolume(volumes[index], chosen, console);
+    return chosen;
 }
 
 }  // namespace kestrin

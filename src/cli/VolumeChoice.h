@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "fsutil/QVFilesUtilities.h"
+#include "inventory/TrashListing.h"
 
 namespace kestrin {
 
@@ -16,18 +16,22 @@ class Console;
 /// operand leads to one through links; and, unless the operand is an absolute path, by their
 /// display name. One index: found. None: unknown. Several: ambiguous.
 std::vector<std::size_t> volumesMeantBy(const std::string& operand,
-                                        const std::vector<VolumeRecord>& volumes);
+                                        const std::vector<ListedVolume>& volumes);
 
 struct ChosenTrashes {
     std::vector<TrashLocation> trashes;
     std::size_t volumeCount = 0;  ///< volumes named, each counted once; 0 when none was named
-    bool isComplete = true;       ///< false: a trash is there and cannot be used
+    /// Volumes that do not answer and those with a trash that cannot be used; after a complaint for
+    /// each.
+    std::vector<LeftOutVolume> leftOut;
+    bool isComplete = true;  ///< false: something is left out
 };
 
-/// The trashes of the volumes named, or those of all volumes when none is. A read-only volume
+/// The trashes of the volumes named, or those of all `volumes` when none is. A read-only volume
 /// counts only when it is named. None after a complaint for each operand that is unknown or
 /// ambiguous.
 std::optional<ChosenTrashes> chooseTrashes(const std::vector<std::string>& operands,
-                                           QVFilesUtilities& files, Console& console);
+                                           const std::vector<ListedVolume>& volumes,
+                                           Console& console);
 
 }  // namespace kestrin

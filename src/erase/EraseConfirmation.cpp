@@ -26,6 +26,7 @@ TrashInfo trashInfo(const EraseRequest& request, const StringTable& texts) {
     info.message = "delete_mess"_key;
     info.isSmartErase = request.isSmartErase;
     info.volumeName = request.volumeName;
+    info.leftOut = leftOutSentences(request.leftOut, texts).join(u'\n');
     return info;
 }
 

@@ -18,6 +18,7 @@
 #include "erase/HelperClient.h"
 #include "erase/ProgressView.h"
 #include "fsutil/QVFilesUtilities.h"
+#include "inventory/TrashListing.h"
 #include "platform/processes/DisplayTick.h"
 
 namespace kestrin {
@@ -60,6 +61,8 @@ struct EraseRequest {
     std::optional<const void*> countSender;
     /// The trashes that are to be empty afterwards: records without data go, too.
     std::vector<FileUrl> wholeTrashes;
+    /// Volumes that the user may take to be meant and that are not; named in question and report.
+    std::vector<LeftOutVolume> leftOut;
 
     RefusedEntries locked = RefusedEntries::Ask;
     RefusedEntries forbidden = RefusedEntries::Ask;

@@ -113,6 +113,7 @@ AlertModel QVAlert::model(const TrashInfo& trashInfo) const {
     model.topic = AlertModel::Topic::EraseConfirmation;
     model.title = m_texts.text(trashInfo.information.toStdString());
     model.text = m_texts.text(trashInfo.message);
+    if (!trashInfo.leftOut.isEmpty()) model.text += u'\n' + trashInfo.leftOut;
     model.fullName = displayName(trashInfo.volumeName);
     model.buttons[0] = m_texts.text(trashInfo.isSmartErase ? "erase_checked_button"_key
                                                            : "empty_trash_button"_key);

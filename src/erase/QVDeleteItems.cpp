@@ -281,7 +281,9 @@ QString QVDeleteItems::startProblem() const {
     return m_state->startProblem;
 }
 QStringList QVDeleteItems::problems() const {
-    return m_state->run ? m_state->run->problems() : QStringList();
+    if (!m_state->run) return {};
+    return m_state->run->problems() +
+           leftOutSentences(m_state->request.leftOut, m_state->services.texts);
 }
 bool QVDeleteItems::gaveUp() const {
     return m_state->run && m_state->run->gaveUp();

@@ -66,7 +66,8 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     /// Why proceedToEraseWithArray answered false; one sentence, else empty.
     QString startProblem() const;
     /// What the user should know at the end besides what stayed: that the erase gave up, that the
-    /// log is incomplete. One sentence each, which may hold bytes unfit to be shown.
+    /// log is incomplete, which volumes were left out. One sentence each, which may hold bytes
+    /// unfit to be shown.
     QStringList problems() const;
     /// The erase ended before it had tried every entry, for want of memory or of a thread.
     bool gaveUp() const;

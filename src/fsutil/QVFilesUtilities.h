@@ -61,12 +61,6 @@ enum class LaunchResult : std::uint8_t {
     NoOpener,    ///< the desktop has none, or it could not be started
 };
 
-/// A volume whose trash could not be listed, and why.
-struct TrashFailure {
-    FileUrl volume;
-    HostError error;
-};
-
 /// Sums of a folder's items: total file sizes (data and resource fork) and file sizes (data fork).
 /// The same on a host without resource forks.
 struct SizePair {
@@ -274,11 +268,10 @@ class QVFilesUtilities {
     std::optional<VolumeRecord> directoryInfoForURL(const FileUrl& url) const;
     std::optional<FileUrl> trashURLForItemURL(const FileUrl& url) const;
     std::optional<FileUrl> startupTrashURL() const;
-    /// Requires: one thread at a time (it keeps the list of volumes whose trash could not be had).
+    /// Waits for the volumes, each for two seconds at most; `TrashListing` is for those who must
+    /// not wait. Requires: one thread at a time (it keeps the list of volumes whose trash could not
+    /// be had, which are not asked again).
     std::vector<TrashLocation> trashesAndVolumesLocations();
-    /// What the latest listing could not show: volumes that did not answer, and those whose trash
-    /// is there and cannot be used. A volume on which the user can have no trash is not among them.
-    std::vector<TrashFailure> trashFailures() const;
     bool trashAtURLIsEmpty(const FileUrl& trash) const;
     bool isAnEmptyFolder(const FileUrl& folder) const;
     bool itemURLIsInTheTrash(const FileUrl& item) const;
@@ -313,8 +306,7 @@ class QVFilesUtilities {
     std::atomic<bool> gatheringSizeIsWorking = false;
 
  private:
-    std::vector<TrashFailure> m_trashErrors;  ///< trashes that could not be had; only grows
-    std::vector<FileUrl> m_silentVolumes;     ///< that gave no answer to the latest listing
+    std::vector<FileUrl> m_trashErrors;  ///< volumes whose trash could not be had; only grows
 };
 
 /// The display name of the volume mounted at "/", found once.

@@ -2,6 +2,7 @@
 #include <QString>
 #include <QStringDecoder>
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -11,6 +12,7 @@
 
 #include "base/SystemLog.h"
 #include "fsutil/QVFilesUtilities.h"
+#include "inventory/TrashListing.h"
 #include "platform/disks/Volumes.h"
 #include "platform/items/FolderWalk.h"
 #include "platform/items/HostErrors.h"
@@ -66,13 +68,6 @@ void logTrashFailure(const HostError& error) {
     qCInfo(lcInventory, "NSTrashDirectory error: %s", error.localizedDescription().c_str());
 }
 
-/// The user may make no trash there, which is nothing to worry about. A folder of another user in
-/// the place of the trash is.
-bool isMissingRight(const HostError& error) {
-    return error.systemError == EACCES || error.systemError == EROFS ||
-           error.code == kFileWriteNoPermission;
-}
-
 /// The trash folders on the volume of `item`, none for a read-only volume.
 Result<std::vector<TrashFolder>> trashFoldersForItem(const FileUrl& item) {
     if (QVFilesUtilities::sharedControl().isVolumeLockedWithURL(item)) {
@@ -82,31 +77,37 @@ Result<std::vector<TrashFolder>> trashFoldersForItem(const FileUrl& item) {
     return trashFoldersOfVolume(volumeOfItem(place).value_or(place));
 }
 
-/// What one volume contributes to the list of trashes.
-struct TrashesOfVolume {
-    std::vector<TrashLocation> locations;
-    FileUrl volumeURL;
-    MaybeError failure;
-};
+/// The user may make no trash there, which is nothing to worry about; or the volume just went.
+bool meansNoTrash(const HostError& error) {
+    return error.systemError == EACCES || error.systemError == EPERM ||
+           error.systemError == EROFS || error.systemError == ENOENT;
+}
 
-TrashesOfVolume trashesOfVolume(const FileUrl& volume) {
-    const QVFilesUtilities& files = QVFilesUtilities::sharedControl();
-    const auto record = files.directoryInfoForURL(volume);
-    // A volume that went meanwhile left a plain folder behind, whose trash is another volume's.
-    if (!record || record->isLocked.value_or(true)) return {};
-    TrashesOfVolume trashes;
-    trashes.volumeURL = record->url;
-    const auto folders = trashFoldersOfVolume(record->url);
-    if (!folders) {
-        trashes.failure = folders.error();
-        return trashes;
+/// Whether a trash holds nothing that counts: no name that begins without a full stop.
+Result<bool> isEmptyTrash(const FileUrl& trash) {
+    bool isEmpty = true;
+    const auto look = [&](std::string_view name, EntryType) {
+        isEmpty = name.starts_with('.');
+        return isEmpty;
+    };
+    MaybeError error = visitFolder(trash, look);
+    if (!error || error->systemError == ENOENT) return isEmpty;
+    error->userInfo["reason"] = error->localizedDescription();
+    error->userInfo["errorString"] = trash.path() + ": " + error->localizedDescription();
+    return *std::move(error);
+}
+
+/// Adds the trashes that can be read; of the others the first is the volume's problem.
+void addTrashes(ListedVolume& volume, const std::vector<TrashFolder>& folders) {
+    for (const TrashFolder& folder : folders) {
+        const Result<bool> isEmpty = folder.exists ? isEmptyTrash(folder.files) : true;
+        if (isEmpty) {
+            volume.trashes.push_back(
+                {folder.files, volume.url, volume.name, volume.url.path(), *isEmpty});
+        } else if (!volume.problem) {
+            volume.problem = isEmpty.error();
+        }
     }
-    for (const TrashFolder& folder : *folders) {
-        const bool isEmpty = !folder.exists || files.trashAtURLIsEmpty(folder.files);
-        trashes.locations.push_back(
-            {folder.files, record->url, record->name, record->url.path(), isEmpty});
-    }
-    return trashes;
 }
 
 EntryType typeOfEntry(const FileUrl& entry, EntryType listed) {
@@ -206,49 +207,62 @@ std::optional<FileUrl> QVFilesUtilities::startupTrashURL() const {
     return trashURLForItemURL(FileUrl::fromPath("/"));
 }
 
+ListedVolume askForTrashes(const FileUrl& url) {
+    ListedVolume volume{.url = url, .name = {}, .problem = {}};
+    const auto record = recordOfVolume(url);
+    // A volume that went meanwhile left a plain folder behind, whose trash is another volume's.
+    volume.state = ListedVolume::State::NoTrash;
+    if (!record || !record->isDisk) {
+        volume.problem = errorFromErrno(ENOENT, HostAccess::Read);
+        return volume;
+    }
+    volume.name = record->name;
+
+    auto folders = trashFoldersOfVolume(url);
+    if (record->isLocked.value_or(true)) {
+        volume.state = ListedVolume::State::ReadOnly;
+        if (!folders) return volume;
+        std::erase_if(*folders, [](const TrashFolder& folder) { return !folder.exists; });
+        addTrashes(volume, *folders);
+        return volume;
+    }
+    volume.problem = unusableTrashOfVolume(url);
+    if (folders) addTrashes(volume, *folders);
+    const bool mayHaveNone = !folders && !volume.problem && meansNoTrash(folders.error());
+    if (!folders && !volume.problem) volume.problem = folders.error();
+    if (!volume.trashes.empty()) {
+        volume.state = ListedVolume::State::Usable;
+    } else {
+        if (!mayHaveNone) volume.state = ListedVolume::State::Unusable;
+        logTrashFailure(*volume.problem);
+    }
+    return volume;
+}
+
+bool ListedVolume::hasFailedForGood() const {
+    constexpr std::array kLasting{EACCES, EPERM, EROFS, ELOOP, ENOTDIR};
+    return (state == State::NoTrash || state == State::Unusable) && problem &&
+           std::ranges::find(kLasting, problem->systemError) != kLasting.end();
+}
+
 std::vector<TrashLocation> QVFilesUtilities::trashesAndVolumesLocations() {
     std::vector<FileUrl> volumes = mountedVolumes();
     std::erase_if(volumes, [&](const FileUrl& volume) {
-        return std::any_of(m_trashErrors.begin(), m_trashErrors.end(),
-                           [&](const TrashFailure& failure) { return failure.volume == volume; });
+        return std::ranges::find(m_trashErrors, volume) != m_trashErrors.end();
     });
     std::vector<TrashLocation> locations;
-    m_silentVolumes.clear();
-    auto answers = askVolumes(volumes, trashesOfVolume);
-    for (std::size_t i = 0; i < answers.size(); ++i) {
-        auto& answer = answers[i];
-        if (!answer) {
-            m_silentVolumes.push_back(volumes[i]);
-            continue;
-        }
-        if (answer->failure) {
-            logTrashFailure(*answer->failure);
-            m_trashErrors.push_back({answer->volumeURL, *answer->failure});
-        }
-        std::move(answer->locations.begin(), answer->locations.end(),
-                  std::back_inserter(locations));
+    for (const auto& volume : askVolumes(volumes, askForTrashes)) {
+        if (!volume) continue;
+        if (volume->hasFailedForGood()) m_trashErrors.push_back(volume->url);
+        if (volume->mayBeErased())
+            std::ranges::copy(volume->trashes, std::back_inserter(locations));
     }
     return locations;
 }
 
-std::vector<TrashFailure> QVFilesUtilities::trashFailures() const {
-    std::vector<TrashFailure> failures;
-    for (const FileUrl& volume : m_silentVolumes) {
-        failures.push_back({volume, errorFromErrno(ETIMEDOUT, HostAccess::Read)});
-    }
-    std::copy_if(m_trashErrors.begin(), m_trashErrors.end(), std::back_inserter(failures),
-                 [](const TrashFailure& failure) { return !isMissingRight(failure.error); });
-    return failures;
-}
-
 bool QVFilesUtilities::trashAtURLIsEmpty(const FileUrl& trash) const {
-    bool isEmpty = true;
-    const auto look = [&](std::string_view name, EntryType) {
-        isEmpty = name.starts_with('.');
-        return isEmpty;
-    };
-    static_cast<void>(visitFolder(trash, look));  // a trash that cannot be listed shows as empty
-    return isEmpty;
+    const Result<bool> isEmpty = isEmptyTrash(trash);
+    return !isEmpty || *isEmpty;  // a trash that cannot be listed shows as empty
 }
 
 bool QVFilesUtilities::isAnEmptyFolder(const FileUrl& folder) const {

@@ -50,9 +50,10 @@ class DiskRowTest : public ::testing::Test {
     std::shared_future<void> gate = answer.get_future().share();
     bool answered = false;
     DiskRowServices services{center, texts, numbers,
-                             [gate = gate](const FileUrl&, std::stop_token) {
+                             [gate = gate](auto&, auto&) {
                                  gate.wait();
-                                 return TrashScan{std::make_shared<ItemsToErase>(1), 3'400'000, 12};
+                                 return TrashContents{{.size = 3'400'000, .count = 12},
+                                                      std::make_shared<ItemsToErase>(1)};
                              },
                              [](const TrashLocation&) { return QIcon(); }};
     QMenu menu;
@@ -67,6 +68,8 @@ TEST_F(DiskRowTest, showsTheCountWhenItArrivesAndSaysItAllInItsText) {
     arrive();
     EXPECT_EQ(action->text(), QStringLiteral("Rock && Roll\\n: 12 items, 3.40 MB"));
     EXPECT_EQ(row->accessibleName(), QStringLiteral("Rock & Roll\\n: 12 items, 3.40 MB"));
+    row->setNote(QStringLiteral("Not answering"));
+    EXPECT_EQ(action->text(), QStringLiteral("Rock && Roll\\n: Not answering (12 items, 3.40 MB)"));
 }
 
 TEST_F(DiskRowTest, forgetsTheFiguresOfAnotherTrashOnly) {
@@ -77,7 +80,7 @@ TEST_F(DiskRowTest, forgetsTheFiguresOfAnotherTrashOnly) {
     EXPECT_EQ(row->itemsCount(), 12u);
     row->setDiskDict(disk(QStringLiteral("B"), "/media/other"));
     EXPECT_EQ(row->itemsCount(), 0u);
-    EXPECT_EQ(row->itemsToErase(), nullptr) << "the entries of another disk would be erased";
+    EXPECT_TRUE(row->itemsToErase()->empty()) << "the entries of another disk would be erased";
 }
 
 TEST_F(DiskRowTest, actsOnAReleaseOnlyWhereItSawThePress) {

@@ -5,6 +5,8 @@
 
 #include <QPointer>
 #include <algorithm>
+#include <cerrno>
+#include <condition_variable>
 #include <mutex>
 #include <utility>
 
@@ -62,14 +64,24 @@ struct Display : StatusDisplay {
     bool openMenu() override { return false; }
 };
 
-/// The mounted disks; a listing in the background may outlive the test that asked for it.
+/// The mounted disks, which may hang; a listing in the background may outlive the test that asked
+/// for it.
 class Disks {
  public:
-    std::vector<TrashLocation> all() const {
+    std::vector<MountedVolume> mounts() {
         const std::lock_guard lock(m_mutex);
-        return m_disks;
+        std::vector<MountedVolume> mounts;
+        for (const ListedVolume& disk : m_disks)
+            mounts.push_back({disk.url});
+        return mounts;
     }
-    void mount(TrashLocation disk) {
+    ListedVolume ask(const FileUrl& url) {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [&] { return m_hanging != url; });
+        const auto disk = std::ranges::find(m_disks, url, &ListedVolume::url);
+        return disk == m_disks.end() ? ListedVolume{.url = url, .name = {}, .problem = {}} : *disk;
+    }
+    void mount(ListedVolume disk) {
         const std::lock_guard lock(m_mutex);
         m_disks.push_back(std::move(disk));
     }
@@ -77,10 +89,17 @@ class Disks {
         const std::lock_guard lock(m_mutex);
         m_disks.pop_back();
     }
+    void hang(const FileUrl& url) {
+        const std::lock_guard lock(m_mutex);
+        m_hanging = url;
+        m_changed.notify_all();
+    }
 
  private:
-    mutable std::mutex m_mutex;
-    std::vector<TrashLocation> m_disks;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    FileUrl m_hanging;
+    std::vector<ListedVolume> m_disks;
 };
 
 class QVKestrinTest : public ::testing::Test {
@@ -92,6 +111,7 @@ class QVKestrinTest : public ::testing::Test {
     }
 
     void TearDown() override {
+        disks->hang({});
         controller.reset();
         // A count in the background holds its engine, which works with the members of this.
         ASSERT_TRUE(waitFor([&] { return lastEngine.expired(); }));
@@ -103,10 +123,7 @@ class QVKestrinTest : public ::testing::Test {
                 .numbers = numbers,
                 .presenter = presenter,
                 .trashes = trashes,
-                .rows = {center, texts, numbers,
-                         [utilities = utilities](const FileUrl& url, std::stop_token stop) {
-                             return utilities->binItemsAndInfoWithURL(url, std::move(stop));
-                         },
+                .rows = {center, texts, numbers, countEntries,
                          [](const TrashLocation&) { return QIcon(); }},
                 .makeEngine = [this] { return makeEngine(); },
                 .makeStatusItem = [](QMenu&) { return std::make_unique<Display>(); },
@@ -130,12 +147,23 @@ class QVKestrinTest : public ::testing::Test {
         return engine;
     }
 
+    FileUrl urlOf(const std::string& name) const { return FileUrl::fromPath(folder / name); }
     /// Mounts a disk with a file in its trash.
     void addDisk(const std::string& name) {
-        const std::string path = folder / name;
-        writeFile(path + "/files/0");
-        disks->mount({FileUrl::fromPath(path + "/files"), FileUrl::fromPath(path),
-                      QString::fromStdString(name), path, false});
+        const FileUrl url = urlOf(name);
+        writeFile(url.path() + "/files/0");
+        ListedVolume disk{.url = url, .name = QString::fromStdString(name), .problem = {}};
+        disk.state = ListedVolume::State::Usable;
+        disk.trashes = {{url.appending("files"), url, disk.name, url.path(), false}};
+        disks->mount(disk);
+    }
+    /// Mounts one whose trash may not be used.
+    void addUnusableDisk(const std::string& name) {
+        ListedVolume disk{.url = urlOf(name), .name = QString::fromStdString(name), .problem = {}};
+        disk.state = ListedVolume::State::Unusable;
+        disk.problem = HostError{.domain = {}, .systemError = ELOOP, .userInfo = {}};
+        disk.problem->userInfo = {{"reason", "a link"}, {"errorString", "/x: a link"}};
+        disks->mount(disk);
     }
     void launch() {
         ASSERT_TRUE(controller->applicationDidFinishLaunching());
@@ -173,12 +201,14 @@ class QVKestrinTest : public ::testing::Test {
     ScriptedAlerts alerts;
     ProgressRecord progress;
     QVErrorDelegate presenter{alerts.factory(), texts, defaults};
-    TrashList trashes{[disks = disks] { return disks->all(); }};
+    TrashListing trashes{{.mounts = [disks = disks] { return disks->mounts(); },
+                          .ask = [disks = disks](const FileUrl& url) { return disks->ask(url); },
+                          .patience = 200ms}};
+    QStringList told;
     std::function<void(bool, const std::string&)> mountChanged;
     std::weak_ptr<QVDeleteItems> lastEngine;
     int terminated = 0;
     bool isSomethingOpen = false;
-    QStringList told;
     std::unique_ptr<QVKestrin> controller;
 };
 
@@ -201,6 +231,34 @@ TEST_F(QVKestrinTest, saysThatItRunsWhereItMayNotOpenItsMenu) {
     isSomethingOpen = false;
     controller->activate();
     EXPECT_EQ(told, QStringList{texts.text("app_is_running"_key)});
+}
+
+TEST_F(QVKestrinTest, leavesOutWhatDoesNotAnswerOrMayNotBeUsedAndSaysSo) {
+    addUnusableDisk("bad");
+    openWithTwoDisks();
+    settle();
+    EXPECT_EQ(told, QStringList{QStringLiteral("The trash of “bad” cannot be used. /x: a link")});
+    disks->hang(urlOf("second"));
+    settle();
+    const auto text = [this](int tag) { return controller->itemWithTag(tag)->text(); };
+    EXPECT_EQ(text(1001), QStringLiteral("bad: Cannot be used: a link"));
+    EXPECT_EQ(text(1002), QStringLiteral("first: 1 item, 1 B"));
+    EXPECT_EQ(text(1003), QStringLiteral("second: Not answering (1 item, 1 B)"));
+    EXPECT_FALSE(controller->itemWithTag(1001)->isEnabled());
+    EXPECT_TRUE(controller->itemWithTag(1002)->isEnabled());
+    EXPECT_FALSE(controller->itemWithTag(1003)->isEnabled());
+
+    told.clear();
+    alerts.addAnswer(kAlertFirstButton);
+    controller->mainMenuAction(MenuTag::kEmptyAll);
+    ASSERT_TRUE(waitFor([&] { return timers.fire(100ms); }));
+    ASSERT_TRUE(waitFor([&] { return !told.isEmpty(); }));
+    const QString bad = QStringLiteral("“bad” is left out: a link.");
+    const QString second = QStringLiteral("“second” is left out: it is not answering.");
+    EXPECT_EQ(told, QStringList{bad + u' ' + second});
+    EXPECT_TRUE(alerts.models.at(0).text.endsWith(bad + u'\n' + second));
+    EXPECT_FALSE(isThere("first/files/0"));
+    EXPECT_TRUE(isThere("second/files/0"));
 }
 
 TEST_F(QVKestrinTest, keepsTheLastRow) {

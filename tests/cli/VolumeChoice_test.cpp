@@ -12,11 +12,8 @@ namespace {
 
 using Indexes = std::vector<std::size_t>;
 
-VolumeRecord volume(const FileUrl& url, const QString& name) {
-    VolumeRecord record;
-    record.url = url;
-    record.name = name;
-    return record;
+ListedVolume volume(const FileUrl& url, const QString& name) {
+    return {.url = url, .name = name, .problem = {}};
 }
 
 TEST(VolumeChoice, APathNamesItsVolumeHoweverItIsSpelledAndANameWhenItIsTheOnlyOne) {
@@ -25,7 +22,7 @@ TEST(VolumeChoice, APathNamesItsVolumeHoweverItIsSpelledAndANameWhenItIsTheOnlyO
     ASSERT_EQ(::symlink("one", (folder / "link").c_str()), 0);
     const FileUrl one = *resolved(FileUrl::fromPath(folder / "one"));
     // A path never means another volume's name.
-    const std::vector<VolumeRecord> volumes = {
+    const std::vector<ListedVolume> volumes = {
         volume(one, QStringLiteral("Backup")),
         volume(FileUrl::fromPath("/two"), QStringLiteral("Same")),
         volume(FileUrl::fromPath("/three"), QStringLiteral("Same")),

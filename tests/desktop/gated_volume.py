@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""A volume that answers late when it is told to: a FUSE file system that mirrors a folder.
+"""A volume that answers late when it is told to: a FUSE file system that mirrors a folder and passes for one of
+another computer.
     gated_volume.py FOLDER MOUNT-POINT GATE
 While the file GATE exists, nothing in a folder named "slow" is listed or removed; while it holds the word
 "all", the volume does not answer at all. What waited goes on when the gate is gone.
@@ -83,4 +84,4 @@ class GatedVolume(fuse.Operations):
 
 if __name__ == "__main__":
     fuse.FUSE(GatedVolume(sys.argv[1], sys.argv[3]), sys.argv[2], foreground=True, allow_other=True,
-              default_permissions=True, attr_timeout=0, entry_timeout=0, fsname="gated")
+              default_permissions=True, attr_timeout=0, entry_timeout=0, fsname="gated", subtype="sshfs")

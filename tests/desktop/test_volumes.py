@@ -1,8 +1,10 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """Volumes that come, go and hang while the program shows or erases them."""
 
+import os
+
 from desktop import EMPTY_ALL, QUIT, DesktopTest
-from harness import run_as_root
+from harness import USER, run_as_root
 
 
 class VolumeTest(DesktopTest):
@@ -71,9 +73,12 @@ class VolumeTest(DesktopTest):
         self.assertRuns()
 
     def test_hanging_volume(self):
-        """It blocks neither the menu nor the other rows nor the end."""
+        """It blocks neither the menu nor the other rows nor the end. It is shown, beside disks whose trash may
+        not be used, and erased as little as they are."""
         self.trash.tree("tree")
-        self.disk("One")
+        one = self.volume_trash(self.disk("One"))
+        os.symlink(one.folder, os.path.join(self.ext4("Bad"), b".Trash-%d" % USER))
+        run_as_root("mount", "-o", "remount,ro", self.ext4("Fixed"))
         hanging = self.gated("Hanging")
         hanging.trash.tree("tree")
         hanging.shut(b"all")
@@ -83,15 +88,27 @@ class VolumeTest(DesktopTest):
         self.open_disks()
         self.wait_for_row("One", "5 items")
         self.wait_for_row("File System", "4 items")
+        self.wait_for_row("Bad", "Cannot be used: the trash folder is a link")
+        self.wait_for_row("Fixed", "Read-only volume")
+        self.wait_for_row("Hanging", "Not answering$")
         hanging.open()
-        self.close_menus()
-        self.open_disks()
-        self.wait_for_row("Hanging", "4 items")
+        self.wait_for_row("Hanging", "4 items$")
         hanging.shut(b"all")
         self.close_menus()
         self.open_disks()
         self.wait_for_row("One", "5 items")
+        self.wait_for_row("Hanging", r"Not answering \(4 items")
+        self.picture("disks-that-are-left-out")
+        for name in ("Hanging", hanging.point):
+            self.assertIn(b"does not answer", self.succeed("empty", "--yes", name, status=1).err)
         self.close_menus()
+        self.choose(EMPTY_ALL)
+        question = self.wait_for_window("Empty all trashes")
+        self.wait_for_text(question, "“Hanging” is left out: it is not answering.")
+        self.picture("what-is-left-out")
+        self.press(question, "Empty Trash")
+        self.wait(lambda: not self.trash.names() and not one.names(), "the others to be emptied")
+        self.assertEqual(hanging.trash.names(), [b"tree"])
         self.choose(QUIT)
         self.assertEqual(self.wait_for_end_in_spite_of(hanging, 5), 0)
 

@@ -192,7 +192,7 @@ class TrashFolderTest(EndToEndTest):
         can = TrashCan(os.path.join(volume, b".Trash/61234"))
         can.file("entry")
         os.chmod(os.path.join(volume, b".Trash"), 0o777)
-        self.succeed("empty", "--yes")
+        self.assertIn(b"sticky bit", self.succeed("empty", "--yes", status=1).err)
         self.assertEqual(can.names(), [b"entry"])
         os.chmod(os.path.join(volume, b".Trash"), 0o1777)
         self.succeed("empty", "--yes")
