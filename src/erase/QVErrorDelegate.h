@@ -75,16 +75,16 @@ class QVErrorDelegate {
 
     // --- Errors and messages ---
 
-    /// Shows a modal warning with one default button. Nothing when the title's key is empty.
+    /// Shows a modal warning with one default button. An empty key of the title shows nothing.
     void showError(const ErrorReport& report);
     void showError(std::string_view error, std::string_view message = {},
                    const QStringList& additionalNames = {});
     /// The warning itself. Main thread.
     void showErrorWithDict(const ErrorPanelInfo& panel);
-    /// A warning as a sheet on `window`, back at once; modal without a window.
+    /// Shows a warning as a sheet on `window` and returns at once; without a window it is modal.
     void showErrorForWindow(WindowHandle window, std::string_view infoMessage,
                             std::string_view message, const QStringList& additionalNames);
-    /// The same for information, with texts from the default table.
+    /// Does the same for information, with texts from the default table.
     void showMessagePanel(WindowHandle window, std::string_view infoMessage,
                           std::string_view message, const QStringList& additionalNames);
     /// Shows a message with a "do not show again" box, unless the setting `preferenceKey` is on; a

@@ -49,9 +49,9 @@ class QVSecureAccess final : public HelperClient {
     /// Has the helper installed or updated if the user agrees. True when it may be used. An error,
     /// but for a cancelled authorization, is shown.
     bool installHelperAppIfNeeded();
-    /// Asks the user and installs; events are served meanwhile. None also when there is nothing to
-    /// ask: the helper is current, or "show_install_helper_tool" is on. Errors: those of
-    /// blessHelperWithLabel; kAuthorizationCancelled when the user declined.
+    /// Asks the user and installs; events are served meanwhile. There is no error either when there
+    /// is nothing to ask: the helper is current, or "show_install_helper_tool" is on. Errors: those
+    /// of blessHelperWithLabel; kAuthorizationCancelled when the user declined.
     MaybeError authorizeTheAccess();
     /// Installs this installation's own helper as root. Errors: kAuthorizationDenied,
     /// kAuthorizationCancelled; others say what the installer said.

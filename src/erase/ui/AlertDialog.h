@@ -36,7 +36,7 @@ class AlertDialog : public QDialog {
 
     /// Whether the check box is ticked and the alert was not ended without an answer.
     bool suppressionIsOn() const;
-    /// Nothing without a size line.
+    /// Does nothing when the model has no size line.
     void setSizeLine(const QString& text, bool spinning);
     /// Puts the window in front of the others and begins the half second.
     void bringToFront();
