@@ -202,7 +202,8 @@ EraseServices Program::eraseServices() {
                 [this](std::function<void()> stop) { return makeProgressView(std::move(stop)); },
             .helper = {.isAuthorized = &IsHelperAuthorized, .makeClient = [this](auto& delegate) {
                            return std::make_unique<QVSecureAccess>(secureAccess(), &delegate);
-                       }}};
+                       }},
+            .bringForward = bringForward};
 }
 
 SecureAccessServices Program::secureAccess() {

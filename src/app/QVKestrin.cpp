@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "app/HelperAuthorization.h"
+#include "base/MainThread.h"
 #include "base/StringTable.h"
 #include "format/DisplayName.h"
 #include "format/QVNumberUtilities.h"
@@ -55,6 +56,13 @@ bool QVKestrin::applicationDidFinishLaunching() {
     if (!setupStatusMenu()) return false;
     m_stopObservation = m_services.center.observe(
         Key::kStopWorking, [this](const Notification& notification) { stopWorking(notification); });
+    // A declined erase of the browsing window has no other end. Posted on a background thread.
+    m_responseObservation = m_services.center.observe(
+        Key::kWaitForResponse, [guard = QPointer<QVKestrin>(this)](const Notification&) {
+            MainThread::post([guard] {
+                if (guard) guard->endIfNothingIsErased();
+            });
+        });
     m_smartWindowObservation =
         m_services.center.observe(AppNotification::kSmartWindowDidClose,
                                   [this](const Notification&) { smartWindowDidClose(); });
@@ -74,14 +82,14 @@ bool QVKestrin::applicationDidFinishLaunching() {
 
 void QVKestrin::quit() {
     if (std::exchange(m_isEnding, true)) return;
-    const bool isErasing = m_deleteItemsCntrl && !m_startTimer;
-    if (isErasing) {
+    const auto engine = m_startTimer ? nullptr : EraseTurn::holder();
+    if (engine) {
         callIfGiven(m_services.pressStop);  // which shows what the program waits for
-        m_deleteItemsCntrl->stop();
+        engine->stop();
     }
     // After that: the answer to an open question must find the engine stopped.
     callIfGiven(m_services.dismissAlerts);
-    if (!isErasing) return endNow();
+    if (!engine) return endNow();
     m_endTimer = m_services.startTimer(kEndPatience, [this] { endNow(); });
 }
 
@@ -93,7 +101,7 @@ void QVKestrin::endNow() {
 void QVKestrin::applicationWillTerminate() {
     m_isEnding = true;
     m_startTimer.reset();
-    if (m_deleteItemsCntrl) m_deleteItemsCntrl->stop();
+    if (const auto engine = EraseTurn::holder()) engine->stop();
 }
 
 // --- Actions ---
@@ -195,24 +203,21 @@ void QVKestrin::emptyHardDriveTrashAction(QVDiskMenuItemView* row) {
 void QVKestrin::askAndErase(const EraseRequest& request,
                             std::function<SharedItemsToErase()> itemsToErase) {
     if (m_isEnding) return;
-    // A confirmation serves events: the member may change meanwhile.
     const std::shared_ptr<QVDeleteItems> engine = m_services.makeEngine();
-    m_deleteItemsCntrl = engine;
-    if (!engine->askToContinue(request) || m_deleteItemsCntrl != engine) return;
+    if (!engine->askToContinue(request)) return;
     if (m_isEnding) return endNow();
     m_startTimer =
-        m_services.startTimer(kEraseDelay, [this, itemsToErase = std::move(itemsToErase)] {
+        m_services.startTimer(kEraseDelay, [this, engine, itemsToErase = std::move(itemsToErase)] {
             const std::unique_ptr<QObject> timer = std::move(m_startTimer);
-            proceedToEraseWithArray(itemsToErase());
+            proceedToEraseWithArray(*engine, itemsToErase());
         });
 }
 
-void QVKestrin::proceedToEraseWithArray(const SharedItemsToErase& items) {
-    const std::shared_ptr<QVDeleteItems> engine = m_deleteItemsCntrl;
-    if (!engine || engine->proceedToEraseWithArray(items)) return;
+void QVKestrin::proceedToEraseWithArray(QVDeleteItems& engine, const SharedItemsToErase& items) {
+    if (engine.proceedToEraseWithArray(items)) return;
     // Nothing was begun, and no "stopWorking" will come.
-    callIfGiven(m_services.tellUser, engine->startProblem());
-    m_services.center.post(Key::kStopWorking, engine.get());
+    callIfGiven(m_services.tellUser, engine.startProblem());
+    m_services.center.post(Key::kStopWorking, &engine);
 }
 
 void QVKestrin::smartDeletion() {
@@ -233,8 +238,9 @@ void QVKestrin::setIsWorking(bool isWorking) {
 }
 
 void QVKestrin::stopWorking(const Notification& notification) {
-    tellWhatStayed(notification);
-    m_deleteItemsCntrl.reset();
+    if (const auto engine = EraseTurn::engineOf(notification.sender))
+        tellWhatStayed(*engine, !notification.userInfo.isEmpty());
+    if (EraseTurn::holder()) return;  // another erase goes on
     for (const DiskRow& row : m_submenuViews)
         row.view->setIsDeleting(false);
     setIsWorking(false);
@@ -244,18 +250,20 @@ void QVKestrin::stopWorking(const Notification& notification) {
     m_services.trashes.refresh();
 }
 
+void QVKestrin::endIfNothingIsErased() {
+    if (m_isEnding && !EraseTurn::holder()) endNow();
+}
+
 /// Only where the engine's own report does not show: it reports at the end of an erase that erased
 /// something, when entries were busy or refused, unless the program ends.
-void QVKestrin::tellWhatStayed(const Notification& notification) const {
-    if (!m_deleteItemsCntrl) return;
-    const auto stayed = m_deleteItemsCntrl->stayedEntries();
+void QVKestrin::tellWhatStayed(const QVDeleteItems& engine, bool hasFigures) const {
+    const auto stayed = engine.stayedEntries();
     const auto unexpected = std::count_if(stayed.begin(), stayed.end(),
                                           [](const StayedEntry& entry) { return !entry.skipped; });
     const bool wasReported =
-        !m_isEnding && !notification.userInfo.isEmpty() &&
-        (m_deleteItemsCntrl->itemBusyCount() != 0 || m_deleteItemsCntrl->notErasedCount() != 0);
+        !m_isEnding && hasFigures && (engine.itemBusyCount() != 0 || engine.notErasedCount() != 0);
     if (wasReported) return;
-    QStringList told = m_deleteItemsCntrl->problems();
+    QStringList told = engine.problems();
     if (unexpected != 0) {
         const QString format =
             m_services.texts.text("app_stayed"_key, StringTable::Table::Default, unexpected);

@@ -19,6 +19,7 @@
 #include "app/QVDiskMenuItemView.h"
 #include "app/TrashTotals.h"
 #include "base/NotificationCenter.h"
+#include "erase/EraseTurn.h"
 #include "erase/QVDeleteItems.h"
 #include "inventory/TrashListing.h"
 
@@ -204,13 +205,14 @@ class QVKestrin : public QObject {
     // Erasing
     bool showWhatIsOpen();
     void setIsWorking(bool isWorking);
-    bool isErasing() const { return m_isAsking || m_deleteItemsCntrl; }
+    bool isErasing() const { return m_isAsking || EraseTurn::holder(); }
     void askToEmptyAll();
     void askAndErase(const EraseRequest& request, std::function<SharedItemsToErase()> itemsToErase);
-    void proceedToEraseWithArray(const SharedItemsToErase& items);
+    void proceedToEraseWithArray(QVDeleteItems& engine, const SharedItemsToErase& items);
     void stopWorking(const Notification& notification);
     void smartWindowDidClose();
-    void tellWhatStayed(const Notification& notification) const;
+    void endIfNothingIsErased();
+    void tellWhatStayed(const QVDeleteItems& engine, bool hasFigures) const;
     void endNow();
 
     // Release of what is not needed
@@ -233,12 +235,12 @@ class QVKestrin : public QObject {
     std::vector<DiskRow> m_submenuViews;
     std::set<FileUrl> m_toldUnusable;      ///< volumes of which the user knows that
     std::unique_ptr<SmartWindow> m_smartWindow;
-    std::shared_ptr<QVDeleteItems> m_deleteItemsCntrl;
     std::unique_ptr<QObject> m_startTimer;
     std::unique_ptr<QObject> m_endTimer;
     std::unique_ptr<QObject> m_menuTimer;
     std::unique_ptr<QObject> m_smartWindowTimer;
     Observation m_stopObservation;
+    Observation m_responseObservation;
     Observation m_smartWindowObservation;
 };
 

@@ -87,6 +87,8 @@ struct EraseServices {
     ProgressViewFactory makeProgressView;
     HelperAccess helper;
     DisplayTickFactory startTick = &DisplayTick::start;
+    /// Shows the user the erase that is under way already, when another one was asked for.
+    std::function<void()> bringForward = [] {};
 };
 
 }  // namespace kestrin

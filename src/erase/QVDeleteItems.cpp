@@ -16,6 +16,7 @@
 #include "erase/EraseProgress.h"
 #include "erase/EraseQueue.h"
 #include "erase/EraseRun.h"
+#include "erase/EraseTurn.h"
 #include "erase/QVAlert.h"
 #include "erase/QVErrorDelegate.h"
 #include "erase/QVLogController.h"
@@ -66,6 +67,7 @@ QVDeleteItems::~QVDeleteItems() = default;
 
 bool QVDeleteItems::askToContinue(const EraseRequest& request) {
     m_state->request = request;
+    if (!EraseTurn::take(shared_from_this())) return refuse();
     m_state->count->begin(request, this);
     const bool asks = request.askAlways ||
                       (!request.confirmed && m_state->services.defaults.boolForKey("show_alert"));
@@ -82,28 +84,39 @@ bool QVDeleteItems::askToContinue(const EraseRequest& request) {
         });
         return true;
     }
-    const bool canContinue = alert->choice() == kAlertFirstButton;
-    questionIsOver(canContinue);
-    return canContinue;
+    return questionIsOver(alert->choice() == kAlertFirstButton);
+}
+
+/// Another erase is under way, and its end is the one to be told.
+bool QVDeleteItems::refuse() {
+    m_state->services.bringForward();
+    m_state->end = End::NotStarted;
+    if (m_state->request.isSmartErase) sendSmartEraseNotificationResponse(false);
+    return m_state->request.isSmartErase;
 }
 
 void QVDeleteItems::sendSmartEraseNotificationResponse(bool canContinue) {
     deletionsOperationQueue().enqueue([self = shared_from_this(), canContinue] {
+        self->questionIsOver(canContinue);
         self->m_state->services.center.post(
             Key::kWaitForResponse, self.get(),
             UserInfo()
                 .set(Key::kCanContinue, canContinue)
                 .set(Key::kItemsDict, self->m_state->request.itemsDict));
-        self->questionIsOver(canContinue);
     });
 }
 
-void QVDeleteItems::questionIsOver(bool canContinue) {
-    EraseCount& count = *m_state->count;
-    count.follow(nullptr);
-    if (canContinue) return count.endWhenKnown();
-    count.end();
-    if (!m_state->request.isSmartErase) decideEnd(End::NothingErased);
+bool QVDeleteItems::questionIsOver(bool canContinue) {
+    m_state->count->follow(nullptr);
+    if (canContinue) {
+        m_state->count->endWhenKnown();
+    } else if (m_state->request.isSmartErase) {
+        m_state->count->end();
+        EraseTurn::giveBack(*this);
+    } else {
+        decideEnd(End::NothingErased);
+    }
+    return canContinue;
 }
 
 void QVDeleteItems::whenCountHasArrived(std::function<void()> call) {
@@ -120,15 +133,13 @@ bool QVDeleteItems::proceedToEraseWithArray(SharedItemsToErase items) {
     if (!items || items->empty()) items = itemsToErase();
     auto log = makeEraseLog(m_state->request, items->size(), m_state->services);
     if (log && !log->openLogFile()) {
-        doNotStart(log->lastProblem());
         tellThatLogIsClosed(m_state->request, m_state->services.presenter);
-        return false;
+        return doNotStart(log->lastProblem());
     }
-    if (!makeParts(std::move(log))) {
-        doNotStart(m_state->services.texts.text("no_progress_view"_key));
-        return false;
-    }
+    if (!makeParts(std::move(log)))
+        return doNotStart(m_state->services.texts.text("no_progress_view"_key));
     m_state->isErasing = true;
+    EraseTurn::keepAlive();
     m_state->hasTicks = m_state->progress->startTicks([weak = weak_from_this()] {
         const auto engine = weak.lock();
         return engine && engine->tickOnce();
@@ -141,10 +152,12 @@ bool QVDeleteItems::proceedToEraseWithArray(SharedItemsToErase items) {
     return true;
 }
 
-void QVDeleteItems::doNotStart(const QString& problem) {
+bool QVDeleteItems::doNotStart(const QString& problem) {
     m_state->startProblem = problem;
     m_state->count->end();
     m_state->end = End::NotStarted;
+    EraseTurn::giveBack(*this);
+    return false;
 }
 
 /// False when progress cannot be shown; then the log has been closed.
@@ -244,13 +257,11 @@ void QVDeleteItems::postStopWorking(bool withFigures) {
         }
         if (state.progress) state.progress->close();
         if (state.run) state.run->releaseHelper();
+        EraseTurn::giveBack(*self);
         state.services.center.post(Key::kStopWorking, self.get(), std::move(info));
     };
-    if (MainThread::isCurrent()) {
-        post();
-    } else {
-        MainThread::post(post);
-    }
+    if (MainThread::isCurrent()) return post();
+    MainThread::post(post);
 }
 
 // --- Stop ---
@@ -258,7 +269,6 @@ void QVDeleteItems::postStopWorking(bool withFigures) {
 void QVDeleteItems::stop() {
     m_state->stop.request_stop();
 }
-
 bool QVDeleteItems::isStoppedByUser() const {
     return m_state->stop.stop_requested();
 }

@@ -20,8 +20,8 @@ namespace kestrin {
 
 class QVLogController;
 
-/// One erase, from the question to the end. Made fresh for every request and kept alive by its own
-/// background work. Everything not marked otherwise is called on the main thread.
+/// One erase, from the question to the end. It is made fresh for every request, and keeps itself
+/// alive while it erases. Everything not marked otherwise is called on the main thread.
 ///
 /// Sequence: askToContinue; when it answers true (smart erase: when "waitForResponse" says
 /// "canContinue"), proceedToEraseWithArray; the end is "stopWorking", posted once, on the main
@@ -35,8 +35,9 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     QVDeleteItems& operator=(const QVDeleteItems&) = delete;
 
     /// Counts (all disks, in the background) and asks for confirmation. False: the user declined,
-    /// and "stopWorking" has been posted. A smart erase answers true at once and tells the user's
-    /// answer by "waitForResponse", posted on a background thread.
+    /// and "stopWorking" has been posted; or another engine of this process asks or erases, which
+    /// was brought forward, and nothing is posted. A smart erase answers true at once and tells the
+    /// user's answer by "waitForResponse", posted on a background thread.
     bool askToContinue(const EraseRequest& request);
 
     /// Has `call` made on the main thread once the figures are there; soon when they are there
@@ -82,11 +83,12 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     std::uint64_t counted(Counter counter) const;
 
     // Confirmation
+    bool refuse();
     void sendSmartEraseNotificationResponse(bool canContinue);
-    void questionIsOver(bool canContinue);
+    bool questionIsOver(bool canContinue);
 
     // Start
-    void doNotStart(const QString& problem);
+    bool doNotStart(const QString& problem);
     bool makeParts(std::unique_ptr<QVLogController> log);
     void erase(SharedItemsToErase items);
     void orGiveUp(const std::function<void()>& operation);

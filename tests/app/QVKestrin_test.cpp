@@ -113,7 +113,8 @@ class QVKestrinTest : public ::testing::Test {
     void TearDown() override {
         disks->hang({});
         controller.reset();
-        // A count in the background holds its engine, which works with the members of this.
+        timers = {};
+        // An engine works with the members of this.
         ASSERT_TRUE(waitFor([&] { return lastEngine.expired(); }));
     }
 

@@ -12,6 +12,7 @@
 #include "base/MainThread.h"
 #include "base/StringTable.h"
 #include "base/UserDefaults.h"
+#include "erase/EraseTurn.h"
 #include "erase/QVErrorDelegate.h"
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
@@ -311,6 +312,66 @@ TEST_F(QVDeleteItemsTest, TellsOfALogWithGapsAndOfWantOfMemory) {
     EXPECT_THAT(engine->problems()[0].toStdString(), HasSubstr("memory"));
     EXPECT_EQ(ends[0].isEmpty(), engine->totItemsDeleted() == 0);
     EXPECT_EQ(exists(trash + "/one"), engine->totItemsDeleted() == 0) << "what is gone is told";
+}
+
+TEST_F(QVDeleteItemsTest, ASmartEraseIsAskedForOnItsWindowOneAtATime) {
+    std::vector<bool> answers;
+    const Observation heard = center.observe(Key::kWaitForResponse, [&](const Notification& told) {
+        EXPECT_EQ(told.userInfo.value<UserInfo>(Key::kItemsDict).value<int>("its"), 7);
+        const bool canContinue = told.userInfo.value<bool>(Key::kCanContinue);
+        MainThread::post([&answers, canContinue] { answers.push_back(canContinue); });
+    });
+    int broughtForward = 0;
+    services.bringForward = [&] { ++broughtForward; };
+    alerts.answersSheets = false;
+    int window = 0;
+    EraseRequest request{.isSmartErase = true, .size = 5, .count = 1, .window = &window};
+    request.itemsDict.set("its", 7);
+    const auto ask = [&] {
+        answers.clear();
+        engine = QVDeleteItems::create(services);
+        EXPECT_TRUE(engine->askToContinue(request));
+        return waitFor([&] { return !alerts.sheets.empty(); });
+    };
+    const auto answer = [&](int button) {
+        alerts.answerSheet(button);
+        return waitFor([&] { return answers.size() == 1; }) && answers[0];
+    };
+    trashFile("one");
+
+    ASSERT_TRUE(ask());
+    EXPECT_EQ(alerts.sheets[0].parent, &window);
+    EXPECT_EQ(EraseTurn::holder(), engine);
+    const auto second = QVDeleteItems::create(services);
+    EXPECT_FALSE(second->askToContinue(allDisks()));
+    EXPECT_EQ(broughtForward, 1);
+    EXPECT_FALSE(answer(kAlertSecondButton));
+    EXPECT_EQ(EraseTurn::holder(), nullptr);
+
+    ASSERT_TRUE(ask());
+    ASSERT_TRUE(answer(kAlertFirstButton));
+    writeFile(logs, "a file where the folder should be");
+    EXPECT_FALSE(engine->proceedToEraseWithArray(items("one")));
+    std::filesystem::remove(logs);
+    ASSERT_TRUE(waitFor([&] { return !alerts.sheets.empty(); }));
+    EXPECT_EQ(alerts.sheets[0].parent, &window) << "the log that cannot be opened";
+    alerts.answerSheet(kAlertFirstButton);
+    EXPECT_EQ(EraseTurn::holder(), nullptr);
+
+    ASSERT_TRUE(ask());
+    engine->stop();
+    ASSERT_TRUE(answer(kAlertFirstButton));
+    ASSERT_TRUE(engine->proceedToEraseWithArray(items("one")));
+    EXPECT_EQ(ends.size(), 1u);
+    EXPECT_TRUE(exists(trash + "/one")) << "stopped while its sheet was open";
+
+    ASSERT_TRUE(ask());
+    ASSERT_TRUE(answer(kAlertFirstButton));
+    ASSERT_TRUE(engine->proceedToEraseWithArray(items("one")));
+    engine.reset();  // it keeps itself
+    ASSERT_TRUE(waitFor([this] { return ends.size() == 2; }));
+    EXPECT_EQ(ends[1].value<std::uint64_t>(Key::kErasedCount), 1u);
+    EXPECT_FALSE(exists(trash + "/one"));
 }
 
 TEST_F(QVDeleteItemsTest, WithoutTicksTheEraseEndsAllTheSame) {
