@@ -21,7 +21,7 @@ int stepsOf(double percent) {
 }  // namespace
 
 AnimatedProgressBar::AnimatedProgressBar(QWidget* parent)
-    : QProgressBar(parent), m_glide(this, "value") {
+    : QProgressBar(parent), m_glide(this, "value", this) {
     setRange(0, kWhole);
     setValue(0);
 }

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gtest/gtest.h>
+
+#include <QImage>
+#include <QPropertyAnimation>
+#include <QTest>
+#include <QTextDocument>
+#include <cmath>
+
+#include "widgets/AnimatedProgressBar.h"
+#include "widgets/BusySpinner.h"
+#include "widgets/ElidedLabel.h"
+
+namespace kestrin {
+namespace {
+
+TEST(AnimatedProgressBar, StandsAtItsFirstFigureThenGlidesWithItsTextAndNeverGoesBack) {
+    AnimatedProgressBar bar;
+    bar.setLocale(QLocale(QLocale::German));
+    const auto isAt = [&bar](double percent) {
+        return bar.value() == bar.maximum() * percent / 100;
+    };
+    bar.show();
+    bar.setPercent({});
+    EXPECT_EQ(bar.minimum(), bar.maximum());
+    bar.setPercent(30);
+    EXPECT_TRUE(isAt(30));
+    for (const double percent : {60.7, 40.0, 0.0, -5.0, std::nan("")})
+        bar.setPercent(percent);
+    EXPECT_TRUE(isAt(30));
+    EXPECT_EQ(bar.text(), QStringLiteral("30\u00a0%"));
+    auto& glide = *bar.findChild<QPropertyAnimation*>();
+    EXPECT_EQ(glide.state(), QAbstractAnimation::Running);
+    EXPECT_LT(glide.duration(), 200);
+    glide.setCurrentTime(glide.duration());
+    EXPECT_TRUE(isAt(60.7));
+    EXPECT_EQ(bar.text(), QStringLiteral("60\u00a0%"));
+    bar.setPercent({});
+    bar.setPercent(250);
+    EXPECT_TRUE(isAt(100));
+}
+
+TEST(BusySpinner, TurnsOnlyWhileItIsStartedAndCanBeSeen) {
+    BusySpinner spinner;
+    spinner.startAnimation();
+    EXPECT_FALSE(spinner.isTurning()) << "woke up without being seen";
+    spinner.show();
+    const QImage first = spinner.grab().toImage();
+    QTest::qWait(150);
+    EXPECT_NE(spinner.grab().toImage(), first);
+    spinner.hide();
+    EXPECT_FALSE(spinner.isTurning());
+    spinner.show();
+    EXPECT_TRUE(spinner.isTurning());
+    spinner.stopAnimation();
+    EXPECT_FALSE(spinner.isTurning());
+}
+
+TEST(ElidedLabel, CutsWhereThereIsNoRoomAndShowsTheWholeAgain) {
+    ElidedLabel label(Qt::ElideMiddle);
+    const int height = label.sizeHint().height();
+    label.setFullText(QStringLiteral("one\ntwo"));
+    EXPECT_EQ(label.sizeHint().height(), height);
+    EXPECT_FALSE(label.text().contains(u'\n'));
+    const QString name = QStringLiteral("begin <b>of</b> a long name that goes on to its end");
+    label.setFullText(name);
+    label.resize(120, 20);
+    label.show();
+    EXPECT_TRUE(label.isCut());
+    EXPECT_TRUE(label.text().startsWith(QLatin1String("begin")));
+    EXPECT_TRUE(label.text().endsWith(QLatin1String("end")));
+    EXPECT_FALSE(label.toolTip().isEmpty());
+    EXPECT_EQ(label.accessibleName(), name);
+    label.resize(label.sizeHint());
+    EXPECT_EQ(label.text(), name);
+    EXPECT_TRUE(label.toolTip().isEmpty());
+}
+
+TEST(PlainTexts, AreShownAsTheyStand) {
+    const QString name = QStringLiteral("<img src='/etc/hostname'> & \"x\"\nsecond");
+    QTextDocument shown;
+    shown.setHtml(plainToolTip(name));
+    EXPECT_EQ(shown.toPlainText(), name);
+    EXPECT_EQ(plainWindowTitle(QStringLiteral("a[*]b")), QStringLiteral("a[*][*]b"));
+}
+
+}  // namespace
+}  // namespace kestrin
