@@ -1,7 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "cli/Arguments.h"
-
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "cli/Answers.h"
+#include "cli/Arguments.h"
+#include "cli/Paths.h"
+#include "cli/VolumeChoice.h"
+#include "support/TestEnvironment.h"
 
 namespace kestrin {
 namespace {
@@ -61,6 +68,65 @@ TEST(Arguments, MistakesAreNamed) {
     };
     for (const auto& [words, error] : cases)
         EXPECT_EQ(refused(words), error);
+}
+
+TEST(Answers, OnlyYesConfirms) {
+    for (const char* line : {"y", "Y", " YES ", "y\r"})
+        EXPECT_TRUE(isYes(line)) << line;
+    for (const char* line : {"", "n", "yy", "yesterday", "\xff"})
+        EXPECT_FALSE(isYes(line)) << line;
+}
+
+TEST(Answers, RefusedEntriesAreSkippedOrErasedOnceOrForAllAndAnythingElseIsNoAnswer) {
+    for (const char* line : {"s", " Skip "})
+        EXPECT_EQ(refusedAnswer(line), (RefusedAnswer{false, false}));
+    for (const char* line : {"s all", "SKIPALL"})
+        EXPECT_EQ(refusedAnswer(line), (RefusedAnswer{false, true}));
+    EXPECT_EQ(refusedAnswer("E"), (RefusedAnswer{true, false}));
+    EXPECT_EQ(refusedAnswer("erase\tall"), (RefusedAnswer{true, true}));
+    for (const char* line : {"", "all", "y", "se", "eraser", "all e", "e all all", "sal"})
+        EXPECT_FALSE(refusedAnswer(line)) << line;
+}
+
+TEST(Paths, OperandsBecomeLocationsByteForByte) {
+    const test::ScratchFolder folder;
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.path());
+    EXPECT_EQ(locationOfOperand("a/b/"), FileUrl::fromPath(folder / "a/b"));
+    EXPECT_EQ(locationOfOperand("-\xff%41"), FileUrl::fromPath(folder / "-\xff%41"));
+    std::filesystem::current_path("/");
+    EXPECT_EQ(locationOfOperand("a"), FileUrl::fromPath("/a"));
+    std::filesystem::current_path(before);
+    EXPECT_EQ(locationOfOperand("/x//"), FileUrl::fromPath("/x"));
+    EXPECT_EQ(locationOfOperand("file:///a%0A%FF"), FileUrl::fromPath("/a\n\xff"));
+    EXPECT_FALSE(locationOfOperand("file:///a%0"));
+    EXPECT_FALSE(locationOfOperand("file://elsewhere/a"));
+}
+
+using Indexes = std::vector<std::size_t>;
+
+ListedVolume volume(const FileUrl& url, const QString& name) {
+    return {.url = url, .name = name, .problem = {}};
+}
+
+TEST(VolumeChoice, APathNamesItsVolumeHoweverItIsSpelledAndANameWhenItIsTheOnlyOne) {
+    const test::ScratchFolder folder;
+    test::makeFolder(folder / "one/inside");
+    ASSERT_EQ(::symlink("one", (folder / "link").c_str()), 0);
+    const FileUrl one = *resolved(FileUrl::fromPath(folder / "one"));
+    // A path never means another volume's name.
+    const std::vector<ListedVolume> volumes = {
+        volume(one, QStringLiteral("Backup")),
+        volume(FileUrl::fromPath("/two"), QStringLiteral("Same")),
+        volume(FileUrl::fromPath("/three"), QStringLiteral("Same")),
+        volume(FileUrl::fromPath("/four"), QString::fromStdString(one.path()))};
+    for (const std::string& operand : {one.path(), one.path() + "//", one.path() + "/inside/..",
+                                       folder / "link", std::string("Backup")})
+        EXPECT_EQ(volumesMeantBy(operand, volumes), Indexes{0}) << operand;
+    for (const std::string& operand :
+         {std::string("backup"), folder / "one/inside", folder.path(), folder / "nothing"})
+        EXPECT_EQ(volumesMeantBy(operand, volumes), Indexes{}) << operand;
+    EXPECT_EQ(volumesMeantBy("Same", volumes), (Indexes{1, 2}));
 }
 
 }  // namespace

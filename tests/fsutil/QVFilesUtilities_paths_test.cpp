@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <QMimeData>
+#include <QUrl>
+
 #include "fsutil/QVFilesUtilities.h"
+#include "fsutil/support/FilesTest.h"
 
 namespace kestrin {
 namespace {
+
+using namespace kestrin::test;
 
 class PathsTest : public ::testing::Test {
  protected:
@@ -60,6 +66,59 @@ TEST_F(PathsTest, FirstComponentIsCutByTheTextsLength) {
               FileUrl::fromPath("/D/x"));
     const FileUrl text = FileUrl::withoutScheme("/Volumes/D/x");
     EXPECT_EQ(utilities.removeFirstPathComponentWithURL(text, {}), text);
+}
+
+using ListsTest = FilesTest;
+
+TEST_F(ListsTest, SuitableLocationsAreFoldersThatAreNotTheSystems) {
+    const FileUrl plain = folder("plain"), library = folder("p.photoslibrary"),
+                  libraryFile = file("f.photoslibrary");
+    std::vector<FileUrl> all = {library, file("file"), link("link", "plain"), libraryFile, plain};
+    for (const char* name : {"deep/.Trashes", "Library", "x.lrcat", ".Archived_Directories\n"})
+        all.push_back(folder(name));
+    for (const char* path : {"/", "/usr", "/Volumes"})
+        all.push_back(FileUrl::fromPath(path));
+    EXPECT_EQ(utilities.suitableURLsWithArray(all), (std::vector{library, libraryFile, plain}));
+}
+
+TEST_F(ListsTest, FoldersOfASelectionFollowAliasesAndKeepSystemNames) {
+    const FileUrl plain = folder("plain"), system = folder("Library");
+    const FileUrl relative = link("relative", "plain"), absolute = link("absolute", system.path());
+    const FileUrl toFile = link("tofile", file("file").path()), dangling = link("x", "nowhere");
+    const auto folders = utilities.foldersWithItemsArray(
+        {relative, absolute, toFile, dangling, folder("x.lrcat"), system});
+    EXPECT_EQ(folders, (std::vector{plain, system, system}));
+}
+
+TEST_F(ListsTest, AliasesOfPathsAreReadOnce) {
+    const FileUrl first = link("first", "second"), second = link("second", "/nowhere\xff");
+    EXPECT_EQ(utilities.followTheAliasOfPathsIfNeeded({first.path(), second.path(), "/missing"}),
+              (std::vector<std::string>{second.path(), "/nowhere\xff", "/missing"}));
+}
+
+TEST_F(ListsTest, LocationsBecomePathsWhereSomethingIsThere) {
+    const FileUrl here = folder("here"), gone = FileUrl::fromPath(scratch / "gone");
+    const auto paths = utilities.URLsToPaths(std::vector<std::any>{here, gone, 7});
+    ASSERT_EQ(paths.size(), 3u);
+    EXPECT_EQ(std::any_cast<std::string>(paths[0]), here.path());
+    EXPECT_EQ(std::any_cast<FileUrl>(paths[1]), gone);
+    EXPECT_EQ(std::any_cast<int>(paths[2]), 7);
+    EXPECT_EQ(std::any_cast<std::string>(utilities.URLsToPaths(std::any(here))), here.path());
+    const std::any list = utilities.URLsToPaths(std::any(std::vector<std::any>{here}));
+    EXPECT_EQ(std::any_cast<std::vector<std::any>>(list).size(), 1u);
+}
+
+TEST_F(ListsTest, PasteboardKeepsEveryByteOfANameAndLocationsOfOtherKinds) {
+    QMimeData pasteboard;
+    EXPECT_TRUE(utilities.pasteboardItemsWithPasteboard(pasteboard).empty());
+    pasteboard.setData(QStringLiteral("text/uri-list"),
+                       "# comment\r\nfile:///a%FF%0A%25b\r\nhttps://example.org/x\r\n"
+                       "no location\r\nfile:///plain%20name\r\n");
+    const auto locations = utilities.pasteboardItemsWithPasteboard(pasteboard);
+    ASSERT_EQ(locations.size(), 3u);
+    EXPECT_EQ(std::any_cast<FileUrl>(locations[0]), FileUrl::fromPath("/a\xff\n%b"));
+    EXPECT_EQ(std::any_cast<QUrl>(locations[1]), QUrl(QStringLiteral("https://example.org/x")));
+    EXPECT_EQ(std::any_cast<FileUrl>(locations[2]), FileUrl::fromPath("/plain name"));
 }
 
 }  // namespace

@@ -1,17 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "erase/ui/AlertDialog.h"
-
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QLabel>
 #include <QPushButton>
 #include <QTest>
+#include <QTimer>
 #include <QToolButton>
 #include <QTreeView>
+#include <memory>
 #include <optional>
 
 #include "base/StringTable.h"
+#include "erase/ui/AlertDialog.h"
+#include "erase/ui/SizeLineView.h"
+#include "erase/ui/WidgetAlertPanel.h"
+#include "widgets/BusySpinner.h"
+#include "widgets/ElidedLabel.h"
 
 namespace kestrin {
 namespace {
@@ -125,6 +131,79 @@ TEST_F(AlertDialogTest, TheListOfWhatStayedUnfoldsAndFoldsAgain) {
     find<QToolButton>("details_button")->click();
     QApplication::processEvents();
     EXPECT_LE(dialog.height(), height);
+}
+
+/// The alert that is open.
+AlertDialog* openAlert() {
+    return qobject_cast<AlertDialog*>(QApplication::activeModalWidget());
+}
+
+struct WidgetAlertPanelTest : ::testing::Test {
+    void beginSheet(QWidget* parent) {
+        answer = 0;
+        panel = std::make_unique<WidgetAlertPanel>(texts);
+        panel->beginSheet(choice, parent, [this](int button) {
+            answer = button;
+            panel.reset();  // as whoever hears the answer may
+        });
+    }
+    bool isAnswered(int button) {
+        return QTest::qWaitFor([&] { return answer != 0; }) && answer == button;
+    }
+
+    const StringTable texts{QStringLiteral("en")};
+    std::unique_ptr<WidgetAlertPanel> panel;
+    AlertModel choice{.notAnswered = kAlertThirdButton,
+                      .buttons = {QStringLiteral("Yes"), QStringLiteral("No"), QString()}};
+    int answer = 0;
+};
+
+TEST_F(WidgetAlertPanelTest, ASheetAnswersLaterAndIsDismissedWithItsWindow) {
+    auto parent = std::make_unique<QWidget>();
+    parent->show();
+    beginSheet(parent.get());
+    ASSERT_TRUE(openAlert());
+    EXPECT_EQ(openAlert()->windowModality(), Qt::WindowModal);
+    openAlert()->findChild<QPushButton*>(QStringLiteral("button_2"))->click();
+    EXPECT_EQ(answer, 0);
+    EXPECT_TRUE(isAnswered(kAlertSecondButton));
+    beginSheet(parent.get());
+    parent.reset();
+    EXPECT_TRUE(isAnswered(kAlertThirdButton));
+}
+
+TEST_F(WidgetAlertPanelTest, AllAlertsEndWithTheProgram) {
+    beginSheet(nullptr);
+    WidgetAlertPanel modal(texts);
+    QTimer::singleShot(100, &WidgetAlertPanel::dismissAll);
+    EXPECT_EQ(modal.runModal(choice), kAlertThirdButton);
+    QTimer::singleShot(100, [] { QCoreApplication::exit(); });  // as the end of the session does
+    EXPECT_EQ(modal.runModal(choice), kAlertThirdButton);
+    EXPECT_TRUE(isAnswered(kAlertThirdButton));
+}
+
+TEST(SizeLineView, FitsItsFontAndCutsAtTheHeadAndItsSpinnerGoesWhenTheFiguresCome) {
+    SizeLineView view;
+    const auto& text = *view.findChild<ElidedLabel*>();
+    const auto& spinner = *view.findChild<BusySpinner*>();
+    QFont font = view.font();
+    font.setPixelSize(40);
+    view.setFont(font);
+    view.resize(view.sizeHint());
+    view.setLine(QStringLiteral("counting"), true);
+    view.show();
+    EXPECT_TRUE(spinner.isTurning());
+    EXPECT_GE(text.height(), text.fontMetrics().height());
+    view.setLine(QString(200, u'x') + QStringLiteral(" 3.40 GB"), false);
+    EXPECT_FALSE(spinner.isTurning());
+    EXPECT_FALSE(spinner.isVisible());
+    EXPECT_TRUE(text.text().endsWith(QLatin1String("3.40 GB")));
+    EXPECT_TRUE(text.textInteractionFlags() & Qt::TextSelectableByMouse);
+    for (const auto direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+        view.setLayoutDirection(direction);
+        EXPECT_TRUE(view.rect().contains(text.geometry()));
+        EXPECT_EQ(spinner.x() < text.x(), direction == Qt::LeftToRight);
+    }
 }
 
 }  // namespace

@@ -1,14 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "format/DisplayName.h"
-
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdlib>
 #include <random>
+#include <tuple>
+#include <vector>
+
+#include "format/DisplayName.h"
+#include "format/QVInterfaceUtilities.h"
+#include "format/UserLocale.h"
+#include "support/ScopedVariable.h"
 
 namespace kestrin {
 namespace {
 
 using namespace std::string_literals;
+using namespace Qt::StringLiterals;
 
 TEST(DisplayName, MakesVisibleWhatWouldActOnTheReaderAndNothingElse) {
     const std::pair<std::string, QString> names[] = {
@@ -72,6 +80,35 @@ TEST(EscapedName, IsOneReadableLineWithTheExactBytesOfAnyName) {
         appendEscapedName(line, bytes);
         ASSERT_EQ(unescaped(line), bytes);
         ASSERT_EQ(displayName(line), QString::fromStdString(line)) << "not readable as it is";
+    }
+}
+
+TEST(QVInterfaceUtilities, FillsTheFirstPlaceholderLeft) {
+    const std::vector<std::tuple<QString, QStringList, QString>> rows = {
+        {u"a %@ b %@"_s, {u"x"_s}, u"a x b %@"_s},
+        {u"a %@ b %@"_s, {u"x"_s, u"y"_s, u"z"_s}, u"a x b y"_s},
+        // A placeholder that came in with a string is filled before those behind it.
+        {u"%@ and %@"_s, {u"<%@>"_s, u"in"_s, u"out"_s}, u"<in> and out"_s},
+        {u"%%@@"_s, {u"%@"_s, u"x"_s}, u"%x@"_s},
+        {u"%@"_s, {u"50%1\\0$&"_s}, u"50%1\\0$&"_s}};
+    for (const auto& [text, strings, expected] : rows) {
+        EXPECT_EQ(QVInterfaceUtilities::sharedControl().replaceContentOfString(text, strings),
+                  expected);
+    }
+}
+
+TEST(UserLocale, FollowsThePrecedenceOfTheEnvironment) {
+    // The values of LC_ALL, LC_NUMERIC and LANG.
+    for (const auto& [values, expected] :
+         {std::pair(std::array{"de_DE.UTF-8", "fr_FR.UTF-8", "hi_IN"}, "de_DE"),
+          {std::array{"", "fr_FR.UTF-8", "hi_IN"}, "fr_FR"},
+          {std::array{"", "", "hi_IN"}, "hi_IN"},
+          {std::array{"C.UTF-8", "de_DE.UTF-8", "de_DE.UTF-8"}, "en_US"},
+          {std::array{"", "POSIX", "de_DE.UTF-8"}, "en_US"},
+          {std::array{"", "", ""}, "en_US"}}) {
+        const test::ScopedVariable all("LC_ALL", values[0]), category("LC_NUMERIC", values[1]),
+            language("LANG", values[2]);
+        EXPECT_EQ(userLocaleName("LC_NUMERIC"), expected);
     }
 }
 

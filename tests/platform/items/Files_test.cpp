@@ -1,16 +1,41 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/items/KeyFile.h"
-
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <QLocale>
+#include <string>
 
+#include "platform/items/ItemKinds.h"
+#include "platform/items/KeyFile.h"
+#include "platform/items/SealedFile.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
 namespace {
+
+TEST(ItemKinds, NameDecidesAboutFilesAndTypeAboutTheRest) {
+    struct Case {
+        const char* name;
+        std::uint32_t mode;
+        const char* type;
+        const char* icon;
+    };
+    for (const Case& item :
+         {Case{"\xff\xfe.PDF", S_IFREG, "application/pdf", "application-pdf"},
+          Case{"", S_IFREG, "application/octet-stream", "application-octet-stream"},
+          Case{"a.png", S_IFDIR, "inode/directory", "folder"},
+          Case{"a.png", S_IFLNK, "inode/symlink", "inode-symlink"}}) {
+        const ItemKind kind = kindOfItem(item.name, item.mode);
+        EXPECT_EQ(kind.typeIdentifier, item.type);
+        EXPECT_EQ(kind.iconNames.front(), item.icon);
+        EXPECT_FALSE(kind.description.empty()) << item.type;
+    }
+    EXPECT_TRUE(isBundleExtension("PhotosLibrary"));
+    EXPECT_FALSE(isBundleExtension("ap"));
+}
 
 TEST(KeyFile, ReadsGroupsAndPassesOverWhatIsNone) {
     const KeyFile file = KeyFile::parse(
@@ -51,6 +76,17 @@ TEST(SmallFile, IsRegularAndShortAndBehindALinkOnlyWhenAskedFor) {
     for (const char* bad : {".", "fifo", "tofifo"}) {
         EXPECT_FALSE(read(bad, 5, LastLink::Follow)) << bad << " must not be waited for";
     }
+}
+
+TEST(SealedFile, HoldsItsBytesForGood) {
+    const std::string bytes(100'000, 'k');
+    const auto file = sealedFile(bytes);
+    ASSERT_TRUE(file);
+    std::string read(bytes.size() + 1, '\0');
+    EXPECT_EQ(::pread(file->get(), read.data(), read.size(), 0), ssize_t(bytes.size()));
+    EXPECT_TRUE(read.starts_with(bytes));
+    EXPECT_EQ(::fcntl(file->get(), F_GET_SEALS),
+              F_SEAL_WRITE | F_SEAL_GROW | F_SEAL_SHRINK | F_SEAL_SEAL);
 }
 
 }  // namespace

@@ -1,17 +1,46 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/processes/DisplayTick.h"
-
 #include <gtest/gtest.h>
+#include <sched.h>
 
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <stdexcept>
+#include <string>
 #include <thread>
+
+#include "platform/processes/AnswerWithin.h"
+#include "platform/processes/BackgroundPriority.h"
+#include "platform/processes/DisplayTick.h"
 
 namespace kestrin {
 namespace {
 
 using namespace std::chrono_literals;
+
+TEST(AnswerWithin, ComesWithinTheLimitOrNotAtAll) {
+    EXPECT_EQ(answerWithin<int>(10s, [] { return 7; }), 7);
+    auto release = std::make_shared<std::promise<void>>();
+    auto done = std::make_shared<std::promise<void>>();
+    EXPECT_FALSE(answerWithin<std::string>(20ms, [released = release->get_future().share(), done] {
+        released.wait();
+        done->set_value_at_thread_exit();
+        return std::string(100, 'x');
+    }));
+    release->set_value();
+    EXPECT_EQ(done->get_future().wait_for(10s), std::future_status::ready);
+}
+
+TEST(BackgroundPriority, IsThatOfTheWorkAndOfWhatItStartsAlone) {
+    int ofItsThread = -1;
+    const auto work = [&] {
+        std::thread([&] { ofItsThread = sched_getscheduler(0); }).join();
+        throw std::runtime_error("handed on");
+    };
+    EXPECT_THROW(runAtBackgroundPriority(work), std::runtime_error);
+    EXPECT_EQ(ofItsThread, SCHED_IDLE);
+    EXPECT_EQ(sched_getscheduler(0), SCHED_OTHER);
+}
 
 TEST(DisplayTick, TicksAtTheRateOfADisplayMakesNothingUpAndEndsWhenToldTo) {
     std::atomic<int> ticks = 0, ofTheOther = 0;
