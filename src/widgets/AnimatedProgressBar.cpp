@@ -45,7 +45,7 @@ void AnimatedProgressBar::setPercent(std::optional<double> percent) {
     m_glide.start();
 }
 
-/// 0 where the desktop is told to animate nothing.
+/// How long a glide takes, in milliseconds; 0 where the desktop is told to animate nothing.
 int AnimatedProgressBar::duration() const {
     return std::min(style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this),
                     kLongestGlideMilliseconds);
@@ -57,7 +57,7 @@ QString AnimatedProgressBar::text() const {
     const QString percent =
         locale.toString(value() / kStepsAPercent) + QChar(QChar::Nbsp) + locale.percent();
     if (!isRightToLeft()) return percent;
-    // Isolated, so that the sign stays behind its figure.
+    // The text is isolated, so that the sign stays behind its figure.
     return QChar(0x2066) + percent + QChar(0x2069);
 }
 

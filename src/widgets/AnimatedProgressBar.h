@@ -17,7 +17,7 @@ class AnimatedProgressBar : public QProgressBar {
  public:
     explicit AnimatedProgressBar(QWidget* parent = nullptr);
 
-    /// 0 to 100; none: the total is unknown.
+    /// Shows `percent`, 0 to 100; none means that the total is unknown.
     void setPercent(std::optional<double> percent);
 
     /// The percentage that the bar shows, in the user's way of writing it.

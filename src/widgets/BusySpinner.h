@@ -19,7 +19,7 @@ class BusySpinner : public QWidget {
 
     void startAnimation();
     void stopAnimation();
-    /// Whether it was started and not stopped, seen or not.
+    /// Whether it was started and not stopped since, even while it cannot be seen.
     bool isAnimating() const { return m_isAnimating; }
     /// Whether it wakes up for its next picture.
     bool isTurning() const { return m_timer.isActive(); }

@@ -11,7 +11,7 @@ namespace {
 
 constexpr float kLighter = 1.3F;
 constexpr float kDarker = 0.75F;
-// A frame has three times the contrast of its ground, as guidelines ask of a control.
+// The frame has a contrast of three to one with its ground, as guidelines ask of a control.
 constexpr float kFrame = 0.45F;
 constexpr float kInside = 0.1F;
 constexpr int kDarkerFrame = 140;  // percent: how much darker than the window styles draw a frame

@@ -7,8 +7,8 @@
 namespace kestrin {
 
 /// Shows plain text on one line, whatever it holds, cut with "…" where it is wider than the label;
-/// the whole of a cut text is the tooltip. Begins where lines begin in the layout direction.
-/// Assistive tools always read the whole text.
+/// the whole of a cut text is the tooltip. The text begins where lines begin in the layout
+/// direction. Assistive tools always read the whole text.
 class ElidedLabel : public QLabel {
     Q_OBJECT
 

@@ -14,7 +14,7 @@ class QPainter;
 
 namespace kestrin {
 
-/// A change of a layer's opacity over time; a value, whoever draws keeps the clock.
+/// A change of a layer's opacity over time. It is a mere value: whoever draws keeps the clock.
 struct LayerAnimation {
     enum class FillMode { Removed };  ///< at its end the layer is back at its own value
 
@@ -28,9 +28,9 @@ struct LayerAnimation {
     double valueAt(std::chrono::milliseconds elapsed, double modelValue) const;
 };
 
-/// From 1 to 0 in half a second.
+/// A fade from 1 to 0 in half a second.
 LayerAnimation fadeOutAnimation();
-/// From 0 to 1 in half a second.
+/// A fade from 0 to 1 in half a second.
 LayerAnimation fadeInAnimation();
 
 /// A drawing with a name, and the drawings that lie upon it.
@@ -55,20 +55,20 @@ class Layer {
 
     // --- Look-up ---
 
-    /// The sublayer named "superLayer", which holds a view's drawings; without one a new empty
-    /// layer, which is not added.
+    /// The sublayer named "superLayer", which holds a view's drawings. When there is none, a new
+    /// empty layer, which is not added.
     Pointer superLayer() const;
     /// The first of that name among the sublayers of superLayer(); nullptr when there is none.
     Pointer layerWithName(const QString& name) const;
-    /// The first of that name among the own sublayers. Lenient: without one the last sublayer, and
-    /// without any sublayer a new empty layer. Callers rely on never getting nullptr.
+    /// The first own sublayer of that name. When there is none, the last sublayer; when there are
+    /// no sublayers, a new empty layer. Callers rely on never getting nullptr.
     Pointer sublayerWithName(const QString& name) const;
     /// Whether layerWithName would find one.
     bool layerWithNameExists(const QString& name) const;
-    /// Whether an own sublayer has that name, strictly.
+    /// Whether an own sublayer has exactly that name.
     bool sublayerWithNameExists(const QString& name) const;
 
-    /// The place of the first entry of `array` that is `item`; none when there is none.
+    /// The index of the first entry of `array` that is `item`; none when `item` is not in it.
     static std::optional<std::size_t> indexOfItemInArray(const Layers& array, const Pointer& item);
 
  private:

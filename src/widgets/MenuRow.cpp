@@ -28,7 +28,8 @@ void colorMenuRow(const QWidget& row, std::initializer_list<QWidget*> parts, QWi
     constexpr float kDimmedOpacity = 0.65F;
     for (QWidget* const part : parts)
         part->setForegroundRole(isHighlighted ? QPalette::HighlightedText : QPalette::WindowText);
-    // Of the menu's own colour: not every theme has one for dimmed text that can be read there.
+    // A fainter shade of the menu's own colour, since not every theme has a colour for dimmed text
+    // that can be read there.
     QPalette dimmed = row.palette();
     QColor color = dimmed.color(QPalette::Active, QPalette::WindowText);
     color.setAlphaF(kDimmedOpacity);

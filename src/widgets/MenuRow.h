@@ -8,8 +8,8 @@ class QWidget;
 
 namespace kestrin {
 
-/// Draws the ground of `row`, a widget in a menu, from its paintEvent: as the style draws an entry
-/// without a text, and selected when `isHighlighted`.
+/// Draws the ground of `row`, a widget in a menu, as the style draws an entry without a text, and
+/// as a selected one when `isHighlighted`. To be called from the paintEvent of `row`.
 void paintMenuRow(QWidget& row, bool isHighlighted);
 
 /// Gives the `parts` of `row` the colour of a menu's text, or of its selected text when

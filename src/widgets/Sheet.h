@@ -8,14 +8,14 @@ class QWidget;
 
 namespace kestrin {
 
-/// The frame of a window that waits for the user: a title, moved and closed but neither minimised,
-/// which would hide a question, nor maximised.
+/// The frame of a window that waits for the user: it has a title and can be moved and closed, but
+/// neither minimised, which would hide a question, nor maximised.
 inline constexpr Qt::WindowFlags kDialogFrame =
     Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint;
 
 /// Makes `sheet`, a window that does not show yet, window-modal on the window of `parent` and puts
-/// it in its middle; an ordinary window when `parent` is nullptr or does not show. The sheet is not
-/// owned by the parent and may outlive it.
+/// it in its middle; it becomes an ordinary window when `parent` is nullptr or does not show. The
+/// sheet is not owned by the parent and may outlive it.
 void makeSheet(QWidget& sheet, QWidget* parent);
 
 }  // namespace kestrin

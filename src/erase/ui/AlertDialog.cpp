@@ -43,7 +43,7 @@ QStyle::StandardPixmap signOf(const AlertModel& model) {
     return warns ? QStyle::SP_MessageBoxWarning : QStyle::SP_MessageBoxInformation;
 }
 
-/// `text` with places to break lines inside of words that are too long for one, as names can be.
+/// `text` with places to break lines inside words that are too long for one line, as names can be.
 QString breakable(const QString& text) {
     QString result;
     int length = 0;
@@ -67,7 +67,8 @@ QLabel* wrappedLabel(const QString& name, const QString& text) {
     return label;
 }
 
-/// Points down to what is unfolded, else in the reading direction.
+/// The button's arrow points down when the list is unfolded, and in the reading direction
+/// otherwise.
 Qt::ArrowType arrowType(bool isUnfolded, Qt::LayoutDirection direction) {
     if (isUnfolded) return Qt::DownArrow;
     return direction == Qt::RightToLeft ? Qt::LeftArrow : Qt::RightArrow;
@@ -184,7 +185,7 @@ void AlertDialog::showDetails(bool show) {
     moveOntoScreen();
 }
 
-/// As wide as the texts are, but for the names, which may be of any length and are cut first.
+/// The list is as wide as its texts; only names, which may be of any length, are cut first.
 void AlertDialog::fitDetails() {
     QHeaderView& header = *m_details->header();
     header.setSectionResizeMode(QHeaderView::Interactive);

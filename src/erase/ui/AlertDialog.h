@@ -21,9 +21,9 @@ namespace kestrin {
 class SizeLineView;
 class StringTable;
 
-/// Icon, bold title, text, size line, list that unfolds, check box, buttons: those of them that the
-/// model has. Object names: "title", "text", "size_line", "details_button", "details",
-/// "suppression", "button_1" to "button_3".
+/// Shows an icon, a bold title, the text, the size line, a list that unfolds, a check box and
+/// buttons: those of them that the model has. Object names: "title", "text", "size_line",
+/// "details_button", "details", "suppression", "button_1" to "button_3".
 ///
 /// Escape and closing mean the model's `notAnswered`. A button that destroys is marked; where there
 /// is one, Return, Enter and Space do nothing in the first half second, and neither does a key that
@@ -72,13 +72,13 @@ class AlertDialog : public QDialog {
     QTreeView* m_details = nullptr;
     QCheckBox* m_suppression = nullptr;
     QDialogButtonBox* m_buttonBox = nullptr;
-    QPushButton* m_first = nullptr;  ///< of those drawn; the default one
+    QPushButton* m_first = nullptr;  ///< the first one drawn, which is the default
     QPushButton* m_destructive = nullptr;
     bool m_wasDismissed = false;
 };
 
-/// The button that destroys something: of a confirmation the first, of a question about an entry
-/// the second. None in other alerts.
+/// The result of the button that destroys something, which is the first button of a confirmation
+/// and the second of a question about an entry; none for other alerts.
 std::optional<int> destructiveResult(const AlertModel& model);
 
 }  // namespace kestrin

@@ -18,10 +18,10 @@ class ElidedLabel;
 class QVNumberUtilities;
 class StringTable;
 
-/// Main line, info line, bar, "Items: x of y", "Size: …" and Stop; 420 points wide, wider where the
-/// figures need it. It is moved by its background, and no field of it has the focus at first. The
-/// window knows no end of its own: closing it and Escape are Stop, and it stays until its owner
-/// hides it. So a program that wants to quit is refused once, and may try again when the erase is
+/// Shows the main line, the info line, the bar, "Items: x of y", "Size: …" and Stop. It is 420
+/// points wide, and wider where the figures need it. It is moved by its background, and no field of
+/// it has the focus at first. Closing it and Escape mean Stop, and it stays until its owner hides
+/// it. A program that wants to quit is therefore refused once, and may try again when the erase is
 /// over. Object names: "main_line", "info_line", "bar", "count_label", "count", "size_label",
 /// "size", "stop".
 class QVProgressWindow : public QWidget {
@@ -35,10 +35,10 @@ class QVProgressWindow : public QWidget {
 
     /// Shows `state`. After Stop the main line goes on saying that the erase is stopping.
     void setState(const ProgressState& state);
-    /// Presses Stop; further calls do nothing, and neither does one when the erase is over.
+    /// Presses Stop. Does nothing when Stop was pressed before, or when the erase is over.
     void stop();
-    /// Shows the window, on `parent` and window-modal to it, or alone when nullptr. It may outlive
-    /// the parent.
+    /// Shows the window: window-modal on `parent`, or on its own when that is nullptr. The window
+    /// may outlive the parent.
     void showOn(QWidget* parent);
 
  protected:

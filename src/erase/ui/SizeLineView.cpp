@@ -13,7 +13,7 @@ namespace {
 
 constexpr QSize kViewSize(460, 25);
 constexpr QRect kSpinnerPlace(0, 4, 16, 16);
-// In the middle of the spinner's height.
+// The text stands in the middle of the spinner's height.
 constexpr QRect kTextPlace(24, 2, 435, 20);
 
 }  // namespace
@@ -41,7 +41,7 @@ QString SizeLineView::line() const {
     return m_text->fullText();
 }
 
-/// Higher than described only for fonts that do not fit into the described line.
+/// The line is higher than 25 points only for fonts that do not fit into these.
 QSize SizeLineView::sizeHint() const {
     const int excess = m_text->minimumSizeHint().height() - kTextPlace.height();
     return kViewSize + QSize(0, std::max(0, excess));

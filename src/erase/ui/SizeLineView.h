@@ -11,14 +11,15 @@ class BusySpinner;
 class ElidedLabel;
 
 /// A view of 460 × 25 points: a spinner of 16 × 16 at (0, 4), and the text in 435 × 20 beside it,
-/// cut at its head, selectable. Taller where the font needs it; mirrored from right to left.
+/// cut at its head, selectable. It is taller where the font needs it, and mirrored where text runs
+/// from right to left.
 class SizeLineView : public QWidget {
     Q_OBJECT
 
  public:
     explicit SizeLineView(QWidget* parent = nullptr);
 
-    /// Replaces the text; the spinner turns while `spinning` and is not to be seen otherwise.
+    /// Replaces the text; the spinner turns while `spinning` and is hidden otherwise.
     void setLine(const QString& text, bool spinning);
     QString line() const;
 

@@ -11,7 +11,8 @@ namespace kestrin {
 
 class StringTable;
 
-/// Columns: name, why, what would help. Answers from memory, however many rows there are.
+/// Its columns are the name, why the entry stayed, and what would help. Every answer comes from
+/// memory, however many rows there are.
 class StayedModel : public QAbstractTableModel {
     Q_OBJECT
 
@@ -22,7 +23,8 @@ class StayedModel : public QAbstractTableModel {
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
-    /// Texts; as tooltips the whole path for the name, the text of the cell for the others.
+    /// The text of a cell. As its tool tip, the whole path for a name and the text itself for the
+    /// other columns.
     QVariant data(const QModelIndex& index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 

@@ -19,10 +19,11 @@ class WidgetAlertPanel : public AlertPanel {
     /// Closes an open sheet without an answer.
     ~WidgetAlertPanel() override;
 
-    /// Runs the nested event loop. When the program ends meanwhile, the alert was not answered.
+    /// Runs a nested event loop until the alert is answered. An alert that is open when the program
+    /// ends counts as not answered.
     int runModal(const AlertModel& model) override;
-    /// Window-modal on the window of `parent`. When that window goes, the alert was not answered.
-    /// `answered` may let this panel go.
+    /// Shows the alert window-modal on the window of `parent`. When that window goes, the alert
+    /// counts as not answered. `answered` may destroy this panel.
     void beginSheet(const AlertModel& model, WindowHandle parent,
                     std::function<void(int)> answered) override;
     bool suppressionIsOn() const override;

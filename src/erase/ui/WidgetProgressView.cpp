@@ -21,7 +21,7 @@ void WidgetProgressView::open(WindowHandle parent) {
     m_window->showOn(static_cast<QWidget*>(parent));
 }
 
-/// Hidden, not closed: to the window closing means Stop.
+/// The window is hidden and not closed, because closing it means Stop.
 void WidgetProgressView::close() {
     m_window->hide();
 }
