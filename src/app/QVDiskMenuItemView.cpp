@@ -122,6 +122,7 @@ void QVDiskMenuItemView::setNote(const QString& note) {
     m_note = note;
     if (!m_note.isEmpty()) m_spinner->stopAnimation();
     updateTexts();
+    updateViewSizeIfNeeded();
 }
 
 QString QVDiskMenuItemView::title() const {
@@ -150,6 +151,10 @@ void QVDiskMenuItemView::updateTexts() {
 void QVDiskMenuItemView::updateViewSizeIfNeeded() {
     const double name = QFontMetricsF(m_diskName->font()).horizontalAdvance(title());
     m_width = name > kNameWidth ? static_cast<int>(std::ceil(name)) + kWidthBesideName : kWidth;
+    // Why a disk is left out stands nowhere else in the menu.
+    const double info = QFontMetricsF(m_subName->font()).horizontalAdvance(subName());
+    if (!m_note.isEmpty())
+        m_width = std::max(m_width, static_cast<int>(std::ceil(info)) + kWidthBesideName);
     // A menu wider than the screen would be cut off, with the figures of all rows.
     m_width = std::min(m_width, screen()->availableGeometry().width() * 9 / 10);
     updateGeometry();

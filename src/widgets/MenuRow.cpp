@@ -26,6 +26,7 @@ void paintMenuRow(QWidget& row, bool isHighlighted) {
 void colorMenuRow(const QWidget& row, std::initializer_list<QWidget*> parts, QWidget& dimmedPart,
                   bool isHighlighted) {
     constexpr float kDimmedOpacity = 0.65F;
+    constexpr float kDisabledOpacity = 0.55F;  // some themes' own can hardly be read
     for (QWidget* const part : parts)
         part->setForegroundRole(isHighlighted ? QPalette::HighlightedText : QPalette::WindowText);
     // A fainter shade of the menu's own colour, since not every theme has a colour for dimmed text
@@ -35,6 +36,8 @@ void colorMenuRow(const QWidget& row, std::initializer_list<QWidget*> parts, QWi
     color.setAlphaF(kDimmedOpacity);
     dimmed.setColor(QPalette::Active, QPalette::WindowText, color);
     dimmed.setColor(QPalette::Inactive, QPalette::WindowText, color);
+    color.setAlphaF(kDisabledOpacity);
+    dimmed.setColor(QPalette::Disabled, QPalette::WindowText, color);
     dimmedPart.setPalette(dimmed);
 }
 
