@@ -18,7 +18,7 @@
 namespace kestrin {
 namespace {
 
-/// Something that the toolkit said meanwhile.
+/// A message of the toolkit that is kept back.
 struct Message {
     QtMsgType type;
     QString text;
@@ -26,7 +26,7 @@ struct Message {
 std::mutex s_mutex;  // guards what follows: threads of the toolkit speak, too
 std::vector<Message> s_heldBack;
 
-/// "DISPLAY=:7": what the toolkit went by.
+/// The variable that named the display, as "DISPLAY=:7".
 QStringList displaySettings() {
     QStringList settings;
     for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
@@ -45,8 +45,8 @@ QStringList displaySettings() {
     ::_exit(kStatusNoDisplay);
 }
 
-/// Some plugins name no category when they speak of displays: nothing passes before it is known how
-/// the start ended.
+/// Some plugins name no category when they speak of displays, so no message passes before it is
+/// known how the start ended.
 void handleMessage(QtMsgType type, const QMessageLogContext& context, const QString& text) {
     if (type == QtFatalMsg) leave();
     const std::string_view category = context.category ? context.category : "";

@@ -6,18 +6,18 @@
 
 namespace kestrin {
 
-/// The exit status when no window can be opened: as of a command that cannot be understood where it
-/// was given. Nothing was touched.
+/// The exit status when no window can be opened. It is that of a command that cannot be understood,
+/// and nothing was touched either.
 inline constexpr int kStatusNoDisplay = 2;
 
-/// To live while QApplication is made. A toolkit that finds nothing to draw on then ends the
-/// process with kStatusNoDisplay and one line on standard error that says how to go on; left to
-/// itself it would abort. What it says about displays that it tried is kept back, the rest until
-/// this goes. One at a time; main thread.
+/// Lives while QApplication is made. When the toolkit finds no display, it aborts the process;
+/// while this lives the process ends with kStatusNoDisplay instead, after one line on standard
+/// error that says how to go on. What the toolkit says meanwhile about the displays that it tried
+/// is dropped, and the rest is passed on when this goes. There is one at a time. Main thread.
 class DisplayFailure {
  public:
     DisplayFailure();
-    /// What the toolkit says goes where it went before.
+    /// Lets the toolkit's messages go where they went before.
     ~DisplayFailure();
     DisplayFailure(const DisplayFailure&) = delete;
     DisplayFailure& operator=(const DisplayFailure&) = delete;

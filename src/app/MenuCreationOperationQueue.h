@@ -6,8 +6,9 @@ namespace kestrin {
 
 class OperationQueue;
 
-/// Process-wide, without a limit, so that a volume that hangs holds up no other one. Never
-/// destroyed: the question to such a volume may outlive main(). Thread: any.
+/// The queue, one for the process. It has no limit, so that a volume that hangs holds up no other
+/// one, and is never destroyed, since the question to such a volume may outlive main(). Thread:
+/// any.
 OperationQueue& MenuCreationOperationQueue();
 
 }  // namespace kestrin

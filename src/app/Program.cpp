@@ -63,7 +63,7 @@ QIcon iconOfDisk(const TrashLocation& location, const ListedVolume* volume) {
     return diskIcon(isRemovable ? DiskKind::Removable : DiskKind::Internal);
 }
 
-/// Counts beside an open menu, which must stay quick.
+/// Counts at a low priority: the menu beside it must stay quick.
 TrashCount::Counter inBackground(TrashContents (*counter)(const std::vector<FileUrl>&,
                                                           const std::stop_token&)) {
     return [counter](const std::vector<FileUrl>& trashes, const std::stop_token& stop) {
@@ -100,7 +100,7 @@ bool bringForward() {
     return true;
 }
 
-/// Everything that the program is made of, in the order in which it needs one another.
+/// Everything that the program is made of. Each part stands behind those that it needs.
 class Program {
  public:
     explicit Program(std::string_view action);
@@ -184,7 +184,7 @@ AppServices Program::services() {
             .bringForward = bringForward,
             .dismissAlerts = &WidgetAlertPanel::dismissAll,
             .tellUser = [this](const QString& text) { tellUser(text); },
-            // Not quit(), which a window that stops its work first may refuse.
+            // This is not quit(), which a window that stops its work first may refuse.
             .terminate = [] { QCoreApplication::exit(); },
             .beep = [] { QApplication::beep(); },
             .totals = &m_totals};
@@ -200,9 +200,11 @@ EraseServices Program::eraseServices() {
             .texts = m_texts,
             .makeProgressView =
                 [this](std::function<void()> stop) { return makeProgressView(std::move(stop)); },
-            .helper = {.isAuthorized = &IsHelperAuthorized, .makeClient = [this](auto& delegate) {
-                           return std::make_unique<QVSecureAccess>(secureAccess(), &delegate);
-                       }},
+            .helper = {.isAuthorized = &IsHelperAuthorized,
+                       .makeClient =
+                           [this](auto& delegate) {
+                               return std::make_unique<QVSecureAccess>(secureAccess(), &delegate);
+                           }},
             .bringForward = bringForward};
 }
 
@@ -213,7 +215,7 @@ SecureAccessServices Program::secureAccess() {
         }};
 }
 
-/// Nobody is asked anything, or told to press a button, any more once the program ends.
+/// Makes no panel once the program ends: from then on nobody is asked anything.
 std::unique_ptr<AlertPanel> Program::makeAlertPanel() {
     if (m_controller.isEnding()) return nullptr;
     return std::make_unique<WidgetAlertPanel>(m_texts);
@@ -223,7 +225,7 @@ std::unique_ptr<ProgressView> Program::makeProgressView(std::function<void()> st
     auto view = std::make_unique<WidgetProgressView>(m_texts, QVNumberUtilities::sharedControl(),
                                                      std::move(stop));
     QVProgressWindow& window = view->window();
-    // By the window: it shows at once that it is stopping.
+    // The window's own stop() is called, so that it shows at once that it is stopping.
     return std::make_unique<ProgressNotices>(
         std::move(view), [&window] { return window.isActiveWindow(); }, m_texts,
         [&window] { window.stop(); });
@@ -265,12 +267,12 @@ int Program::run() {
     const SingleInstance::Start start = m_instance->start(m_action);
     if (start == SingleInstance::Start::HandedOver || m_action == "quit") return 0;
     StatusItem::waitForHost(kStatusAreaPatience, [this](bool found) {
-        // Also when it is known at once: what ends the program needs the event loop.
+        // Posted even when the answer is known at once: ending the program needs the event loop.
         MainThread::post([this, found] { launch(found); });
     });
     QApplication::exec();
     m_controller.applicationWillTerminate();
-    // The kernel keeps a process that waits for a volume: another start must not find this one.
+    // The kernel may keep this process while it waits for a volume. Another start must not find it.
     m_instance.reset();
     return m_wasRefused ? 1 : 0;
 }
@@ -290,7 +292,8 @@ int kestrinRunProgram(int* argc, char** argv, const char* action) {
         kestrin::StringTable::sharedControl().text("app_name"_key));
     QApplication::setWindowIcon(kestrin::applicationIcon());
     const kestrin::MainThread mainThread;
-    // Never taken down: work in the background may still be in use of it when the process ends.
+    // The program is never destroyed: work in the background may still use it when the process
+    // ends.
     auto& program = *new kestrin::Program(action);
     return program.run();
 }

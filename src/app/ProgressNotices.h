@@ -18,7 +18,8 @@ class StringTable;
 /// A progress view that hands everything on to `view`. Main thread.
 class ProgressNotices final : public ProgressView {
  public:
-    /// `isInFront` tells whether the user sees the window of `view`; `stop` is what Stop does.
+    /// `isInFront` tells whether the user sees the window of `view`; `stop` is called by the
+    /// notification's Stop.
     ProgressNotices(std::unique_ptr<ProgressView> view, std::function<bool()> isInFront,
                     const StringTable& texts, std::function<void()> stop);
     ~ProgressNotices() override;

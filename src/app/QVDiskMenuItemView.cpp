@@ -47,7 +47,7 @@ void closeOpenMenus() {
 
 }  // namespace
 
-/// Whether an erase of the row's disk is under way, which then waits for its figures. Outlives the
+/// Whether an erase of the row's disk is under way and waits for its figures. It may outlive the
 /// row.
 struct QVDiskMenuItemView::Wait {
     bool isOn = false;
@@ -63,7 +63,7 @@ QVDiskMenuItemView::QVDiskMenuItemView(const DiskRowServices& services, QAction&
         setEnabled(m_action.isEnabled());
         updateColors();
     });
-    // Opened by a key, a menu makes its first entry the current one, but gives it no focus.
+    // A menu that is opened by a key makes its first entry the current one, but gives it no focus.
     connect(&m_action, &QAction::hovered, this, [this] {
         if (isVisible()) setFocus(Qt::OtherFocusReason);
     });
@@ -179,7 +179,7 @@ bool QVDiskMenuItemView::isWorking() const {
     return m_wait && m_wait->isOn;
 }
 
-/// An erase that waits for the figures still gets them.
+/// A count that an erase waits for goes on, so that the erase still gets its figures.
 void QVDiskMenuItemView::forgetCount() {
     if (m_count && !m_wait->isOn) m_count->stop();
     m_count.reset();
@@ -264,7 +264,7 @@ void QVDiskMenuItemView::animateDismiss() {
 
 void QVDiskMenuItemView::sendAction() {
     closeOpenMenus();
-    // The action may end with its disk before it is sent.
+    // The disk, and the action with it, may go before the action is triggered.
     QTimer::singleShot(kActionDelay, &m_action, [action = &m_action] { action->trigger(); });
 }
 
@@ -320,7 +320,7 @@ void QVDiskMenuItemView::focusOutEvent(QFocusEvent* event) {
 
 // --- Drawing ---
 
-/// Not during every other tick of the flash.
+/// While the selection flashes, every other tick shows the row as not selected.
 bool QVDiskMenuItemView::isHighlighted() const {
     return m_isSelected && isMenuItemEnabled() && m_fireTimes % 2 == 0;
 }
@@ -331,7 +331,7 @@ void QVDiskMenuItemView::showEvent(QShowEvent* event) {
     gatherIfNeeded();
 }
 
-/// What was selected when the menu closed is not when it opens again.
+/// A row that was selected when the menu closed is not selected when it opens again.
 void QVDiskMenuItemView::hideEvent(QHideEvent* event) {
     QWidget::hideEvent(event);
     m_flash.stop();

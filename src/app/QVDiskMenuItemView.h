@@ -27,7 +27,7 @@ class NotificationCenter;
 class QVNumberUtilities;
 class StringTable;
 
-/// What rows work with. All of it must outlive them.
+/// What the rows work with. All of it must outlive them.
 struct DiskRowServices {
     NotificationCenter& center;
     const StringTable& texts;
@@ -51,25 +51,26 @@ class QVDiskMenuItemView : public QWidget {
     ~QVDiskMenuItemView() override;
 
     const TrashLocation& diskDict() const { return m_diskDict; }
-    /// Shows that trash. The figures of another trash are forgotten, those of the same stay.
+    /// Shows the trash of `location`. The figures of another trash are forgotten; those of the same
+    /// trash stay.
     void setDiskDict(const TrashLocation& location);
-    /// What the second line says of the disk besides the figures, if anything; then nothing is
-    /// counted anew.
+    /// Sets what the second line says of the disk besides the figures; empty for nothing. A row
+    /// with a note begins no count when it shows.
     void setNote(const QString& note);
 
     std::uint64_t itemsSize() const { return contents().figures.size; }
     std::uint64_t itemsCount() const { return contents().figures.count; }
     SharedItemsToErase itemsToErase() const { return contents().itemsToErase; }
-    /// The background count has been started; stays true when it is over.
+    /// Whether the background count was started; stays true when it is over.
     bool sizeIsWorking() const { return m_count != nullptr; }
-    /// The count was started and has not answered yet.
+    /// Whether the count was started and has not answered yet.
     bool isCounting() const;
     /// The count whose figures the row shows; the sender of "updateCountAndSizeToDelete". nullptr
     /// before it was started.
     const TrashCount* count() const { return m_count.get(); }
     bool isDeleting() const { return m_isDeleting; }
     void setIsDeleting(bool isDeleting) { m_isDeleting = isDeleting; }
-    /// The row has sent its action and waits for the end of the erase.
+    /// Whether the row was chosen and waits for the end of the erase.
     bool isWorking() const;
     /// The count-and-size line; none before the count is over.
     const std::optional<QString>& info() const { return m_info; }
@@ -78,14 +79,17 @@ class QVDiskMenuItemView : public QWidget {
     bool isMenuItemEnabled() const { return m_action.isEnabled(); }
     bool menuItemIsSelected() const { return m_isSelected; }
 
-    /// Counts the trash in the background, once a life.
+    /// Counts the trash in the background. Does nothing when the count of this trash was started
+    /// before.
     void gatherTrashInfo();
-    /// The same for a row that is about to show: only when its trash is not known to be empty.
+    /// Does the same for a row that is about to show, unless its trash is known to be empty or the
+    /// row has a note.
     void gatherIfNeeded();
     /// From now to the end of the erase the figures of a count that is still under way are posted
     /// as "updateCountAndSizeToDelete".
     void waitForStopWorking();
-    /// Flashes the selection, closes the menu and triggers the action; nothing when it is disabled.
+    /// Flashes the selection, closes the menu and triggers the action. Does nothing when the action
+    /// is disabled.
     void chosenItemAction();
 
     QSize sizeHint() const override;
@@ -135,7 +139,7 @@ class QVDiskMenuItemView : public QWidget {
     QString m_note;
     std::optional<QString> m_info;
     std::shared_ptr<TrashCount> m_count;
-    std::shared_ptr<Wait> m_wait;  ///< for the end of the erase; made with the count
+    std::shared_ptr<Wait> m_wait;  ///< for the end of the erase; it is made with the count
     int m_width = kWidth;
     bool m_isDeleting = false;
     bool m_isSelected = false;

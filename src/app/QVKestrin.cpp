@@ -19,10 +19,10 @@ namespace {
 using namespace std::chrono_literals;
 namespace Key = EraseNotification;
 
-/// The menu and the question are off the screen before the erase begins.
+/// How long the erase waits for the menu and the question to leave the screen.
 constexpr auto kEraseDelay = 100ms;
 constexpr auto kReleaseDelay = 120s;
-/// How long the end waits for an erase that was stopped: its disk may hang.
+/// How long quitting waits for an erase that was stopped, since its disk may hang.
 constexpr auto kEndPatience = 5s;
 
 template <class Function, class... Arguments>
@@ -56,7 +56,8 @@ bool QVKestrin::applicationDidFinishLaunching() {
     if (!setupStatusMenu()) return false;
     m_stopObservation = m_services.center.observe(
         Key::kStopWorking, [this](const Notification& notification) { stopWorking(notification); });
-    // A declined erase of the browsing window has no other end. Posted on a background thread.
+    // An erase of the browsing window that is declined has no other end. This is posted on a
+    // background thread.
     m_responseObservation = m_services.center.observe(
         Key::kWaitForResponse, [guard = QPointer<QVKestrin>(this)](const Notification&) {
             MainThread::post([guard] {
@@ -87,7 +88,7 @@ void QVKestrin::quit() {
         callIfGiven(m_services.pressStop);  // which shows what the program waits for
         engine->stop();
     }
-    // After that: the answer to an open question must find the engine stopped.
+    // The alerts go after that: the answer to an open question must find the engine stopped.
     callIfGiven(m_services.dismissAlerts);
     if (!engine) return endNow();
     m_endTimer = m_services.startTimer(kEndPatience, [this] { endNow(); });
@@ -190,8 +191,8 @@ void QVKestrin::emptyHardDriveTrashAction(QVDiskMenuItemView* row) {
     request.count = row->itemsCount();
     if (row->isCounting()) request.countSender = row->count();
     request.wholeTrashes = {row->diskDict().trashURL};
-    // The question may take long: the row counts meanwhile, or its disk goes. Without the row's
-    // entries the engine takes those that the count brought to it.
+    // While the question is open the row counts, or its disk goes. When the row has no entries, the
+    // engine takes those that the count brought to it.
     askAndErase(request,
                 [row = QPointer<QVDiskMenuItemView>(row), disk = row->diskDict().trashURL] {
                     if (!row || !(row->diskDict().trashURL == disk)) return SharedItemsToErase();
@@ -215,7 +216,7 @@ void QVKestrin::askAndErase(const EraseRequest& request,
 
 void QVKestrin::proceedToEraseWithArray(QVDeleteItems& engine, const SharedItemsToErase& items) {
     if (engine.proceedToEraseWithArray(items)) return;
-    // Nothing was begun, and no "stopWorking" will come.
+    // Nothing was begun, so that the engine will post no "stopWorking".
     callIfGiven(m_services.tellUser, engine.startProblem());
     m_services.center.post(Key::kStopWorking, &engine);
 }
@@ -254,8 +255,8 @@ void QVKestrin::endIfNothingIsErased() {
     if (m_isEnding && !EraseTurn::holder()) endNow();
 }
 
-/// Only where the engine's own report does not show: it reports at the end of an erase that erased
-/// something, when entries were busy or refused, unless the program ends.
+/// Tells it only where the engine itself does not. The engine reports at the end of an erase that
+/// erased something when entries were busy or refused, unless the program ends.
 void QVKestrin::tellWhatStayed(const QVDeleteItems& engine, bool hasFigures) const {
     const auto stayed = engine.stayedEntries();
     const auto unexpected = std::count_if(stayed.begin(), stayed.end(),
@@ -282,7 +283,7 @@ void QVKestrin::smartWindowDidClose() {
 
 // --- Mounts ---
 
-/// A mount changes the menu before others hear of it, an unmount after.
+/// A mount changes the menu before others hear of it; an unmount changes it after they did.
 void QVKestrin::workspaceHardDrivesObserver(bool wasAdded, const std::string& devicePath) {
     const auto tellOthers = [this, wasAdded, devicePath] {
         m_services.center.post(AppNotification::kMountedVolumeDidChange, this,

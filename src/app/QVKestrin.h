@@ -46,7 +46,7 @@ inline constexpr int kFurther = 33;
 inline constexpr int kFirstDisk = 1001;
 }  // namespace MenuTag
 
-/// The status area's icon, as the controller sees it.
+/// The icon in the status area, as the controller sees it.
 class StatusDisplay {
  public:
     virtual ~StatusDisplay() = default;
@@ -67,8 +67,8 @@ class SmartWindow {
 /// The timers of a running program.
 std::unique_ptr<QObject> startTimer(std::chrono::milliseconds delay, std::function<void()> call);
 
-/// What the controller works with. All of it must outlive the controller. A function that is not
-/// given does nothing.
+/// What the controller works with. All of it must outlive the controller. Where a function is not
+/// given, nothing is done.
 struct AppServices {
     NotificationCenter& center;
     const StringTable& texts;
@@ -101,7 +101,8 @@ struct AppServices {
     std::function<void(const QString&)> tellUser{};  ///< one message of the desktop
     std::function<void()> terminate{};               ///< ends the event loop
     std::function<void()> beep{};
-    /// For the tool tip of who opens no menu; nullptr: it says no more than the rows counted.
+    /// The figures of the tool tip while no menu is open; with nullptr it says only what the rows
+    /// counted.
     TrashTotals* totals = nullptr;
     TimerFactory startTimer = &kestrin::startTimer;
 };
@@ -115,15 +116,15 @@ class QVKestrin : public QObject {
 
     // --- Launch and end ---
 
-    /// The launch, in its order. False: there is no status area; the user was told, and the program
-    /// ends.
+    /// Launches the program, step by step in a fixed order. False when there is no status area;
+    /// then the user was told, and the program ends.
     bool applicationDidFinishLaunching();
-    /// Ends the program; every alert is dismissed and an erase stopped first. A second call changes
+    /// Stops an erase, dismisses every alert and then ends the program. A second call changes
     /// nothing.
     void quit();
-    /// The program ends whatever happens: presses Stop and waits for nothing.
+    /// Presses Stop and waits for nothing, since the program ends in any case.
     void applicationWillTerminate();
-    /// One of the two was called: nobody is to be asked and nothing begun any more.
+    /// Whether one of the two was called. From then on nobody is asked and nothing is begun.
     bool isEnding() const { return m_isEnding; }
 
     // --- Actions ---
@@ -133,11 +134,12 @@ class QVKestrin : public QObject {
     void emptyAllTrashesAction();
     void emptyHardDriveTrashAction(QVDiskMenuItemView* row);
     void smartDeletion();
-    /// What a hot key or a second start asks for: as the menu's entry, but during a question or an
-    /// erase it only brings that forward.
+    /// Does what a hot key or a second start asks for: the same as the menu's entry, but while a
+    /// question or an erase is open it only brings that forward.
     void requestToEmptyAll();
-    /// Started again without a command: brings a question or an erase forward; with nothing open it
-    /// opens the menu, or says that the program runs where it cannot.
+    /// Answers a second start without a command: brings a question or an erase forward. When
+    /// nothing is open it opens the menu, or says that the program runs where it cannot open a
+    /// menu.
     void activate();
 
     // --- State ---
@@ -156,8 +158,8 @@ class QVKestrin : public QObject {
 
     // --- Changes by others ---
 
-    /// Somebody filled or emptied a trash: the icon follows, and what rows have counted is
-    /// forgotten, of those that show now when their menu opens again.
+    /// To be called when somebody filled or emptied a trash. The icon follows, and the rows forget
+    /// what they counted; rows that are shown at the moment do when their menu opens again.
     void trashContentsDidChange();
 
  private:
@@ -167,7 +169,8 @@ class QVKestrin : public QObject {
         QVDiskMenuItemView* view = nullptr;
         bool mayBeFull = false;  ///< what the listing said when the row was added
     };
-    /// What a row shows: a trash; or, with no trash's location, a volume that has none to offer.
+    /// What a row shows: a trash, or a volume without one that could be erased. Then the location
+    /// has no trash.
     struct RowContent {
         TrashLocation location;
         QString note;  ///< why it cannot be chosen; empty when it can
@@ -233,7 +236,7 @@ class QVKestrin : public QObject {
     QMenu* m_subTrashMenu = nullptr;  ///< child of m_kestrinMenu
     std::unique_ptr<StatusDisplay> m_statusItem;
     std::vector<DiskRow> m_submenuViews;
-    std::set<FileUrl> m_toldUnusable;      ///< volumes of which the user knows that
+    std::set<FileUrl> m_toldUnusable;  ///< volumes of which the user knows that
     std::unique_ptr<SmartWindow> m_smartWindow;
     std::unique_ptr<QObject> m_startTimer;
     std::unique_ptr<QObject> m_endTimer;

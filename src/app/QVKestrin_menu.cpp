@@ -73,7 +73,7 @@ std::vector<QVDiskMenuItemView*> QVKestrin::submenuViews() const {
     return views;
 }
 
-/// With a single trash the item that empties all does what a submenu would.
+/// There is no submenu for a single trash: the item that empties all trashes does the same.
 void QVKestrin::addSubTrashMenu() {
     QAction* const item = m_subTrashMenu->menuAction();
     const bool isThere = m_kestrinMenu->actions().contains(item);
@@ -103,7 +103,7 @@ void QVKestrin::menuWillOpen() {
     m_menuIsOpen = true;
 }
 
-/// The disks' menu is announced by a sound; no menu is kept in a part of the screen.
+/// Announces the disks' menu by a sound. The empty answer lets menus stand anywhere on the screen.
 QRect QVKestrin::confinementRectForMenu(const QMenu& menu) const {
     if (&menu == m_subTrashMenu && m_services.beep) m_services.beep();
     return {};
@@ -114,7 +114,7 @@ void QVKestrin::menuDidClose() {
     installEmptyTimer();
 }
 
-/// The answers of the volumes have come: also while the menu is open.
+/// Called when answers of volumes have come, which may be while the menu is open.
 void QVKestrin::trashesChanged() {
     addSubTrashMenu();
     if (m_menuIsOpen) rebuildRows();
@@ -124,7 +124,7 @@ void QVKestrin::trashesChanged() {
     tellOfUnusableTrashes();
 }
 
-/// Once a volume: without a submenu nothing else would say it.
+/// Tells of each volume once. Where there is no submenu, nothing else would tell.
 void QVKestrin::tellOfUnusableTrashes() {
     for (const ListedVolume& volume : m_services.trashes.volumes()) {
         const bool isUnusable =
@@ -162,7 +162,7 @@ void QVKestrin::rebuildRows() {
         createMenuViews(contents.size() - m_submenuViews.size(), m_submenuViews.empty());
     }
     for (std::size_t i = 0; i < contents.size(); ++i) {
-        // A row stays with its disk when another one went: what it counted is that disk's.
+        // When another disk went, a row stays with its own one, whose trash it counted.
         const auto first = m_submenuViews.begin() + static_cast<std::ptrdiff_t>(i);
         const auto own = std::find_if(first, m_submenuViews.end(), [&](const DiskRow& row) {
             return isRowOf(row, contents[i]);
@@ -176,7 +176,7 @@ void QVKestrin::rebuildRows() {
     }
 }
 
-/// None without a submenu.
+/// Empty when there is no submenu.
 std::vector<QVKestrin::RowContent> QVKestrin::rowContents() const {
     std::vector<RowContent> rows;
     if (m_services.trashes.trashes().size() < 2) return rows;
@@ -252,7 +252,7 @@ void QVKestrin::setRow(DiskRow& row, const RowContent& content, int menuItemTag)
     row.view->gatherIfNeeded();  // a host that draws the menu itself never shows the row
 }
 
-/// The row may be on the stack: its own action asks the question during which its disk goes.
+/// The row may still be on the stack: its disk can go during the question that its own action asks.
 void QVKestrin::dropRow(DiskRow row) {
     m_subTrashMenu->removeAction(row.action.get());
     row.action.release()->deleteLater();
@@ -314,7 +314,7 @@ void QVKestrin::updateStatusItem() {
     m_statusItem->setToolTip(statusText());
 }
 
-/// None before all rows have counted.
+/// None until all rows have counted.
 std::optional<TrashFigures> QVKestrin::figuresOfRows() const {
     if (m_submenuViews.empty() || m_rowsAreStale) return std::nullopt;
     TrashFigures sum;
@@ -325,8 +325,8 @@ std::optional<TrashFigures> QVKestrin::figuresOfRows() const {
     return sum;
 }
 
-/// "3 trashes, 1,204 items, 3.40 GB"; without the figures that have not been counted. Volumes that
-/// do not answer are named below.
+/// A text such as "3 trashes, 1,204 items, 3.40 GB", without figures that have not been counted.
+/// Volumes that do not answer are named below it.
 QString QVKestrin::statusText() const {
     QString text = figuresText();
     for (const ListedVolume& volume : m_services.trashes.volumes()) {

@@ -14,12 +14,13 @@
 
 namespace kestrin {
 
-/// Starts a one-shot timer; it is cancelled by letting the result go, also from its own call.
+/// Starts a one-shot timer. Destroying the result cancels it, which its own call may do as well.
 using TimerFactory =
     std::function<std::unique_ptr<QObject>(std::chrono::milliseconds, std::function<void()>)>;
 
-/// Counts in the background, a moment after the last change: a file manager that throws away a
-/// thousand files is not followed file by file. Main thread; needs the main thread's mailbox.
+/// Counts in the background, a moment after the last change, so that a file manager that throws
+/// away a thousand files is not followed file by file. Main thread; needs the main thread's
+/// mailbox.
 class TrashTotals {
  public:
     TrashTotals(TrashCount::Counter counter, TimerFactory startTimer);
@@ -27,16 +28,16 @@ class TrashTotals {
     TrashTotals(const TrashTotals&) = delete;
     TrashTotals& operator=(const TrashTotals&) = delete;
 
-    /// What to call when figures have arrived.
+    /// Sets what is called when figures have arrived.
     void setChangeHandler(std::function<void()> changed) { m_changed = std::move(changed); }
 
-    /// Sees to it that the figures of these trashes are known some time: nothing when they are, or
-    /// will be.
+    /// Begins to count these trashes. Does nothing when their figures are known or being counted.
     void want(std::vector<FileUrl> trashes);
-    /// The trashes changed. What is known or under way is forgotten, until wanted again.
+    /// Forgets what is known and calls off what is under way, since the trashes changed. They are
+    /// counted again when they are wanted again.
     void forget();
 
-    /// None before the count is over.
+    /// None until the count is over.
     std::optional<TrashFigures> figures() const;
 
  private:
@@ -45,7 +46,7 @@ class TrashTotals {
     const TrashCount::Counter m_counter;
     const TimerFactory m_startTimer;
     std::function<void()> m_changed;
-    std::optional<std::vector<FileUrl>> m_trashes;  ///< none: not wanted
+    std::optional<std::vector<FileUrl>> m_trashes;  ///< none when nothing is wanted
     std::unique_ptr<QObject> m_delay;
     std::shared_ptr<TrashCount> m_count;
 };

@@ -33,7 +33,7 @@ std::unique_ptr<QCoreApplication> startQuietly(int& argc, char** argv) {
     return application;
 }
 
-/// Ends the process without taking anything down: work in the background may still be in use of it.
+/// Ends the process without destroying anything: work in the background may still use it.
 [[noreturn]] void leave(int status) {
     std::fflush(nullptr);
     ::_exit(status);
@@ -47,8 +47,8 @@ bool hasDisplay() {
     return false;
 }
 
-/// What the words ask of the program in the status area, "" for its start; none when they are for
-/// the terminal.
+/// What the words ask of the program in the status area, or "" when they only start it; none when
+/// they are a command of the terminal.
 std::optional<std::string> programAction(const std::vector<std::string>& words) {
     if (words.size() > 1 || !hasDisplay()) return std::nullopt;
     if (words.empty()) return "";
@@ -56,7 +56,7 @@ std::optional<std::string> programAction(const std::vector<std::string>& words) 
     return std::nullopt;
 }
 
-/// Does not return when the program could be loaded.
+/// Runs the program in the status area. Returns only when it could not be loaded.
 void runProgram(int& argc, char** argv, const std::string& action) {
     void* const library = ::dlopen("libkestrin_app.so", RTLD_NOW | RTLD_LOCAL);
     void* const entry = library ? ::dlsym(library, "kestrinRunProgram") : nullptr;
@@ -77,11 +77,11 @@ extern "C" const char* __tsan_default_options() {
 #endif
 
 int main(int argc, char** argv) {
-    // Before QCoreApplication, which takes options of its own out of the list.
+    // The words are read before QCoreApplication takes options of its own out of the list.
     const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
     if (const auto action = programAction(words)) runProgram(argc, argv, *action);
     const std::unique_ptr<QCoreApplication> application = startQuietly(argc, argv);
-    // A terminal is told what went wrong; QT_LOGGING_RULES brings the rest back.
+    // On a terminal only what went wrong is shown; QT_LOGGING_RULES brings the rest back.
     QLoggingCategory::setFilterRules(QStringLiteral("kestrin.*.info=false"));
     const kestrin::MainThread mainThread;
     kestrin::CommandLine commandLine;
