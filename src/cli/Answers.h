@@ -18,8 +18,8 @@ struct RefusedAnswer {
     friend bool operator==(const RefusedAnswer&, const RefusedAnswer&) = default;
 };
 
-/// "s" or "skip", "e" or "erase", with "all" behind it or not, in any case and with blanks or not;
-/// none for anything else.
+/// Reads "s" or "skip", "e" or "erase", each with or without "all" behind it. Case and blanks do
+/// not matter. None for anything else.
 std::optional<RefusedAnswer> refusedAnswer(std::string_view line);
 
 }  // namespace kestrin

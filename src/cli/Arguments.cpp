@@ -34,7 +34,7 @@ constexpr unsigned bit(Command command) {
 constexpr unsigned kErasing = bit(Command::Empty) | bit(Command::Erase);
 constexpr unsigned kEverything = ~0U;
 
-/// Stores an option; `value` is empty for one that takes none. False: the value is not known.
+/// Stores an option; `value` is empty for one that takes none. False when the value is not known.
 using Store = bool (*)(Arguments& arguments, std::string_view value);
 
 struct OptionTraits {
@@ -217,7 +217,7 @@ ParsedArguments readHelp(const std::vector<std::string>& words) {
     return parsed;
 }
 
-/// Options of the program in the status area, which takes them itself where it can be shown.
+/// Options of the program in the status area. They get here only where that cannot be shown.
 UsageError refuseWithoutDesktop(const std::vector<std::string>& words) {
     if (words.size() > 1) return {"cli_too_many_operands"_key, {words[1]}, {}};
     return {"cli_needs_desktop"_key, {words[0]}, {}};

@@ -23,7 +23,8 @@ enum class SortOrder {
 /// A command with its options. Options that a command does not know keep their defaults.
 struct Arguments {
     Command command = Command::Help;
-    std::optional<Command> helpTopic{};   ///< help: about which command; none: about all
+    std::optional<Command>
+        helpTopic{};  ///< the command that help is wanted about; none for all of them
     std::vector<std::string> operands{};  ///< exact bytes, none of them empty
     bool json = false;
     bool yes = false;     ///< no confirmation
@@ -44,9 +45,9 @@ struct UsageError {
 
 using ParsedArguments = std::variant<Arguments, UsageError>;
 
-/// Reads the words behind the program's name. Options may stand before and after operands; "--"
-/// ends them; a value follows its option after "=" or as the next word; of a repeated option the
-/// last counts. A request for help wins over everything that comes after it.
+/// Reads the words behind the program's name. Options may stand before and after operands, and "--"
+/// ends them. A value follows its option after "=" or as the next word. When an option is repeated,
+/// the last one counts. A request for help wins over everything that comes after it.
 ParsedArguments parseArguments(const std::vector<std::string>& words);
 
 /// The word that calls a command.

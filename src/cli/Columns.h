@@ -20,7 +20,7 @@ struct Column {
     bool alignsRight = false;
 };
 
-/// The cells in their columns, two blanks between; nothing behind the last text.
+/// The cells in their columns, with two blanks between them and nothing behind the last text.
 QString rowText(const QStringList& cells, const std::vector<Column>& columns);
 
 /// The rows below each other, each column as wide as its widest text.

@@ -36,7 +36,7 @@ std::string_view helpKey(const std::optional<Command>& topic) {
     return "cli_help"_key;
 }
 
-/// "kestrin help list".
+/// The words that ask for the help page, such as "kestrin help list".
 QString helpCommand(const std::optional<Command>& topic) {
     const QString help = QStringLiteral("kestrin help");
     if (!topic) return help;
@@ -51,7 +51,7 @@ CommandLine::CommandLine() : m_console(stdout, StringTable::sharedControl()) {}
 CommandLine::~CommandLine() = default;
 
 int CommandLine::run(const std::vector<std::string>& words) {
-    // A reader that goes away shows as a failed write.
+    // A reader that goes away is then seen as a failed write.
     std::signal(SIGPIPE, SIG_IGN);
     const ParsedArguments parsed = parseArguments(words);
     if (const auto* const error = std::get_if<UsageError>(&parsed)) return refuse(*error);
@@ -107,7 +107,7 @@ EraseSession& CommandLine::session(const Arguments& arguments) {
     return *m_session;
 }
 
-/// Output that did not all go out makes a success a failure.
+/// The status of the command, or a failure when not all of its output went out.
 int CommandLine::statusAfterOutput(int status) {
     m_console.output().flush();
     const int failure = m_console.output().failure();

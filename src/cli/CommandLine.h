@@ -14,8 +14,9 @@ struct Arguments;
 struct UsageError;
 class EraseSession;
 
-/// Main thread; needs a QCoreApplication and the main thread's mailbox. After a run it must live
-/// until the process ends: work in the background may still be using it.
+/// Runs the commands of the terminal. Main thread; needs a QCoreApplication and the main thread's
+/// mailbox. After a run it must live until the process ends: work in the background may still be
+/// using it.
 class CommandLine {
  public:
     CommandLine();
@@ -23,9 +24,10 @@ class CommandLine {
     CommandLine(const CommandLine&) = delete;
     CommandLine& operator=(const CommandLine&) = delete;
 
-    /// Runs the command that the words behind the program's name make. Exit status: 0 done, and all
-    /// that was to be erased is gone; 1 something stayed or could not be read or written; 2 usage
-    /// error, or no terminal to ask on; 3 declined or stopped.
+    /// Runs the command that the words behind the program's name make, and returns the exit status:
+    /// 0 when it is done, and all that was to be erased is gone; 1 when something stayed or could
+    /// not be read or written, or a volume does not answer; 2 for a usage error, or without a
+    /// terminal to ask on; 3 when the user declined or stopped it.
     int run(const std::vector<std::string>& words);
 
  private:

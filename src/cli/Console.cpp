@@ -12,7 +12,7 @@ QString Console::text(std::string_view key, const QStringList& arguments, long l
     return StringTable::filled(m_texts.text(key, StringTable::Table::Default, count), arguments);
 }
 
-// The shared formatter is made at the first number that a person is to read: JSON needs none.
+// The shared formatter is made for the first number that a person is to read; JSON never needs it.
 QString Console::number(std::uint64_t value) const {
     return QVNumberUtilities::sharedControl().numberToFormatString(static_cast<double>(value));
 }

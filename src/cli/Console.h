@@ -32,7 +32,7 @@ class Console {
     QString number(std::uint64_t value) const;
     QString size(std::uint64_t bytes) const;
 
-    /// "kestrin: " and the text, a line on standard error.
+    /// Writes "kestrin: " and the text as a line on standard error.
     void complain(const QString& text);
 
  private:

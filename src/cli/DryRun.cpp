@@ -32,7 +32,8 @@ namespace {
 constexpr int kSizeWidth = 12;
 constexpr int kCountWidth = 11;
 
-/// What would become of every entry, as the erase's own decisions say. No question is put.
+/// Finds out what would become of every entry, by the decisions of the erase itself. No question is
+/// put.
 class Forecast final : public RemovalPolicy, public RemovalItems {
  public:
     Forecast(const ItemsToErase& items, const EraseRequest& request, std::stop_token stop)
@@ -78,7 +79,7 @@ class Forecast final : public RemovalPolicy, public RemovalItems {
     }
     bool shouldStop() const override { return m_stop.stop_requested(); }
 
-    // Once the rehearsal is over:
+    // The following are to be asked once the rehearsal is over.
     EraseResult result() const {
         return {.erasedCount = m_decisions.totItemsDeleted,
                 .erasedSize = m_decisions.totSizeDeleted,

@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
-// What an erase would take, printed instead of done. Changes nothing on disk, writes no log.
+// SPDX-License-Identifier: GPL-3.0-or-later Prints what an erase would take, instead of erasing it.
+// Changes nothing on disk and writes no log.
 #pragma once
 
 #include "base/Result.h"
@@ -11,8 +11,8 @@ struct Arguments;
 class Console;
 class EraseSession;
 
-/// The entries directly inside a trash by name alone: a dry run counts as it goes. A trash that is
-/// not there holds nothing. Errors: as visitFolder. Thread: any.
+/// The names of the entries directly inside a trash, without their sums, since a dry run counts as
+/// it goes. A trash that is not there holds nothing. Errors: as visitFolder. Thread: any.
 Result<ItemsToErase> namesInTrash(const FileUrl& trash);
 
 /// Goes through `items` as an erase would, in one pass, and prints those that would go, with their

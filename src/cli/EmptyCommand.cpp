@@ -24,14 +24,16 @@ namespace {
 
 /// What is in the trashes at this moment.
 struct Survey {
-    std::vector<TrashLocation> trashes;  ///< those that can be read; empty means without any entry
+    std::vector<TrashLocation>
+        trashes;  ///< those that can be read; `trashIsEmpty` means that there is no entry at all
     std::vector<UnreadableTrash> unreadable;
-    TrashFigures figures;      ///< when they were counted
-    SharedItemsToErase items;  ///< when they were named or counted; else empty
+    TrashFigures figures;      ///< all zero unless the trashes were counted
+    SharedItemsToErase items;  ///< empty unless the entries were named or counted
 };
 
-/// Asks of each trash only whether it holds anything, or names what is in it. Hidden entries count:
-/// the exit status promises that the trash is empty afterwards.
+/// Asks each trash whether it holds anything, or for the names of all that it holds when
+/// `namesEntries`. Hidden entries count: the exit status promises that the trash is empty
+/// afterwards.
 Survey surveyOf(const std::vector<TrashLocation>& trashes, bool namesEntries) {
     Survey survey;
     ItemsToErase all;
@@ -55,7 +57,7 @@ Survey surveyOf(const std::vector<TrashLocation>& trashes, bool namesEntries) {
     return survey;
 }
 
-/// The same with what the trashes hold together.
+/// The same survey with the entries and the sums of all that the trashes hold.
 Survey countedSurveyOf(const std::vector<TrashLocation>& trashes, const std::stop_token& stop) {
     std::vector<FileUrl> urls;
     for (const TrashLocation& location : trashes)
@@ -110,7 +112,7 @@ int EmptyRun::run() {
         complainOfTrash(m_console, trash, error);
     m_isComplete = m_chosen.isComplete && m_survey.unreadable.empty();
     if (m_arguments.dryRun) {
-        // Of a trash that could not be read nobody knows whether it is empty.
+        // Nobody knows whether a trash that could not be read is empty.
         const bool saysNothing = m_survey.items->empty() && !m_isComplete && !m_arguments.json;
         return status(
             saysNothing ? 0 : reportDryRun(*m_survey.items, m_arguments, m_console, m_session));
@@ -152,7 +154,7 @@ EraseRequest EmptyRun::requestForOne() const {
     return request;
 }
 
-/// Nothing to ask about and nothing to log; the engine still removes records without data.
+/// Nothing is asked and nothing is logged, but the engine still removes records without data.
 int EmptyRun::tidyUp() {
     EraseRequest request = requestForAll();
     request.confirmed = true;

@@ -61,7 +61,7 @@ std::string localTimeText(const std::optional<std::int64_t>& seconds, char separ
     const std::time_t time = *seconds;
     std::tm parts{};
     if (::localtime_r(&time, &parts) == nullptr) return {};
-    // Not strftime, which writes years before 1000 with fewer digits than ISO 8601 has.
+    // This is not strftime, which writes years before 1000 with fewer digits than ISO 8601 has.
     std::array<char, 96> text{};
     std::snprintf(text.data(), text.size(), "%04d-%02d-%02d%c%02d:%02d:%02d", 1900 + parts.tm_year,
                   1 + parts.tm_mon, parts.tm_mday, separator, parts.tm_hour, parts.tm_min,

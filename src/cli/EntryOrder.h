@@ -19,7 +19,7 @@ struct ShownEntry {
     std::optional<std::int64_t> deletionDate;  ///< seconds since 1970 UTC; filled in to sort by it
 };
 
-/// Puts entries in order; those alike are in the order of their names.
+/// Puts entries in order. Entries that are alike in it are ordered by their names.
 void sortEntries(std::vector<ShownEntry>& entries, SortOrder order);
 
 /// Seconds since 1970 UTC as local time, "2026-11-21T02:26:42" with 'T' as separator; empty for

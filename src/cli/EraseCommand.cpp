@@ -41,7 +41,8 @@ std::optional<QVItemToErase> entryNamed(const std::string& operand, Console& con
                          .identity = entry->identity};
 }
 
-/// All entries named, each once; none after a complaint for each operand that is refused.
+/// The entries that the operands name, each once. None after a complaint for each operand that is
+/// refused.
 std::optional<ItemsToErase> entriesNamed(const std::vector<std::string>& operands,
                                          Console& console) {
     ItemsToErase entries;

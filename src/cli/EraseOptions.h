@@ -14,15 +14,15 @@ class EraseSession;
 
 inline constexpr int kStatusUsageError = 2;
 
-/// Gives the session of this process; called once everything typed has proved right.
+/// Gives the session of this process. It is called once everything typed has proved right.
 using SessionMaker = std::function<EraseSession&()>;
 
-/// Whether the command may begin: confirmed, harmless, or there is a terminal to ask on. False
-/// after a complaint.
+/// Whether the command may begin, because it is confirmed or harmless, or there is a terminal to
+/// ask on. False after a complaint.
 bool mayBegin(const Arguments& arguments, Console& console);
 
-/// A request with the options typed; what is to be erased is still to be filled in. Without a
-/// terminal what should be asked about is skipped.
+/// A request with the options that were typed; the caller fills in what is to be erased. Without a
+/// terminal, entries that should be asked about are skipped.
 EraseRequest requestWithOptions(const Arguments& arguments, const Console& console);
 
 }  // namespace kestrin

@@ -18,7 +18,7 @@ namespace kestrin {
 
 namespace {
 
-/// More than these are counted only; JSON has them all.
+/// How many entries are named; further ones are only counted. JSON has them all.
 constexpr std::size_t kMostNamed = 20;
 
 /// Whether one of `paths` is `item` or lies below it.
@@ -81,7 +81,7 @@ int exitStatus(const EraseResult& result) {
 }  // namespace
 
 void addWhatIsStillThere(EraseResult& result, const ItemsToErase& items, const Console& console) {
-    // A stopped erase left the rest on purpose, and one that never began left all.
+    // An erase that was stopped left the rest on purpose, and one that never began left everything.
     if (result.wasStopped || result.end != EraseResult::End::Finished) return;
     std::set<std::string> paths;
     for (const StayedEntry& entry : result.stayed)

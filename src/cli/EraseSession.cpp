@@ -86,7 +86,7 @@ Observation EraseSession::observeEnd() {
                                                        });
 }
 
-/// The answer to a smart erase is told on a background thread.
+/// The answer to a smart erase comes on a background thread.
 Observation EraseSession::observeResponse() {
     return NotificationCenter::defaultCenter().observe(
         EraseNotification::kWaitForResponse, [this](const Notification& notification) {
@@ -135,7 +135,7 @@ EraseResult EraseSession::finished() const {
 void EraseSession::stop() {
     m_wasStopped = true;
     m_backgroundStop.request_stop();
-    // Before an open question ends: no further one must follow.
+    // The engine is stopped before an open question ends, so that no further one follows.
     if (m_engine) m_engine->stop();
     MainThread::post([this] {
         m_loop.quit();

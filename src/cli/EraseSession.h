@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
-// One run of the erase engine from a terminal: its services, its event loop, Ctrl-C as Stop.
+// SPDX-License-Identifier: GPL-3.0-or-later One run of the erase engine from a terminal, with its
+// services, its event loop, and Ctrl-C as Stop.
 #pragma once
 
 #include <QEventLoop>
@@ -36,24 +36,24 @@ struct EraseResult {
     SharedItemsToErase itemsToErase{};  ///< those that the engine worked on; may be nullptr
     QString startProblem{};
     QStringList problems{};  ///< what else went wrong, a sentence each
-    bool gaveUp = false;     ///< for want of memory or of a thread
+    bool gaveUp = false;     ///< memory or a thread could not be had
 };
 
-/// Main thread. Must live until the process ends: the engine's work in the background may still be
-/// coming to its end when the result is known.
+/// Runs the engine in a terminal. Main thread. It must live until the process ends: the engine's
+/// work in the background may still be coming to its end when the result is known.
 class EraseSession {
  public:
-    /// Begins to hear signals. `showsProgress` false keeps the progress line away.
+    /// Begins to hear signals. Without `showsProgress` there is no progress line.
     EraseSession(Console& console, bool showsProgress);
     EraseSession(const EraseSession&) = delete;
     EraseSession& operator=(const EraseSession&) = delete;
 
-    /// Runs `work` on a thread of its own while signals are served, and waits for it. False when
-    /// the user stopped meanwhile: `work` was told by its token.
+    /// Runs `work` on a thread of its own and serves signals until it is done. False when the user
+    /// stopped meanwhile; the token tells `work` of that.
     bool runInBackground(const std::function<void(std::stop_token)>& work);
 
-    /// Asks, erases and waits for the end. `items` as for the engine: nullptr for those that its
-    /// own count gathers.
+    /// Asks, erases and waits for the end. `items` are those to erase; with nullptr the engine
+    /// takes those that its own count gathers.
     EraseResult erase(const EraseRequest& request, const SharedItemsToErase& items);
 
  private:

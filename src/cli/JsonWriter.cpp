@@ -75,7 +75,7 @@ void appendAscii(std::string& json, char character) {
     }
 }
 
-/// U+0080 to U+009F: some terminals take these for commands.
+/// Whether the sequence is one of U+0080 to U+009F, which some terminals take for commands.
 bool isHighControl(std::string_view sequence) {
     return sequence[0] == '\xC2' && static_cast<unsigned char>(sequence[1]) < 0xA0;
 }
@@ -158,7 +158,7 @@ void JsonWriter::end(char bracket) {
     if (m_levels.empty()) m_output.write("\n");
 }
 
-/// What stands between the value to come and the one before.
+/// Writes what separates the value to come from the one before.
 void JsonWriter::separate() {
     if (m_afterKey || m_levels.empty()) {
         m_afterKey = false;

@@ -13,8 +13,9 @@ namespace kestrin {
 
 class Output;
 
-/// Writes one JSON value (RFC 8259), always valid UTF-8. Elements of the outermost array stand on
-/// lines of their own. Requires: calls that make a value: in an object a key before each value.
+/// Writes one JSON value (RFC 8259), always in valid UTF-8. Elements of the outermost array stand
+/// on lines of their own. Requires: the calls together make one value, and in an object each value
+/// follows its key.
 class JsonWriter {
  public:
     explicit JsonWriter(Output& output) : m_output(output) {}
@@ -27,11 +28,11 @@ class JsonWriter {
     void endObject() { end('}'); }
     void key(std::string_view name);
 
-    /// Bytes as a string; each byte that is not UTF-8 becomes U+FFFD. Control characters are
+    /// Writes bytes as a string. Each byte that is not UTF-8 becomes U+FFFD. Control characters are
     /// escaped, those above U+007F too, so that a terminal never obeys one.
     void string(std::string_view bytes);
     void string(const QString& text) { string(std::string_view(text.toStdString())); }
-    /// The string, or null.
+    /// Writes the bytes as a string, or null.
     void stringOrNull(const std::optional<std::string>& bytes);
     void number(std::uint64_t value);
     void boolean(bool value);

@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
-// The program's standard output: bytes in, and in the end whether they all went out.
+// SPDX-License-Identifier: GPL-3.0-or-later The program's standard output. It takes bytes, and
+// tells in the end whether all of them went out.
 #pragma once
 
 #include <QString>
@@ -17,7 +17,7 @@ class Output {
     Output& operator=(const Output&) = delete;
 
     void write(std::string_view bytes);
-    /// The text in UTF-8 and a line feed.
+    /// Writes the text in UTF-8 and a line feed.
     void line(const QString& text);
     /// Hands on what is buffered.
     void flush();

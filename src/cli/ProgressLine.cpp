@@ -16,7 +16,7 @@ constexpr std::chrono::seconds kRateWindow{3};
 constexpr std::chrono::milliseconds kShortestRateTime{500};
 
 QString percentText(double percent) {
-    // Cut, not rounded: 100 % means that all is done.
+    // The figure is cut and not rounded, since 100 % means that all is done.
     const int whole = static_cast<int>(std::floor(percent));
     return QStringLiteral("%1%").arg(whole, 3);
 }
@@ -26,7 +26,7 @@ QString barText(double percent, int cells) {
     return u'[' + QString(filled, u'#') + QString(cells - filled, u'-') + u']';
 }
 
-/// `beginning` and as many of the figures as fit.
+/// The line of `beginning` and as many of the figures as fit.
 QString withFigures(QString beginning, const QStringList& figures, int width) {
     for (const QString& figure : figures) {
         if (figure.isEmpty()) continue;

@@ -11,13 +11,13 @@
 
 namespace kestrin {
 
-/// Bytes a second, over the last three seconds.
+/// Measures bytes a second over the last three seconds.
 class RateMeter {
  public:
     using Clock = std::chrono::steady_clock;
 
     void add(Clock::time_point now, std::uint64_t totalBytes);
-    /// None before there is half a second to judge by.
+    /// None until there is half a second to judge by.
     std::optional<std::uint64_t> bytesPerSecond() const;
 
  private:

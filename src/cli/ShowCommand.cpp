@@ -22,7 +22,7 @@ namespace kestrin {
 
 namespace {
 
-/// Longer names push the rest of their line to the right.
+/// The width of the column of names. Longer names push the rest of their line to the right.
 constexpr int kWidestName = 40;
 constexpr int kSizeWidth = 12;
 constexpr int kDateWidth = 19;
@@ -177,7 +177,7 @@ int runShow(const Arguments& arguments, Console& console) {
         if (!listing.add(location)) allRead = false;
     }
     listing.sort(arguments.sort);
-    // Empty is said of what could be read only.
+    // Only trashes that could be read are said to be empty.
     if (arguments.json) {
         listing.writeJson();
     } else if (allRead || !listing.isEmpty()) {

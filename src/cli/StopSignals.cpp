@@ -10,7 +10,7 @@ namespace kestrin {
 namespace {
 
 [[noreturn]] void endAtOnce(int) {
-    // Leaves the line of the progress or of a prompt behind for the shell's own prompt.
+    // The shell's own prompt is to stand below the line of the progress or of a prompt.
     if (::isatty(STDERR_FILENO) == 1) {
         [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, "\n", 1);
     }

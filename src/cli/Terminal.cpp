@@ -18,7 +18,7 @@ namespace kestrin {
 
 namespace {
 
-/// Standard error may be gone or full: there is nobody to tell.
+/// Standard error may be gone or full; then there is nobody to tell.
 void writeLine(int descriptor, const QString& text) {
     writeAll(descriptor, (text + u'\n').toStdString());
 }
@@ -69,11 +69,11 @@ void Terminal::holdStatus(bool holds) {
 
 void Terminal::showStatus(const QString& text) {
     if (m_holdsStatus) return;
-    // The last cell stays free: terminals differ in whether filling it wraps the line.
+    // The last cell stays free, since terminals differ in whether filling it wraps the line.
     const QString fitted = fittedToWidth(text, width() - 1);
     if (fitted == m_status) return;
     const int cells = displayWidth(fitted);
-    // Blanks instead of an escape sequence: every terminal knows them.
+    // Blanks clear the line, and no escape sequence does: every terminal knows blanks.
     const QString rest(std::max(0, m_statusWidth - cells), u' ');
     writeAll(STDERR_FILENO, (u'\r' + fitted + rest).toStdString());
     m_status = fitted;

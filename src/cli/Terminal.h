@@ -25,7 +25,7 @@ class Terminal {
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
 
-    /// Standard output is taken (by JSON): it is no place for prompts.
+    /// Puts no prompts on standard output, which JSON takes.
     void keepOffStandardOutput() { m_mayUseOutput = false; }
     /// Whether questions can be put: standard input is a terminal, and so is a place for prompts.
     bool canAsk() const;
@@ -36,23 +36,23 @@ class Terminal {
 
     /// Writes a line to standard error.
     void message(const QString& text);
-    /// Writes a line where the prompts stand, and the open prompt again below it.
+    /// Writes a line where the prompts stand, and then the open prompt once more.
     void promptMessage(const QString& text);
 
     /// Replaces the status line. Requires: hasStatusLine().
     void showStatus(const QString& text);
     void clearStatus();
-    /// While it is held, the status line stays away: the last line belongs to another.
+    /// Hides the status line while it is held, because the last line belongs to somebody else.
     void holdStatus(bool holds);
 
-    /// Writes `prompt` and calls `answered` once, from the event loop, with the line typed; at once
-    /// and without a prompt when there are to be no more questions. Requires: no other question is
+    /// Writes `prompt` and calls `answered` once, from the event loop, with the line typed. After
+    /// endQuestions() it calls `answered` at once, without a prompt. Requires: no other question is
     /// open.
     void ask(const QString& prompt, Answered answered);
     bool isAsking() const { return m_answered != nullptr; }
     /// Ends an open question without an answer.
     void cancelQuestion();
-    /// Ends an open question without an answer, and every later one as it is put.
+    /// Ends an open question without an answer. Every later question is ended at once, too.
     void endQuestions();
     bool hasEndedQuestions() const { return m_hasEndedQuestions; }
 
@@ -70,7 +70,7 @@ class Terminal {
     int m_statusWidth = 0;  ///< cells that the status line covers at this moment
     QString m_status;
     QString m_prompt;
-    std::string m_typed;  ///< of the line that is not complete yet
+    std::string m_typed;  ///< what has come of a line that is not complete yet
     Answered m_answered;
     std::unique_ptr<QSocketNotifier> m_inputNotifier;
 };

@@ -16,7 +16,7 @@ namespace kestrin {
 
 namespace {
 
-/// How long the question waits for the figures, which mostly are there at once.
+/// How long the question waits for the figures, which are mostly there at once.
 constexpr std::chrono::milliseconds kPatience(300);
 
 /// The lines of a text, each fit for a terminal whatever names it holds.

@@ -1,6 +1,5 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
-// Alerts in a terminal: the confirmation and the questions as prompts, everything else as lines on
-// standard error.
+// SPDX-License-Identifier: GPL-3.0-or-later Alerts in a terminal. The confirmation and the
+// questions are prompts; everything else is lines on standard error.
 #pragma once
 
 #include <QString>
@@ -13,8 +12,9 @@ namespace kestrin {
 
 class Console;
 
-/// Whatever ends a prompt without an answer (end of input, Ctrl-C, no terminal) is the answer that
-/// the alert's model names; to a question about an entry it holds for all entries.
+/// When a prompt ends without an answer (end of input, Ctrl-C, no terminal), the answer is the one
+/// that the alert's model names for this; for a question about an entry it then holds for all
+/// entries.
 class TerminalAlertPanel : public AlertPanel {
  public:
     explicit TerminalAlertPanel(Console& console) : m_console(console) {}
@@ -36,7 +36,7 @@ class TerminalAlertPanel : public AlertPanel {
     Console& m_console;
     QString m_sizeLine;
     QTimer m_patience;
-    std::function<void(bool)> m_confirmed;  ///< of a confirmation that waits for its figures
+    std::function<void(bool)> m_confirmed;  ///< set while a confirmation waits for its figures
     bool m_isCounting = false;
     bool m_isPrompting = false;
     bool m_suppressionIsOn = false;

@@ -20,8 +20,8 @@ QString errorText(std::string_view key) {
     return StringTable::sharedControl().text(key, StringTable::Table::Errors);
 }
 
-/// Keeps the status line off the place where the password is typed, from the command to the first
-/// that the helper says.
+/// Keeps the status line off the place where the password is typed, from the command until the
+/// helper first answers.
 class QuietDelegate final : public HelperDelegate {
  public:
     QuietDelegate(HelperDelegate& delegate, Terminal& terminal)

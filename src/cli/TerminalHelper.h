@@ -12,8 +12,8 @@ class Console;
 class HelperLibrary;
 class QVErrorDelegate;
 
-/// Finds out about the helper, and loads what it takes to talk to it, when an entry needs it first:
-/// before that a command has no part in any bus. Must outlive the erase.
+/// Finds out about the helper, and loads what it takes to talk to it, as soon as an entry needs it.
+/// Until then a command has no part in any bus. Must outlive the erase.
 class TerminalHelper {
  public:
     TerminalHelper(Console& console, QVErrorDelegate& presenter)
@@ -21,8 +21,8 @@ class TerminalHelper {
     TerminalHelper(const TerminalHelper&) = delete;
     TerminalHelper& operator=(const TerminalHelper&) = delete;
 
-    /// For the engine. When the helper cannot be used, a line on the terminal says why. With a
-    /// terminal to ask on, the password can be typed there.
+    /// The engine's access to the helper. When the helper cannot be used, a line on the terminal
+    /// says why. Where the terminal can ask, the password can be typed there.
     HelperAccess access();
 
  private:

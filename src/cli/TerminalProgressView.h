@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
-// The progress of an erase as the terminal's status line; nothing where there is none.
+// SPDX-License-Identifier: GPL-3.0-or-later The progress of an erase as the terminal's status line.
+// Where there is no status line, nothing is shown.
 #pragma once
 
 #include <QStringList>
@@ -15,7 +15,7 @@ class Console;
 /// Main thread.
 class TerminalProgressView : public ProgressView {
  public:
-    /// `isVisible` false keeps the line away altogether.
+    /// Without `isVisible` nothing is ever shown.
     TerminalProgressView(Console& console, bool isVisible);
 
     void show(const ProgressState& state) override;

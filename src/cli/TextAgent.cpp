@@ -41,7 +41,8 @@ TextAgent::~TextAgent() {
         m_agent.terminate();
         if (!m_agent.waitForFinished(kEndPatience)) m_agent.kill();
     }
-    // It may have been asking, with the echo off. A process in the background would be stopped.
+    // The agent may have been asking, with the echo off. Setting the terminal would stop a process
+    // in the background.
     if (m_settings && ::tcgetpgrp(STDIN_FILENO) == ::getpgrp())
         ::tcsetattr(STDIN_FILENO, TCSANOW, &*m_settings);
 }
@@ -49,7 +50,7 @@ TextAgent::~TextAgent() {
 void TextAgent::start(int notifyDescriptor) {
     const QString program = QStandardPaths::findExecutable(QStringLiteral("pkttyagent"));
     if (program.isEmpty()) return;
-    // It speaks to the terminal itself; its complaints are of no use to the user.
+    // The agent speaks to the terminal itself; its complaints are of no use to the user.
     m_agent.setInputChannelMode(QProcess::ForwardedInputChannel);
     m_agent.setStandardOutputFile(QProcess::nullDevice());
     m_agent.setStandardErrorFile(QProcess::nullDevice());
@@ -59,14 +60,14 @@ void TextAgent::start(int notifyDescriptor) {
     });
     QStringList words{QStringLiteral("--process"), QString::number(::getpid()),
                       QStringLiteral("--notify-fd"), QString::number(notifyDescriptor)};
-    // Leaves the question to an agent of the desktop's. Outside a session there can be none, and
-    // the policy service would not look at an agent that stands back.
+    // An agent of the desktop goes first. Outside a session there can be none, and the policy
+    // service would not look at an agent that stands back.
     if (qEnvironmentVariableIsSet("XDG_SESSION_ID")) words += QStringLiteral("--fallback");
     m_agent.start(program, words);
     m_agent.waitForStarted();
 }
 
-/// The agent closes its end when it is known, and so does its death.
+/// The agent closes its end of the pipe when it is known, and also when it dies.
 void TextAgent::waitUntilKnown(int notifications) {
     QEventLoop loop;
     QSocketNotifier notifier(notifications, QSocketNotifier::Read);

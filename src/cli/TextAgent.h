@@ -14,7 +14,8 @@ namespace kestrin {
 /// nothing happens. Main thread.
 class TextAgent {
  public:
-    /// Waits until the agent is known to the policy service, a few seconds at most; serves events.
+    /// Waits until the policy service knows the agent, a few seconds at most, and serves events
+    /// meanwhile.
     TextAgent();
     /// Ends it and gives the terminal back as it was.
     ~TextAgent();

@@ -16,17 +16,17 @@ namespace kestrin {
 
 class Console;
 
-/// The mounted volumes and their trashes, those silent that do not answer soon. Main thread; serves
-/// events meanwhile.
+/// The mounted volumes and their trashes. Those that do not answer soon are marked as silent. Main
+/// thread; serves events meanwhile.
 std::vector<ListedVolume> listVolumes();
 
-/// The entries directly inside a trash with what lies below each. Thread: any.
+/// The entries directly inside a trash, each with the sums of what lies below it. Thread: any.
 Result<std::vector<ScannedEntry>> entriesOfTrash(const FileUrl& trash, std::stop_token stop = {});
 
 using EntrySums = TrashFigures;
 
-/// What goes with one entry, itself included; an entry that cannot be looked at counts as one
-/// without bytes. Thread: any.
+/// The sums of one entry and all that goes with it. An entry that cannot be looked at counts as one
+/// entry without bytes. Thread: any.
 EntrySums sumsOfEntry(const FileUrl& entry, std::stop_token stop = {});
 
 /// Tells the user that a trash cannot be read. Main thread.
@@ -35,7 +35,7 @@ void complainOfTrash(Console& console, const FileUrl& trash, const HostError& er
 /// neither is so. Main thread.
 bool complainOfVolume(Console& console, const ListedVolume& volume);
 
-/// "Backup (/media/backup)", fit to be read.
+/// The name and the path of a volume, fit to be read, such as "Backup (/media/backup)".
 QString nameAndPath(const ListedVolume& volume);
 
 }  // namespace kestrin

@@ -21,7 +21,7 @@ using State = ListedVolume::State;
 /// How long the volume behind a path may take to say where links lead.
 constexpr std::chrono::seconds kPatience{2};
 
-/// "Backup (/media/backup), System (/)".
+/// A list of volumes such as "Backup (/media/backup), System (/)".
 QString namesAndPaths(const std::vector<ListedVolume>& volumes) {
     QStringList names;
     for (const ListedVolume& volume : volumes)
@@ -40,7 +40,7 @@ void complainOfOperand(const std::string& operand, const std::vector<std::size_t
     console.complain(console.text(key, {displayName(operand), names}));
 }
 
-/// Indexes of the volumes named, in order and without repetition; none after a complaint.
+/// The indexes of the volumes named, in order and without repetition. None after a complaint.
 std::optional<std::vector<std::size_t>> volumesNamed(const std::vector<std::string>& operands,
                                                      const std::vector<ListedVolume>& volumes,
                                                      Console& console) {
@@ -75,7 +75,7 @@ std::vector<std::size_t> volumesMeantBy(const std::string& operand,
     const auto isListed = [&] {
         return std::ranges::find(volumes, *location, &ListedVolume::url) != volumes.end();
     };
-    // Only where need be: the path may lead to a volume that hangs.
+    // Links are resolved only where this is needed, since the path may lead to a volume that hangs.
     if (location && !isListed()) {
         const auto real = answerWithin<std::optional<FileUrl>>(
             kPatience, [path = *location] { return resolved(path); });
