@@ -7,8 +7,7 @@
 #include <QGuiApplication>
 
 #include "base/StringTable.h"
-#include "platform/desktop/ui/support/LauncherDock.h"
-#include "platform/desktop/ui/support/NotificationService.h"
+#include "platform/desktop/ui/support/FakeDesktop.h"
 #include "platform/desktop/ui/support/PrivateBus.h"
 #include "support/RecordingProgressView.h"
 #include "support/TestEnvironment.h"

@@ -14,30 +14,6 @@
 namespace kestrin {
 namespace {
 
-using Answer = std::optional<std::string>;
-
-/// What a question came to after `keys`; "(open)" when nothing ended it.
-Answer answerTo(Terminal& terminal, const test::PseudoTerminal& user, std::string_view keys) {
-    Answer answer = "(open)";
-    terminal.ask(QStringLiteral("? "), [&](Answer line) { answer = std::move(line); });
-    user.type(keys);
-    test::waitFor([&] { return !terminal.isAsking(); }, 2000);
-    return answer;
-}
-
-TEST(Terminal, AnswersAreLines) {
-    const std::string many(2000, 'x');
-    std::vector<Answer> answers;
-    {
-        const test::PseudoTerminal user;
-        Terminal terminal;
-        for (const std::string& keys :
-             {std::string("yes\n"), std::string("\n"), many + "\n", std::string("\x04")})
-            answers.push_back(answerTo(terminal, user, keys));
-    }
-    EXPECT_EQ(answers, (std::vector<Answer>{"yes", "", many, std::nullopt}));
-}
-
 TEST(Terminal, TheStatusLineIsRewrittenAndWipedOff) {
     std::string printed;
     {
@@ -87,6 +63,7 @@ Shown shownTo(AlertModel::Topic topic, std::string_view keys) {
 using Topic = AlertModel::Topic;
 
 TEST(TerminalAlertPanel, QuestionsTakeSkipOrEraseOnceOrForAll) {
+    const std::string longAnswer = std::string(2000, 's') + "\ne\n";
     const struct {
         Topic topic;
         const char* keys;
@@ -98,6 +75,7 @@ TEST(TerminalAlertPanel, QuestionsTakeSkipOrEraseOnceOrForAll) {
                  {Topic::LockedQuestion, "s\n", kAlertFirstButton, false},
                  {Topic::ForbiddenQuestion, "E\n", kAlertSecondButton, false},
                  {Topic::LockedQuestion, "what?\n\ne all\n", kAlertSecondButton, true},
+                 {Topic::LockedQuestion, longAnswer.c_str(), kAlertSecondButton, false},
                  {Topic::LockedQuestion, "\x04", kAlertFirstButton, true}};  // the end of input
     for (const auto& [topic, keys, button, forAll] : cases) {
         const Shown shown = shownTo(topic, keys);

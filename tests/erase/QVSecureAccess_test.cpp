@@ -1,16 +1,61 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "erase/QVSecureAccess.h"
-
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
 
-#include "erase/support/SecureAccessTest.h"
+#include <cstdlib>
+#include <optional>
+
+#include "base/StringTable.h"
+#include "base/UserDefaults.h"
+#include "erase/HelperBatches.h"
+#include "erase/QVErrorDelegate.h"
+#include "erase/QVSecureAccess.h"
+#include "erase/support/FakeHelper.h"
+#include "platform/desktop/Places.h"
+#include "platform/desktop/ui/support/PrivateBus.h"
+#include "support/ScopedVariable.h"
+#include "support/ScriptedAlertPanel.h"
+#include "support/TestEnvironment.h"
 
 namespace kestrin {
 namespace {
 
 using namespace test;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+
+/// The way to the helper over a bus of the test's own, with nothing but questions at its end.
+class SecureAccessTest : public ::testing::Test {
+ protected:
+    void SetUp() override { KESTRIN_REQUIRE_BUS(); }
+    void TearDown() override { access.reset(); }
+
+    SecureAccessServices services() {
+        return {.texts = texts,
+                .presenter = presenter,
+                .defaults = defaults,
+                .openBus =
+                    [this](const QString& name) {
+                        return QDBusConnection::connectToBus(address(), name);
+                    },
+                .helperFile = FileUrl::fromPath(helperFile)};
+    }
+    static QString address() { return qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"); }
+    QString errorText(std::string_view key) const {
+        return texts.text(key, StringTable::Table::Errors);
+    }
+
+    ScratchFolder scratch;
+    const std::string helperFile = scratch / "helper";
+    std::optional<PrivateBus> bus{std::in_place};
+    StringTable texts{QStringLiteral("en")};
+    ScriptedAlerts alerts;
+    UserDefaults defaults{scratch / "settings.conf"};
+    QVErrorDelegate presenter{alerts.factory(), texts, defaults};
+    std::optional<QVSecureAccess> access;
+};
 
 class RecordingDelegate final : public HelperDelegate {
  public:
@@ -174,6 +219,115 @@ TEST_F(QVSecureAccessTest, StopReachesTheHelperAndNothingMoreBegins) {
     access->authorizedEraseWithDictionary(request());
     ASSERT_TRUE(waitForEnd());
     EXPECT_EQ(helper->commands.size(), 1u) << "who has stopped is not asked for a password";
+}
+
+/// Keeps how many words it was told, and ends as told.
+constexpr char kFakePkexec[] = R"(#!/bin/sh
+cd "${0%/*}"
+echo $# >>calls
+cat >/dev/null
+echo 'first line
+it did not work' >&2
+exit $(cat status)
+)";
+
+class HelperInstallation : public SecureAccessTest {
+ protected:
+    void SetUp() override {
+        SecureAccessTest::SetUp();
+        if (ownHelperTool().isEmpty())
+            GTEST_SKIP() << "the helper was not built, or is out of reach";
+        writeFile(scratch / "bin/pkexec", kFakePkexec);
+        chmod((scratch / "bin/pkexec").c_str(), 0755);
+        access.emplace(services());
+    }
+    /// Offers the helper to a user who answers so, and an administrator whose pkexec ends so.
+    bool offer(int button, int status = 0) {
+        alerts.models.clear();
+        alerts.addAnswer(button);
+        writeFile(scratch / "bin/status", std::to_string(status));
+        return access->installHelperAppIfNeeded();
+    }
+    bool wasRun() const { return exists(scratch / "bin/calls"); }
+
+    const ScopedVariable programs{"PATH", scratch / "bin" + ":" + std::getenv("PATH")};
+};
+
+TEST_F(HelperInstallation, AnyOtherVersionIsRemovedBeforeTheNewOneComes) {
+    EXPECT_TRUE(offer(kAlertFirstButton));
+    EXPECT_EQ(alerts.models.at(0).title, texts.text("install_helper_tool"_key));
+    writeFile(helperFile);
+    FakeHelper helper(address());
+    helper.version += u' ';
+    EXPECT_TRUE(offer(kAlertFirstButton));
+    EXPECT_EQ(alerts.models.at(0).title, texts.text("update_helper_tool"_key));
+    EXPECT_EQ(alerts.models[0].buttons[0], texts.text("update_button"_key));
+    EXPECT_EQ(readFile(scratch / "bin/calls"), "9\n4\n9\n");
+
+    std::filesystem::remove(scratch / "bin/calls");
+    SecureAccessServices ending = services();
+    ending.programEnds = [this] { return wasRun(); };
+    access.emplace(std::move(ending));
+    EXPECT_FALSE(offer(kAlertFirstButton));
+    EXPECT_EQ(readFile(scratch / "bin/calls"), "4\n") << "the program ended during the removal";
+    helper.version.chop(1);
+    EXPECT_TRUE(offer(kAlertSecondButton));
+    EXPECT_EQ(alerts.models.size(), 0u) << "it is current";
+}
+
+TEST_F(HelperInstallation, WhatGoesWrongIsShownUnlessTheUserWantedItSo) {
+    EXPECT_FALSE(offer(kAlertSecondButton));
+    EXPECT_EQ(alerts.models.size(), 1u);
+    EXPECT_FALSE(wasRun());
+    EXPECT_FALSE(offer(kAlertFirstButton, 126));
+    EXPECT_EQ(alerts.models.size(), 1u) << "the password was not entered";
+    EXPECT_FALSE(offer(kAlertFirstButton, 127));
+    EXPECT_EQ(alerts.models.at(1).title, errorText("user_not_authorized"_errorKey));
+    EXPECT_FALSE(offer(kAlertFirstButton, 1));
+    EXPECT_THAT(alerts.models.at(1).title.toStdString(), HasSubstr("it did not work"));
+    std::filesystem::remove(scratch / "bin/pkexec");
+    const ScopedVariable nowhere("PATH", scratch / "bin");
+    EXPECT_FALSE(offer(kAlertFirstButton));
+    EXPECT_EQ(alerts.models.at(1).title, errorText("pkexec_missing"_errorKey));
+}
+
+/// With the longest identities.
+std::vector<HelperItem> paths(char name, int count) {
+    std::vector<HelperItem> list;
+    const std::uint64_t most = ~std::uint64_t{0};
+    for (int i = 0; i < count; ++i)
+        list.push_back({FileUrl::fromPath("/\xff" + std::string(20, name) + std::to_string(i)),
+                        {most - static_cast<unsigned>(i), most, INT64_MIN}});
+    return list;
+}
+
+TEST(HelperBatches, HandOutEveryPathOnceInItsOrderAndWithinTheLimit) {
+    auto request = std::make_shared<HelperRequest>();
+    request->unlockItems = paths('u', 50);
+    request->permissionsItems = paths('p', 70);
+    request->notTrashedBecauseFolderNotEmpty = paths('f', 30);
+    const EraseItems whole = *HelperBatches(request).next(7, 9);
+    EXPECT_EQ(whole.permissionsItems.at(69), request->permissionsItems[69].url.path());
+    for (const std::size_t limit : {1U, 2000U, 4000U}) {
+        HelperBatches batches(request, limit);
+        EraseItems all{.erasedSize = 9, .erasedCount = 7};
+        all.notTrashedBecauseFolderNotEmpty.emplace();
+        int count = 0;
+        for (auto items = batches.next(7, 9); items; items = batches.next(7, 9), ++count) {
+            EXPECT_TRUE(limit == 1 || items->toXml().size() <= limit);
+            const auto add = [](auto& to, const auto& from) {
+                to.insert(to.end(), from.begin(), from.end());
+            };
+            add(all.unlockItems, items->unlockItems);
+            add(all.permissionsItems, items->permissionsItems);
+            add(all.identities, items->identities);
+            add(*all.notTrashedBecauseFolderNotEmpty,
+                items->notTrashedBecauseFolderNotEmpty.value_or(std::vector<std::string>()));
+        }
+        EXPECT_TRUE(batches.isAtEnd());
+        EXPECT_EQ(count == 150, limit == 1) << "one path a command when there is no room";
+        EXPECT_EQ(all, whole);
+    }
 }
 
 }  // namespace

@@ -180,34 +180,6 @@ TEST_F(OnAVolume, TrashThatIsThereAndCannotBeUsedIsNamed) {
     EXPECT_EQ(asked().state, State::NoTrash) << "closed to the user";
 }
 
-TEST_F(OnAVolume, NoOtherVolumeThatHangsIsWaitedFor) {
-    const std::string point = m_scratch / "hanging";
-    const int status = test::runAsRoot(
-        "cd '" + m_scratch.path() + "' && mkdir hanging && truncate -s 4M fat && " +
-        "mkfs.vfat fat >/dev/null && (fusefat -f -o rw+,allow_other fat " + point +
-        " >/dev/null 2>&1 & echo $! > pid); for i in 1 2 3 4 5 6 7 8 9 10; do sleep 0.1; "
-        "grep -q " +
-        point + " /proc/self/mountinfo && exit 0; done; exit 1");
-    if (status != 0) GTEST_SKIP() << "needs FUSE";
-    // Let go on by a process of its own: with a thread that hangs, this one cannot become root.
-    ASSERT_EQ(test::runAsRoot("read pid < '" + (m_scratch / "pid") + "'; kill -STOP $pid; " +
-                              "(sleep 3; kill -CONT $pid) >/dev/null 2>&1 &"),
-              0);
-    TrashListing listing;
-    bool isListed = false;
-    listing.refresh([&] { isListed = true; });
-    ASSERT_TRUE(test::waitFor([&] { return isListed; }));
-    const auto volumeAt = [&](const std::string& path) {
-        return std::ranges::find(listing.volumes(), urlOf(path), &ListedVolume::url);
-    };
-    ASSERT_NE(volumeAt(point), listing.volumes().end());
-    EXPECT_FALSE(volumeAt(point)->answers);
-    EXPECT_TRUE(volumeAt(m_root)->mayBeErased());
-    EXPECT_TRUE(test::waitFor([&] { return volumeAt(point)->mayBeErased(); }))
-        << "the late answer is lost";
-    test::runAsRoot("umount " + point);
-}
-
 TEST(TrashIsEmpty, UnlessANameBeginsWithoutAFullStop) {
     const ScratchFolder scratch;
     const QVFilesUtilities files;
@@ -223,28 +195,28 @@ TEST(TrashIsEmpty, UnlessANameBeginsWithoutAFullStop) {
 }
 
 TEST(EmptyFolder, FollowsTheRunningFlag) {
-    struct Case {
-        const char* name;
-        std::vector<const char*> files;
-        std::vector<const char*> folders;
-        bool isEmpty;
-    };
     const ScratchFolder scratch;
     const QVFilesUtilities files;
-    for (const Case& folder :
-         {Case{"DotFileOnly", {".DS_Store"}, {}, false}, Case{"EmptySubfolder", {}, {"a/b"}, true},
-          Case{"DotFileBesideSubfolder", {".DS_Store"}, {"a", "z"}, true},
-          Case{"DotFileInSubfolder", {"a/.DS_Store"}, {"b"}, false},
-          Case{"HiddenIcon", {".hidden", "MyIcon"}, {}, true},
-          Case{"HiddenOther", {".hidden", "other"}, {"a"}, false},
-          Case{"VisibleIcon", {"Icon"}, {"a"}, false},
-          Case{"FileDeepDown", {"a/b/c/file"}, {"d"}, false}}) {
-        const std::string path = scratch / folder.name;
-        for (const char* inner : folder.folders)
-            test::makeFolder(path + "/" + inner);
-        for (const char* inner : folder.files)
-            test::writeFile(path + "/" + inner, "MyIcon\nother\n");
-        EXPECT_EQ(files.isAnEmptyFolder(urlOf(path)), folder.isEmpty) << folder.name;
+    // Folders end with a slash.
+    using Names = std::vector<std::string>;
+    for (const auto& [names, isEmpty] :
+         {std::pair(Names{"dot-file/.DS_Store"}, false),
+          {Names{"subfolder/a/b/"}, true},
+          {Names{"dot-file-beside-one/.DS_Store", "dot-file-beside-one/a/"}, true},
+          {Names{"dot-file-inside/a/.DS_Store", "dot-file-inside/b/"}, false},
+          {Names{"hidden-icon/.hidden", "hidden-icon/MyIcon"}, true},
+          {Names{"hidden-other/.hidden", "hidden-other/other", "hidden-other/a/"}, false},
+          {Names{"visible-icon/Icon", "visible-icon/a/"}, false},
+          {Names{"deep/a/b/file", "deep/d/"}, false}}) {
+        for (const std::string& name : names) {
+            if (name.ends_with('/')) {
+                test::makeFolder(scratch / name);
+            } else {
+                test::writeFile(scratch / name, "MyIcon\nother\n");
+            }
+        }
+        const std::string folder = names[0].substr(0, names[0].find('/'));
+        EXPECT_EQ(files.isAnEmptyFolder(urlOf(scratch / folder)), isEmpty) << folder;
     }
     test::makeFolder(scratch / "holder/closed");
     ASSERT_EQ(symlink("holder", (scratch / "link").c_str()), 0);

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "erase/ProgressView.h"
@@ -13,11 +14,11 @@ namespace kestrin::test {
 /// What a progress view was told, and the Stop button. Main thread; outlives the views.
 struct ProgressRecord {
     /// Makes views that record here.
-    ProgressViewFactory factory();
+    inline ProgressViewFactory factory();
     /// Presses the Stop button of the view that was made last, or nothing when it has gone.
-    void pressStop();
-
-    bool canBeMade = true;  ///< false: the factory gives nullptr
+    void pressStop() {
+        if (stop) stop();
+    }
 
     std::vector<ProgressState> states;
     std::vector<WindowHandle> parents;  ///< of every opening; nullptr: a free window
@@ -37,5 +38,12 @@ class RecordingProgressView : public ProgressView {
  private:
     ProgressRecord& m_record;
 };
+
+ProgressViewFactory ProgressRecord::factory() {
+    return [this](std::function<void()> stopAction) -> std::unique_ptr<ProgressView> {
+        stop = std::move(stopAction);
+        return std::make_unique<RecordingProgressView>(*this);
+    };
+}
 
 }  // namespace kestrin::test

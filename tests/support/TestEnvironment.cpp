@@ -3,9 +3,7 @@
 
 #include <fcntl.h>
 #include <grp.h>
-#include <linux/fs.h>
 #include <sched.h>
-#include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -147,18 +145,8 @@ void makeFolder(const std::string& path) {
     fs::create_directories(path);
 }
 
-bool makeImmutable(const std::string& path, bool immutable) {
-    const AsRoot root;
-    const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
-    if (fd < 0) return false;
-    int flags = 0;
-    bool done = ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
-    if (done) {
-        flags = immutable ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
-        done = ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
-    }
-    close(fd);
-    return done;
+bool makeImmutable(const std::string& path) {
+    return runAsRoot("chattr +i '" + path + "'") == 0;
 }
 
 int runAsRoot(const std::string& shellCommand) {

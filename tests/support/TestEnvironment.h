@@ -66,8 +66,8 @@ std::string readFile(const std::string& path);
 bool exists(const std::string& path);      ///< of the entry itself, a dangling link too
 void makeFolder(const std::string& path);  ///< with all on the way
 
-/// Sets or clears the immutable attribute, as root; false where the file system has none.
-bool makeImmutable(const std::string& path, bool immutable = true);
+/// Sets the immutable attribute, as root; false where the file system has none.
+bool makeImmutable(const std::string& path);
 
 /// Runs a shell command as root and returns its exit status; its output goes to the test's log.
 int runAsRoot(const std::string& shellCommand);

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/items/FolderWalk.h"
-
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,7 +9,10 @@
 #include <cerrno>
 #include <map>
 
+#include "platform/items/FolderWalk.h"
+#include "platform/items/TreeScanner.h"
 #include "platform/items/UniqueFd.h"
+#include "platform/items/linux/DescriptorCache.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
@@ -19,6 +20,55 @@ namespace {
 
 using namespace test;
 using ::testing::UnorderedElementsAre;
+
+TEST(DescriptorCache, OpensAFolderAgainOnlyWhileItIsTheSame) {
+    const ScratchFolder scratch;
+    makeFolder(scratch / "top/inner");
+    makeFolder(scratch / "other/inner");
+    const UniqueFd root(open(scratch.path().c_str(), O_PATH | O_CLOEXEC));
+    const auto move = [&](const char* from, const char* to) {
+        return rename((scratch / from).c_str(), (scratch / to).c_str()) == 0;
+    };
+    DescriptorCache cache;
+    FolderNode top, inner;
+    top.rootParent = root.get();
+    top.name = "top";
+    inner.parent = &top;
+    inner.name = "inner";
+    ASSERT_TRUE(cache.adopt(top, UniqueFd(openFolderAt(root.get(), "top"))));
+    ASSERT_TRUE(cache.adopt(inner, UniqueFd(openFolderAt(root.get(), "top/inner"))));
+
+    // Only `inner` stays open, and ".." of it leads elsewhere by now.
+    cache.unpin(top);
+    cache.closeIdle();
+    ASSERT_TRUE(move("top/inner", "moved"));
+    const int found = cache.pin(top);
+    struct stat opened {
+    }, expected{};
+    ASSERT_EQ(fstat(found, &opened), 0);
+    ASSERT_EQ(stat((scratch / "top").c_str(), &expected), 0);
+    EXPECT_EQ(opened.st_ino, expected.st_ino);
+    ASSERT_TRUE(move("moved", "top/inner"));
+
+    // Nothing is open, and another folder has the name: of the folder above, then of the folder.
+    const auto isFound = [&] {
+        cache.closeIdle();
+        if (cache.pin(inner) < 0) return errno != ESTALE;
+        cache.unpin(inner);
+        return true;
+    };
+    cache.unpin(top);
+    cache.unpin(inner);
+    EXPECT_TRUE(isFound());
+    ASSERT_TRUE(move("top", "first") && move("other", "top"));
+    EXPECT_FALSE(isFound());
+    ASSERT_TRUE(move("top", "other") && move("first", "top"));
+    EXPECT_TRUE(isFound());
+    ASSERT_TRUE(move("top/inner", "first") && move("other/inner", "top/inner"));
+    EXPECT_FALSE(isFound());
+    cache.close(inner);
+    cache.close(top);
+}
 
 std::vector<std::string> walked(const std::string& folder) {
     std::vector<std::string> seen;
@@ -116,6 +166,58 @@ TEST(FolderWalk, EntersNoMountsAndReportsTheTopAloneWhenItCannotBeRead) {
     EXPECT_THAT(walked(scratch / "disk"), UnorderedElementsAre("inside:1")) << "was asked for";
     EXPECT_THAT(walked(scratch / "closed"),
                 UnorderedElementsAre("error " + std::to_string(kFileReadNoPermission)));
+}
+
+/// "name COUNT SIZE" of each entry.
+std::vector<std::string> scanned(const std::string& folder) {
+    std::vector<std::string> entries;
+    const auto result = scanTree(FileUrl::fromPath(folder), {});
+    for (const ScannedEntry& entry : *result) {
+        entries.push_back(entry.name + (entry.isDirectory ? "/ " : " ") +
+                          std::to_string(entry.count) + " " + std::to_string(entry.size));
+    }
+    return entries;
+}
+
+TEST(TreeScanner, CountsEveryEntryAtEveryDepthOfItsMountWithoutFollowingLinks) {
+    KESTRIN_REQUIRE_MOUNTS();
+    const ScratchFolder scratch;
+    const std::string trash = scratch / "trash";
+    writeFile(scratch / "big", std::string(1000, 'x'));
+    writeFile(trash + "/.hidden", "123");
+    writeFile(trash + "/folder/one", "1");
+    writeFile(trash + "/folder/sub/two", "22");
+    makeFolder(trash + "/empty");
+    makeFolder(trash + "/mounts");
+    ASSERT_EQ(symlink("../..", (trash + "/folder/up").c_str()), 0);
+    ASSERT_EQ(symlink("../big", (trash + "/link").c_str()), 0);
+    ASSERT_EQ(mkfifo((trash + "/fifo").c_str(), 0600), 0);
+    const TestVolume volume(TestVolume::Kind::Tmpfs, trash + "/mounts/disk");
+    ASSERT_TRUE(volume.isMounted());
+    writeFile(trash + "/mounts/disk/elsewhere", "1234");
+    ASSERT_EQ(runAsRoot("cd '" + trash + "' && mkdir -m 700 secret && touch secret/file"), 0);
+
+    EXPECT_THAT(scanned(trash), ::testing::UnorderedElementsAre(
+                                    ".hidden 1 3", "folder/ 5 8", "empty/ 1 0", "mounts/ 2 0",
+                                    "link 1 6", "fifo 1 0", "secret/ 1 0"));
+    EXPECT_EQ(scanTree(FileUrl::fromPath(trash + "/secret"), {}).error().code,
+              kFileReadNoPermission);
+    EXPECT_EQ(scanTree(FileUrl::fromPath(trash + "/link"), {}).error().code, ENOTDIR);
+}
+
+TEST(TreeScanner, ManyEntriesAreCountedOnceAndInTheirOrder) {
+    const ScratchFolder scratch;
+    for (int i = 0; i < 3000; ++i)
+        writeFile(scratch / ("trash/f" + std::to_string(i)), "1");
+    for (int i = 0; i < 300; ++i)
+        writeFile(scratch / ("trash/d/s" + std::to_string(i) + "/x"), "1");
+    const auto first = scanned(scratch / "trash");
+    EXPECT_EQ(first, scanned(scratch / "trash"));
+    EXPECT_EQ(first.size(), 3001u);
+    EXPECT_THAT(first, ::testing::Contains("d/ 601 300"));
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_TRUE(scanTree(FileUrl::fromPath(scratch / "trash"), stop.get_token()));
 }
 
 }  // namespace

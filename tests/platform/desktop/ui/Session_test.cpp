@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/desktop/ui/SingleInstance.h"
-
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <QCoreApplication>
 #include <QDBusMessage>
 #include <QObject>
+#include <QTimer>
 #include <QVariantMap>
 #include <chrono>
+#include <csignal>
 #include <cstring>
 #include <vector>
 
+#include "platform/desktop/ui/SessionEnd.h"
+#include "platform/desktop/ui/SingleInstance.h"
 #include "platform/desktop/ui/support/PrivateBus.h"
 #include "platform/items/UniqueFd.h"
 #include "support/ScopedVariable.h"
@@ -19,6 +22,48 @@
 
 namespace kestrin {
 namespace {
+
+using Reason = SessionEnd::Reason;
+
+class SessionEndTest : public ::testing::Test {
+ protected:
+    std::vector<Reason> m_reasons;
+    std::function<void(Reason)> m_note = [this](Reason reason) { m_reasons.push_back(reason); };
+};
+
+TEST_F(SessionEndTest, ASignalAndTheQuitBehindItAreOneEnd) {
+    const SessionEnd end(m_note);
+    ::raise(SIGTERM);
+    EXPECT_TRUE(m_reasons.empty()) << "called from the event loop, not from the handler";
+    EXPECT_TRUE(test::waitFor([this] { return !m_reasons.empty(); }));
+    QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+    QCoreApplication::exec();
+    EXPECT_EQ(m_reasons, std::vector<Reason>{Reason::Signal});
+}
+
+TEST_F(SessionEndTest, QuittingIsAnEnd) {
+    const SessionEnd end(m_note);
+    QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+    QCoreApplication::exec();
+    EXPECT_EQ(m_reasons, std::vector<Reason>{Reason::Quitting});
+}
+
+TEST_F(SessionEndTest, ASecondSignalEndsTheProcess) {
+    EXPECT_EXIT(
+        {
+            const SessionEnd end(m_note);
+            ::raise(SIGTERM);
+            ::raise(SIGINT);
+        },
+        ::testing::KilledBySignal(SIGINT), "");
+}
+
+TEST_F(SessionEndTest, AnIgnoredHangUpStaysIgnoredAndDefaultsComeBack) {
+    ::signal(SIGHUP, SIG_IGN);
+    { const SessionEnd end(m_note); }
+    EXPECT_EQ(::signal(SIGHUP, SIG_DFL), SIG_IGN);
+    EXPECT_EQ(::signal(SIGTERM, SIG_DFL), SIG_DFL);
+}
 
 using Start = SingleInstance::Start;
 
@@ -150,4 +195,4 @@ TEST(SingleInstance, ALivingBusAndAddressesForTheLibraryStay) {
 }  // namespace
 }  // namespace kestrin
 
-#include "SingleInstance_test.moc"
+#include "Session_test.moc"

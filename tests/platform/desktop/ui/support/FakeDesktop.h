@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A desktop that shows notifications (org.freedesktop.Notifications), on the private bus.
+// What a desktop shows of other programs, on the private bus, which there must be.
 #pragma once
 
 #include <QObject>
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
+#include <vector>
 
 namespace kestrin::test {
 
-/// Shows one notification at a time. Requires: there is a private bus.
+/// A desktop that shows one notification at a time (org.freedesktop.Notifications).
 class NotificationService : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
@@ -31,6 +32,18 @@ class NotificationService : public QObject {
     QStringList texts;  ///< of every notification: "summary|body|actions"
     uint id = 0;        ///< of the last one
     bool isShown = false;
+};
+
+/// A dock that shows progress on the entries of programs.
+class LauncherDock : public QObject {
+    Q_OBJECT
+
+ public:
+    LauncherDock();
+
+    Q_SLOT void update(const QString& address, const QVariantMap& properties);
+
+    std::vector<double> shown;  ///< progress as it changed, 0 to 1; -1: hidden
 };
 
 }  // namespace kestrin::test
