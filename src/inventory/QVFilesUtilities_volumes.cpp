@@ -26,12 +26,12 @@ namespace {
 
 /// How long a volume may take to answer before a listing goes on without it.
 constexpr std::chrono::seconds kVolumePatience{2};
-/// Volumes asked at the same time at most, so that one that hangs does not hold up the others.
+/// How many volumes are asked at the same time, so that one that hangs does not hold up the others.
 constexpr std::size_t kVolumesAskedAtOnce = 8;
 
-/// The answer of each volume to `question`, in their order; none for a volume that does not answer
-/// in time. A question may go on after this returned: it uses nothing but the location it is given
-/// and what lives as long as the process.
+/// The answers of the volumes to `question`, in their order, with none for a volume that does not
+/// answer in time. A question may go on after this returned, so it uses only the location that it
+/// is given and what lives as long as the process.
 template <class Answer>
 std::vector<std::optional<Answer>> askVolumes(const std::vector<FileUrl>& volumes,
                                               Answer (*question)(const FileUrl&)) {
@@ -68,7 +68,7 @@ void logTrashFailure(const HostError& error) {
     qCInfo(lcInventory, "NSTrashDirectory error: %s", error.localizedDescription().c_str());
 }
 
-/// The trash folders on the volume of `item`, none for a read-only volume.
+/// The trash folders on the volume of `item`. A read-only volume has none.
 Result<std::vector<TrashFolder>> trashFoldersForItem(const FileUrl& item) {
     if (QVFilesUtilities::sharedControl().isVolumeLockedWithURL(item)) {
         return std::vector<TrashFolder>();
@@ -77,7 +77,8 @@ Result<std::vector<TrashFolder>> trashFoldersForItem(const FileUrl& item) {
     return trashFoldersOfVolume(volumeOfItem(place).value_or(place));
 }
 
-/// The user may make no trash there, which is nothing to worry about; or the volume just went.
+/// Whether the error means that the user may make no trash there, which is nothing to worry about,
+/// or that the volume just went.
 bool meansNoTrash(const HostError& error) {
     return error.systemError == EACCES || error.systemError == EPERM ||
            error.systemError == EROFS || error.systemError == ENOENT;
@@ -97,7 +98,8 @@ Result<bool> isEmptyTrash(const FileUrl& trash) {
     return *std::move(error);
 }
 
-/// Adds the trashes that can be read; of the others the first is the volume's problem.
+/// Adds the trashes that can be read. The error of the first one that cannot be read becomes the
+/// volume's problem.
 void addTrashes(ListedVolume& volume, const std::vector<TrashFolder>& folders) {
     for (const TrashFolder& folder : folders) {
         const Result<bool> isEmpty = folder.exists ? isEmptyTrash(folder.files) : true;
@@ -121,9 +123,9 @@ bool nameHoldsIcon(std::string_view name) {
         .contains(QLatin1String("icon"), Qt::CaseInsensitive);
 }
 
-/// Whether nothing directly inside `folder` makes it count as filled, its subfolders left aside:
-/// they are added to `subfolders`. A folder of dot-files only is filled; next to a subfolder or a
-/// hidden icon file they do not matter.
+/// Whether nothing directly inside `folder`, apart from its subfolders, makes it count as filled.
+/// The subfolders are added to `subfolders`. A folder that holds only dot-files counts as filled;
+/// beside a subfolder or a hidden icon file they do not matter.
 bool isEmptyBesidesSubfolders(const QVFilesUtilities& files, const FileUrl& folder,
                               std::vector<FileUrl>& subfolders) {
     bool isFilled = false;
@@ -145,8 +147,8 @@ bool isEmptyBesidesSubfolders(const QVFilesUtilities& files, const FileUrl& fold
     return isReadable && !isFilled && (isExcused || !hasEntries);
 }
 
-/// Without regard to case, for text; byte by byte for a `part` that is not UTF-8, since decoding
-/// would make different names equal.
+/// Compares text without regard to case. A `part` that is not UTF-8 is compared byte by byte, since
+/// decoding would make different names equal.
 bool containsPath(const std::string& path, const std::string& part) {
     QStringDecoder decoder(QStringDecoder::Utf8);
     const QString text = decoder(QByteArrayView(part.data(), std::ssize(part)));
@@ -210,7 +212,8 @@ std::optional<FileUrl> QVFilesUtilities::startupTrashURL() const {
 ListedVolume askForTrashes(const FileUrl& url) {
     ListedVolume volume{.url = url, .name = {}, .problem = {}};
     const auto record = recordOfVolume(url);
-    // A volume that went meanwhile left a plain folder behind, whose trash is another volume's.
+    // When the volume went meanwhile, a plain folder is left in its place. A trash there is that of
+    // another volume.
     volume.state = ListedVolume::State::NoTrash;
     if (!record || !record->isDisk) {
         volume.problem = errorFromErrno(ENOENT, HostAccess::Read);

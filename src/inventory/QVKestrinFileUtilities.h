@@ -19,8 +19,8 @@ struct TrashScan {
     std::uint64_t count = 0;          ///< entries at every depth, folders included
 };
 
-/// The entries directly inside `folder` with the sums of what lies below each, as scanTree finds
-/// them; its errors. Thread: any.
+/// The entries directly inside `folder`, each with the sums of what lies below it. Errors: as
+/// scanTree. Thread: any.
 Result<ItemsToErase> itemsOfFolder(const FileUrl& folder, std::stop_token stop = {});
 
 class QVKestrinFileUtilities {
@@ -28,8 +28,8 @@ class QVKestrinFileUtilities {
     static QVKestrinFileUtilities& sharedControl();
 
     /// The entries directly inside `folder`, hidden ones included, in the order the file system
-    /// lists them. None for a none location; a folder that is absent or cannot be listed gives an
-    /// empty scan. When `stop` is requested it returns early with what it has. Thread: any.
+    /// lists them. Without a location there is no scan; a folder that is absent or cannot be listed
+    /// gives an empty one. When `stop` is requested it returns early with what it has. Thread: any.
     std::optional<TrashScan> binItemsAndInfoWithURL(const FileUrl& folder,
                                                     std::stop_token stop = {}) const;
 

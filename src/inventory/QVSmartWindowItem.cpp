@@ -15,7 +15,7 @@ namespace {
 constexpr char16_t kLastCharacter = 0x00FF;
 constexpr int kSortLastLength = 8;
 
-/// One for all items: a list holds 100,000 of them, and it is held for a moment only.
+/// All items share one lock: a list holds 100,000 of them, and the lock is held for a moment only.
 std::mutex& iconMutex() {
     static std::mutex mutex;
     return mutex;
@@ -48,7 +48,7 @@ std::shared_ptr<const QImage> QVSmartWindowItem::icon() const {
 }
 
 void QVSmartWindowItem::setIcon(std::shared_ptr<const QImage> icon) {
-    // What was set before may be the last of its picture: that is freed after the lock.
+    // The former picture may have no other owner; it is freed after the lock is released.
     const std::lock_guard lock(iconMutex());
     m_icon.swap(icon);
 }

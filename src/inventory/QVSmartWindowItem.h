@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
-// One entry at the top of a trash, as lists show it. What is stored is the list's business; what is
-// derived is asked of the file system afresh at every call, so it is never out of date.
+// SPDX-License-Identifier: GPL-3.0-or-later One entry at the top of a trash, as lists show it. The
+// list keeps the stored values. The derived ones are asked of the file system at every call, so
+// that they are never out of date.
 #pragma once
 
 #include <QString>
@@ -18,8 +18,8 @@ class QSize;
 
 namespace kestrin {
 
-/// What a list column shows and sorts by: values of one column compare with "<". The order of the
-/// types matters: the integer that stands for an unknown date comes after every date.
+/// What a list column shows and sorts by. Values of one column compare with "<". The order of the
+/// types matters: it puts the integer that stands for an unknown date behind every date.
 using ColumnValue = std::variant<double, std::int64_t, std::uint64_t, QString>;
 
 /// Keys of the columns that valueForUndefinedKey answers.
@@ -30,8 +30,8 @@ inline constexpr std::string_view kDateAdded = "date_added_col";
 inline constexpr std::string_view kSize = "size_col";
 }  // namespace ColumnKey
 
-/// Thread: the derived readers and the icon any; `size` and `actualCount` may be written by a size
-/// gathering while a list reads them; the other stored values belong to the list's thread.
+/// Thread: any for the derived readers and the icon. `size` and `actualCount` may be written while
+/// a list reads them. The other stored values belong to the list's thread.
 class QVSmartWindowItem {
  public:
     QVSmartWindowItem() = default;
@@ -42,7 +42,7 @@ class QVSmartWindowItem {
     // --- Stored ---
 
     FileUrl url;           ///< the entry in the trash
-    std::string name;      ///< its name on disk, exact bytes; not the display name
+    std::string name;      ///< its name on disk as exact bytes, which is not the display name
     double dateAdded = 0;  ///< to the trash, seconds since 1 January 2001 UTC; 0 when unknown
     std::atomic<std::uint64_t> size = 0;         ///< bytes; of a folder 0 until it was gathered
     std::atomic<std::uint64_t> actualCount = 0;  ///< file-system entries that it stands for
@@ -68,11 +68,11 @@ class QVSmartWindowItem {
     ColumnValue cfDateAdded() const;
 
     /// The value of the column `key`: the mark as 1 or 0, the name (bytes that are not UTF-8 as
-    /// replacement characters), the date added, the size. For any other key the text that sorts
-    /// last.
+    /// replacement characters), the date added, or the size. Any other key gives the text that
+    /// sorts last.
     ColumnValue valueForUndefinedKey(std::string_view key) const;
-    /// `string` itself unless it is empty; then, when `direction` is true, a text that sorts after
-    /// every ordinary name (eight times U+00FF), else the empty text.
+    /// `string` itself unless it is empty. For an empty one the result is a text that sorts after
+    /// every ordinary name (eight times U+00FF) when `direction` is true, and empty otherwise.
     static QString valueForString(const QString& string, bool direction);
 
     // --- Icons and thumbnails, made at the call; sizes in points (QVSmartWindowItem_images.cpp)
@@ -80,12 +80,13 @@ class QVSmartWindowItem {
 
     /// 32 by 32, ghosted when the item is invisible; a null image for a location without a scheme.
     QImage fileIcon() const;
-    /// The same at any size; the placeholder for an empty path or a location without a scheme.
+    /// The same icon at any size. An empty path or a location without a scheme gives the
+    /// placeholder.
     QImage fileIconWithSize(QSize size) const;
-    /// A square icon, 512 at most.
+    /// A square icon of `value` by `value`, 512 at most.
     QImage iconImageWithValue(int value) const;
     /// The picture that the desktop's thumbnail cache keeps of this very entry, scaled down to fit
-    /// into `value` by `value`; else iconImageWithValue. Opens nothing in the trash.
+    /// into `value` by `value`. Without one, iconImageWithValue. Opens nothing in the trash.
     /// Source: FreeDesktop.org Thumbnail Managing Standard 0.9.
     QImage thumbnailWithValue(int value) const;
 

@@ -69,13 +69,14 @@ QImage readThumbnail(const FileUrl& file, const QByteArray& uri, const QString& 
     QImageReader reader(&buffer, "png");
     if (std::max(reader.size().width(), reader.size().height()) > kLargestThumbnail) return {};
     const QImage image = reader.read();
-    // Of the picture and not of the reader, which takes the first colon for the end of the key.
+    // The picture is asked and not the reader, which takes the first colon for the end of the key.
     const bool isOfUri = image.text(QStringLiteral("Thumb::URI")) == QString::fromLatin1(uri);
     const bool isCurrent = image.text(QStringLiteral("Thumb::MTime")) == modified;
     return isOfUri && isCurrent ? image : QImage();
 }
 
-/// The smallest cached picture that fills `value`, else the largest there is; null for none.
+/// The smallest cached picture that fills `value`, or the largest when none does. Null when there
+/// is none.
 QImage cachedThumbnail(const FileUrl& url, int value) {
     const auto attributes = itemAttributes(url);
     if (!attributes || attributes->isSymbolicLink()) return {};

@@ -24,9 +24,9 @@ struct SortDescriptor {
     friend bool operator==(const SortDescriptor&, const SortDescriptor&) = default;
 };
 
-/// A record; those who fill and show it keep its values in step. Its counters, spinner flags and
-/// `children` are shared with the threads that gather folder sizes and are touched under `lock`;
-/// `size` and `count` may be read without it.
+/// A plain record: those who fill and show it keep its values in step. Its counters, its spinner
+/// flags and `children` are shared with the threads that gather folder sizes and are used under
+/// `lock`. Only `size` and `count` may be read without it.
 struct QVSourceItem {
     QVSourceItem() = default;
     QVSourceItem(const QVSourceItem&) = delete;

@@ -22,7 +22,7 @@ bool isAbsent(const HostError& error) {
     return error.systemError == ENOENT;
 }
 
-/// Lets `count` add each trash; it answers why it could not.
+/// Lets `count` add each trash in turn. It returns why a trash could not be read, if so.
 TrashContents countEach(const std::vector<FileUrl>& trashes, const std::stop_token& stop,
                         const std::function<MaybeError(const FileUrl&, TrashContents&)>& count) {
     TrashContents contents;
@@ -98,7 +98,7 @@ Result<bool> trashHoldsEntries(const FileUrl& trash) {
 std::shared_ptr<TrashCount> TrashCount::start(OperationQueue& queue, std::vector<FileUrl> trashes,
                                               Counter counter, Handler finished) {
     const std::shared_ptr<TrashCount> count(new TrashCount);
-    // The count and its handler go on the main thread, also where nobody else keeps them.
+    // The count and its handler are destroyed on the main thread, even when nobody else keeps them.
     const auto tell = [](std::shared_ptr<TrashCount> self, TrashContents contents, Handler call) {
         MainThread::post(
             [self = std::move(self), contents = std::move(contents),

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
-// What trashes hold: the one place where the sums of scans are made. A trash that is not there
-// holds nothing; one that cannot be read is never taken for empty.
+// SPDX-License-Identifier: GPL-3.0-or-later Counts what trashes hold. This is the one place where
+// scans are summed up. A trash that is not there holds nothing; one that cannot be read is never
+// taken for empty.
 #pragma once
 
 #include <cstdint>
@@ -39,32 +39,33 @@ struct TrashContents {
     /// The entries directly inside, trash after trash. Never nullptr; empty when only the figures
     /// were asked for.
     SharedItemsToErase itemsToErase = std::make_shared<const ItemsToErase>();
-    std::vector<UnreadableTrash> unreadable;  ///< those that add nothing to the above
+    std::vector<UnreadableTrash> unreadable;  ///< these add nothing to the above
 };
 
 /// Counts on the caller's thread, which may hang with a volume. When `stop` is requested it returns
 /// early with what it has. Thread: any.
 TrashContents countEntries(const std::vector<FileUrl>& trashes, const std::stop_token& stop = {});
-/// The same without the list of the entries, which may be many.
+/// The same without the list of the entries, which may be long.
 TrashContents countFigures(const std::vector<FileUrl>& trashes, const std::stop_token& stop = {});
 
 /// Whether anything is in a trash, hidden entries too. Looks at one entry and keeps no names.
 /// Thread: any.
 Result<bool> trashHoldsEntries(const FileUrl& trash);
 
-/// A count in the background. Main thread, but for `stop`; needs the main thread's mailbox. It goes
-/// on when nobody keeps it, and its volume may hang: nobody ever waits for its thread.
+/// A count in the background. Thread: the main thread, except for `stop`; needs the main thread's
+/// mailbox. The count goes on when nobody keeps it. Its volume may hang, so nobody ever waits for
+/// its thread.
 class TrashCount : public std::enable_shared_from_this<TrashCount> {
  public:
     enum class State { Counting, Finished, Stopped };
-    /// Does the counting, on a thread of the queue: countEntries or countFigures, or one that calls
+    /// What counts on a thread of the queue: countEntries, countFigures, or a function that calls
     /// them. When it throws, all of its trashes count as unreadable.
     using Counter =
         std::function<TrashContents(const std::vector<FileUrl>&, const std::stop_token&)>;
     using Handler = std::function<void(const TrashCount&)>;
 
-    /// Begins to count. `finished` is called once on the main thread, later; never when `stop` came
-    /// before that.
+    /// Begins to count. `finished` is called once on the main thread, later, unless `stop` comes
+    /// first.
     static std::shared_ptr<TrashCount> start(OperationQueue& queue, std::vector<FileUrl> trashes,
                                              Counter counter, Handler finished);
     TrashCount(const TrashCount&) = delete;

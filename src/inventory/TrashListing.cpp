@@ -16,7 +16,7 @@ namespace kestrin {
 
 namespace {
 
-/// Under which m_open and m_awaited keep the question what is mounted.
+/// The location under which m_open and m_awaited keep the question what is mounted.
 const FileUrl& mountsKey() {
     static const auto& key = *new FileUrl;
     return key;
@@ -115,7 +115,7 @@ void TrashListing::updateVolumes(const std::vector<MountedVolume>& mounts) {
     m_volumes = std::move(volumes);
 }
 
-/// A hanging volume may go, and another one be mounted in its place.
+/// A volume that hangs may go, and another one may be mounted in its place.
 void TrashListing::forgetQuestionsToOthersThan(const std::vector<MountedVolume>& mounts) {
     std::erase_if(m_open, [&](const auto& open) {
         return std::ranges::none_of(mounts, [&](const MountedVolume& mount) {
@@ -174,7 +174,8 @@ void TrashListing::finishWhenAnswered() {
 void TrashListing::finish() {
     m_isListing = false;
     m_awaited.clear();
-    // A handler may serve events for long (a question): the next listing must not wait for it.
+    // A handler may serve events for long, as a question does. The next listing must not wait for
+    // it.
     const auto waiting = std::exchange(m_current, {});
     if (!m_next.empty()) start();
     if (m_changed) m_changed();

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
-// The trashes of the mounted volumes as last heard. A volume may take its time to answer, or never
-// do: each is asked on a thread that can be abandoned, and whoever draws uses the last answers.
+// SPDX-License-Identifier: GPL-3.0-or-later The trashes of the mounted volumes, as the volumes last
+// answered. A volume may answer late or never: each is asked on a thread that can be abandoned, and
+// whoever draws uses the last answers.
 #pragma once
 
 #include <QString>
@@ -36,17 +36,17 @@ struct ListedVolume {
     QString name;
     State state = State::Unknown;  ///< by its latest answer
     bool answers = true;           ///< false: asked, and silent for too long
-    int mountId = 0;               ///< of MountedVolume, as isNetwork
+    int mountId = 0;               ///< as in MountedVolume
     bool isNetwork = false;
     std::vector<TrashLocation> trashes;
-    /// Why a trash cannot be used; also beside another one that can.
+    /// Why a trash cannot be used. It may be set although another trash of the volume can be used.
     MaybeError problem;
 
     /// Whether its trashes may be part of a request.
     bool mayBeErased() const { return state == State::Usable && answers; }
-    /// Whether it has no trash for a reason that stays until somebody mends it: a link, a missing
-    /// right. Of other failures (an absent item, an error of the device) the next listing may know
-    /// better.
+    /// Whether it has no trash for a reason that stays until somebody mends it, such as a link or a
+    /// missing right. Other failures (an absent item, an error of the device) may be over at the
+    /// next listing.
     bool hasFailedForGood() const;
 };
 
@@ -79,7 +79,7 @@ class TrashListing {
     TrashListing(const TrashListing&) = delete;
     TrashListing& operator=(const TrashListing&) = delete;
 
-    /// What to call after every listing, and when a late answer has come.
+    /// Sets what is called after every listing, and when a late answer has come.
     void setChangeHandler(std::function<void()> changed) { m_changed = std::move(changed); }
 
     /// Lists anew; `done` is called when a listing that began after this call is over. Calls that
@@ -91,9 +91,9 @@ class TrashListing {
     const std::vector<ListedVolume>& volumes() const { return m_volumes; }
     /// The trashes that are shown, those of silent volumes as last heard.
     std::vector<TrashLocation> trashes() const;
-    /// Of these the ones that a request may hold.
+    /// Those of trashes() that a request may hold.
     std::vector<TrashLocation> trashesToErase() const;
-    /// The volume of a trash; nullptr when it is not listed any more.
+    /// The volume of a trash. Nullptr when it is not listed any more.
     const ListedVolume* volumeOf(const TrashLocation& trash) const;
 
  private:
@@ -117,8 +117,8 @@ class TrashListing {
     const Host m_host;
     std::function<void()> m_changed;
     std::vector<ListedVolume> m_volumes;
-    /// Questions without an answer yet, at most one a volume. What is mounted is asked under the
-    /// none location.
+    /// The questions that have no answer yet, at most one for a volume. The question what is
+    /// mounted stands under the location that is none.
     std::map<FileUrl, Question> m_open;
     std::set<FileUrl> m_awaited;               ///< those of them that the listing waits for
     std::map<FileUrl, ListedVolume> m_failed;  ///< not asked again
@@ -130,13 +130,14 @@ class TrashListing {
     const std::shared_ptr<bool> m_life = std::make_shared<bool>(true);
 };
 
-/// The volumes with a trash that a request for all of `volumes` leaves out, with the reasons:
-/// silent ones, and those whose trash may not be used.
+/// The volumes that a request for all of `volumes` leaves out, with the reasons: those that do not
+/// answer, and those whose trash may not be used.
 std::vector<LeftOutVolume> leftOutVolumes(const std::vector<ListedVolume>& volumes,
                                           const StringTable& texts);
-/// A sentence for each volume.
+/// A sentence for each volume that is left out.
 QStringList leftOutSentences(const std::vector<LeftOutVolume>& leftOut, const StringTable& texts);
-/// Why one volume is left out, fit to be read; empty when it is not, and for a read-only one.
+/// Why a volume is left out, fit to be read. Empty when it is not left out, and when it is
+/// read-only.
 QString leftOutReason(const ListedVolume& volume, const StringTable& texts);
 
 }  // namespace kestrin
