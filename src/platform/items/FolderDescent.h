@@ -21,22 +21,22 @@ struct FolderFacts {
     std::uint64_t mountId = 0;  ///< MountEntry::id; 0 when the kernel does not tell (before 5.8)
 };
 
-/// Holds (O_PATH) the folder `name`, one component, in the open folder `parent`. None with errno on
-/// failure: ELOOP or ENOTDIR for a link or a file, EXDEV where something is mounted, EINVAL for a
-/// name that is none.
+/// Holds (O_PATH) the folder `name`, one component, in the open folder `parent`. No descriptor, and
+/// errno, on failure: ELOOP or ENOTDIR for a link or a file, EXDEV where something is mounted,
+/// EINVAL for what is not the name of an entry.
 UniqueFd holdFolder(int parent, const std::string& name);
 
 /// Holds the folder at an absolute path of the system's own, following links.
 UniqueFd holdSystemFolder(const std::string& path);
 
-/// Holds the root folder of that very mount, whatever its path leads to by now: ESTALE when it
-/// leads elsewhere. No link is followed.
+/// Holds the root folder of that very mount. Its path may lead elsewhere by now: then nothing is
+/// held, and errno is ESTALE. No link is followed.
 UniqueFd holdMountRoot(const MountEntry& mount);
 
-/// False with errno when it cannot be asked.
+/// Fills in `facts`. False, with errno, when the folder cannot be examined.
 bool examineFolder(int folder, FolderFacts& facts);
 
-/// Whether the folder has no entry of that name. False too when that cannot be told.
+/// Whether the folder has no entry of that name. False also when that cannot be found out.
 bool isCertainlyAbsent(int folder, const std::string& name);
 
 }  // namespace kestrin

@@ -19,7 +19,7 @@ struct ItemAttributes {
     std::uint64_t deviceId = 0;
     std::uint64_t inode = 0;
     double dateModified = 0;            ///< seconds since 1 January 2001 00:00 UTC
-    std::optional<double> dateCreated;  ///< the same; none where the file system keeps none
+    std::optional<double> dateCreated;  ///< in the same form; none where the file system keeps none
     bool isImmutable = false;           ///< the immutable inode attribute (chattr +i)
     bool isMountRoot = false;           ///< something is mounted here
 
@@ -31,7 +31,7 @@ struct ItemAttributes {
 /// One statx(2) of the item at the path. Errors: errorFromErrno with Read.
 Result<ItemAttributes> itemAttributes(const FileUrl& item);
 
-/// access(2) with F_OK on the path, following links as access does.
+/// Whether something exists at the path, links followed, by access(2) with F_OK.
 bool pathExists(const std::string& path);
 
 /// Where a symbolic link points, as its bytes say. Errors: not a link, unreadable.

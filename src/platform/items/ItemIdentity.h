@@ -22,11 +22,12 @@ struct ItemIdentity {
     friend bool operator==(const ItemIdentity&, const ItemIdentity&) = default;
 };
 
-/// Whether both can be of the same item: nothing that both of them know differs.
+/// Whether both can be of the same item, because nothing that both of them know differs.
 bool isSameItem(const ItemIdentity& one, const ItemIdentity& other);
 
 /// The identity of the entry `name` in the open folder `folder`, by one statx(2). No link is
-/// followed and nothing is opened. Not known, with errno, when it cannot be asked.
+/// followed and nothing is opened. When it cannot be asked, the identity is not known, and errno
+/// says why.
 ItemIdentity identityAt(int folder, const char* name);
 
 enum class ItemPresence {

@@ -13,20 +13,20 @@
 
 namespace kestrin {
 
-/// What one such file says. Never fails on odd text: a line that is no group, entry or comment is
-/// passed over; of a repeated group or key the first value counts.
+/// What one such file says. Odd text is no failure: a line that is no group, entry or comment is
+/// passed over. When a group or a key is repeated, its first value counts.
 class KeyFile {
  public:
     static KeyFile parse(std::string_view text);
-    /// None when `readSmallFile` gives none; the limit is 1 MiB.
+    /// Reads a file of at most 1 MiB. None when readSmallFile gives none.
     static std::optional<KeyFile> read(const FileUrl& file, LastLink link);
 
-    /// The value as it stands, without the blanks around it; none when absent.
+    /// The value as it stands, without the blanks around it. None when it is absent.
     std::optional<std::string_view> rawValue(std::string_view group, std::string_view key) const;
-    /// A text with the escapes \s \n \t \r \\ undone; empty when absent.
+    /// The value as a text, with the escapes \s \n \t \r \\ undone. Empty when it is absent.
     std::string text(std::string_view group, std::string_view key) const;
-    /// The same in the user's interface language, where the file has it ("Name[de_DE]",
-    /// "Name[de]").
+    /// The text in the user's interface language ("Name[de_DE]", "Name[de]"), or the plain one
+    /// where the file does not have it.
     std::string localizedText(std::string_view group, std::string_view key) const;
     /// True for the value "true".
     bool flag(std::string_view group, std::string_view key) const;

@@ -14,7 +14,7 @@ enum class LockState {
     Unknown,  ///< it is not there, or cannot be asked
 };
 /// The state of the entry `name` in the open folder `folder`. Nothing is opened and no link is
-/// followed. What is mounted there is Unknown.
+/// followed. Where something is mounted, the state is Unknown.
 LockState lockStateAt(int folder, const char* name);
 
 /// The immutable and append-only attributes of one file or folder, cleared while this lives. When
@@ -39,7 +39,7 @@ class ClearedLocks {
     ClearedLocks& operator=(ClearedLocks&&) = delete;
     ~ClearedLocks();
 
-    /// Does not put the attributes back.
+    /// Leaves the attributes cleared when this goes.
     void leaveCleared() { m_flags = 0; }
 
  private:

@@ -11,8 +11,9 @@
 namespace kestrin {
 
 enum class LastLink {
-    Refuse,  ///< a link at the last component is no file: for what strangers may have put there
-    Follow,  ///< for what the system and the user's own settings hold
+    Refuse,  ///< a link at the last component is not read: for files that strangers may have put
+             ///< there
+    Follow,  ///< for files of the system and of the user's own settings
 };
 
 /// The bytes of a regular file of at most `maximumBytes`. None for anything else (a FIFO or device

@@ -23,19 +23,19 @@ class RemovalEntry {
     virtual std::string path() const = 0;
     virtual bool isDirectory() const = 0;
     virtual bool isMountRoot() const = 0;
-    /// It is not what was listed: something else has its name. Told with didFail only.
+    /// Whether something else has taken the name of what was listed. Only didFail is told this.
     virtual bool isReplaced() const = 0;
     virtual ItemIdentity identity() const = 0;
-    /// The immutable inode attribute is set: the user's "locked".
+    /// Whether the immutable inode attribute is set, which users know as "locked".
     virtual bool isImmutable() const = 0;
     /// Bytes of a file or link; 0 otherwise.
     virtual std::uint64_t size() const = 0;
-    /// Writing to the file is denied by its rights and its mode cannot be changed by the caller.
-    /// Never true for folders, links, FIFOs, sockets and devices. Opens nothing, changes nothing.
+    /// Whether the file's rights deny writing to it and the caller cannot change its mode. Never
+    /// true for folders, links, FIFOs, sockets and devices. Opens nothing, changes nothing.
     virtual bool isWritingDenied() const = 0;
     /// The tag of the item that removal began with.
     virtual std::size_t itemTag() const = 0;
-    /// The folder that directly holds the entry has the immutable attribute.
+    /// Whether the folder that directly holds the entry has the immutable attribute.
     virtual bool folderIsImmutable() const = 0;
     /// Clears the immutable and append-only attributes. Errors: as ClearedLocks::clear.
     virtual MaybeError clearImmutable() const = 0;
@@ -46,14 +46,15 @@ class RemovalPolicy {
  public:
     enum class Verdict {
         Proceed,
-        Leave,  ///< the entry stays, a folder with all it holds
+        Leave,  ///< the entry stays; a folder stays with all it holds
     };
 
     virtual ~RemovalPolicy() = default;
 
-    /// Before a folder below the first level is entered. May wait, for an answer of the user.
+    /// Called before a folder below the first level is entered. It may wait for an answer of the
+    /// user.
     virtual Verdict willEnter(const RemovalEntry& folder) = 0;
-    /// Before an entry is removed; a folder when nothing is left in it. May wait.
+    /// Called before an entry is removed; for a folder, when nothing is left in it. It may wait.
     virtual Verdict willRemove(const RemovalEntry& entry) = 0;
     virtual void didRemove(const RemovalEntry& entry) = 0;
     /// The entry could not be removed, entered or listed. A mount found below an entry is reported
@@ -75,10 +76,10 @@ enum class RemovalOutcome {
 struct RemovalItem {
     std::size_t tag = 0;        ///< the caller's own, handed back
     int parentDescriptor = -1;  ///< the folder that holds it; stays open until the item is finished
-    std::string parentPath;     ///< that folder's path, for RemovalEntry::path only
+    std::string parentPath;     ///< the path of that folder; only RemovalEntry::path uses it
     std::string name;           ///< one component
-    /// What is to be removed. When the name has become another item's, that stays. Not known:
-    /// whatever has the name is removed.
+    /// What is to be removed. An item that has taken the name since then stays. When the identity
+    /// is not known, whatever has the name is removed.
     ItemIdentity identity{};
 };
 
@@ -92,41 +93,42 @@ class RemovalItems {
     virtual void finished(const RemovalItem& item, RemovalOutcome outcome) = 0;
 };
 
-/// What to do with the immutable and append-only attributes, which keep even root from removing.
+/// What to do with the immutable and append-only attributes, which keep even root from removing an
+/// entry.
 enum class LockedEntries {
-    Keep,    ///< such an entry fails
-    Unlock,  ///< cleared on what is removed and the folders in it; put back on what stays
+    Keep,    ///< an entry that has one fails
+    Unlock,  ///< they are cleared on what is removed and on the folders in it, and put back on what
+             ///< stays
 };
 
-/// Removes items with several workers, a folder the unit of work. Items begin in their order, and a
-/// further one only when no folder of those begun waits for a worker.
+/// Removes items with several workers, each of which takes one folder at a time. Items begin in
+/// their order, and a further one only when no folder of those begun waits for a worker.
 /// - It works on descriptors and follows no link. It opens folders, and a file only to clear the
 ///   attributes that lock it; links, FIFOs, sockets and devices are never opened.
 /// - An item is compared with its identity as it begins, and a folder once more when it is opened.
-/// - It does not enter another mount, be it of the same device (statx mount-root attribute and
-/// openat2
-///   without crossing); a nested subvolume is a folder like any other.
+/// - It does not enter another mount, not even one of the same device (statx mount-root attribute
+///   and openat2 without crossing); a nested subvolume is a folder like any other.
 /// - A folder of the caller's own that lacks read, write or search permission gets them on its
 ///   descriptor while its contents go, and gets its mode back if it stays.
 /// - A folder that cannot be listed is never taken for empty: when it cannot be removed as it is,
 ///   that is reported as kFileReadNoPermission.
 /// - A tree may have any depth, also beyond PATH_MAX and the descriptor limit: folders that wait
-/// are
-///   closed and opened again, and then must be the same folder. Memory grows with the depth of the
-///   folders under way, and only one path is kept a worker.
-/// - What vanishes meanwhile counts as gone and is neither told as removed nor as failed.
+///   are closed and opened again, and then must be the same folder. Memory grows with the depth of
+///   the folders under way: each worker keeps only one path.
+/// - What vanishes meanwhile counts as gone. It is reported neither as removed nor as failed.
 class TreeRemover {
  public:
-    /// `workers` 0 chooses: more than there are cores, since a file system's journal waits.
+    /// With 0 `workers` there are more of them than cores, since some always wait for the file
+    /// system's journal.
     explicit TreeRemover(RemovalPolicy& policy, unsigned workers = 0,
                          LockedEntries locked = LockedEntries::Keep);
 
     /// Returns when every item is finished. Thread: any but the main thread.
     void remove(RemovalItems& items);
 
-    /// Does the same, but changes nothing on disk, not even an access time: what `remove` would
-    /// remove now is told as removed, and what would fail as failed. What a folder of the caller's
-    /// own holds that he may not list is not known, and the folder counts as one entry that goes. A
+    /// Does the same, but changes nothing on disk, not even an access time: it reports as removed
+    /// what `remove` would remove now, and as failed what would fail. A folder of the caller's own
+    /// that he may not list counts as one entry that goes, since nobody knows what it holds. A
     /// folder of somebody else that cannot be listed counts as not empty.
     void rehearse(RemovalItems& items);
 
@@ -136,9 +138,9 @@ class TreeRemover {
     LockedEntries m_locked;
 };
 
-/// Removes one entry with all it holds, with the same rules and without asking: on this thread's
-/// behalf, by one worker. Errors: the first failure met; ENOENT when there is no such item, EINVAL
-/// for "/" and for names that lead elsewhere ("..").
+/// Removes one entry with all it holds, by the same rules, without asking, and with one worker.
+/// Returns when that is done. Errors: the first failure met; ENOENT when there is no such item,
+/// EINVAL for "/" and for names that lead elsewhere ("..").
 MaybeError removeItem(const FileUrl& item);
 
 }  // namespace kestrin

@@ -20,7 +20,7 @@ struct ScannedEntry {
     std::uint64_t size = 0;   ///< bytes of a file or link; of a folder the sum of what it holds
     std::uint64_t count = 1;  ///< 1, and for a folder every entry inside it at any depth besides
     bool isDirectory = false;
-    ItemIdentity identity{};  ///< not known of what could not be looked at
+    ItemIdentity identity{};  ///< not known when the entry could not be looked at
 };
 
 /// The entries of `folder` in the order the file system lists them, each with the sizes and the

@@ -28,15 +28,15 @@ struct TrashFolder {
 /// entries go to first. On the volume of the home trash that is `$XDG_DATA_HOME/Trash`; elsewhere
 /// `.Trash/$uid` when `.Trash` is a real folder with the sticky bit, and `.Trash-$uid`. Each must
 /// be a real folder of the user's own, and so must its `files`: a link anywhere from the trash
-/// folder down makes it no trash. One that is closed to its own user is there, and cannot be read.
-/// An absent trash that could be created gives an entry with `exists` false; nothing is ever
-/// created. Never empty on success. Errors: none of them is usable and none could be created.
+/// folder down makes it no trash. A trash folder that is closed to its own user exists, and cannot
+/// be read. An absent trash that could be created gives an entry with `exists` false; nothing is
+/// ever created. Never empty on success. Errors: none of them is usable and none could be created.
 Result<std::vector<TrashFolder>> trashFoldersOfVolume(const FileUrl& volume);
 
-/// Why a trash folder of the user that is there on the volume may not be used: a link or a folder
-/// of somebody else in its place or on the way, or a shared `.Trash` without the sticky bit. It
-/// names the path. The other trash folder of the same volume may be usable all the same. None when
-/// there is no such folder, and for a volume whose root is closed to the user.
+/// Why a trash folder of the user that exists on the volume may not be used: a link or a folder of
+/// somebody else stands in its place or on the way, or a shared `.Trash` has no sticky bit. The
+/// error names the path. The other trash folder of the same volume may be usable all the same. None
+/// when there is no such folder, and for a volume whose root is closed to the user.
 MaybeError unusableTrashOfVolume(const FileUrl& volume);
 
 /// An entry of a trash folder.
@@ -44,10 +44,10 @@ struct TrashEntry : TrashFolder {
     ItemIdentity identity;
 };
 
-/// The trash folder of the user that `entry` lies directly inside of, compared by what the parent
-/// folder is and not by its spelling. `entry` itself must exist and its last component must be a
-/// plain name. The result's `files` joined with that name is the entry's own location. Errors:
-/// "errorString" says why the path is refused; names the path.
+/// The trash folder of the user that directly holds `entry`. The folder itself is compared and not
+/// the spelling of its path. `entry` itself must exist and its last component must be a plain name.
+/// The result's `files` joined with that name is the entry's own location. Errors: "errorString"
+/// says why the path is refused; names the path.
 Result<TrashEntry> trashFolderOfEntry(const FileUrl& entry);
 
 /// What the trash remembers of one entry.
@@ -66,8 +66,8 @@ std::optional<TrashRecord> parseTrashRecord(std::string_view text, const FileUrl
 /// object by several threads at once.
 class OpenTrash {
  public:
-    /// Opens `filesFolder` and `info` beside it without following a link from the trash folder
-    /// down. Errors: errorFromErrno with Read; ELOOP or ENOTDIR for a link.
+    /// Opens `filesFolder` and the `info` beside it. From the trash folder down no link is
+    /// followed. Errors: errorFromErrno with Read; ELOOP or ENOTDIR for a link.
     static Result<OpenTrash> open(const FileUrl& filesFolder);
 
     /// The trash folder `trashFolder`, already held open, of the user `owner`, for whom root works:
@@ -81,7 +81,8 @@ class OpenTrash {
     /// The record of the entry `name`; none when there is none or it cannot be read.
     std::optional<TrashRecord> recordOf(std::string_view name, const FileUrl& topFolder) const;
 
-    /// Removes `info/NAME.trashinfo`. Requires: the entry's data went. Absent counts as removed.
+    /// Removes `info/NAME.trashinfo`; one that is absent counts as removed. Requires: the entry's
+    /// data is gone.
     MaybeError removeRecord(std::string_view name);
 
     /// Takes the lines of entries that no longer exist out of `directorysizes`, replacing the file
@@ -89,13 +90,14 @@ class OpenTrash {
     /// line. In the trash of `ofUser` a file of somebody else is neither read nor replaced.
     void tidyDirectorySizes();
 
-    /// Removes records without data that are older than `age`; returns how many went.
+    /// Removes records without data that are older than `age`, and returns how many it removed.
     std::size_t removeOrphanRecords(std::chrono::seconds age);
 
  private:
     OpenTrash() = default;
-    UniqueFd m_trash, m_files, m_info;     ///< m_info: -1 when absent or no real folder
-    std::optional<std::uint32_t> m_owner;  ///< none: whoever may is trusted to
+    UniqueFd m_trash, m_files, m_info;  ///< m_info: -1 when absent or no real folder
+    std::optional<std::uint32_t>
+        m_owner;  ///< the user that root works for; none when files of any owner may be replaced
 };
 
 }  // namespace kestrin

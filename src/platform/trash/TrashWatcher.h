@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
-// Tells when something came into a trash or went, so that nobody has to look again and again.
+// SPDX-License-Identifier: GPL-3.0-or-later Tells when something came into a trash or left it, so
+// that nobody has to look again and again.
 #pragma once
 
 #include <chrono>
@@ -11,9 +11,10 @@
 
 namespace kestrin {
 
-/// Watches folders for entries that come and go, not what lies below. Where the host notices
-/// nothing (a network file system changed by another computer) nothing is told. Wakes nobody while
-/// nothing changes. Lives on the main thread and needs its event loop and its mailbox.
+/// Watches folders for entries that come and go, but not what lies below these. It tells nothing
+/// where the host notices nothing, such as on a network file system that another computer changes.
+/// It wakes nobody while nothing changes. It lives on the main thread and needs its event loop and
+/// its mailbox.
 class TrashWatcher {
  public:
     /// Runs a call on some other thread, soon. The call may hang with its volume, and outlive the
@@ -29,8 +30,8 @@ class TrashWatcher {
     TrashWatcher(const TrashWatcher&) = delete;
     TrashWatcher& operator=(const TrashWatcher&) = delete;
 
-    /// Watches these folders from now on, and no others. When one is absent, its appearance is
-    /// told, and this is to be called again then. Never blocks.
+    /// Watches these folders from now on, and no others. When an absent one appears, that is told,
+    /// and the caller then calls this again. Never blocks.
     void watch(const std::vector<FileUrl>& folders);
 
  private:

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
-// The folders of a walk, each open while descriptors last. A walk may be deeper than the descriptor
-// limit: folders that wait are closed, and found again when they are needed.
+// SPDX-License-Identifier: GPL-3.0-or-later Keeps the folders of a walk open as far as descriptors
+// last. A walk may be deeper than their limit: folders that wait are closed, and found again when
+// they are needed.
 #pragma once
 
 #include <fcntl.h>
@@ -14,17 +14,18 @@
 
 namespace kestrin {
 
-/// Opens the folder `name` in `parent` for listing: no link is followed, no mount entered
-/// (openat2(2) with RESOLVE_NO_XDEV, also for a bind mount of the same device). `extraFlags` such
-/// as O_PATH or O_NOATIME. -1 with errno on failure; EXDEV when something is mounted there.
+/// Opens the folder `name` in `parent` for listing. No link is followed and no mount entered, not
+/// even a bind mount of the same device (openat2(2) with RESOLVE_NO_XDEV). `extraFlags` are flags
+/// such as O_PATH or O_NOATIME. -1 with errno on failure, EXDEV when something is mounted there.
 int openFolderAt(int parent, const char* name, int extraFlags = 0);
-/// The same without a trace in the access time, where the kernel lets us.
+/// The same, leaving the access time as it is where the kernel allows that.
 int openFolderQuietlyAt(int parent, const char* name);
 
 /// A folder on the way of a walk. Lives at least as long as the folders below it.
 struct FolderNode {
     FolderNode* parent = nullptr;
-    int rootParent = -1;  ///< without a parent: the descriptor of the folder that holds it
+    int rootParent =
+        -1;  ///< for a folder without `parent`, the descriptor of the folder that holds it
     std::string name;
     unsigned depth = 0;
 
@@ -80,7 +81,7 @@ class DescriptorCache {
     std::size_t m_open = 0;
 };
 
-/// Workers that descriptors suffice for, at most `wanted`.
+/// How many workers the free descriptors suffice for; at most `wanted`.
 unsigned affordableWorkers(unsigned wanted);
 
 }  // namespace kestrin

@@ -23,7 +23,7 @@ struct RawEntry {
 };
 
 /// Reads folders piece by piece into one buffer that is used again; a folder of a million entries
-/// takes no more memory than one of a thousand. Not for several threads.
+/// takes no more memory than one of a thousand. One thread at a time.
 class DirectoryStream {
  public:
     static constexpr std::size_t kBufferSize = 256 * 1024;

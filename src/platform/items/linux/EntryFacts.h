@@ -25,7 +25,8 @@ struct EntryFacts {
     bool isLocked() const { return isImmutable || isAppendOnly; }
 };
 
-/// 0 and the facts of the entry `name` in an open folder, or an errno. No link is followed.
+/// Fills in the facts of the entry `name` in an open folder. Returns 0 or an errno. No link is
+/// followed.
 int examine(int folder, const char* name, EntryFacts& facts);
 
 /// Gives the owner's rights to a folder of the caller's own that lacks some, on a descriptor. True

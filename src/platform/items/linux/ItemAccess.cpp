@@ -17,7 +17,8 @@ bool isWritingDeniedForGood(const FileUrl& item) {
     const char* path = item.path().c_str();
     struct stat status = {};
     if (::lstat(path, &status) != 0 || !S_ISREG(status.st_mode)) return false;
-    // By the effective ids, as an opening would be judged. An opening itself could wait, or act.
+    // The effective ids are asked about, as opening would. To open the item itself could wait, or
+    // act on a device.
     if (::faccessat(AT_FDCWD, path, W_OK, AT_EACCESS | AT_SYMLINK_NOFOLLOW) == 0) return false;
     if (errno != EACCES) return false;
     const uid_t user = ::geteuid();

@@ -17,7 +17,7 @@
 namespace kestrin {
 namespace {
 
-/// Of FAT, exFAT, FUSE and SMB (two); see statfs(2).
+/// The magic numbers of FAT, exFAT, FUSE and SMB (which has two); see statfs(2).
 constexpr std::array<std::uint32_t, 5> kMadeUpInodes{0x4d44, 0x2011bab0, 0x65735546, 0xfe534d42,
                                                      0xff534d42};
 
@@ -25,8 +25,8 @@ bool differ(auto one, auto other) {
     return one != 0 && other != 0 && one != other;
 }
 
-/// The folder that holds the item, and its name in there. Deeper paths than the kernel takes at
-/// once are gone into piece by piece.
+/// The folder that holds the item, and the item's name in it. A path longer than the kernel takes
+/// at once is followed piece by piece.
 struct Holder {
     UniqueFd folder;
     std::string name;

@@ -29,7 +29,7 @@ constexpr std::array kBundleExtensions = {
 
 std::string lowerCase(std::string_view text) {
     std::string lower(text);
-    // Not tolower(): the bytes of a name have no locale.
+    // This is not tolower(), because the bytes of a name have no locale.
     for (char& letter : lower) {
         if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
     }

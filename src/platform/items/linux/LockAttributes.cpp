@@ -28,7 +28,7 @@ UniqueFd holdEntry(int folder, const char* name) {
     return UniqueFd(static_cast<int>(syscall(SYS_openat2, folder, name, &how, sizeof how)));
 }
 
-/// Opens what `held` holds; nothing but a file or a folder.
+/// Opens what `held` holds, if it is a file or a folder.
 UniqueFd openHeld(int held) {
     struct stat status {};
     if (fstat(held, &status) != 0) return {};
@@ -78,7 +78,7 @@ void restoreLockFlags(int fd, int cleared) {
 Result<ClearedLocks> ClearedLocks::clear(int folder, const char* name, OtherNames otherNames) {
     const UniqueFd held = holdEntry(folder, name);
     if (!held) return errorFromErrno(errno, HostAccess::Write);
-    // Asked while it is locked: later its user could quickly take a name away.
+    // This is asked while the file is locked. Afterwards its user could quickly take a name away.
     if (otherNames == OtherNames::Refuse && hasOtherNames(held.get())) {
         return errorFromErrno(EMLINK, HostAccess::Write);
     }

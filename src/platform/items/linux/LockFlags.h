@@ -4,7 +4,8 @@
 
 namespace kestrin {
 
-/// Clears both on an open file or folder; `cleared` gets those that were set. 0 or an errno.
+/// Clears both flags on an open file or folder, and sets `cleared` to those that were set. Returns
+/// 0 or an errno.
 int clearLockFlags(int fd, int& cleared);
 
 /// Sets them again, unless the file or folder has no name any more.

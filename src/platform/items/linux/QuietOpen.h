@@ -9,7 +9,8 @@
 
 namespace kestrin {
 
-/// openat(2) with O_NOATIME where the kernel lets us, which it does for what is the caller's own.
+/// Opens by openat(2), with O_NOATIME where the kernel allows it, as it does for the caller's own
+/// files.
 inline int openQuietly(int folder, const char* name, int flags) {
     const int fd = openat(folder, name, flags | O_NOATIME);
     return fd < 0 && errno == EPERM ? openat(folder, name, flags) : fd;

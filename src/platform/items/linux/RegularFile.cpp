@@ -34,7 +34,7 @@ std::optional<std::string> readAll(int fd, std::size_t limit) {
 std::optional<std::string> readRegularFile(int folder, const char* name, std::size_t limit,
                                            struct stat* statusOfRead) {
     struct stat status;
-    // Looked at before it is opened, too: opening alone can act on a device.
+    // The file is examined before it is opened as well, since opening alone can act on a device.
     if (fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(status.st_mode)) {
         return std::nullopt;
     }

@@ -12,11 +12,13 @@ namespace kestrin {
 
 /// The bytes of the regular file `name` in the open folder `folder` (AT_FDCWD for a path). None
 /// when it is a link, a FIFO, a device or absent, cannot be read, or holds more than `limit` bytes.
-/// Never waits for a writer. `status`, where given, gets what the file that was read is.
+/// Never waits for a writer. `status`, unless it is nullptr, gets the fstat(2) of the file that was
+/// read.
 std::optional<std::string> readRegularFile(int folder, const char* name, std::size_t limit,
                                            struct stat* status = nullptr);
 
-/// What the kernel tells in a file of /proc, or an administrator in one of /etc; empty when absent.
+/// The text of a file in which the kernel (/proc) or an administrator (/etc) tells something; empty
+/// when the file is absent.
 std::string readSystemFile(const char* path);
 
 }  // namespace kestrin

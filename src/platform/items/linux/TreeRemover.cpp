@@ -64,7 +64,8 @@ struct Place {
     const RemovalItem& item;
     int folder;
     /// Keeps the path of `above` for all entries of one listing, once an entry has asked for it.
-    /// A folder keeps none itself: of a chain of folders that would be the square of its depth.
+    /// Folders keep no path themselves: in a chain of folders the paths would take the square of
+    /// its depth.
     std::string* knownPath = nullptr;
     bool isRehearsal = false;
 
@@ -268,7 +269,8 @@ class Remover {
                                   ? openForRemoval(place, entry, name, facts, *opened, error)
                                   : removeFile(place, entry, name, facts, error);
             if (error == 0) return step;
-            // A folder that is none any more, or the other way round, is looked at again.
+            // An entry that has turned from a folder into something else, or back, is looked at
+            // again.
             const bool hasChanged = error == ENOTDIR || error == ELOOP || error == EISDIR;
             if (!hasChanged || tries + 1 == kMaximumTries) {
                 return fail(entry, error, HostAccess::Write);
@@ -276,7 +278,7 @@ class Remover {
         }
     }
 
-    /// Takes the name away: 0 or the errno. A rehearsal only says which it would be.
+    /// Takes the name away. Returns 0 or the errno; a rehearsal only finds out which it would be.
     int unlinkEntry(const Place& place, const char* name, const EntryFacts& facts, int flags) {
         if (!m_isRehearsal) return unlinkat(place.folder, name, flags) == 0 ? 0 : errno;
         const FolderRights rights =
@@ -545,7 +547,7 @@ class Remover {
     std::map<int, FolderRights> m_rights;  ///< of a rehearsal, by descriptor; guarded by the lock
 };
 
-/// More workers than cores pay: some always wait for the file system's journal.
+/// It pays to have more workers than cores, since some always wait for the file system's journal.
 unsigned defaultWorkers() {
     return std::clamp(2 * std::thread::hardware_concurrency(), 4U, 8U);
 }

@@ -97,8 +97,8 @@ class Scanner {
     };
 
     void runWorkers() {
-        // More than cores: what is not in memory is asked of the disk, which likes several
-        // questions.
+        // There are more workers than cores: a disk answers several questions at once faster than
+        // one after the other.
         static const unsigned most =
             affordableWorkers(std::clamp(4 * std::thread::hardware_concurrency(), 8U, 16U));
         static WorkerBudget& budget = *new WorkerBudget(2 * (most - 1));  // outlives what hangs

@@ -13,7 +13,7 @@
 
 namespace kestrin {
 
-/// Tasks that beget tasks. Ends when none is left and no worker can make more.
+/// Tasks that may add further tasks. The work ends when no task is left and no worker can add one.
 template <class Task>
 class WorkStack {
  public:

@@ -7,8 +7,8 @@
 
 namespace kestrin {
 
-/// Hands out threads. One share gets at most half of those that are free: whoever keeps his for
-/// ever, in a volume that does not answer, leaves the others as many. Thread: any.
+/// Hands out threads. One share gets at most half of those that are free. Thus a share that is kept
+/// for ever, in a volume that does not answer, leaves as many for the others. Thread: any.
 class WorkerBudget {
  public:
     explicit WorkerBudget(unsigned threads) : m_free(threads) {}
@@ -24,7 +24,7 @@ class WorkerBudget {
         Share(const Share&) = delete;
         Share& operator=(const Share&) = delete;
 
-        /// What was to be had of those wanted; it may be none.
+        /// How many threads the share got, at most those wanted; it may be none.
         unsigned threads() const { return m_threads; }
 
      private:

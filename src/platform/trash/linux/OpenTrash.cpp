@@ -24,14 +24,14 @@ constexpr const char* kDirectorySizes = "directorysizes";
 constexpr std::size_t kRecordLimit = std::size_t{64} << 10;
 constexpr std::size_t kDirectorySizesLimit = std::size_t{64} << 20;
 
-/// O_PATH: an own folder without read permission can still be worked in.
+/// With O_PATH one can work in a folder of one's own without the permission to read it.
 UniqueFd openFolderIn(int parent, const std::string& name) {
     constexpr int kFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
     return UniqueFd(openat(parent, name.c_str(), kFlags));
 }
 
-/// The trash folder itself; links are followed above it only. In `.Trash/UID` the trash folder's
-/// parent belongs to the trash, too.
+/// Opens the trash folder itself. Links are followed above it only. In `.Trash/UID` its parent
+/// belongs to the trash, too.
 UniqueFd openTrashFolder(const FileUrl& trash) {
     const FileUrl parent = trash.parent();
     const bool isShared = parent.lastPathComponent() == ".Trash";

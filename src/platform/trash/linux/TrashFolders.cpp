@@ -65,8 +65,8 @@ TrashPlace examined(FileUrl trash, FileUrl topFolder) {
         return place;
     }
     const auto filesError = ownFolderError(place.files());
-    // Of a trash that is closed to its own user nobody knows what it holds: it is there, and
-    // whoever reads it is told.
+    // A trash that is closed to its own user exists. Nobody knows what it holds, and whoever reads
+    // it gets the error.
     place.hasFiles = !filesError || filesError->systemError == EACCES;
     place.isPresent = place.hasFiles || filesError->systemError == ENOENT;
     if (!place.isPresent) place.unusableBecause = filesError;

@@ -26,12 +26,15 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Several entries mostly come or go together: the part of the interval that the first one waits.
+/// The part of the interval that the first change waits, since several entries mostly come or go
+/// together.
 constexpr int kRestPart = 5;
-/// How far up a missing folder is waited for: "files", the trash folder, the folder that holds it.
+/// How many folders are tried upwards from a missing one: "files", the trash folder, the folder
+/// that holds it.
 constexpr int kMostAncestors = 3;
 
-// Added to what is watched already: two folders may be one, seen through two mounts.
+// A watch is added to one that is there already: two folders may be the same one, seen through two
+// mounts.
 constexpr std::uint32_t kAppearance =
     IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_MASK_ADD;
 constexpr std::uint32_t kContents = kAppearance | IN_DELETE | IN_MOVED_FROM | IN_DONT_FOLLOW;
