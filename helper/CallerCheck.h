@@ -23,23 +23,24 @@ class CallerCheck final : public QObject {
  public:
     struct Question {
         QString caller;                         ///< unique bus name
-        std::optional<AuthorizationForm> form;  ///< what the caller says of itself, where it must
+        std::optional<AuthorizationForm> form;  ///< what the caller says of itself; none for a
+                                                ///< command that asks for no such form
         std::string right;                      ///< the policy service's action; empty: refused
         bool mayAskUser = false;
     };
     struct Answer {
         const char* error = nullptr;  ///< of HelperErrorName; nullptr: authorised
         QString reason;
-        std::uint32_t userId = 0;  ///< by the bus; valid once that has answered
+        std::uint32_t userId = 0;  ///< as the bus says; valid once the bus has answered
     };
     struct Handlers {
-        /// The caller is who it says, a program of that user. False: refused as kBusy, and nobody
-        /// is asked anything.
+        /// Called when the caller proved to be who it says, a program of that user. False refuses
+        /// it as kBusy before anybody is asked anything.
         std::function<bool(std::uint32_t userId)> identified;
         std::function<void(const Answer&)> answered;
     };
 
-    /// Calls `answered` once, from the event loop, unless this goes before.
+    /// Calls `answered` once, from the event loop, unless this is destroyed before.
     CallerCheck(const QDBusConnection& bus, Question question, Handlers handlers);
     /// Takes back a question that is still open.
     ~CallerCheck() override;

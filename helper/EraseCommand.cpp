@@ -15,7 +15,7 @@ namespace {
 
 using Locks = UserTrashes::Locks;
 
-/// Everything goes: what may be listed was decided before.
+/// Lets everything go, since it was decided before what may be listed.
 class WholePolicy : public RemovalPolicy {
  public:
     WholePolicy(EraseProgress& progress, const std::atomic<bool>& stop)
@@ -43,7 +43,7 @@ class WholePolicy : public RemovalPolicy {
     std::atomic<std::uint64_t> m_failures = 0;
 };
 
-/// Only folders go, and so only those that hold nothing but folders.
+/// Lets only folders go, and so only those that hold nothing but folders.
 class EmptyFoldersPolicy final : public WholePolicy {
  public:
     using WholePolicy::WholePolicy;
@@ -53,7 +53,7 @@ class EmptyFoldersPolicy final : public WholePolicy {
     void didFail(const RemovalEntry&, const HostError&) override {}
 };
 
-/// One worker takes the folders one after the other, each before the one that holds it.
+/// A single worker takes the folders one after the other, each before the one that holds it.
 void removeEmptyFolders(UserTrashes& trashes, std::vector<ListedItem> folders,
                         EraseProgress& progress, const std::atomic<bool>& stop) {
     std::ranges::stable_sort(folders, [](const ListedItem& one, const ListedItem& other) {

@@ -16,7 +16,7 @@ namespace kestrin {
 class EraseProgress {
  public:
     virtual ~EraseProgress() = default;
-    /// May wait until the one who listens has caught up.
+    /// May wait until the listener has caught up.
     virtual void itemErased(std::string path, std::uint64_t size) = 0;
     /// False once nobody wants to know any more.
     virtual bool isHeard() const = 0;
@@ -32,14 +32,14 @@ struct EraseOutcome {
 /// Erases the listed items of a user's trashes, with what is in them, their records and their lines
 /// in `directorysizes`; then the folders that had been left because they were not empty and now
 /// hold nothing but folders. Before every entry `stop` is looked at. An item that vanished
-/// meanwhile counts as gone; one that is refused, because it lies in no trash of the user, as still
-/// there. Thread: any but the main thread.
+/// meanwhile counts as gone. One that is refused, because it lies in no trash of the user, counts
+/// as still there. Thread: any but the main thread.
 EraseOutcome runEraseCommand(UserTrashes& trashes, const EraseItems& items, EraseProgress& progress,
                              const std::atomic<bool>& stop, unsigned workers = 0);
 
 /// Clears the immutable and append-only attributes of these entries and answers whether each is
-/// without them now. A file that has other names keeps them: some may lie outside the trash. What
-/// is in a folder is left as it is.
+/// without them now. A file that has other names keeps its attributes, since some names may lie
+/// outside the trash. What is in a folder is left as it is.
 std::vector<bool> runUnlockCommand(UserTrashes& trashes, const std::vector<std::string>& paths,
                                    const std::atomic<bool>& stop);
 

@@ -9,7 +9,8 @@
 namespace kestrin {
 
 Result<std::unique_ptr<FolderLocks::Need>> FolderLocks::clear(int folder) {
-    // Looked at under the lock: a folder whose last need is just ending is locked again before.
+    // This is asked under the lock, so that a folder whose last need is just ending is locked again
+    // before.
     const std::lock_guard guard(m_mutex);
     FolderFacts facts;
     if (!examineFolder(folder, facts)) return errorFromErrno(errno, HostAccess::Read);

@@ -17,7 +17,7 @@ namespace kestrin {
 /// then puts them back. Thread: any.
 class FolderLocks {
  public:
-    /// One need for one folder. Goes before the FolderLocks that gave it.
+    /// One need for one folder. It must be destroyed before the FolderLocks that gave it.
     class Need {
      public:
         Need(const Need&) = delete;
@@ -32,8 +32,8 @@ class FolderLocks {
         const Key m_key;
     };
 
-    /// Clears what the open folder has; answers nothing when it had, and has, none. Errors: of
-    /// clearing.
+    /// Clears the attributes of an open folder while the result lives. Nullptr when the folder has
+    /// none and nobody else's need has cleared any. Errors: as ClearedLocks::clearFolder.
     Result<std::unique_ptr<Need>> clear(int folder);
 
  private:

@@ -77,7 +77,7 @@ std::string textOf(const ItemIdentity& identity) {
            std::to_string(identity.birthTime);
 }
 
-/// Takes a number and the blank behind it, if there is one. False when there is no number.
+/// Takes a number, and a blank behind it, off the text. False when there is no number.
 template <class Integer>
 bool takeInteger(std::string_view& text, Integer& number) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);

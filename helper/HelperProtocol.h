@@ -52,16 +52,16 @@ struct AuthorizationForm {
     std::uint64_t startTime = 0;
     std::array<std::uint8_t, 16> random{};
 
-    /// For the calling process. Errors: of reading /proc/self/stat or of getrandom(2).
+    /// The form of the calling process. Errors: of reading /proc/self/stat or of getrandom(2).
     static Result<AuthorizationForm> ofThisProcess();
-    /// Empty when the bytes are not 32 or are all zero.
+    /// None when the bytes are not 32 or are all zero.
     static std::optional<AuthorizationForm> fromBytes(std::string_view bytes);
     std::string toBytes() const;
 
     friend bool operator==(const AuthorizationForm&, const AuthorizationForm&) = default;
 };
 
-/// The start time of a process as in proc(5), stat, field 22; empty when it is not there.
+/// The start time of a process as in proc(5), stat, field 22. None when there is no such process.
 std::optional<std::uint64_t> processStartTime(std::uint32_t processId);
 
 /// The items dictionary of an erase command. Paths are bytes here and percent-encoded in XML.
@@ -72,15 +72,16 @@ struct EraseItems {
     std::uint64_t erasedCount = 0;              ///< entries that the program erased before
     /// Folders left behind because they are not empty; to be removed if they become so.
     std::optional<std::vector<std::string>> notTrashedBecauseFolderNotEmpty;
-    /// What stood at each path when the user chose it: of "unlockItems", then of
-    /// "permissionsItems", then of the folders, in their order. What is something else by now is
-    /// left alone. Empty: no path is compared, and none whose identity is not known.
+    /// What stood at each path when the user chose it: first for "unlockItems", then for
+    /// "permissionsItems", then for the folders, each in its order. What is something else by now
+    /// is left alone. A path whose identity is not known is not compared; when this is empty, no
+    /// path is.
     std::vector<ItemIdentity> identities{};
 
     std::string toXml() const;
     /// Errors: those of the property list reader; kPropertyListReadCorrupt for a list that is no
     /// dictionary of these keys and types, a text that is no percent-encoded path, an identity that
-    /// is none, or any other number of identities than of paths.
+    /// is none, or another number of identities than of paths.
     static Result<EraseItems> fromXml(std::string_view xml);
 
     friend bool operator==(const EraseItems&, const EraseItems&) = default;

@@ -22,19 +22,19 @@ namespace {
 
 constexpr std::size_t kMaximumRequests = 64;
 constexpr std::size_t kMaximumRequestsOfUser = 8;
-/// Of callers of whom the bus has not told yet who they are.
+/// The most commands of callers whose user the bus has not told yet.
 constexpr std::size_t kMaximumUnknown = 256;
-/// Of all calls that wait for their reply. The bus library keeps their messages, and reads nothing
-/// more from the bus, no answer of the policy service either, while it keeps 63 MB.
+/// The most bytes of all calls that wait for their reply. The bus library keeps their messages, and
+/// reads nothing more from the bus, no answer of the policy service either, while it keeps 63 MB.
 constexpr std::size_t kMaximumCallBytes = std::size_t{32} << 20;
-/// Of all lists that were read and whose command is not over.
+/// The most bytes of all lists that were read and whose command is not over.
 constexpr std::size_t kMaximumListBytes = kMaximumList;
 
 QString latin1(const char* text) {
     return QString::fromLatin1(text);
 }
 
-/// What they take in a message, at most.
+/// How many bytes the texts take in a message at most.
 std::size_t bytesOf(const QStringList& texts) {
     constexpr std::size_t kBesidesText = 8;  // the length, a NUL, and what aligns the next
     std::size_t bytes = 0;
@@ -156,7 +156,7 @@ void HelperService::setStoppedByUser(bool stopped) {
     if (stopped && found != m_requests.end()) stop(found->second);
 }
 
-/// One that still waits for its turn need not: it only looks at what is there.
+/// What still waits for its turn need not wait, since it only looks at what is there.
 void HelperService::stop(const RequestPtr& request) {
     if (request->stop.exchange(true) || !request->isAccepted) return;
     m_reader.enqueue([this, request] { carryOut(request); });
@@ -209,7 +209,7 @@ void HelperService::check(const RequestPtr& request) {
                 }});
 }
 
-/// Whoever the caller is.
+/// Whether there is room for one more command, whoever the caller is.
 bool HelperService::hasRoomFor(const Request& request) const {
     if (m_isEnding || m_requests.contains(request.caller)) return false;
     std::size_t unknown = 0;
@@ -235,7 +235,7 @@ bool HelperService::identify(Request& request, std::uint32_t user) const {
 }
 
 void HelperService::checked(const RequestPtr& request, const CallerCheck::Answer& answer) {
-    // The check is at work: it may go only when it has returned.
+    // The check is on the stack, and may be destroyed only when it has returned.
     request->check.release()->deleteLater();
     if (answer.error) {
         qCWarning(lcHelper, "%s of user %u refused: %s", request->command.c_str(), answer.userId,
@@ -290,7 +290,7 @@ void HelperService::accept(const RequestPtr& request, Result<EraseItems> items) 
 
 void HelperService::waitForTurn(const RequestPtr& request) {
     request->isAccepted = true;
-    // One that was stopped before has no need of a turn.
+    // A command that was stopped before needs no turn.
     OperationQueue& queue = request->stop ? m_reader : m_eraser;
     queue.enqueue([this, request] { carryOut(request); });
 }

@@ -24,8 +24,8 @@ namespace kestrin {
 /// before: its form, the caller's credentials, the policy service, whether the caller is still
 /// there; then its list is read, the call is answered, and it waits for its turn. A caller has one
 /// command at a time, a user a few; the number and bytes of what waits are bounded. A caller that
-/// leaves the bus is one that said Stop. A command whose caller wants no reply is ignored. Main
-/// thread, which never waits for the bus; erasing and reading run on queues of their own.
+/// leaves the bus counts as one that said Stop. A command whose caller wants no reply is ignored.
+/// Main thread, which never waits for the bus; erasing and reading run on queues of their own.
 class HelperService final : public QObject, protected QDBusContext {
     Q_OBJECT
  public:
@@ -33,7 +33,8 @@ class HelperService final : public QObject, protected QDBusContext {
     HelperService(const QDBusConnection& bus, std::chrono::seconds idleTime);
     ~HelperService() override;
 
-    /// Takes the helper's name on the bus. False when another helper has it, or may not be had.
+    /// Takes the helper's name on the bus. False when another helper has it, or when it may not be
+    /// had.
     bool start();
     /// Stops every command at its next entry, and ends the process after the last.
     Q_SLOT void shutDown();

@@ -17,7 +17,7 @@ class DistinctItems {
  public:
     explicit DistinctItems(const EraseItems& items) : m_identities(items.identities) {}
 
-    /// `first`: where the identities of these paths begin.
+    /// `first` is the index at which the identities of these paths begin.
     void add(const std::vector<std::string>& paths, std::size_t first) {
         m_items.reserve(m_items.size() + paths.size());
         m_known.reserve(m_known.size() + paths.size());
@@ -100,7 +100,7 @@ std::uint64_t ListedItems::countLeft() {
     return left;
 }
 
-/// Of a path that is refused nothing is told, not even that there is nothing.
+/// Nothing is told about a path that is refused, not even that there is nothing.
 bool ListedItems::isThere(const ListedItem& item) {
     const auto folder = m_trashes.folderOf(item.path, UserTrashes::Locks::Keep);
     if (!folder) return folder.error().systemError != ENOENT;

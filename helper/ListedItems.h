@@ -22,8 +22,8 @@ struct ListedItem {
     ItemIdentity identity{};
 };
 
-/// The items to erase, locked ones first, and the folders left behind: each path once, in the order
-/// of its first. The bytes stay those of `items`.
+/// The items to erase, with the locked ones first, or the folders left behind. Each path stands
+/// once, in the order in which paths first come. The paths point into `items`.
 std::vector<ListedItem> itemsToErase(const EraseItems& items);
 std::vector<ListedItem> foldersLeftBehind(const EraseItems& items);
 
@@ -38,8 +38,9 @@ class ListedItems final : public RemovalItems {
     bool next(RemovalItem& item) override;
     void finished(const RemovalItem& item, RemovalOutcome outcome) override;
 
-    /// How many are not gone, those that were refused or not begun among them; not those that
-    /// something else has replaced. Call when removal is over: the disk is looked at again.
+    /// How many items are not gone. Those that were refused or not begun count, and those that
+    /// something else has replaced do not. To be called when the removal is over: it looks at the
+    /// disk again.
     std::uint64_t countLeft();
 
  private:

@@ -14,12 +14,12 @@ constexpr int kTickMilliseconds = 20;
 constexpr int kAnswerMilliseconds = 30'000;
 constexpr int kMaximumUnanswered = 4;
 constexpr std::size_t kMaximumPendingBytes = std::size_t{512} << 10;
-/// What an entry takes in a message besides its path.
+/// How many bytes an entry takes in a message besides its path.
 constexpr std::size_t kItemBytes = 32;
 /// The bus takes no message above 32 MB.
 constexpr std::size_t kLongestPath = std::size_t{4} << 20;
 
-/// A longer path, which no system call takes, loses its end.
+/// How much of a path is told. A longer one, which no system call takes, loses its end.
 QString textOf(const std::string& path) {
     // Folders can be nested so deep that the whole would take hundreds of megabytes.
     std::string text = percentEncode(path.substr(0, kLongestPath), true);
@@ -84,7 +84,7 @@ void ProgressChannel::watch(const QDBusPendingCall& call) {
     });
 }
 
-/// Messages between two connections keep their order, so that nothing follows this one.
+/// Sends the end. Messages between two connections keep their order, so that nothing follows it.
 void ProgressChannel::sendEnd() {
     m_tick.stop();
     m_caller->finishedWithNonErasedCount(*m_nonErasedCount);

@@ -19,10 +19,10 @@ class ComQuorvaneKestrin3QVHelperToolProtocolProgressInterface;
 
 namespace kestrin {
 
-/// Gathers the entries that went and sends them in calls that carry as many as came in 20 ms, so
-/// that the bus carries at most some fifty a second. A few calls may be unanswered; then whoever
-/// erases waits. A caller that does not answer for 30 seconds, or answers with an error, is given
-/// up. Thread: the main thread, but for `itemErased`.
+/// Gathers the entries that went and sends them in calls, each with all that came in 20 ms, so that
+/// the bus carries at most some fifty calls a second. When several calls are unanswered, those who
+/// erase wait. A caller that does not answer for 30 seconds, or answers with an error, is given up.
+/// Thread: the main thread, except for `itemErased` and `isHeard`.
 class ProgressChannel final : public QObject, public EraseProgress {
  public:
     struct Totals {
@@ -34,14 +34,15 @@ class ProgressChannel final : public QObject, public EraseProgress {
                     std::function<void()> lost);
     ~ProgressChannel() override;
 
-    /// Thread: any. Waits while too much is unsent; afterwards drops it when the caller is given
-    /// up.
+    /// Thread: any. Waits while too much is unsent. Entries of a caller that is given up are
+    /// dropped.
     void itemErased(std::string path, std::uint64_t size) override;
     bool isHeard() const override;
 
-    /// Sends what is left and then the end. `done` is called when that is sent, or given up.
+    /// Sends what is left and then the end. `done` is called when the end is sent, or the caller
+    /// given up.
     void finish(std::uint64_t nonErasedCount, std::function<void()> done);
-    /// Nobody listens any more.
+    /// Gives the caller up, because nobody listens any more.
     void giveUp();
 
     Totals totals() const;
@@ -55,7 +56,7 @@ class ProgressChannel final : public QObject, public EraseProgress {
     std::function<void()> m_lost;
     QTimer m_tick;
     int m_unanswered = 0;
-    std::optional<std::uint64_t> m_nonErasedCount;  ///< set: the command is over
+    std::optional<std::uint64_t> m_nonErasedCount;  ///< set once the command is over
     std::function<void()> m_done;
 
     mutable std::mutex m_mutex;  ///< guards what follows

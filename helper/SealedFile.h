@@ -14,7 +14,8 @@ namespace kestrin {
 /// Errors: EINVAL for anything else; EFBIG above `maximum`.
 Result<std::uint64_t> sizeOfSealedFile(int fd, std::size_t maximum);
 
-/// Its bytes, read from the beginning wherever its position is. Errors: as above, and of reading.
+/// The bytes of such a file, read from its beginning wherever its position is. Errors: as
+/// sizeOfSealedFile, and of reading.
 Result<std::string> readSealedFile(int fd, std::size_t maximum);
 
 }  // namespace kestrin

@@ -99,7 +99,8 @@ Result<std::shared_ptr<EntryFolder>> UserTrashes::folderOf(std::string_view path
     return folder;
 }
 
-/// The trash that lies deepest above the path. Of mounts at the same place only one can be opened.
+/// Finds the trash that lies deepest above the path. When several mounts have one place, only one
+/// of them can be opened.
 Result<std::shared_ptr<UserTrash>> UserTrashes::trashOf(std::string_view path,
                                                         std::string_view& part) {
     part = {};

@@ -28,7 +28,7 @@ struct UserTrash {
 struct EntryFolder {
     std::shared_ptr<UserTrash> trash;
     std::string path;  ///< as the caller spells it
-    UniqueFd below;    ///< none: the trash's `files` itself
+    UniqueFd below;    ///< none when the folder is the trash's `files` itself
     std::vector<std::unique_ptr<FolderLocks::Need>> needs;
 
     bool isFiles() const { return !below; }
@@ -39,13 +39,13 @@ struct EntryFolder {
 /// the helper's own knowledge: the account's home folder and the mount table. A path only selects
 /// which of them is tried. Each is opened by descriptors from the home folder or the root of the
 /// mount, without following a link or entering another mount, and must be a real folder of that
-/// user, as must its `files`. Not for several threads. Left out: a home trash that the user moved
-/// by a variable, and file systems that the user himself serves (FUSE): there, what root is told
-/// would be his to make up, and root is not needed.
+/// user, as must its `files`. One thread at a time. Two kinds of trash are left out: a home trash
+/// that the user moved by a variable, and those on file systems that the user himself serves
+/// (FUSE). There he could make up whatever root is told, and root is not needed.
 class UserTrashes {
  public:
     explicit UserTrashes(std::uint32_t user);
-    /// With another home and table; for tests.
+    /// For tests: with another home folder and another mount table.
     UserTrashes(std::uint32_t user, const std::string& home, const std::vector<MountEntry>& mounts);
 
     enum class Locks {
@@ -53,9 +53,9 @@ class UserTrashes {
         Clear,  ///< of the folders between the entry and `files`, while the result lives
     };
     /// The folder that holds the entry `path`, which must be plain and lie below the `files` of one
-    /// of the trashes. It may be gone when this was destroyed. The entry itself is not looked at.
-    /// Errors: EINVAL for any path that is not below a trash of the user; else of what is in the
-    /// way: ELOOP, ENOTDIR, EXDEV, ENOENT and others.
+    /// of the trashes. A result of Locks::Clear must be destroyed before this object. The entry
+    /// itself is not looked at. Errors: EINVAL for any path that is not below a trash of the user;
+    /// else of what is in the way: ELOOP, ENOTDIR, EXDEV, ENOENT and others.
     Result<std::shared_ptr<EntryFolder>> folderOf(std::string_view path, Locks locks);
 
     /// Takes the lines of what went out of the trashes' `directorysizes`.
@@ -72,7 +72,7 @@ class UserTrashes {
         std::vector<std::string> steps;     ///< from there to the trash folder
         bool isShared = false;              ///< the first step must be sticky
         bool wasTried = false;
-        std::shared_ptr<UserTrash> trash;  ///< none: not yet opened, or no trash
+        std::shared_ptr<UserTrash> trash;  ///< nullptr when it was not opened yet, or is no trash
         int error = 0;
     };
 

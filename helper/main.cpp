@@ -32,8 +32,8 @@ int fail(const char* why) {
     return 1;
 }
 
-/// How long the helper stays without being asked for anything; none for anything else than the one
-/// option.
+/// How long the helper stays without being asked for anything. None when the words are anything but
+/// that one option.
 std::optional<std::chrono::seconds> idleTime(int argc, char** argv) {
     constexpr std::string_view kOption = "--idle-seconds=";
     int seconds = 60;
@@ -48,7 +48,7 @@ std::optional<std::chrono::seconds> idleTime(int argc, char** argv) {
     return std::chrono::seconds(seconds);
 }
 
-/// A descriptor that tells of SIGTERM and SIGINT; to be made before there are other threads.
+/// A descriptor that tells of SIGTERM and SIGINT. It must be made before there are other threads.
 UniqueFd takeSignals() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -73,7 +73,7 @@ int serve(std::chrono::seconds idle, int signals) {
     bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                 QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
                 &service, SLOT(shutDown()));
-    // The object is there before anybody can know the name.
+    // The object is made before anybody can know the name.
     if (!bus.registerObject(QString::fromLatin1(kHelperPath), &service)) {
         return fail("the object cannot be registered");
     }
