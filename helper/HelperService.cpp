@@ -221,7 +221,7 @@ bool HelperService::hasRoomFor(const Request& request) const {
     return unknown < kMaximumUnknown && bytes <= kMaximumCallBytes;
 }
 
-/// False when there is no room for one more of this user.
+/// Takes down who the caller is. False when there is no room for one more command of this user.
 bool HelperService::identify(Request& request, std::uint32_t user) const {
     std::size_t ofAll = 0;
     std::size_t ofUser = 0;
@@ -247,7 +247,7 @@ void HelperService::checked(const RequestPtr& request, const CallerCheck::Answer
     readList(request);
 }
 
-/// Only now are the caller's bytes looked at.
+/// The bytes of the caller's list are looked at only from here on.
 void HelperService::readList(const RequestPtr& request) {
     const auto size = request->sizeOfList();
     if (!size) {

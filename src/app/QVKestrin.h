@@ -159,7 +159,7 @@ class QVKestrin : public QObject {
     // --- Changes by others ---
 
     /// To be called when somebody filled or emptied a trash. The icon follows, and the rows forget
-    /// what they counted; rows that are shown at the moment do when their menu opens again.
+    /// what they counted; rows that are shown at the moment do so when their menu opens again.
     void trashContentsDidChange();
 
  private:
@@ -236,7 +236,7 @@ class QVKestrin : public QObject {
     QMenu* m_subTrashMenu = nullptr;  ///< child of m_kestrinMenu
     std::unique_ptr<StatusDisplay> m_statusItem;
     std::vector<DiskRow> m_submenuViews;
-    std::set<FileUrl> m_toldUnusable;  ///< volumes of which the user knows that
+    std::set<FileUrl> m_toldUnusable;  ///< volumes that the user was told of
     std::unique_ptr<SmartWindow> m_smartWindow;
     std::unique_ptr<QObject> m_startTimer;
     std::unique_ptr<QObject> m_endTimer;

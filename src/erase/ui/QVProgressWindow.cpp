@@ -64,7 +64,8 @@ QVProgressWindow::QVProgressWindow(const StringTable& texts, const QVNumberUtili
     layout->addWidget(makeFigures());
     setFocusPolicy(Qt::ClickFocus);
     showMainText(m_texts.text("progress_main"_key));
-    // Not a minimum of the window, which would keep it from growing with its figures.
+    // A strut and not a minimum width of the window, which would keep it from growing with its
+    // figures.
     layout->addStrut(kWidth - layout->contentsMargins().left() - layout->contentsMargins().right());
     resize(kWidth, sizeHint().height());
 }

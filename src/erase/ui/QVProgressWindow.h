@@ -20,10 +20,10 @@ class StringTable;
 
 /// Shows the main line, the info line, the bar, "Items: x of y", "Size: …" and Stop. It is 420
 /// points wide, and wider where the figures need it. It is moved by its background, and no field of
-/// it has the focus at first. Closing it and Escape mean Stop, and it stays until its owner hides
-/// it. A program that wants to quit is therefore refused once, and may try again when the erase is
-/// over. Object names: "main_line", "info_line", "bar", "count_label", "count", "size_label",
-/// "size", "stop".
+/// it has the focus at first. Closing the window and Escape mean Stop, and the window stays until
+/// its owner hides it. A program that wants to quit is therefore refused once, and may try again
+/// when the erase is over. Object names: "main_line", "info_line", "bar", "count_label", "count",
+/// "size_label", "size", "stop".
 class QVProgressWindow : public QWidget {
     Q_OBJECT
 

@@ -75,7 +75,8 @@ std::string withoutAbsentEntries(std::string_view text, int files) {
     return kept;
 }
 
-/// False with errno.
+/// Whether the open folder belongs to that user. When it does not, or cannot be examined, errno
+/// says why.
 bool isOwnedBy(int folder, std::uint32_t owner) {
     FolderFacts facts;
     if (!examineFolder(folder, facts)) return false;
