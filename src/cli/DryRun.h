@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: GPL-3.0-or-later Prints what an erase would take, instead of erasing it.
-// Changes nothing on disk and writes no log.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Prints what an erase would take, instead of erasing it. Changes nothing on disk and writes no
+// log.
 #pragma once
 
 #include "base/Result.h"

@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: GPL-3.0-or-later One run of the erase engine from a terminal, with its
-// services, its event loop, and Ctrl-C as Stop.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// One run of the erase engine from a terminal, with its services, its event loop, and Ctrl-C as
+// Stop.
 #pragma once
 
 #include <QEventLoop>

@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: GPL-3.0-or-later The program's standard output. It takes bytes, and
-// tells in the end whether all of them went out.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The program's standard output. It takes bytes, and tells in the end whether all of them went out.
 #pragma once
 
 #include <QString>

@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: GPL-3.0-or-later Makes locations of what the user typed as paths, byte
-// for byte.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Makes locations of what the user typed as paths, byte for byte.
 #pragma once
 
 #include <optional>

@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: GPL-3.0-or-later Lets Ctrl-C, SIGTERM and the end of the terminal
-// session act as Stop.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Lets Ctrl-C, SIGTERM and the end of the terminal session act as Stop.
 #pragma once
 
 #include <functional>

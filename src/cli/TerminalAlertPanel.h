@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: GPL-3.0-or-later Alerts in a terminal. The confirmation and the
-// questions are prompts; everything else is lines on standard error.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Alerts in a terminal. The confirmation and the questions are prompts; everything else is lines on
+// standard error.
 #pragma once
 
 #include <QString>

@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: GPL-3.0-or-later The progress of an erase as the terminal's status line.
-// Where there is no status line, nothing is shown.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The progress of an erase as the terminal's status line. Where there is no status line, nothing is
+// shown.
 #pragma once
 
 #include <QStringList>

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: GPL-3.0-or-later One entry at the top of a trash, as lists show it. The
-// list keeps the stored values. The derived ones are asked of the file system at every call, so
-// that they are never out of date.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// One entry at the top of a trash, as lists show it. The list keeps the stored values. The derived
+// ones are asked of the file system at every call, so that they are never out of date.
 #pragma once
 
 #include <QString>

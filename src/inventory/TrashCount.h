@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: GPL-3.0-or-later Counts what trashes hold. This is the one place where
-// scans are summed up. A trash that is not there holds nothing; one that cannot be read is never
-// taken for empty.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Counts what trashes hold. This is the one place where scans are summed up. A trash that is not
+// there holds nothing; one that cannot be read is never taken for empty.
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: GPL-3.0-or-later The trashes of the mounted volumes, as the volumes last
-// answered. A volume may answer late or never: each is asked on a thread that can be abandoned, and
-// whoever draws uses the last answers.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The trashes of the mounted volumes, as the volumes last answered. A volume may answer late or
+// never: each is asked on a thread that can be abandoned, and whoever draws uses the last answers.
 #pragma once
 
 #include <QString>

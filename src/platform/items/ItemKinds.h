@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: GPL-3.0-or-later What kind of thing an item is. Its name and type alone
-// tell it: nothing is opened.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What kind of thing an item is. Its name and type alone tell it: nothing is opened.
 #pragma once
 
 #include <cstdint>

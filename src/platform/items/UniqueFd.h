@@ -1,4 +1,5 @@
-// SPDX-License-Identifier: GPL-3.0-or-later The sole owner of a file descriptor.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The sole owner of a file descriptor.
 #pragma once
 
 #include <unistd.h>

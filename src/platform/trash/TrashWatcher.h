@@ -1,5 +1,5 @@
-// SPDX-License-Identifier: GPL-3.0-or-later Tells when something came into a trash or left it, so
-// that nobody has to look again and again.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Tells when something came into a trash or left it, so that nobody has to look again and again.
 #pragma once
 
 #include <chrono>

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: GPL-3.0-or-later Keeps the folders of a walk open as far as descriptors
-// last. A walk may be deeper than their limit: folders that wait are closed, and found again when
-// they are needed.
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Keeps the folders of a walk open as far as descriptors last. A walk may be deeper than their
+// limit: folders that wait are closed, and found again when they are needed.
 #pragma once
 
 #include <fcntl.h>
