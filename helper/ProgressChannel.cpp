@@ -19,7 +19,7 @@ constexpr std::size_t kItemBytes = 32;
 /// The bus takes no message above 32 MB.
 constexpr std::size_t kLongestPath = std::size_t{4} << 20;
 
-/// How much of a path is told. A longer one, which no system call takes, loses its end.
+/// The path as it is told. One that is longer than any system call takes loses its end.
 QString textOf(const std::string& path) {
     // Folders can be nested so deep that the whole would take hundreds of megabytes.
     std::string text = percentEncode(path.substr(0, kLongestPath), true);

@@ -95,9 +95,8 @@ class OpenTrash {
 
  private:
     OpenTrash() = default;
-    UniqueFd m_trash, m_files, m_info;  ///< m_info: -1 when absent or no real folder
-    std::optional<std::uint32_t>
-        m_owner;  ///< the user that root works for; none when files of any owner may be replaced
+    UniqueFd m_trash, m_files, m_info;     ///< m_info: -1 when absent or no real folder
+    std::optional<std::uint32_t> m_owner;  ///< the user that root works for, if it does
 };
 
 }  // namespace kestrin

@@ -24,8 +24,7 @@ int openFolderQuietlyAt(int parent, const char* name);
 /// A folder on the way of a walk. Lives at least as long as the folders below it.
 struct FolderNode {
     FolderNode* parent = nullptr;
-    int rootParent =
-        -1;  ///< for a folder without `parent`, the descriptor of the folder that holds it
+    int rootParent = -1;  ///< the folder that holds it, when `parent` is nullptr
     std::string name;
     unsigned depth = 0;
 
