@@ -175,7 +175,7 @@ class PicturesTest(DesktopTest):
 
     def _takes_picture(self, shot):
         """False while a window is on the screen that shows nothing but what is behind it."""
-        self.run_as_user("scrot", "-o", shot, environment=self.environment)
+        self.run_as_user("scrot", "-o", shot)
         windows = [*self.bus.popups(), *(self.app.children if self.app else [])]
         places = [place for place in map(self.pixels, windows) if place[2] > 0]
         spots = "".join(f"%[pixel:p{{{x + 3},{y + 3}}}]" for x, y, *_ in places)

@@ -158,10 +158,6 @@ class Node:
         return tuple(answer[0]) if answer else (0, 0, 0, 0)
 
     @property
-    def value(self):
-        return self._property("CurrentValue", "org.a11y.atspi.Value")
-
-    @property
     def children(self):
         answer = self._call("GetChildren")
         return [Node(self._bus, owner, path) for owner, path in (answer[0] if answer else [])
@@ -177,8 +173,7 @@ class Node:
         return next(iter(self.find_all(role, name, showing)), None)
 
     def find_all(self, role=None, name=None, showing=True):
-        return [node for node in self.everything()
-                if (role is None or node.role == role)
+        return [node for node in self.everything() if (role is None or node.role == role)
                 and (name is None or re.search(name, node.name))
                 and (not showing or "showing" in node.states)]
 

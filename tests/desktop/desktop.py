@@ -11,18 +11,16 @@ import contextlib
 import os
 import re
 import subprocess
-import time
 
 import accessible
 from harness import (TIME_FACTOR, USER, EndToEndTest, TrashCan, _become, as_root, require,
-                     run_as_root)
+                     run_as_root, wait_until)
 
 PROGRAM = os.environ.get("KESTRIN", "")
 SCREEN = (1280, 800)
 # The background: of a colour that no window has.
 BACKGROUND_NAME, BACKGROUND = "#5a6b7b", "(90,107,123)"
-NEEDED = ("Xvfb", "openbox", "trayer", "xdotool", "xwininfo", "xprop", "xsetroot", "dbus-daemon",
-          "import")
+NEEDED = ("Xvfb", "openbox", "trayer", "xdotool", "xwininfo", "xprop", "xsetroot", "dbus-daemon", "import")
 EMPTY_ALL, DISKS, QUIT = "Empty All Trashes", "Empty Trash of Disk", "Quit Kestrin"
 
 
@@ -33,28 +31,20 @@ class DesktopTest(EndToEndTest):
         require(*NEEDED)
         accessible.require_bindings()
         super().setUp()
-        self._parts = {}
-        self._gated = []
+        self._parts, self._gated = {}, []
         self.kestrin = self.app = None
         self.lend("libkestrin_app.so")
         self.write_settings(show_install_helper_tool="true")
         self.start_session()
-
-    def write_settings(self, **settings):
-        folder = os.path.join(self.home, b".config")
-        os.makedirs(folder, exist_ok=True)
-        with open(os.path.join(folder, b"com.quorvane.kestrin-3.conf"), "w") as file:
-            file.write("[General]\n" + "".join(f"{key}={settings[key]}\n" for key in settings))
 
     # The desktop.
 
     def start_session(self):
         with as_root():
             runtime = self.folder_of_user("run", 0o700)
-        self.environment.update({
-            "XDG_RUNTIME_DIR": os.fsdecode(runtime), "QT_QPA_PLATFORM": "xcb",
-            "DBUS_SESSION_BUS_ADDRESS": "unix:path=" + os.fsdecode(runtime) + "/bus",
-            "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"})
+        self.environment.update({"XDG_RUNTIME_DIR": os.fsdecode(runtime), "QT_QPA_PLATFORM": "xcb",
+                                 "DBUS_SESSION_BUS_ADDRESS": "unix:path=" + os.fsdecode(runtime) + "/bus",
+                                 "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"})
         run_as_root("mkdir", "-p", "-m", "1777", "/tmp/.X11-unix")
         self._start_display()
         self._start_bus()
@@ -63,9 +53,8 @@ class DesktopTest(EndToEndTest):
 
     def _start_display(self):
         reader, writer = os.pipe()
-        self.run_part("Xvfb", "-displayfd", str(writer), "-screen", "0",
-                      f"{SCREEN[0]}x{SCREEN[1]}x24", "-nolisten", "tcp", "-noreset",
-                      pass_fds=(writer,))
+        self.run_part("Xvfb", "-displayfd", str(writer), "-screen", "0", f"{SCREEN[0]}x{SCREEN[1]}x24",
+                      "-nolisten", "tcp", "-noreset", pass_fds=(writer,))
         os.close(writer)
         with os.fdopen(reader) as answer:
             number = answer.readline().strip()
@@ -91,17 +80,17 @@ class DesktopTest(EndToEndTest):
         for _ in range(10):
             self.run_part("trayer", "--edge", "top", "--align", "right", "--widthtype", "request",
                           "--height", "28", "--SetDockType", "true", "--expand", "true")
-            if self.holds_within(3, is_placed):
-                return
+            with contextlib.suppress(AssertionError):
+                return wait_until(is_placed, "the tray", 3)
             self.kill_part("trayer")
         self.fail(f"the tray did not start\n{self.report()}")
 
-    def run_part(self, *command, pass_fds=(), environment=None):
+    def run_part(self, *command, pass_fds=()):
         """Starts one of the desktop's programs; it ends with the test."""
         name = os.path.basename(os.fsdecode(command[0]))
         log = os.path.join(self.scratch, os.fsencode(name) + b".log")
         with as_root(), open(log, "ab") as output:
-            process = subprocess.Popen(command, cwd="/", env=environment or self.environment,
+            process = subprocess.Popen(command, cwd="/", env=self.environment,
                                        stdin=subprocess.DEVNULL, stdout=output, stderr=output,
                                        preexec_fn=lambda: _become(USER), pass_fds=pass_fds)
         process.log = log
@@ -131,50 +120,35 @@ class DesktopTest(EndToEndTest):
 
     def tool(self, *command):
         """What a tool of the desktop prints."""
-        return self.run_as_user(*command, check=False, environment=self.environment)
+        return self.run_as_user(*command, check=False)
 
     def windows(self):
         return self.tool("xwininfo", "-root", "-tree")
 
     # The program.
 
-    def launch(self, *arguments, environment=None):
+    def launch(self, *arguments):
         """Starts the program and waits for nothing."""
-        return self.run_part(self.program, *arguments, environment=environment)
+        return self.run_part(self.program, *arguments)
 
     def start_program(self, *arguments):
         """Starts the program and waits until it can be worked with."""
+        self.start_program_without_icon(*arguments)
+        self.wait(self.icon_place, "the icon in the status area")
+
+    def start_program_without_icon(self, *arguments):
         self.kestrin = self.launch(*arguments)
         self.app = self.wait(lambda: self.bus.program("kestrin"), "the program on the bus")
-        self.wait(self.icon_place, "the icon in the status area")
 
     def wait(self, condition, what, timeout=30):
         """Waits until `condition()` answers something; answers that."""
-        answer = self.holds_within(timeout, condition)
-        if not answer:
-            self.fail(f"waited in vain for {what}\n{self.report()}")
-        return answer
-
-    @staticmethod
-    def holds_within(seconds, condition):
-        """The first true answer of `condition()`, or its last one."""
-        deadline = time.monotonic() + seconds * TIME_FACTOR
-        while not (answer := condition()) and time.monotonic() < deadline:
-            time.sleep(0.01)
-        return answer
+        return wait_until(condition, lambda: f"{what}\n{self.report()}", timeout)
 
     def wait_for_end(self, process=None, timeout=30):
         """The exit status of the program."""
         process = process or self.kestrin
         self.wait(lambda: process.poll() is not None, "the end of the program", timeout)
         return process.returncode
-
-    def wait_for_end_in_spite_of(self, volume, timeout):
-        """The kernel keeps a process that waits for a volume, but it must be over for the user."""
-        self.wait(lambda: self.kestrin.poll() is not None or not self.icon_place(),
-                  "the icon to go", timeout)
-        volume.open()
-        return self.wait_for_end(timeout=5)
 
     def assertRuns(self):
         self.assertIsNone(self.kestrin.poll(), self.said())
@@ -192,7 +166,8 @@ class DesktopTest(EndToEndTest):
         return "\n".join([line for node in seen for line in node.lines()] + [self.said()])
 
     def tearDown(self):
-        """The kernel ends no process that waits for an answer of a volume. And: nothing that the program wrote may be a complaint of a sanitizer or of the toolkit."""
+        """The kernel ends no process that waits for an answer of a volume. And nothing that the program wrote
+        may be a complaint of a sanitizer or of the toolkit."""
         for volume in self._gated:
             volume.open()
         said = self.said()
@@ -270,8 +245,7 @@ class DesktopTest(EndToEndTest):
                          f"the row “{disk}: {info}”")
 
     def close_menus(self):
-        self.key("Escape")
-        self.key("Escape")
+        self.key("Escape", "Escape")
         self.wait(lambda: not self.bus.popups(), "the menus to close")
 
     def choose(self, name):
@@ -299,6 +273,18 @@ class DesktopTest(EndToEndTest):
         """Presses a button by the mouse."""
         self.click(self.wait(lambda: window.find("button", f"^{button}$"), f"the button {button}"))
 
+    def ask_to_empty_all(self, figures=None):
+        """The question, with these figures."""
+        self.choose(EMPTY_ALL)
+        question = self.wait_for_window("Empty all trashes")
+        if figures:
+            self.wait_for_text(question, figures)
+        return question
+
+    def empty_all(self):
+        """Says yes when the figures are there."""
+        self.press(self.ask_to_empty_all(r"^\d[\d,]* items?,"), "Empty Trash")
+
     def wait_until_gone(self, title):
         self.wait(lambda: not self.window(title), f"the window “{title}” to go")
 
@@ -320,9 +306,10 @@ class DesktopTest(EndToEndTest):
         with as_root():
             folder = self.folder_of_user("behind " + name)
         gate = os.path.join(self.scratch, b"gate of " + os.fsencode(name))
-        process = self.run_as_root_in_background(
-            "/usr/bin/python3", "-B", os.path.join(os.path.dirname(__file__), "gated_volume.py"),
-            folder, point, gate)
+        script = os.path.join(os.path.dirname(__file__), "gated_volume.py")
+        process = subprocess.Popen(["/usr/bin/python3", "-B", script, folder, point, gate],
+                                   stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL, preexec_fn=lambda: _become(0))
         self.wait(lambda: process.poll() is not None or os.path.ismount(point), "the volume")
         if process.poll() is not None:
             self.skipTest("python3-fusepy cannot mount here")
@@ -330,11 +317,6 @@ class DesktopTest(EndToEndTest):
         self._gated.append(volume)
         self._undo.callback(volume.end)
         return volume
-
-    @staticmethod
-    def run_as_root_in_background(*command):
-        return subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                                stderr=subprocess.DEVNULL, preexec_fn=lambda: _become(0))
 
 
 class GatedVolume:

@@ -21,12 +21,10 @@ def register(connection, sender, path, interface, method, arguments, call):
 
 
 def main():
-    flags = (Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT |
-             Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION)
+    flags = (Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION)
     bus = Gio.DBusConnection.new_for_address_sync(sys.argv[1], flags, None, None)
-    bus.register_object("/StatusNotifierWatcher",
-                        Gio.DBusNodeInfo.new_for_xml(INTERFACE).interfaces[0], register,
-                        lambda *_: GLib.Variant("b", True), None)
+    bus.register_object("/StatusNotifierWatcher", Gio.DBusNodeInfo.new_for_xml(INTERFACE).interfaces[0],
+                        register, lambda *_: GLib.Variant("b", True), None)
     Gio.bus_own_name_on_connection(bus, WATCHER, Gio.BusNameOwnerFlags.NONE, None, None)
     GLib.MainLoop().run()
 

@@ -28,8 +28,7 @@ class PanelTest(DesktopTest):
         return lines[-1] if lines else None
 
     def ask(self, path, interface, method, signature="()", *arguments):
-        return self.bus.session_call(self.owner(), path, interface, method,
-                                     variant(signature, arguments))
+        return self.bus.session_call(self.owner(), path, interface, method, variant(signature, arguments))
 
     def property(self, name):
         return self.ask(ITEM[0], "org.freedesktop.DBus.Properties", "Get", "(ss)", ITEM[1], name)[0]
@@ -41,8 +40,7 @@ class PanelTest(DesktopTest):
         """The entries of a menu as the panel would draw them: label to (number, enabled)."""
         self.ask(*MENU, "AboutToShow", "(i)", parent)
         _, (_, _, children) = self.ask(*MENU, "GetLayout", "(iias)", parent, 1, [])
-        return {facts.get("label", ""): (number, facts.get("enabled", True))
-                for number, facts, _ in children}
+        return {facts.get("label", ""): (number, facts.get("enabled", True)) for number, facts, _ in children}
 
     def rows(self):
         return self.entries(self.entries()[DISKS][0])

@@ -3,7 +3,7 @@
 
 import signal
 
-from desktop import EMPTY_ALL, DesktopTest
+from desktop import DesktopTest
 from harness import send
 
 
@@ -28,41 +28,13 @@ class SessionTest(DesktopTest):
         self.assertEqual(self.wait_for_end(first), 0)
 
     def test_command_without_a_running_program(self):
+        """Cancelling and SIGTERM answer its question with no."""
         self.trash.tree("tree")
         self.assertEqual(self.wait_for_end(self.launch("--quit")), 0)
         self.start_program("--empty-all")
-        question = self.wait_for_window("Empty all trashes")
-        self.press(question, "Cancel")
+        self.press(self.wait_for_window("Empty all trashes"), "Cancel")
         self.wait_until_gone("Empty all")
-        self.assertEqual(self.trash.names(), [b"tree"])
-
-    def test_sigterm_during_an_erase(self):
-        """It acts as Stop, then the program ends."""
-        slow = self.gated("Slow")
-        slow.trash.tree("first", ["slow/a", "slow/b"])
-        for number in range(300):
-            slow.trash.tree(f"tree {number}", ["a"])
-        self.start_program()
-        self.choose(EMPTY_ALL)
-        question = self.wait_for_window("Empty all trashes")
-        self.wait_for_text(question, r"^\d+ items")
-        slow.shut()
-        self.press(question, "Empty Trash")
-        self.wait(self.progress, "the progress")
-        slow.shut(b"all")
-        send(self.kestrin, signal.SIGTERM)
-        self.wait_for_text(self.progress(), "Stopping")
-        slow.open()
-        self.assertEqual(self.wait_for_end(), 0)
-        gone = [line for line in self.log_lines() if " /" in line]
-        left = slow.entries_left()
-        self.assertEqual(len(gone) + left, 604)
-        self.assertGreater(left, 0)
-
-    def test_sigterm_during_a_question(self):
-        self.trash.tree("tree")
-        self.start_program("--empty-all")
-        self.wait_for_window("Empty all trashes")
+        self.ask_to_empty_all()
         send(self.kestrin, signal.SIGTERM)
         self.assertEqual(self.wait_for_end(), 0)
         self.assertEqual(self.trash.names(), [b"tree"])
@@ -78,10 +50,7 @@ class SessionTest(DesktopTest):
         self.start_window_manager()
         self.start_tray()
         self.wait(self.icon_place, "the icon to come back")
-        self.choose(EMPTY_ALL)
-        question = self.wait_for_window("Empty all trashes")
-        self.wait_for_text(question, "^4 items")
-        self.press(question, "Empty Trash")
+        self.press(self.ask_to_empty_all("^4 items"), "Empty Trash")
         self.wait(lambda: not self.trash.names(), "the trash to be empty")
         self.assertRuns()
 
@@ -102,28 +71,22 @@ class SessionTest(DesktopTest):
         self.assertEqual(self.trash.names(), [b"tree"])
 
     def test_tray_that_comes_late(self):
-        """What others asked for meanwhile is done then."""
+        """What others asked for meanwhile is done then, but quitting at once."""
         self.kill_part("trayer")
-        self.kestrin = self.launch()
-        self.app = self.wait(lambda: self.bus.program("kestrin"), "the program on the bus")
+        self.start_program_without_icon()
+        self.assertEqual(self.wait_for_end(self.launch("--quit")), 0)
+        self.assertEqual(self.wait_for_end(), 0)
+        self.start_program_without_icon()
         self.assertEqual(self.wait_for_end(self.launch("--empty-all")), 0)
         self.start_tray()
         self.wait(self.icon_place, "the icon")
         self.wait_for_window("Empty all trashes")
         self.assertRuns()
 
-    def test_quit_before_there_is_a_tray(self):
-        self.kill_part("trayer")
-        self.kestrin = self.launch()
-        self.wait(lambda: self.bus.program("kestrin"), "the program on the bus")
-        self.assertEqual(self.wait_for_end(self.launch("--quit")), 0)
-        self.assertEqual(self.wait_for_end(), 0)
-
     def test_no_status_area(self):
         """After half a minute the program says so, says how to go on, and ends."""
         self.kill_part("trayer")
-        self.kestrin = self.launch()
-        self.app = self.wait(lambda: self.bus.program("kestrin"), "the program on the bus")
+        self.start_program_without_icon()
         message = self.wait(lambda: self.window("no place in the status area"), "the message", 60)
         self.wait_for_text(message, "commands in a terminal")
         self.press(message, "OK")

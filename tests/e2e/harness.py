@@ -90,6 +90,21 @@ def exchange(one, other):
     return _libc.renameat2(_AT_FDCWD, one, _AT_FDCWD, other, _RENAME_EXCHANGE) == 0
 
 
+def wait_until(condition, what, timeout=30):
+    """Waits until `condition()` answers something; answers that. `what` is told when it does not come, or
+    makes what is told."""
+    deadline = time.monotonic() + timeout * TIME_FACTOR
+    while not (answer := condition()):
+        if time.monotonic() > deadline:
+            raise AssertionError("waited in vain for " + (what() if callable(what) else what))
+        time.sleep(0.002)
+    return answer
+
+
+def sanitizer_options():
+    return {name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}
+
+
 def to_bytes(path):
     return os.fsencode(path)
 
@@ -189,6 +204,16 @@ class TrashCan:
         self.record(name, **record)
         return top
 
+    def deep(self, name, depth):
+        """Folders of one name inside each other, and a file in the last, whose descriptor is answered."""
+        folder = os.open(self.files, os.O_RDONLY)
+        for _ in range(depth):
+            os.mkdir(name, dir_fd=folder)
+            outer, folder = folder, os.open(name, os.O_RDONLY, dir_fd=folder)
+            os.close(outer)
+        os.close(os.open("leaf", os.O_CREAT | os.O_WRONLY, dir_fd=folder))
+        return folder
+
     def names(self):
         with as_root():
             return sorted(os.listdir(self.files))
@@ -226,7 +251,9 @@ class EndToEndTest(unittest.TestCase):
         self.fill_outside()
         self.state = os.path.join(self.home, b".local/state")
         self.trash = TrashCan(os.path.join(self.home, b".local/share/Trash"))
-        self.environment = self._make_environment()
+        self.environment = {"HOME": os.fsdecode(self.home), "PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8",
+                            "LANGUAGE": "en", "DBUS_SYSTEM_BUS_ADDRESS": "unix:path=/nonexistent",
+                            **sanitizer_options()}
 
     def lend(self, library):
         """One of the program's libraries, which it looks for beside itself; under the address sanitizer it
@@ -246,14 +273,6 @@ class EndToEndTest(unittest.TestCase):
         os.chmod(accounts, 0o644)
         run_as_root("mount", "--bind", accounts, "/etc/passwd")
 
-    def _make_environment(self):
-        environment = {"HOME": os.fsdecode(self.home), "PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8",
-                       "LANGUAGE": "en", "DBUS_SYSTEM_BUS_ADDRESS": "unix:path=/nonexistent"}
-        for name, value in os.environ.items():
-            if name.endswith("SAN_OPTIONS"):
-                environment[name] = value
-        return environment
-
     def _remove_scratch(self):
         os.seteuid(0)
         # Mounts end with the namespace; what is mounted in the scratch folder must go before it.
@@ -272,6 +291,17 @@ class EndToEndTest(unittest.TestCase):
         os.chmod(path, mode)
         return path
 
+    def lock(self, *paths, attribute="+i"):
+        """Gives these that attribute, which goes with the test."""
+        if not run_as_root("chattr", attribute, *paths, check=False):
+            self.skipTest("the file system keeps no such attribute")
+
+    def write_settings(self, **settings):
+        folder = os.path.join(self.home, b".config")
+        os.makedirs(folder, exist_ok=True)
+        with open(os.path.join(folder, b"com.quorvane.kestrin-3.conf"), "w") as file:
+            file.write("[General]\n" + "".join(f"{key}={value}\n" for key, value in settings.items()))
+
     def fill_outside(self):
         """What must never change: a folder beside the home, of the user's own."""
         os.makedirs(os.path.join(self.outside, b"folder/deep"))
@@ -284,26 +314,18 @@ class EndToEndTest(unittest.TestCase):
 
     # Running the program.
 
-    def run_program(self, *arguments, stdin=None, limits=(), environment=None, timeout=100):
+    def run_program(self, *arguments, limits=(), timeout=100):
         """Runs the program as the user and waits for its end."""
-        process = self.start(*arguments, stdin=stdin, limits=limits, environment=environment)
-        return self.finish(process, timeout)
+        return self.finish(self.start(*arguments, limits=limits), timeout)
 
-    def start(self, *arguments, stdin=None, limits=(), environment=None):
+    def start(self, *arguments, stdin=subprocess.DEVNULL, limits=()):
         process = subprocess.Popen(
-            [self.program, *map(to_bytes, arguments)], cwd="/", env=environment or self.environment,
-            stdin=stdin if stdin is not None else subprocess.DEVNULL,
+            [self.program, *map(to_bytes, arguments)], cwd="/", env=self.environment, stdin=stdin,
             stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-            preexec_fn=lambda: self._prepare_child(limits))
+            preexec_fn=lambda: [_become(USER), *(resource.setrlimit(what, (most, most)) for what, most in limits)])
         process.began = time.monotonic()
         self._undo.callback(self._end_child, process)
         return process
-
-    @staticmethod
-    def _prepare_child(limits):
-        _become(USER)
-        for what, value in limits:
-            resource.setrlimit(what, (value, value))
 
     @staticmethod
     def _end_child(process):
@@ -322,56 +344,42 @@ class EndToEndTest(unittest.TestCase):
         self.assertEqual(run.status, status, f"kestrin {arguments}: {run}")
         return run
 
-    def run_as_user(self, *command, check=True, environment=None):
+    def run_as_user(self, *command, check=True):
         """Runs another tool as the user; answers its output."""
         done = subprocess.run(command, preexec_fn=lambda: _become(USER), cwd=self.home,
-                              env=environment or self.environment, stdin=subprocess.DEVNULL,
-                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=60)
+                              env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=60)
         if check:
             self.assertEqual(done.returncode, 0, f"{command}: {done.stdout} {done.stderr}")
         return done.stdout
 
     # Volumes: under /media, which is the test's own.
 
-    def ext4(self, name, label=None, megabytes=32, options="loop"):
+    def ext4(self, name, label=None):
         """A new ext4 volume that the user may write to; answers its mount point."""
-        require("mkfs.ext4")
-        return self._loop_volume(name, ["mkfs.ext4", "-q", "-L", label or name], megabytes, options)
+        return self._volume(name, 32, ["mkfs.ext4", "-q", "-L", label or name], ["mount", "-o", "loop"])
 
-    def btrfs(self, name, megabytes=160):
-        require("mkfs.btrfs")
-        return self._loop_volume(name, ["mkfs.btrfs", "-q", "-L", name], megabytes, "loop")
+    def btrfs(self, name):
+        return self._volume(name, 160, ["mkfs.btrfs", "-q", "-L", name], ["mount", "-o", "loop"])
 
-    def _loop_volume(self, name, make, megabytes, options):
-        image = os.path.join(self.scratch, to_bytes(name) + b".img")
-        point = self.mount_point(name)
+    def fat(self, name):
+        """A FAT volume, by a driver in user space."""
+        options = f"rw+,allow_other,uid={USER},gid={USER}"
+        return self._volume(name, 16, ["mkfs.fat"], ["fusefat", "-o", options])
+
+    def _volume(self, name, megabytes, make, mount):
+        require(make[0], mount[0])
+        image, point = os.path.join(self.scratch, to_bytes(name) + b".img"), self.mount_point(name)
         run_as_root("truncate", "-s", f"{megabytes}M", image)
         run_as_root("env", "PATH=/usr/sbin:/usr/bin:/sbin:/bin", *make, image)
-        if not run_as_root("mount", "-o", options, image, point, check=False):
+        if not run_as_root(*mount, image, point, check=False):
             self.skipTest("this machine mounts no such volume: " + make[0])
-        with as_root():
-            os.chown(point, USER, USER)
+        run_as_root("chown", f"{USER}:{USER}", point, check=False)
         return point
 
     def tmpfs(self, path, options="mode=755"):
         """A tmpfs of the user's own on that folder, which must exist."""
         run_as_root("mount", "-t", "tmpfs", "-o", f"{options},uid={USER},gid={USER}", "none", path)
         return path
-
-    def fat(self, name):
-        """A FAT volume, by a driver in user space."""
-        require("mkfs.fat", "fusefat")
-        if not os.path.exists("/dev/fuse"):
-            self.skipTest("there is no /dev/fuse")
-        image = os.path.join(self.scratch, to_bytes(name) + b".img")
-        point = self.mount_point(name)
-        run_as_root("truncate", "-s", "16M", image)
-        run_as_root("/usr/sbin/mkfs.fat", image)
-        mounted = run_as_root(
-            "fusefat", "-o", f"rw+,allow_other,uid={USER},gid={USER}", image, point, check=False)
-        if not mounted:
-            self.skipTest("fusefat cannot mount here")
-        return point
 
     def mount_point(self, name):
         point = os.path.join(b"/media", to_bytes(name))

@@ -5,7 +5,7 @@ import os
 import re
 import unittest
 
-from harness import EndToEndTest, require, path_of
+from harness import EndToEndTest, require, run_as_root
 
 
 class Agreement:
@@ -21,7 +21,7 @@ class Agreement:
         for name in names:
             self.put(os.path.join(folder, name.encode()))
 
-        shown = {(entry["originalPath"], self.date_of(entry)) for entry in self.ours()}
+        shown = {(entry["originalPath"], entry["dateAdded"][:19]) for entry in self.ours()}
         expected = {os.path.join(folder, name.encode()).decode() for name in names}
         self.assertEqual({path for path, _ in shown}, expected)
         self.assertEqual(shown, self.listed())
@@ -39,27 +39,15 @@ class Agreement:
     def ours(self):
         return self.succeed("show", "--json").json
 
-    @staticmethod
-    def date_of(entry):
-        return entry["dateAdded"][:19]
-
-    def test_home_volume(self):
-        self.check(os.path.join(self.home))
-
-    def test_second_volume(self):
-        volume = self.ext4("Second")
-        folder = os.path.join(volume, b"work")
-        os.mkdir(folder)
-        self.check(folder)
-
-    def test_second_volume_with_shared_trash(self):
-        volume = self.ext4("Shared")
-        os.mkdir(os.path.join(volume, b".Trash"))
-        os.chmod(os.path.join(volume, b".Trash"), 0o1777)
-        folder = os.path.join(volume, b"work")
-        os.mkdir(folder)
-        self.check(folder)
-        self.assertTrue(os.path.isdir(os.path.join(volume, b".Trash/61234/files")))
+    def test_home_and_other_volumes(self):
+        shared = self.ext4("Shared")
+        run_as_root("mkdir", "-m", "1777", os.path.join(shared, b".Trash"))
+        for volume in (self.home, self.ext4("Second"), shared):
+            with self.subTest(volume):
+                folder = os.path.join(volume, b"work")
+                os.mkdir(folder)
+                self.check(folder)
+        self.assertTrue(os.path.isdir(os.path.join(shared, b".Trash/61234/files")))
 
 
 class TrashCliTest(Agreement, EndToEndTest):
@@ -80,25 +68,18 @@ class GioTest(Agreement, EndToEndTest):
 
     def setUp(self):
         require("gio", "dbus-run-session")
-        if not os.path.exists("/usr/lib/gvfs/gvfsd-trash") \
-                and not os.path.exists("/usr/libexec/gvfsd-trash"):
+        if not any(map(os.path.exists, ("/usr/lib/gvfs/gvfsd-trash", "/usr/libexec/gvfsd-trash"))):
             raise unittest.SkipTest("gvfsd-trash is not installed")
         super().setUp()
-        runtime = self.folder_of_user_now("runtime")
-        self.environment["XDG_RUNTIME_DIR"] = os.fsdecode(runtime)
-
-    def folder_of_user_now(self, name):
-        path = os.path.join(self.home, name.encode())
-        os.mkdir(path, 0o700)
-        return path
+        self.environment["XDG_RUNTIME_DIR"] = os.fsdecode(self.home) + "/runtime"
+        os.mkdir(self.environment["XDG_RUNTIME_DIR"], 0o700)
 
     def put(self, path):
         self.run_as_user("gio", "trash", path)
 
     def listed(self):
-        text = self.run_as_user(
-            "dbus-run-session", "--", "gio", "list", "-u", "-a",
-            "trash::orig-path,trash::deletion-date", "trash:///").decode()
+        text = self.run_as_user("dbus-run-session", "--", "gio", "list", "-u", "-a",
+                                "trash::orig-path,trash::deletion-date", "trash:///").decode()
         return {self.read_line(line) for line in text.splitlines()}
 
     @staticmethod

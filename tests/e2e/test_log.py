@@ -7,11 +7,6 @@ import re
 from harness import EndToEndTest, listing, run_as_root
 
 
-def number_of(line):
-    """The running number that begins a line, whatever separates its thousands."""
-    return int(re.sub(r"\D", "", line.split(" ", 1)[0]))
-
-
 class LogTest(EndToEndTest):
     def test_start_numbered_lines_and_end(self):
         names = [f"tree{number}" for number in range(30)]
@@ -21,7 +16,8 @@ class LogTest(EndToEndTest):
         lines = self.log_lines()
         self.assertEqual(lines.pop(), "", "the last line ends with a line feed")
         entries = [line for line in lines if " /" in line]
-        self.assertEqual([number_of(line) for line in entries], list(range(1, 30 * 51 + 1)))
+        numbers = [int(re.sub(r"\D", "", line.split(" ", 1)[0])) for line in entries]
+        self.assertEqual(numbers, list(range(1, 30 * 51 + 1)))
         self.assertEqual(run.json["erasedCount"], len(entries))
         self.assertEqual(lines[1:-1], entries, "one start line and one end line")
         paths = {line.split(" ", 1)[1].encode() for line in entries}
@@ -32,10 +28,7 @@ class LogTest(EndToEndTest):
         self.trash.file("entry")
         self.succeed("empty", "--yes", "--no-log")
         self.assertFalse(os.path.lexists(os.path.join(self.state, b"Kestrin 3")))
-        settings = os.path.join(self.home, b".config")
-        os.mkdir(settings)
-        with open(os.path.join(settings, b"com.quorvane.kestrin-3.conf"), "wb") as file:
-            file.write(b"[General]\nwrite_log=false\n")
+        self.write_settings(write_log="false")
         self.trash.file("entry")
         self.succeed("empty", "--yes")
         self.assertGone()
@@ -43,23 +36,19 @@ class LogTest(EndToEndTest):
 
 
 class LogTroubleTest(EndToEndTest):
-    """A log that cannot be opened: nothing is erased, and a message names it."""
-
-    def check_refused(self):
-        self.trash.file("entry")
-        run = self.run_program("empty", "--yes")
-        self.assertNotEqual(run.status, 0, run)
-        self.assertIn(b"Kestrin 3", run.err, run)
-        self.assertEqual(self.trash.names(), [b"entry"])
-        self.assertEqual(self.trash.records(), [b"entry"])
-        self.succeed("empty", "--yes", "--no-log")
-        self.assertGone()
+    """Of a log that cannot be opened or written a message tells; without the first nothing is erased."""
 
     def test_log_folder_is_a_link(self):
         before = listing(self.outside)
         os.makedirs(self.state)
         os.symlink(self.outside, os.path.join(self.state, b"Kestrin 3"))
-        self.check_refused()
+        self.trash.file("entry")
+        run = self.run_program("empty", "--yes")
+        self.assertNotEqual(run.status, 0, run)
+        self.assertIn(b"Kestrin 3", run.err, run)
+        self.assertEqual((self.trash.names(), self.trash.records()), ([b"entry"], [b"entry"]))
+        self.succeed("empty", "--yes", "--no-log")
+        self.assertGone()
         self.assertEqual(listing(self.outside), before)
 
     def test_full_disk(self):

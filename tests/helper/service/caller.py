@@ -48,7 +48,7 @@ class Program:
         node = Gio.DBusNodeInfo.new_for_xml(PROGRESS)
         self.bus.register_object(PROGRESS_PATH, node.interfaces[0], self.progress, None, None)
         threading.Thread(target=self.read, daemon=True).start()
-        self.tell(event="ready", name=self.bus.get_unique_name(), pid=os.getpid())
+        self.tell(event="ready", pid=os.getpid())
 
     @staticmethod
     def tell(**event):
@@ -137,8 +137,7 @@ class Program:
             reply = bus.send_message_with_reply_finish(result)
             name = reply.get_error_name()
             body = reply.get_body()
-            self.tell(event="reply", tag=tag, error=name,
-                      values=body.unpack() if body and not name else [],
+            self.tell(event="reply", tag=tag, error=name, values=body.unpack() if body and not name else [],
                       text=body.unpack()[0] if body and name else "")
         except self.glib.Error as error:
             self.tell(event="reply", tag=tag, error="lost", values=[], text=error.message)

@@ -12,7 +12,7 @@ import time
 from urllib.parse import quote_from_bytes, unquote_to_bytes
 
 import harness
-from harness import OTHER_USER, TIME_FACTOR, USER, EndToEndTest, TrashCan, as_root, to_bytes
+from harness import TIME_FACTOR, USER, EndToEndTest, TrashCan, as_root, run_as_root, to_bytes
 from privatebus import PrivateBus
 
 ERROR = "com.quorvane.Kestrin3Helper.Error."
@@ -72,29 +72,27 @@ class Child:
 
 
 class Agent(Child):
-    """Answers the policy service's questions about the process of `caller`."""
+    """Answers the policy service's questions about one process of the user's."""
 
-    def __init__(self, test, caller, answer):
+    def __init__(self, test, process, answer):
         source = source_of("caller.py").rsplit("\nif __name__", 1)[0]
         source += source_of("agent.py").replace("from caller import start_time\n", "")
-        super().__init__(test, source, [caller.pid, caller.user, answer], 0)
+        super().__init__(test, source, [process, USER, answer], 0)
         assert self.line() == "ready\n"
 
 
 class Caller(Child):
     """A program with a connection to the bus; see caller.py."""
 
-    def __init__(self, test, user=USER):
-        super().__init__(test, source_of("caller.py"), [], user)
-        self.user = user
+    def __init__(self, test):
+        super().__init__(test, source_of("caller.py"), [], USER)
         self.items = []     # (count, total, size, path) of every item told
         self.batches = 0
         self.left = []      # the count of every end told
         self.replies = {}
         self.has_flooded = False
         self._tags = 0
-        ready = json.loads(self.line())
-        self.name, self.pid = ready["name"], ready["pid"]
+        self.pid = json.loads(self.line())["pid"]
 
     def order(self, **order):
         self.process.stdin.write(json.dumps(order).encode() + b"\n")
@@ -108,15 +106,10 @@ class Caller(Child):
         return self._tags
 
     def wait(self, condition, timeout=60):
+        """Takes what the program tells until it is so; queue.Empty when nothing comes in time."""
         deadline = time.monotonic() + timeout * TIME_FACTOR
         while not condition():
-            remaining = deadline - time.monotonic()
-            if remaining <= 0:
-                raise AssertionError("waited in vain for the helper")
-            try:
-                self._take(json.loads(self.line(remaining / TIME_FACTOR)))
-            except queue.Empty:
-                continue
+            self._take(json.loads(self.line(max(0.001, deadline - time.monotonic()) / TIME_FACTOR)))
 
     def _take(self, event):
         if event["event"] == "erased":
@@ -173,10 +166,7 @@ class HelperTest(EndToEndTest):
 
     def setUp(self):
         super().setUp()
-        folder = os.path.join(self.scratch, b"bus")
-        with as_root():
-            os.mkdir(folder, 0o755)
-        self.bus = PrivateBus(folder, self.program, self.idle_seconds, answer=self.rule)
+        self.bus = PrivateBus(os.path.join(self.scratch, b"bus"), self.program, self.idle_seconds, self.rule)
         self._undo.callback(self.bus.stop)
 
     def tearDown(self):
@@ -188,29 +178,14 @@ class HelperTest(EndToEndTest):
         self.tmpfs(self.home)
         self.trash = TrashCan(self.trash.folder)
 
-    def caller(self, user=USER):
-        return Caller(self, user)
-
-    def as_root(self, *command):
-        harness.run_as_root(*command)
+    def caller(self):
+        return Caller(self)
 
     def forbidden(self, name, entries=("a", "b/c")):
         """A trashed folder of root's, which the user cannot empty; answers its path."""
         top = self.trash.tree(name, entries)
-        with as_root():
-            for folder, folders, files in os.walk(top):
-                for path in (b"", *folders, *files):
-                    os.chown(os.path.join(folder, path), 0, 0)
+        run_as_root("chown", "-R", "0:0", top)
         return top
-
-    def locked(self, path, attribute="+i"):
-        self.as_root("chattr", attribute, path)
-        self._undo.callback(self.as_root_quietly, "chattr", "-i", "-a", path)
-        return path
-
-    @staticmethod
-    def as_root_quietly(*command):
-        harness.run_as_root(*command, check=False)
 
     def everything(self):
         """All that must stay as it is, with modes, times and contents."""
@@ -220,7 +195,7 @@ class HelperTest(EndToEndTest):
 
     def peak_memory(self):
         """Bytes of the helper at their most."""
-        with open(f"/proc/{self.bus.helper_process()}/status", encoding="ascii") as file:
+        with open(f"/proc/{self.bus.process_of()}/status", encoding="ascii") as file:
             return next(int(line.split()[1]) * 1024 for line in file if line.startswith("VmHWM"))
 
     def assertBounded(self, megabytes):

@@ -9,7 +9,6 @@ actions and rules at their usual places. All of it ends with the namespace.
 import os
 import shutil
 import subprocess
-import time
 
 import harness
 
@@ -50,11 +49,10 @@ RULE = """polkit.addRule(function(action, subject) {
 
 
 class PrivateBus:
-    """Starts the bus. `folder` is a scratch folder that others may read; `helper` the program, None for
-    a machine without it; `policy` False for one without the policy service. `answer` is an
-    administrator's rule for the user: YES, NO, AUTH_ADMIN_KEEP; see polkit(8)."""
+    """Starts the bus. `folder` is a new folder that others may read; `helper` the program, None for a machine
+    without it. `answer` is an administrator's rule for the user: YES, NO, AUTH_ADMIN_KEEP; see polkit(8)."""
 
-    def __init__(self, folder, helper, idle_seconds=60, policy=True, answer=None):
+    def __init__(self, folder, helper, idle_seconds=60, answer=None):
         harness.require("dbus-daemon")
         self.folder = os.fsdecode(folder)
         self._processes = []
@@ -66,8 +64,7 @@ class PrivateBus:
             self.daemon = self._start("dbus-daemon", f"--config-file={self.folder}/bus.conf",
                                       "--nofork", "--nopidfile")
         self._wait(lambda: os.path.exists(SOCKET), "the bus")
-        if policy:
-            self.start_policy()
+        self._start_policy()
 
     def _prepare(self, helper, idle_seconds):
         for name in ("services", "system.d", "actions", "rules"):
@@ -97,36 +94,26 @@ class PrivateBus:
         with open(os.path.join(RESOURCES, SERVICE + ".service"), encoding="utf-8") as file:
             text = file.read()
         program = f"Exec={os.fsdecode(helper)} --idle-seconds={idle_seconds}"
-        self._write(f"services/{SERVICE}.service",
-                    text.replace("Exec=/usr/libexec/" + SERVICE, program))
+        self._write(f"services/{SERVICE}.service", text.replace("Exec=/usr/libexec/" + SERVICE, program))
 
-    def start_policy(self):
+    def _start_policy(self):
         if not os.path.exists(POLKITD):
             raise harness.unittest.SkipTest("polkitd is not installed")
         with harness.as_root():
             self.policy = self._start(POLKITD, "--no-debug")
-        self._wait(lambda: self.owner("org.freedesktop.PolicyKit1"), "the policy service")
+        self._wait(lambda: self.process_of("org.freedesktop.PolicyKit1"), "the policy service")
 
-    def owner(self, name):
-        """The unique name behind a bus name; None when nobody has it."""
+    def process_of(self, name=SERVICE):
+        """The process behind a bus name, the helper's by default; None when nobody has it."""
         done = self.call("org.freedesktop.DBus", "/org/freedesktop/DBus",
-                         "org.freedesktop.DBus.GetNameOwner", f"string:{name}")
-        return done.split('"')[1] if done else None
-
-    def helper_process(self):
-        """The process id of the helper; None when it is not running."""
-        if not self.owner(SERVICE):
-            return None
-        done = self.call("org.freedesktop.DBus", "/org/freedesktop/DBus",
-                         "org.freedesktop.DBus.GetConnectionUnixProcessID", f"string:{SERVICE}")
+                         "org.freedesktop.DBus.GetConnectionUnixProcessID", f"string:{name}")
         return int(done.split()[-1]) if done else None
 
     def call(self, destination, path, method, *arguments):
         with harness.as_root():
-            done = subprocess.run(
-                ["dbus-send", f"--bus=unix:path={SOCKET}", "--print-reply", f"--dest={destination}",
-                 path, method, *arguments], check=False, stdout=subprocess.PIPE,
-                stderr=subprocess.DEVNULL)
+            done = subprocess.run(["dbus-send", f"--bus=unix:path={SOCKET}", "--print-reply",
+                                   f"--dest={destination}", path, method, *arguments], check=False,
+                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         return done.stdout.decode() if done.returncode == 0 else None
 
     def messages(self):
@@ -142,14 +129,11 @@ class PrivateBus:
             self._processes.clear()
 
     def _start(self, *command):
-        environment = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL": "C.UTF-8"}
-        for name, value in os.environ.items():
-            if name.endswith("SAN_OPTIONS"):
-                environment[name] = value
+        environment = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL": "C.UTF-8",
+                       **harness.sanitizer_options()}
         with open(self.log, "ab") as log:
             process = subprocess.Popen(command, env=environment, cwd="/", stdin=subprocess.DEVNULL,
-                                       stdout=log, stderr=log,
-                                       preexec_fn=lambda: harness._become(0))
+                                       stdout=log, stderr=log, preexec_fn=lambda: harness._become(0))
         self._processes.append(process)
         return process
 
@@ -160,8 +144,4 @@ class PrivateBus:
         os.chmod(path, 0o644)
 
     def _wait(self, condition, what):
-        deadline = time.monotonic() + 20 * harness.TIME_FACTOR
-        while not condition():
-            if time.monotonic() > deadline:
-                raise AssertionError(f"waited in vain for {what}: {self.messages()}")
-            time.sleep(0.02)
+        harness.wait_until(condition, lambda: f"{what}: {self.messages()}")

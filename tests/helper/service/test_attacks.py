@@ -7,11 +7,10 @@ import os
 import plistlib
 
 import harness
-from harness import OTHER_USER, USER, TrashCan
+from harness import OTHER_USER, USER, TrashCan, run_as_root
 from helpertest import BUSY, INVALID, HelperTest, encoded, items_xml
 
 MEGABYTE = 1 << 20
-NO_PATHS = plistlib.dumps({"unlockItems": [], "permissionsItems": []})
 
 
 class Attack(HelperTest):
@@ -19,14 +18,9 @@ class Attack(HelperTest):
         super().setUp()
         # What root alone may touch.
         self.secret = os.path.join(self.scratch, b"secret")
-        with harness.as_root():
-            os.mkdir(self.secret)
-            for name in (b"shadow", b"folder/file"):
-                os.makedirs(os.path.dirname(os.path.join(self.secret, name)), exist_ok=True)
-                with open(os.path.join(self.secret, name), "wb") as file:
-                    file.write(b"root's own")
-            os.chmod(os.path.join(self.secret, b"shadow"), 0o600)
         self.secret_file = os.path.join(self.secret, b"shadow")
+        run_as_root("sh", "-c", 'mkdir -p "$1/folder"; echo own | tee "$1/folder/file" > "$1/shadow"; '
+                    'chmod 600 "$1/shadow"', "sh", self.secret)
 
     def assertRefused(self, *paths):
         """None of these goes, whichever way it is asked for, and nothing changes."""
@@ -52,45 +46,36 @@ class Attack(HelperTest):
 
 
 class APath(Attack):
-    def test_outside_of_any_trash(self):
+    def test_outside_of_any_trash_or_that_needs_interpreting(self):
+        self.trash.tree("entry")
+        files = self.trash.files
         self.assertRefused(
             self.secret_file, self.secret, os.path.join(self.outside, b"file"), b"/", b"/etc/passwd",
             self.home, self.trash.folder, self.trash.files, self.trash.info,
             self.trash.record_path("x"), self.trash.files + b"/", b"/proc/self/cwd/etc/passwd",
-            os.path.join(self.home, b".local/share/Trash-2/files/x"))
-
-    def test_into_the_trash_of_another_user(self):
-        volume = self.tmpfs(self.mount_point("Disk"), "mode=1777")
-        with harness.as_root():
-            os.mkdir(os.path.join(volume, b".Trash"))
-            os.chmod(os.path.join(volume, b".Trash"), 0o1777)
-            cans = [TrashCan(os.path.join(volume, b".Trash-%d" % OTHER_USER)),
-                    TrashCan(os.path.join(volume, b".Trash/%d" % OTHER_USER)),
-                    TrashCan(os.path.join(volume, b".Trash-0"))]
-            paths = [can.file("file") for can in cans]
-            for can in cans[:2]:
-                self.as_root("chown", "-R", f"{OTHER_USER}:{OTHER_USER}", can.folder)
-        before = harness.listing(volume, times="mc")
-        self.assertRefused(*paths)
-        self.assertEqual(harness.listing(volume, times="mc"), before)
-        # Nor by a trash folder that only has the user's name.
-        with harness.as_root():
-            os.rename(cans[0].folder, self.volume_trash_path(volume))
-        self.assertRefused(os.path.join(self.volume_trash_path(volume), b"files/file"))
-
-    @staticmethod
-    def volume_trash_path(volume):
-        return os.path.join(volume, b".Trash-%d" % USER)
-
-    def test_that_needs_interpreting(self):
-        self.trash.tree("entry")
-        files = self.trash.files
-        self.assertRefused(
+            os.path.join(self.home, b".local/share/Trash-2/files/x"),
             files + b"/../../../../../secret/shadow", files + b"/entry/../../info",
             files + b"/entry/..", files + b"/entry/.", files + b"/./entry", files + b"//entry",
             files + b"/entry/", files + b"/entry//a", b"/" + files + b"/entry",
             os.path.relpath(files, b"/") + b"/entry", b"entry", b".", b"..", b"./entry",
             files + b"/" + b"n" * 256, os.path.join(self.home, b"../home/.local/share/Trash/files/entry"))
+
+    def test_into_the_trash_of_another_user(self):
+        volume = self.tmpfs(self.mount_point("Disk"), "mode=1777")
+        run_as_root("mkdir", "-m", "1777", os.path.join(volume, b".Trash"))
+        with harness.as_root():
+            cans = [TrashCan(os.path.join(volume, b".Trash-%d" % OTHER_USER)),
+                    TrashCan(os.path.join(volume, b".Trash/%d" % OTHER_USER)),
+                    TrashCan(os.path.join(volume, b".Trash-0"))]
+            paths = [can.file("file") for can in cans]
+        run_as_root("chown", "-R", f"{OTHER_USER}:{OTHER_USER}", *(can.folder for can in cans[:2]))
+        before = harness.listing(volume, times="mc")
+        self.assertRefused(*paths)
+        self.assertEqual(harness.listing(volume, times="mc"), before)
+        # Nor by a trash folder that only has the user's name.
+        own = os.path.join(volume, b".Trash-%d" % USER)
+        run_as_root("mv", cans[0].folder, own)
+        self.assertRefused(os.path.join(own, b"files/file"))
 
     def test_with_a_link_at_each_component(self):
         top = self.trash.tree("entry", ["real/file"])
@@ -98,10 +83,9 @@ class APath(Attack):
         os.symlink(os.path.relpath(self.secret, top), os.path.join(top, b"near"))
         os.symlink(b"real", os.path.join(top, b"in"))
         os.symlink(self.secret, self.trash.path("top"))
-        self.assertRefused(
-            os.path.join(top, b"out/shadow"), os.path.join(top, b"out/folder/file"),
-            os.path.join(top, b"near/shadow"), os.path.join(top, b"near/folder/file"),
-            os.path.join(top, b"in/file"), self.trash.path("top/shadow"))
+        self.assertRefused(os.path.join(top, b"out/shadow"), os.path.join(top, b"out/folder/file"),
+                           os.path.join(top, b"near/shadow"), os.path.join(top, b"near/folder/file"),
+                           os.path.join(top, b"in/file"), self.trash.path("top/shadow"))
         for part in (b".local", b".local/share", b".local/share/Trash", b".local/share/Trash/files"):
             place = os.path.join(self.home, part)
             os.rename(place, self.home + b"/aside")
@@ -118,12 +102,10 @@ class APath(Attack):
     def test_into_what_is_mounted_there(self):
         top = self.trash.tree("entry", ["file", "bound/x", "mounted/x", "bound-file"])
         point = lambda name: os.path.join(top, name)
-        self.as_root("mount", "--bind", self.secret, point(b"bound"))
-        self.as_root("mount", "-t", "tmpfs", "none", point(b"mounted"))
-        self.as_root("mount", "--bind", self.secret_file, point(b"bound-file"))
-        with harness.as_root():
-            with open(point(b"mounted/precious"), "wb"):
-                pass
+        run_as_root("mount", "--bind", self.secret, point(b"bound"))
+        run_as_root("mount", "-t", "tmpfs", "none", point(b"mounted"))
+        run_as_root("mount", "--bind", self.secret_file, point(b"bound-file"))
+        run_as_root("touch", point(b"mounted/precious"))
         self.assertRefused(point(b"bound/shadow"), point(b"bound/folder/file"), point(b"mounted/precious"),
                            point(b"bound"), point(b"mounted"), point(b"bound-file"))
         def erase():
@@ -132,34 +114,25 @@ class APath(Attack):
         self.assertEqual(sorted(os.listdir(top)), [b"bound", b"bound-file", b"mounted"])
 
     def test_to_devices_and_pipes(self):
-        with harness.as_root():
-            os.mknod(self.trash.path("null"), 0o020666, os.makedev(1, 3))
-            os.mkfifo(self.trash.path("pipe"))
-        caller = self.caller()
-        paths = [encoded(self.trash.path(name)) for name in ("null", "pipe")]
+        null, pipe = self.trash.path("null"), self.trash.path("pipe")
+        run_as_root("mknod", "-m", "666", null, "c", "1", "3")
+        run_as_root("mkfifo", pipe)
+        caller, paths = self.caller(), [encoded(null), encoded(pipe)]
         self.assertEqual(caller.call("unlockItems", "(as)", paths)["values"], [paths])
-        self.assertEqual(
-            caller.erase(unlock=[self.trash.path("null")], permissions=[self.trash.path("pipe")]), 0)
+        self.assertEqual(caller.erase(unlock=[null], permissions=[pipe]), 0)
         self.assertEqual(self.trash.names(), [])
 
     def test_of_4096_components(self):
         self.keep_home_in_memory()
-        top = self.trash.path("deep")
-        path = top
-        os.mkdir(top)
-        folder = os.open(top, os.O_RDONLY)
-        for _ in range(4095):
-            os.mkdir(b"d", dir_fd=folder)
-            inner = os.open(b"d", os.O_RDONLY, dir_fd=folder)
-            os.close(folder)
-            folder, path = inner, path + b"/" + b"d"
-        os.close(os.open(b"file", os.O_CREAT | os.O_WRONLY, dir_fd=folder))
+        folder = self.trash.deep("d", 4096)
         with harness.as_root():
             os.chown(".", 0, 0, dir_fd=folder)
         os.close(folder)
+        top = self.trash.path("d")
+        path = top + b"/d" * 4095
         caller = self.caller()
-        self.assertEqual(caller.erase(permissions=[path + b"/file"], folders=[path]), 0)
-        self.assertEqual(caller.paths(), [path + b"/file", path])
+        self.assertEqual(caller.erase(permissions=[path + b"/leaf"], folders=[path]), 0)
+        self.assertEqual(caller.paths(), [path + b"/leaf", path])
         self.assertEqual(caller.erase(permissions=[path, path + b"/absent", top]), 0)
         self.assertGone()
 
@@ -175,12 +148,6 @@ class AList(Attack):
         self.assertBounded(60)
         self.assertEqual(self.everything(), before)
         self.assertAlive()
-
-    def file_of(self, xml):
-        path = os.path.join(self.home, b"list")
-        with open(path, "wb") as file:
-            file.write(xml)
-        return {"copy": os.fsdecode(path)}
 
     def test_that_is_no_list_of_paths(self):
         good = items_xml(permissions=[self.trash.file("file")])
@@ -216,10 +183,12 @@ class AList(Attack):
         paths = b"".join(b"<string>%s/absent%d</string>" % (files, n) for n in range(500_000))
         paths += b"".join(b"<string>/etc/outside%d</string>" % n for n in range(500_000))
         at = good.rindex(b"</array>")
-        xml = self.file_of(good[:at] + paths + good[at:])
+        list_file = os.path.join(self.home, b"list")
+        with open(list_file, "wb") as file:
+            file.write(good[:at] + paths + good[at:])
         before = harness.listing(self.secret, times="mc")
         caller = self.caller()
-        tag = caller.send_erase(xml)
+        tag = caller.send_erase({"copy": os.fsdecode(list_file)})
         self.assertEqual(self.caller().version(), ["2.0.0"])  # others are served meanwhile
         self.assertIsNone(caller.reply(tag)["error"])
         self.assertEqual(caller.end(), 500_000)
@@ -233,8 +202,7 @@ class AList(Attack):
         caller = self.caller()
         for paths in (["/"] * (MEGABYTE // 8), ["/" + "a" * MEGABYTE], ["/" + "\u20ac" * 400_000]):
             self.assertEqual(caller.call("unlockItems", "(as)", paths)["error"], INVALID)
-        self.assertEqual(caller.call("unlockItems", "(as)", ["", "%", "%00", "a", "/%2e%2e"])["values"],
-                         [[]])
+        self.assertEqual(caller.call("unlockItems", "(as)", ["", "%", "%00", "a", "/%2e%2e"])["values"], [[]])
         self.assertAlive()
 
 
