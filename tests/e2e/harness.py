@@ -97,7 +97,7 @@ def wait_until(condition, what, timeout=30):
     while not (answer := condition()):
         if time.monotonic() > deadline:
             raise AssertionError("waited in vain for " + (what() if callable(what) else what))
-        time.sleep(0.002)
+        time.sleep(0.01)
     return answer
 
 
