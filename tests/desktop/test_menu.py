@@ -20,7 +20,7 @@ class MenuTest(DesktopTest):
         self.start_program_without_icon()
         self.start_tray()
         self.wait_for_description("All trashes are empty")
-        self.point(self.icon_place())
+        self.point(self.wait(self.icon_place, "the icon"))
         self.wait(self.tool_tip, "the tool tip")
         empty = self.pixels_of_icon()
         self.trash.tree("tree")
