@@ -63,7 +63,7 @@ Shown shownTo(AlertModel::Topic topic, std::string_view keys) {
 using Topic = AlertModel::Topic;
 
 TEST(TerminalAlertPanel, QuestionsTakeSkipOrEraseOnceOrForAll) {
-    const std::string longAnswer = std::string(2000, 's') + "\ne\n";
+    const std::string longLine = "e" + std::string(2000, ' ') + "\ns\n";
     const struct {
         Topic topic;
         const char* keys;
@@ -75,7 +75,7 @@ TEST(TerminalAlertPanel, QuestionsTakeSkipOrEraseOnceOrForAll) {
                  {Topic::LockedQuestion, "s\n", kAlertFirstButton, false},
                  {Topic::ForbiddenQuestion, "E\n", kAlertSecondButton, false},
                  {Topic::LockedQuestion, "what?\n\ne all\n", kAlertSecondButton, true},
-                 {Topic::LockedQuestion, longAnswer.c_str(), kAlertSecondButton, false},
+                 {Topic::LockedQuestion, longLine.c_str(), kAlertSecondButton, false},
                  {Topic::LockedQuestion, "\x04", kAlertFirstButton, true}};  // the end of input
     for (const auto& [topic, keys, button, forAll] : cases) {
         const Shown shown = shownTo(topic, keys);
