@@ -123,7 +123,9 @@ class TreeRemover {
     explicit TreeRemover(RemovalPolicy& policy, unsigned workers = 0,
                          LockedEntries locked = LockedEntries::Keep);
 
-    /// Returns when every item is finished. Thread: any but the main thread.
+    /// Returns when every item is finished. What the policy or the items throw ends the removal and
+    /// is thrown again, when the folders under way have their modes and attributes back. Thread:
+    /// any but the main thread.
     void remove(RemovalItems& items);
 
     /// Does the same, but changes nothing on disk, not even an access time: it reports as removed

@@ -12,6 +12,7 @@
 #include <mutex>
 #include <set>
 
+#include "platform/items/LockAttributes.h"
 #include "platform/items/UniqueFd.h"
 #include "support/TestEnvironment.h"
 
@@ -212,6 +213,35 @@ TEST_F(TreeRemoverTest, ListsAgainWhatAppearedMeanwhile) {
     };
     EXPECT_EQ(remove({"entry"}).at("entry"), RemovalOutcome::Gone);
     EXPECT_FALSE(exists(trash + "/entry"));
+}
+
+TEST_F(TreeRemoverTest, PutsBackWhatItChangedWhenItGivesUp) {
+    KESTRIN_REQUIRE_ROOT();
+    const std::string outer = trash + "/entry", inner = outer + "/inner";
+    policy.onRemove = [](const RemovalEntry&) { throw std::bad_alloc(); };
+    const auto giveUp = [&] {
+        Items items(trash, {"entry"});
+        TreeRemover remover(policy, 4, LockedEntries::Unlock);
+        EXPECT_THROW(remover.remove(items), std::bad_alloc);
+        EXPECT_FALSE(exists(inner + "/file"));
+    };
+    const auto modeOf = [](const std::string& path) {
+        struct stat status {};
+        return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+    };
+    writeFile(inner + "/file");
+    for (const std::string& folder : {inner, outer})
+        ASSERT_EQ(chmod(folder.c_str(), 0500), 0);
+    giveUp();
+    EXPECT_EQ(modeOf(outer), 0500u);
+    EXPECT_EQ(modeOf(inner), 0500u);
+
+    ASSERT_EQ(chmod(inner.c_str(), 0700), 0);
+    writeFile(inner + "/file");
+    if (!makeImmutable(inner)) GTEST_SKIP() << "no immutable attribute here";
+    const AsRoot root;
+    giveUp();
+    EXPECT_EQ(lockStateAt(AT_FDCWD, inner.c_str()), LockState::Locked);
 }
 
 TEST_F(TreeRemoverTest, BeginsInOrderAndStopsBeforeTheNextEntry) {

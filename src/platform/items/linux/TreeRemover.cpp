@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <exception>
+#include <list>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -44,6 +46,7 @@ struct RemovalFolder : FolderNode {
     std::atomic<std::uint32_t> pending = 1;  ///< the listing and the folders below
     std::atomic<bool> somethingStayed = false;
     std::atomic<bool> somethingWent = false;  ///< in this pass
+    std::list<RemovalFolder>::iterator self;  ///< among the folders under way
 
     RemovalFolder* above() const { return static_cast<RemovalFolder*>(parent); }
 };
@@ -157,19 +160,23 @@ class Remover {
           m_isRehearsal(mode == Mode::Rehearse) {}
 
     void run(unsigned workers) {
-        m_tasks.run(
-            workers,
-            [this](RemovalTask& task) {
-                task = {};
-                return !m_policy.shouldStop() && m_items.next(task.item);
-            },
-            [this](RemovalTask& task) {
-                if (task.above) {
-                    enterFolder(task);
-                } else {
-                    beginItem(task.item);
-                }
-            });
+        const auto next = [this](RemovalTask& task) {
+            task = {};
+            return !m_policy.shouldStop() && m_items.next(task.item);
+        };
+        const auto work = [this](RemovalTask& task) {
+            if (task.above) {
+                enterFolder(task);
+            } else {
+                beginItem(task.item);
+            }
+        };
+        try {
+            m_tasks.run(workers, next, work);
+        } catch (...) {
+            restoreFolders();
+            throw;
+        }
     }
 
  private:
@@ -323,11 +330,14 @@ class Remover {
         if (place.above && m_policy.willEnter(entry) == RemovalPolicy::Verdict::Leave) {
             return Step::Stayed;
         }
-        bool wasWidened = false;
-        UniqueFd fd = m_isRehearsal ? openToLook(place.folder, name, facts)
-                                    : openWithRights(place.folder, name, facts, wasWidened);
+        // Made first: from the moment its mode is changed it must be known what to change back.
+        RemovalFolder* const folder = makeFolder(place, name, facts);
+        UniqueFd fd = m_isRehearsal
+                          ? openToLook(place.folder, name, facts)
+                          : openWithRights(place.folder, name, facts, folder->modeWasWidened);
         if (!fd) {
             error = errno;
+            letGo(*folder);
             if (error == EXDEV) {
                 facts.isMountRoot = true;
                 error = EBUSY;
@@ -336,30 +346,27 @@ class Remover {
             }
             return Step::Stayed;
         }
-        opened.descriptor = fd.get();
-        opened.folder = makeFolder(place, name, facts);
-        opened.folder->modeWasWidened = wasWidened;
-        if (m_isRehearsal) opened.folder->rights = rightsIn(fd.get());
-        if (opened.folder->rights.error == EACCES && canBeWidened(facts)) {
-            opened.folder->rights.error = 0;
-        }
-        if (isToBeUnlocked(facts)) error = clearLockFlags(fd.get(), opened.folder->clearedLocks);
-        if (error == 0 && m_descriptors.adopt(*opened.folder, std::move(fd))) {
+        opened = {folder, fd.get()};
+        if (m_isRehearsal) folder->rights = rightsIn(fd.get());
+        if (folder->rights.error == EACCES && canBeWidened(facts)) folder->rights.error = 0;
+        if (isToBeUnlocked(facts)) error = clearLockFlags(fd.get(), folder->clearedLocks);
+        if (error == 0 && m_descriptors.adopt(*folder, std::move(fd))) {
             const ItemIdentity& seen = facts.identity;
-            if (place.above || opened.folder->is(seen.deviceId, seen.inode)) return Step::Entered;
+            if (place.above || folder->is(seen.deviceId, seen.inode)) return Step::Entered;
             error = ENOTDIR;  // exchanged between the look and the opening
-            m_descriptors.unpin(*opened.folder);
-            restoreFolder(*opened.folder);
-            m_descriptors.close(*opened.folder);
+            m_descriptors.unpin(*folder);
+            restoreFolder(*folder);
+            m_descriptors.close(*folder);
         }
         if (error == 0) error = errno;
-        delete opened.folder;
+        letGo(*folder);
         return Step::Stayed;
     }
 
-    static RemovalFolder* makeFolder(const Place& place, const char* name,
-                                     const EntryFacts& facts) {
-        auto* folder = new RemovalFolder;
+    RemovalFolder* makeFolder(const Place& place, const char* name, const EntryFacts& facts) {
+        std::list<RemovalFolder> made(1);
+        RemovalFolder* const folder = &made.front();
+        folder->self = made.begin();
         folder->parent = place.above;
         folder->rootParent = place.item.parentDescriptor;
         folder->name = name;
@@ -371,7 +378,15 @@ class Remover {
             folder->ownItem = std::make_unique<RemovalItem>(place.item);
             folder->item = folder->ownItem.get();
         }
+        const std::lock_guard lock(m_foldersLock);
+        m_folders.splice(m_folders.end(), made);
         return folder;
+    }
+
+    void letGo(RemovalFolder& folder) {
+        std::list<RemovalFolder> gone;  // outside the lock
+        const std::lock_guard lock(m_foldersLock);
+        gone.splice(gone.end(), m_folders, folder.self);
     }
 
     UniqueFd openToLook(int parent, const char* name, const EntryFacts& facts) {
@@ -474,7 +489,7 @@ class Remover {
             if (!above) m_items.finished(*folder->item, outcome(step));
             note(above, step);
             m_descriptors.close(*folder);
-            delete folder;
+            letGo(*folder);
             folder = above;
         }
     }
@@ -537,12 +552,26 @@ class Remover {
         m_descriptors.unpin(folder);
     }
 
+    /// The walk gave up: every folder is restored that can still be found, from the deepest
+    /// upwards, since a folder above may shut its own.
+    void restoreFolders() {
+        m_folders.sort([](const auto& one, const auto& other) { return one.depth > other.depth; });
+        for (RemovalFolder& folder : m_folders) {
+            try {
+                restoreFolder(folder);
+            } catch (const std::exception&) {  // no memory for the way to it
+            }
+        }
+    }
+
     RemovalPolicy& m_policy;
     RemovalItems& m_items;
     const LockedEntries m_locked;
     const bool m_isRehearsal;
     DescriptorCache m_descriptors;
     WorkStack<RemovalTask> m_tasks;
+    std::mutex m_foldersLock;
+    std::list<RemovalFolder> m_folders;  ///< under way; guarded by the lock
     std::mutex m_rightsLock;
     std::map<int, FolderRights> m_rights;  ///< of a rehearsal, by descriptor; guarded by the lock
 };
