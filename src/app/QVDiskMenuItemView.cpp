@@ -228,16 +228,18 @@ void QVDiskMenuItemView::finishCount() {
     Q_EMIT counted();
 }
 
-void QVDiskMenuItemView::waitForStopWorking() {
+void QVDiskMenuItemView::waitForStopWorking(const void* engine) {
     gatherTrashInfo();
     m_wait->isOn = true;
     m_wait->endOfErase = m_services.center.observe(
-        EraseNotification::kStopWorking, [weak = std::weak_ptr(m_wait)](const Notification&) {
+        EraseNotification::kStopWorking,
+        [weak = std::weak_ptr(m_wait)](const Notification&) {
             const auto wait = weak.lock();
             if (!wait) return;
             wait->isOn = false;
             wait->endOfErase.reset();
-        });
+        },
+        engine);
 }
 
 // --- Choosing ---

@@ -85,9 +85,9 @@ class QVDiskMenuItemView : public QWidget {
     /// Does the same for a row that is about to show, unless its trash is known to be empty or the
     /// row has a note.
     void gatherIfNeeded();
-    /// From now to the end of the erase the figures of a count that is still under way are posted
-    /// as "updateCountAndSizeToDelete".
-    void waitForStopWorking();
+    /// From now to the end of the erase by `engine`, which posts "stopWorking", the figures of a
+    /// count that is still under way are posted as "updateCountAndSizeToDelete".
+    void waitForStopWorking(const void* engine);
     /// Flashes the selection, closes the menu and triggers the action. Does nothing when the action
     /// is disabled.
     void chosenItemAction();

@@ -177,13 +177,14 @@ void QVKestrin::askToEmptyAll() {
     request.leftOut = leftOutVolumes(m_services.trashes.volumes(), m_services.texts);
     for (const TrashLocation& location : request.volumeArray)
         request.wholeTrashes.push_back(location.trashURL);
-    askAndErase(request, [] { return SharedItemsToErase(); });
+    askAndErase(m_services.makeEngine(), request, [] { return SharedItemsToErase(); });
 }
 
 void QVKestrin::emptyHardDriveTrashAction(QVDiskMenuItemView* row) {
     if (isErasing()) return static_cast<void>(showWhatIsOpen());
     setIsWorking(true);
-    row->waitForStopWorking();
+    const std::shared_ptr<QVDeleteItems> engine = m_services.makeEngine();
+    row->waitForStopWorking(engine.get());
     EraseRequest request;
     request.volumeName = row->diskDict().volumeName;
     if (request.volumeName.isEmpty()) request.volumeName = QStringLiteral("Hard Drive");
@@ -193,7 +194,7 @@ void QVKestrin::emptyHardDriveTrashAction(QVDiskMenuItemView* row) {
     request.wholeTrashes = {row->diskDict().trashURL};
     // While the question is open the row counts, or its disk goes. When the row has no entries, the
     // engine takes those that the count brought to it.
-    askAndErase(request,
+    askAndErase(engine, request,
                 [row = QPointer<QVDiskMenuItemView>(row), disk = row->diskDict().trashURL] {
                     if (!row || !(row->diskDict().trashURL == disk)) return SharedItemsToErase();
                     row->setIsDeleting(true);
@@ -201,10 +202,10 @@ void QVKestrin::emptyHardDriveTrashAction(QVDiskMenuItemView* row) {
                 });
 }
 
-void QVKestrin::askAndErase(const EraseRequest& request,
+void QVKestrin::askAndErase(const std::shared_ptr<QVDeleteItems>& engine,
+                            const EraseRequest& request,
                             std::function<SharedItemsToErase()> itemsToErase) {
     if (m_isEnding) return;
-    const std::shared_ptr<QVDeleteItems> engine = m_services.makeEngine();
     if (!engine->askToContinue(request)) return;
     if (m_isEnding) return endNow();
     m_startTimer =

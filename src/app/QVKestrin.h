@@ -210,7 +210,8 @@ class QVKestrin : public QObject {
     void setIsWorking(bool isWorking);
     bool isErasing() const { return m_isAsking || EraseTurn::holder(); }
     void askToEmptyAll();
-    void askAndErase(const EraseRequest& request, std::function<SharedItemsToErase()> itemsToErase);
+    void askAndErase(const std::shared_ptr<QVDeleteItems>& engine, const EraseRequest& request,
+                     std::function<SharedItemsToErase()> itemsToErase);
     void proceedToEraseWithArray(QVDeleteItems& engine, const SharedItemsToErase& items);
     void stopWorking(const Notification& notification);
     void smartWindowDidClose();

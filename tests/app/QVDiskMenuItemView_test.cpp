@@ -121,9 +121,10 @@ TEST_F(DiskRowTest, bringsLateFiguresToItsOwnEraseAlone) {
     const Observation observation = center.observe(EraseNotification::kUpdateCountAndSizeToDelete,
                                                    [&](const Notification&) { ++posts; });
     row->setDiskDict(disk(QStringLiteral("A")));
-    row->waitForStopWorking();
-    EXPECT_TRUE(row->isWorking());
-    center.post(EraseNotification::kStopWorking);  // declined before the figures came
+    row->waitForStopWorking(this);
+    center.post(EraseNotification::kStopWorking, row);
+    EXPECT_TRUE(row->isWorking()) << "another erase ended";
+    center.post(EraseNotification::kStopWorking, this);  // declined before the figures came
     EXPECT_FALSE(row->isWorking());
     arrive();
     EXPECT_EQ(posts, 0) << "they would reach the next erase";
@@ -136,7 +137,7 @@ TEST_F(DiskRowTest, bringsFiguresAlsoWhenItsDiskWent) {
             count = n.userInfo.value<std::uint64_t>(EraseNotification::kCount);
         });
     row->setDiskDict(disk(QStringLiteral("A")));
-    row->waitForStopWorking();
+    row->waitForStopWorking(this);
     action.reset();
     arrive(false);
     EXPECT_TRUE(test::waitFor([&] { return count == 12; })) << "an erase waits for them";
