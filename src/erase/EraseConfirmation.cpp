@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "erase/EraseConfirmation.h"
 
+#include <exception>
+#include <utility>
+
 #include "base/StringTable.h"
+#include "base/SystemLog.h"
 #include "erase/EraseCount.h"
+#include "erase/EraseQueue.h"
 #include "erase/QVAlert.h"
 #include "erase/QVErrorDelegate.h"
 #include "format/DisplayName.h"
@@ -45,6 +50,17 @@ std::shared_ptr<QVAlert> showConfirmation(const EraseRequest& request,
     info.count = figures.count;
     alert->showAlertWithTrashInfo(info, request.window);
     return alert;
+}
+
+void waitForAnswer(std::shared_ptr<QVAlert> alert, std::function<void(bool)> answered) {
+    try {
+        deletionsOperationQueue().enqueue([alert = std::move(alert), answered] {
+            answered(alert->waitUntilSheetWindowIsClosed() == kAlertFirstButton);
+        });
+    } catch (const std::exception& failure) {
+        qCWarning(lcErase, "Nobody can wait for the confirmation: %s", failure.what());
+        answered(false);
+    }
 }
 
 }  // namespace kestrin

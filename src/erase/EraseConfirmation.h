@@ -2,6 +2,7 @@
 // The question whether an erase may begin.
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "erase/EraseRequest.h"
@@ -16,5 +17,10 @@ class QVAlert;
 /// Main thread.
 std::shared_ptr<QVAlert> showConfirmation(const EraseRequest& request,
                                           const EraseServices& services, EraseCount& count);
+
+/// Has `answered` called with whether the user wants to erase, on a background thread, when the
+/// sheet of `alert` is closed. Where no thread is to be had the sheet is not shown, and the answer
+/// is given at once: no. Main thread.
+void waitForAnswer(std::shared_ptr<QVAlert> alert, std::function<void(bool)> answered);
 
 }  // namespace kestrin

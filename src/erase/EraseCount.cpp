@@ -2,6 +2,7 @@
 #include "erase/EraseCount.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 #include "base/MainThread.h"
@@ -14,6 +15,14 @@ namespace Key = EraseNotification;
 OperationQueue& deletionsOperationQueue() {
     static auto& queue = *new OperationQueue("deletions");
     return queue;
+}
+
+void runInBackground(const std::function<void()>& operation) {
+    try {
+        deletionsOperationQueue().enqueue(operation);
+    } catch (const std::exception&) {
+        MainThread::post(operation);
+    }
 }
 
 EraseCount::EraseCount(NotificationCenter& center, std::stop_token stop)

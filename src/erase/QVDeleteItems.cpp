@@ -3,7 +3,7 @@
 
 #include <atomic>
 #include <exception>
-#include <mutex>
+#include <optional>
 #include <stop_token>
 #include <utility>
 
@@ -52,6 +52,7 @@ struct QVDeleteItems::State {
 
     std::atomic<bool> isErasing = false;
     std::atomic<End> end = End::NotYet;
+    std::atomic<std::optional<bool>> wasStopped{};  ///< set at the end
 };
 
 std::shared_ptr<QVDeleteItems> QVDeleteItems::create(EraseServices services) {
@@ -76,15 +77,12 @@ bool QVDeleteItems::askToContinue(const EraseRequest& request) {
         return true;
     }
     m_state->volumeName = request.volumeName;
-    const auto alert = showConfirmation(request, m_state->services, *m_state->count);
-    if (request.isSmartErase) {
-        deletionsOperationQueue().enqueue([self = shared_from_this(), alert] {
-            const int choice = alert->waitUntilSheetWindowIsClosed();
-            self->sendSmartEraseNotificationResponse(choice == kAlertFirstButton);
-        });
-        return true;
-    }
-    return questionIsOver(alert->choice() == kAlertFirstButton);
+    auto alert = showConfirmation(request, m_state->services, *m_state->count);
+    if (!request.isSmartErase) return questionIsOver(alert->choice() == kAlertFirstButton);
+    waitForAnswer(std::move(alert), [self = shared_from_this()](bool canContinue) {
+        self->sendSmartEraseNotificationResponse(canContinue);
+    });
+    return true;
 }
 
 /// Another erase is under way, and its end is the one to be told.
@@ -96,7 +94,7 @@ bool QVDeleteItems::refuse() {
 }
 
 void QVDeleteItems::sendSmartEraseNotificationResponse(bool canContinue) {
-    deletionsOperationQueue().enqueue([self = shared_from_this(), canContinue] {
+    runInBackground([self = shared_from_this(), canContinue] {
         self->questionIsOver(canContinue);
         self->m_state->services.center.post(
             Key::kWaitForResponse, self.get(),
@@ -234,6 +232,7 @@ void QVDeleteItems::decideEnd(End end) {
 
 /// Without ticks an ordinary end has its line in the log, but neither a report nor figures.
 void QVDeleteItems::finish(End end) {
+    m_state->wasStopped = isStoppedByUser();
     m_state->count->end();
     const bool isReported = end == End::Ordinary && m_state->hasTicks;
     if (EraseRun* const run = m_state->run.get()) {
@@ -264,16 +263,14 @@ void QVDeleteItems::postStopWorking(bool withFigures) {
     MainThread::post(post);
 }
 
-// --- Stop ---
+// --- Stop, and what it came to ---
 
 void QVDeleteItems::stop() {
     m_state->stop.request_stop();
 }
 bool QVDeleteItems::isStoppedByUser() const {
-    return m_state->stop.stop_requested();
+    return m_state->wasStopped.load().value_or(m_state->stop.stop_requested());
 }
-
-// --- What it came to ---
 
 std::uint64_t QVDeleteItems::counted(Counter counter) const {
     return m_state->run ? (m_state->run->decisions().*counter).load() : 0;

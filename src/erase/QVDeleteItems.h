@@ -37,7 +37,8 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     /// Counts (all disks, in the background) and asks for confirmation. False: the user declined,
     /// and "stopWorking" has been posted; or another engine of this process asks or erases, which
     /// was brought forward, and nothing is posted. A smart erase answers true at once and tells the
-    /// user's answer by "waitForResponse", posted on a background thread.
+    /// user's answer by "waitForResponse", posted on a background thread; or on the main thread,
+    /// later, where no thread is to be had.
     bool askToContinue(const EraseRequest& request);
 
     /// Has `call` made on the main thread once the figures are there; soon when they are there
@@ -60,6 +61,7 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     std::uint64_t notErasedCount() const { return counted(&EraseDecisions::notErasedCount); }
     std::uint64_t itemBusyCount() const { return counted(&EraseDecisions::itemBusyCount); }
     bool isWorking() const;
+    /// Whether Stop was pressed before the end.
     bool isStoppedByUser() const;
     SharedItemsToErase itemsToErase() const;
     /// Every entry that stayed, with its reason. An entry that was never begun is not among them.

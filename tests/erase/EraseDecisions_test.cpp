@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <QStringList>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <deque>
+#include <functional>
+#include <thread>
 
 #include "base/StringTable.h"
 #include "erase/EraseDecisions.h"
@@ -57,6 +61,7 @@ class EraseDecisionsTest : public ::testing::Test {
         EraseDecisions::Callbacks callbacks;
         callbacks.ask = [this](const RefusalQuestion& question) {
             asked.push_back(question.name);
+            if (meanwhile) meanwhile();
             const RefusalAnswer answer = answers.at(0);
             answers.pop_front();
             return answer;
@@ -89,6 +94,7 @@ class EraseDecisionsTest : public ::testing::Test {
     EraseDecisions::Settings settings;
     bool isHelperAuthorized = true;
     std::deque<RefusalAnswer> answers;
+    std::function<void()> meanwhile;  ///< while a question is open
     std::vector<std::string> asked;
     std::optional<EraseDecisions> decisions;
 };
@@ -121,6 +127,24 @@ TEST_F(EraseDecisionsTest, TheLockedQuestionIsAskedOnceAnEntryUntilItHoldsForAll
     EXPECT_EQ(decisions->notErasedCount, 0u);  // what the user skipped is not counted
     EXPECT_THAT(decisions->unlockItems(), ElementsAre(url("b"), url("c")));
     EXPECT_THAT(decisions->permissionsItems(), IsEmpty());
+}
+
+TEST_F(EraseDecisionsTest, WhileAQuestionIsOpenNothingElseIsDecided) {
+    std::atomic<bool> isDecided = false;
+    std::jthread other;
+    answers = {{true, false}};
+    decide();
+    meanwhile = [&] {
+        other = std::jthread([&] {
+            decisions->decideLocked(Entry("plain"));
+            isDecided = true;
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_FALSE(isDecided);
+    };
+    willRemove("locked", Kind::Locked);
+    other.join();
+    EXPECT_TRUE(isDecided);
 }
 
 TEST_F(EraseDecisionsTest, HiddenEntriesGoToTheHelperUnasked) {

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cerrno>
 #include <new>
@@ -212,7 +213,11 @@ TEST_F(QVDeleteItemsTest, ProgressShowsAfterSevenTenthsAndStopEndsTheErase) {
     alerts.models.clear();
     alerts.addAnswer(kAlertFirstButton);
     alerts.addAnswer(kAlertSecondButton, true);
+    alerts.addAnswer(kAlertFirstButton, false, [this] { engine->stop(); });
+    trashFile("free");
     ASSERT_TRUE(run(allDisks()));
+    EXPECT_FALSE(engine->isStoppedByUser()) << "the report is after the end";
+    EXPECT_FALSE(ends[0].value<bool>(Key::kWasStoppedByUser, true));
     ASSERT_EQ(alerts.models.size(), 3u) << "one report of what stayed and what the helper said";
     EXPECT_EQ(alerts.models[2].title,
               texts.text("not_erased"_errorKey, StringTable::Table::Errors));
@@ -372,6 +377,40 @@ TEST_F(QVDeleteItemsTest, ASmartEraseIsAskedForOnItsWindowOneAtATime) {
     ASSERT_TRUE(waitFor([this] { return ends.size() == 2; }));
     EXPECT_EQ(ends[1].value<std::uint64_t>(Key::kErasedCount), 1u);
     EXPECT_FALSE(exists(trash + "/one"));
+}
+
+TEST_F(QVDeleteItemsTest, EndsTruthfullyWhereNoThreadIsToBeHad) {
+    KESTRIN_REQUIRE_ROOT();  // the limit holds for others alone
+    trashFile("one");
+    waitFor([] { return false; }, 1100);  // until the queue's idle threads have ended
+    std::vector<bool> answers;
+    const Observation heard = center.observe(Key::kWaitForResponse, [&](const Notification& told) {
+        answers.push_back(told.userInfo.value<bool>(Key::kCanContinue));
+    });
+    alerts.answersSheets = false;
+    int window = 0;
+    const EraseRequest request{.isSmartErase = true, .size = 5, .count = 1, .window = &window};
+    rlimit threads{};
+    ASSERT_EQ(getrlimit(RLIMIT_NPROC, &threads), 0);
+    const rlimit none{1, threads.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NPROC, &none), 0);
+    for (const bool asks : {true, false}) {
+        answers.clear();
+        defaults.set("show_alert", asks);
+        engine = QVDeleteItems::create(services);
+        EXPECT_TRUE(engine->askToContinue(request));
+        EXPECT_TRUE(answers.empty()) << "the caller is back before the answer";
+        EXPECT_TRUE(waitFor([&] { return !answers.empty(); }));
+        EXPECT_EQ(answers, std::vector<bool>{!asks}) << "where nobody can wait for it";
+        EXPECT_TRUE(alerts.sheets.empty());
+    }
+    EXPECT_TRUE(engine->proceedToEraseWithArray(items("one")));
+    EXPECT_TRUE(waitFor([this] { return !ends.empty(); }));
+    ASSERT_EQ(setrlimit(RLIMIT_NPROC, &threads), 0);
+    EXPECT_TRUE(engine->gaveUp());
+    EXPECT_TRUE(ends.at(0).isEmpty());
+    EXPECT_EQ(EraseTurn::holder(), nullptr);
+    EXPECT_TRUE(exists(trash + "/one"));
 }
 
 TEST_F(QVDeleteItemsTest, WithoutTicksTheEraseEndsAllTheSame) {
