@@ -2,11 +2,13 @@
 #include "app/QVKestrin.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <QPointer>
 #include <algorithm>
 #include <cerrno>
 #include <condition_variable>
+#include <csignal>
 #include <mutex>
 #include <utility>
 
@@ -16,6 +18,7 @@
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
 #include "inventory/QVKestrinFileUtilities.h"
+#include "platform/desktop/Places.h"
 #include "support/RecordingProgressView.h"
 #include "support/ScriptedAlertPanel.h"
 #include "support/TestEnvironment.h"
@@ -306,6 +309,53 @@ TEST_F(QVKestrinTest, doesNotBeginAConfirmedEraseAfterQuit) {
     EXPECT_EQ(terminated, 1);
     EXPECT_EQ(timers.count(100ms), 0);
     EXPECT_TRUE(isThere("first/files/0"));
+}
+
+TEST_F(QVKestrinTest, quitWaitsForTheEngineThatHasTheTurn) {
+    addDisk("first");
+    launch();
+    alerts.answersSheets = false;
+    int window = 0;
+    const EraseRequest request{.isSmartErase = true, .size = 1, .count = 1, .window = &window};
+    for (const bool isConfirmed : {false, true}) {  // an open sheet; an erase that is to begin
+        alerts.sheets.clear();
+        controller = std::make_unique<QVKestrin>(services());
+        launch();
+        terminated = 0;
+        auto engine = makeEngine();  // not the controller's own
+        ASSERT_TRUE(engine->askToContinue(request));
+        ASSERT_TRUE(waitFor([&] { return !alerts.sheets.empty(); }));
+        controller->quit();
+        EXPECT_TRUE(engine->isStoppedByUser());
+        EXPECT_EQ(terminated, 0) << "it has not ended yet";
+        alerts.answerSheet(isConfirmed ? kAlertFirstButton : kAlertSecondButton);
+        if (isConfirmed) {
+            ASSERT_TRUE(engine->proceedToEraseWithArray());
+        }
+        EXPECT_TRUE(waitFor([&] { return terminated == 1; }));
+    }
+    EXPECT_TRUE(isThere("first/files/0"));
+}
+
+TEST_F(QVKestrinTest, tellsOnceOfALogWithGapsThatNoReportTold) {
+    addDisk("first");
+    launch();
+    defaults.set("write_log", true);
+    const std::string logs = location(Place::Logs).path();
+    controller->mainMenuAction(MenuTag::kEmptyAll);
+    ASSERT_TRUE(waitFor([&] { return timers.count(100ms) == 1; }));
+    rlimit size{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &size), 0);
+    const rlimit none{0, size.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);  // as a full disk
+    EXPECT_TRUE(timers.fire(100ms));
+    EXPECT_TRUE(waitFor([&] { return !told.isEmpty(); }));
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &size), 0);
+    settle();
+    ASSERT_EQ(told.size(), 1);
+    EXPECT_TRUE(told[0].contains(QString::fromStdString(logs))) << told[0].toStdString();
+    EXPECT_FALSE(isThere("first/files/0"));
 }
 
 }  // namespace
