@@ -78,17 +78,18 @@ class EraseDecisions {
 
     EraseDecisions(const Settings& settings, Callbacks callbacks);
 
-    /// Before an entry is entered or removed.
+    /// Is called before an entry is entered or removed.
     Decision decideLocked(const RemovalEntry& entry);
-    /// The attribute could not be cleared: the helper will, after the removal was tried all the
-    /// same.
+    /// Notes that the attribute could not be cleared. The helper will clear it, once the removal
+    /// has been tried all the same.
     void couldNotUnlock(const RemovalEntry& entry);
-    /// Before an entry is removed whose lock stands in the way no more. Never Unlock.
+    /// Is called before an entry is removed, when no lock stands in its way any more. Never answers
+    /// Unlock.
     Decision decideForbidden(const RemovalEntry& entry);
     void didRemove(const RemovalEntry& entry);
     void didFail(const RemovalEntry& entry, const HostError& error);
 
-    /// An entry that could not even be begun, since its folder cannot be opened.
+    /// Notes an entry that could not even be begun, since its folder cannot be opened.
     void couldNotBegin(const FileUrl& entry, const HostError& error);
     /// Notes what of the helper's share is still there. Called when the helper is done, or has not
     /// been asked.

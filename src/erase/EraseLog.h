@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Which log an erase writes.
+// Chooses the log that an erase writes.
 #pragma once
 
 #include <cstddef>

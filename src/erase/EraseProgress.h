@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What is shown of one erase while it works, and when.
+// Decides what is shown of one erase while it works, and when.
 #pragma once
 
 #include <QString>
@@ -41,9 +41,9 @@ class EraseProgress : public std::enable_shared_from_this<EraseProgress> {
     /// there are no ticks to be had, which the system log tells.
     bool startTicks(std::function<bool()> tick);
 
-    /// The items are still being counted.
+    /// Shows that the items are still being counted.
     void showGathering();
-    /// They are known, and being erased.
+    /// Shows that they are known and being erased.
     void showErasing();
     /// Called at the rate of a display while the erase works: makes the view visible when that has
     /// lasted for a while, and brings the figures up to date now and then. Always one thread.

@@ -53,11 +53,12 @@ class EraseRun final : public std::enable_shared_from_this<EraseRun>,
     /// Keeps in mind that `failure` ended the erase before its time.
     void noteProblem(const std::exception& failure);
     bool gaveUp() const;
-    /// That the erase gave up, and that the log could not be written to its end; a sentence each.
+    /// Returns a sentence when the erase gave up, and one when the log could not be written to its
+    /// end.
     QStringList problems() const;
-    /// What is to be told in one alert when the run has ended: what stayed and what else went
-    /// wrong, where `tellsWhatStayed`, and what the helper complained of. None when there is
-    /// nothing.
+    /// Returns what is to be told in one alert when the run has ended: with `tellsWhatStayed` what
+    /// stayed and what else went wrong, and always what the helper complained of. There is no
+    /// report when there is nothing to tell.
     std::optional<ErrorReport> report(bool tellsWhatStayed);
     /// Lets the helper's client go. Main thread.
     void releaseHelper();

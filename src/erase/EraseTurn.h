@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Two engines never erase at once: which of this process has its turn.
+// Knows which engine of this process has its turn, since two never erase at once.
 #pragma once
 
 #include <memory>
@@ -9,7 +9,7 @@ namespace kestrin {
 class QVDeleteItems;
 
 /// The turn of the engines of this process. An engine takes it before it asks and gives it back at
-/// its end; one that was let go before it erased has given it back, too. Thread: any.
+/// its end; an engine that goes before it has erased gives it back as well. Thread: any.
 class EraseTurn {
  public:
     /// False while another engine has the turn.
