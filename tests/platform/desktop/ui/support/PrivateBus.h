@@ -4,8 +4,8 @@
 
 #include <QByteArray>
 #include <QDBusConnection>
-#include <QProcess>
 #include <QString>
+#include <cstdio>
 
 namespace kestrin::test {
 
@@ -23,8 +23,9 @@ class PrivateBus {
     QDBusConnection peer();
 
  private:
-    QProcess m_daemon;
+    std::FILE* m_output = nullptr;  ///< what the daemon says: its address and its process
     QByteArray m_address;
+    int m_process = 0;
 };
 
 }  // namespace kestrin::test
