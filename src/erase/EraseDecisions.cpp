@@ -201,9 +201,9 @@ void EraseDecisions::note(const FileUrl& url, StayReason reason, bool skipped, s
 }
 
 bool EraseDecisions::isHelperAuthorized() {
-    std::call_once(m_helperWasAsked,
-                   [this] { m_isHelperAuthorized = m_callbacks.isHelperAuthorized(); });
-    return m_isHelperAuthorized;
+    const std::lock_guard lock(m_helperQuestion);
+    if (!m_isHelperAuthorized) m_isHelperAuthorized = m_callbacks.isHelperAuthorized();
+    return *m_isHelperAuthorized;
 }
 
 bool EraseDecisions::hasWorkForHelper() const {

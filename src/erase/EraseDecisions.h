@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -131,8 +132,8 @@ class EraseDecisions {
     const Settings m_settings;
     const Callbacks m_callbacks;
 
-    std::once_flag m_helperWasAsked;
-    bool m_isHelperAuthorized = false;
+    std::mutex m_helperQuestion;
+    std::optional<bool> m_isHelperAuthorized;  ///< under `m_helperQuestion`; none: not asked yet
 
     std::mutex m_questions;  ///< held from the look at the answers to the end of a question
     bool m_deleteLocked;
