@@ -20,16 +20,17 @@ class RefusalsTest(EndToEndTest):
     def test_locked_entries(self):
         locked, append_only = self.trash.file("locked"), self.trash.file("append-only")
         inner = os.path.join(self.trash.tree("tree", ["locked", "other"]), b"locked")
-        folder = self.trash.tree("folder", ["inside"])
+        folder, grows = (self.trash.tree(name, ["inside"]) for name in ("folder", "grows"))
         self.trash.file("goes")
         self.lock(locked, inner, folder)
-        self.lock(append_only, attribute="+a")
+        self.lock(append_only, grows, attribute="+a")
         run = self.empty()
-        for path, reason in ((locked, "locked"), (inner, "locked"), (append_only, "forbidden")):
+        for path, reason in ((locked, "locked"), (inner, "locked"), (append_only, "forbidden"),
+                             (os.path.join(grows, b"inside"), "forbidden")):
             self.assertStayed(run, path, reason)
         self.assertIn("locked", {entry["reason"] for entry in run.json["notErased"]
                                  if path_of(entry["url"]).startswith(folder)})
-        self.assertEqual(self.trash.names(), [b"append-only", b"folder", b"locked", b"tree"])
+        self.assertEqual(self.trash.names(), [b"append-only", b"folder", b"grows", b"locked", b"tree"])
         self.assertEqual(os.listdir(self.trash.path("tree")), [b"locked"])
         self.assertEqual(run.json["erasedCount"], 2)
         logged = [line.split(" ", 1)[1].encode() for line in self.log_lines() if " /" in line]
