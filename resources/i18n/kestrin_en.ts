@@ -391,6 +391,10 @@ Examples:
         <source></source>
         <translation>The output could not be written: %@.</translation>
     </message>
+    <message id="cli_perhaps_there">
+        <source></source>
+        <translation>It cannot be looked at any more, and may still be there.</translation>
+    </message>
     <message id="cli_progress_count">
         <source></source>
         <translation>%@ of %@ items</translation>

@@ -88,12 +88,12 @@ void addWhatIsStillThere(EraseResult& result, const ItemsToErase& items, const C
         paths.insert(entry.url.path());
     for (const QVItemToErase& item : items) {
         const FileUrl url = item.url();
-        if (presenceOf(url, item.identity) != ItemPresence::There || isAccountedFor(url, paths)) {
-            continue;
-        }
-        result.stayed.push_back({.url = url,
-                                 .reason = StayReason::Error,
-                                 .cause = console.text("cli_still_there"_key).toStdString()});
+        const ItemPresence presence = presenceOf(url, item.identity);
+        const bool isUnknown = presence == ItemPresence::Unknown;
+        if ((presence != ItemPresence::There && !isUnknown) || isAccountedFor(url, paths)) continue;
+        const auto text = isUnknown ? "cli_perhaps_there"_key : "cli_still_there"_key;
+        result.stayed.push_back(
+            {.url = url, .reason = StayReason::Error, .cause = console.text(text).toStdString()});
     }
 }
 

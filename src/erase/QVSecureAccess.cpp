@@ -295,7 +295,8 @@ std::uint64_t QVSecureAccess::countStillThere() const {
     const std::shared_ptr<const HelperRequest> request = m_run->request;
     const auto count = answerWithin<std::uint64_t>(kCountPatience, [request]() -> std::uint64_t {
         const auto isThere = [](const HelperItem& item) {
-            return presenceOf(item.url, item.identity) == ItemPresence::There;
+            const ItemPresence presence = presenceOf(item.url, item.identity);
+            return presence == ItemPresence::There || presence == ItemPresence::Unknown;
         };
         return static_cast<std::uint64_t>(
             std::ranges::count_if(request->unlockItems, isThere) +

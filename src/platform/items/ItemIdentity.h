@@ -34,9 +34,9 @@ enum class ItemPresence {
     There,
     Replaced,  ///< something else has its name
     Gone,      ///< it is absent, or a folder on the way to it is
+    Unknown,   ///< it cannot be looked at, and so may be there
 };
-/// Whether the item at the path is still the one that `identity` is of. An item that cannot be
-/// looked at is There. A path may have any length.
+/// Whether the item at the path is still the one that `identity` is of. A path may have any length.
 ItemPresence presenceOf(const FileUrl& item, const ItemIdentity& identity = {});
 
 }  // namespace kestrin

@@ -92,7 +92,7 @@ ItemPresence presenceOf(const FileUrl& item, const ItemIdentity& identity) {
     if (found.isKnown()) {
         return isSameItem(identity, found) ? ItemPresence::There : ItemPresence::Replaced;
     }
-    return errno == ENOENT || errno == ENOTDIR ? ItemPresence::Gone : ItemPresence::There;
+    return errno == ENOENT || errno == ENOTDIR ? ItemPresence::Gone : ItemPresence::Unknown;
 }
 
 }  // namespace kestrin
