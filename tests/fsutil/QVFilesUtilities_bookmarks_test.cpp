@@ -38,6 +38,8 @@ TEST_F(BookmarksTest, ItemIsFoundInItsPlaceAndByWhatItIs) {
         EXPECT_EQ(utilities.urlWithDataAlias(data, stale), at(to));
         EXPECT_TRUE(stale);
     }
+    std::vector<std::string> list = {"damaged", data};
+    EXPECT_EQ(utilities.urlsWithAliases(list, stale), std::vector{at("above")});
 }
 
 TEST_F(BookmarksTest, AVolumeIsKnownAgainWhenItIsMountedAsAnotherDevice) {
@@ -54,14 +56,6 @@ TEST_F(BookmarksTest, AVolumeIsKnownAgainWhenItIsMountedAsAnotherDevice) {
     ASSERT_EQ(mount("umount disk && mount -o loop image2 other && mount -o loop image disk"), 0);
     EXPECT_EQ(utilities.urlWithDataAlias(data, stale), at("disk/item"));
     EXPECT_FALSE(stale);
-}
-
-TEST_F(BookmarksTest, LinkIsABookmarkOfItself) {
-    file("target");
-    const FileUrl link = this->link("link", "target");
-    const std::string data = bookmark(link);
-    move(link, "renamed");
-    EXPECT_EQ(utilities.urlWithDataAlias(data), at("renamed"));
 }
 
 TEST_F(BookmarksTest, LostItemGivesWhatHasItsPathOrNothing) {
@@ -95,35 +89,6 @@ TEST_F(BookmarksTest, HostileBookmarksLeadNowhere) {
     stale = false;
     EXPECT_EQ(utilities.urlWithDataAlias(pathOnly, stale), FileUrl::fromPath(scratch.path()));
     EXPECT_TRUE(stale);
-}
-
-TEST_F(BookmarksTest, RequestedValuesAreKept) {
-    const FileUrl item = file("v\xff.png");
-    const auto data = utilities.bookmarkWithURL(
-        item, {ResourceKey::Path, ResourceKey::FileSize, ResourceKey::IsDirectory,
-               ResourceKey::AddedToDirectoryDate});
-    const auto list = fromXml(data.value_or(""));
-    ASSERT_TRUE(list && list->find("values"));
-    const PropertyList& values = *list->find("values");
-    EXPECT_EQ(*values.find("Path"), PropertyList(percentEncode(item.path(), true)));
-    EXPECT_EQ(*values.find("FileSize"), PropertyList(std::uint64_t{1}));
-    EXPECT_EQ(*values.find("IsDirectory"), PropertyList(false));
-    EXPECT_FALSE(values.find("AddedToDirectoryDate"));
-}
-
-TEST_F(BookmarksTest, ListIsResolvedInOrderAndTellsOfItsLastEntry) {
-    const FileUrl kept = file("kept"), old = file("old");
-    std::vector<std::string> bookmarks = {bookmark(old), "damaged", bookmark(kept)};
-    move(old, "new");
-    const FileUrl moved = at("new");
-    EXPECT_EQ(utilities.urlsWithAliases(bookmarks, stale), (std::vector{moved, kept}));
-    EXPECT_FALSE(stale);
-    std::vector<std::string> reversed = {bookmarks[2], bookmarks[0]};
-    EXPECT_EQ(utilities.urlsWithAliases(reversed, stale), (std::vector{kept, moved}));
-    EXPECT_TRUE(stale);
-    reversed.push_back("damaged");
-    EXPECT_EQ(utilities.urlsWithAliases(reversed, stale), (std::vector{kept, moved}));
-    EXPECT_FALSE(stale);
 }
 
 }  // namespace
