@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
-#include <QMenu>
-#include <QSignalSpy>
-#include <QTest>
 #include <QWidgetAction>
 #include <atomic>
 #include <future>
@@ -26,18 +23,11 @@ TrashLocation disk(const QString& name, const std::string& path = "/media/disk")
 
 class DiskRowTest : public ::testing::Test {
  protected:
-    DiskRowTest() {
-        action->setDefaultWidget(row);
-        menu.addAction(action.get());
-    }
+    DiskRowTest() { action->setDefaultWidget(row); }
     ~DiskRowTest() override {
         if (!answered) answer.set_value();
     }
 
-    void open() {
-        menu.popup(QPoint(20, 20));
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(&menu));
-    }
     void arrive(bool isShown = true) {
         answered = true;
         answer.set_value();
@@ -57,21 +47,9 @@ class DiskRowTest : public ::testing::Test {
                                                       std::make_shared<ItemsToErase>(1)};
                              },
                              [](const TrashLocation&) { return QIcon(); }};
-    QMenu menu;
     std::unique_ptr<QWidgetAction> action = std::make_unique<QWidgetAction>(nullptr);
     QVDiskMenuItemView* row = new QVDiskMenuItemView(services, *action);
 };
-
-TEST_F(DiskRowTest, showsTheCountWhenItArrivesAndSaysItAllInItsText) {
-    row->setDiskDict(disk(QStringLiteral("Rock & Roll\n")));
-    EXPECT_EQ(action->text(), QStringLiteral("Rock && Roll\\n: Counting…"));
-    open();
-    arrive();
-    EXPECT_EQ(action->text(), QStringLiteral("Rock && Roll\\n: 12 items, 3.40 MB"));
-    EXPECT_EQ(row->accessibleName(), QStringLiteral("Rock & Roll\\n: 12 items, 3.40 MB"));
-    row->setNote(QStringLiteral("Not answering"));
-    EXPECT_EQ(action->text(), QStringLiteral("Rock && Roll\\n: Not answering (12 items, 3.40 MB)"));
-}
 
 TEST_F(DiskRowTest, forgetsTheFiguresOfAnotherTrashOnly) {
     row->setDiskDict(disk(QStringLiteral("A")));
@@ -82,38 +60,6 @@ TEST_F(DiskRowTest, forgetsTheFiguresOfAnotherTrashOnly) {
     row->setDiskDict(disk(QStringLiteral("B"), "/media/other"));
     EXPECT_EQ(row->itemsCount(), 0u);
     EXPECT_TRUE(row->itemsToErase()->empty()) << "the entries of another disk would be erased";
-}
-
-TEST_F(DiskRowTest, actsOnAReleaseOnlyWhereItSawThePress) {
-    row->setDiskDict(disk(QStringLiteral("A")));
-    const QSignalSpy triggered(action.get(), &QAction::triggered);
-    open();
-    QTest::mouseRelease(row, Qt::LeftButton);
-    QTest::mousePress(row, Qt::LeftButton);
-    QTest::mouseRelease(row, Qt::LeftButton, {}, QPoint(-5, -5));
-    QTest::qWait(500);
-    EXPECT_EQ(triggered.count(), 0);
-    EXPECT_TRUE(menu.isVisible());
-    QTest::mouseClick(row, Qt::LeftButton);
-    EXPECT_TRUE(test::waitFor([&] { return triggered.count() == 1; }));
-    EXPECT_FALSE(menu.isVisible());
-}
-
-TEST_F(DiskRowTest, isChosenOnceByKeysAndNotWhenDisabled) {
-    row->setDiskDict(disk(QStringLiteral("A")));
-    const QSignalSpy triggered(action.get(), &QAction::triggered);
-    for (const bool isEnabled : {false, true}) {
-        action->setEnabled(isEnabled);
-        open();
-        row->setFocus();
-        EXPECT_EQ(row->menuItemIsSelected(), isEnabled);
-        QTest::keyClick(row, Qt::Key_Space);
-        QTest::keyClick(row, Qt::Key_Return);
-        QTest::qWait(700);
-        EXPECT_EQ(triggered.count(), isEnabled ? 1 : 0);
-        menu.hide();
-        EXPECT_FALSE(row->menuItemIsSelected()) << "a menu must not open with a selection";
-    }
 }
 
 TEST_F(DiskRowTest, bringsLateFiguresToItsOwnEraseAlone) {
