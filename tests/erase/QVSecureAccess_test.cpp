@@ -296,7 +296,7 @@ std::vector<HelperItem> paths(char name, int count) {
     std::vector<HelperItem> list;
     const std::uint64_t most = ~std::uint64_t{0};
     for (int i = 0; i < count; ++i)
-        list.push_back({FileUrl::fromPath("/\xff" + std::string(20, name) + std::to_string(i)),
+        list.push_back({FileUrl::fromPath("/" + std::string(400, name) + std::to_string(i)),
                         {most - static_cast<unsigned>(i), most, INT64_MIN}});
     return list;
 }
@@ -304,11 +304,11 @@ std::vector<HelperItem> paths(char name, int count) {
 TEST(HelperBatches, HandOutEveryPathOnceInItsOrderAndWithinTheLimit) {
     auto request = std::make_shared<HelperRequest>();
     request->unlockItems = paths('u', 50);
-    request->permissionsItems = paths('p', 70);
+    request->permissionsItems = paths('\xff', 70);
     request->notTrashedBecauseFolderNotEmpty = paths('f', 30);
     const EraseItems whole = *HelperBatches(request).next(7, 9);
     EXPECT_EQ(whole.permissionsItems.at(69), request->permissionsItems[69].url.path());
-    for (const std::size_t limit : {1U, 2000U, 4000U}) {
+    for (const std::size_t limit : {1U, 4000U, 8000U}) {
         HelperBatches batches(request, limit);
         EraseItems all{.erasedSize = 9, .erasedCount = 7};
         all.notTrashedBecauseFolderNotEmpty.emplace();
