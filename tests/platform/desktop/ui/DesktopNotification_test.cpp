@@ -2,12 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <QDBusMessage>
-#include <memory>
 #include <optional>
-#include <vector>
 
 #include "platform/desktop/ui/DesktopNotification.h"
-#include "platform/desktop/ui/LauncherEntry.h"
 #include "platform/desktop/ui/support/FakeDesktop.h"
 #include "platform/desktop/ui/support/PrivateBus.h"
 #include "support/TestEnvironment.h"
@@ -124,18 +121,6 @@ TEST_F(DesktopNotificationTest, FollowsAServiceThatComesLateOrIsStartedAnew) {
     desktop.emplace();
     EXPECT_TRUE(hasShown(1)) << "shown again";
     EXPECT_EQ(desktop->id, 1U) << "the former service's number means nothing to this one";
-}
-
-TEST(LauncherEntry, TellsWholePercentsAndHidesAtTheEnd) {
-    KESTRIN_REQUIRE_BUS();
-    test::LauncherDock dock;
-    auto entry = std::make_unique<LauncherEntry>();
-    entry->hide();
-    for (const double percent : {-1.0, 0.4, 43.0, 43.9, 100.0, 250.0})
-        entry->setProgress(percent);
-    entry.reset();
-    EXPECT_TRUE(test::waitFor([&dock] { return dock.shown.size() >= 4; }));
-    EXPECT_EQ(dock.shown, (std::vector<double>{0.0, 0.43, 1.0, -1.0}));
 }
 
 }  // namespace

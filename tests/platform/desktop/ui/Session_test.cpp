@@ -4,7 +4,6 @@
 #include <sys/un.h>
 
 #include <QCoreApplication>
-#include <QDBusMessage>
 #include <QObject>
 #include <QTimer>
 #include <QVariantMap>
@@ -69,7 +68,6 @@ using Start = SingleInstance::Start;
 
 const QString kName = QLatin1String(kApplicationId);
 const QString kPath = QStringLiteral("/com/quorvane/Kestrin3");
-const QString kInterface = QStringLiteral("org.freedesktop.Application");
 
 /// Commands that write down their names.
 SingleInstance::Commands noting(std::vector<std::string>& calls) {
@@ -77,12 +75,6 @@ SingleInstance::Commands noting(std::vector<std::string>& calls) {
         return [&calls, name] { calls.emplace_back(name); };
     };
     return {note("activate"), {{"empty-all", note("empty-all")}, {"quit", note("quit")}}};
-}
-
-void send(const QString& method, const QVariantList& arguments) {
-    QDBusMessage call = QDBusMessage::createMethodCall(kName, kPath, kInterface, method);
-    call.setArguments(arguments);
-    test::PrivateBus::shared()->peer().send(call);
 }
 
 /// Another process of the program, which answers only when the test's event loop runs.
@@ -112,31 +104,6 @@ class OtherProgram : public QObject {
     QString token;
 };
 
-TEST(SingleInstance, TheFirstTakesCommands) {
-    KESTRIN_REQUIRE_BUS();
-    std::vector<std::string> calls;
-    SingleInstance instance(noting(calls));
-    ASSERT_EQ(instance.start("empty-all"), Start::First);
-    EXPECT_TRUE(calls.empty()) << "its own command is the caller's matter";
-
-    const auto expectCalls = [&calls](std::size_t count) {
-        EXPECT_TRUE(test::waitFor([&] { return calls.size() >= count; }));
-    };
-    // One after the other: every command may come over a connection of its own.
-    send(QStringLiteral("Activate"), {QVariantMap()});
-    expectCalls(1);
-    send(QStringLiteral("ActivateAction"),
-         {QStringLiteral("no-such-action"), QVariantList(), QVariantMap()});
-    send(QStringLiteral("ActivateAction"),
-         {QStringLiteral("empty-all"), QVariantList(), QVariantMap()});
-    expectCalls(2);
-    send(QStringLiteral("Open"), {QStringList{QStringLiteral("file:///x")}, QVariantMap()});
-    expectCalls(3);
-    send(QStringLiteral("ActivateAction"), {QStringLiteral("quit"), QVariantList(), QVariantMap()});
-    expectCalls(4);
-    EXPECT_EQ(calls, (std::vector<std::string>{"activate", "empty-all", "activate", "quit"}));
-}
-
 TEST(SingleInstance, ALaterOneHandsItsCommandToABusyOwner) {
     KESTRIN_REQUIRE_BUS();
     OtherProgram other;
@@ -148,12 +115,6 @@ TEST(SingleInstance, ALaterOneHandsItsCommandToABusyOwner) {
     EXPECT_EQ(other.calls, (QStringList{QStringLiteral("activate"), QStringLiteral("quit")}));
     EXPECT_EQ(other.token, QStringLiteral("token-7"));
     EXPECT_TRUE(calls.empty());
-}
-
-TEST(SingleInstance, TheNameIsFreeAgainAtTheEnd) {
-    KESTRIN_REQUIRE_BUS();
-    EXPECT_EQ(SingleInstance({}).start(), Start::First);
-    const OtherProgram other;
 }
 
 /// A socket that accepts and says nothing, as a stopped bus does.
