@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The main() of test programs that show windows: as that of the others, with a screen in memory,
-// one style and one palette wherever they run.
+// The main() of test programs that show windows: as that of the others, with a screen in memory
+// and one style wherever they run.
 #include <gtest/gtest.h>
 
 #include <QApplication>
 #include <QStyleFactory>
 
 #include "base/MainThread.h"
-#include "support/Palettes.h"
 #include "support/TestEnvironment.h"
 
 int main(int argc, char** argv) {
@@ -16,7 +15,6 @@ int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-    QApplication::setPalette(kestrin::test::lightPalette());
     // A test opens and closes windows at will.
     QApplication::setQuitOnLastWindowClosed(false);
     const kestrin::MainThread mainThread;

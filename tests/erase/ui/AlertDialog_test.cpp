@@ -7,17 +7,12 @@
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
-#include <QToolButton>
-#include <QTreeView>
 #include <memory>
 #include <optional>
 
 #include "base/StringTable.h"
 #include "erase/ui/AlertDialog.h"
-#include "erase/ui/SizeLineView.h"
 #include "erase/ui/WidgetAlertPanel.h"
-#include "widgets/BusySpinner.h"
-#include "widgets/ElidedLabel.h"
 
 namespace kestrin {
 namespace {
@@ -91,17 +86,6 @@ TEST_F(AlertDialogTest, AStrayKeyErasesNothing) {
     EXPECT_EQ(dialog.result(), kAlertFirstButton);
 }
 
-TEST_F(AlertDialogTest, TheButtonThatDestroysLooksDifferentAndTheFirstIsTheDefault) {
-    for (const AlertModel& model : {kConfirmation, kQuestion, kChoice}) {
-        show(model);
-        const auto look = [this](const char* name) {
-            return find(name)->palette().color(QPalette::ButtonText);
-        };
-        EXPECT_EQ(look("button_1") == look("button_2"), model.topic == Topic::Other);
-        EXPECT_TRUE(find("button_1")->isDefault());
-    }
-}
-
 TEST_F(AlertDialogTest, NamesAreNeverMarkupAndDoNotWidenTheWindow) {
     AlertModel model = kQuestion;
     model.fullName = QStringLiteral("/trash/<b>x</b>");
@@ -111,26 +95,6 @@ TEST_F(AlertDialogTest, NamesAreNeverMarkupAndDoNotWidenTheWindow) {
     EXPECT_TRUE(find<QLabel>("title")->toolTip().contains(QLatin1String("&lt;b&gt;x")));
     model.title = QString(300, u'W');
     EXPECT_EQ(show(model).width(), width);
-}
-
-TEST_F(AlertDialogTest, TheListOfWhatStayedUnfoldsAndFoldsAgain) {
-    AlertModel model = kMessage;
-    model.details.assign(100'000, {QStringLiteral("name"), QStringLiteral("/a/name"),
-                                   QStringLiteral("locked"), QStringLiteral("unlock it")});
-    AlertDialog& dialog = show(model);
-    const int height = dialog.height();
-    auto* const list = find<QTreeView>("details");
-    EXPECT_FALSE(list->isVisible());
-    find<QToolButton>("details_button")->click();
-    EXPECT_TRUE(list->isVisible());
-    const auto textAt = [&](int row, int column, int role) {
-        return list->model()->index(row, column).data(role).toString();
-    };
-    EXPECT_EQ(textAt(99'999, 2, Qt::DisplayRole), QStringLiteral("unlock it"));
-    EXPECT_TRUE(textAt(0, 0, Qt::ToolTipRole).contains(QLatin1String("/a/name")));
-    find<QToolButton>("details_button")->click();
-    QApplication::processEvents();
-    EXPECT_LE(dialog.height(), height);
 }
 
 /// The alert that is open.
@@ -180,30 +144,6 @@ TEST_F(WidgetAlertPanelTest, AllAlertsEndWithTheProgram) {
     QTimer::singleShot(100, [] { QCoreApplication::exit(); });  // as the end of the session does
     EXPECT_EQ(modal.runModal(choice), kAlertThirdButton);
     EXPECT_TRUE(isAnswered(kAlertThirdButton));
-}
-
-TEST(SizeLineView, FitsItsFontAndCutsAtTheHeadAndItsSpinnerGoesWhenTheFiguresCome) {
-    SizeLineView view;
-    const auto& text = *view.findChild<ElidedLabel*>();
-    const auto& spinner = *view.findChild<BusySpinner*>();
-    QFont font = view.font();
-    font.setPixelSize(40);
-    view.setFont(font);
-    view.resize(view.sizeHint());
-    view.setLine(QStringLiteral("counting"), true);
-    view.show();
-    EXPECT_TRUE(spinner.isTurning());
-    EXPECT_GE(text.height(), text.fontMetrics().height());
-    view.setLine(QString(200, u'x') + QStringLiteral(" 3.40 GB"), false);
-    EXPECT_FALSE(spinner.isTurning());
-    EXPECT_FALSE(spinner.isVisible());
-    EXPECT_TRUE(text.text().endsWith(QLatin1String("3.40 GB")));
-    EXPECT_TRUE(text.textInteractionFlags() & Qt::TextSelectableByMouse);
-    for (const auto direction : {Qt::LeftToRight, Qt::RightToLeft}) {
-        view.setLayoutDirection(direction);
-        EXPECT_TRUE(view.rect().contains(text.geometry()));
-        EXPECT_EQ(spinner.x() < text.x(), direction == Qt::LeftToRight);
-    }
 }
 
 }  // namespace

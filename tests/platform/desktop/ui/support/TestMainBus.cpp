@@ -10,7 +10,6 @@
 
 #include "base/MainThread.h"
 #include "platform/desktop/ui/support/PrivateBus.h"
-#include "support/Palettes.h"
 #include "support/TestEnvironment.h"
 
 namespace {
@@ -35,7 +34,6 @@ int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const kestrin::test::PrivateBus bus;
     QApplication application(argc, argv);
-    QApplication::setPalette(kestrin::test::lightPalette());
     QApplication::setQuitOnLastWindowClosed(false);
     const kestrin::MainThread mainThread;
     return RUN_ALL_TESTS();
