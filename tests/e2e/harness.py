@@ -15,7 +15,6 @@ import hashlib
 import json
 import os
 import pty
-import resource
 import select
 import shutil
 import signal
@@ -204,16 +203,6 @@ class TrashCan:
         self.record(name, **record)
         return top
 
-    def deep(self, name, depth):
-        """Folders of one name inside each other, and a file in the last, whose descriptor is answered."""
-        folder = os.open(self.files, os.O_RDONLY)
-        for _ in range(depth):
-            os.mkdir(name, dir_fd=folder)
-            outer, folder = folder, os.open(name, os.O_RDONLY, dir_fd=folder)
-            os.close(outer)
-        os.close(os.open("leaf", os.O_CREAT | os.O_WRONLY, dir_fd=folder))
-        return folder
-
     def names(self):
         with as_root():
             return sorted(os.listdir(self.files))
@@ -314,15 +303,14 @@ class EndToEndTest(unittest.TestCase):
 
     # Running the program.
 
-    def run_program(self, *arguments, limits=(), timeout=100):
+    def run_program(self, *arguments):
         """Runs the program as the user and waits for its end."""
-        return self.finish(self.start(*arguments, limits=limits), timeout)
+        return self.finish(self.start(*arguments))
 
-    def start(self, *arguments, stdin=subprocess.DEVNULL, limits=()):
+    def start(self, *arguments):
         process = subprocess.Popen(
-            [self.program, *map(to_bytes, arguments)], cwd="/", env=self.environment, stdin=stdin,
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-            preexec_fn=lambda: [_become(USER), *(resource.setrlimit(what, (most, most)) for what, most in limits)])
+            [self.program, *map(to_bytes, arguments)], cwd="/", env=self.environment,
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, preexec_fn=lambda: _become(USER))
         process.began = time.monotonic()
         self._undo.callback(self._end_child, process)
         return process
@@ -334,13 +322,14 @@ class EndToEndTest(unittest.TestCase):
             process.kill()
             process.wait()
 
-    def finish(self, process, timeout=100):
-        out, err = process.communicate(timeout=timeout * TIME_FACTOR)
+    @staticmethod
+    def finish(process):
+        out, err = process.communicate(timeout=100 * TIME_FACTOR)
         return Run(process.returncode, out, err, time.monotonic() - process.began)
 
-    def succeed(self, *arguments, status=0, **options):
+    def succeed(self, *arguments, status=0):
         """Runs the program and expects that exit status."""
-        run = self.run_program(*arguments, **options)
+        run = self.run_program(*arguments)
         self.assertEqual(run.status, status, f"kestrin {arguments}: {run}")
         return run
 

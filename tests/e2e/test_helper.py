@@ -9,11 +9,10 @@ import sys
 import tempfile
 
 import harness
-from harness import EndToEndTest, Terminal, as_root, run_as_root, send
+from harness import EndToEndTest, Terminal, as_root, run_as_root
 
 sys.path.append(os.path.join(os.path.dirname(__file__), "../helper/service"))
-from helpertest import Agent  # noqa: E402  (after the path)
-from privatebus import SERVICE, PrivateBus  # noqa: E402
+from privatebus import SERVICE, PrivateBus  # noqa: E402  (after the path)
 
 HELPER = os.environ.get("KESTRIN_HELPER", "")
 PROMPT = re.compile(rb"\[y/N\] |for all\): ")
@@ -101,8 +100,8 @@ class Authorised(HelperTest):
         named = {line.split(" ", 1)[1] for line in lines}
         self.assertLessEqual({os.fsdecode(self.locked), os.fsdecode(self.forbidden) + "/b/c"}, named)
 
-    def interrupted(self, number):
-        """A command of 10,000 files whose helper gets that signal when the first of them is gone."""
+    def test_killed_in_mid_command(self):
+        """What it did is counted and logged, what is left is named, and the user is told."""
         self.start_bus(answer="YES")
         top = self.trash.tree("tree", [f"{i // 100}/{i}" for i in range(10000)])
         run_as_root("chown", "-R", "0:0", top)
@@ -113,12 +112,7 @@ class Authorised(HelperTest):
         with as_root():
             while process.poll() is None and len(os.listdir(os.path.join(top, b"0"))) == 100:
                 pass
-            os.kill(pid, number)
-        return top, pid, process
-
-    def test_killed_in_mid_command(self):
-        """What it did is counted and logged, what is left is named, and the user is told."""
-        top, _, process = self.interrupted(signal.SIGKILL)
+            os.kill(pid, signal.SIGKILL)
         run = self.finish(process)
         self.assertEqual(run.status, 1, run)
         self.assertIn(b"helper ended", run.err)
@@ -128,49 +122,6 @@ class Authorised(HelperTest):
         self.assertEqual(self.trash.records(), [b"tree"])
         self.assertGreater(len(run.json["notErased"]), 0)
         self.assertLessEqual(run.json["erasedCount"], 10101 - left)
-
-    def test_frozen_in_mid_command(self):
-        """Stop ends the command all the same; as soon as the helper goes on, it stops, too."""
-        _, pid, process = self.interrupted(signal.SIGSTOP)
-        send(process, signal.SIGINT)
-        run = self.finish(process, timeout=15)
-        self.assertEqual(run.status, 3, run)
-        self.assertIn(b"does not answer", run.err)
-        self.assertGreater(len(run.json["notErased"]), 0)
-        with as_root():
-            os.kill(pid, signal.SIGCONT)
-
-
-class WithAnAgent(HelperTest):
-    """A desktop asks for the administrator's password."""
-
-    def start_with_agent(self, answer):
-        self.start_bus(answer="AUTH_ADMIN_KEEP")
-        self.fill()
-        # The agent must know the process before that asks.
-        gate, opened = os.pipe()
-        command = " ".join([os.fsdecode(self.program), "empty --yes --json", *ERASE])
-        self.program = b"/bin/sh"
-        process = self.start("-c", "read line; exec " + command, stdin=gate)
-        agent = Agent(self, process.pid, answer)
-        os.write(opened, b"\n")
-        self.assertEqual(agent.line(), "asked com.quorvane.kestrin-3.eraseAuthorized\n")
-        return process, agent
-
-    def test_cancelled(self):
-        process, _ = self.start_with_agent("cancel")
-        run = self.finish(process)
-        self.assertEqual(run.status, 1, run)
-        self.stayed(run)
-        self.assertIn(b"password was not entered", run.err)
-
-    def test_stop_takes_the_question_back(self):
-        process, agent = self.start_with_agent("wait")
-        send(process, signal.SIGINT)
-        self.assertEqual(agent.line(), "taken back\n")
-        run = self.finish(process, timeout=5)
-        self.assertEqual(run.status, 3, run)
-        self.assertEqual(self.trash.names(), [b"forbidden", b"locked"])
 
 
 class OnATerminal(HelperTest):
