@@ -121,9 +121,7 @@ TEST_F(TrashListingTest, AsksWhatIsMountedInPlaceOfAVolumeThatHangs) {
 }
 
 TEST_F(TrashListingTest, RemembersAFailureThatStaysAndNoOther) {
-    disks->set([](Disks& all) {
-        all.error = {{kOne, ELOOP}, {kTwo, EIO}};
-    });
+    disks->set([](Disks& all) { all.error = {{kOne, ELOOP}, {kTwo, EIO}}; });
     list();
     EXPECT_EQ(leftOutVolumes(listing.volumes(), StringTable(QStringLiteral("en"))).size(), 2u);
     disks->set([](Disks& all) { all.error.clear(); });
