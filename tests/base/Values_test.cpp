@@ -128,15 +128,6 @@ TEST(StringTable, LooksUpEachTableOnItsOwnWithEnglishBehindEveryLanguage) {
     }
 }
 
-TEST(StringTable, TheCountChoosesThePluralForm) {
-    const StringTable table(QStringLiteral("en"));
-    for (const long long count : {1LL, 0LL, 2LL, 21LL, 1'000'001LL, 4'294'967'297LL}) {
-        EXPECT_EQ(table.text("items_size"_key, Table::Default, count),
-                  count == 1 ? QStringLiteral("%@ item, %@") : QStringLiteral("%@ items, %@"))
-            << count;
-    }
-}
-
 TEST(StringTable, FillsPlaceholdersInOrderAndLiterally) {
     const auto filled = [](const char* format, const QStringList& arguments) {
         return StringTable::filled(QString::fromUtf8(format), arguments).toStdString();
