@@ -70,13 +70,6 @@ TEST(Arguments, MistakesAreNamed) {
         EXPECT_EQ(refused(words), error);
 }
 
-TEST(Answers, OnlyYesConfirms) {
-    for (const char* line : {"y", "Y", " YES ", "y\r"})
-        EXPECT_TRUE(isYes(line)) << line;
-    for (const char* line : {"", "n", "yy", "yesterday", "\xff"})
-        EXPECT_FALSE(isYes(line)) << line;
-}
-
 TEST(Answers, RefusedEntriesAreSkippedOrErasedOnceOrForAllAndAnythingElseIsNoAnswer) {
     for (const char* line : {"s", " Skip "})
         EXPECT_EQ(refusedAnswer(line), (RefusedAnswer{false, false}));
