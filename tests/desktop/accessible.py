@@ -72,16 +72,12 @@ class AccessibilityBus:
             self._shown.pop(path, None)
             self._shown[path] = Node(self, owner, path)
 
-    def shown(self, role):
-        """The things with that role that are on the screen, the latest first."""
+    def popups(self):
+        """The menus that are open, the latest first."""
         while GLib.MainContext.default().iteration(False):
             pass
         return [node for node in reversed(self._shown.values())
-                if node.role == role and "showing" in node.states]
-
-    def popups(self):
-        """The menus that are open."""
-        return self.shown("popup menu")
+                if node.role == "popup menu" and "showing" in node.states]
 
     @staticmethod
     def _connect(address):
@@ -122,21 +118,13 @@ class Node:
     def __repr__(self):
         return f"<{self.role} “{self.name}” {sorted(self.states)} {self.extents}>"
 
-    def _property(self, name, interface=_ACCESSIBLE):
-        answer = self._bus.call(self._owner, self._path, "org.freedesktop.DBus.Properties", "Get",
-                                GLib.Variant("(ss)", (interface, name)))
-        return answer[0] if answer else None
-
     def _call(self, method, interface=_ACCESSIBLE, arguments=None):
         return self._bus.call(self._owner, self._path, interface, method, arguments)
 
     @property
     def name(self):
-        return self._property("Name") or ""
-
-    @property
-    def description(self):
-        return self._property("Description") or ""
+        answer = self._call("Get", "org.freedesktop.DBus.Properties", GLib.Variant("(ss)", (_ACCESSIBLE, "Name")))
+        return answer[0] if answer else ""
 
     @property
     def role(self):

@@ -20,7 +20,7 @@ PROGRAM = os.environ.get("KESTRIN", "")
 SCREEN = (1280, 800)
 # The background: of a colour that no window has.
 BACKGROUND_NAME, BACKGROUND = "#5a6b7b", "(90,107,123)"
-NEEDED = ("Xvfb", "openbox", "trayer", "xdotool", "xwininfo", "xprop", "xsetroot", "dbus-daemon", "import")
+NEEDED = ("Xvfb", "openbox", "trayer", "xdotool", "xwininfo", "xprop", "xsetroot", "dbus-daemon")
 EMPTY_ALL, DISKS, QUIT = "Empty All Trashes", "Empty Trash of Disk", "Quit Kestrin"
 
 
@@ -48,7 +48,7 @@ class DesktopTest(EndToEndTest):
         run_as_root("mkdir", "-p", "-m", "1777", "/tmp/.X11-unix")
         self._start_display()
         self._start_bus()
-        self.start_window_manager()
+        self._start_window_manager()
         self.start_tray()
 
     def _start_display(self):
@@ -67,7 +67,7 @@ class DesktopTest(EndToEndTest):
         self.run_part("dbus-daemon", "--session", "--nofork", "--nopidfile", "--address=" + address)
         self.bus = self.wait(lambda: accessible.connect(address), "the session bus")
 
-    def start_window_manager(self):
+    def _start_window_manager(self):
         self.run_part("openbox", "--sm-disable")
         self.wait(lambda: b"window id" in self.tool("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"),
                   "the window manager")

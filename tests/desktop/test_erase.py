@@ -6,26 +6,11 @@ import re
 import signal
 import time
 
-from desktop import EMPTY_ALL, DesktopTest
+from desktop import DesktopTest
 from harness import exists, listing, run_as_root, send
 
 
 class EraseTest(DesktopTest):
-    def test_cancel_changes_nothing(self):
-        self.trash.tree("tree")
-        disk = self.ext4("Disk")
-        self.volume_trash(disk).tree("tree")
-        places = self.trash.folder, disk
-        before = [listing(place, "mc") for place in places]
-        self.start_program()
-        self.press(self.ask_to_empty_all(), "Cancel")
-        self.wait_until_gone("Empty all")
-        self.ask_to_empty_all()
-        self.escape_until(lambda: not self.window("Empty all"), "the question to close")
-        self.assertTrue(self.open_menu().find("menu item", EMPTY_ALL))
-        self.assertEqual([listing(place, "mc") for place in places], before)
-        self.assertFalse(self.log_files())
-
     def test_empty_all_erases_exactly_that(self):
         cans = [self.trash, *(self.volume_trash(self.ext4(name)) for name in ("One", "Two"))]
         for can in cans:

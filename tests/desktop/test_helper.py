@@ -132,23 +132,3 @@ class HelperTest(DesktopTest):
             with self.assertRaises(AssertionError, msg=stage):
                 wait_until(lambda before=before: starts() > before, "a start", 1)
         self.assertEqual(starts(), 1)
-
-    def test_declined_it_is_asked_for_again_at_the_next_start(self):
-        """Until the user wants no more of it. What stays for it is told."""
-        self.press(self.start_and_read_question(), "Don.t Install")
-        self.wait_until_gone(QUESTION)
-        self.assertFalse(os.path.exists(INSTALLED))
-        self.empty_all()
-        self.press(self.wait_for_window("not authorized"), "OK")
-        self.wait(lambda: self.trash.names() == [b"forbidden", b"locked"], "the rest to go")
-        self.choose("Quit Kestrin")
-        self.assertEqual(self.wait_for_end(), 0)
-        question = self.start_and_read_question()
-        self.click(question.find("check box"))
-        self.press(question, "Don.t Install")
-        self.wait_until_gone(QUESTION)
-        self.choose("Quit Kestrin")
-        self.wait_for_end()
-        self.start_program()
-        self.open_menu()
-        self.assertIsNone(self.window(QUESTION))

@@ -72,15 +72,6 @@ class PanelTest(DesktopTest):
         self.choose(self.entries()[QUIT])
         self.assertEqual(self.wait_for_end(), 0)
 
-    def test_own_menu(self):
-        """Opened by a panel that draws none: as with X11's tray."""
-        self.start_program()
-        for method, is_open in ("Activate", True), ("Activate", False), ("ContextMenu", True):
-            self.ask(*ITEM, method, "(ii)", 100, 100)
-            self.wait(lambda: bool(self.menu()) == is_open, f"the menu after {method}")
-        self.close_menus()
-        self.assertRuns()
-
     def test_icon_and_a_panel_that_comes_back(self):
         self.start_program()
         empty = self.property("IconPixmap")

@@ -39,21 +39,6 @@ class SessionTest(DesktopTest):
         self.assertEqual(self.wait_for_end(), 0)
         self.assertEqual(self.trash.names(), [b"tree"])
 
-    def test_window_manager_and_tray_go_away(self):
-        self.trash.tree("tree")
-        self.start_program()
-        self.kill_part("openbox")
-        self.open_menu()
-        self.close_menus()
-        self.kill_part("trayer")
-        self.wait(lambda: not self.icon_place(), "the icon to go")
-        self.start_window_manager()
-        self.start_tray()
-        self.wait(self.icon_place, "the icon to come back")
-        self.press(self.ask_to_empty_all("^4 items"), "Empty Trash")
-        self.wait(lambda: not self.trash.names(), "the trash to be empty")
-        self.assertRuns()
-
     def test_session_bus_goes_away(self):
         """The icon and its menu are of the display; what a screen reader needs is gone."""
         self.trash.tree("tree")
@@ -82,12 +67,3 @@ class SessionTest(DesktopTest):
         self.wait(self.icon_place, "the icon")
         self.wait_for_window("Empty all trashes")
         self.assertRuns()
-
-    def test_no_status_area(self):
-        """After half a minute the program says so, says how to go on, and ends."""
-        self.kill_part("trayer")
-        self.start_program_without_icon()
-        message = self.wait(lambda: self.window("no place in the status area"), "the message", 60)
-        self.wait_for_text(message, "commands in a terminal")
-        self.press(message, "OK")
-        self.assertEqual(self.wait_for_end(), 1)

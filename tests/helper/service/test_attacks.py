@@ -113,29 +113,6 @@ class APath(Attack):
         self.keeping([self.secret, point(b"mounted")], erase)
         self.assertEqual(sorted(os.listdir(top)), [b"bound", b"bound-file", b"mounted"])
 
-    def test_to_devices_and_pipes(self):
-        null, pipe = self.trash.path("null"), self.trash.path("pipe")
-        run_as_root("mknod", "-m", "666", null, "c", "1", "3")
-        run_as_root("mkfifo", pipe)
-        caller, paths = self.caller(), [encoded(null), encoded(pipe)]
-        self.assertEqual(caller.call("unlockItems", "(as)", paths)["values"], [paths])
-        self.assertEqual(caller.erase(unlock=[null], permissions=[pipe]), 0)
-        self.assertEqual(self.trash.names(), [])
-
-    def test_of_4096_components(self):
-        self.keep_home_in_memory()
-        folder = self.trash.deep("d", 4096)
-        with harness.as_root():
-            os.chown(".", 0, 0, dir_fd=folder)
-        os.close(folder)
-        top = self.trash.path("d")
-        path = top + b"/d" * 4095
-        caller = self.caller()
-        self.assertEqual(caller.erase(permissions=[path + b"/leaf"], folders=[path]), 0)
-        self.assertEqual(caller.paths(), [path + b"/leaf", path])
-        self.assertEqual(caller.erase(permissions=[path, path + b"/absent", top]), 0)
-        self.assertGone()
-
 
 class AList(Attack):
     def assertInvalid(self, *lists):
