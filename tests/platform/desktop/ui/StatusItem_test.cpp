@@ -1,15 +1,57 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <QDBusMessage>
+#include <QObject>
 #include <QRect>
 
 #include "platform/desktop/ui/StatusItem.h"
 #include "platform/desktop/ui/TrashIcon.h"
+#include "platform/desktop/ui/support/PrivateBus.h"
 #include "support/ScopedVariable.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
 namespace {
+
+/// The part of a desktop that knows whether icons will be shown.
+class Watcher : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
+    Q_PROPERTY(bool IsStatusNotifierHostRegistered MEMBER m_hasHost)
+
+ public:
+    Watcher() {
+        m_bus.registerObject(kPath, this, QDBusConnection::ExportAllProperties);
+        EXPECT_TRUE(m_bus.registerService(kName));
+    }
+    ~Watcher() override {
+        m_bus.unregisterService(kName);
+        m_bus.unregisterObject(kPath);
+    }
+    void addHost() {
+        m_hasHost = true;
+        m_bus.send(QDBusMessage::createSignal(kPath, kName,
+                                              QStringLiteral("StatusNotifierHostRegistered")));
+    }
+
+ private:
+    const QString kName = QStringLiteral("org.kde.StatusNotifierWatcher");
+    const QString kPath = QStringLiteral("/StatusNotifierWatcher");
+    QDBusConnection m_bus = test::PrivateBus::shared()->peer();
+    bool m_hasHost = false;
+};
+
+TEST(StatusItem, WaitsForAHostAndNotForItsWatcherAlone) {
+    KESTRIN_REQUIRE_BUS();
+    int answers = 0;
+    StatusItem::waitForHost(std::chrono::minutes(1), [&](bool isFound) { answers += isFound; });
+    Watcher watcher;
+    EXPECT_FALSE(test::waitFor([&] { return answers != 0; }, 200));
+    watcher.addHost();
+    EXPECT_TRUE(test::waitFor([&] { return answers != 0; }));
+    EXPECT_EQ(answers, 1);
+}
 
 TEST(StatusItem, TheMenuLiesBesideTheIconAndOnTheScreen) {
     const QRect screen(0, 0, 1280, 800);
@@ -72,3 +114,5 @@ TEST_F(TrashIcon, TheThemesDrawingsAreUsedAsAPairOnly) {
 
 }  // namespace
 }  // namespace kestrin
+
+#include "StatusItem_test.moc"
