@@ -78,7 +78,7 @@ class TrashListingTest : public ::testing::Test {
                                   return disks->mounts;
                               },
                           .ask = [disks = disks](const FileUrl& url) { return disks->answer(url); },
-                          .patience = 50ms}};
+                          .patience = 200ms}};
 };
 
 TEST_F(TrashListingTest, KeepsTheAnswersOfASilentVolumeAndTakesALateOne) {
