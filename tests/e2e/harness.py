@@ -336,7 +336,8 @@ class EndToEndTest(unittest.TestCase):
     def run_as_user(self, *command, check=True):
         """Runs another tool as the user; answers its output."""
         done = subprocess.run(command, preexec_fn=lambda: _become(USER), cwd=self.home,
-                              env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=60)
+                              env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE, timeout=60)
         if check:
             self.assertEqual(done.returncode, 0, f"{command}: {done.stdout} {done.stderr}")
         return done.stdout

@@ -55,7 +55,9 @@ class VolumesTest(EndToEndTest):
                 can.file("file", original="file")
                 trash, = [t for t in self.succeed("list", "--json").json
                           if t["volumePath"] == os.fsdecode(point)]
-                self.assertEqual((trash["count"], trash["size"]), (5, 17))
+                self.assertEqual(trash, {
+                    "volumeName": os.path.basename(point).decode(), "volumePath": os.fsdecode(point), "count": 5,
+                    "size": 17, "trashIsEmpty": False, "trashURL": "file://" + os.fsdecode(can.files)})
                 self.succeed("empty", "--yes", point)
                 self.assertGone(can)
 

@@ -35,6 +35,8 @@ class RefusalsTest(EndToEndTest):
         self.assertEqual(run.json["erasedCount"], 2)
         logged = [line.split(" ", 1)[1].encode() for line in self.log_lines() if " /" in line]
         self.assertEqual(set(logged), {self.trash.path("goes"), self.trash.path("tree/other")})
+        run = self.succeed("erase", "--yes", "--json", "--locked=skip", locked, status=1)
+        self.assertIs(run.json["notErased"][0]["skipped"], True)
 
     def test_folders_of_root(self):
         """An empty one goes. In one with contents, and in a sticky one, what is not the user's own stays."""
@@ -87,6 +89,7 @@ class TrashTest(EndToEndTest):
         self.assertEqual(self.trash.names(), [b"entry"])
 
     def test_records_of_vanished_data_go_when_old_and_all_is_emptied(self):
+        self.write_settings(write_log="false")
         self.trash.record("old")
         os.utime(self.trash.record_path("old"), (1, 1))
         self.trash.record("young")
@@ -101,3 +104,4 @@ class TrashTest(EndToEndTest):
             self.assertEqual(file.read(), b"10 20 stays\n")
         self.succeed("empty", "--yes")
         self.assertEqual(self.trash.records(), [b"young"])
+        self.assertEqual(self.log_files(), [])
