@@ -2,7 +2,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +12,7 @@
 #include "platform/items/TreeScanner.h"
 #include "platform/items/UniqueFd.h"
 #include "platform/items/linux/DescriptorCache.h"
+#include "support/FewDescriptors.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
@@ -131,6 +131,17 @@ TEST(FolderWalk, VisitsNamesAsBytesWithTheirTypesInFoldersOnly) {
     }
 }
 
+/// "name COUNT SIZE" of each entry.
+std::vector<std::string> scanned(const std::string& folder) {
+    std::vector<std::string> entries;
+    const auto result = scanTree(FileUrl::fromPath(folder), {});
+    for (const ScannedEntry& entry : *result) {
+        entries.push_back(entry.name + (entry.isDirectory ? "/ " : " ") +
+                          std::to_string(entry.count) + " " + std::to_string(entry.size));
+    }
+    return entries;
+}
+
 TEST(FolderWalk, GoesDeeperThanPathsAndDescriptorsReachAndComesBack) {
     constexpr int kDepth = 150;
     const ScratchFolder scratch;
@@ -142,12 +153,9 @@ TEST(FolderWalk, GoesDeeperThanPathsAndDescriptorsReachAndComesBack) {
         ASSERT_EQ(mkdirat(current.get(), name.c_str(), 0755), 0);
         current.reset(openat(current.get(), name.c_str(), O_RDONLY | O_DIRECTORY));
     }
-    rlimit before;
-    getrlimit(RLIMIT_NOFILE, &before);
-    const rlimit few{48, before.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+    const FewDescriptors few;
     EXPECT_EQ(walked(scratch.path()).size(), 3U * kDepth);
-    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_THAT(scanned(scratch.path()), UnorderedElementsAre("beside/ 2 0", name + "/ 448 0"));
 }
 
 TEST(FolderWalk, EntersNoMountsAndReportsTheTopAloneWhenItCannotBeRead) {
@@ -166,17 +174,6 @@ TEST(FolderWalk, EntersNoMountsAndReportsTheTopAloneWhenItCannotBeRead) {
     EXPECT_THAT(walked(scratch / "disk"), UnorderedElementsAre("inside:1")) << "was asked for";
     EXPECT_THAT(walked(scratch / "closed"),
                 UnorderedElementsAre("error " + std::to_string(kFileReadNoPermission)));
-}
-
-/// "name COUNT SIZE" of each entry.
-std::vector<std::string> scanned(const std::string& folder) {
-    std::vector<std::string> entries;
-    const auto result = scanTree(FileUrl::fromPath(folder), {});
-    for (const ScannedEntry& entry : *result) {
-        entries.push_back(entry.name + (entry.isDirectory ? "/ " : " ") +
-                          std::to_string(entry.count) + " " + std::to_string(entry.size));
-    }
-    return entries;
 }
 
 TEST(TreeScanner, CountsEveryEntryAtEveryDepthOfItsMountWithoutFollowingLinks) {

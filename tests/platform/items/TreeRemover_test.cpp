@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +13,7 @@
 
 #include "platform/items/LockAttributes.h"
 #include "platform/items/UniqueFd.h"
+#include "support/FewDescriptors.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
@@ -161,24 +161,6 @@ TEST_F(TreeRemoverTest, DoesNotFollowALinkThatTakesAFoldersPlace) {
     EXPECT_TRUE(exists(outside + "/kept"));
     EXPECT_TRUE(exists(scratch / "moved/inner/file"));
 }
-
-/// Leaves the process few descriptors while it lives, most of them taken.
-class FewDescriptors {
- public:
-    FewDescriptors() {
-        getrlimit(RLIMIT_NOFILE, &m_before);
-        const rlimit few{64, m_before.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &few);
-        constexpr int kFree = 12;  // fewer than the folders that would be kept open
-        for (int last = 0; last < 64 - kFree; last = m_taken.back().get())
-            m_taken.emplace_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
-    }
-    ~FewDescriptors() { setrlimit(RLIMIT_NOFILE, &m_before); }
-
- private:
-    rlimit m_before{};
-    std::vector<UniqueFd> m_taken;
-};
 
 TEST_F(TreeRemoverTest, FindsItsWayBackWithFewDescriptorsAndKnowsAnAncestorThatWasSwapped) {
     std::string down;
