@@ -355,6 +355,10 @@ Examples:
   kestrin show --sort=size
   kestrin show /media/backup --json</translation>
     </message>
+    <message id="cli_mounts_unknown">
+        <source></source>
+        <translation>Which volumes are mounted could not be found out.</translation>
+    </message>
     <message id="cli_needs_desktop">
         <source></source>
         <translation>The option "%@" needs a desktop, and there is none here.</translation>

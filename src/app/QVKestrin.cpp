@@ -176,7 +176,7 @@ void QVKestrin::askToEmptyAll() {
     request.volumeArray = m_services.trashes.trashesToErase();
     request.leftOut = leftOutVolumes(m_services.trashes.volumes(), m_services.texts);
     for (const TrashLocation& location : request.volumeArray)
-        request.wholeTrashes.push_back(location.trashURL);
+        request.wholeTrashes.push_back(location);
     askAndErase(m_services.makeEngine(), request, [] { return SharedItemsToErase(); });
 }
 
@@ -191,7 +191,7 @@ void QVKestrin::emptyHardDriveTrashAction(QVDiskMenuItemView* row) {
     request.size = row->itemsSize();
     request.count = row->itemsCount();
     if (row->isCounting()) request.countSender = row->count();
-    request.wholeTrashes = {row->diskDict().trashURL};
+    request.wholeTrashes = {row->diskDict()};
     // While the question is open the row counts, or its disk goes. When the row has no entries, the
     // engine takes those that the count brought to it.
     askAndErase(engine, request,
@@ -240,8 +240,7 @@ void QVKestrin::setIsWorking(bool isWorking) {
 }
 
 void QVKestrin::stopWorking(const Notification& notification) {
-    if (const auto engine = EraseTurn::engineOf(notification.sender))
-        tellWhatStayed(*engine, !notification.userInfo.isEmpty());
+    if (const auto engine = EraseTurn::engineOf(notification.sender)) tellWhatStayed(*engine);
     if (EraseTurn::holder()) return;  // another erase goes on
     for (const DiskRow& row : m_submenuViews)
         row.view->setIsDeleting(false);
@@ -256,15 +255,12 @@ void QVKestrin::endIfNothingIsErased() {
     if (m_isEnding && !EraseTurn::holder()) endNow();
 }
 
-/// Tells it only where the engine itself does not. The engine reports at the end of an erase that
-/// erased something when entries were busy or refused, unless the program ends.
-void QVKestrin::tellWhatStayed(const QVDeleteItems& engine, bool hasFigures) const {
+/// Tells it only where the engine's own report does not, or is not shown since the program ends.
+void QVKestrin::tellWhatStayed(const QVDeleteItems& engine) const {
     const auto stayed = engine.stayedEntries();
     const auto unexpected = std::count_if(stayed.begin(), stayed.end(),
                                           [](const StayedEntry& entry) { return !entry.skipped; });
-    const bool wasReported =
-        !m_isEnding && hasFigures && (engine.itemBusyCount() != 0 || engine.notErasedCount() != 0);
-    if (wasReported) return;
+    if (!m_isEnding && engine.hasReported()) return;
     QStringList told = engine.problems();
     if (unexpected != 0) {
         const QString format =
@@ -304,8 +300,8 @@ void QVKestrin::workspaceHardDrivesObserver(bool wasAdded, const std::string& de
 // --- Changes by others ---
 
 void QVKestrin::trashContentsDidChange() {
+    m_rowsAreStale = true;    // also during a question that ends without an erase
     if (isErasing()) return;  // its end looks
-    m_rowsAreStale = true;
     if (!m_menuIsOpen && !m_isWorking) cleanSubMenuMemory();
     if (m_services.totals) m_services.totals->forget();
     m_services.trashes.refresh();

@@ -216,7 +216,7 @@ class QVKestrin : public QObject {
     void stopWorking(const Notification& notification);
     void smartWindowDidClose();
     void endIfNothingIsErased();
-    void tellWhatStayed(const QVDeleteItems& engine, bool hasFigures) const;
+    void tellWhatStayed(const QVDeleteItems& engine) const;
     void endNow();
 
     // Release of what is not needed

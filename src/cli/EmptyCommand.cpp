@@ -139,7 +139,7 @@ EraseRequest EmptyRun::requestForAll() const {
     request.volumeArray = m_survey.trashes;
     request.leftOut = m_chosen.leftOut;
     for (const TrashLocation& location : m_survey.trashes) {
-        request.wholeTrashes.push_back(location.trashURL);
+        request.wholeTrashes.push_back(location);
     }
     return request;
 }
@@ -182,8 +182,10 @@ int EmptyRun::erase() {
 }  // namespace
 
 int runEmpty(const Arguments& arguments, Console& console, const SessionMaker& makeSession) {
+    const auto volumes = listVolumes(console);
+    if (!volumes) return kStatusVolumesUnknown;
     const std::optional<ChosenTrashes> chosen =
-        chooseTrashes(arguments.operands, listVolumes(), console);
+        chooseTrashes(arguments.operands, *volumes, console);
     if (!chosen || !mayBegin(arguments, console)) return kStatusUsageError;
     return EmptyRun(arguments, *chosen, console, makeSession()).run();
 }

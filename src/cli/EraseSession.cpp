@@ -128,7 +128,7 @@ EraseResult EraseSession::finished() const {
             .stayed = m_engine->stayedEntries(),
             .itemsToErase = m_engine->itemsToErase(),
             .startProblem = {},
-            .problems = m_engine->problems(),
+            .problems = m_engine->hasReported() ? QStringList() : m_engine->problems(),
             .gaveUp = m_engine->gaveUp()};
 }
 

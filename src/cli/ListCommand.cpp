@@ -97,7 +97,9 @@ void writeText(const std::vector<ListedTrash>& trashes, Console& console) {
 }  // namespace
 
 int runList(const Arguments& arguments, Console& console) {
-    const ChosenTrashes all = *chooseTrashes({}, listVolumes(), console);
+    const auto volumes = listVolumes(console);
+    if (!volumes) return kStatusVolumesUnknown;
+    const ChosenTrashes all = *chooseTrashes({}, *volumes, console);
     const std::vector<ListedTrash> trashes = listTrashes(all.trashes, console);
     if (arguments.json) {
         writeJson(trashes, console);

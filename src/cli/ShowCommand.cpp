@@ -168,8 +168,10 @@ void Listing::writeText() const {
 }  // namespace
 
 int runShow(const Arguments& arguments, Console& console) {
+    const auto volumes = listVolumes(console);
+    if (!volumes) return kStatusVolumesUnknown;
     const std::optional<ChosenTrashes> chosen =
-        chooseTrashes(arguments.operands, listVolumes(), console);
+        chooseTrashes(arguments.operands, *volumes, console);
     if (!chosen) return 2;
     Listing listing(console);
     bool allRead = chosen->isComplete;

@@ -13,12 +13,14 @@
 
 namespace kestrin {
 
-std::vector<ListedVolume> listVolumes() {
+std::optional<std::vector<ListedVolume>> listVolumes(Console& console) {
     TrashListing listing;
     QEventLoop loop;
     listing.refresh([&] { loop.quit(); });
     loop.exec();
-    return listing.volumes();
+    if (listing.knowsTheMounts()) return listing.volumes();
+    console.complain(console.text("cli_mounts_unknown"_key));
+    return std::nullopt;
 }
 
 Result<std::vector<ScannedEntry>> entriesOfTrash(const FileUrl& trash, std::stop_token stop) {

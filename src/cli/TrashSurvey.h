@@ -3,6 +3,7 @@
 // nothing; one that cannot be read is never taken for empty.
 #pragma once
 
+#include <optional>
 #include <stop_token>
 #include <vector>
 
@@ -16,9 +17,12 @@ namespace kestrin {
 
 class Console;
 
-/// The mounted volumes and their trashes. Those that do not answer soon are marked as silent. Main
-/// thread; serves events meanwhile.
-std::vector<ListedVolume> listVolumes();
+/// The mounted volumes and their trashes. Those that do not answer soon are marked as silent. When
+/// it cannot be found out what is mounted it complains, and returns none. Main thread; serves
+/// events meanwhile.
+std::optional<std::vector<ListedVolume>> listVolumes(Console& console);
+/// The exit status of a command then.
+inline constexpr int kStatusVolumesUnknown = 1;
 
 /// The entries directly inside a trash, each with the sums of what lies below it. Thread: any.
 Result<std::vector<ScannedEntry>> entriesOfTrash(const FileUrl& trash, std::stop_token stop = {});

@@ -40,7 +40,8 @@ EraseDecisions::EraseDecisions(const Settings& settings, Callbacks callbacks)
       m_deleteNoPermissionsAlreadyAsked(settings.forbidden == RefusedEntries::Erase) {}
 
 EraseDecisions::Decision EraseDecisions::decideLocked(const RemovalEntry& entry) {
-    waitWhileAQuestionIsOpen();
+    // A file that was looked at goes at once: another one could take its name during the question.
+    if (entry.isDirectory()) waitWhileAQuestionIsOpen();
     if (!entry.isImmutable()) return Decision::Proceed;
     const Decision made = decision(entry, checkForLockedFile(entry), StayReason::Locked);
     return made == Decision::Proceed ? Decision::Unlock : made;
@@ -117,14 +118,24 @@ RefusalAnswer EraseDecisions::askOnce(const RemovalEntry& entry, About about) {
     if (const auto known = m_answers.find(path); known != m_answers.end()) return known->second;
     if (m_callbacks.wasStopped()) return {};
     m_questionIsOpen = true;
-    const RefusalAnswer answer = m_callbacks.ask({about, std::string(entry.name()), path});
+    RefusalAnswer answer;
+    try {
+        answer = m_callbacks.ask({about, std::string(entry.name()), path});
+    } catch (...) {  // the other workers wait for the gate, and for nothing else
+        openGate();
+        throw;
+    }
+    openGate();
+    m_answers.emplace(path, answer);
+    return answer;
+}
+
+void EraseDecisions::openGate() {
     {
         const std::lock_guard lock(m_gate);
         m_questionIsOpen = false;
     }
     m_gateOpened.notify_all();
-    m_answers.emplace(path, answer);
-    return answer;
 }
 
 void EraseDecisions::waitWhileAQuestionIsOpen() {

@@ -79,7 +79,9 @@ class EraseDecisions {
 
     EraseDecisions(const Settings& settings, Callbacks callbacks);
 
-    /// Is called before an entry is entered or removed.
+    /// Returns when no question is open. Is called before an entry is looked at.
+    void waitWhileAQuestionIsOpen();
+    /// Is called before an entry is entered or removed. Waits with folders alone.
     Decision decideLocked(const RemovalEntry& entry);
     /// Notes that the attribute could not be cleared. The helper will clear it, once the removal
     /// has been tried all the same.
@@ -125,7 +127,7 @@ class EraseDecisions {
     void manageError(const RemovalEntry& entry, const HostError& error);
     Decision decision(const RemovalEntry& entry, Check check, StayReason reason);
     RefusalAnswer askOnce(const RemovalEntry& entry, RefusalQuestion::About about);
-    void waitWhileAQuestionIsOpen();
+    void openGate();
     void noteFailure(const RemovalEntry& entry, const HostError& error);
     void note(const FileUrl& url, StayReason reason, bool skipped, std::string cause = {});
 

@@ -19,6 +19,7 @@
 #include "erase/ProgressView.h"
 #include "fsutil/QVFilesUtilities.h"
 #include "inventory/TrashListing.h"
+#include "platform/disks/Volumes.h"
 #include "platform/processes/DisplayTick.h"
 
 namespace kestrin {
@@ -60,7 +61,7 @@ struct EraseRequest {
     /// `size` and `count` are final. All disks: the engine counts, whatever stands here.
     std::optional<const void*> countSender;
     /// The trashes that are to be empty afterwards: records without data go, too.
-    std::vector<FileUrl> wholeTrashes;
+    std::vector<TrashLocation> wholeTrashes;
     /// Volumes that the user may take to be meant and that are not; named in question and report.
     std::vector<LeftOutVolume> leftOut;
 
@@ -87,6 +88,8 @@ struct EraseServices {
     ProgressViewFactory makeProgressView;
     HelperAccess helper;
     DisplayTickFactory startTick = &DisplayTick::start;
+    /// Whether a volume is still there; isVolumeMounted but for tests.
+    std::function<bool(const FileUrl& volume)> isMounted = &isVolumeMounted;
     /// Shows the user the erase that is under way already, when another one was asked for.
     std::function<void()> bringForward = [] {};
 };

@@ -52,6 +52,7 @@ EraseRun::EraseRun(const EraseServices& services, const EraseRequest& request, s
     : m_services(services),
       m_stop(std::move(stop)),
       m_wholeTrashes(request.wholeTrashes),
+      m_leftOut(request.leftOut),
       m_log(std::move(log)),
       m_helperIsDone(std::move(helperIsDone)),
       m_decisions(settings(request), callbacks()) {}
@@ -82,9 +83,17 @@ void EraseRun::erase(const ItemsToErase& items) {
     TreeRemover(*this).remove(source);
     source.tidy();
     if (shouldStop()) return;
-    for (const FileUrl& trashFolder : m_wholeTrashes) {
-        if (auto trash = OpenTrash::open(trashFolder)) trash->removeOrphanRecords(kOrphanAge);
+    for (const TrashLocation& trash : m_wholeTrashes)
+        tidy(trash);
+}
+
+/// A volume that went meanwhile takes its entries along: they stay, though nothing is found of
+/// them. What is mounted in its place since then has not been asked for.
+void EraseRun::tidy(const TrashLocation& trash) {
+    if (!m_services.isMounted(trash.volumeURL)) {
+        return m_decisions.couldNotBegin(trash.volumeURL, errorFromErrno(ENODEV, HostAccess::Read));
     }
+    if (auto open = OpenTrash::open(trash.trashURL)) open->removeOrphanRecords(kOrphanAge);
 }
 
 void EraseRun::addToNotTrashed(const QVItemToErase& entry) {
@@ -240,7 +249,12 @@ QStringList EraseRun::problems() const {
         if (!m_problem.isEmpty()) problems << m_problem;
     }
     if (m_log && m_log->writeFailed()) problems << m_log->lastProblem();
-    return problems;
+    return problems + leftOutSentences(m_leftOut, m_services.texts);
+}
+
+bool EraseRun::hasReported() const {
+    const std::lock_guard lock(m_lock);
+    return m_hasReported;
 }
 
 std::optional<ErrorReport> EraseRun::report(bool tellsWhatStayed) {
@@ -252,6 +266,10 @@ std::optional<ErrorReport> EraseRun::report(bool tellsWhatStayed) {
     std::optional<ErrorReport> report;
     if (tellsWhatStayed) report = endReport(m_decisions, m_services.texts, m_services.numbers);
     if (report) {
+        {
+            const std::lock_guard lock(m_lock);
+            m_hasReported = true;
+        }
         QStringList sentences = problems();
         if (!helperError.empty()) sentences.prepend(QString::fromStdString(helperError));
         report->message = displayName(sentences.join(u' ')).toStdString();

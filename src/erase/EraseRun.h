@@ -53,18 +53,21 @@ class EraseRun final : public std::enable_shared_from_this<EraseRun>,
     /// Keeps in mind that `failure` ended the erase before its time.
     void noteProblem(const std::exception& failure);
     bool gaveUp() const;
-    /// Returns a sentence when the erase gave up, and one when the log could not be written to its
-    /// end.
+    /// Returns a sentence when the erase gave up, one when the log could not be written to its end,
+    /// and one for each volume that the request left out.
     QStringList problems() const;
     /// Returns what is to be told in one alert when the run has ended: with `tellsWhatStayed` what
     /// stayed and what else went wrong, and always what the helper complained of. There is no
     /// report when there is nothing to tell.
     std::optional<ErrorReport> report(bool tellsWhatStayed);
+    /// Whether such a report told what stayed, and the problems with it.
+    bool hasReported() const;
     /// Lets the helper's client go. Main thread.
     void releaseHelper();
 
  private:
     // The policy of the removal
+    void willLook() override { m_decisions.waitWhileAQuestionIsOpen(); }
     Verdict willEnter(const RemovalEntry& folder) override;
     Verdict willRemove(const RemovalEntry& entry) override;
     void didRemove(const RemovalEntry& entry) override;
@@ -84,12 +87,14 @@ class EraseRun final : public std::enable_shared_from_this<EraseRun>,
     EraseDecisions::Callbacks callbacks();
     bool passesLock(const RemovalEntry& entry);
     void addToNotTrashed(const QVItemToErase& entry);
+    void tidy(const TrashLocation& trash);
     RefusalAnswer askToErase(const RefusalQuestion& question) const;
     bool startHelper();
 
     const EraseServices m_services;
     const std::stop_token m_stop;
-    const std::vector<FileUrl> m_wholeTrashes;
+    const std::vector<TrashLocation> m_wholeTrashes;
+    const std::vector<LeftOutVolume> m_leftOut;
     const std::unique_ptr<QVLogController> m_log;
     const std::function<void()> m_helperIsDone;
     EraseDecisions m_decisions;
@@ -99,6 +104,7 @@ class EraseRun final : public std::enable_shared_from_this<EraseRun>,
     QString m_problem;
     std::vector<HelperItem> m_notErased;  ///< folders that were not empty after their contents
     std::string m_helperError;
+    bool m_hasReported = false;
 
     // Main thread:
     std::unique_ptr<HelperClient> m_rootAccess;

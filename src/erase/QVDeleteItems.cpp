@@ -288,9 +288,10 @@ QString QVDeleteItems::startProblem() const {
     return m_state->startProblem;
 }
 QStringList QVDeleteItems::problems() const {
-    if (!m_state->run) return {};
-    return m_state->run->problems() +
-           leftOutSentences(m_state->request.leftOut, m_state->services.texts);
+    return m_state->run ? m_state->run->problems() : QStringList();
+}
+bool QVDeleteItems::hasReported() const {
+    return m_state->run && m_state->run->hasReported();
 }
 bool QVDeleteItems::gaveUp() const {
     return m_state->run && m_state->run->gaveUp();

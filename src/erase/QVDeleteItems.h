@@ -72,6 +72,8 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     /// log is incomplete, which volumes were left out. One sentence each, which may hold bytes
     /// unfit to be shown.
     QStringList problems() const;
+    /// The end report told what stayed, and the problems with it.
+    bool hasReported() const;
     /// The erase ended before it had tried every entry, for want of memory or of a thread.
     bool gaveUp() const;
 

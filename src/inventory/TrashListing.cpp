@@ -92,7 +92,11 @@ void TrashListing::askMounts() {
 
 void TrashListing::takeMounts(const std::optional<std::vector<MountedVolume>>& mounts) {
     m_open.erase(mountsKey());
-    if (!mounts) return;
+    if (!mounts || mounts->empty()) {  // a table that can be read has "/" at least
+        if (m_awaited.contains(mountsKey())) runOutOfPatience(m_listing);
+        return;
+    }
+    m_knowsTheMounts = true;
     if (m_awaited.erase(mountsKey()) == 0) return refresh();  // too late: the disks are to be asked
     updateVolumes(*mounts);
     forgetQuestionsToOthersThan(*mounts);
@@ -103,6 +107,12 @@ void TrashListing::takeMounts(const std::optional<std::vector<MountedVolume>>& m
 }
 
 void TrashListing::updateVolumes(const std::vector<MountedVolume>& mounts) {
+    const auto isMounted = [&](const ListedVolume& volume) {
+        return std::ranges::any_of(mounts, [&](const MountedVolume& mount) {
+            return mount.root == volume.url && mount.mountId == volume.mountId;
+        });
+    };
+    std::erase_if(m_failed, [&](const auto& failed) { return !isMounted(failed.second); });
     std::vector<ListedVolume> volumes;
     for (const MountedVolume& mount : mounts) {
         const auto known = std::ranges::find_if(m_volumes, [&](const ListedVolume& volume) {
@@ -148,6 +158,7 @@ void TrashListing::takeAnswer(const FileUrl& url, std::uint64_t number,
     m_open.erase(question);
     const auto volume = std::ranges::find(m_volumes, url, &ListedVolume::url);
     if (volume != m_volumes.end() && answer) {
+        answer->mountId = volume->mountId;
         if (answer->hasFailedForGood()) m_failed.insert_or_assign(url, *answer);
         takeOver(*volume, *std::move(answer));
     } else if (volume != m_volumes.end()) {

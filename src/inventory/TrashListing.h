@@ -89,6 +89,8 @@ class TrashListing {
 
     /// In the order of the mount table; empty before the first listing is over.
     const std::vector<ListedVolume>& volumes() const { return m_volumes; }
+    /// Whether it was ever told what is mounted. Until then volumes() says nothing.
+    bool knowsTheMounts() const { return m_knowsTheMounts; }
     /// The trashes that are shown, those of silent volumes as last heard.
     std::vector<TrashLocation> trashes() const;
     /// Those of trashes() that a request may hold.
@@ -125,6 +127,7 @@ class TrashListing {
     std::uint64_t m_lastNumber = 0;            ///< of a question
     std::uint64_t m_listing = 0;               ///< the number of the latest one
     bool m_isListing = false;
+    bool m_knowsTheMounts = false;
     std::vector<std::function<void()>> m_next;     ///< wait for a listing that has not begun
     std::vector<std::function<void()>> m_current;  ///< wait for the one that runs
     const std::shared_ptr<bool> m_life = std::make_shared<bool>(true);

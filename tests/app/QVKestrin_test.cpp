@@ -148,7 +148,8 @@ class QVKestrinTest : public ::testing::Test {
                                              .center = center,
                                              .texts = texts,
                                              .makeProgressView = progress.factory(),
-                                             .helper = HelperAccess()});
+                                             .helper = HelperAccess(),
+                                             .isMounted = [](const FileUrl&) { return true; }});
         lastEngine = engine;
         return engine;
     }

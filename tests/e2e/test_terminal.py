@@ -91,10 +91,11 @@ class JsonTest(EndToEndTest):
 
 
 class ConfirmationTest(EndToEndTest):
-    def ask(self, keys, *command):
+    def ask(self, keys, *command, meanwhile=lambda: None):
         """Types once the program asks; answers its exit status, and what the terminal shows."""
         terminal = Terminal(self, *command)
         terminal.read_until(lambda text: re.search(rb"[?\]:>] ?$", text))
+        meanwhile()
         terminal.type(keys)
         return terminal.end(), terminal.text
 
@@ -111,6 +112,17 @@ class ConfirmationTest(EndToEndTest):
             self.assertEqual(status, 0)
             self.assertIn(b"42", text)
             self.assertGone()
+
+    def test_volume_that_goes_during_the_question(self):
+        """Its entries stay with it, and nothing says otherwise."""
+        for name, command, left in (("One", ["empty", "One"], 1), ("Two", ["empty"], 0)):
+            point = self.ext4(name)
+            self.volume_trash(point).tree("tree")
+            if name == "One":
+                self.trash.tree("home")
+            status, text = self.ask(b"y\n", *command, meanwhile=lambda: run_as_root("umount", "-l", point))
+            self.assertEqual((status, len(self.trash.names())), (1, left), text)
+            self.assertIn(os.fsencode(point), text)
 
 
 class StopTest(EndToEndTest):

@@ -136,7 +136,7 @@ TEST_F(EraseDecisionsTest, WhileAQuestionIsOpenNothingElseIsDecided) {
     decide();
     meanwhile = [&] {
         other = std::jthread([&] {
-            decisions->decideLocked(Entry("plain"));
+            decisions->waitWhileAQuestionIsOpen();
             isDecided = true;
         });
         std::this_thread::sleep_for(std::chrono::milliseconds(50));

@@ -47,7 +47,8 @@ class QVDeleteItemsTest : public ::testing::Test {
         EraseRequest request;
         request.isAllDisks = true;
         request.volumeArray = {{FileUrl::fromPath(trash), {}, QStringLiteral("Disk"), "/", false}};
-        request.wholeTrashes = {FileUrl::fromPath(trash)};
+        request.wholeTrashes = {
+            {.trashURL = FileUrl::fromPath(trash), .volumeURL = FileUrl::fromPath("/")}};
         return request;
     }
     void trashFile(const char* name) const { writeFile(trash + "/" + name, "12345"); }

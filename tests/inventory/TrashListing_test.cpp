@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <condition_variable>
 #include <mutex>
+#include <utility>
 
 #include "base/StringTable.h"
 #include "platform/items/HostErrors.h"
@@ -129,6 +130,21 @@ TEST_F(TrashListingTest, RemembersAFailureThatStaysAndNoOther) {
     EXPECT_EQ(disks->timesAsked(kOne), 1);
     ASSERT_EQ(listing.trashesToErase().size(), 1u);
     EXPECT_EQ(listing.trashesToErase()[0].volumeURL, kTwo);
+    disks->set([](Disks& all) { all.mounts[0].mountId = 3; });
+    list();
+    EXPECT_EQ(listing.trashesToErase().size(), 2u) << "it was another volume's failure";
+}
+
+TEST_F(TrashListingTest, KnowsNothingWhereNobodyCanSayWhatIsMounted) {
+    const auto mounts = std::exchange(disks->mounts, {});
+    list();
+    EXPECT_FALSE(listing.knowsTheMounts());
+    disks->set([&](Disks& all) { all.mounts = mounts; });
+    list();
+    disks->set([](Disks& all) { all.mounts.clear(); });
+    list();
+    EXPECT_TRUE(listing.knowsTheMounts());
+    EXPECT_EQ(names(), "1? 1? ") << "the last answers stay";
 }
 
 TEST_F(TrashListingTest, AnswersACallByAListingThatBeganAfterIt) {

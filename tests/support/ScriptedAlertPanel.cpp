@@ -35,11 +35,13 @@ void ScriptedAlerts::answerSheetOf(const AlertPanel* panel, int button) {
     answered(button);
 }
 
-ScriptedAlertPanel::ScriptedAlertPanel(ScriptedAlerts& script) : m_script(script) {
+ScriptedAlertPanel::ScriptedAlertPanel(ScriptedAlerts& script)
+    : m_script(script), m_scriptLife(script.m_life) {
     ++m_script.panelsAlive;
 }
 
 ScriptedAlertPanel::~ScriptedAlertPanel() {
+    if (m_scriptLife.expired()) return;
     std::erase_if(m_script.sheets, [this](const auto& sheet) { return sheet.panel == this; });
     --m_script.panelsAlive;
 }

@@ -5,14 +5,15 @@
 #include <QString>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <vector>
 
 #include "erase/AlertPanel.h"
 
 namespace kestrin::test {
 
-/// The script of a test's alerts, and the record of what they said. Main thread; outlives the
-/// panels.
+/// The script of a test's alerts, and the record of what they said. Main thread. A panel that a
+/// letter in the mailbox still holds may outlive it.
 class ScriptedAlerts {
  public:
     struct Answer {
@@ -55,6 +56,7 @@ class ScriptedAlerts {
     void answerSheetOf(const AlertPanel* panel, int button);
 
     std::deque<Answer> m_answers;
+    std::shared_ptr<bool> m_life = std::make_shared<bool>();
 };
 
 class ScriptedAlertPanel : public AlertPanel {
@@ -72,6 +74,7 @@ class ScriptedAlertPanel : public AlertPanel {
     void answerLater();
 
     ScriptedAlerts& m_script;
+    const std::weak_ptr<bool> m_scriptLife;
     bool m_suppression = false;
 };
 

@@ -28,6 +28,9 @@ std::vector<FileUrl> mountedVolumes();
 /// that does not exist.
 std::optional<FileUrl> volumeOfItem(const FileUrl& item);
 
+/// Whether the mount table has the volume; always so for "/". Asks the table only.
+bool isVolumeMounted(const FileUrl& volume);
+
 /// True when something is mounted at the location; false when it is a link.
 bool isMountPoint(const FileUrl& location);
 

@@ -51,6 +51,9 @@ class RemovalPolicy {
 
     virtual ~RemovalPolicy() = default;
 
+    /// Called before an entry is looked at. It may wait, so that nothing takes the entry's place
+    /// between the look and the removal.
+    virtual void willLook() {}
     /// Called before a folder below the first level is entered. It may wait for an answer of the
     /// user.
     virtual Verdict willEnter(const RemovalEntry& folder) = 0;

@@ -25,6 +25,9 @@ using Outcomes = std::map<std::string, RemovalOutcome>;
 
 class RecordingPolicy : public RemovalPolicy {
  public:
+    void willLook() override {
+        if (onLook) onLook();
+    }
     Verdict willEnter(const RemovalEntry& folder) override {
         if (onEnter) onEnter(folder);
         return Verdict::Proceed;
@@ -47,7 +50,7 @@ class RecordingPolicy : public RemovalPolicy {
 
     std::set<std::string> leave;
     std::function<void(const RemovalEntry&)> onEnter, onRemove;
-    std::function<void()> onLeave;
+    std::function<void()> onLeave, onLook;
     bool stop = false;  ///< with one worker
     std::mutex mutex;
     std::vector<std::string> removed;
@@ -130,12 +133,15 @@ TEST_F(TreeRemoverTest, LeavesWhatHasTakenTheNameOfAnItem) {
     for (const char* made : {"/same", "/file", "/folder/inside", "/emptied/inside"})
         writeFile(trash + made);
     Items items(trash, {"same", "file", "folder", "emptied"});
-    for (const char* name : {"/file", "/folder", "/emptied"})
-        rename((trash + name).c_str(), (scratch / "old" + std::string(name + 1)).c_str());
-    writeFile(trash + "/file");
-    writeFile(trash + "/folder/precious");
-    makeFolder(trash + "/emptied");
-    TreeRemover(policy).remove(items);
+    policy.onLook = [&, wasSwapped = false]() mutable {  // as the user may during a question
+        if (std::exchange(wasSwapped, true)) return;
+        for (const char* name : {"/file", "/folder", "/emptied"})
+            rename((trash + name).c_str(), (scratch / "old" + std::string(name + 1)).c_str());
+        writeFile(trash + "/file");
+        writeFile(trash + "/folder/precious");
+        makeFolder(trash + "/emptied");
+    };
+    TreeRemover(policy, 1).remove(items);
     EXPECT_EQ(items.outcomes, (Outcomes{{"same", RemovalOutcome::Gone},
                                         {"file", RemovalOutcome::Replaced},
                                         {"folder", RemovalOutcome::Replaced},

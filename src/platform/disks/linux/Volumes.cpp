@@ -9,6 +9,7 @@
 #include <sys/statvfs.h>
 #include <sys/sysmacros.h>
 
+#include <algorithm>
 #include <array>
 
 #include "platform/disks/MountTable.h"
@@ -149,6 +150,13 @@ std::optional<FileUrl> volumeOfItem(const FileUrl& item) {
     const auto mount = mountOfItem(item);
     if (!mount) return std::nullopt;
     return FileUrl::fromPath(mount->mountPoint);
+}
+
+bool isVolumeMounted(const FileUrl& volume) {
+    if (volume.path() == "/") return true;  // no mount of its own in a changed root
+    const auto mounts = currentMounts();
+    return std::ranges::any_of(
+        mounts, [&](const MountEntry& mount) { return mount.mountPoint == volume.path(); });
 }
 
 bool isMountPoint(const FileUrl& location) {

@@ -258,6 +258,7 @@ class Remover {
     /// Removes a file, or opens a folder; a folder is IsFolder when `opened` is nullptr.
     Step removeEntry(const Place& place, const char* name, Opened* opened) {
         for (int tries = 0;; ++tries) {
+            m_policy.willLook();
             if (m_policy.shouldStop()) return Step::Stayed;
             EntryFacts facts;
             const Entry entry(place, name, facts);
