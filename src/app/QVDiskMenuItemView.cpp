@@ -117,9 +117,10 @@ void QVDiskMenuItemView::setDiskDict(const TrashLocation& location) {
     updateViewSizeIfNeeded();
 }
 
-void QVDiskMenuItemView::setNote(const QString& note) {
-    if (m_note == note) return;
+void QVDiskMenuItemView::setNote(const QString& note, const QString& lastFigures) {
+    if (m_note == note && m_lastFigures == lastFigures) return;
     m_note = note;
+    m_lastFigures = lastFigures;
     if (!m_note.isEmpty()) m_spinner->stopAnimation();
     updateTexts();
     updateViewSizeIfNeeded();
@@ -130,7 +131,7 @@ QString QVDiskMenuItemView::title() const {
 }
 
 QString QVDiskMenuItemView::subName() const {
-    QString figures = m_info.value_or(QString());
+    QString figures = m_info.value_or(m_note.isEmpty() ? QString() : m_lastFigures);
     if (m_diskDict.trashIsEmpty && !m_diskDict.trashURL.isEmpty())
         figures = m_services.texts.text("app_trash_is_empty"_key);
     if (m_note.isEmpty())

@@ -55,8 +55,9 @@ class QVDiskMenuItemView : public QWidget {
     /// trash stay.
     void setDiskDict(const TrashLocation& location);
     /// Sets what the second line says of the disk besides the figures; empty for nothing. A row
-    /// with a note begins no count when it shows.
-    void setNote(const QString& note);
+    /// with a note begins no count when it shows; `lastFigures` stand beside the note when it has
+    /// none of its own.
+    void setNote(const QString& note, const QString& lastFigures = {});
 
     std::uint64_t itemsSize() const { return contents().figures.size; }
     std::uint64_t itemsCount() const { return contents().figures.count; }
@@ -138,6 +139,7 @@ class QVDiskMenuItemView : public QWidget {
     TrashLocation m_diskDict;
     QString m_note;
     std::optional<QString> m_info;
+    QString m_lastFigures;
     std::shared_ptr<TrashCount> m_count;
     std::shared_ptr<Wait> m_wait;  ///< for the end of the erase; it is made with the count
     int m_width = kWidth;

@@ -10,6 +10,7 @@
 #include <QWidgetAction>
 #include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -237,7 +238,8 @@ class QVKestrin : public QObject {
     QMenu* m_subTrashMenu = nullptr;  ///< child of m_kestrinMenu
     std::unique_ptr<StatusDisplay> m_statusItem;
     std::vector<DiskRow> m_submenuViews;
-    std::set<FileUrl> m_toldUnusable;  ///< volumes that the user was told of
+    std::set<FileUrl> m_toldUnusable;          ///< volumes that the user was told of
+    std::map<FileUrl, QString> m_lastFigures;  ///< of trashes, as their rows last told them
     std::unique_ptr<SmartWindow> m_smartWindow;
     std::unique_ptr<QObject> m_startTimer;
     std::unique_ptr<QObject> m_endTimer;

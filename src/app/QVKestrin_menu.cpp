@@ -229,7 +229,8 @@ void QVKestrin::createMenuViews(std::size_t count, bool createNewArray) {
         row.action->setDefaultWidget(row.view);
         connect(row.action.get(), &QAction::triggered, this,
                 [this, view = row.view] { emptyHardDriveTrashAction(view); });
-        connect(row.view, &QVDiskMenuItemView::counted, this, [this] {
+        connect(row.view, &QVDiskMenuItemView::counted, this, [this, view = row.view] {
+            m_lastFigures[view->diskDict().trashURL] = view->info().value_or(QString());
             updateEnabledItems();
             updateStatusItem();
         });
@@ -244,7 +245,8 @@ void QVKestrin::addDiskMenuItem(const RowContent& content, DiskRow& row, int men
 
 void QVKestrin::setRow(DiskRow& row, const RowContent& content, int menuItemTag) {
     row.view->setDiskDict(content.location);
-    row.view->setNote(content.note);
+    const auto known = m_lastFigures.find(content.location.trashURL);
+    row.view->setNote(content.note, known == m_lastFigures.end() ? QString() : known->second);
     row.mayBeFull = !content.location.trashIsEmpty && content.note.isEmpty();
     row.action->setData(menuItemTag);
     row.action->setToolTip(QString());

@@ -256,6 +256,11 @@ TEST_F(SilentDisksTest, leavesOutWhatDoesNotAnswerOrMayNotBeUsedAndSaysSo) {
     EXPECT_FALSE(controller->itemWithTag(1001)->isEnabled());
     EXPECT_TRUE(controller->itemWithTag(1002)->isEnabled());
     EXPECT_FALSE(controller->itemWithTag(1003)->isEnabled());
+    Q_EMIT controller->subTrashMenu().aboutToHide();
+    controller->trashContentsDidChange();  // which drops the rows
+    Q_EMIT controller->subTrashMenu().aboutToShow();
+    settle();
+    EXPECT_EQ(text(1003), QStringLiteral("second: Not answering (1 item, 1 B)"));
 
     told.clear();
     alerts.addAnswer(kAlertFirstButton);
