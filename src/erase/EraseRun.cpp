@@ -88,7 +88,7 @@ void EraseRun::erase(const ItemsToErase& items) {
 }
 
 /// A volume that went meanwhile takes its entries along: they stay, though nothing is found of
-/// them. What is mounted in its place since then has not been asked for.
+/// them. A volume is known by its mount point here, so another one in its place passes for it.
 void EraseRun::tidy(const TrashLocation& trash) {
     if (!m_services.isMounted(trash.volumeURL)) {
         return m_decisions.couldNotBegin(trash.volumeURL, errorFromErrno(ENODEV, HostAccess::Read));
