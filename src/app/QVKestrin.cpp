@@ -12,6 +12,7 @@
 #include "base/StringTable.h"
 #include "format/DisplayName.h"
 #include "format/QVNumberUtilities.h"
+#include "smartwindow/SmartWindowNotifications.h"
 
 namespace kestrin {
 namespace {
@@ -65,7 +66,7 @@ bool QVKestrin::applicationDidFinishLaunching() {
             });
         });
     m_smartWindowObservation =
-        m_services.center.observe(AppNotification::kSmartWindowDidClose,
+        m_services.center.observe(SmartWindowNotification::kSmartWindowDidClose,
                                   [this](const Notification&) { smartWindowDidClose(); });
     if (m_services.watchMounts) {
         m_services.watchMounts([this](bool wasAdded, const std::string& path) {
@@ -283,10 +284,10 @@ void QVKestrin::smartWindowDidClose() {
 /// A mount changes the menu before others hear of it; an unmount changes it after they did.
 void QVKestrin::workspaceHardDrivesObserver(bool wasAdded, const std::string& devicePath) {
     const auto tellOthers = [this, wasAdded, devicePath] {
-        m_services.center.post(AppNotification::kMountedVolumeDidChange, this,
+        m_services.center.post(SmartWindowNotification::kMountedVolumeDidChange, this,
                                UserInfo()
-                                   .set(AppNotification::kDiskWasAdded, wasAdded)
-                                   .set(AppNotification::kDevicePath, devicePath));
+                                   .set(SmartWindowNotification::kDiskWasAdded, wasAdded)
+                                   .set(SmartWindowNotification::kDevicePath, devicePath));
     };
     if (!wasAdded) tellOthers();
     m_services.trashes.refresh([this, wasAdded, devicePath, tellOthers] {

@@ -28,15 +28,6 @@ namespace kestrin {
 
 class QVErrorDelegate;
 
-/// Notifications of the program's own.
-namespace AppNotification {
-inline constexpr std::string_view kMountedVolumeDidChange = "mountedVolumeDidChange";
-inline constexpr std::string_view kSmartWindowDidClose = "smartWindowDidClose";
-
-inline constexpr std::string_view kDiskWasAdded = "diskWasAdded";  // bool
-inline constexpr std::string_view kDevicePath = "devicePath";      // std::string
-}  // namespace AppNotification
-
 /// What the menu's actions carry as their data. Rows have kFirstDisk and up.
 namespace MenuTag {
 inline constexpr int kPreferences = 20;

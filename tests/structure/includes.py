@@ -29,7 +29,8 @@ ALLOWED = {
     "widgets": ["base", *PLATFORM, "platform/desktop/ui", "format"],
     "erase/ui": [*UP_TO_ERASE, "helper", "platform/desktop/ui", "widgets"],
     "cli": UP_TO_ERASE,
-    "app": [*UP_TO_ERASE, "erase/ui", "widgets", "platform/desktop/ui", "cli"],
+    "smartwindow": [*UP_TO_ERASE, "erase/ui", "widgets", "platform/desktop/ui"],
+    "app": [*UP_TO_ERASE, "erase/ui", "widgets", "platform/desktop/ui", "cli", "smartwindow"],
     "helper": ["base", *PLATFORM],
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The list of the trashes, one row a volume. Main thread.
+#pragma once
+
+#include <QListView>
+
+namespace kestrin {
+
+/// A list that keeps one row selected once there is one: a click on no row changes nothing. A line
+/// is drawn under every row but the last. Rows that cannot be selected are passed over.
+class QVSourceTableView : public QListView {
+    Q_OBJECT
+
+ public:
+    explicit QVSourceTableView(QWidget* parent = nullptr);
+
+ protected:
+    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
+                                                         const QEvent* event) const override;
+    void paintEvent(QPaintEvent* event) override;
+};
+
+}  // namespace kestrin

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the window that browses the trashes works with.
+#pragma once
+
+#include <QIcon>
+#include <QString>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/FileUrl.h"
+#include "fsutil/QVFilesUtilities.h"
+
+namespace kestrin {
+
+class NotificationCenter;
+class QVDateUtilities;
+class QVDeleteItems;
+class QVErrorDelegate;
+class QVNumberUtilities;
+class StringTable;
+class TrashListing;
+class UserDefaults;
+
+/// All of it outlives the window. The functions are called on the main thread; each is given.
+struct SmartWindowServices {
+    NotificationCenter& center;
+    const StringTable& texts;
+    QVNumberUtilities& numbers;
+    QVDateUtilities& dates;
+    QVErrorDelegate& presenter;
+    UserDefaults& defaults;
+    TrashListing& trashes;
+    QVFilesUtilities& files;
+    /// Makes the engine of one erase.
+    std::function<std::shared_ptr<QVDeleteItems>()> makeEngine;
+    /// The icon of the volume that a trash is on.
+    std::function<QIcon(const TrashLocation&)> volumeIcon;
+    std::function<void()> beep;
+    /// Shows entries in the desktop's file manager.
+    std::function<void(const std::vector<FileUrl>&)> reveal;
+    /// Opens entries, given by their paths, with their default programs. It may ask a disk, which
+    /// may be slow: a worker calls it. One result for each path, in their order.
+    std::function<std::vector<LaunchResult>(const std::vector<std::string>&)> open;
+    /// Tells the user one message that needs no answer.
+    std::function<void(const QString&)> tellUser;
+};
+
+}  // namespace kestrin
