@@ -2,8 +2,6 @@
 #include "inventory/QVSmartWindowItem.h"
 
 #include <limits>
-#include <mutex>
-#include <utility>
 
 #include "format/QVDateUtilities.h"
 #include "fsutil/QVFilesUtilities.h"
@@ -14,12 +12,6 @@ namespace {
 
 constexpr char16_t kLastCharacter = 0x00FF;
 constexpr int kSortLastLength = 8;
-
-/// All items share one lock: a list holds 100,000 of them, and the lock is held for a moment only.
-std::mutex& iconMutex() {
-    static std::mutex mutex;
-    return mutex;
-}
 
 const QVFilesUtilities& files() {
     return QVFilesUtilities::sharedControl();
@@ -42,45 +34,35 @@ std::shared_ptr<QVSmartWindowItem> QVSmartWindowItem::item() {
     return std::make_shared<QVSmartWindowItem>();
 }
 
-std::shared_ptr<const QImage> QVSmartWindowItem::icon() const {
-    const std::lock_guard lock(iconMutex());
-    return m_icon;
-}
-
-void QVSmartWindowItem::setIcon(std::shared_ptr<const QImage> icon) {
-    // The former picture may have no other owner; it is freed after the lock is released.
-    const std::lock_guard lock(iconMutex());
-    m_icon.swap(icon);
-}
-
 bool QVSmartWindowItem::isDirectory() const {
-    return files().isDirectoryWithURL(url);
+    return files().isDirectoryWithURL(url());
 }
 
 bool QVSmartWindowItem::isEmptyDirectory() const {
-    return files().isAnEmptyFolder(url);
+    return files().isAnEmptyFolder(url());
 }
 
 bool QVSmartWindowItem::isAlias() const {
-    return files().isAliasWithURL(url);
+    return files().isAliasWithURL(url());
 }
 
 bool QVSmartWindowItem::isInvisible() const {
-    return url.hasScheme() && files().isHiddenWithURL(url);
+    const FileUrl item = url();
+    return item.hasScheme() && files().isHiddenWithURL(item);
 }
 
 QString QVSmartWindowItem::kind() const {
-    const std::any text = files().attributeWithURL(url, ResourceKey::LocalizedTypeDescription);
+    const std::any text = files().attributeWithURL(url(), ResourceKey::LocalizedTypeDescription);
     const auto* description = std::any_cast<std::string>(&text);
     return description ? QString::fromStdString(*description) : QString();
 }
 
 double QVSmartWindowItem::dateCreated() const {
-    return dateOf(url, ResourceKey::CreationDate);
+    return dateOf(url(), ResourceKey::CreationDate);
 }
 
 double QVSmartWindowItem::dateModified() const {
-    return dateOf(url, ResourceKey::ContentModificationDate);
+    return dateOf(url(), ResourceKey::ContentModificationDate);
 }
 
 QString QVSmartWindowItem::formattedDateCreated() const {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// One entry at the top of a trash, as lists show it. The list keeps the stored values. The derived
-// ones are asked of the file system at every call, so that they are never out of date.
+// One entry at the top of a trash, as lists show it. Lists draw and sort by the stored values. The
+// derived ones are asked of the file system at every call, so that they are never out of date, and
+// may hang with it.
 #pragma once
 
 #include <QString>
@@ -12,6 +13,7 @@
 #include <variant>
 
 #include "base/FileUrl.h"
+#include "platform/items/ItemIdentity.h"
 
 class QImage;
 class QSize;
@@ -30,8 +32,9 @@ inline constexpr std::string_view kDateAdded = "date_added_col";
 inline constexpr std::string_view kSize = "size_col";
 }  // namespace ColumnKey
 
-/// Thread: any for the derived readers and the icon. `size` and `actualCount` may be written while
-/// a list reads them. The other stored values belong to the list's thread.
+/// One of possibly a million: it holds no picture and no path. The constant values are written by
+/// whoever lists the trash, before anyone else sees the item; from then on any thread may read
+/// them. Thread: any.
 class QVSmartWindowItem {
  public:
     QVSmartWindowItem() = default;
@@ -39,22 +42,36 @@ class QVSmartWindowItem {
     QVSmartWindowItem& operator=(const QVSmartWindowItem&) = delete;
     static std::shared_ptr<QVSmartWindowItem> item();
 
-    // --- Stored ---
+    // --- Stored, and constant once the item is listed ---
 
-    FileUrl url;           ///< the entry in the trash
-    std::string name;      ///< its name on disk as exact bytes, which is not the display name
-    double dateAdded = 0;  ///< to the trash, seconds since 1 January 2001 UTC; 0 when unknown
+    /// The folder that holds the entries of its trash. All of them share it.
+    std::shared_ptr<const FileUrl> trash;
+    std::string name;         ///< on disk as exact bytes, which is not the display name
+    ItemIdentity identity{};  ///< as listed: another item that has taken the name is not this one
+    double dateAdded = 0;     ///< to the trash, seconds since 1 January 2001 UTC; 0 when unknown
+    bool isFolder = false;
+    bool isHidden = false;  ///< lists show it dimmed
+    std::string nameKey;    ///< of the name, by nameSortKey
+    /// The folder that it was trashed from, exact bytes, shared among the entries from there;
+    /// nullptr when unknown.
+    std::shared_ptr<const std::string> originalFolder;
+
+    // --- Stored, and changed while lists show it ---
+
     std::atomic<std::uint64_t> size = 0;         ///< bytes; of a folder 0 until it was gathered
     std::atomic<std::uint64_t> actualCount = 0;  ///< file-system entries that it stands for
-    bool isMarked = false;                       ///< checked for erasing
+    /// Whether the two figures above are final. For a folder that is when its size was gathered, or
+    /// the folder turned out to be unreadable; anything else is measured when it is listed. Set
+    /// after the figures, so that whoever sees it true sees them.
+    std::atomic<bool> isMeasured = false;
+    std::atomic<bool> isMarked = false;  ///< checked for erasing
 
-    /// The icon of lists; nullptr until one was set.
-    std::shared_ptr<const QImage> icon() const;
-    void setIcon(std::shared_ptr<const QImage> icon);
+    /// The location, made at the call; none without a trash.
+    FileUrl url() const { return trash ? trash->appending(name) : FileUrl(); }
+    std::string path() const { return url().path(); }
 
     // --- Derived ---
 
-    const std::string& path() const { return url.path(); }
     bool isDirectory() const;  ///< packages are directories too
     bool isEmptyDirectory() const;
     bool isAlias() const;
@@ -89,9 +106,6 @@ class QVSmartWindowItem {
     /// into `value` by `value`. Without one, iconImageWithValue. Opens nothing in the trash.
     /// Source: FreeDesktop.org Thumbnail Managing Standard 0.9.
     QImage thumbnailWithValue(int value) const;
-
- private:
-    std::shared_ptr<const QImage> m_icon;  ///< guarded by one mutex that all items share
 };
 
 }  // namespace kestrin

@@ -100,13 +100,14 @@ QImage cachedThumbnail(const FileUrl& url, int value) {
 }  // namespace
 
 QImage QVSmartWindowItem::fileIcon() const {
-    return url.hasScheme() ? fileIconWithSize(kListIconSize) : QImage();
+    return url().hasScheme() ? fileIconWithSize(kListIconSize) : QImage();
 }
 
 QImage QVSmartWindowItem::fileIconWithSize(QSize iconSize) const {
     const QVFilesUtilities& files = QVFilesUtilities::sharedControl();
-    if (path().empty() || !url.hasScheme()) return files.placeholderImageWithSize(iconSize);
-    const QImage icon = files.iconOfItemWithURL(url, iconSize);
+    const FileUrl item = url();
+    if (item.path().empty() || !item.hasScheme()) return files.placeholderImageWithSize(iconSize);
+    const QImage icon = files.iconOfItemWithURL(item, iconSize);
     return isInvisible() ? files.ghostIconWithIcon(icon, iconSize) : icon;
 }
 
@@ -116,7 +117,8 @@ QImage QVSmartWindowItem::iconImageWithValue(int value) const {
 }
 
 QImage QVSmartWindowItem::thumbnailWithValue(int value) const {
-    const QImage thumbnail = url.hasScheme() ? cachedThumbnail(url, value) : QImage();
+    const FileUrl item = url();
+    const QImage thumbnail = item.hasScheme() ? cachedThumbnail(item, value) : QImage();
     if (thumbnail.isNull()) return iconImageWithValue(value);
     if (std::max(thumbnail.width(), thumbnail.height()) <= value) return thumbnail;
     return thumbnail.scaled(value, value, Qt::KeepAspectRatio, Qt::SmoothTransformation);

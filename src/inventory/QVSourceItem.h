@@ -2,18 +2,19 @@
 // One volume's trash as the browsing window lists it.
 #pragma once
 
+#include <QString>
 #include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <vector>
 
 #include "base/FileUrl.h"
+#include "fsutil/QVFilesUtilities.h"
 #include "inventory/QVSmartWindowItem.h"
-
-class QImage;
 
 namespace kestrin {
 
@@ -24,21 +25,29 @@ struct SortDescriptor {
     friend bool operator==(const SortDescriptor&, const SortDescriptor&) = default;
 };
 
-/// A plain record: those who fill and show it keep its values in step. Its counters, its spinner
-/// flags and `children` are shared with the threads that gather folder sizes and are used under
-/// `lock`. Only `size` and `count` may be read without it.
+/// A plain record: those who fill and show it keep its values in step. What threads share is an
+/// atomic, or stands under `lock`; everything else belongs to the main thread.
 struct QVSourceItem {
-    QVSourceItem() = default;
+    /// The source of a trash as it was listed; `mountId` as in MountedVolume.
+    QVSourceItem(TrashLocation trashLocation, int mountId);
     QVSourceItem(const QVSourceItem&) = delete;
     QVSourceItem& operator=(const QVSourceItem&) = delete;
-    static std::shared_ptr<QVSourceItem> sourceItem();
 
-    FileUrl url;                         ///< the trash folder
-    FileUrl volumeUrl;                   ///< the root of its volume
-    std::string name;                    ///< of the volume's root on disk, exact bytes
-    std::shared_ptr<const QImage> icon;  ///< the volume's, 80 by 80 points; nullptr until it is set
-    std::uint64_t row = 0;               ///< position in the source list when it was made
-    bool trashIsEmpty = false;
+    const TrashLocation location;                ///< its `trashIsEmpty` is of the first listing
+    const int mountId;                           ///< tells its volume from another one at the path
+    const std::shared_ptr<const FileUrl> trash;  ///< the trash folder, for the entries to share
+
+    const FileUrl& url() const { return *trash; }
+    const FileUrl& volumeUrl() const { return location.volumeURL; }
+    const std::string& path() const { return trash->path(); }
+    const std::string& volumePath() const { return location.volumePath; }
+
+    std::string name;     ///< of the volume's root on disk, exact bytes
+    QString displayName;  ///< of the volume as menus show it, made fit to be read
+    /// Why its contents cannot be acted upon now, a part of a sentence; empty when they can. No
+    /// request holds entries of a source with a note.
+    QString note;
+    std::uint64_t row = 0;  ///< position in the source list when it was made
     bool isCollapsed = false;
 
     std::vector<std::shared_ptr<QVSmartWindowItem>> selection;  ///< in the content list
@@ -47,18 +56,17 @@ struct QVSourceItem {
 
     std::int64_t markedStatus = 0;  ///< 1 every child is marked, -1 some are, 0 none or no children
     std::uint64_t markedSize = 0;   ///< bytes of the marked children
-    std::uint64_t markedCount = 0;  ///< file-system entries of the marked children
+    std::uint64_t markedCount = 0;  ///< how many children are marked
 
+    /// Held for moments only, never while a disk is asked. It guards `children`.
     mutable std::recursive_mutex lock;
     std::vector<std::shared_ptr<QVSmartWindowItem>> children;
-    std::atomic<std::uint64_t> size = 0;  ///< bytes of the children; grows while sizes are gathered
-    std::atomic<std::uint64_t> count = 0;  ///< file-system entries of the children
-    std::uint64_t gatheringSizeCount = 0;  ///< folder sizes still being gathered
-    bool spinnerAlreadyStarted = false;    ///< the row's busy indicator runs
-    bool waitingAlreadyStarted = false;    ///< a wait for the row has begun
-
-    const std::string& path() const { return url.path(); }
-    const std::string& volumePath() const { return volumeUrl.path(); }
+    std::atomic<bool> trashIsEmpty = false;
+    std::atomic<std::uint64_t> size = 0;                ///< bytes of the children that are measured
+    std::atomic<std::uint64_t> count = 0;               ///< how many children are measured
+    std::atomic<std::uint64_t> gatheringSizeCount = 0;  ///< folders still to be measured
+    /// Requested when the source goes, or its window: what reads and measures for it then ends.
+    std::stop_source stop;
 };
 
 }  // namespace kestrin

@@ -12,6 +12,7 @@ namespace kestrin {
 namespace SmartWindowNotification {
 
 /// Sender: this name. The content list shows kSourceItem; kAllSourceItems are those of the window.
+/// kSourceItem is nullptr when the shown volume went and no other can be shown: then nothing is.
 inline constexpr std::string_view kShowSelectedItems = "showSelectedItems";
 /// Sender: this name. The content list is there; the source list answers with kShowSelectedItems.
 inline constexpr std::string_view kContentListDidLoad = "contentListDidLoad";

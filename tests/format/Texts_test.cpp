@@ -4,10 +4,12 @@
 #include <array>
 #include <cstdlib>
 #include <random>
+#include <thread>
 #include <tuple>
 #include <vector>
 
 #include "format/DisplayName.h"
+#include "format/NameSortKey.h"
 #include "format/QVInterfaceUtilities.h"
 #include "format/UserLocale.h"
 #include "support/ScopedVariable.h"
@@ -49,6 +51,20 @@ TEST(TitleName, CutsLongNamesInTheMiddleAndTearsNoCharacterApart) {
     EXPECT_FALSE(displayName(shown).contains(QChar(0xFFFD)));
     const QString stacked = QLatin1Char('e') + QString(500, QChar(0x0301));
     EXPECT_EQ(titleName(stacked), QString(QChar(0x2026)));
+}
+
+TEST(NameSortKey, OrdersAsTheLocaleDoesWithoutRegardToCase) {
+    const test::ScopedVariable german("LC_ALL", "de_DE.UTF-8");
+    std::thread([] {  // another thread has its own collator
+        const std::string names[] = {"", "10", "9", "apfel", "\xC3\x84pfel", "b", "\xFF", "x\xFF"};
+        for (std::size_t i = 1; i < std::size(names) - 2; ++i)
+            EXPECT_LT(nameSortKey(names[i - 1]), nameSortKey(names[i])) << names[i];
+        EXPECT_EQ(nameSortKey("\xC3\x84PFEL"), nameSortKey("\xC3\xA4pfel"));
+        EXPECT_NE(nameSortKey("x\xFF"), nameSortKey("x"));
+        EXPECT_LT(nameSortKey(std::string(300, 'a') + "b"),
+                  nameSortKey(std::string(300, 'A') + "C"));
+    })
+        .join();
 }
 
 /// What `printf '%b'` does with the escapes in use.

@@ -10,7 +10,6 @@
 #include <QImage>
 #include <QString>
 #include <limits>
-#include <thread>
 
 #include "support/ScopedVariable.h"
 #include "support/TestEnvironment.h"
@@ -22,7 +21,9 @@ using test::ScratchFolder;
 
 std::shared_ptr<QVSmartWindowItem> itemAt(const std::string& path) {
     auto item = QVSmartWindowItem::item();
-    item->url = FileUrl::fromPath(path);
+    const FileUrl url = FileUrl::fromPath(path);
+    item->trash = std::make_shared<const FileUrl>(url.parent());
+    item->name = url.lastPathComponent();
     return item;
 }
 
@@ -51,19 +52,6 @@ TEST(SmartWindowItem, ReadsTheFileSystemAtEveryCall) {
     ASSERT_EQ(rmdir((scratch / ".entry").c_str()), 0);
     ASSERT_EQ(symlink("nowhere", (scratch / ".entry").c_str()), 0);
     EXPECT_TRUE(item->isAlias() && !item->isDirectory());
-}
-
-TEST(SmartWindowItem, TheIconMayChangeWhileItIsRead) {
-    QVSmartWindowItem item;
-    std::jthread writer([&](const std::stop_token& stop) {
-        while (!stop.stop_requested()) {
-            item.setIcon(std::make_shared<QImage>(4, 4, QImage::Format_ARGB32));
-        }
-    });
-    for (int i = 0; i < 2000; ++i) {
-        const auto icon = item.icon();
-        ASSERT_TRUE(!icon || icon->width() == 4);
-    }
 }
 
 class Thumbnail : public ::testing::Test {
