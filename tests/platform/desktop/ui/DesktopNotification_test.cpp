@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "platform/desktop/ui/DesktopNotification.h"
+#include "platform/desktop/ui/FileManager.h"
 #include "platform/desktop/ui/support/FakeDesktop.h"
 #include "platform/desktop/ui/support/PrivateBus.h"
 #include "support/TestEnvironment.h"
@@ -121,6 +122,29 @@ TEST_F(DesktopNotificationTest, FollowsAServiceThatComesLateOrIsStartedAnew) {
     desktop.emplace();
     EXPECT_TRUE(hasShown(1)) << "shown again";
     EXPECT_EQ(desktop->id, 1U) << "the former service's number means nothing to this one";
+}
+
+TEST(RevealInFileManager, ShowsTheItemsOrTheirFolderWhereNobodyCan) {
+    KESTRIN_REQUIRE_BUS();
+    const std::vector<FileUrl> items(501, FileUrl::fromPath("/files \xff/a%b\n"));
+    const QString name = QStringLiteral("org.freedesktop.FileManager1");
+    test::FileManagerService manager;
+    const auto opensTheFolder = [&] {
+        revealInFileManager(items, std::chrono::milliseconds(200));
+        const bool isOpened = test::waitFor([&] { return !manager.opened.isEmpty(); });
+        return isOpened && std::exchange(manager.opened, {}) == "file:///files%20%FF";
+    };
+    EXPECT_TRUE(opensTheFolder()) << "without a file manager";
+    QDBusConnection peer = test::PrivateBus::shared()->peer();
+    ASSERT_TRUE(peer.registerService(name));
+    revealInFileManager(items);
+    EXPECT_TRUE(test::waitFor([&] { return manager.shown.size() == 500; }));
+    EXPECT_EQ(manager.shown[0], QStringLiteral("file:///files%20%FF/a%25b%0A"));
+    test::waitFor([] { return false; }, 100);
+    EXPECT_EQ(manager.opened, "");
+    manager.answers = false;
+    EXPECT_TRUE(opensTheFolder()) << "of one that never answers";
+    peer.unregisterService(name);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <QDBusMessage>
+#include <QDesktopServices>
 
 #include "platform/desktop/ui/support/PrivateBus.h"
 
@@ -63,6 +64,21 @@ void LauncherDock::update(const QString& address, const QVariantMap& properties)
     EXPECT_EQ(address, QStringLiteral("application://com.quorvane.Kestrin3.desktop"));
     const bool isVisible = properties.value(QStringLiteral("progress-visible")).toBool();
     shown.push_back(isVisible ? properties.value(QStringLiteral("progress")).toDouble() : -1.0);
+}
+
+FileManagerService::FileManagerService() {
+    PrivateBus::shared()->peer().registerObject(QStringLiteral("/org/freedesktop/FileManager1"),
+                                                this, QDBusConnection::ExportScriptableInvokables);
+    QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "open");
+}
+
+FileManagerService::~FileManagerService() {
+    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+}
+
+void FileManagerService::ShowItems(const QStringList& locations, const QString&) {
+    shown = locations;
+    setDelayedReply(!answers);
 }
 
 }  // namespace kestrin::test

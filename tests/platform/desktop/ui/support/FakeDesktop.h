@@ -2,9 +2,11 @@
 // What a desktop shows of other programs, on the private bus, which there must be.
 #pragma once
 
+#include <QDBusContext>
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 #include <QVariantMap>
 #include <vector>
 
@@ -44,6 +46,23 @@ class LauncherDock : public QObject {
     Q_SLOT void update(const QString& address, const QVariantMap& properties);
 
     std::vector<double> shown;  ///< progress as it changed, 0 to 1; -1: hidden
+};
+
+/// A file manager (org.freedesktop.FileManager1), and what opens folders where there is none.
+class FileManagerService : public QObject, QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
+
+ public:
+    FileManagerService();
+    ~FileManagerService() override;
+
+    Q_SCRIPTABLE void ShowItems(const QStringList& locations, const QString& startupId);
+    Q_INVOKABLE void open(const QUrl& url) { opened = url.toEncoded(); }
+
+    bool answers = true;
+    QStringList shown;
+    QByteArray opened;
 };
 
 }  // namespace kestrin::test
