@@ -61,7 +61,9 @@ std::vector<MountEntry> visibleVolumes(const std::vector<MountEntry>& mounts,
 /// Mount points marked x-gvfs-hide in /etc/fstab and /run/mount/utab.
 std::vector<std::string> mountPointsMarkedHidden();
 
-/// Tells of volumes that come and go. Lives on the main thread and needs its event loop.
+/// Tells of volumes that come and go. Lives on the main thread and needs its mailbox. While the
+/// volume of the home folder does not answer it tells nothing; afterwards it tells what became of
+/// all.
 class MountWatcher {
  public:
     struct Change {
@@ -77,7 +79,7 @@ class MountWatcher {
 
  private:
     struct State;
-    std::unique_ptr<State> m_state;
+    std::shared_ptr<State> m_state;
 };
 
 }  // namespace kestrin

@@ -101,6 +101,8 @@ TEST(MountWatcher, TellsOfVolumesThatComeAndGoAndOfNoOtherMounts) {
                 ElementsAre("-" + disk, "+" + disk));
     EXPECT_THAT(toldOf("umount 'My Disk'"), ElementsAre("-" + disk));
     EXPECT_THAT(toldOf(mountDisk + " && umount 'My Disk'"), ElementsAre()) << "too short";
+    EXPECT_THAT(toldOf(mount + "/proc"), ElementsAre()) << "a table that cannot be read";
+    EXPECT_THAT(toldOf("umount /proc"), ElementsAre());
 
     // The rest begins with the last change, not with the first.
     run(mountDisk);

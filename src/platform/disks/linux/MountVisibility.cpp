@@ -237,11 +237,11 @@ std::vector<std::string> mountPointsMarkedHidden() {
     return hidden;
 }
 
-std::vector<MountEntry> currentVisibleVolumes() {
+std::vector<MountEntry> visibleToUsers(const std::vector<MountEntry>& mounts) {
     const VolumeVisibility visibility{realPathOfNearestExisting(homeFolder()),
                                       realPathOfNearestExisting(dataHomeFolder()),
                                       mountPointsMarkedHidden()};
-    auto volumes = visibleVolumes(currentMounts(), visibility);
+    auto volumes = visibleVolumes(mounts, visibility);
     std::erase_if(volumes, [](const MountEntry& mount) { return !mayBeFolder(mount); });
     return volumes;
 }

@@ -13,8 +13,9 @@ namespace kestrin {
 /// says nothing about this.
 bool isReachable(const std::vector<MountEntry>& mounts, const MountEntry& mount);
 
-/// visibleVolumes of the kernel's table for this user's home, without the files that something is
-/// mounted on: a single file is no volume.
-std::vector<MountEntry> currentVisibleVolumes();
+/// visibleVolumes of the table for this user's home, without the files that something is mounted
+/// on: a single file is no volume. The home folder is asked for its real path, which can hang with
+/// its volume.
+std::vector<MountEntry> visibleToUsers(const std::vector<MountEntry>& mounts);
 
 }  // namespace kestrin

@@ -132,7 +132,7 @@ std::optional<std::string> uuidOf(const MountEntry& mount) {
 
 std::vector<MountedVolume> visibleMounts() {
     std::vector<MountedVolume> volumes;
-    for (const MountEntry& mount : currentVisibleVolumes()) {
+    for (const MountEntry& mount : visibleToUsers(currentMounts())) {
         volumes.push_back({FileUrl::fromPath(mount.mountPoint), mount.id,
                            isNetworkFileSystem(mount.fileSystemType)});
     }
