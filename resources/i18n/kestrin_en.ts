@@ -148,6 +148,36 @@
         <source></source>
         <translation>Cancel</translation>
     </message>
+    <message id="checked_details">
+        <source></source>
+        <translation>What is checked</translation>
+    </message>
+    <message id="checked_folder">
+        <source></source>
+        <translation>Original folder</translation>
+    </message>
+    <message id="checked_hidden" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>%@ checked item is hidden by the filter. It will be erased as well.</numerusform>
+            <numerusform>%@ checked items are hidden by the filter. They will be erased as well.</numerusform>
+        </translation>
+    </message>
+    <message id="checked_name">
+        <source></source>
+        <translation>Name</translation>
+    </message>
+    <message id="checked_size">
+        <source></source>
+        <translation>Size</translation>
+    </message>
+    <message id="checked_volume" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>“%@”: %@ checked item</numerusform>
+            <numerusform>“%@”: %@ checked items</numerusform>
+        </translation>
+    </message>
     <message id="cli_ambiguous_volume">
         <source></source>
         <translation>"%@" is the name of several volumes; use one of their paths: %@.</translation>
@@ -762,13 +792,6 @@ Examples:
     <message id="stayed_locked">
         <source></source>
         <translation>it is locked</translation>
-    </message>
-    <message id="stayed_more" numerus="yes">
-        <source></source>
-        <translation>
-            <numerusform>and %@ more</numerusform>
-            <numerusform>and %@ more</numerusform>
-        </translation>
     </message>
     <message id="stayed_mount_point">
         <source></source>

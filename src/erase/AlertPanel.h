@@ -5,6 +5,7 @@
 
 #include <QString>
 #include <array>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -32,12 +33,24 @@ struct NotAnswered {
 /// implementation of the panel knows: a widget, or nothing at all in a terminal.
 using WindowHandle = void*;
 
-/// One row of the list that an alert can unfold.
+/// One row of the list that an alert can unfold. All of it is fit to be read.
 struct AlertDetail {
-    QString name;      ///< fit to be read
-    QString fullName;  ///< the whole path, fit to be read; may be empty
-    QString reason;    ///< why it is in the list
-    QString help;      ///< what the user can do about it; may be empty
+    std::array<QString, 3> cells;
+    QString fullName;  ///< the whole path of what the first cell names; may be empty
+};
+
+/// The list that an alert can unfold. A row is made when it is looked at, so that a million of them
+/// cost nothing before.
+struct AlertDetails {
+    QString title;                   ///< of the button that unfolds the list
+    std::array<QString, 3> columns;  ///< their titles
+    std::size_t count = 0;           ///< of rows; 0: there is no list
+    /// Makes a row, on the main thread, as long as the alert shows.
+    std::function<AlertDetail(std::size_t row)> row;
+    /// Rows that head those below them, in ascending order. The first of their cells has the whole
+    /// width.
+    std::vector<std::size_t> headings{};
+    bool endsWithNumbers = false;  ///< the last column holds numbers, which stand at its end
 };
 
 /// What an alert says and offers.
@@ -56,8 +69,8 @@ struct AlertModel {
     /// reserved) and is not drawn; when all are empty the panel offers its one default button.
     std::array<QString, 3> buttons;
     std::optional<QString> suppressionTitle;  ///< with a value: a check box of that title
-    bool hasSizeLine = false;          ///< the confirmation's accessory line: spinner and text
-    std::vector<AlertDetail> details;  ///< with rows: a list that the user can unfold
+    bool hasSizeLine = false;  ///< the confirmation's accessory line: spinner and text
+    AlertDetails details;
 };
 
 /// One alert on its way to the user.

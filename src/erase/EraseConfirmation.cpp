@@ -6,6 +6,7 @@
 
 #include "base/StringTable.h"
 #include "base/SystemLog.h"
+#include "erase/CheckedDetails.h"
 #include "erase/EraseCount.h"
 #include "erase/EraseQueue.h"
 #include "erase/QVAlert.h"
@@ -15,7 +16,8 @@
 namespace kestrin {
 namespace {
 
-TrashInfo trashInfo(const EraseRequest& request, const StringTable& texts) {
+TrashInfo trashInfo(const EraseRequest& request, const EraseServices& services) {
+    const StringTable& texts = services.texts;
     TrashInfo info;
     if (request.isAllDisks) {
         info.information = texts.text("erase_all"_key);
@@ -31,7 +33,11 @@ TrashInfo trashInfo(const EraseRequest& request, const StringTable& texts) {
     info.message = "delete_mess"_key;
     info.isSmartErase = request.isSmartErase;
     info.volumeName = request.volumeName;
-    info.leftOut = leftOutSentences(request.leftOut, texts).join(u'\n');
+    QStringList notes = leftOutSentences(request.leftOut, texts);
+    notes << hiddenSentence(request.hiddenCount, texts, services.numbers);
+    notes.removeAll({});
+    info.notes = notes.join(u'\n');
+    info.details = checkedDetails(request.checked, texts, services.numbers);
     return info;
 }
 
@@ -42,7 +48,7 @@ std::shared_ptr<QVAlert> showConfirmation(const EraseRequest& request,
     const auto alert = std::make_shared<QVAlert>(
         [&presenter = services.presenter] { return presenter.alertPanel(); }, services.texts,
         services.numbers);
-    TrashInfo info = trashInfo(request, services.texts);
+    TrashInfo info = trashInfo(request, services);
     const TrashFigures figures = count.follow([alert](const TrashFigures& added) {
         alert->showSizeInfoStringWithSize(added.size, added.count);
     });

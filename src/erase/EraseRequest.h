@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -30,7 +31,25 @@ class QVNumberUtilities;
 class StringTable;
 class UserDefaults;
 
-/// Names and user-info keys of the notifications that an erase sends or hears.
+/// Names and user-info keys of the notifications that an erase sends or hears. Their sender is the
+/// engine, but for the figures of "updateCountAndSizeToDelete" that others post.
+///
+/// A smart erase tells how its question ended by "waitForResponse", once for every askToContinue,
+/// on a background thread (or on the main thread, later). "canContinue" is NO when the user
+/// declined, the sheet was dismissed or its window went, nobody could be asked, or another engine
+/// has the turn: then that is the end, the turn is free, and nothing else follows. With YES the
+/// engine waits for proceedToEraseWithArray:
+///   - it answers false: the log could not be opened, or progress not be shown. The user was told
+///     of the log, as a sheet; nothing was erased, the turn is free, and nothing else follows. Who
+///     called it posts "stopWorking" for others, with the engine as the sender;
+///   - it answers true: "stopWorking" follows, once, on the main thread, when the turn is free and
+///     the progress closed; before proceedToEraseWithArray returns if Stop had come first. It has
+///     figures when something was erased or the helper had work, and none when nothing was erased,
+///     Stop came before the first entry, or no thread was to be had;
+///   - it is never called: the turn is free once the engine is let go.
+///
+/// Every other erase has its answer from askToContinue, which posts "stopWorking" without figures
+/// when the user declined, and nothing when another engine has the turn.
 namespace EraseNotification {
 inline constexpr std::string_view kStopWorking = "stopWorking";
 inline constexpr std::string_view kUpdateCountAndSizeToDelete = "updateCountAndSizeToDelete";
@@ -46,6 +65,22 @@ inline constexpr std::string_view kCanContinue = "canContinue";            // bo
 inline constexpr std::string_view kItemsDict = "itemsDict";                // UserInfo
 }  // namespace EraseNotification
 
+/// One checked entry, as the list in the confirmation shows it.
+struct CheckedEntry {
+    std::string name;                   ///< exact bytes
+    std::string originalFolder{};       ///< exact bytes; empty when it is not known
+    std::optional<std::uint64_t> size;  ///< bytes; none of a folder that was not measured yet
+};
+
+/// The checked entries of one volume.
+struct CheckedVolume {
+    QString name;
+    std::size_t count = 0;
+    /// Makes an entry for the list. It is called on the main thread when the entry's row is looked
+    /// at, as long as the confirmation shows, and must own what it uses.
+    std::function<CheckedEntry(std::size_t index)> entry;
+};
+
 /// What an erase is asked to do.
 struct EraseRequest {
     bool isSmartErase = false;
@@ -56,6 +91,10 @@ struct EraseRequest {
     std::uint64_t count = 0;                 ///< entries; 0 for all disks
     WindowHandle window = nullptr;           ///< smart erase: the parent of sheets
     UserInfo itemsDict;                      ///< smart erase: handed back in "waitForResponse"
+    /// Smart erase: what the confirmation's list shows; empty for a confirmation without a list.
+    std::vector<CheckedVolume> checked;
+    /// Smart erase: how many of the checked entries a filter hides, which the confirmation says.
+    std::uint64_t hiddenCount = 0;
     /// Who will post the figures as "updateCountAndSizeToDelete" after this request: the sender of
     /// that notification, which is nullptr for the late totals of the Smart Window. Without a value
     /// `size` and `count` are final. All disks: the engine counts, whatever stands here.

@@ -113,12 +113,13 @@ AlertModel QVAlert::model(const TrashInfo& trashInfo) const {
     model.topic = AlertModel::Topic::EraseConfirmation;
     model.title = m_texts.text(trashInfo.information.toStdString());
     model.text = m_texts.text(trashInfo.message);
-    if (!trashInfo.leftOut.isEmpty()) model.text += u'\n' + trashInfo.leftOut;
+    if (!trashInfo.notes.isEmpty()) model.text += u'\n' + trashInfo.notes;
     model.fullName = displayName(trashInfo.volumeName);
     model.buttons[0] = m_texts.text(trashInfo.isSmartErase ? "erase_checked_button"_key
                                                            : "empty_trash_button"_key);
     model.buttons[1] = m_texts.text("cancel_btn"_key);
     model.hasSizeLine = true;
+    model.details = trashInfo.details;
     return model;
 }
 

@@ -24,7 +24,8 @@ struct TrashInfo {
     std::uint64_t count = 0;    ///< items known already; 0: they are still being counted
     bool isSmartErase = false;
     QString volumeName;  ///< the disk's name for the size line's first placeholder; may be empty
-    QString leftOut{};   ///< finished sentences below the text; may be empty
+    QString notes{};     ///< finished sentences below the text; may be empty
+    AlertDetails details{};
 };
 
 /// One confirmation. Made and shown on the main thread; figures may come, and the end of the sheet

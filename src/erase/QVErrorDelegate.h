@@ -24,10 +24,10 @@ class UserDefaults;
 
 /// What goes wrong, for showError. Keys of the table "Errors".
 struct ErrorReport {
-    std::string error;                   ///< key of the title
-    std::string message;                 ///< key of the text; may be empty
-    QStringList additionalName;          ///< inserted into the title
-    std::vector<AlertDetail> details{};  ///< with rows: a list that the user can unfold
+    std::string error;           ///< key of the title
+    std::string message;         ///< key of the text; may be empty
+    QStringList additionalName;  ///< inserted into the title
+    AlertDetails details{};
 };
 
 /// An error panel. Keys of the table "Errors".
@@ -37,7 +37,7 @@ struct ErrorPanelInfo {
     QStringList names;
     std::optional<QStringList> mess_names;  ///< inserted into the text
     WindowHandle window = nullptr;          ///< a sheet on it; none: modal
-    std::vector<AlertDetail> details{};     ///< with rows: a list that the user can unfold
+    AlertDetails details{};
 };
 
 /// A question. All its texts come from "Errors" when `treatsAsError`, else from the default table.

@@ -2,8 +2,9 @@
 #include "erase/StayedDetails.h"
 
 #include <QStringList>
-#include <algorithm>
+#include <memory>
 #include <string_view>
+#include <utility>
 
 #include "base/StringTable.h"
 #include "format/DisplayName.h"
@@ -54,21 +55,9 @@ std::string_view helpKey(const StayedEntry& entry) {
 }
 
 AlertDetail detailOf(const StayedEntry& entry, const StringTable& texts) {
-    return {.name = displayName(entry.url.lastPathComponent()),
-            .fullName = displayName(entry.url.path()),
-            .reason = displayName(stayedReason(entry, texts)),
-            .help = texts.text(helpKey(entry))};
-}
-
-AlertDetail remainder(std::size_t count, const StringTable& texts,
-                      const QVNumberUtilities& numbers) {
-    const QString format =
-        texts.text("stayed_more"_key, StringTable::Table::Default, static_cast<long long>(count));
-    return {.name = StringTable::filled(format,
-                                        {numbers.numberToFormatString(static_cast<double>(count))}),
-            .fullName = {},
-            .reason = {},
-            .help = {}};
+    return {.cells = {displayName(entry.url.lastPathComponent()),
+                      displayName(stayedReason(entry, texts)), texts.text(helpKey(entry))},
+            .fullName = displayName(entry.url.path())};
 }
 
 }  // namespace
@@ -78,14 +67,14 @@ QString stayedReason(const StayedEntry& entry, const StringTable& texts) {
                                : QString::fromStdString(entry.cause);
 }
 
-std::vector<AlertDetail> stayedDetails(const std::vector<StayedEntry>& stayed,
-                                       const StringTable& texts, const QVNumberUtilities& numbers) {
-    std::vector<AlertDetail> details;
-    const std::size_t named = std::min(stayed.size(), kMostDetails);
-    for (std::size_t index = 0; index < named; ++index)
-        details.push_back(detailOf(stayed[index], texts));
-    if (named < stayed.size()) details.push_back(remainder(stayed.size() - named, texts, numbers));
-    return details;
+AlertDetails stayedDetails(std::vector<StayedEntry> stayed, const StringTable& texts) {
+    return {.title = texts.text("stayed_details"_key),
+            .columns = {texts.text("stayed_name"_key), texts.text("stayed_reason"_key),
+                        texts.text("stayed_help"_key)},
+            .count = stayed.size(),
+            .row = [&texts,
+                    entries = std::make_shared<const std::vector<StayedEntry>>(std::move(stayed))](
+                       std::size_t row) { return detailOf(entries->at(row), texts); }};
 }
 
 std::optional<ErrorReport> endReport(EraseDecisions& decisions, const StringTable& texts,
@@ -103,7 +92,7 @@ std::optional<ErrorReport> endReport(EraseDecisions& decisions, const StringTabl
     } else {
         return std::nullopt;
     }
-    report.details = stayedDetails(decisions.stayedEntries(), texts, numbers);
+    report.details = stayedDetails(decisions.stayedEntries(), texts);
     return report;
 }
 

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <QString>
-#include <cstddef>
 #include <optional>
 #include <vector>
 
@@ -16,16 +15,12 @@ namespace kestrin {
 class QVNumberUtilities;
 class StringTable;
 
-/// How many entries the list names; the others are counted in a last row.
-inline constexpr std::size_t kMostDetails = 300;
-
 /// One sentence that tells the user why the entry stayed. It may hold bytes unfit to be shown.
 QString stayedReason(const StayedEntry& entry, const StringTable& texts);
 
-/// A row for each entry, in their order: its name, its path, why it stayed, what would help. All of
-/// it is fit to be read, whatever the names hold.
-std::vector<AlertDetail> stayedDetails(const std::vector<StayedEntry>& stayed,
-                                       const StringTable& texts, const QVNumberUtilities& numbers);
+/// A row for each entry, in their order: its name, why it stayed, what would help. All of it is fit
+/// to be read, whatever the names hold. `texts` must outlive the list.
+AlertDetails stayedDetails(std::vector<StayedEntry> stayed, const StringTable& texts);
 
 /// The report of the end, with that list; none when nothing was busy or refused.
 std::optional<ErrorReport> endReport(EraseDecisions& decisions, const StringTable& texts,

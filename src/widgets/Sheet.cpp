@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "widgets/Sheet.h"
 
+#include <QGuiApplication>
 #include <QWidget>
 #include <QWindow>
+#include <algorithm>
 
 namespace kestrin {
 
@@ -17,6 +19,14 @@ void makeSheet(QWidget& sheet, QWidget* parent) {
     QRect place = sheet.rect();
     place.moveCenter(window.geometry().center());
     sheet.move(place.topLeft());
+}
+
+bool hasSheet(const QWidget& parent) {
+    const QWindow* const window = parent.window()->windowHandle();
+    return window && std::ranges::any_of(QGuiApplication::topLevelWindows(), [&](QWindow* sheet) {
+               return sheet->isVisible() && sheet->modality() == Qt::WindowModal &&
+                      sheet->transientParent() == window;
+           });
 }
 
 }  // namespace kestrin

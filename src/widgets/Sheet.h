@@ -18,4 +18,7 @@ inline constexpr Qt::WindowFlags kDialogFrame =
 /// sheet is not owned by the parent and may outlive it.
 void makeSheet(QWidget& sheet, QWidget* parent);
 
+/// Whether a sheet shows on the window of `parent`. Such a window must not close.
+bool hasSheet(const QWidget& parent);
+
 }  // namespace kestrin

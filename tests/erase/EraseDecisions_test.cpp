@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "base/StringTable.h"
+#include "erase/CheckedDetails.h"
 #include "erase/EraseDecisions.h"
 #include "erase/StayedDetails.h"
 #include "format/QVNumberUtilities.h"
@@ -198,27 +199,34 @@ TEST_F(EraseDecisionsTest, StandingChoicesReplaceTheQuestions) {
     EXPECT_EQ(decisions->permissionsItems().size(), 1u);
 }
 
-TEST(StayedDetails, NameTheEntriesAndTheirReasonsFitToBeReadAndCountTheRest) {
+TEST(AlertLists, NameWhatStayedAndWhatIsCheckedFitToBeRead) {
     const StringTable texts{QStringLiteral("en")};
     const QVNumberUtilities numbers{"en_US", texts};
-    std::vector<StayedEntry> stayed(kMostDetails);
-    stayed[0] = {FileUrl::fromPath("/trash/a/b\n\xff"), StayReason::Error, "no “\u202e”\n"};
-    stayed[1] = {FileUrl::fromPath("/trash/c"), StayReason::Locked, {}};
-    stayed[2] = {FileUrl::fromPath("/trash/c"), StayReason::Forbidden, {}, true};
-    auto rows = stayedDetails(stayed, texts, numbers);
-    EXPECT_EQ(rows.size(), kMostDetails);
-    EXPECT_EQ(rows.at(0).name, QStringLiteral("b\\n\uFFFD"));
-    EXPECT_EQ(rows[0].fullName, QStringLiteral("/trash/a/b\\n\uFFFD"));
-    EXPECT_EQ(rows[0].reason, QStringLiteral("no “‹U+202E›”\\n"));
-    EXPECT_EQ(rows[1].reason, texts.text("stayed_locked"));
-    EXPECT_EQ(rows[1].help, texts.text("stayed_help_locked"));
-    EXPECT_EQ(rows[2].help, texts.text("stayed_help_skipped"));
+    const AlertDetails stayed =
+        stayedDetails({{FileUrl::fromPath("/trash/a/b\n\xff"), StayReason::Error, "no “\u202e”\n"},
+                       {FileUrl::fromPath("/trash/c"), StayReason::Locked, {}},
+                       {FileUrl::fromPath("/trash/c"), StayReason::Forbidden, {}, true}},
+                      texts);
+    ASSERT_EQ(stayed.count, 3u);
+    EXPECT_EQ(stayed.row(0).cells[0], QStringLiteral("b\\n\uFFFD"));
+    EXPECT_EQ(stayed.row(0).fullName, QStringLiteral("/trash/a/b\\n\uFFFD"));
+    EXPECT_EQ(stayed.row(0).cells[1], QStringLiteral("no “‹U+202E›”\\n"));
+    EXPECT_EQ(stayed.row(1).cells[1], texts.text("stayed_locked"));
+    EXPECT_EQ(stayed.row(1).cells[2], texts.text("stayed_help_locked"));
+    EXPECT_EQ(stayed.row(2).cells[2], texts.text("stayed_help_skipped"));
 
-    stayed.resize(1'000'000);
-    rows = stayedDetails(stayed, texts, numbers);
-    ASSERT_EQ(rows.size(), kMostDetails + 1);
-    EXPECT_EQ(rows.back().name, StringTable::filled(texts.text("stayed_more", {}, 999'700),
-                                                    {QStringLiteral("999,700")}));
+    const auto entry = [](std::size_t index) -> CheckedEntry {
+        return {"n\n" + std::to_string(index), "/was/here", index};
+    };
+    const AlertDetails checked =
+        checkedDetails({{QStringLiteral("A\n"), 1, entry}, {QStringLiteral("B"), 1'000'000, entry}},
+                       texts, numbers);
+    ASSERT_EQ(checked.count, 1'000'003u);
+    EXPECT_THAT(checked.headings, ElementsAre(0u, 2u));
+    EXPECT_TRUE(checked.row(0).cells[0].contains(QLatin1String("A\\n")));
+    EXPECT_TRUE(checked.row(2).cells[0].contains(QLatin1String("1,000,000")));
+    EXPECT_EQ(checked.row(1).cells[0], QStringLiteral("n\\n0"));
+    EXPECT_EQ(checked.row(1'000'002).fullName, QStringLiteral("/was/here/n\\n999999"));
 }
 
 }  // namespace

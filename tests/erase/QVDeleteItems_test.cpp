@@ -223,7 +223,7 @@ TEST_F(QVDeleteItemsTest, ProgressShowsAfterSevenTenthsAndStopEndsTheErase) {
     EXPECT_EQ(alerts.models[2].title,
               texts.text("not_erased"_errorKey, StringTable::Table::Errors));
     EXPECT_EQ(alerts.models[2].text, QStringLiteral("It is busy."));
-    EXPECT_EQ(alerts.models[2].details.size(), 2u);
+    EXPECT_EQ(alerts.models[2].details.count, 2u);
 }
 
 TEST_F(QVDeleteItemsTest, DeclinedOrStoppedBeforeTheFirstEntryItKeepsThemAll) {
@@ -333,6 +333,10 @@ TEST_F(QVDeleteItemsTest, ASmartEraseIsAskedForOnItsWindowOneAtATime) {
     int window = 0;
     EraseRequest request{.isSmartErase = true, .size = 5, .count = 1, .window = &window};
     request.itemsDict.set("its", 7);
+    request.hiddenCount = 3;
+    request.checked = {{QStringLiteral("Disk"), 1, [](std::size_t) {
+                            return CheckedEntry{"one", {}, {}};
+                        }}};
     const auto ask = [&] {
         answers.clear();
         engine = QVDeleteItems::create(services);
@@ -347,6 +351,8 @@ TEST_F(QVDeleteItemsTest, ASmartEraseIsAskedForOnItsWindowOneAtATime) {
 
     ASSERT_TRUE(ask());
     EXPECT_EQ(alerts.sheets[0].parent, &window);
+    EXPECT_THAT(alerts.models[0].text.toStdString(), HasSubstr("3 checked items are hidden"));
+    EXPECT_EQ(alerts.models[0].details.count, 2u);
     EXPECT_EQ(EraseTurn::holder(), engine);
     const auto second = QVDeleteItems::create(services);
     EXPECT_FALSE(second->askToContinue(allDisks()));

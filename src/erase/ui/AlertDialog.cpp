@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QStyle>
+#include <QStyledItemDelegate>
 #include <QTextBoundaryFinder>
 #include <QToolButton>
 #include <QTreeView>
@@ -18,8 +19,8 @@
 #include <functional>
 
 #include "base/StringTable.h"
+#include "erase/ui/AlertDetailsModel.h"
 #include "erase/ui/SizeLineView.h"
-#include "erase/ui/StayedModel.h"
 #include "platform/desktop/ui/Appearance.h"
 #include "widgets/Colors.h"
 #include "widgets/ElidedLabel.h"
@@ -33,6 +34,7 @@ constexpr int kTextWidth = 460;  // of the size line, so that every alert is as 
 constexpr int kLongestWord = 24;
 constexpr QSize kDetailsSize(560, 180);
 constexpr int kWidestDetails = 900;
+constexpr QSize kCellPadding(16, 8);
 constexpr int kButtonPadding = 12;
 
 /// A warning wherever something can be destroyed. Critical is a warning, too: the toolkit's sign
@@ -67,6 +69,15 @@ QLabel* wrappedLabel(const QString& name, const QString& text) {
     return label;
 }
 
+/// Rows with room around their texts.
+class RoomyCells : public QStyledItemDelegate {
+ public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        return QStyledItemDelegate::sizeHint(option, index) + kCellPadding;
+    }
+};
+
 /// The button's arrow points down when the list is unfolded, and in the reading direction
 /// otherwise.
 Qt::ArrowType arrowType(bool isUnfolded, Qt::LayoutDirection direction) {
@@ -100,7 +111,7 @@ AlertDialog::AlertDialog(const AlertModel& model, const StringTable& texts)
     head->addLayout(makeTexts(), 1);
     auto* const layout = new QVBoxLayout(this);
     layout->addLayout(head);
-    if (!model.details.empty()) layout->addWidget(makeDetails(), 1);
+    if (model.details.count != 0) layout->addWidget(makeDetails(), 1);
     layout->addWidget(makeButtons());
     // Only a button that stands in its window can be that window's own.
     m_first->setDefault(true);
@@ -122,7 +133,7 @@ QLayout* AlertDialog::makeTexts() {
         m_suppression->setPalette(checkBoxPalette(palette()));
         layout->addWidget(m_suppression);
     }
-    if (!m_model.details.empty()) layout->addWidget(makeDetailsButton(), 0, Qt::AlignLeading);
+    if (m_model.details.count != 0) layout->addWidget(makeDetailsButton(), 0, Qt::AlignLeading);
     layout->addStretch();
     return layout;
 }
@@ -151,7 +162,7 @@ QWidget* AlertDialog::makeText() {
 QWidget* AlertDialog::makeDetailsButton() {
     auto* const button = new QToolButton;
     button->setObjectName(QStringLiteral("details_button"));
-    button->setText(m_texts.text("stayed_details"_key));
+    button->setText(m_model.details.title);
     button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     button->setArrowType(arrowType(false, layoutDirection()));
     button->setAutoRaise(true);
@@ -167,8 +178,11 @@ QWidget* AlertDialog::makeDetailsButton() {
 QWidget* AlertDialog::makeDetails() {
     m_details = new QTreeView;
     m_details->setObjectName(QStringLiteral("details"));
-    m_details->setAccessibleName(m_texts.text("stayed_details"_key));
-    m_details->setModel(new StayedModel(m_model.details, m_texts, m_details));
+    m_details->setAccessibleName(m_model.details.title);
+    m_details->setModel(new AlertDetailsModel(m_model.details, m_details));
+    m_details->setItemDelegate(new RoomyCells(m_details));
+    for (const std::size_t row : m_model.details.headings)
+        m_details->setFirstColumnSpanned(static_cast<int>(row), {}, true);
     m_details->setRootIsDecorated(false);
     m_details->setUniformRowHeights(true);
     m_details->setTextElideMode(Qt::ElideMiddle);
@@ -194,7 +208,7 @@ void AlertDialog::fitDetails() {
     const int widest = std::min(kWidestDetails, screen()->availableGeometry().width() * 9 / 10);
     m_details->setMinimumWidth(
         std::clamp(header.length() + room, std::min(kDetailsSize.width(), widest), widest));
-    header.setSectionResizeMode(StayedModel::Name, QHeaderView::Stretch);
+    header.setSectionResizeMode(0, QHeaderView::Stretch);
     layout()->activate();
 }
 

@@ -13,6 +13,7 @@
 #include "base/StringTable.h"
 #include "erase/ui/AlertDialog.h"
 #include "erase/ui/WidgetAlertPanel.h"
+#include "widgets/Sheet.h"
 
 namespace kestrin {
 namespace {
@@ -128,9 +129,11 @@ TEST_F(WidgetAlertPanelTest, ASheetAnswersLaterAndIsDismissedWithItsWindow) {
     beginSheet(parent.get());
     ASSERT_TRUE(openAlert());
     EXPECT_EQ(openAlert()->windowModality(), Qt::WindowModal);
+    EXPECT_TRUE(hasSheet(*parent));
     openAlert()->findChild<QPushButton*>(QStringLiteral("button_2"))->click();
     EXPECT_EQ(answer, 0);
     EXPECT_TRUE(isAnswered(kAlertSecondButton));
+    EXPECT_FALSE(hasSheet(*parent));
     beginSheet(parent.get());
     parent.reset();
     EXPECT_TRUE(isAnswered(kAlertThirdButton));

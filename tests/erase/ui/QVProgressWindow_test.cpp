@@ -120,7 +120,12 @@ TEST_P(LongTexts, FitIntoTheEndReport) {
     AlertModel model{.notAnswered = kAlertFirstButton};
     model.title = lengthened(m_texts.text("user_not_authorized", StringTable::Table::Errors));
     model.details = {
-        {QStringLiteral("A"), QString(), text("stayed_busy"), text("stayed_help_busy")}};
+        .title = text("stayed_details"),
+        .columns = {text("stayed_name"), text("stayed_reason"), text("stayed_help")},
+        .count = 1,
+        .row = [this](std::size_t) -> AlertDetail {
+            return {{QStringLiteral("A"), text("stayed_busy"), text("stayed_help_busy")}, {}};
+        }};
     AlertDialog dialog(model, m_texts);
     dialog.bringToFront();
     expectNothingIsClipped(dialog, "folded");
