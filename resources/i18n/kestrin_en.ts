@@ -148,6 +148,10 @@
         <source></source>
         <translation>Cancel</translation>
     </message>
+    <message id="check_col">
+        <source></source>
+        <translation>Checked for erasing</translation>
+    </message>
     <message id="checked_details">
         <source></source>
         <translation>What is checked</translation>
@@ -526,6 +530,10 @@ Examples:
         <source></source>
         <translation>mailto:kestrin@quorvane.com</translation>
     </message>
+    <message id="date_added_col">
+        <source></source>
+        <translation>Date Added</translation>
+    </message>
     <message id="day">
         <source></source>
         <translation>day </translation>
@@ -657,6 +665,14 @@ Examples:
         <source></source>
         <translation> %@.log</translation>
     </message>
+    <message id="name_col">
+        <source></source>
+        <translation>Name</translation>
+    </message>
+    <message id="name_from_folder">
+        <source></source>
+        <translation>%@, from %@</translation>
+    </message>
     <message id="no_btn">
         <source></source>
         <translation>Cancel</translation>
@@ -693,6 +709,10 @@ Examples:
         <source></source>
         <translation>Size:</translation>
     </message>
+    <message id="selected_info">
+        <source></source>
+        <translation>%@ selected, %@</translation>
+    </message>
     <message id="selected_items_log_name">
         <source></source>
         <translation>Selected Items</translation>
@@ -704,6 +724,18 @@ Examples:
     <message id="single_disk_single">
         <source></source>
         <translation>“%@”: %@ item, %@</translation>
+    </message>
+    <message id="size_col">
+        <source></source>
+        <translation>Size</translation>
+    </message>
+    <message id="size_is_measured">
+        <source></source>
+        <translation>…</translation>
+    </message>
+    <message id="size_is_measured_spoken">
+        <source></source>
+        <translation>being measured</translation>
     </message>
     <message id="skip">
         <source></source>

@@ -240,6 +240,8 @@ class QVFilesUtilities {
     QImage iconForItemPath(const std::string& path) const;
     /// A grey rounded rectangle of at least 20 by 20, clipped to the image.
     QImage placeholderImageWithSize(QSize size) const;
+    /// The program's own drawing of a folder or of a document, for what has no theme icon.
+    QImage drawnIconWithSize(QSize size, bool isFolder) const;
     /// The icon, scaled to the size, at opacity 0.3.
     QImage ghostIconWithIcon(const QImage& icon, QSize forSize) const;
     /// The main image with the other one, scaled to half its size, in the bottom-right quarter.

@@ -177,6 +177,10 @@ QImage QVFilesUtilities::iconForItemPath(const std::string& path) const {
     return iconOfItemWithURL(FileUrl::fromPath(path), QSize(32, 32));
 }
 
+QImage QVFilesUtilities::drawnIconWithSize(QSize size, bool isFolder) const {
+    return drawnIcon(isFolder ? paintFolder : paintDocument, size);
+}
+
 QImage QVFilesUtilities::placeholderImageWithSize(QSize size) const {
     if (size.isEmpty()) return {};
     constexpr int kSmallestSide = 20;

@@ -80,4 +80,8 @@ ItemKind kindOfItem(std::string_view name, std::uint32_t mode) {
     return kind;
 }
 
+std::string typeOfItem(std::string_view name, std::uint32_t mode) {
+    return typeOf(name, mode).name().toStdString();
+}
+
 }  // namespace kestrin
