@@ -665,6 +665,18 @@ Examples:
         <source></source>
         <translation> %@.log</translation>
     </message>
+    <message id="marked_info">
+        <source></source>
+        <translation>%@ - %@</translation>
+    </message>
+    <message id="marked_millions">
+        <source></source>
+        <translation>%@M</translation>
+    </message>
+    <message id="marked_thousands">
+        <source></source>
+        <translation>%@K</translation>
+    </message>
     <message id="name_col">
         <source></source>
         <translation>Name</translation>
@@ -752,6 +764,14 @@ Examples:
     <message id="smart_erase_single">
         <source></source>
         <translation>%@ checked item, %@</translation>
+    </message>
+    <message id="source_row">
+        <source></source>
+        <translation>%@: %@</translation>
+    </message>
+    <message id="source_row_marked">
+        <source></source>
+        <translation>%@: %@, checked %@</translation>
     </message>
     <message id="start_delete_all">
         <source></source>
@@ -864,6 +884,10 @@ Examples:
     <message id="today">
         <source></source>
         <translation>Today</translation>
+    </message>
+    <message id="trash_empty">
+        <source></source>
+        <translation>The trash is empty</translation>
     </message>
     <message id="undeleted_locked_sing_msg">
         <source></source>

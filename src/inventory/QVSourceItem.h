@@ -44,7 +44,7 @@ struct QVSourceItem {
 
     std::string name;     ///< of the volume's root on disk, exact bytes
     QString displayName;  ///< of the volume as menus show it, made fit to be read
-    /// Why its contents cannot be acted upon now, a part of a sentence; empty when they can. No
+    /// Why its contents cannot be acted upon now, fit to be read; empty when they can. No
     /// request holds entries of a source with a note.
     QString note;
     std::uint64_t row = 0;  ///< position in the source list when it was made

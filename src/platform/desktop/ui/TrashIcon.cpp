@@ -156,6 +156,10 @@ QIcon outlinedTrashIcon(bool isFull, bool isDark) {
                                         drawing.name, QColor(isDark ? kOnLight : kOnDark)));
 }
 
+QIcon trashBadge(bool isFull) {
+    return QIcon(picturePath(isFull ? "full_trash_64" : "empty_trash_64"));
+}
+
 QIcon applicationIcon() {
     return QIcon::fromTheme(QStringLiteral("kestrin"), QIcon(picturePath("kestrin")));
 }

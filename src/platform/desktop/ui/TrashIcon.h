@@ -22,6 +22,10 @@ QIcon trashIcon(bool isFull, const QColor& foreground);
 /// outline that sets it off from a panel of its own lightness.
 QIcon outlinedTrashIcon(bool isFull, bool isDark);
 
+/// The bin in colours, for the corner of a volume's picture: a drawing of ours, 64 by 64, with a
+/// light rim that sets it off from any ground.
+QIcon trashBadge(bool isFull);
+
 /// An icon that shows the shape of `svg` in `foreground` and answers `name` to name().
 QIcon symbolicIcon(const QByteArray& svg, const QColor& foreground, const QString& name);
 
