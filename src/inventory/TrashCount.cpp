@@ -95,37 +95,94 @@ Result<bool> trashHoldsEntries(const FileUrl& trash) {
     return holdsEntries;
 }
 
-std::shared_ptr<TrashCount> TrashCount::start(OperationQueue& queue, std::vector<FileUrl> trashes,
-                                              Counter counter, Handler finished) {
-    const std::shared_ptr<TrashCount> count(new TrashCount);
-    // The count and its handler are destroyed on the main thread, even when nobody else keeps them.
-    const auto tell = [](std::shared_ptr<TrashCount> self, TrashContents contents, Handler call) {
-        MainThread::post(
-            [self = std::move(self), contents = std::move(contents),
-             call = std::move(call)]() mutable { self->finish(std::move(contents), call); });
+/// The counts whose threads have not returned, and among them those that have not begun, because
+/// they wait for one that was called off. Main thread.
+class TrashCount::Schedule {
+ public:
+    static Schedule& shared() {
+        static auto& schedule = *new Schedule;
+        return schedule;
+    }
+
+    void add(std::shared_ptr<TrashCount> count, OperationQueue& queue, std::vector<FileUrl> trashes,
+             Counter counter) {
+        m_entries.push_back({std::move(count), &queue, std::move(trashes), std::move(counter)});
+        beginWhatMay();
+    }
+    void remove(const TrashCount& returned) {
+        std::erase_if(m_entries,
+                      [&](const Entry& entry) { return entry.count.get() == &returned; });
+        beginWhatMay();
+    }
+
+ private:
+    struct Entry {
+        std::shared_ptr<TrashCount> count;
+        OperationQueue* queue;
+        std::vector<FileUrl> trashes;
+        Counter counter;
+        bool hasBegun = false;
+
+        bool isStopped() const { return count->state() == State::Stopped; }
     };
-    try {
-        queue.enqueue(
-            [self = count, trashes, counter = std::move(counter), finished, tell]() mutable {
+
+    void beginWhatMay() {
+        std::erase_if(m_entries,
+                      [](const Entry& entry) { return !entry.hasBegun && entry.isStopped(); });
+        for (Entry& entry : m_entries) {
+            if (!entry.hasBegun && !hasToWait(entry)) begin(entry);
+        }
+    }
+    bool hasToWait(const Entry& entry) const {
+        return std::ranges::any_of(m_entries, [&](const Entry& other) {
+            return other.hasBegun && other.isStopped() &&
+                   std::ranges::find_first_of(other.trashes, entry.trashes) != other.trashes.end();
+        });
+    }
+    static void begin(Entry& entry) {
+        entry.hasBegun = true;
+        // The count is destroyed on the main thread, even when nobody else keeps it.
+        const auto tell = [](std::shared_ptr<TrashCount> count, TrashContents contents) {
+            MainThread::post([count = std::move(count), contents = std::move(contents)]() mutable {
+                count->finish(std::move(contents));
+            });
+        };
+        try {
+            entry.queue->enqueue([count = entry.count, trashes = entry.trashes,
+                                  counter = entry.counter, tell]() mutable {
                 TrashContents contents;
                 try {
-                    contents = counter(trashes, self->m_stop.get_token());
+                    contents = counter(trashes, count->m_stop.get_token());
                 } catch (const std::exception&) {  // no memory, or no thread to be had
                     contents = withoutMemory(trashes);
                 }
-                tell(std::move(self), std::move(contents), std::move(finished));
+                tell(std::move(count), std::move(contents));
             });
-    } catch (const std::exception&) {
-        tell(count, withoutMemory(trashes), std::move(finished));
+        } catch (const std::exception&) {
+            tell(entry.count, withoutMemory(entry.trashes));
+        }
     }
+
+    std::vector<Entry> m_entries;
+};
+
+std::shared_ptr<TrashCount> TrashCount::start(OperationQueue& queue, std::vector<FileUrl> trashes,
+                                              Counter counter, Handler finished) {
+    const std::shared_ptr<TrashCount> count(new TrashCount);
+    count->m_finished = std::move(finished);
+    Schedule::shared().add(count, queue, std::move(trashes), std::move(counter));
     return count;
 }
 
-void TrashCount::finish(TrashContents contents, const Handler& finished) {
-    if (m_stop.stop_requested()) return;
-    m_contents = std::move(contents);
-    m_isFinished = true;
-    if (finished) finished(*this);
+void TrashCount::finish(TrashContents contents) {
+    const Handler finished = std::move(m_finished);
+    const bool isStopped = m_stop.stop_requested();
+    if (!isStopped) {
+        m_contents = std::move(contents);
+        m_isFinished = true;
+    }
+    Schedule::shared().remove(*this);
+    if (finished && !isStopped) finished(*this);
 }
 
 TrashCount::State TrashCount::state() const {

@@ -55,7 +55,7 @@ Result<bool> trashHoldsEntries(const FileUrl& trash);
 /// A count in the background. Thread: the main thread, except for `stop`; needs the main thread's
 /// mailbox. The count goes on when nobody keeps it. Its volume may hang, so nobody ever waits for
 /// its thread.
-class TrashCount : public std::enable_shared_from_this<TrashCount> {
+class TrashCount {
  public:
     enum class State { Counting, Finished, Stopped };
     /// What counts on a thread of the queue: countEntries, countFigures, or a function that calls
@@ -65,7 +65,9 @@ class TrashCount : public std::enable_shared_from_this<TrashCount> {
     using Handler = std::function<void(const TrashCount&)>;
 
     /// Begins to count. `finished` is called once on the main thread, later, unless `stop` comes
-    /// first.
+    /// first. A count of a trash begins only when every count of it that was called off has
+    /// returned, so that a volume that hangs costs one thread, however often it is asked. `queue`
+    /// must outlive the count.
     static std::shared_ptr<TrashCount> start(OperationQueue& queue, std::vector<FileUrl> trashes,
                                              Counter counter, Handler finished);
     TrashCount(const TrashCount&) = delete;
@@ -78,10 +80,13 @@ class TrashCount : public std::enable_shared_from_this<TrashCount> {
     const TrashContents& contents() const { return m_contents; }
 
  private:
+    class Schedule;
+
     TrashCount() = default;
-    void finish(TrashContents contents, const Handler& finished);
+    void finish(TrashContents contents);
 
     std::stop_source m_stop;
+    Handler m_finished;
     TrashContents m_contents;
     bool m_isFinished = false;
 };
