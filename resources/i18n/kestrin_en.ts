@@ -61,6 +61,10 @@
         <source></source>
         <translation>Kestrin is running. Its icon is in the status area.</translation>
     </message>
+    <message id="app_looking">
+        <source></source>
+        <translation>Looking for trashes…</translation>
+    </message>
     <message id="app_name">
         <source></source>
         <translation>Kestrin</translation>
@@ -68,6 +72,10 @@
     <message id="app_no_display">
         <source></source>
         <translation>No window can be opened here (%@). Start Kestrin within your desktop, or use the terminal commands: see "kestrin help".</translation>
+    </message>
+    <message id="app_no_trash">
+        <source></source>
+        <translation>There is no trash to empty</translation>
     </message>
     <message id="app_quit">
         <source></source>
@@ -104,11 +112,6 @@
         <source></source>
         <translation>%@, %@</translation>
     </message>
-    <message id="app_tool_tip_silent">
-        <source></source>
-        <translation>%@
-“%@” is not answering</translation>
-    </message>
     <message id="app_trash_is_empty">
         <source></source>
         <translation>Trash is empty</translation>
@@ -123,6 +126,10 @@
             <numerusform>%@ trash</numerusform>
             <numerusform>%@ trashes</numerusform>
         </translation>
+    </message>
+    <message id="app_usable_trashes_empty">
+        <source></source>
+        <translation>All trashes that can be used are empty</translation>
     </message>
     <message id="apply_to_all">
         <source></source>

@@ -181,6 +181,7 @@ class QVKestrin : public QObject {
     void rebuildRows();
     std::vector<RowContent> rowContents() const;
     void addRowsOf(const ListedVolume& volume, std::vector<RowContent>& rows) const;
+    QString noteOf(const ListedVolume& volume) const;
     static bool isRowOf(const DiskRow& row, const RowContent& content);
     bool showsRows(const std::vector<RowContent>& contents) const;
     void setRow(DiskRow& row, const RowContent& content, int menuItemTag);
@@ -194,7 +195,8 @@ class QVKestrin : public QObject {
     void updateEnabledItems();
     void updateStatusItem();
     QString statusText() const;
-    QString figuresText() const;
+    QString emptyText(bool somethingIsLeftOut) const;
+    QString figuresText(bool somethingIsLeftOut) const;
     std::optional<TrashFigures> figuresOfRows() const;
 
     // Erasing

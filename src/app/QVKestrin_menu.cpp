@@ -36,6 +36,7 @@ bool QVKestrin::setupStatusMenu() {
     }
     m_services.trashes.setChangeHandler([this] { trashesChanged(); });
     if (m_services.totals) m_services.totals->setChangeHandler([this] { updateStatusItem(); });
+    updateStatusItem();
     m_services.trashes.refresh();
     addSubTrashMenu();
     return true;
@@ -186,22 +187,29 @@ std::vector<QVKestrin::RowContent> QVKestrin::rowContents() const {
 }
 
 void QVKestrin::addRowsOf(const ListedVolume& volume, std::vector<RowContent>& rows) const {
+    const bool isUsable = volume.state == ListedVolume::State::Usable;
+    const QString silent = m_services.texts.text("app_row_not_answering"_key);
+    if (isUsable) {
+        for (const TrashLocation& trash : volume.trashes)
+            rows.push_back({trash, volume.answers ? QString() : silent});
+    }
+    const QString note = noteOf(volume);
+    if (note.isEmpty() || (isUsable && !volume.problem)) return;
+    rows.push_back({{{}, volume.url, volume.name, volume.url.path(), true}, note});
+}
+
+/// Why the volume, or a trash of it, cannot be emptied now. Empty when it can, and when it can have
+/// no trash.
+QString QVKestrin::noteOf(const ListedVolume& volume) const {
     using State = ListedVolume::State;
     const StringTable& texts = m_services.texts;
-    const QString silent = volume.answers ? QString() : texts.text("app_row_not_answering"_key);
-    if (volume.state == State::Usable) {
-        for (const TrashLocation& trash : volume.trashes)
-            rows.push_back({trash, silent});
+    if (volume.state == State::NoTrash) return {};
+    if (volume.state == State::ReadOnly) return texts.text("app_row_read_only"_key);
+    if (volume.problem) {
+        return StringTable::filled(texts.text("app_row_unusable"_key),
+                                   {leftOutReason(volume, texts)});
     }
-    const TrashLocation noTrash{{}, volume.url, volume.name, volume.url.path(), true};
-    if (volume.state == State::ReadOnly) {
-        rows.push_back({noTrash, texts.text("app_row_read_only"_key)});
-    } else if (volume.state != State::NoTrash && volume.problem) {
-        rows.push_back({noTrash, StringTable::filled(texts.text("app_row_unusable"_key),
-                                                     {leftOutReason(volume, texts)})});
-    } else if (volume.state == State::Unknown && !volume.answers) {
-        rows.push_back({noTrash, silent});
-    }
+    return volume.answers ? QString() : texts.text("app_row_not_answering"_key);
 }
 
 bool QVKestrin::isRowOf(const DiskRow& row, const RowContent& content) {
@@ -328,18 +336,37 @@ std::optional<TrashFigures> QVKestrin::figuresOfRows() const {
 }
 
 /// A text such as "3 trashes, 1,204 items, 3.40 GB", without figures that have not been counted.
-/// Volumes that do not answer are named below it.
+/// What is known to be left out is named below it.
 QString QVKestrin::statusText() const {
-    QString text = figuresText();
+    QString notes;
     for (const ListedVolume& volume : m_services.trashes.volumes()) {
-        if (volume.state != ListedVolume::State::Usable || volume.answers) continue;
-        text = StringTable::filled(m_services.texts.text("app_tool_tip_silent"_key),
-                                   {text, titleName(volume.name)});
+        const bool isNothingToEmpty =
+            volume.state == ListedVolume::State::ReadOnly &&
+            std::ranges::all_of(volume.trashes, &TrashLocation::trashIsEmpty);
+        const QString note = isNothingToEmpty ? QString() : noteOf(volume);
+        if (note.isEmpty()) continue;
+        notes += u'\n' + StringTable::filled(m_services.texts.text("app_disk_row"_key),
+                                             {titleName(volume.name), note});
     }
-    return text;
+    return figuresText(!notes.isEmpty()) + notes;
 }
 
-QString QVKestrin::figuresText() const {
+/// What is said when no trash is known to hold anything.
+QString QVKestrin::emptyText(bool somethingIsLeftOut) const {
+    const auto isAsked = [](const ListedVolume& volume) {
+        return volume.state == ListedVolume::State::Unknown && volume.answers;
+    };
+    const StringTable& texts = m_services.texts;
+    if (!m_services.trashes.knowsTheMounts() ||
+        std::ranges::any_of(m_services.trashes.volumes(), isAsked)) {
+        return texts.text("app_looking"_key);
+    }
+    if (m_services.trashes.trashes().empty()) return texts.text("app_no_trash"_key);
+    return texts.text(somethingIsLeftOut ? "app_usable_trashes_empty"_key
+                                         : "app_all_trashes_empty"_key);
+}
+
+QString QVKestrin::figuresText(bool somethingIsLeftOut) const {
     const auto trashes = m_services.trashes.trashes();
     const auto number = [this](std::uint64_t value) {
         return m_services.numbers.numberToFormatString(static_cast<double>(value));
@@ -348,10 +375,8 @@ QString QVKestrin::figuresText() const {
         return m_services.texts.text(key, StringTable::Table::Default,
                                      static_cast<long long>(count));
     };
-    if (std::all_of(trashes.begin(), trashes.end(),
-                    [](const TrashLocation& location) { return location.trashIsEmpty; })) {
-        return m_services.texts.text("app_all_trashes_empty"_key);
-    }
+    if (std::ranges::all_of(trashes, &TrashLocation::trashIsEmpty))
+        return emptyText(somethingIsLeftOut);
     QString volumes =
         StringTable::filled(text("app_trashes"_key, trashes.size()), {number(trashes.size())});
     std::optional<TrashFigures> known = figuresOfRows();

@@ -62,9 +62,11 @@ class Timers {
 };
 
 struct Display : StatusDisplay {
+    explicit Display(QString& tip) : toolTip(tip) {}
     void setTrashIsFull(bool) override {}
-    void setToolTip(const QString&) override {}
+    void setToolTip(const QString& text) override { toolTip = text; }
     bool openMenu() override { return false; }
+    QString& toolTip;
 };
 
 /// The mounted disks, which may hang; a listing in the background may outlive the test that asked
@@ -132,7 +134,7 @@ class QVKestrinTest : public ::testing::Test {
                 .rows = {center, texts, numbers, countEntries,
                          [](const TrashLocation&) { return QIcon(); }},
                 .makeEngine = [this] { return makeEngine(); },
-                .makeStatusItem = [](QMenu&) { return std::make_unique<Display>(); },
+                .makeStatusItem = [this](QMenu&) { return std::make_unique<Display>(toolTip); },
                 .watchMounts = [this](auto changed) { mountChanged = changed; },
                 .bringForward = [this] { return isSomethingOpen; },
                 .tellUser = [this](const QString& text) { told.push_back(text); },
@@ -210,6 +212,7 @@ class QVKestrinTest : public ::testing::Test {
     QVErrorDelegate presenter{alerts.factory(), texts, defaults};
     TrashListing trashes;
     QStringList told;
+    QString toolTip;
     std::function<void(bool, const std::string&)> mountChanged;
     std::weak_ptr<QVDeleteItems> lastEngine;
     int terminated = 0;
@@ -241,6 +244,17 @@ TEST_F(QVKestrinTest, saysThatItRunsWhereItMayNotOpenItsMenu) {
 struct SilentDisksTest : QVKestrinTest {
     SilentDisksTest() : QVKestrinTest(1s) {}
 };
+
+TEST_F(SilentDisksTest, callsNoTrashEmptyOfWhichItKnowsNothing) {
+    addUnusableDisk("bad");
+    addDisk("silent");
+    disks->hang(urlOf("silent"));
+    ASSERT_TRUE(controller->applicationDidFinishLaunching());
+    EXPECT_EQ(toolTip, texts.text("app_looking"_key));
+    settle();
+    EXPECT_EQ(toolTip, texts.text("app_no_trash"_key) +
+                           QStringLiteral("\nbad: Cannot be used: a link\nsilent: Not answering"));
+}
 
 TEST_F(SilentDisksTest, leavesOutWhatDoesNotAnswerOrMayNotBeUsedAndSaysSo) {
     addUnusableDisk("bad");
