@@ -62,20 +62,27 @@ QDBusMessage notifyCall(const Content& content, uint replaces, bool withMarkup, 
     return call;
 }
 
+/// Whether the bus says that nobody took the call, or that he went without an answer. A service
+/// that is only slow may have done what it was asked: then the error is the library's own.
+bool wasLost(const QDBusMessage& reply) {
+    return reply.type() == QDBusMessage::ErrorMessage &&
+           reply.service() == QLatin1String("org.freedesktop.DBus");
+}
+
 /// Tries again when the service went away while it was asked.
 void sendMessage(const Content& content, int attempts) {
     QObject* const application = QCoreApplication::instance();
-    const auto tryAgain = [content, attempts] {
-        if (attempts > 1) sendMessage(content, attempts - 1);
+    const auto tryAgainIfLost = [content, attempts](const QDBusMessage& reply) {
+        if (wasLost(reply) && attempts > 1) sendMessage(content, attempts - 1);
     };
     ask<QStringList>(application, serviceCall(QStringLiteral("GetCapabilities")),
                      [=](const QDBusPendingReply<QStringList>& capabilities) {
-                         if (capabilities.isError()) return tryAgain();
+                         if (capabilities.isError()) return tryAgainIfLost(capabilities.reply());
                          ask<uint>(application,
                                    notifyCall(content, 0, understandsMarkup(capabilities),
                                               Stay::WhileTheDesktopLikes),
-                                   [tryAgain](const QDBusPendingReply<uint>& reply) {
-                                       if (reply.isError()) tryAgain();
+                                   [tryAgainIfLost](const QDBusPendingReply<uint>& reply) {
+                                       tryAgainIfLost(reply.reply());
                                    });
                      });
 }
