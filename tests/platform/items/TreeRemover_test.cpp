@@ -7,12 +7,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <functional>
 #include <mutex>
 #include <set>
 
 #include "platform/items/LockAttributes.h"
 #include "platform/items/UniqueFd.h"
+#include "platform/items/linux/DescriptorCache.h"
 #include "support/FewDescriptors.h"
 #include "support/TestEnvironment.h"
 
@@ -191,6 +193,26 @@ TEST_F(TreeRemoverTest, FindsItsWayBackWithFewDescriptorsAndKnowsAnAncestorThatW
     EXPECT_EQ(remove({"swapped"}, 1).at("swapped"), RemovalOutcome::Stayed);
     EXPECT_THAT(policy.failed, ElementsAre(std::pair(top, ESTALE)));
     EXPECT_TRUE(exists(top + "/one/precious") && exists(top + "/two/precious"));
+}
+
+TEST_F(TreeRemoverTest, OpensAFolderAgainInTheDescriptorOfOneThatWaits) {
+    const FewDescriptors few;
+    const UniqueFd above(open(scratch.path().c_str(), O_PATH));
+    std::array<FolderNode, 2> folders;
+    DescriptorCache cache;
+    for (FolderNode& folder : folders) {
+        folder.rootParent = above.get();
+        folder.name = &folder == &folders[0] ? "closed" : "waits";
+        makeFolder(scratch / folder.name);
+        ASSERT_TRUE(cache.adopt(folder, UniqueFd(openFolderAt(above.get(), folder.name.c_str()))));
+        cache.unpin(folder);
+    }
+    cache.close(folders[0]);
+    std::vector<UniqueFd> taken;
+    do {
+        taken.emplace_back(dup(above.get()));
+    } while (taken.back());
+    EXPECT_GE(cache.pin(folders[0]), 0);
 }
 
 TEST_F(TreeRemoverTest, ListsAgainWhatAppearedMeanwhile) {
