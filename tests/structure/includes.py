@@ -83,6 +83,8 @@ def functions(lines):
     closes a function stands under the one that begins it."""
     for at, line in enumerate(lines):
         indent = re.match(" *", line)[0]
+        if line.lstrip().startswith(": "):  # what a constructor makes first stands deeper than its end
+            indent = indent[4:]
         if not line.endswith("{") or len(indent) > 4:
             continue
         first = at

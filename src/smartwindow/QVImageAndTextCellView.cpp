@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "smartwindow/QVImageAndTextCellView.h"
+
+#include <QIcon>
+#include <QPainter>
+#include <QStyle>
+#include <algorithm>
+
+#include "smartwindow/ContentListModel.h"
+
+namespace kestrin {
+namespace {
+
+constexpr double kGhost = 0.5;  // opacity of a hidden entry's icon
+constexpr int kIconGap = 6;
+constexpr int kFolderGap = 16;
+constexpr int kLeastFolder = 72;  // points: a narrower one says nothing
+// Where the folders of short names begin, as a share of the room for texts, so that they line up.
+constexpr double kFolderTab = 0.55;
+
+}  // namespace
+
+void QVImageAndTextCellView::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                                   const QModelIndex& index) const {
+    paintGround(*painter, option);
+    const bool isHidden = index.data(ContentListModel::IsHiddenRole).toBool();
+    const QRect content = contentRect(option);
+    const QSize iconSize = option.decorationSize;
+    painter->setOpacity(isHidden ? kGhost : 1);
+    index.data(Qt::DecorationRole)
+        .value<QIcon>()
+        .paint(painter, QStyle::alignedRect(option.direction, Qt::AlignLeading | Qt::AlignVCenter,
+                                            iconSize, content));
+    painter->setOpacity(1);
+
+    const QRect texts = QStyle::visualRect(option.direction, content,
+                                           content.adjusted(iconSize.width() + kIconGap, 0, 0, 0));
+    const QString name = text(option, index);
+    painter->setFont(option.font);
+    painter->setPen(textColor(option, isHidden));
+    drawLine(*painter, texts, name, Qt::ElideMiddle);
+    paintFolder(*painter, option, texts, option.fontMetrics.horizontalAdvance(name), index);
+}
+
+void QVImageAndTextCellView::paintFolder(QPainter& painter, const QStyleOptionViewItem& option,
+                                         const QRect& texts, int nameWidth,
+                                         const QModelIndex& index) {
+    const int begin = std::max(nameWidth + kFolderGap, int(texts.width() * kFolderTab));
+    if (texts.width() - begin < kLeastFolder) return;
+    painter.setPen(textColor(option, true));
+    drawLine(painter, QStyle::visualRect(option.direction, texts, texts.adjusted(begin, 0, 0, 0)),
+             index.data(ContentListModel::OriginalFolderRole).toString(), Qt::ElideMiddle);
+}
+
+QSize QVImageAndTextCellView::sizeHint(const QStyleOptionViewItem& option,
+                                       const QModelIndex& index) const {
+    const QString folder = index.data(ContentListModel::OriginalFolderRole).toString();
+    const int room = option.decorationSize.width() + kIconGap +
+                     (folder.isEmpty() ? 0 : kFolderGap) +
+                     option.fontMetrics.horizontalAdvance(folder);
+    return ContentCell::sizeHint(option, index) + QSize(room, 0);
+}
+
+}  // namespace kestrin

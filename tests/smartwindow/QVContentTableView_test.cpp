@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "smartwindow/QVContentTableView.h"
+
+#include <gmock/gmock.h>
+
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QTest>
+
+#include "smartwindow/ContentListModel.h"
+#include "smartwindow/QVDateCellView.h"
+#include "smartwindow/QVTableHeaderCntrl.h"
+#include "smartwindow/support/TestServices.h"
+
+namespace kestrin {
+namespace {
+
+using namespace kestrin::test;
+using ::testing::ElementsAre;
+
+class QVContentTableViewTest : public ::testing::Test, protected TestServices {
+ protected:
+    void show(ItemList items) {
+        rows = std::move(items);
+        model.setRows(std::make_shared<ItemList>(rows));
+        view.setContentModel(model);
+        view.resize(700, 300);
+        view.show();
+    }
+    QPoint at(int row, int column) const {
+        return view.visualRect(model.index(row, column)).center();
+    }
+    void click(int row, int column) {
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, at(row, column));
+    }
+    void pause() { QTest::qWait(QApplication::keyboardInputInterval() + 50); }
+
+    ItemList rows;
+    ContentListModel model{services};
+    QVContentTableView view{dates};
+};
+
+TEST_F(QVContentTableViewTest, AClickIntoTheFirstColumnChecksAndSelectsNothing) {
+    show({listedItem("a"), listedItem("b"), listedItem("c")});
+    click(1, ContentListModel::Name);
+    click(0, ContentListModel::Check);
+    EXPECT_TRUE(rows[0]->isMarked);
+    QTest::mouseDClick(view.viewport(), Qt::LeftButton, {}, at(0, ContentListModel::Check));
+    EXPECT_TRUE(rows[0]->isMarked) << "checked off and on by two clicks soon after each other";
+    EXPECT_THAT(view.selectedRowNumbers(), ElementsAre(1));
+
+    const QPoint first = at(0, ContentListModel::Check);
+    QTest::mousePress(view.viewport(), Qt::LeftButton, {}, first);
+    std::swap(rows[0], rows[2]);
+    model.setRows(std::make_shared<ItemList>(rows));
+    QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, first);
+    EXPECT_TRUE(rows[2]->isMarked && !rows[0]->isMarked) << "another row came under the pointer";
+
+    view.selectAll();
+    EXPECT_THAT(view.selectedRowNumbers(), ElementsAre(0, 1, 2));
+}
+
+TEST_F(QVContentTableViewTest, TheRightButtonAndTheMenuKeyNameTheRowAndLeaveTheSelection) {
+    show({listedItem("a"), listedItem("b"), listedItem("c")});
+    std::vector<int> clicked;
+    QObject::connect(&view, &QVContentTableView::contextMenuRequested, &view,
+                     [&](const QModelIndex& row) { clicked.push_back(row.row()); });
+    const auto request = [&](QContextMenuEvent::Reason reason, QPoint at) {
+        QContextMenuEvent event(reason, at, view.viewport()->mapToGlobal(at));
+        QApplication::sendEvent(view.viewport(), &event);
+    };
+    request(QContextMenuEvent::Mouse, QPoint(20, 280));
+    EXPECT_THAT(clicked, ElementsAre()) << "there is nothing to act on";
+    view.setCurrentIndex(model.index(0, 0));
+    QTest::mouseClick(view.viewport(), Qt::RightButton, {}, at(2, ContentListModel::Name));
+    request(QContextMenuEvent::Mouse, at(2, ContentListModel::Name));
+    request(QContextMenuEvent::Keyboard, QPoint());
+    view.clearSelection();
+    request(QContextMenuEvent::Keyboard, QPoint());
+    EXPECT_THAT(clicked, ElementsAre(2, -1, 0));
+}
+
+TEST_F(QVContentTableViewTest, TypedCharactersFindANameAndTheSpaceBarIsNone) {
+    ItemList items{listedItem("alpha"), listedItem("Éclair"), listedItem("ecru")};
+    items.resize(60000, listedItem("filler"));
+    items.push_back(listedItem("zebra x"));
+    show(std::move(items));
+    int spaces = 0;
+    QObject::connect(&view, &QVContentTableView::spacePressed, &view, [&] { ++spaces; });
+    const auto finds = [this](const char* typed, std::string_view name) {
+        QTest::keyClicks(&view, QLatin1String(typed));
+        const auto current = [this] { return model.itemAt(view.currentIndex().row()); };
+        return waitFor([&] { return current() && current()->name == name; }, 1000);
+    };
+    EXPECT_TRUE(finds("ec", "Éclair"));
+    EXPECT_TRUE(finds("r", "ecru"));
+    pause();
+    EXPECT_TRUE(finds("e", "Éclair")) << "the next one, from the beginning again";
+    EXPECT_TRUE(finds("e", "ecru")) << "the same key again";
+    pause();
+    EXPECT_TRUE(finds("zebra ", "zebra x")) << "far away";
+    EXPECT_EQ(spaces, 1);
+}
+
+TEST_F(QVContentTableViewTest, ColumnsKeepTheirLimitsAndTheNameTakesTheRoomThatIsLeft) {
+    show({listedItem("a")});
+    QVTableHeaderCntrl& header = view.headerCntrl();
+    EXPECT_EQ(header.length(), view.viewport()->width());
+    header.resizeSection(ContentListModel::Size, 500);
+    EXPECT_EQ(header.sectionSize(ContentListModel::Size), 200);
+    header.resizeSection(ContentListModel::DateAdded, 10);
+    EXPECT_EQ(header.sectionSize(ContentListModel::DateAdded), 60);
+    view.resize(1200, 300);
+    EXPECT_EQ(header.length(), view.viewport()->width());
+    view.resize(200, 300);
+    EXPECT_EQ(header.sectionSize(ContentListModel::Name), 260);
+
+    using enum DateStyle;
+    const auto style = [](int width) { return QVDateCellView::styleForWidth(width); };
+    EXPECT_EQ(style(250), (QVDateCellView::Style{Full, true}));
+    EXPECT_EQ(style(249), (QVDateCellView::Style{Long, true}));
+    EXPECT_EQ(style(209), (QVDateCellView::Style{Short, true}));
+    EXPECT_EQ(style(159), (QVDateCellView::Style{Medium, false}));
+    EXPECT_EQ(style(99), (QVDateCellView::Style{Short, false}));
+}
+
+TEST_F(QVContentTableViewTest, AColumnIsSortedInItsOwnFirstDirectionAndThenTurnedAround) {
+    show({listedItem("a")});
+    QVTableHeaderCntrl& header = view.headerCntrl();
+    int changes = 0;
+    QObject::connect(&header, &QVTableHeaderCntrl::sortDescriptorsDidChange, &view,
+                     [&] { ++changes; });
+    const auto click = [&](int column) {
+        const QPoint middle(header.sectionViewportPosition(column) + header.sectionSize(column) / 2,
+                            header.height() / 2);
+        QTest::mouseClick(header.viewport(), Qt::LeftButton, {}, middle);
+    };
+    const SortDescriptor byName{"name_col", true};
+    EXPECT_THAT(header.sortDescriptors(), ElementsAre(byName));
+    click(ContentListModel::Size);
+    EXPECT_THAT(header.sortDescriptors(), ElementsAre(SortDescriptor{"size_col", false}, byName));
+    EXPECT_EQ(header.sortIndicatorOrder(), Qt::DescendingOrder);
+    click(ContentListModel::Size);
+    EXPECT_THAT(header.sortDescriptors(), ElementsAre(SortDescriptor{"size_col", true}, byName));
+    EXPECT_EQ(header.sortIndicatorOrder(), Qt::AscendingOrder);
+    click(ContentListModel::DateAdded);
+    EXPECT_EQ(header.sortDescriptors().front(), (SortDescriptor{"date_added_col", true}));
+    EXPECT_EQ(header.sortIndicatorSection(), int(ContentListModel::DateAdded));
+    click(ContentListModel::Check);
+    EXPECT_EQ(header.sortDescriptors().front(), (SortDescriptor{"check_col", false}));
+    EXPECT_EQ(changes, 4);
+}
+
+}  // namespace
+}  // namespace kestrin
