@@ -34,9 +34,8 @@ QVContentTableView::QVContentTableView(const QVDateUtilities& dates, QWidget* pa
     : QTreeView(parent) {
     m_header = new QVTableHeaderCntrl(this);
     setHeader(m_header);
-    // The view made the header deaf, since it does not sort by itself.
-    m_header->setSectionsClickable(true);
-    m_header->setSortIndicatorShown(true);
+    m_header->setSortIndicator(ContentListModel::Name, Qt::AscendingOrder);
+    setSortingEnabled(true);
     setRootIsDecorated(false);
     setItemsExpandable(false);
     setExpandsOnDoubleClick(false);

@@ -6,24 +6,23 @@
 #include <QScopedValueRollback>
 #include <algorithm>
 #include <array>
-#include <utility>
 
 #include "smartwindow/ContentListModel.h"
 
 namespace kestrin {
 namespace {
 
+/// Widths in points.
 struct ColumnRule {
-    int least, most, first;  ///< widths in points
-    bool ascending;          ///< what the first click does
+    int least, most, first;
 };
 
 // In the order of the model's columns.
 constexpr std::array<ColumnRule, ContentListModel::ColumnCount> kRules = {{
-    {44, 44, 44, false},
-    {260, 10000, 260, true},
-    {60, 200, 92, false},
-    {60, 1000, 124, true},
+    {44, 44, 44},
+    {260, 10000, 260},
+    {60, 200, 92},
+    {60, 1000, 124},
 }};
 
 const ColumnRule& ruleOf(int column) {
@@ -36,34 +35,8 @@ QVTableHeaderCntrl::QVTableHeaderCntrl(QWidget* parent) : QHeaderView(Qt::Horizo
     setStretchLastSection(false);
     setDefaultAlignment(Qt::AlignLeading | Qt::AlignVCenter);
     setResizeContentsPrecision(0);  // of the rows on screen, not of a thousand
-    connect(this, &QHeaderView::sectionClicked, this, &QVTableHeaderCntrl::sortBy);
     connect(this, &QHeaderView::sectionResized, this,
             [this](int column, int, int width) { keepLimits(column, width); });
-    setSortDescriptors({sortDescriptorPrototype(ContentListModel::Name)});
-}
-
-SortDescriptor QVTableHeaderCntrl::sortDescriptorPrototype(int column) {
-    return {std::string(ContentListModel::keyOf(column)), ruleOf(column).ascending};
-}
-
-void QVTableHeaderCntrl::setSortDescriptors(std::vector<SortDescriptor> descriptors) {
-    m_sortDescriptors = std::move(descriptors);
-    if (m_sortDescriptors.empty()) return setSortIndicator(-1, Qt::AscendingOrder);
-    const SortDescriptor& first = m_sortDescriptors.front();
-    setSortIndicator(ContentListModel::columnOf(first.key),
-                     first.ascending ? Qt::AscendingOrder : Qt::DescendingOrder);
-}
-
-void QVTableHeaderCntrl::sortBy(int column) {
-    SortDescriptor chosen = sortDescriptorPrototype(column);
-    std::vector<SortDescriptor> descriptors = m_sortDescriptors;
-    if (!descriptors.empty() && descriptors.front().key == chosen.key)
-        chosen.ascending = !descriptors.front().ascending;
-    std::erase_if(descriptors,
-                  [&](const SortDescriptor& other) { return other.key == chosen.key; });
-    descriptors.insert(descriptors.begin(), std::move(chosen));
-    setSortDescriptors(std::move(descriptors));
-    Q_EMIT sortDescriptorsDidChange();
 }
 
 void QVTableHeaderCntrl::setModel(QAbstractItemModel* model) {
