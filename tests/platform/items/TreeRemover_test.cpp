@@ -193,6 +193,20 @@ TEST_F(TreeRemoverTest, FindsItsWayBackWithFewDescriptorsAndKnowsAnAncestorThatW
     EXPECT_EQ(remove({"swapped"}, 1).at("swapped"), RemovalOutcome::Stayed);
     EXPECT_THAT(policy.failed, ElementsAre(std::pair(top, ESTALE)));
     EXPECT_TRUE(exists(top + "/one/precious") && exists(top + "/two/precious"));
+
+    // A folder that nobody may list is opened twice, and here there is no descriptor left for that.
+    const std::string shut = trash + "/shut";
+    writeFile(shut + "/file");
+    ASSERT_EQ(chmod(shut.c_str(), 0), 0);
+    Items items(trash, {"shut"});
+    std::vector<UniqueFd> taken;
+    while (taken.empty() || taken.back())
+        taken.emplace_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    taken.resize(taken.size() - 2);
+    TreeRemover(policy, 1).remove(items);
+    taken.clear();
+    EXPECT_EQ(items.outcomes.at("shut"), RemovalOutcome::Stayed);
+    EXPECT_EQ(std::filesystem::status(shut).permissions(), std::filesystem::perms::none);
 }
 
 TEST_F(TreeRemoverTest, OpensAFolderAgainInTheDescriptorOfOneThatWaits) {

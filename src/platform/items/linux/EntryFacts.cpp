@@ -14,6 +14,13 @@ namespace {
 
 constexpr mode_t kOwnerRights = S_IRWXU;
 
+bool setMode(int descriptor, mode_t mode, bool isPathOnly) {
+    if (!isPathOnly) return fchmod(descriptor, mode) == 0;
+    // fchmod refuses O_PATH descriptors; the kernel's link to the open folder itself does not.
+    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+    return chmod(link.c_str(), mode) == 0;
+}
+
 }  // namespace
 
 int examine(int folder, const char* name, EntryFacts& facts) {
@@ -36,11 +43,11 @@ bool widenMode(int descriptor, const EntryFacts& facts, bool wasRefused, bool is
     const uid_t user = geteuid();
     if (facts.owner != user || (facts.mode & kOwnerRights) == kOwnerRights) return false;
     if (user == 0 && !wasRefused) return false;
-    const mode_t mode = (facts.mode & 07777) | kOwnerRights;
-    if (!isPathOnly) return fchmod(descriptor, mode) == 0;
-    // fchmod refuses O_PATH descriptors; the kernel's link to the open folder itself does not.
-    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
-    return chmod(link.c_str(), mode) == 0;
+    return setMode(descriptor, (facts.mode & 07777) | kOwnerRights, isPathOnly);
+}
+
+void restoreMode(int descriptor, const EntryFacts& facts, bool isPathOnly) {
+    setMode(descriptor, facts.mode & 07777, isPathOnly);
 }
 
 bool canBeWidened(const EntryFacts& facts) {

@@ -32,6 +32,8 @@ int examine(int folder, const char* name, EntryFacts& facts);
 /// Gives the owner's rights to a folder of the caller's own that lacks some, on a descriptor. True
 /// when the mode was changed. Root needs it only where its powers do not reach (`wasRefused`).
 bool widenMode(int descriptor, const EntryFacts& facts, bool wasRefused, bool isPathOnly);
+/// Gives the folder back the mode of its facts.
+void restoreMode(int descriptor, const EntryFacts& facts, bool isPathOnly);
 /// Whether the caller, who owns the folder, may give himself the rights it lacks.
 bool canBeWidened(const EntryFacts& facts);
 /// False for a folder of the caller's own whose mode must be widened before it can be listed.

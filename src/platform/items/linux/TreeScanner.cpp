@@ -87,6 +87,8 @@ class Scanner {
             m_tasks.push(ranges);
         }
         if (!m_tasks.isEmpty()) runWorkers();
+        if (m_hasVanished)
+            std::erase_if(m_results, [](const ScannedEntry& entry) { return entry.name.empty(); });
         return std::move(m_results);
     }
 
@@ -129,6 +131,10 @@ class Scanner {
                 result.isDirectory = S_ISDIR(status.stx_mode);
                 result.size = sizeFrom(status);
                 result.identity = identityFrom(status, m_inodesLast);
+            } else if (errno == ENOENT) {  // it went after the listing
+                result.name.clear();
+                m_hasVanished = true;
+                continue;
             }
             if (result.isDirectory) folders.push_back({nullptr, result.name, i, 0});
         }
@@ -209,7 +215,8 @@ class Scanner {
     DescriptorCache m_descriptors;
     WorkStack<ScanTask> m_tasks;
     std::vector<ScannedEntry> m_results;
-    std::vector<unsigned char> m_types;  ///< of the results, as the folder told them
+    std::vector<unsigned char> m_types;       ///< of the results, as the folder told them
+    std::atomic<bool> m_hasVanished = false;  ///< some results have lost their names
 };
 
 }  // namespace
