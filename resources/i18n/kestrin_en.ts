@@ -896,6 +896,10 @@ Examples:
         <source></source>
         <translation>The trash is empty</translation>
     </message>
+    <message id="trash_not_counted">
+        <source></source>
+        <translation>the trash could not be counted, so nothing in it was erased</translation>
+    </message>
     <message id="undeleted_locked_sing_msg">
         <source></source>
         <translation>Erase it anyway?</translation>
@@ -935,6 +939,10 @@ Examples:
     <message id="volume_not_answering">
         <source></source>
         <translation>it is not answering</translation>
+    </message>
+    <message id="volume_removed">
+        <source></source>
+        <translation>the volume was removed, and what is still in its trash is not known</translation>
     </message>
     <message id="yes_btn">
         <source></source>

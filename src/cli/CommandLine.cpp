@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <exception>
 #include <system_error>
 #include <variant>
 
@@ -14,6 +15,7 @@
 #include "cli/ListCommand.h"
 #include "cli/ShowCommand.h"
 #include "format/DisplayName.h"
+#include "platform/items/HostErrors.h"
 
 namespace kestrin {
 
@@ -57,8 +59,8 @@ int CommandLine::run(const std::vector<std::string>& words) {
     if (const auto* const error = std::get_if<UsageError>(&parsed)) return refuse(*error);
     try {
         return statusAfterOutput(dispatch(std::get<Arguments>(parsed)));
-    } catch (const std::system_error& error) {  // no thread to be had
-        const QString reason = displayName(error.code().message());
+    } catch (const std::exception& failure) {  // no thread or no memory to be had
+        const QString reason = displayName(errorFromException(failure).localizedDescription());
         m_console.complain(m_console.text("cli_system_refused"_key, {reason}));
         return 1;
     }

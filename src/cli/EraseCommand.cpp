@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/EraseCommand.h"
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -17,6 +18,7 @@
 #include "cli/Paths.h"
 #include "cli/TrashSurvey.h"
 #include "format/DisplayName.h"
+#include "platform/disks/Volumes.h"
 #include "platform/trash/TrashFolders.h"
 
 namespace kestrin {
@@ -69,14 +71,30 @@ ItemsToErase counted(ItemsToErase entries, const std::stop_token& stop) {
     return entries;
 }
 
-EraseRequest requestFor(const SharedItemsToErase& items, const Arguments& arguments,
-                        const Console& console) {
+/// The trashes of the entries, each with its volume.
+std::vector<TrashLocation> trashesOf(const ItemsToErase& entries) {
+    std::map<FileUrl, TrashLocation> trashes;
+    for (const QVItemToErase& entry : entries) {
+        if (trashes.contains(*entry.trash)) continue;
+        const FileUrl volume = volumeOfItem(*entry.trash).value_or(*entry.trash);
+        trashes[*entry.trash] = {
+            .trashURL = *entry.trash, .volumeURL = volume, .mountId = mountIdAt(volume)};
+    }
+    std::vector<TrashLocation> found;
+    for (auto& [url, trash] : trashes)
+        found.push_back(std::move(trash));
+    return found;
+}
+
+EraseRequest requestFor(const SharedItemsToErase& items, std::vector<TrashLocation> trashes,
+                        const Arguments& arguments, const Console& console) {
     EraseRequest request = requestWithOptions(arguments, console);
     request.isSmartErase = true;
     for (const QVItemToErase& item : *items) {
         request.size += item.size;
         request.count += item.count;
     }
+    request.trashes = std::move(trashes);
     request.itemsDict.set(EraseNotification::kItemsToErase, items);
     return request;
 }
@@ -85,14 +103,16 @@ int eraseEntries(const ItemsToErase& entries, const Arguments& arguments, Consol
                  EraseSession& session) {
     if (arguments.dryRun) return reportDryRun(entries, arguments, console, session);
     SharedItemsToErase items;
+    std::vector<TrashLocation> trashes;
     const bool wentOn = session.runInBackground([&](const std::stop_token& stop) {
         items = std::make_shared<const ItemsToErase>(counted(entries, stop));
+        trashes = trashesOf(entries);
     });
     if (!wentOn) {
         const EraseResult stopped{.end = EraseResult::End::Declined, .wasStopped = true};
         return reportErase(stopped, arguments, console);
     }
-    EraseResult result = session.erase(requestFor(items, arguments, console), items);
+    EraseResult result = session.erase(requestFor(items, trashes, arguments, console), items);
     addWhatIsStillThere(result, *items, console);
     return reportErase(result, arguments, console);
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/EraseSession.h"
 
+#include <exception>
 #include <thread>
 
 #include "base/MainThread.h"
@@ -34,14 +35,20 @@ EraseSession::EraseSession(Console& console, bool showsProgress)
 
 bool EraseSession::runInBackground(const std::function<void(std::stop_token)>& work) {
     bool isDone = false;
+    std::exception_ptr failure;
     const std::jthread worker([&] {
-        work(m_backgroundStop.get_token());
+        try {
+            work(m_backgroundStop.get_token());
+        } catch (...) {
+            failure = std::current_exception();
+        }
         MainThread::post([&] {
             isDone = true;
             m_loop.quit();
         });
     });
     waitUntil([&] { return isDone; });
+    if (failure) std::rethrow_exception(failure);
     return !m_wasStopped;
 }
 

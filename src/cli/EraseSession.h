@@ -50,7 +50,7 @@ class EraseSession {
     EraseSession& operator=(const EraseSession&) = delete;
 
     /// Runs `work` on a thread of its own and serves signals until it is done. False when the user
-    /// stopped meanwhile; the token tells `work` of that.
+    /// stopped meanwhile; the token tells `work` of that. What `work` throws is thrown again.
     bool runInBackground(const std::function<void(std::stop_token)>& work);
 
     /// Asks, erases and waits for the end. `items` are those to erase; with nullptr the engine

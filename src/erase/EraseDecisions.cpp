@@ -2,12 +2,18 @@
 #include "erase/EraseDecisions.h"
 
 #include <cerrno>
+#include <chrono>
 #include <utility>
+
+#include "platform/processes/AnswerWithin.h"
 
 namespace kestrin {
 namespace {
 
 using About = RefusalQuestion::About;
+
+/// How long the volumes may take to say what the helper left on them.
+constexpr std::chrono::seconds kPatience(5);
 
 /// Inside a trash only the leading full stop hides.
 bool isHidden(const RemovalEntry& entry) {
@@ -17,6 +23,13 @@ bool isHidden(const RemovalEntry& entry) {
 bool isNoPermission(const HostError& error) {
     return error.domain == kFileErrorDomain &&
            (error.code == kFileWriteNoPermission || error.code == kFileReadNoPermission);
+}
+
+std::vector<ItemPresence> presencesOf(const std::vector<HelperItem>& items) {
+    std::vector<ItemPresence> presences;
+    for (const HelperItem& item : items)
+        presences.push_back(presenceOf(item.url, item.identity));
+    return presences;
 }
 
 bool isBusy(const HostError& error) {
@@ -194,15 +207,22 @@ void EraseDecisions::couldNotBegin(const FileUrl& entry, const HostError& error)
 }
 
 void EraseDecisions::noteWhatTheHelperLeft() {
-    const auto noteLeft = [this](const HelperItem& item, StayReason reason) {
-        const ItemPresence presence = presenceOf(item.url, item.identity);
-        if (presence == ItemPresence::Gone) return;
-        note(item.url, presence == ItemPresence::Replaced ? StayReason::Replaced : reason, false);
-    };
-    for (const HelperItem& item : unlockItems())
-        noteLeft(item, StayReason::Locked);
-    for (const HelperItem& item : permissionsItems())
-        noteLeft(item, StayReason::Forbidden);
+    const std::vector<HelperItem> locked = unlockItems(), forbidden = permissionsItems();
+    std::vector<HelperItem> items = locked;
+    items.insert(items.end(), forbidden.begin(), forbidden.end());
+    if (items.empty()) return;
+    // Their volume may be silent, and the erase ends all the same: they may still be there then.
+    const std::vector<ItemPresence> presence =
+        answerWithin<std::vector<ItemPresence>>(kPatience, [items] {
+            return presencesOf(items);
+        }).value_or(std::vector(items.size(), ItemPresence::Unknown));
+    for (std::size_t index = 0; index < items.size(); ++index) {
+        if (presence[index] == ItemPresence::Gone) continue;
+        const StayReason refused =
+            index < locked.size() ? StayReason::Locked : StayReason::Forbidden;
+        const bool isReplaced = presence[index] == ItemPresence::Replaced;
+        note(items[index].url, isReplaced ? StayReason::Replaced : refused, false);
+    }
 }
 
 void EraseDecisions::note(const FileUrl& url, StayReason reason, bool skipped, std::string cause) {

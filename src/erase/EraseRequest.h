@@ -101,6 +101,9 @@ struct EraseRequest {
     std::optional<const void*> countSender;
     /// The trashes that are to be empty afterwards: records without data go, too.
     std::vector<TrashLocation> wholeTrashes;
+    /// Smart erase: the trashes that hold the entries. Here and above, a volume that is not the one
+    /// that was listed any more is told at the end, since it took its entries along.
+    std::vector<TrashLocation> trashes;
     /// Volumes that the user may take to be meant and that are not; named in question and report.
     std::vector<LeftOutVolume> leftOut;
 
@@ -127,8 +130,8 @@ struct EraseServices {
     ProgressViewFactory makeProgressView;
     HelperAccess helper;
     DisplayTickFactory startTick = &DisplayTick::start;
-    /// Whether a volume is still there; isVolumeMounted but for tests.
-    std::function<bool(const FileUrl& volume)> isMounted = &isVolumeMounted;
+    /// Whether a volume is still the one that was listed; isVolumeMounted but for tests.
+    std::function<bool(const FileUrl& volume, std::uint64_t mountId)> isMounted = &isVolumeMounted;
     /// Shows the user the erase that is under way already, when another one was asked for.
     std::function<void()> bringForward = [] {};
 };

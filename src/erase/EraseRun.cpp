@@ -4,8 +4,6 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <new>
-#include <system_error>
 #include <utility>
 
 #include "base/MainThread.h"
@@ -16,6 +14,7 @@
 #include "erase/QVLogController.h"
 #include "erase/StayedDetails.h"
 #include "format/DisplayName.h"
+#include "inventory/TrashCount.h"
 #include "platform/items/HostErrors.h"
 #include "platform/trash/TrashFolders.h"
 
@@ -35,16 +34,6 @@ bool becomesRemovalDelegate() {
     return !isTaken.exchange(true);
 }
 
-/// In the system's words, which users can look up.
-std::string reasonOf(const std::exception& failure) {
-    int systemError = 0;
-    if (dynamic_cast<const std::bad_alloc*>(&failure)) systemError = ENOMEM;
-    if (const auto* const error = dynamic_cast<const std::system_error*>(&failure))
-        systemError = error->code().value();
-    return systemError == 0 ? failure.what()
-                            : errorFromErrno(systemError, HostAccess::Write).localizedDescription();
-}
-
 }  // namespace
 
 EraseRun::EraseRun(const EraseServices& services, const EraseRequest& request, std::stop_token stop,
@@ -52,6 +41,7 @@ EraseRun::EraseRun(const EraseServices& services, const EraseRequest& request, s
     : m_services(services),
       m_stop(std::move(stop)),
       m_wholeTrashes(request.wholeTrashes),
+      m_trashes(request.trashes),
       m_leftOut(request.leftOut),
       m_log(std::move(log)),
       m_helperIsDone(std::move(helperIsDone)),
@@ -83,17 +73,36 @@ void EraseRun::erase(const ItemsToErase& items) {
     TreeRemover(*this).remove(source);
     source.tidy();
     if (shouldStop()) return;
-    for (const TrashLocation& trash : m_wholeTrashes)
-        tidy(trash);
+    for (const TrashLocation& trash : m_wholeTrashes) {
+        if (!isStillThere(trash)) continue;
+        if (auto open = OpenTrash::open(trash.trashURL)) open->removeOrphanRecords(kOrphanAge);
+    }
+    for (const TrashLocation& trash : m_trashes)
+        isStillThere(trash);
 }
 
-/// A volume that went meanwhile takes its entries along: they stay, though nothing is found of
-/// them. A volume is known by its mount point here, so another one in its place passes for it.
-void EraseRun::tidy(const TrashLocation& trash) {
-    if (!m_services.isMounted(trash.volumeURL)) {
-        return m_decisions.couldNotBegin(trash.volumeURL, errorFromErrno(ENODEV, HostAccess::Read));
+void EraseRun::noteWhatWasNotListed() {
+    for (const TrashLocation& trash : m_wholeTrashes) {
+        const Result<bool> holdsEntries = trashHoldsEntries(trash.trashURL);
+        if (!holdsEntries) {
+            m_decisions.couldNotBegin(trash.trashURL, holdsEntries.error());
+        } else if (*holdsEntries) {
+            HostError notListed = errorFromErrno(EAGAIN, HostAccess::Read);
+            notListed.userInfo["errorString"] =
+                m_services.texts.text("trash_not_counted"_key).toStdString();
+            m_decisions.couldNotBegin(trash.trashURL, notListed);
+        }
     }
-    if (auto open = OpenTrash::open(trash.trashURL)) open->removeOrphanRecords(kOrphanAge);
+}
+
+/// A volume that went meanwhile took its entries along: they stay, though nothing is found of them,
+/// also when another volume is in its place.
+bool EraseRun::isStillThere(const TrashLocation& trash) {
+    if (m_services.isMounted(trash.volumeURL, trash.mountId)) return true;
+    HostError removed = errorFromErrno(ENODEV, HostAccess::Read);
+    removed.userInfo["errorString"] = m_services.texts.text("volume_removed"_key).toStdString();
+    m_decisions.couldNotBegin(trash.volumeURL, removed);
+    return false;
 }
 
 void EraseRun::addToNotTrashed(const QVItemToErase& entry) {
@@ -231,8 +240,9 @@ void EraseRun::end(bool hasEndLine) {
 }
 
 void EraseRun::noteProblem(const std::exception& failure) {
-    const QString problem = StringTable::filled(m_services.texts.text("erase_gave_up"_key),
-                                                {QString::fromStdString(reasonOf(failure))});
+    const QString problem = StringTable::filled(
+        m_services.texts.text("erase_gave_up"_key),
+        {QString::fromStdString(errorFromException(failure).localizedDescription())});
     const std::lock_guard lock(m_lock);
     if (m_problem.isEmpty()) m_problem = problem;
 }

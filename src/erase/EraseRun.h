@@ -38,6 +38,9 @@ class EraseRun final : public std::enable_shared_from_this<EraseRun>,
     EraseRun(const EraseRun&) = delete;
     EraseRun& operator=(const EraseRun&) = delete;
 
+    /// Notes the whole trashes that hold something, or cannot tell, though nothing of them is going
+    /// to be erased. Not on the main thread.
+    void noteWhatWasNotListed();
     /// Erases what the user's rights allow, in the order of `items`. Not on the main thread.
     void erase(const ItemsToErase& items);
     /// Hands the rest to the helper, when there is any. False: the helper has no work, and will not
@@ -87,13 +90,14 @@ class EraseRun final : public std::enable_shared_from_this<EraseRun>,
     EraseDecisions::Callbacks callbacks();
     bool passesLock(const RemovalEntry& entry);
     void addToNotTrashed(const QVItemToErase& entry);
-    void tidy(const TrashLocation& trash);
+    bool isStillThere(const TrashLocation& trash);
     RefusalAnswer askToErase(const RefusalQuestion& question) const;
     bool startHelper();
 
     const EraseServices m_services;
     const std::stop_token m_stop;
     const std::vector<TrashLocation> m_wholeTrashes;
+    const std::vector<TrashLocation> m_trashes;
     const std::vector<LeftOutVolume> m_leftOut;
     const std::unique_ptr<QVLogController> m_log;
     const std::function<void()> m_helperIsDone;

@@ -194,6 +194,7 @@ void QVDeleteItems::erase(SharedItemsToErase items) {
     if (items->empty()) items = itemsToErase();
     for (const auto& [trash, error] : count.unreadable())
         m_state->run->decisions().couldNotBegin(trash, error);
+    if (items->empty() && !m_state->request.isAllDisks) m_state->run->noteWhatWasNotListed();
     m_state->run->erase(*items);
     if (m_state->run->handToHelper()) return;
     decideEnd(totItemsDeleted() != 0 ? End::Ordinary : End::NothingErased);

@@ -51,6 +51,7 @@ struct TrashLocation {
     QString volumeName;
     std::string volumePath;  ///< the key by which volumes are matched across refreshes
     bool trashIsEmpty = true;
+    std::uint64_t mountId = 0;  ///< of the volume, as mountIdAt; 0: not known
 };
 
 /// What became of an item that was to be opened.

@@ -101,11 +101,12 @@ Result<bool> isEmptyTrash(const FileUrl& trash) {
 /// Adds the trashes that can be read. The error of the first one that cannot be read becomes the
 /// volume's problem.
 void addTrashes(ListedVolume& volume, const std::vector<TrashFolder>& folders) {
+    const std::uint64_t mountId = mountIdAt(volume.url);
     for (const TrashFolder& folder : folders) {
         const Result<bool> isEmpty = folder.exists ? isEmptyTrash(folder.files) : true;
         if (isEmpty) {
             volume.trashes.push_back(
-                {folder.files, volume.url, volume.name, volume.url.path(), *isEmpty});
+                {folder.files, volume.url, volume.name, volume.url.path(), *isEmpty, mountId});
         } else if (!volume.problem) {
             volume.problem = isEmpty.error();
         }

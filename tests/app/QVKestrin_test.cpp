@@ -142,16 +142,17 @@ class QVKestrinTest : public ::testing::Test {
                 .startTimer = [this](auto delay, auto call) { return timers.start(delay, call); }};
     }
     std::shared_ptr<QVDeleteItems> makeEngine() {
-        auto engine = QVDeleteItems::create({.files = QVFilesUtilities::sharedControl(),
-                                             .numbers = numbers,
-                                             .dates = QVDateUtilities::sharedControl(),
-                                             .presenter = presenter,
-                                             .defaults = defaults,
-                                             .center = center,
-                                             .texts = texts,
-                                             .makeProgressView = progress.factory(),
-                                             .helper = HelperAccess(),
-                                             .isMounted = [](const FileUrl&) { return true; }});
+        auto engine = QVDeleteItems::create(
+            {.files = QVFilesUtilities::sharedControl(),
+             .numbers = numbers,
+             .dates = QVDateUtilities::sharedControl(),
+             .presenter = presenter,
+             .defaults = defaults,
+             .center = center,
+             .texts = texts,
+             .makeProgressView = progress.factory(),
+             .helper = HelperAccess(),
+             .isMounted = [](const FileUrl&, std::uint64_t) { return true; }});
         lastEngine = engine;
         return engine;
     }

@@ -114,14 +114,20 @@ class ConfirmationTest(EndToEndTest):
             self.assertGone()
 
     def test_volume_that_goes_during_the_question(self):
-        """Its entries stay with it, and nothing says otherwise."""
-        for name, command, left in (("One", ["empty", "One"], 1), ("Two", ["empty"], 0)):
+        """Its entries stay with it, also when another one comes, and nothing says otherwise."""
+        self.trash.tree("home")
+        for name, come, *command in (("A", "", "empty", "A"), ("B", "", "erase"),
+                                     ("C", "mount -t tmpfs none", "empty", "C"),
+                                     ("D", "mount -t tmpfs none", "erase"), ("E", "", "empty")):
             point = self.ext4(name)
-            self.volume_trash(point).tree("tree")
-            if name == "One":
-                self.trash.tree("home")
-            status, text = self.ask(b"y\n", *command, meanwhile=lambda: run_as_root("umount", "-l", point))
-            self.assertEqual((status, len(self.trash.names())), (1, left), text)
+            trash = self.volume_trash(point)
+            trash.tree("tree")
+            if command == ["erase"]:
+                command.append(trash.path("tree"))
+            at = os.fsdecode(point)
+            go = f"umount -l {at}; test -z '{come}' || {come} {at}"
+            status, text = self.ask(b"y\n", *command, meanwhile=lambda: run_as_root("sh", "-c", go))
+            self.assertEqual((status, self.trash.names()), (1, [] if name == "E" else [b"home"]), text)
             self.assertIn(os.fsencode(point), text)
 
 

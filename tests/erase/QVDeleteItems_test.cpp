@@ -174,6 +174,13 @@ TEST_F(QVDeleteItemsTest, NamesATrashThatCannotBeReadAnyMore) {
         EXPECT_EQ(engine->stayedEntries()[0].reason, StayReason::Forbidden);
     }
     std::filesystem::permissions(closed, std::filesystem::perms::owner_all);
+
+    request = {};  // a single disk whose count failed
+    request.wholeTrashes = allDisks().wholeTrashes;
+    trashFile("one");
+    ASSERT_TRUE(run(request));
+    ASSERT_EQ(engine->stayedEntries().size(), 1u);
+    EXPECT_TRUE(exists(trash + "/one"));
 }
 
 /// Erases nothing and complains.

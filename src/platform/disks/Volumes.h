@@ -28,8 +28,13 @@ std::vector<FileUrl> mountedVolumes();
 /// that does not exist.
 std::optional<FileUrl> volumeOfItem(const FileUrl& item);
 
-/// Whether the mount table has the volume; always so for "/". Asks the table only.
-bool isVolumeMounted(const FileUrl& volume);
+/// The number of what is mounted at `volume`. No other mount ever has it; on kernels before 6.8 a
+/// later one may. 0 when it cannot be told.
+std::uint64_t mountIdAt(const FileUrl& volume);
+
+/// Whether the mount table has the volume; always so for "/". With a `mountId`, also whether it is
+/// that very mount, and not another one at the same place.
+bool isVolumeMounted(const FileUrl& volume, std::uint64_t mountId = 0);
 
 /// True when something is mounted at the location; false when it is a link.
 bool isMountPoint(const FileUrl& location);

@@ -2,6 +2,8 @@
 // The one place where an errno becomes an error of the program.
 #pragma once
 
+#include <exception>
+
 #include "base/Result.h"
 
 namespace kestrin {
@@ -16,5 +18,9 @@ enum class HostAccess {
 /// kPOSIXErrorDomain with the errno itself. `systemError` is kept and "errorString" holds the
 /// system's text, in UTF-8.
 HostError errorFromErrno(int systemError, HostAccess access);
+
+/// The error behind what the standard library throws for want of memory or of a thread, so that
+/// users can look it up.
+HostError errorFromException(const std::exception& failure);
 
 }  // namespace kestrin

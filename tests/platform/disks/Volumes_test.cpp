@@ -49,6 +49,9 @@ TEST(Volumes, DescribeAnExt4Volume) {
     EXPECT_EQ(volumeOfItem(link.appending("folder")), root);
     EXPECT_FALSE(isMountPoint(link));
     EXPECT_NE(volumeCapacity(link)->totalBytes, capacity->totalBytes);
+    const std::uint64_t mountId = mountIdAt(root);
+    EXPECT_TRUE(isVolumeMounted(root, mountId));
+    EXPECT_FALSE(isVolumeMounted(file.parent(), mountIdAt(file.parent())));
     const FileUrl none = root.appending("none");
     EXPECT_FALSE(volumeOfItem(none) || isVolumeReadOnly(none) || volumeCapacity(none) ||
                  volumeLabel(none) || volumeUUID(none) || volumeIdentifier(none) ||

@@ -152,7 +152,18 @@ std::optional<FileUrl> volumeOfItem(const FileUrl& item) {
     return FileUrl::fromPath(mount->mountPoint);
 }
 
-bool isVolumeMounted(const FileUrl& volume) {
+/// Numbers of the mount table are given again as soon as they are free; the others never are.
+std::uint64_t mountIdAt(const FileUrl& volume) {
+    constexpr unsigned kUniqueMountId = 0x4000;  // STATX_MNT_ID_UNIQUE, which older headers lack
+    struct statx status {};
+    constexpr int kFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
+    const unsigned mask = kUniqueMountId | STATX_MNT_ID;
+    if (statx(AT_FDCWD, volume.path().c_str(), kFlags, mask, &status) != 0) return 0;
+    return (status.stx_mask & mask) != 0 ? status.stx_mnt_id : 0;
+}
+
+bool isVolumeMounted(const FileUrl& volume, std::uint64_t mountId) {
+    if (mountId != 0 && mountIdAt(volume) != mountId) return false;
     if (volume.path() == "/") return true;  // no mount of its own in a changed root
     const auto mounts = currentMounts();
     return std::ranges::any_of(

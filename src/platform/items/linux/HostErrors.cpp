@@ -4,6 +4,8 @@
 #include <QString>
 #include <cerrno>
 #include <cstring>
+#include <new>
+#include <system_error>
 
 namespace kestrin {
 namespace {
@@ -29,6 +31,16 @@ HostError errorFromErrno(int systemError, HostAccess access) {
         error.domain = kPOSIXErrorDomain;
         error.code = systemError;
     }
+    return error;
+}
+
+HostError errorFromException(const std::exception& failure) {
+    if (dynamic_cast<const std::bad_alloc*>(&failure))
+        return errorFromErrno(ENOMEM, HostAccess::Write);
+    if (const auto* const error = dynamic_cast<const std::system_error*>(&failure))
+        return errorFromErrno(error->code().value(), HostAccess::Write);
+    HostError error;
+    error.userInfo["errorString"] = failure.what();
     return error;
 }
 
