@@ -59,21 +59,27 @@ void BusySpinner::timerEvent(QTimerEvent* event) {
 
 void BusySpinner::paintEvent(QPaintEvent*) {
     if (!m_isAnimating) return;
-    const double side = std::min(width(), height());
+    QPainter painter(this);
+    paintBusySpinner(painter, rect(), palette().color(foregroundRole()), m_step);
+}
+
+void paintBusySpinner(QPainter& painter, const QRect& place, const QColor& colour, int step) {
+    const double side = std::min(place.width(), place.height());
     const double thickness = std::max(1.5, side / 8);
     QRectF circle(0, 0, side - thickness, side - thickness);
-    circle.moveCenter(QRectF(rect()).center());
-    const QColor colour = palette().color(foregroundRole());
+    circle.moveCenter(QRectF(place).center());
 
-    QPainter painter(this);
+    painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(Qt::NoBrush);
     painter.setOpacity(kTrackOpacity);
     painter.setPen(QPen(colour, thickness));
     painter.drawEllipse(circle);
     painter.setOpacity(1);
     painter.setPen(QPen(colour, thickness, Qt::SolidLine, Qt::RoundCap));
-    const int begin = 90 - m_step * 360 / kStepsATurn;
+    const int begin = 90 - step % kStepsATurn * 360 / kStepsATurn;
     painter.drawArc(circle, begin * kSixteenthsOfADegree, -kArcDegrees * kSixteenthsOfADegree);
+    painter.restore();
 }
 
 }  // namespace kestrin

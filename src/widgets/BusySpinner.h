@@ -6,7 +6,13 @@
 #include <QBasicTimer>
 #include <QWidget>
 
+class QPainter;
+class QRect;
+
 namespace kestrin {
+
+/// Paints the arc at picture number `step`; 24 pictures make a turn.
+void paintBusySpinner(QPainter& painter, const QRect& place, const QColor& colour, int step);
 
 /// A turning arc in the colour of its foreground role, so that a row under the pointer only sets
 /// the role. Nothing is drawn while it stands still; its place in the layout stays. It wakes the

@@ -3,6 +3,7 @@
 
 #include <QGuiApplication>
 #include <algorithm>
+#include <cmath>
 
 #include "platform/desktop/ui/Appearance.h"
 
@@ -14,6 +15,7 @@ constexpr float kDarker = 0.75F;
 // The frame has a contrast of three to one with its ground, as guidelines ask of a control.
 constexpr float kFrame = 0.45F;
 constexpr float kInside = 0.1F;
+constexpr double kMiddleLuminance = 0.179;  // black and white have the same contrast with it
 constexpr int kDarkerFrame = 140;  // percent: how much darker than the window styles draw a frame
 
 QColor withBrightness(const QColor& color, float factor) {
@@ -25,13 +27,13 @@ QColor withBrightness(const QColor& color, float factor) {
     return QColor::fromHsvF(hue, saturation, std::min(brightness * factor, 1.0F), alpha);
 }
 
-/// The colour that lies at `share` of the way from one to the other.
-QColor between(const QColor& from, const QColor& to, float share) {
-    const auto mix = [share](float first, float second) {
-        return first + (second - first) * share;
+/// 0 (black) to 1 (white), as the Web Content Accessibility Guidelines define it.
+double luminance(const QColor& color) {
+    const auto linear = [](double share) {
+        return share <= 0.04045 ? share / 12.92 : std::pow((share + 0.055) / 1.055, 2.4);
     };
-    return QColor::fromRgbF(mix(from.redF(), to.redF()), mix(from.greenF(), to.greenF()),
-                            mix(from.blueF(), to.blueF()));
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
+           0.0722 * linear(color.blueF());
 }
 
 QColor accentColor(std::int16_t options) {
@@ -56,13 +58,30 @@ void accentColorComponents(std::array<double, 4>& components, std::int16_t optio
     components = {color.redF(), color.greenF(), color.blueF(), color.alphaF()};
 }
 
+QColor blendedColor(const QColor& from, const QColor& to, float share) {
+    const auto mix = [share](float first, float second) {
+        return first + (second - first) * share;
+    };
+    return QColor::fromRgbF(mix(from.redF(), to.redF()), mix(from.greenF(), to.greenF()),
+                            mix(from.blueF(), to.blueF()));
+}
+
+QColor checkedInfoBackground(const QPalette& palette) {
+    const QColor accent = palette.color(QPalette::Active, QPalette::Highlight);
+    return isDarkAppearance(palette) ? lighterColor(accent) : darkerColor(accent);
+}
+
+QColor checkedInfoText(const QPalette& palette) {
+    return luminance(checkedInfoBackground(palette)) > kMiddleLuminance ? Qt::black : Qt::white;
+}
+
 QPalette checkBoxPalette(const QPalette& ground) {
     if (!isDarkAppearance(ground)) return ground;
     QPalette palette = ground;
     const QColor window = ground.color(QPalette::Window);
     const QColor text = ground.color(QPalette::WindowText);
-    palette.setColor(QPalette::Window, between(window, text, kFrame).lighter(kDarkerFrame));
-    palette.setColor(QPalette::Base, between(window, text, kInside));
+    palette.setColor(QPalette::Window, blendedColor(window, text, kFrame).lighter(kDarkerFrame));
+    palette.setColor(QPalette::Base, blendedColor(window, text, kInside));
     return palette;
 }
 

@@ -19,6 +19,15 @@ QColor darkerColor(const QColor& color);
 /// Main thread.
 void accentColorComponents(std::array<double, 4>& components, std::int16_t options);
 
+/// The colour that lies at `share`, 0 to 1, of the way from one to the other; opaque. Thread: any.
+QColor blendedColor(const QColor& from, const QColor& to, float share);
+
+/// The ground of the badge that tells what is checked, and the colour of its text. The ground is a
+/// variant of the accent colour of `palette`, darker in a light appearance and lighter in a dark
+/// one; the text is white or black, whichever is read better on it. Thread: any.
+QColor checkedInfoBackground(const QPalette& palette);
+QColor checkedInfoText(const QPalette& palette);
+
 /// The palette for a check box on a ground of the palette `ground`. In a dark appearance the frame
 /// and the inside of the box are lighter than styles draw them, so that the box stands out; in a
 /// light appearance the result is `ground`.

@@ -6,6 +6,9 @@
 #include <QStandardItemModel>
 #include <QTest>
 
+#include "smartwindow/QVSourceTableCellView.h"
+#include "smartwindow/SourceListModel.h"
+
 namespace kestrin {
 namespace {
 
@@ -32,6 +35,42 @@ TEST(QVSourceTableView, KeepsARowSelectedWhateverIsClicked) {
     view.setCurrentIndex(model.index(0, 0));
     QTest::keyClick(&view, Qt::Key_Down);
     EXPECT_EQ(view.currentIndex().row(), 2) << "rows that cannot be selected are passed over";
+}
+
+TEST(QVSourceTableCellView, ChecksByItsBoxAndByKeyboardAndSelectsNothingThen) {
+    QStandardItemModel model;
+    for (const auto* name : {"File System", "Camera"}) {
+        auto* const item = new QStandardItem(QLatin1String(name));
+        item->setCheckable(true);
+        item->setData(true, SourceListModel::IsGatheringRole);
+        item->setData(QStringLiteral("12 - 1.2 GB"), SourceListModel::MarkedTextRole);
+        model.appendRow(item);
+    }
+    QVSourceTableView view;
+    view.setItemDelegate(new QVSourceTableCellView(QStringLiteral("Measuring…"), &view));
+    view.setModel(&model);
+    for (const auto direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+        view.setLayoutDirection(direction);
+        view.resize(270, 300);
+        view.show();
+        view.setCurrentIndex(model.index(0, 0));
+        const QRect row = view.visualRect(model.index(1, 0));
+        EXPECT_EQ(row.height(), 90);
+        const bool isMirrored = direction == Qt::RightToLeft;
+        const QPoint box(isMirrored ? row.right() - 17 : row.left() + 17, row.center().y());
+        const auto isChecked = [&](int at) { return model.item(at)->checkState() == Qt::Checked; };
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, box);
+        EXPECT_TRUE(isChecked(1));
+        EXPECT_EQ(view.currentIndex().row(), 0);
+        QTest::mouseDClick(view.viewport(), Qt::LeftButton, {}, box);
+        EXPECT_TRUE(isChecked(1)) << "a double click is two clicks";
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, row.center());
+        EXPECT_EQ(view.currentIndex().row(), 1);
+        QTest::keyClick(&view, Qt::Key_Space);
+        EXPECT_TRUE(isChecked(1));
+        QTest::keyClick(&view, Qt::Key_Space, Qt::ControlModifier);
+        EXPECT_FALSE(isChecked(1));
+    }
 }
 
 }  // namespace
