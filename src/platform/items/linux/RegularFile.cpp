@@ -13,11 +13,13 @@
 namespace kestrin {
 namespace {
 
-/// Reads to the end, or until more than `limit` bytes have come.
-std::optional<std::string> readAll(int fd, std::size_t limit) {
+/// Reads to the end, or until more than `limit` bytes have come. A file that tells its size ends
+/// there; 0 for one that does not, as in /proc.
+std::optional<std::string> readAll(int fd, std::size_t limit, off_t size = 0) {
     std::string content;
     char buffer[16384];
     while (content.size() <= limit) {
+        if (size > 0 && content.size() == static_cast<std::size_t>(size)) return content;
         const ssize_t length = read(fd, buffer, sizeof buffer);
         if (length == 0) return content;
         if (length > 0) {
@@ -41,7 +43,7 @@ std::optional<std::string> readRegularFile(int folder, const char* name, std::si
     const UniqueFd file(openQuietly(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
     if (statusOfRead) *statusOfRead = status;
-    return readAll(file.get(), limit);
+    return readAll(file.get(), limit, status.st_size);
 }
 
 std::string readSystemFile(const char* path) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <ctime>
+#include <string>
 #include <utility>
 
 #include "platform/trash/TrashFolders.h"
@@ -118,14 +119,34 @@ std::optional<std::tm> fieldsOfDate(std::string_view text) {
     return fields;
 }
 
+std::optional<std::int64_t> timeOf(std::tm fields) {
+    // -1 is a moment as well as mktime's failure; only success fills in the day of the week.
+    fields.tm_wday = -1;
+    const std::time_t time = std::mktime(&fields);
+    if (fields.tm_wday < 0) return std::nullopt;
+    return time;
+}
+
+/// The last minute that was asked for. At every call mktime looks at the disk which zone holds now,
+/// and mostly a trash was filled by the thousand. A zone may change, so the answer does not last.
+struct KnownMinute {
+    std::string text;
+    std::optional<std::int64_t> begin;
+    std::chrono::steady_clock::time_point asked;
+};
+
 std::optional<std::int64_t> localDate(std::string_view text) {
+    constexpr std::size_t kMinuteLength = std::string_view("0000-00-00T00:00").size();
+    constexpr auto kLasts = std::chrono::seconds(1);
     auto fields = fieldsOfDate(withoutTrailingBlanks(text));
     if (!fields) return std::nullopt;
-    // -1 is a moment as well as mktime's failure; only success fills in the day of the week.
-    fields->tm_wday = -1;
-    const std::time_t time = std::mktime(&*fields);
-    if (fields->tm_wday < 0) return std::nullopt;
-    return time;
+    thread_local KnownMinute known;
+    const int seconds = std::exchange(fields->tm_sec, 0);
+    const std::string_view minute = text.substr(0, kMinuteLength);
+    const auto now = std::chrono::steady_clock::now();
+    if (known.text != minute || now - known.asked >= kLasts)
+        known = {std::string(minute), timeOf(*fields), now};
+    return known.begin ? std::optional(*known.begin + seconds) : std::nullopt;
 }
 
 }  // namespace
