@@ -21,6 +21,10 @@
         <source></source>
         <translation>Kestrin can’t work without its menu there and will quit now. Add a status area (system tray) to your desktop and start Kestrin again, or use its commands in a terminal: “kestrin help” lists them.</translation>
     </message>
+    <message id="checked_left_out">
+        <source></source>
+        <translation>What is checked cannot be erased now.</translation>
+    </message>
     <message id="full_disk_access_authorization">
         <source></source>
         <translation>Kestrin needs full disk access.</translation>
@@ -80,6 +84,10 @@
     <message id="login_error">
         <source></source>
         <translation>Kestrin can’t be set to start at login.</translation>
+    </message>
+    <message id="no_marked_items">
+        <source></source>
+        <translation>Nothing is checked. Check what you want to erase.</translation>
     </message>
     <message id="not_erased">
         <source></source>

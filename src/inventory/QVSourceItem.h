@@ -69,4 +69,7 @@ struct QVSourceItem {
     std::stop_source stop;
 };
 
+/// In the order in which they are listed.
+using SourceItems = std::vector<std::shared_ptr<QVSourceItem>>;
+
 }  // namespace kestrin

@@ -26,6 +26,12 @@ QString originalFolder(const QVSmartWindowItem& item) {
     return item.originalFolder ? displayName(*item.originalFolder) : QString();
 }
 
+/// What is checked, and what is large, is wanted at the top.
+Qt::SortOrder firstOrder(int column) {
+    const bool isDescending = column == ContentListModel::Check || column == ContentListModel::Size;
+    return isDescending ? Qt::DescendingOrder : Qt::AscendingOrder;
+}
+
 /// Where the entry was, or its name where that is not known.
 QString originalPath(const QVSmartWindowItem& item) {
     if (!item.originalFolder) return displayName(item.name);
@@ -195,6 +201,7 @@ bool ContentListModel::setData(const QModelIndex& index, const QVariant& value, 
 
 QVariant ContentListModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || section < 0 || section >= ColumnCount) return {};
+    if (role == Qt::InitialSortOrderRole) return firstOrder(section);
     // The column of the check boxes shows a picture; its text is for who cannot see it.
     const bool isText = role == Qt::AccessibleTextRole ||
                         (section == Check ? role == Qt::ToolTipRole : role == Qt::DisplayRole);
@@ -202,6 +209,10 @@ QVariant ContentListModel::headerData(int section, Qt::Orientation orientation, 
     constexpr std::array titles = {"check_col"_key, "name_col"_key, "size_col"_key,
                                    "date_added_col"_key};
     return m_services.texts.text(titles.at(static_cast<std::size_t>(section)));
+}
+
+void ContentListModel::sort(int column, Qt::SortOrder order) {
+    if (column >= 0 && column < ColumnCount) Q_EMIT sortWasRequested(column, order);
 }
 
 }  // namespace kestrin

@@ -21,7 +21,8 @@ using SharedItemList = std::shared_ptr<const ItemList>;
 enum class MarkChange { Toggle, Unmark, Mark };
 
 /// A table over a list that others sort and filter in the background and hand over as a whole. It
-/// answers from memory alone and so never waits for a disk.
+/// answers from memory alone and so never waits for a disk. It does not sort: `sort` only tells
+/// what the user wants.
 class ContentListModel : public QAbstractTableModel {
     Q_OBJECT
 
@@ -71,10 +72,12 @@ class ContentListModel : public QAbstractTableModel {
     QVariant data(const QModelIndex& index, int role) const override;
     bool setData(const QModelIndex& index, const QVariant& value, int role) override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+    void sort(int column, Qt::SortOrder order) override;
 
  Q_SIGNALS:
     /// The check box of an entry changed its mark.
     void itemWasChecked(const std::shared_ptr<QVSmartWindowItem>& item);
+    void sortWasRequested(int column, Qt::SortOrder order);
 
  private:
     QVariant nameData(const QVSmartWindowItem& item, int role) const;

@@ -19,8 +19,6 @@ namespace kestrin {
 
 struct SmartWindowServices;
 
-using SourceItems = std::vector<std::shared_ptr<QVSourceItem>>;
-
 /// Qt::DisplayRole is the volume's name, Qt::DecorationRole a QPixmap of 64 by 64 points,
 /// Qt::AccessibleTextRole a sentence of name, info and marks. Qt::CheckStateRole is absent where a
 /// row has no check box; a row that is not enabled has a disabled one. Setting it stands for a

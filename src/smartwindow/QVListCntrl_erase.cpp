@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "smartwindow/QVListCntrl_erase.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/MainThread.h"
+#include "base/StringTable.h"
+#include "erase/QVErrorDelegate.h"
+#include "smartwindow/ListQueue.h"
+#include "smartwindow/QVContentTableView.h"
+
+namespace kestrin {
+namespace {
+
+namespace Key = EraseNotification;
+
+constexpr int kLevelOfSheets = 8;  ///< on top of the windows of other programs
+constexpr int kOrdinaryLevel = 0;
+
+LeftOutVolume leftOutVolume(const CheckedSource& checked) {
+    return {.name = checked.source->displayName, .reason = checked.source->note};
+}
+
+CheckedVolume checkedVolume(const CheckedSource& checked) {
+    const auto entry = [items = checked.items](std::size_t index) {
+        const QVSmartWindowItem& item = *items->at(index);
+        CheckedEntry shown{.name = item.name};
+        if (item.originalFolder) shown.originalFolder = *item.originalFolder;
+        if (item.isMeasured) shown.size = item.size;
+        return shown;
+    };
+    return {.name = checked.source->displayName, .count = checked.items->size(), .entry = entry};
+}
+
+}  // namespace
+
+/// What is checked, as a worker gathered it.
+struct QVListCntrl::Gathered {
+    std::vector<CheckedSource> checked;
+    SharedItemsToErase items;
+    std::uint64_t hiddenCount = 0;
+    std::vector<CheckedSource> leftOut;
+};
+
+// --- The command ---
+
+void QVListCntrl::deleteBtnDidClick() {
+    if (m_erase) return;
+    m_erase = std::make_shared<Erase>();
+    m_model.setMarksAreLocked(true);
+    Q_EMIT isErasingDidChange(true);
+    gatherChecked();
+}
+
+void QVListCntrl::gatherChecked() {
+    const SourceItems usable = usableSources();
+    SourceItems others = m_outlets.sourceItems();
+    std::erase_if(others, [](const auto& source) { return source->note.isEmpty(); });
+    const auto gather = [usable, others, filter = m_filter] {
+        Gathered gathered{.checked = checkedIn(usable), .leftOut = checkedIn(others)};
+        gathered.items = itemsToErase(gathered.checked);
+        for (const CheckedSource& checked : gathered.checked)
+            gathered.hiddenCount += checked.figures(filter).hiddenCount;
+        return gathered;
+    };
+    workOnListQueue(*this, gather,
+                    [this, erase = std::weak_ptr(m_erase)](std::optional<Gathered> gathered) {
+                        if (m_erase && erase.lock() == m_erase) takeGathered(std::move(gathered));
+                    });
+}
+
+void QVListCntrl::takeGathered(std::optional<Gathered> gathered) {
+    if (!gathered) return endErase();
+    const bool isOutOfDate = !std::ranges::all_of(
+        gathered->checked,
+        [this](const CheckedSource& checked) { return isUsable(*checked.source); });
+    if (isOutOfDate) return gatherChecked();
+    if (gathered->checked.empty()) return tellThatNothingIsChecked(gathered->leftOut);
+    m_clickedTimes = 0;
+    ask(*gathered);
+}
+
+/// Beeps at first, and says why from the second time on.
+void QVListCntrl::tellThatNothingIsChecked(const std::vector<CheckedSource>& leftOut) {
+    QStringList sentences;
+    for (const CheckedSource& checked : leftOut)
+        sentences += leftOutSentences({leftOutVolume(checked)}, m_services.texts);
+    endErase();
+    if (!sentences.isEmpty()) {
+        m_services.presenter.showError("checked_left_out"_errorKey,
+                                       sentences.join(u'\n').toStdString());
+    } else if (++m_clickedTimes == 1) {
+        m_services.beep();
+    } else {
+        m_services.presenter.showError("no_marked_items"_errorKey);
+    }
+}
+
+// --- The question ---
+
+void QVListCntrl::ask(const Gathered& gathered) {
+    Erase& erase = *m_erase;
+    erase.engine = m_services.makeEngine();
+    EraseRequest request{.isSmartErase = true};
+    for (const CheckedSource& checked : gathered.checked) {
+        request.checked.push_back(checkedVolume(checked));
+        if (!checked.isMeasured()) {
+            waitFor(checked);
+        } else {
+            erase.totals += checked.totals();
+        }
+    }
+    for (const CheckedSource& checked : gathered.leftOut)
+        request.leftOut.push_back(leftOutVolume(checked));
+    if (erase.waiting.empty()) {
+        request.size = erase.totals.size;
+        request.count = erase.totals.count;
+    } else {
+        request.countSender = nullptr;
+    }
+    request.hiddenCount = gathered.hiddenCount;
+    request.window = m_outlets.tableView.window();
+    request.itemsDict = UserInfo().set(Key::kItemsToErase, gathered.items);
+    observeEngine();
+    erase.engine->askToContinue(request);
+    takeLateTotals([](const CheckedSource& checked) { return checked.isMeasured(); });
+}
+
+/// The engine alone is listened to: others erase, too.
+void QVListCntrl::observeEngine() {
+    const QVDeleteItems* const engine = m_erase->engine.get();
+    m_erase->responseObservation = m_services.center.observe(
+        Key::kWaitForResponse,
+        [owner = QPointer(this)](const Notification& told) {
+            MainThread::post([owner, told] {
+                if (owner) owner->waitingForResponse(told);
+            });
+        },
+        engine);
+    m_erase->stopObservation = m_services.center.observe(
+        Key::kStopWorking, [this](const Notification& told) { stopWorking(told); }, engine);
+}
+
+void QVListCntrl::waitingForResponse(const Notification& response) {
+    if (!m_erase || response.sender != m_erase->engine.get()) return;
+    m_erase->responseObservation.reset();
+    if (!response.userInfo.value<bool>(Key::kCanContinue)) return endErase();
+    m_outlets.setWindowLevel(kOrdinaryLevel);
+    const auto engine = m_erase->engine;
+    const auto items = response.userInfo.value<UserInfo>(Key::kItemsDict)
+                           .value<SharedItemsToErase>(Key::kItemsToErase);
+    if (!engine->proceedToEraseWithArray(items))
+        m_services.center.post(Key::kStopWorking, engine.get());
+}
+
+// --- Late totals ---
+
+void QVListCntrl::waitFor(const CheckedSource& checked) {
+    m_erase->waiting.push_back(checked);
+    m_erase->waitingObservations.push_back(m_services.center.observe(
+        Key::kUpdateCountAndSizeToDelete,
+        [owner = QPointer(this)](const Notification& told) {
+            MainThread::post([owner, sender = told.sender] {
+                if (owner) owner->updateCountAndSizeToDelete(sender);
+            });
+        },
+        checked.source.get()));
+}
+
+/// All folders of a source are measured.
+void QVListCntrl::updateCountAndSizeToDelete(const void* source) {
+    takeLateTotals(
+        [source](const CheckedSource& checked) { return checked.source.get() == source; });
+}
+
+/// What went, or does not answer, will not be measured: it counts as far as it is known.
+void QVListCntrl::giveUpWaiting() {
+    takeLateTotals([this](const CheckedSource& checked) { return !isUsable(*checked.source); });
+}
+
+/// Waits no longer for those of which `isOver` holds. The engine is told when none are left.
+void QVListCntrl::takeLateTotals(const std::function<bool(const CheckedSource&)>& isOver) {
+    if (!m_erase || m_erase->waiting.empty()) return;
+    std::erase_if(m_erase->waiting, [&](const CheckedSource& checked) {
+        if (!isOver(checked)) return false;
+        m_erase->totals += checked.lateTotals();
+        return true;
+    });
+    if (!m_erase->waiting.empty()) return;
+    m_erase->waitingObservations.clear();
+    m_services.center.post(
+        Key::kUpdateCountAndSizeToDelete, nullptr,
+        UserInfo().set(Key::kSize, m_erase->totals.size).set(Key::kCount, m_erase->totals.count));
+}
+
+// --- The end ---
+
+void QVListCntrl::stopWorking(const Notification& end) {
+    const bool hasErased = end.userInfo.find<bool>(Key::kWasStoppedByUser) &&
+                           end.userInfo.value<std::uint64_t>(Key::kErasedCount) != 0;
+    if (hasErased) {
+        MainThread::post([owner = QPointer(this)] {
+            if (owner) owner->m_outlets.closeWindow();
+        });
+    } else {
+        m_outlets.setWindowLevel(kLevelOfSheets);
+    }
+    endErase();
+}
+
+void QVListCntrl::endErase() {
+    const auto ended = std::exchange(m_erase, nullptr);
+    m_model.setMarksAreLocked(false);
+    Q_EMIT isErasingDidChange(false);
+}
+
+void QVListCntrl::windowWillClose() {
+    takeLateTotals([](const CheckedSource&) { return true; });
+    if (m_erase && !m_erase->engine) endErase();
+}
+
+}  // namespace kestrin
