@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -21,9 +22,9 @@ using kestrin::UniqueFd;
 struct Shape {
     unsigned folders = 40;        ///< top-level folders
     unsigned files = 200000;      ///< files in all of them together
-    unsigned filesPerLeaf = 100;  ///< files in one leaf folder
+    unsigned filesPerLeaf = 100;  ///< files in one leaf folder; 0: they have none
     unsigned singles = 960;       ///< files beside the folders
-    unsigned bytes = 64;          ///< of every file
+    unsigned bytes = 64;          ///< of every file; those beside the folders have fewer
 };
 
 [[noreturn]] void fail(const std::string& what) {
@@ -46,18 +47,28 @@ void makeFile(int folder, const std::string& name, std::string_view content) {
     if (written != static_cast<ssize_t>(content.size())) fail(name);
 }
 
-void makeRecord(int info, const std::string& name) {
+/// The records name many folders and dates.
+void makeRecord(int info, const std::string& name, unsigned number) {
+    const auto twoDigits = [](unsigned value) { return std::to_string(100 + value).substr(1); };
+    const std::string time =
+        twoDigits(number % 24) + ":" + twoDigits(number % 60) + ":" + twoDigits(number % 59);
     makeFile(info, name + ".trashinfo",
-             "[Trash Info]\nPath=/home/bench/" + name + "\nDeletionDate=2026-01-02T03:04:05\n");
+             "[Trash Info]\nPath=/home/bench/folder" + twoDigits(number % 50) + "/" + name +
+                 "\nDeletionDate=2026-01-" + twoDigits(1 + number % 28) + "T" + time + "\n");
+}
+
+void makeFiles(int folder, unsigned count, std::string_view content) {
+    for (unsigned number = 0; number < count; ++number)
+        makeFile(folder, "file" + std::to_string(number), content);
 }
 
 /// One top-level folder: leaf folders of `filesPerLeaf` files, the last one of what is left.
 void fillFolder(int folder, unsigned files, const Shape& shape, std::string_view content) {
-    unsigned made = 0;
-    for (unsigned leaf = 0; made < files; ++leaf) {
+    if (shape.filesPerLeaf == 0) return makeFiles(folder, files, content);
+    for (unsigned leaf = 0; leaf * shape.filesPerLeaf < files; ++leaf) {
         const UniqueFd leafFolder = makeFolder(folder, "leaf" + std::to_string(leaf));
-        for (unsigned number = 0; number < shape.filesPerLeaf && made < files; ++number, ++made)
-            makeFile(leafFolder.get(), "file" + std::to_string(number), content);
+        makeFiles(leafFolder.get(), std::min(shape.filesPerLeaf, files - leaf * shape.filesPerLeaf),
+                  content);
     }
 }
 
@@ -71,12 +82,12 @@ void makeTrash(const std::string& path, const Shape& shape) {
         const UniqueFd folder = makeFolder(files.get(), name);
         const unsigned extra = number < shape.files % shape.folders ? 1 : 0;
         fillFolder(folder.get(), shape.files / shape.folders + extra, shape, content);
-        makeRecord(info.get(), name);
+        makeRecord(info.get(), name, number);
     }
     for (unsigned number = 0; number < shape.singles; ++number) {
         const std::string name = "single" + std::to_string(number);
-        makeFile(files.get(), name, content);
-        makeRecord(info.get(), name);
+        makeFile(files.get(), name, std::string_view(content).substr(number % shape.bytes));
+        makeRecord(info.get(), name, number);
     }
 }
 
