@@ -13,7 +13,9 @@
 #include <any>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -60,7 +62,9 @@ enum class LaunchResult : std::uint8_t {
     Refused,     ///< a program, an executable script, a launcher, or neither file nor folder
     Unreadable,  ///< no absolute path, absent, or not to be read
     NoOpener,    ///< the desktop has none, or it could not be started
+    Silent,      ///< the disk does not answer
 };
+using LaunchAnswer = std::function<void(const std::vector<LaunchResult>&)>;
 
 /// Sums of a folder's items: total file sizes (data and resource fork) and file sizes (data fork).
 /// The same on a host without resource forks.
@@ -259,9 +263,12 @@ class QVFilesUtilities {
     bool appWithIdentifierExists(const std::string& identifier) const;
     /// The version that a desktop entry names. Empty when its packager gave none, which is common.
     QString appVersionWithURL(const FileUrl& url) const;
-    /// Hands the items to the desktop's opener, one after the other, and tells what became of each,
-    /// in order. An item is never run. Main thread; needs a QGuiApplication.
-    std::vector<LaunchResult> launchItems(const std::vector<std::string>& paths) const;
+    /// Hands the items to the desktop's opener, one after the other, and tells `done` what became
+    /// of each, in order. An item is never run. Returns at once: the disk is asked on a thread that
+    /// nobody waits for. When it has not answered within `patience`, nothing is opened, not later
+    /// either. Main thread, `done` too; needs a QGuiApplication.
+    void launchItems(std::vector<std::string> paths, LaunchAnswer done,
+                     std::chrono::milliseconds patience = std::chrono::seconds(10)) const;
 
     // --- Volumes and trash locations (inventory/QVFilesUtilities_volumes.cpp) ---
 

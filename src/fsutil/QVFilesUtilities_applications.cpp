@@ -2,12 +2,16 @@
 // Programs that the desktop knows.
 #include <QDesktopServices>
 #include <QUrl>
+#include <algorithm>
+#include <utility>
 
+#include "base/MainThread.h"
 #include "fsutil/HostLocation.h"
 #include "fsutil/QVFilesUtilities.h"
 #include "platform/desktop/DesktopApplications.h"
 #include "platform/desktop/SafeToOpen.h"
 #include "platform/items/KeyFile.h"
+#include "platform/processes/AnswerWithin.h"
 
 namespace kestrin {
 namespace {
@@ -26,15 +30,32 @@ QString fileNameOf(const FileUrl& entry) {
     return displayText(name);
 }
 
-LaunchResult launch(const std::string& path) {
-    if (!path.starts_with('/')) return LaunchResult::Unreadable;
-    const FileUrl item = FileUrl::fromPath(path);
+/// An item, and Opened when it may be.
+struct Verdict {
+    FileUrl item;
+    LaunchResult result = LaunchResult::Unreadable;
+};
+
+Verdict verdictOn(const std::string& path) {
+    const FileUrl item = FileUrl::fromPath(hostPath(FileUrl::fromPath(path)));
+    if (!item.path().starts_with('/')) return {item, LaunchResult::Unreadable};
     const auto isSafe = isSafeToOpen(item);
-    if (!isSafe) return LaunchResult::Unreadable;
-    if (!*isSafe) return LaunchResult::Refused;
+    if (!isSafe) return {item, LaunchResult::Unreadable};
+    return {item, *isSafe ? LaunchResult::Opened : LaunchResult::Refused};
+}
+
+LaunchResult launch(const Verdict& verdict) {
+    if (verdict.result != LaunchResult::Opened) return verdict.result;
     // Percent-encoded, which keeps every byte of the name.
-    const QUrl url = QUrl::fromEncoded(QByteArray::fromStdString(item.toString()));
+    const QUrl url = QUrl::fromEncoded(QByteArray::fromStdString(verdict.item.toString()));
     return QDesktopServices::openUrl(url) ? LaunchResult::Opened : LaunchResult::NoOpener;
+}
+
+std::vector<Verdict> verdictsOn(const std::vector<std::string>& paths) {
+    std::vector<Verdict> verdicts;
+    for (const std::string& path : paths)
+        verdicts.push_back(verdictOn(path));
+    return verdicts;
 }
 
 }  // namespace
@@ -76,12 +97,21 @@ QString QVFilesUtilities::appVersionWithURL(const FileUrl& url) const {
     return {};
 }
 
-std::vector<LaunchResult> QVFilesUtilities::launchItems(
-    const std::vector<std::string>& paths) const {
-    std::vector<LaunchResult> results;
-    for (const std::string& path : paths)
-        results.push_back(launch(hostPath(FileUrl::fromPath(path))));
-    return results;
+void QVFilesUtilities::launchItems(std::vector<std::string> paths, LaunchAnswer done,
+                                   std::chrono::milliseconds patience) const {
+    const std::size_t count = paths.size();
+    const auto answer = [count, done = std::move(done)](const std::vector<Verdict>& verdicts) {
+        std::vector<LaunchResult> results(count, LaunchResult::Silent);
+        std::ranges::transform(verdicts, results.begin(), launch);
+        done(results);
+    };
+    const bool isAsked = runAbandoned([paths = std::move(paths), patience, answer] {
+        const auto verdicts =
+            answerWithin<std::vector<Verdict>>(patience, [paths] { return verdictsOn(paths); });
+        MainThread::post(
+            [verdicts = verdicts.value_or(std::vector<Verdict>()), answer] { answer(verdicts); });
+    });
+    if (!isAsked) answer({});
 }
 
 }  // namespace kestrin

@@ -40,9 +40,9 @@ struct SmartWindowServices {
     std::function<void()> beep;
     /// Shows entries in the desktop's file manager.
     std::function<void(const std::vector<FileUrl>&)> reveal;
-    /// Opens entries, given by their paths, with their default programs. It may ask a disk, which
-    /// may be slow: a worker calls it. One result for each path, in their order.
-    std::function<std::vector<LaunchResult>(const std::vector<std::string>&)> open;
+    /// Opens entries, given by their paths, with their default programs, and waits for no disk. The
+    /// answer comes later, on the main thread: one result for each path, in their order.
+    std::function<void(std::vector<std::string>, LaunchAnswer)> open;
     /// Tells the user one message that needs no answer.
     std::function<void(const QString&)> tellUser;
 };

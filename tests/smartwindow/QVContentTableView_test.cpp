@@ -7,10 +7,11 @@
 #include <QContextMenuEvent>
 #include <QTest>
 
+#include "format/NameSortKey.h"
 #include "smartwindow/ContentListModel.h"
 #include "smartwindow/QVDateCellView.h"
 #include "smartwindow/QVTableHeaderCntrl.h"
-#include "smartwindow/support/TestServices.h"
+#include "smartwindow/support/WindowWorld.h"
 
 namespace kestrin {
 namespace {
@@ -19,7 +20,17 @@ using namespace kestrin::test;
 using ::testing::ElementsAre;
 using ::testing::Pair;
 
-class QVContentTableViewTest : public ::testing::Test, protected TestServices {
+/// An entry as a listing makes it.
+std::shared_ptr<QVSmartWindowItem> listedItem(std::string_view name) {
+    auto item = QVSmartWindowItem::item();
+    item->trash = std::make_shared<FileUrl>(FileUrl::fromPath("/trash/files"));
+    item->name = name;
+    item->nameKey = nameSortKey(name);
+    item->isMeasured = true;
+    return item;
+}
+
+class QVContentTableViewTest : public ::testing::Test, protected WindowWorld {
  protected:
     void show(ItemList items) {
         rows = std::move(items);
@@ -36,6 +47,7 @@ class QVContentTableViewTest : public ::testing::Test, protected TestServices {
     }
     void pause() { QTest::qWait(QApplication::keyboardInputInterval() + 50); }
 
+    const SmartWindowServices services = WindowWorld::services();
     ItemList rows;
     ContentListModel model{services};
     QVContentTableView view{dates};

@@ -2,6 +2,7 @@
 // What the browsing window works with in a test: volumes that are folders, each with its trash.
 #pragma once
 
+#include <QStringList>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -109,9 +110,12 @@ struct WindowWorld {
                 [] { return std::shared_ptr<QVDeleteItems>(); },
                 [](const TrashLocation&) { return QIcon(); },
                 [this] { ++beeps; },
-                [](const std::vector<FileUrl>&) {},
-                [](const std::vector<std::string>&) { return std::vector<LaunchResult>(); },
-                [](const QString&) {}};
+                [this](const std::vector<FileUrl>& urls) { revealed = urls; },
+                [this](std::vector<std::string> paths, const LaunchAnswer& done) {
+                    opened = std::move(paths);
+                    done(launchResults);
+                },
+                [this](const QString& text) { told.append(text); }};
     }
 
     const ScratchFolder scratch;
@@ -125,6 +129,10 @@ struct WindowWorld {
     QVErrorDelegate presenter{alerts.factory(), texts, defaults};
     TrashListing trashes;
     int beeps = 0;
+    std::vector<FileUrl> revealed;
+    std::vector<std::string> opened;
+    std::vector<LaunchResult> launchResults;  ///< the answer to the next `open`
+    QStringList told;
 };
 
 }  // namespace kestrin::test
