@@ -712,6 +712,14 @@ Examples:
         <source></source>
         <translation>The log file can’t be opened, so nothing was erased. Make room for the log or allow Kestrin to write to its log folder, or turn the log off in the preferences.</translation>
     </message>
+    <message id="progress_all">
+        <source></source>
+        <translation>Emptying all trashes</translation>
+    </message>
+    <message id="progress_checked">
+        <source></source>
+        <translation>Erasing from the trash</translation>
+    </message>
     <message id="progress_count">
         <source></source>
         <translation>%@ of %@</translation>

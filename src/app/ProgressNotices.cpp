@@ -51,10 +51,9 @@ void ProgressNotices::followWindow() {
     if (!m_isShown) return;
     if (m_isInFront() || m_state.phase == Phase::Over) return m_notification.close();
     const bool canStop = m_state.phase == Phase::Working;
-    m_notification.show(
-        {.title = m_state.mainText.isEmpty() ? m_texts.text("progress_main"_key) : m_state.mainText,
-         .text = {},
-         .actionTitle = canStop ? m_texts.text("stop_btn"_key) : QString()});
+    m_notification.show({.title = m_state.mainText,
+                         .text = {},
+                         .actionTitle = canStop ? m_texts.text("stop_btn"_key) : QString()});
 }
 
 }  // namespace kestrin

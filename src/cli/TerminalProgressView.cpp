@@ -39,10 +39,10 @@ void TerminalProgressView::drawSoon() {
 void TerminalProgressView::draw() {
     // A question that waits for its answer owns the line.
     if (!m_isOpen || m_console.terminal().isAsking()) return;
-    const bool isOwnText = m_state.mainText.isEmpty();
+    const bool isErasing = m_state.figures && m_state.phase != ProgressState::Phase::Stopping;
     ProgressLine line{
         .percent = std::nullopt,
-        .text = isOwnText ? m_console.text("cli_progress_erasing"_key) : m_state.mainText,
+        .text = isErasing ? m_console.text("cli_progress_erasing"_key) : m_state.mainText,
         .figures = {}};
     if (m_state.figures) {
         line.percent = m_state.figures->percent();

@@ -58,6 +58,12 @@ void EraseProgress::showErasing() {
     update();
 }
 
+QString EraseProgress::mainText() const {
+    const StringTable& texts = m_subject.services.texts;
+    if (m_subject.isSmartErase) return texts.text("progress_checked"_key);
+    return texts.text(m_subject.isAllDisks ? "progress_all"_key : "progress_main"_key);
+}
+
 QString EraseProgress::erasingText() const {
     const StringTable& texts = m_subject.services.texts;
     if (!m_subject.volumeName.isEmpty())
@@ -101,11 +107,10 @@ ProgressState EraseProgress::state() const {
     ProgressState state{.phase = m_isOver     ? Phase::Over
                                  : isStopping ? Phase::Stopping
                                               : Phase::Working};
-    if (isStopping) state.mainText = texts.text("stopping"_key);
-    if (m_isGathering) {
-        if (!isStopping) state.mainText = texts.text("gathering_bin_info"_key);
-        return state;
-    }
+    state.mainText = isStopping      ? texts.text("stopping"_key)
+                     : m_isGathering ? texts.text("gathering_bin_info"_key)
+                                     : mainText();
+    if (m_isGathering) return state;
     const EraseDecisions& decisions = m_subject.run->decisions();
     const std::uint64_t items = decisions.totItemsDeleted;
     const std::uint64_t bytes = decisions.totSizeDeleted;

@@ -27,6 +27,7 @@ class EraseProgress : public std::enable_shared_from_this<EraseProgress> {
         std::shared_ptr<EraseCount> count;
         std::shared_ptr<EraseRun> run;
         bool isSmartErase = false;
+        bool isAllDisks = false;
         WindowHandle smartWindow = nullptr;  ///< smart erase: the parent of the sheet
         QString volumeName;                  ///< a single disk that was named; else empty
     };
@@ -63,6 +64,7 @@ class EraseProgress : public std::enable_shared_from_this<EraseProgress> {
     void open();
     void update();
     ProgressState state() const;
+    QString mainText() const;
     QString erasingText() const;
 
     const Subject m_subject;

@@ -34,8 +34,8 @@ struct ProgressState {
         Over,      ///< nothing is left to be stopped; the end is about to be reported
     };
     Phase phase = Phase::Working;
-    QString mainText{};  ///< what is happening; empty: the view's own words for an erase
-    QString infoText{};  ///< what is being erased; may be empty
+    QString mainText{};                        ///< what is happening
+    QString infoText{};                        ///< what is being erased; may be empty
     std::optional<ProgressFigures> figures{};  ///< none while the items are being counted
 };
 

@@ -171,6 +171,7 @@ bool QVDeleteItems::makeParts(std::unique_ptr<QVLogController> log) {
                                                .count = m_state->count,
                                                .run = m_state->run,
                                                .isSmartErase = m_state->request.isSmartErase,
+                                               .isAllDisks = m_state->request.isAllDisks,
                                                .smartWindow = m_state->request.window,
                                                .volumeName = m_state->volumeName},
                                               m_state->stop);

@@ -33,7 +33,9 @@ class ProgressNoticesTest : public ::testing::Test {
     }
     static ProgressState at(std::uint64_t percent,
                             ProgressState::Phase phase = ProgressState::Phase::Working) {
-        return {.phase = phase, .figures = ProgressFigures{.items = percent, .allItems = 100}};
+        return {.phase = phase,
+                .mainText = QStringLiteral("Erasing"),
+                .figures = ProgressFigures{.items = percent, .allItems = 100}};
     }
     /// Whether the notification comes, or goes.
     bool shows(bool isShown = true) {
@@ -61,8 +63,8 @@ TEST_F(ProgressNoticesTest, TellOfTheEraseWhileItShowsAndNoLonger) {
 
     m_notices->open(nullptr);
     EXPECT_TRUE(shows());
-    EXPECT_EQ(m_desktop->texts.back(), m_texts.text("progress_main") + QStringLiteral("||action,") +
-                                           m_texts.text("stop_btn"));
+    EXPECT_EQ(m_desktop->texts.back(),
+              QStringLiteral("Erasing||action,") + m_texts.text("stop_btn"));
     m_notices->show(at(43));
     EXPECT_TRUE(waitFor([this] { return m_dock->shown.size() == 2; }));
 

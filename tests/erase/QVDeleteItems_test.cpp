@@ -102,6 +102,7 @@ TEST_F(QVDeleteItemsTest, ErasesEverythingAndSaysSoOnce) {
     EXPECT_EQ(ends[0].value<std::uint64_t>(Key::kErasedSize), 10u);
     EXPECT_FALSE(ends[0].value<bool>(Key::kWasStoppedByUser, true));
     EXPECT_TRUE(progress.parents.empty()) << "within 0.7 s nothing shows";
+    EXPECT_EQ(progress.states.back().mainText, texts.text("progress_all"_key));
     EXPECT_EQ(progress.closed, 1);
 }
 
@@ -120,6 +121,7 @@ TEST_F(QVDeleteItemsTest, ASingleDiskIsNamedUnlessNobodyWasAskedAndOnlyWhatWasLi
     ASSERT_TRUE(run(request, items("two")));
     EXPECT_EQ(alerts.models.size(), 1u);
     EXPECT_EQ(progress.states.back().infoText, texts.text("erasing_all"_key));
+    EXPECT_EQ(progress.states.back().mainText, texts.text("progress_main"_key));
 
     trashFile("replaced");
     const SharedItemsToErase listed = items("replaced");

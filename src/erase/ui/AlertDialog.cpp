@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollBar>
 #include <QStyle>
 #include <QStyledItemDelegate>
 #include <QTextBoundaryFinder>
@@ -181,8 +182,6 @@ QWidget* AlertDialog::makeDetails() {
     m_details->setAccessibleName(m_model.details.title);
     m_details->setModel(new AlertDetailsModel(m_model.details, m_details));
     m_details->setItemDelegate(new RoomyCells(m_details));
-    for (const std::size_t row : m_model.details.headings)
-        m_details->setFirstColumnSpanned(static_cast<int>(row), {}, true);
     m_details->setRootIsDecorated(false);
     m_details->setUniformRowHeights(true);
     m_details->setTextElideMode(Qt::ElideMiddle);
@@ -195,6 +194,9 @@ QWidget* AlertDialog::makeDetails() {
 void AlertDialog::showDetails(bool show) {
     m_details->setVisible(show);
     if (!show) return adjustSize();
+    // Not before it shows: that would lay out the rows of a list that has no size yet.
+    for (const std::size_t row : m_model.details.headings)
+        m_details->setFirstColumnSpanned(static_cast<int>(row), {}, true);
     fitDetails();
     moveOntoScreen();
 }
@@ -204,7 +206,8 @@ void AlertDialog::fitDetails() {
     QHeaderView& header = *m_details->header();
     header.setSectionResizeMode(QHeaderView::Interactive);
     header.resizeSections(QHeaderView::ResizeToContents);
-    const int room = m_details->width() - m_details->viewport()->width();
+    const int room =
+        2 * m_details->frameWidth() + m_details->verticalScrollBar()->sizeHint().width();
     const int widest = std::min(kWidestDetails, screen()->availableGeometry().width() * 9 / 10);
     m_details->setMinimumWidth(
         std::clamp(header.length() + room, std::min(kDetailsSize.width(), widest), widest));

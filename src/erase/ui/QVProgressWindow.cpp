@@ -63,7 +63,6 @@ QVProgressWindow::QVProgressWindow(const StringTable& texts, const QVNumberUtili
     layout->addWidget(m_bar);
     layout->addWidget(makeFigures());
     setFocusPolicy(Qt::ClickFocus);
-    showMainText(m_texts.text("progress_main"_key));
     // A strut and not a minimum width of the window, which would keep it from growing with its
     // figures.
     layout->addStrut(kWidth - layout->contentsMargins().left() - layout->contentsMargins().right());
@@ -93,9 +92,7 @@ QWidget* QVProgressWindow::makeFigures() {
 void QVProgressWindow::setState(const ProgressState& state) {
     m_isOver = state.phase == ProgressState::Phase::Over;
     m_stopButton->setEnabled(state.phase == ProgressState::Phase::Working && !m_wasStopped);
-    if (!m_wasStopped) {
-        showMainText(state.mainText.isEmpty() ? m_texts.text("progress_main"_key) : state.mainText);
-    }
+    if (!m_wasStopped) showMainText(state.mainText);
     m_infoLine->setFullText(state.infoText);
     showFigures(state.figures);
 }

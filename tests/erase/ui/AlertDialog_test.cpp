@@ -7,6 +7,8 @@
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
+#include <QToolButton>
+#include <QTreeView>
 #include <memory>
 #include <optional>
 
@@ -96,6 +98,28 @@ TEST_F(AlertDialogTest, NamesAreNeverMarkupAndDoNotWidenTheWindow) {
     EXPECT_TRUE(find<QLabel>("title")->toolTip().contains(QLatin1String("&lt;b&gt;x")));
     model.title = QString(300, u'W');
     EXPECT_EQ(show(model).width(), width);
+}
+
+TEST_F(AlertDialogTest, AListOfAMillionUnfoldsByKeyboardAndMakesTheRowsThatAreSeen) {
+    int made = 0;
+    AlertModel model = kMessage;
+    model.details = {.title = QStringLiteral("List"),
+                     .columns = {},
+                     .count = 1'000'000,
+                     .row =
+                         [&made](std::size_t row) {
+                             ++made;
+                             return AlertDetail{{QString::number(row)}, {}};
+                         },
+                     .headings = {0, 500'000}};
+    show(model);
+    QTest::keyClick(find<QToolButton>("details_button"), Qt::Key_Space);
+    auto* const list = find<QTreeView>("details");
+    ASSERT_TRUE(list->isVisible());
+    QTest::keyClick(list, Qt::Key_End);
+    EXPECT_EQ(list->currentIndex().row(), 999'999);
+    EXPECT_GT(list->visualRect(list->currentIndex()).height(), 0);
+    EXPECT_LT(made, 10'000);
 }
 
 /// The alert that is open.
