@@ -116,7 +116,8 @@ TEST_F(AlertDialogTest, AListOfAMillionUnfoldsByKeyboardAndMakesTheRowsThatAreSe
     QTest::keyClick(find<QToolButton>("details_button"), Qt::Key_Space);
     auto* const list = find<QTreeView>("details");
     ASSERT_TRUE(list->isVisible());
-    QTest::keyClick(list, Qt::Key_End);
+    for (const Qt::Key key : {Qt::Key_Down, Qt::Key_End})
+        QTest::keyClick(list, key);
     EXPECT_EQ(list->currentIndex().row(), 999'999);
     EXPECT_GT(list->visualRect(list->currentIndex()).height(), 0);
     EXPECT_LT(made, 10'000);
