@@ -2,6 +2,7 @@
 #include "erase/StayedDetails.h"
 
 #include <QStringList>
+#include <algorithm>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -54,6 +55,10 @@ std::string_view helpKey(const StayedEntry& entry) {
     return "stayed_help_error"_key;
 }
 
+bool hasReplaced(const std::vector<StayedEntry>& stayed) {
+    return std::ranges::find(stayed, StayReason::Replaced, &StayedEntry::reason) != stayed.end();
+}
+
 AlertDetail detailOf(const StayedEntry& entry, const StringTable& texts) {
     return {.cells = {displayName(entry.url.lastPathComponent()),
                       displayName(stayedReason(entry, texts)), texts.text(helpKey(entry))},
@@ -80,6 +85,7 @@ AlertDetails stayedDetails(std::vector<StayedEntry> stayed, const StringTable& t
 std::optional<ErrorReport> endReport(EraseDecisions& decisions, const StringTable& texts,
                                      const QVNumberUtilities& numbers) {
     const std::uint64_t busy = decisions.itemBusyCount;
+    std::vector<StayedEntry> stayed = decisions.stayedEntries();
     ErrorReport report;
     if (busy >= 2) {
         report.error = "busy_plur"_errorKey;
@@ -89,10 +95,13 @@ std::optional<ErrorReport> endReport(EraseDecisions& decisions, const StringTabl
     } else if (decisions.notErasedCount != 0) {
         report.error =
             decisions.isHelperAuthorized() ? "not_erased"_errorKey : "user_not_authorized"_errorKey;
+    } else if (hasReplaced(stayed)) {
+        // What the user chose is gone, and something else has its name: that must not pass unseen.
+        report.error = "not_erased"_errorKey;
     } else {
         return std::nullopt;
     }
-    report.details = stayedDetails(decisions.stayedEntries(), texts);
+    report.details = stayedDetails(std::move(stayed), texts);
     return report;
 }
 

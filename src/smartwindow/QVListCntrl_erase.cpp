@@ -105,6 +105,7 @@ void QVListCntrl::ask(const Gathered& gathered) {
     EraseRequest request{.isSmartErase = true};
     for (const CheckedSource& checked : gathered.checked) {
         request.checked.push_back(checkedVolume(checked));
+        request.trashes.push_back(checked.source->location);
         if (!checked.isMeasured()) {
             waitFor(checked);
         } else {

@@ -124,12 +124,16 @@ TEST_F(QVDeleteItemsTest, ASingleDiskIsNamedUnlessNobodyWasAskedAndOnlyWhatWasLi
     EXPECT_EQ(progress.states.back().mainText, texts.text("progress_main"_key));
 
     trashFile("replaced");
-    const SharedItemsToErase listed = items("replaced");
+    trashFile("goes");
+    auto listed = std::make_shared<ItemsToErase>(*items("replaced"));
+    listed->push_back(items("goes")->front());
     std::filesystem::rename(trash + "/replaced", scratch / "moved");
     trashFile("replaced");
     ASSERT_TRUE(run(request, listed));
     ASSERT_EQ(engine->stayedEntries().size(), 1u);
     EXPECT_EQ(engine->stayedEntries()[0].reason, StayReason::Replaced);
+    ASSERT_EQ(alerts.models.size(), 2u);
+    EXPECT_EQ(alerts.models[1].details.row(0).cells[1], texts.text("stayed_replaced"_key));
     EXPECT_TRUE(exists(trash + "/replaced"));
 }
 
