@@ -93,6 +93,42 @@
         <source></source>
         <translation>Some items could not be erased.</translation>
     </message>
+    <message id="not_opened">
+        <source></source>
+        <translation>“%@” was not opened.</translation>
+    </message>
+    <message id="not_opened_plur">
+        <source></source>
+        <translation>%@ items were not opened.</translation>
+    </message>
+    <message id="open_no_opener">
+        <source></source>
+        <translation>The desktop has no program that opens this kind of item.</translation>
+    </message>
+    <message id="open_refused">
+        <source></source>
+        <translation>Programs, executable scripts and launchers would run when they are opened. Kestrin does not run what is in the trash.</translation>
+    </message>
+    <message id="open_several_reasons">
+        <source></source>
+        <translation>Some are programs, scripts or launchers, which Kestrin does not run from the trash. Others cannot be read, or no program opens them.</translation>
+    </message>
+    <message id="open_silent">
+        <source></source>
+        <translation>The disk is not answering. Try again when it does.</translation>
+    </message>
+    <message id="open_too_many">
+        <source></source>
+        <translation>Too many items are selected to open all of them.</translation>
+    </message>
+    <message id="open_too_many_mess">
+        <source></source>
+        <translation>Select %@ items at most.</translation>
+    </message>
+    <message id="open_unreadable">
+        <source></source>
+        <translation>What is not there any more, or may not be read, cannot be opened.</translation>
+    </message>
     <message id="pkexec_missing">
         <source></source>
         <translation>Kestrin can’t ask for an administrator’s password: the program pkexec is not installed.</translation>

@@ -577,9 +577,57 @@ Examples:
         <source></source>
         <translation>Empty Trash of Disk</translation>
     </message>
+    <message id="empty_no_match">
+        <source></source>
+        <translation>No item matches the filter</translation>
+    </message>
+    <message id="empty_no_match_hint">
+        <source></source>
+        <translation>Change or clear the filter. What is checked stays checked.</translation>
+    </message>
+    <message id="empty_no_trash">
+        <source></source>
+        <translation>There is no trash to show</translation>
+    </message>
+    <message id="empty_no_trash_hint">
+        <source></source>
+        <translation>A volume is listed as soon as it is connected and has a trash.</translation>
+    </message>
+    <message id="empty_not_answering">
+        <source></source>
+        <translation>This volume is not answering</translation>
+    </message>
+    <message id="empty_not_answering_hint">
+        <source></source>
+        <translation>Its items are shown when it answers again. Choose another trash meanwhile.</translation>
+    </message>
+    <message id="empty_preview">
+        <source></source>
+        <translation>No preview</translation>
+    </message>
+    <message id="empty_preview_hint">
+        <source></source>
+        <translation>Open the item to see what is in it.</translation>
+    </message>
+    <message id="empty_selection">
+        <source></source>
+        <translation>Nothing is selected</translation>
+    </message>
+    <message id="empty_selection_hint">
+        <source></source>
+        <translation>Select items in the list to see more of them. Check those that are to be erased.</translation>
+    </message>
+    <message id="empty_trash">
+        <source></source>
+        <translation>This trash is empty</translation>
+    </message>
     <message id="empty_trash_button">
         <source></source>
         <translation>Empty Trash</translation>
+    </message>
+    <message id="empty_trash_hint">
+        <source></source>
+        <translation>There is nothing to erase here. Choose another trash in the list at the side.</translation>
     </message>
     <message id="end_delete_all">
         <source></source>
@@ -683,6 +731,34 @@ Examples:
     <message id="marked_thousands">
         <source></source>
         <translation>%@K</translation>
+    </message>
+    <message id="menu_copy_name">
+        <source></source>
+        <translation>Copy Name</translation>
+    </message>
+    <message id="menu_copy_path">
+        <source></source>
+        <translation>Copy Path</translation>
+    </message>
+    <message id="menu_mark">
+        <source></source>
+        <translation>Check</translation>
+    </message>
+    <message id="menu_open">
+        <source></source>
+        <translation>Open</translation>
+    </message>
+    <message id="menu_reveal">
+        <source></source>
+        <translation>Show in File Manager</translation>
+    </message>
+    <message id="menu_toggle">
+        <source></source>
+        <translation>Invert Checks</translation>
+    </message>
+    <message id="menu_unmark">
+        <source></source>
+        <translation>Uncheck</translation>
     </message>
     <message id="name_col">
         <source></source>

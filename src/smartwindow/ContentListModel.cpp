@@ -22,6 +22,9 @@ static_assert(kKeys.size() == ContentListModel::ColumnCount);
 
 constexpr std::uint16_t kSizeScale = 4;
 
+/// Sizes end below each other, and their header with them.
+constexpr Qt::Alignment kFigures = Qt::AlignTrailing | Qt::AlignVCenter;
+
 QString originalFolder(const QVSmartWindowItem& item) {
     return item.originalFolder ? displayName(*item.originalFolder) : QString();
 }
@@ -170,7 +173,7 @@ QVariant ContentListModel::nameData(const QVSmartWindowItem& item, int role) con
 }
 
 QVariant ContentListModel::sizeData(const QVSmartWindowItem& item, int role) const {
-    if (role == Qt::TextAlignmentRole) return QVariant(Qt::AlignRight | Qt::AlignVCenter);
+    if (role == Qt::TextAlignmentRole) return int(kFigures);
     if (!item.isMeasured) {
         if (role == Qt::DisplayRole) return m_services.texts.text("size_is_measured"_key);
         if (role == Qt::AccessibleTextRole)
@@ -202,6 +205,7 @@ bool ContentListModel::setData(const QModelIndex& index, const QVariant& value, 
 QVariant ContentListModel::headerData(int section, Qt::Orientation orientation, int role) const {
     if (orientation != Qt::Horizontal || section < 0 || section >= ColumnCount) return {};
     if (role == Qt::InitialSortOrderRole) return firstOrder(section);
+    if (role == Qt::TextAlignmentRole && section == Size) return int(kFigures);
     // The column of the check boxes shows a picture; its text is for who cannot see it.
     const bool isText = role == Qt::AccessibleTextRole ||
                         (section == Check ? role == Qt::ToolTipRole : role == Qt::DisplayRole);

@@ -60,6 +60,7 @@ QVListCntrl::QVListCntrl(const SmartWindowServices& services, ListOutlets outlet
             &QVListCntrl::selectionChanged);
     connect(&m_model, &ContentListModel::sortWasRequested, this, &QVListCntrl::sortWasRequested);
     connect(&table, &QVContentTableView::checkToggled, this, &QVListCntrl::toggleMarksOfSelection);
+    setupContextualMenu();
     observe();
     m_services.center.post(Key::kContentListDidLoad, &Key::kContentListDidLoad);
 }
@@ -84,6 +85,7 @@ void QVListCntrl::observe() {
 void QVListCntrl::showSelectedItems(const std::shared_ptr<QVSourceItem>& source) {
     if (source && source == m_sourceItem) return;
     keepTableState();
+    closeContextualMenu();
     m_sourceItem = source;
     ++m_showing;
     m_sorted = nullptr;

@@ -24,6 +24,7 @@
 #include "smartwindow/SmartWindowServices.h"
 
 class QLabel;
+class QMenu;
 
 namespace kestrin {
 
@@ -79,6 +80,13 @@ class QVListCntrl : public QObject {
     /// To be called when sources came or went, or what they say of themselves changed.
     void sourcesDidChange();
 
+    // --- The context menu (QVListCntrl_menu.cpp) ---
+
+    /// Runs a command of the menu on entries of the shown source: 100 shows them in the file
+    /// manager, 102 opens them, 103 copies the name and 104 the path of a single one; 105 inverts
+    /// their marks, 106 unmarks and 107 marks them. Any other tag does nothing.
+    void contextualMenuAction(int tag, const ItemList& items);
+
     // --- Erasing (QVListCntrl_erase.cpp) ---
 
     /// Starts the erase of everything that is checked. Nothing happens while one is under way.
@@ -119,6 +127,17 @@ class QVListCntrl : public QObject {
     SourceItems usableSources() const;
     bool isUsable(const QVSourceItem& source) const;
 
+    // The context menu
+    void setupContextualMenu();
+    void showContextualMenu(const QModelIndex& clicked, const QPoint& globalPosition);
+    void closeContextualMenu();
+    ItemList selectedItemsForMenu(const QModelIndex& clicked) const;
+    void markMenuItemAction(const ItemList& items, MarkChange change);
+    static void contextualMenuCopy(const ItemList& items, bool wantsPath);
+    void revealInFinder(const ItemList& items);
+    void launchInFinder(const ItemList& items);
+    void tellWhatStayedClosed(const ItemList& items, const std::vector<LaunchResult>& results);
+
     // Erasing
     void gatherChecked();
     void takeGathered(std::optional<Gathered> gathered);
@@ -147,6 +166,9 @@ class QVListCntrl : public QObject {
     bool m_scrollsToSelection = false;
     QTimer m_sortTimer;
     std::chrono::steady_clock::time_point m_lastSort;
+
+    QMenu* m_menu = nullptr;  ///< belongs to the table
+    ItemList m_menuItems;     ///< what it acts on
 
     CheckedFigures m_checkedFigures;
     bool m_isCounting = false;

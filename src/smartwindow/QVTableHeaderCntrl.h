@@ -15,6 +15,9 @@ class QVTableHeaderCntrl : public QHeaderView {
     explicit QVTableHeaderCntrl(QWidget* parent = nullptr);
 
     void setModel(QAbstractItemModel* model) override;
+    /// Keeps the header's own, empty one. It would ask of every row whether it is selected, at each
+    /// painting, and shows nothing of the answer.
+    void setSelectionModel(QItemSelectionModel*) override {}
 
  protected:
     void resizeEvent(QResizeEvent* event) override;

@@ -7,7 +7,6 @@
 #include <QContextMenuEvent>
 #include <QTest>
 
-#include "format/NameSortKey.h"
 #include "smartwindow/ContentListModel.h"
 #include "smartwindow/QVDateCellView.h"
 #include "smartwindow/QVTableHeaderCntrl.h"
@@ -19,16 +18,6 @@ namespace {
 using namespace kestrin::test;
 using ::testing::ElementsAre;
 using ::testing::Pair;
-
-/// An entry as a listing makes it.
-std::shared_ptr<QVSmartWindowItem> listedItem(std::string_view name) {
-    auto item = QVSmartWindowItem::item();
-    item->trash = std::make_shared<FileUrl>(FileUrl::fromPath("/trash/files"));
-    item->name = name;
-    item->nameKey = nameSortKey(name);
-    item->isMeasured = true;
-    return item;
-}
 
 class QVContentTableViewTest : public ::testing::Test, protected WindowWorld {
  protected:

@@ -14,8 +14,10 @@
 #include "base/UserDefaults.h"
 #include "erase/QVDeleteItems.h"
 #include "erase/QVErrorDelegate.h"
+#include "format/NameSortKey.h"
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
+#include "inventory/QVSmartWindowItem.h"
 #include "inventory/TrashListing.h"
 #include "smartwindow/SmartWindowServices.h"
 #include "support/ScriptedAlertPanel.h"
@@ -67,6 +69,16 @@ class Volumes {
     FileUrl m_hanging;
     std::vector<ListedVolume> m_volumes;
 };
+
+/// An entry as a listing makes it.
+inline std::shared_ptr<QVSmartWindowItem> listedItem(std::string_view name) {
+    auto item = QVSmartWindowItem::item();
+    item->trash = std::make_shared<FileUrl>(FileUrl::fromPath("/trash/files"));
+    item->name = name;
+    item->nameKey = nameSortKey(name);
+    item->isMeasured = true;
+    return item;
+}
 
 struct WindowWorld {
     explicit WindowWorld(std::chrono::milliseconds patience = std::chrono::hours(1))

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What stands where a list or a preview has nothing to show. Main thread.
+#pragma once
+
+#include <QWidget>
+
+class QLabel;
+
+namespace kestrin {
+
+class StringTable;
+
+/// Why there is nothing to show.
+enum class EmptyState {
+    None,     ///< there is something
+    NoTrash,  ///< no volume has a trash, or none is chosen
+    TrashIsEmpty,
+    NotAnswering,    ///< the volume does not answer, and nothing is known of its trash
+    NothingMatches,  ///< the filter hides every entry
+    NothingSelected,
+    NoPreview,  ///< of what is selected
+};
+
+/// Says in two short texts why there is nothing, and what to do next. It is seen in any state but
+/// None, and lets the mouse through to what it lies upon.
+class EmptyStateView : public QWidget {
+    Q_OBJECT
+
+ public:
+    /// `texts` must outlive it.
+    explicit EmptyStateView(const StringTable& texts, QWidget* parent = nullptr);
+
+    void setState(EmptyState state);
+    EmptyState state() const { return m_state; }
+
+ private:
+    const StringTable& m_texts;
+    QLabel* m_title = nullptr;
+    QLabel* m_hint = nullptr;
+    EmptyState m_state = EmptyState::None;
+};
+
+/// What the preview pane shows for no entry.
+class EmptyPreviewView : public EmptyStateView {
+    Q_OBJECT
+
+ public:
+    explicit EmptyPreviewView(const StringTable& texts, QWidget* parent = nullptr);
+    void setHasSelection(bool hasSelection);
+};
+
+}  // namespace kestrin
