@@ -1026,7 +1026,7 @@ Examples:
     </message>
     <message id="volume_removed">
         <source></source>
-        <translation>the volume was removed, and what is still in its trash is not known</translation>
+        <translation>the volume was removed or does not answer, and what is still in its trash is not known</translation>
     </message>
     <message id="yes_btn">
         <source></source>

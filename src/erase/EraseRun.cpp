@@ -16,6 +16,7 @@
 #include "format/DisplayName.h"
 #include "inventory/TrashCount.h"
 #include "platform/items/HostErrors.h"
+#include "platform/processes/AnswerWithin.h"
 #include "platform/trash/TrashFolders.h"
 
 namespace kestrin {
@@ -24,6 +25,8 @@ namespace {
 using namespace std::chrono_literals;
 using Decision = EraseDecisions::Decision;
 
+/// How long a volume may take to say that it is there. A silent one does not hold the end.
+constexpr auto kPatience = 5s;
 /// A record younger than this may belong to an entry that is just being trashed.
 constexpr auto kOrphanAge = 60s;
 
@@ -98,7 +101,10 @@ void EraseRun::noteWhatWasNotListed() {
 /// A volume that went meanwhile took its entries along: they stay, though nothing is found of them,
 /// also when another volume is in its place.
 bool EraseRun::isStillThere(const TrashLocation& trash) {
-    if (m_services.isMounted(trash.volumeURL, trash.mountId)) return true;
+    const auto isMounted = answerWithin<bool>(kPatience, [ask = m_services.isMounted, trash] {
+        return ask(trash.volumeURL, trash.mountId);
+    });
+    if (isMounted.value_or(false)) return true;
     HostError removed = errorFromErrno(ENODEV, HostAccess::Read);
     removed.userInfo["errorString"] = m_services.texts.text("volume_removed"_key).toStdString();
     m_decisions.couldNotBegin(trash.volumeURL, removed);
