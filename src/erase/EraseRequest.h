@@ -89,8 +89,7 @@ struct EraseRequest {
     QString volumeName;                      ///< single disk: the disk's name
     std::uint64_t size = 0;                  ///< bytes; 0 for all disks
     std::uint64_t count = 0;                 ///< entries; 0 for all disks
-    /// Smart erase: the parent of sheets. It lives until the end, or until the question is
-    /// dismissed with it.
+    /// Smart erase: the parent of sheets. When it goes, an open question is dismissed with it.
     WindowHandle window = nullptr;
     UserInfo itemsDict;  ///< smart erase: handed back in "waitForResponse"
     /// Smart erase: what the confirmation's list shows; empty for a confirmation without a list.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "widgets/Sheet.h"
 
-#include <QGuiApplication>
+#include <QApplication>
 #include <QWidget>
 #include <QWindow>
 #include <algorithm>
@@ -19,6 +19,12 @@ void makeSheet(QWidget& sheet, QWidget* parent) {
     QRect place = sheet.rect();
     place.moveCenter(window.geometry().center());
     sheet.move(place.topLeft());
+}
+
+QWidget* livingWidget(const void* address) {
+    const QWidgetList all = QApplication::allWidgets();
+    const auto found = std::ranges::find(all, address);
+    return found == all.end() ? nullptr : *found;
 }
 
 bool hasSheet(const QWidget& parent) {

@@ -18,6 +18,9 @@ inline constexpr Qt::WindowFlags kDialogFrame =
 /// sheet is not owned by the parent and may outlive it.
 void makeSheet(QWidget& sheet, QWidget* parent);
 
+/// The widget at an address that may be of one that has gone; nullptr then.
+QWidget* livingWidget(const void* address);
+
 /// Whether a sheet shows on the window of `parent`. Such a window must not close.
 bool hasSheet(const QWidget& parent);
 

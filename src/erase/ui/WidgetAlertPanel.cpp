@@ -32,14 +32,13 @@ int WidgetAlertPanel::runModal(const AlertModel& model) {
 void WidgetAlertPanel::beginSheet(const AlertModel& model, WindowHandle parent,
                                   std::function<void(int)> answered) {
     AlertDialog& dialog = makeDialog(model);
-    auto* const widget = static_cast<QWidget*>(parent);
+    QWidget* const widget = livingWidget(parent);
     makeSheet(dialog, widget);
     // Queued: whoever hears the answer may let go of the panel, and the dialog with it.
     QObject::connect(&dialog, &QDialog::finished, &dialog, std::move(answered),
                      Qt::QueuedConnection);
-    if (widget) {
-        QObject::connect(widget->window(), &QObject::destroyed, &dialog, &QDialog::reject);
-    }
+    if (parent && !widget) return dialog.reject();
+    if (widget) QObject::connect(widget->window(), &QObject::destroyed, &dialog, &QDialog::reject);
     dialog.bringToFront();
 }
 

@@ -22,8 +22,8 @@ class WidgetAlertPanel : public AlertPanel {
     /// Runs a nested event loop until the alert is answered. An alert that is open when the program
     /// ends counts as not answered.
     int runModal(const AlertModel& model) override;
-    /// Shows the alert window-modal on the window of `parent`. When that window goes, the alert
-    /// counts as not answered. `answered` may destroy this panel.
+    /// Shows the alert window-modal on the window of `parent`. When that window goes, or has
+    /// gone, the alert counts as not answered. `answered` may destroy this panel.
     void beginSheet(const AlertModel& model, WindowHandle parent,
                     std::function<void(int)> answered) override;
     bool suppressionIsOn() const override;

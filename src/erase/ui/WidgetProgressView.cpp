@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "erase/ui/QVProgressWindow.h"
+#include "widgets/Sheet.h"
 
 namespace kestrin {
 
@@ -18,7 +19,7 @@ void WidgetProgressView::show(const ProgressState& state) {
 }
 
 void WidgetProgressView::open(WindowHandle parent) {
-    m_window->showOn(static_cast<QWidget*>(parent));
+    m_window->showOn(livingWidget(parent));
 }
 
 /// The window is hidden and not closed, because closing it means Stop.

@@ -159,8 +159,11 @@ TEST_F(WidgetAlertPanelTest, ASheetAnswersLaterAndIsDismissedWithItsWindow) {
     EXPECT_EQ(answer, 0);
     EXPECT_TRUE(isAnswered(kAlertSecondButton));
     EXPECT_FALSE(hasSheet(*parent));
-    beginSheet(parent.get());
+    QWidget* const gone = parent.get();
+    beginSheet(gone);
     parent.reset();
+    EXPECT_TRUE(isAnswered(kAlertThirdButton));
+    beginSheet(gone);
     EXPECT_TRUE(isAnswered(kAlertThirdButton));
 }
 
