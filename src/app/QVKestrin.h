@@ -181,7 +181,6 @@ class QVKestrin : public QObject {
     void rebuildRows();
     std::vector<RowContent> rowContents() const;
     void addRowsOf(const ListedVolume& volume, std::vector<RowContent>& rows) const;
-    QString noteOf(const ListedVolume& volume) const;
     static bool isRowOf(const DiskRow& row, const RowContent& content);
     bool showsRows(const std::vector<RowContent>& contents) const;
     void setRow(DiskRow& row, const RowContent& content, int menuItemTag);

@@ -193,23 +193,9 @@ void QVKestrin::addRowsOf(const ListedVolume& volume, std::vector<RowContent>& r
         for (const TrashLocation& trash : volume.trashes)
             rows.push_back({trash, volume.answers ? QString() : silent});
     }
-    const QString note = noteOf(volume);
+    const QString note = volumeNote(volume, m_services.texts);
     if (note.isEmpty() || (isUsable && !volume.problem)) return;
     rows.push_back({{{}, volume.url, volume.name, volume.url.path(), true}, note});
-}
-
-/// Why the volume, or a trash of it, cannot be emptied now. Empty when it can, and when it can have
-/// no trash.
-QString QVKestrin::noteOf(const ListedVolume& volume) const {
-    using State = ListedVolume::State;
-    const StringTable& texts = m_services.texts;
-    if (volume.state == State::NoTrash) return {};
-    if (volume.state == State::ReadOnly) return texts.text("app_row_read_only"_key);
-    if (volume.problem) {
-        return StringTable::filled(texts.text("app_row_unusable"_key),
-                                   {leftOutReason(volume, texts)});
-    }
-    return volume.answers ? QString() : texts.text("app_row_not_answering"_key);
 }
 
 bool QVKestrin::isRowOf(const DiskRow& row, const RowContent& content) {
@@ -343,7 +329,7 @@ QString QVKestrin::statusText() const {
         const bool isNothingToEmpty =
             volume.state == ListedVolume::State::ReadOnly &&
             std::ranges::all_of(volume.trashes, &TrashLocation::trashIsEmpty);
-        const QString note = isNothingToEmpty ? QString() : noteOf(volume);
+        const QString note = isNothingToEmpty ? QString() : volumeNote(volume, m_services.texts);
         if (note.isEmpty()) continue;
         notes += u'\n' + StringTable::filled(m_services.texts.text("app_disk_row"_key),
                                              {titleName(volume.name), note});

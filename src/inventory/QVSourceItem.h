@@ -58,9 +58,11 @@ struct QVSourceItem {
     std::uint64_t markedSize = 0;   ///< bytes of the marked children
     std::uint64_t markedCount = 0;  ///< how many children are marked
 
-    /// Held for moments only, never while a disk is asked. It guards `children`.
+    /// Held for moments only, never while a disk is asked. It guards the two below, and the
+    /// counters are changed under it.
     mutable std::recursive_mutex lock;
     std::vector<std::shared_ptr<QVSmartWindowItem>> children;
+    std::size_t measuredCount = 0;  ///< folders measured since the list of the sources took notice
     std::atomic<bool> trashIsEmpty = false;
     std::atomic<std::uint64_t> size = 0;                ///< bytes of the children that are measured
     std::atomic<std::uint64_t> count = 0;               ///< how many children are measured

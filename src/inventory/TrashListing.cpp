@@ -59,6 +59,21 @@ void TrashListing::refresh(std::function<void()> done) {
     if (!m_isListing) start();
 }
 
+Observation TrashListing::observe(std::function<void()> heard) {
+    const std::uint64_t number = ++m_lastObserver;
+    m_observers.emplace(number, std::move(heard));
+    return Observation([this, number, life = std::weak_ptr<bool>(m_life)] {
+        if (!life.expired()) m_observers.erase(number);
+    });
+}
+
+void TrashListing::tellObservers() {
+    const auto observers = m_observers;  // one may leave, or another one come
+    for (const auto& [number, heard] : observers) {
+        if (m_observers.contains(number)) heard();
+    }
+}
+
 void TrashListing::onMain(std::function<void()> call) const {
     MainThread::post([life = std::weak_ptr<bool>(m_life), call = std::move(call)] {
         if (!life.expired()) call();
@@ -164,7 +179,9 @@ void TrashListing::takeAnswer(const FileUrl& url, std::uint64_t number,
     } else if (volume != m_volumes.end()) {
         volume->answers = false;
     }
-    if (m_awaited.erase(url) != 0) return finishWhenAnswered();
+    const bool wasAwaited = m_awaited.erase(url) != 0;
+    tellObservers();
+    if (wasAwaited) return finishWhenAnswered();
     if (m_changed) m_changed();
 }
 
@@ -190,6 +207,7 @@ void TrashListing::finish() {
     const auto waiting = std::exchange(m_current, {});
     if (!m_next.empty()) start();
     if (m_changed) m_changed();
+    tellObservers();
     for (const auto& done : waiting) {
         if (done) done();
     }
@@ -228,6 +246,17 @@ QString leftOutReason(const ListedVolume& volume, const StringTable& texts) {
     return displayName(reason == volume.problem->userInfo.end()
                            ? volume.problem->localizedDescription()
                            : reason->second);
+}
+
+QString volumeNote(const ListedVolume& volume, const StringTable& texts) {
+    using State = ListedVolume::State;
+    if (volume.state == State::NoTrash) return {};
+    if (volume.state == State::ReadOnly) return texts.text("app_row_read_only"_key);
+    if (volume.problem) {
+        return StringTable::filled(texts.text("app_row_unusable"_key),
+                                   {leftOutReason(volume, texts)});
+    }
+    return volume.answers ? QString() : texts.text("app_row_not_answering"_key);
 }
 
 std::vector<LeftOutVolume> leftOutVolumes(const std::vector<ListedVolume>& volumes,

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "base/FileUrl.h"
+#include "base/NotificationCenter.h"
 #include "base/Result.h"
 #include "fsutil/QVFilesUtilities.h"
 #include "platform/disks/Volumes.h"
@@ -82,6 +83,10 @@ class TrashListing {
     /// Sets what is called after every listing, and when a late answer has come.
     void setChangeHandler(std::function<void()> changed) { m_changed = std::move(changed); }
 
+    /// Has `heard` called, besides, whenever anything was heard: a volume's answer, also within a
+    /// listing, and the end of one.
+    [[nodiscard]] Observation observe(std::function<void()> heard);
+
     /// Lists anew; `done` is called when a listing that began after this call is over. Calls that
     /// come while one runs share the next one. A volume that still owes an answer to an earlier
     /// listing is not asked again, nor waited for.
@@ -114,10 +119,13 @@ class TrashListing {
     void runOutOfPatience(std::uint64_t listing);
     void finishWhenAnswered();
     void finish();
+    void tellObservers();
     void onMain(std::function<void()> call) const;
 
     const Host m_host;
     std::function<void()> m_changed;
+    std::map<std::uint64_t, std::function<void()>> m_observers;
+    std::uint64_t m_lastObserver = 0;
     std::vector<ListedVolume> m_volumes;
     /// The questions that have no answer yet, at most one for a volume. The question what is
     /// mounted stands under the location that is none.
@@ -139,6 +147,9 @@ std::vector<LeftOutVolume> leftOutVolumes(const std::vector<ListedVolume>& volum
                                           const StringTable& texts);
 /// A sentence for each volume that is left out.
 QStringList leftOutSentences(const std::vector<LeftOutVolume>& leftOut, const StringTable& texts);
+/// Why the volume, or a trash of it, cannot be emptied now, as rows say it. Empty when it can, and
+/// when it can have no trash.
+QString volumeNote(const ListedVolume& volume, const StringTable& texts);
 /// Why a volume is left out, fit to be read. Empty when it is not left out, and when it is
 /// read-only.
 QString leftOutReason(const ListedVolume& volume, const StringTable& texts);
