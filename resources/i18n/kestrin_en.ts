@@ -537,6 +537,10 @@ Examples:
         <source></source>
         <translation>mailto:kestrin@quorvane.com</translation>
     </message>
+    <message id="content_list">
+        <source></source>
+        <translation>Items in the trash</translation>
+    </message>
     <message id="date_added_col">
         <source></source>
         <translation>Date Added</translation>
@@ -751,6 +755,10 @@ Examples:
     <message id="menu_reveal">
         <source></source>
         <translation>Show in File Manager</translation>
+    </message>
+    <message id="menu_sort">
+        <source></source>
+        <translation>Sort By</translation>
     </message>
     <message id="menu_toggle">
         <source></source>

@@ -128,7 +128,8 @@ int ContentListModel::columnCount(const QModelIndex& parent) const {
 Qt::ItemFlags ContentListModel::flags(const QModelIndex& index) const {
     if (!index.isValid()) return Qt::NoItemFlags;
     Qt::ItemFlags flags = Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemNeverHasChildren;
-    if (index.column() == Check && !m_marksAreLocked) flags |= Qt::ItemIsUserCheckable;
+    const bool tellsItsMark = index.column() == Check || index.column() == Name;
+    if (tellsItsMark && !m_marksAreLocked) flags |= Qt::ItemIsUserCheckable;
     return flags;
 }
 
@@ -166,6 +167,8 @@ QVariant ContentListModel::checkData(const QVSmartWindowItem& item, int role) co
 QVariant ContentListModel::nameData(const QVSmartWindowItem& item, int role) const {
     if (role == Qt::DisplayRole) return displayName(item.name);
     if (role == Qt::DecorationRole) return m_icons.iconOf(item.name, item.isFolder);
+    // For those who hear a row by its name; the cell draws no check box.
+    if (role == Qt::CheckStateRole) return item.isMarked ? Qt::Checked : Qt::Unchecked;
     if (role != Qt::AccessibleTextRole) return {};
     if (!item.originalFolder) return displayName(item.name);
     return StringTable::filled(m_services.texts.text("name_from_folder"_key),

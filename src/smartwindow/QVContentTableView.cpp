@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "smartwindow/QVContentTableView.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QKeyEvent>
@@ -92,6 +93,23 @@ void QVContentTableView::mouseReleaseEvent(QMouseEvent* event) {
     if (index.column() != ContentListModel::Check || m_model->itemAt(index.row()) != pressed)
         return;
     m_model->setData(index, pressed->isMarked ? Qt::Unchecked : Qt::Checked, Qt::CheckStateRole);
+}
+
+/// Tells assistive tools when the mark of the row that they are at may have changed.
+void QVContentTableView::dataChanged(const QModelIndex& topLeft, const QModelIndex& bottomRight,
+                                     const QList<int>& roles) {
+    QTreeView::dataChanged(topLeft, bottomRight, roles);
+    const QModelIndex current = currentIndex();
+    const bool isCurrent = hasFocus() && current.isValid() && topLeft.row() <= current.row() &&
+                           current.row() <= bottomRight.row();
+    if (!isCurrent || topLeft.column() > ContentListModel::Check || !QAccessible::isActive())
+        return;
+    QAccessible::State changed;
+    changed.checked = true;
+    QAccessibleStateChangeEvent event(this, changed);
+    // Cells are counted row by row, the header being the first.
+    event.setChild((current.row() + 1) * ContentListModel::ColumnCount + current.column());
+    QAccessible::updateAccessibility(&event);
 }
 
 // --- Keys ---

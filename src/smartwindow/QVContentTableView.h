@@ -42,6 +42,8 @@ class QVContentTableView : public QTreeView {
     /// At once, however many rows there are.
     void selectAll() override;
     void keyboardSearch(const QString& text) override;
+    void dataChanged(const QModelIndex& topLeft, const QModelIndex& bottomRight,
+                     const QList<int>& roles) override;
 
  Q_SIGNALS:
     void spacePressed();  ///< the space bar, with or without selected rows

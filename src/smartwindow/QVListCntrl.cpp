@@ -50,6 +50,7 @@ QVListCntrl::QVListCntrl(const SmartWindowServices& services, ListOutlets outlet
     m_outlets.infoFld.clear();
     QVContentTableView& table = m_outlets.tableView;
     table.setContentModel(m_model);
+    table.setAccessibleName(m_services.texts.text("content_list"_key));
     m_sortTimer.setSingleShot(true);
     connect(&m_sortTimer, &QTimer::timeout, this, &QVListCntrl::makeRowsAnew);
     connect(&m_model, &ContentListModel::itemWasChecked, this, [this](const auto& item) {

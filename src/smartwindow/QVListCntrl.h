@@ -129,6 +129,7 @@ class QVListCntrl : public QObject {
 
     // The context menu
     void setupContextualMenu();
+    void setupSortMenu();
     void showContextualMenu(const QModelIndex& clicked, const QPoint& globalPosition);
     void closeContextualMenu();
     ItemList selectedItemsForMenu(const QModelIndex& clicked) const;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The context menu of the content list.
 #include <QAction>
+#include <QActionGroup>
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QMenu>
@@ -16,6 +17,7 @@
 #include "format/QVNumberUtilities.h"
 #include "smartwindow/QVContentTableView.h"
 #include "smartwindow/QVListCntrl.h"
+#include "smartwindow/QVTableHeaderCntrl.h"
 
 namespace kestrin {
 namespace {
@@ -66,6 +68,8 @@ void QVListCntrl::setupContextualMenu() {
     add("menu_mark"_key, Mark);
     add("menu_unmark"_key, Unmark);
     add("menu_toggle"_key, Toggle);
+    m_menu->addSeparator();
+    setupSortMenu();
     connect(m_menu, &QMenu::triggered, this, [this](const QAction* action) {
         contextualMenuAction(action->data().toInt(), std::exchange(m_menuItems, {}));
     });
@@ -74,6 +78,33 @@ void QVListCntrl::setupContextualMenu() {
             &QVListCntrl::showContextualMenu);
     connect(&table, &QVContentTableView::copyRequested, this,
             [this] { contextualMenuAction(CopyName, selectedItems()); });
+}
+
+/// For those who do not reach the header with a mouse. Choosing a column does what a click on its
+/// header does.
+void QVListCntrl::setupSortMenu() {
+    auto* const columns = new QActionGroup(m_menu);
+    QMenu* const menu = m_menu->addMenu(m_services.texts.text("menu_sort"_key));
+    QHeaderView& header = m_outlets.tableView.headerCntrl();
+    for (int column = 0; column < ContentListModel::ColumnCount; ++column) {
+        const auto told = [this, column](int role) {
+            return m_model.headerData(column, Qt::Horizontal, role);
+        };
+        QAction* const action = menu->addAction(told(Qt::AccessibleTextRole).toString());
+        action->setCheckable(true);
+        columns->addAction(action);
+        connect(menu, &QMenu::aboutToShow, action, [action, column, &header] {
+            action->setChecked(header.sortIndicatorSection() == column);
+        });
+        connect(action, &QAction::triggered, &header, [column, told, &header] {
+            const bool isTurned = header.sortIndicatorSection() == column;
+            const auto order = Qt::SortOrder(told(Qt::InitialSortOrderRole).toInt());
+            const bool wasAscending = header.sortIndicatorOrder() == Qt::AscendingOrder;
+            header.setSortIndicator(column, !isTurned      ? order
+                                            : wasAscending ? Qt::DescendingOrder
+                                                           : Qt::AscendingOrder);
+        });
+    }
 }
 
 void QVListCntrl::showContextualMenu(const QModelIndex& clicked, const QPoint& globalPosition) {

@@ -88,6 +88,9 @@ TEST_F(ContextMenuTest, ActsOnTheSelectionAndTheClickedRow) {
     action(menuAt(0), 100).trigger();
     EXPECT_EQ(revealed.size(), 3U);
 
+    menuAt(0).actions().back()->menu()->actions().at(ContentListModel::Size)->trigger();
+    EXPECT_EQ(source->sortDescriptors.front(), (SortDescriptor{"size_col", false}));
+
     table.clearSelection();
     list.model().setMarksAreLocked(true);
     EXPECT_FALSE(action(menuAt(0), 107).isEnabled());
