@@ -209,15 +209,21 @@ TEST_F(QVDeleteItemsTest, ProgressShowsAfterSevenTenthsAndStopEndsTheErase) {
         trashFile(name);
         if (!makeImmutable(trash + "/" + name)) GTEST_SKIP() << "no immutable attribute here";
     }
-    alerts.addAnswer(kAlertFirstButton);
+    int window = 0;
+    const EraseRequest smart{.isSmartErase = true, .size = 10, .count = 2, .window = &window};
+    auto both = std::make_shared<ItemsToErase>(*items("a"));
+    both->push_back(items("b")->front());
+    defaults.set("show_alert", false);
     alerts.addAnswer(kAlertFirstButton, false, [this] {
         EXPECT_TRUE(waitFor([this] { return progress.parents.size() == 1; }, 3000));
         progress.pressStop();
     });
-    ASSERT_TRUE(run(allDisks()));
+    ASSERT_TRUE(run(smart, both));
+    defaults.set("show_alert", true);
+    EXPECT_EQ(progress.parents.at(0), &window) << "a sheet, also when nobody was asked";
     EXPECT_TRUE(engine->isStoppedByUser());
-    ASSERT_EQ(alerts.models.size(), 2u) << "no further question after Stop";
-    EXPECT_EQ(alerts.models[1].topic, AlertModel::Topic::LockedQuestion);
+    ASSERT_EQ(alerts.models.size(), 1u) << "no further question after Stop";
+    EXPECT_EQ(alerts.models[0].topic, AlertModel::Topic::LockedQuestion);
     EXPECT_TRUE(exists(trash + "/a"));
     EXPECT_TRUE(exists(trash + "/b"));
 
