@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "erase/EraseDecisions.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <set>
 #include <utility>
 
 #include "platform/processes/AnswerWithin.h"
@@ -12,7 +14,8 @@ namespace {
 
 using About = RefusalQuestion::About;
 
-/// How long the volumes may take to say what the helper left on them.
+/// How long a volume may take to say what the helper left on it. A silent one does not hold the
+/// end.
 constexpr std::chrono::seconds kPatience(5);
 
 /// Inside a trash only the leading full stop hides.
@@ -25,15 +28,41 @@ bool isNoPermission(const HostError& error) {
            (error.code == kFileWriteNoPermission || error.code == kFileReadNoPermission);
 }
 
-std::vector<ItemPresence> presencesOf(const std::vector<HelperItem>& items) {
-    std::vector<ItemPresence> presences;
-    for (const HelperItem& item : items)
-        presences.push_back(presenceOf(item.url, item.identity));
-    return presences;
-}
-
 bool isBusy(const HostError& error) {
     return error.domain == kOSStatusErrorDomain && error.code == kFileBusy;
+}
+
+using Presences = std::vector<ItemPresence>;
+
+std::optional<Presences> presencesOf(std::vector<HelperItem> items) {
+    return answerWithin<Presences>(kPatience, [items = std::move(items)] {
+        Presences presences;
+        for (const HelperItem& item : items)
+            presences.push_back(presenceOf(item.url, item.identity));
+        return presences;
+    });
+}
+
+/// Asks a few items of one volume at a time, since many take long without anything being wrong. A
+/// volume that was silent is not asked again: its items may still be there.
+Presences presencesOfAll(const std::vector<HelperItem>& items) {
+    constexpr std::ptrdiff_t kMostAtOnce = 256;
+    Presences presences;
+    std::set<std::uint64_t> silent;
+    for (auto begin = items.begin(); begin != items.end();) {
+        const std::uint64_t volume = begin->identity.deviceId;
+        const auto limit = begin + std::min(kMostAtOnce, items.end() - begin);
+        const auto end = std::find_if(
+            begin, limit, [&](const HelperItem& item) { return item.identity.deviceId != volume; });
+        std::optional<Presences> answer;
+        if (!silent.contains(volume)) answer = presencesOf({begin, end});
+        if (!answer) silent.insert(volume);
+        const auto count = static_cast<std::size_t>(end - begin);
+        const Presences told = answer.value_or(Presences(count, ItemPresence::Unknown));
+        presences.insert(presences.end(), told.begin(), told.end());
+        begin = end;
+    }
+    return presences;
 }
 
 }  // namespace
@@ -210,12 +239,7 @@ void EraseDecisions::noteWhatTheHelperLeft() {
     const std::vector<HelperItem> locked = unlockItems(), forbidden = permissionsItems();
     std::vector<HelperItem> items = locked;
     items.insert(items.end(), forbidden.begin(), forbidden.end());
-    if (items.empty()) return;
-    // Their volume may be silent, and the erase ends all the same: they may still be there then.
-    const std::vector<ItemPresence> presence =
-        answerWithin<std::vector<ItemPresence>>(kPatience, [items] {
-            return presencesOf(items);
-        }).value_or(std::vector(items.size(), ItemPresence::Unknown));
+    const Presences presence = presencesOfAll(items);
     for (std::size_t index = 0; index < items.size(); ++index) {
         if (presence[index] == ItemPresence::Gone) continue;
         const StayReason refused =
