@@ -12,6 +12,7 @@
 #include "format/DisplayName.h"
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
+#include "widgets/ElidedLabel.h"
 
 namespace kestrin {
 namespace {
@@ -142,7 +143,7 @@ QVariant ContentListModel::data(const QModelIndex& index, int role) const {
         case IsHiddenRole:
             return item->isHidden;
         case Qt::ToolTipRole:
-            return originalPath(*item);
+            return plainToolTip(originalPath(*item));
         default:
             break;
     }
