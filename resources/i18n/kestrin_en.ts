@@ -101,6 +101,10 @@
         <source></source>
         <translation>Cannot be used: %@</translation>
     </message>
+    <message id="app_smart_window">
+        <source></source>
+        <translation>Smart Window…</translation>
+    </message>
     <message id="app_stayed" numerus="yes">
         <source></source>
         <translation>
@@ -247,13 +251,14 @@
     <message id="cli_help">
         <source></source>
         <translation>Usage: kestrin COMMAND [OPTION…]
-       kestrin [--empty-all | --quit]
+       kestrin [--empty-all | --smart-window | --quit]
 
 Find, count and erase the trash of every mounted volume.
 
 Without a command, on a desktop: show the program in the status area, with a
 menu of all trashes. A program that runs already is used:
   --empty-all     have it empty all trashes; starts it where it does not run
+  --smart-window  have it open the Smart Window; starts it where it does not run
   --quit          have it end; an erase is stopped first
 
 Commands:
@@ -577,6 +582,10 @@ Examples:
         <source></source>
         <translation>Don’t Update</translation>
     </message>
+    <message id="empty_all_hint">
+        <source></source>
+        <translation>There is nothing to erase. What you throw away appears here.</translation>
+    </message>
     <message id="empty_bin_menu_item_title">
         <source></source>
         <translation>Empty Trash of Disk</translation>
@@ -863,6 +872,71 @@ Examples:
     <message id="smart_erase_single">
         <source></source>
         <translation>%@ checked item, %@</translation>
+    </message>
+    <message id="smart_window_checked" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>%@ checked, %@</numerusform>
+            <numerusform>%@ checked, %@</numerusform>
+        </translation>
+    </message>
+    <message id="smart_window_erase" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>&amp;Erase %@ Checked Item…</numerusform>
+            <numerusform>&amp;Erase %@ Checked Items…</numerusform>
+        </translation>
+    </message>
+    <message id="smart_window_erase_none">
+        <source></source>
+        <translation>&amp;Erase Checked Items…</translation>
+    </message>
+    <message id="smart_window_filter">
+        <source></source>
+        <translation>Filter by name or folder</translation>
+    </message>
+    <message id="smart_window_gathering">
+        <source></source>
+        <translation>Measuring…</translation>
+    </message>
+    <message id="smart_window_hidden" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>%@ of the checked items is hidden by the filter.</numerusform>
+            <numerusform>%@ of the checked items are hidden by the filter.</numerusform>
+        </translation>
+    </message>
+    <message id="smart_window_name">
+        <source></source>
+        <translation>%@ – Smart Window</translation>
+    </message>
+    <message id="smart_window_name_default">
+        <source></source>
+        <translation>Smart Window</translation>
+    </message>
+    <message id="smart_window_refresh">
+        <source></source>
+        <translation>Refresh</translation>
+    </message>
+    <message id="smart_window_show_preview">
+        <source></source>
+        <translation>Show the Preview</translation>
+    </message>
+    <message id="smart_window_show_sources">
+        <source></source>
+        <translation>Show the List of Trashes</translation>
+    </message>
+    <message id="smart_window_sources">
+        <source></source>
+        <translation>Trashes</translation>
+    </message>
+    <message id="source_menu_check">
+        <source></source>
+        <translation>Check All Items</translation>
+    </message>
+    <message id="source_menu_uncheck">
+        <source></source>
+        <translation>Uncheck All Items</translation>
     </message>
     <message id="source_row">
         <source></source>

@@ -12,7 +12,6 @@
 #include "format/DisplayName.h"
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
-#include "widgets/ElidedLabel.h"
 
 namespace kestrin {
 namespace {
@@ -143,7 +142,7 @@ QVariant ContentListModel::data(const QModelIndex& index, int role) const {
         case IsHiddenRole:
             return item->isHidden;
         case Qt::ToolTipRole:
-            return plainToolTip(originalPath(*item));
+            return originalPath(*item);
         default:
             break;
     }

@@ -23,6 +23,8 @@ std::string_view titleOf(EmptyState state) {
             return "empty_no_trash"_key;
         case EmptyState::TrashIsEmpty:
             return "empty_trash"_key;
+        case EmptyState::AllAreEmpty:
+            return "app_all_trashes_empty"_key;
         case EmptyState::NotAnswering:
             return "empty_not_answering"_key;
         case EmptyState::NothingMatches:
@@ -43,6 +45,8 @@ std::string_view hintOf(EmptyState state) {
             return "empty_no_trash_hint"_key;
         case EmptyState::TrashIsEmpty:
             return "empty_trash_hint"_key;
+        case EmptyState::AllAreEmpty:
+            return "empty_all_hint"_key;
         case EmptyState::NotAnswering:
             return "empty_not_answering_hint"_key;
         case EmptyState::NothingMatches:

@@ -15,6 +15,7 @@ enum class EmptyState {
     None,     ///< there is something
     NoTrash,  ///< no volume has a trash, or none is chosen
     TrashIsEmpty,
+    AllAreEmpty,     ///< there are trashes, and nothing in any of them
     NotAnswering,    ///< the volume does not answer, and nothing is known of its trash
     NothingMatches,  ///< the filter hides every entry
     NothingSelected,

@@ -69,11 +69,13 @@ class QVSmartWindowSourceViewCntrl : public QObject {
 
     const SourceItems& sourceItems() const { return m_model.sourceItems(); }
     SourceListModel& model() { return m_model; }
+    /// Whether the first listing is over. Until then no list of sources means that there are none.
+    bool isListed() const { return m_isListed; }
     /// The row of the source that is shown; -1 when none is. It follows its source.
     int lastSelectedRow() const { return m_model.rowOf(m_shown.get()); }
 
  Q_SIGNALS:
-    /// Sources came or went, or what they say of themselves changed.
+    /// Sources came or went, or what they say of themselves changed, or the first listing is over.
     void sourcesDidChange();
 
  private:

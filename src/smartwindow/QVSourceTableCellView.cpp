@@ -171,7 +171,7 @@ void QVSourceTableCellView::paintGround(QPainter& painter, const QStyleOptionVie
                                         const QModelIndex& index) const {
     if (option.state.testFlag(QStyle::State_Selected))
         painter.fillRect(option.rect, selectionGround(option.palette));
-    const bool hasMenu = index.row() == m_rowWithMenu;
+    const bool hasMenu = index == m_rowWithMenu;
     if (!hasMenu && !option.state.testFlag(QStyle::State_HasFocus)) return;
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);

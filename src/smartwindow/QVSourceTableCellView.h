@@ -20,8 +20,8 @@ class QVSourceTableCellView : public QStyledItemDelegate {
     /// `gatheringText` stands beside the arc.
     QVSourceTableCellView(const QString& gatheringText, QObject* parent = nullptr);
 
-    /// The row is framed while its menu is open; -1 for none.
-    void setRowWithMenu(int row) { m_rowWithMenu = row; }
+    /// The row is framed, as long as its menu is open; none for an index that is not valid.
+    void setRowWithMenu(const QModelIndex& row) { m_rowWithMenu = row; }
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
@@ -44,7 +44,7 @@ class QVSourceTableCellView : public QStyledItemDelegate {
                         const Layout& layout) const;
 
     const QString m_gatheringText;
-    int m_rowWithMenu = -1;
+    QPersistentModelIndex m_rowWithMenu;
     QElapsedTimer m_clock;
     mutable bool m_nextPictureIsDue = false;
 };

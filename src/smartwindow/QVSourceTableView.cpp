@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "smartwindow/QVSourceTableView.h"
 
+#include <QContextMenuEvent>
 #include <QPainter>
 #include <QStyle>
 
@@ -23,6 +24,15 @@ QItemSelectionModel::SelectionFlags QVSourceTableView::selectionCommand(const QM
     if (takesAway || (!index.isValid() && flags.testFlag(QItemSelectionModel::Clear)))
         return QItemSelectionModel::NoUpdate;
     return flags;
+}
+
+void QVSourceTableView::contextMenuEvent(QContextMenuEvent* event) {
+    const bool isByKeyboard = event->reason() == QContextMenuEvent::Keyboard;
+    const QModelIndex row = isByKeyboard ? currentIndex() : indexAt(event->pos());
+    if (!row.isValid() || !row.flags().testFlag(Qt::ItemIsEnabled)) return;
+    const QPoint place =
+        isByKeyboard ? viewport()->mapToGlobal(visualRect(row).center()) : event->globalPos();
+    Q_EMIT contextMenuRequested(row, place);
 }
 
 void QVSourceTableView::paintEvent(QPaintEvent* event) {

@@ -14,7 +14,12 @@ class QVSourceTableView : public QListView {
  public:
     explicit QVSourceTableView(QWidget* parent = nullptr);
 
+ Q_SIGNALS:
+    /// A menu is wanted for a row that can be used, at a place on the screen.
+    void contextMenuRequested(const QModelIndex& row, const QPoint& globalPosition);
+
  protected:
+    void contextMenuEvent(QContextMenuEvent* event) override;
     QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
                                                          const QEvent* event) const override;
     void paintEvent(QPaintEvent* event) override;

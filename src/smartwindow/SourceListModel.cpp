@@ -44,14 +44,11 @@ void SourceListModel::insertSource(int row, std::shared_ptr<QVSourceItem> source
     endInsertRows();
 }
 
-std::shared_ptr<QVSourceItem> SourceListModel::takeSource(int row) {
+void SourceListModel::removeSource(int row) {
+    forgetPictures(m_sources[static_cast<std::size_t>(row)]->volumeUrl());
     beginRemoveRows({}, row, row);
-    const auto place = m_sources.begin() + row;
-    std::shared_ptr<QVSourceItem> source = std::move(*place);
-    m_sources.erase(place);
+    m_sources.erase(m_sources.begin() + row);
     endRemoveRows();
-    forgetPictures(source->volumeUrl());
-    return source;
 }
 
 void SourceListModel::setDisabledRows(std::vector<DisabledRow> rows) {

@@ -6,7 +6,6 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QTest>
-#include <QTextDocument>
 
 #include "smartwindow/ContentListModel.h"
 #include "smartwindow/QVDateCellView.h"
@@ -61,13 +60,6 @@ TEST_F(QVContentTableViewTest, AClickIntoTheFirstColumnChecksAndSelectsNothing) 
 
     view.selectAll();
     EXPECT_THAT(view.selectedRowNumbers(), ElementsAre(0, 1, 2));
-}
-
-TEST_F(QVContentTableViewTest, AToolTipShowsANameThatLooksLikeMarkupAsItStands) {
-    show({listedItem("a<img src='x'>")});
-    QTextDocument shown;
-    shown.setHtml(model.index(0, ContentListModel::Name).data(Qt::ToolTipRole).toString());
-    EXPECT_EQ(shown.toPlainText(), QStringLiteral("a<img src='x'>"));
 }
 
 TEST_F(QVContentTableViewTest, TheRightButtonAndTheMenuKeyNameTheRowAndLeaveTheSelection) {

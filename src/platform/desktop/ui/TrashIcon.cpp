@@ -160,6 +160,13 @@ QIcon trashBadge(bool isFull) {
     return QIcon(picturePath(isFull ? "full_trash_64" : "empty_trash_64"));
 }
 
+QIcon toolIcon(Tool tool, const QColor& foreground) {
+    const char* name = "kestrin-refresh-symbolic";
+    if (tool == Tool::LeftPane) name = "kestrin-pane-left-symbolic";
+    if (tool == Tool::RightPane) name = "kestrin-pane-right-symbolic";
+    return symbolicIcon(picture(name), foreground, {});
+}
+
 QIcon applicationIcon() {
     return QIcon::fromTheme(QStringLiteral("kestrin"), QIcon(picturePath("kestrin")));
 }

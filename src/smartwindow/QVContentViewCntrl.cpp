@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "smartwindow/QVContentViewCntrl.h"
+
+#include <QGraphicsOpacityEffect>
+#include <QGridLayout>
+#include <QLabel>
+#include <QPropertyAnimation>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <utility>
+
+#include "base/StringTable.h"
+#include "smartwindow/CollapsingSplitter.h"
+#include "smartwindow/QVContentTableView.h"
+#include "smartwindow/QVListCntrl.h"
+#include "smartwindow/SmartWindowNotifications.h"
+#include "smartwindow/SmartWindowServices.h"
+#include "widgets/BusySpinner.h"
+#include "widgets/ElidedLabel.h"
+#include "widgets/QVWorkingProgressView.h"
+
+namespace kestrin {
+namespace {
+
+namespace Name = SmartWindowNotification;
+
+constexpr int kFadeMilliseconds = 150;
+constexpr int kSpinnerSide = 32;
+constexpr int kPreviewWidth = 200;
+constexpr int kLeastPreviewWidth = 140;
+constexpr int kLeastListWidth = 320;
+constexpr int kMargin = 6;
+
+/// The view of work in progress, with its spinner in the middle.
+QVWorkingProgressView* makeProgressView() {
+    auto* const view = new QVWorkingProgressView;
+    auto* const spinner = new BusySpinner;
+    spinner->setFixedSize(kSpinnerSide, kSpinnerSide);
+    auto* const layout = new QVBoxLayout(view);
+    layout->addWidget(spinner, 0, Qt::AlignCenter);
+    view->setSpinner(spinner);
+    return view;
+}
+
+}  // namespace
+
+QVContentViewCntrl::QVContentViewCntrl(const SmartWindowServices& services, Outlets outlets)
+    : m_services(services), m_outlets(std::move(outlets)) {
+    m_splitView = new CollapsingSplitter(makeListPane(), makePreviewPane(), 1);
+    m_splitView->setStretchFactor(0, 1);
+    m_splitView->setSizes({4 * kPreviewWidth, kPreviewWidth});
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_splitView);
+    connect(m_splitView, &CollapsingSplitter::collapseDidChange, this,
+            &QVContentViewCntrl::splitViewDidResize);
+    makeListCntrl();
+}
+
+QVContentViewCntrl::~QVContentViewCntrl() = default;
+
+// --- What it holds ---
+
+QWidget* QVContentViewCntrl::makeListPane() {
+    auto* const pane = new QWidget;
+    pane->setMinimumWidth(kLeastListWidth);
+    m_tableView = new QVContentTableView(m_services.dates);
+    m_tableView->setFrameShape(QFrame::NoFrame);
+    m_workingProgressView = makeProgressView();
+    auto* const effect = new QGraphicsOpacityEffect(m_workingProgressView);
+    m_workingProgressView->setGraphicsEffect(effect);
+    m_fade = new QPropertyAnimation(effect, "opacity", this);
+    m_fade->setDuration(kFadeMilliseconds);
+    connect(m_fade, &QPropertyAnimation::finished, this, [this] {
+        if (m_fade->endValue().toDouble() == 0) m_workingProgressView->hide();
+    });
+    m_emptyView = new EmptyStateView(m_services.texts);
+    auto* const covered = new QGridLayout;  // one upon the other
+    for (QWidget* const widget :
+         std::initializer_list<QWidget*>{m_tableView, m_emptyView, m_workingProgressView}) {
+        covered->addWidget(widget, 0, 0);
+        widget->raise();
+    }
+
+    m_infoFld = new QLabel;
+    m_infoFld->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+    m_infoFld->setTextFormat(Qt::PlainText);
+    auto* const column = new QVBoxLayout(pane);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addLayout(covered, 1);
+    column->addWidget(m_infoFld);
+    return pane;
+}
+
+QWidget* QVContentViewCntrl::makePreviewPane() {
+    m_emptyPreviewView = new EmptyPreviewView(m_services.texts);
+    auto* const pane = new QWidget;
+    pane->setMinimumWidth(kLeastPreviewWidth);
+    pane->setBackgroundRole(QPalette::Base);
+    pane->setAutoFillBackground(true);
+    auto* const layout = new QVBoxLayout(pane);
+    layout->addWidget(m_emptyPreviewView);
+    return pane;
+}
+
+void QVContentViewCntrl::makeListCntrl() {
+    m_listCntrl =
+        new QVListCntrl(m_services,
+                        {.tableView = *m_tableView,
+                         .infoFld = *m_infoFld,
+                         .showProgressView = [this](bool isShown) { showProgressView(isShown); },
+                         .setWindowLevel = m_outlets.setWindowLevel,
+                         .closeWindow = m_outlets.closeWindow,
+                         .sourceItems = m_outlets.sourceItems},
+                        this);
+    connect(m_listCntrl, &QVListCntrl::rowsDidChange, this, &QVContentViewCntrl::showEmptyState);
+    connect(m_listCntrl, &QVListCntrl::selectionDidChange, this,
+            [this] { m_emptyPreviewView->setHasSelection(!m_listCntrl->selectedItems().empty()); });
+    connect(m_tableView, &QVContentTableView::spacePressed, this, [this] {
+        if (m_listCntrl->selectedItems().empty()) m_services.beep();
+    });
+}
+
+// --- Nothing to show ---
+
+void QVContentViewCntrl::sourcesDidChange() {
+    m_listCntrl->sourcesDidChange();
+    showEmptyState();
+}
+
+EmptyState QVContentViewCntrl::emptyState() const {
+    if (const auto& shown = m_listCntrl->sourceItem()) {
+        if (m_listCntrl->isLoading() || m_listCntrl->model().rowCount() != 0)
+            return EmptyState::None;
+        if (shown->trashIsEmpty) return EmptyState::TrashIsEmpty;
+        if (!m_listCntrl->filter().isEmpty()) return EmptyState::NothingMatches;
+        return shown->note.isEmpty() ? EmptyState::None : EmptyState::NotAnswering;
+    }
+    if (!m_outlets.sourcesAreListed()) return EmptyState::None;
+    const SourceItems sources = m_outlets.sourceItems();
+    if (sources.empty()) return EmptyState::NoTrash;
+    const auto isEmpty = [](const auto& source) { return source->trashIsEmpty.load(); };
+    if (std::ranges::all_of(sources, isEmpty)) return EmptyState::AllAreEmpty;
+    const auto answers = [&](const auto& source) {
+        return source->note.isEmpty() && !isEmpty(source);
+    };
+    return std::ranges::any_of(sources, answers) ? EmptyState::None : EmptyState::NotAnswering;
+}
+
+void QVContentViewCntrl::showEmptyState() {
+    const EmptyState state = emptyState();
+    m_emptyView->setState(state);
+    if (state != EmptyState::None) showProgressView(false);
+}
+
+// --- Panes ---
+
+bool QVContentViewCntrl::isCollapsed() const {
+    return m_splitView->isCollapsed();
+}
+
+void QVContentViewCntrl::setIsCollapsed(bool isCollapsed) {
+    m_splitView->setIsCollapsed(isCollapsed);
+}
+
+void QVContentViewCntrl::splitViewDidResize(bool isCollapsed) {
+    m_services.center.post(
+        isCollapsed ? Name::kSplitViewDidCollapse : Name::kSplitViewDidUncollapse, m_splitView);
+    Q_EMIT collapseDidChange(isCollapsed);
+}
+
+void QVContentViewCntrl::showProgressView(bool isShown) {
+    m_fade->stop();
+    m_workingProgressView->show();
+    m_fade->setEndValue(isShown ? 1.0 : 0.0);
+    m_fade->start();
+}
+
+// --- Erasing ---
+
+void QVContentViewCntrl::deleteItemsAction() {
+    m_listCntrl->deleteBtnDidClick();
+}
+
+bool QVContentViewCntrl::isDeleting() const {
+    return m_listCntrl->isErasing();
+}
+
+}  // namespace kestrin

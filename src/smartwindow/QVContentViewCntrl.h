@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The right part of the browsing window: the entries of one trash, and the preview beside them.
+// Main thread.
+#pragma once
+
+#include <QWidget>
+#include <functional>
+#include <vector>
+
+#include "base/NotificationCenter.h"
+#include "smartwindow/EmptyStateView.h"
+#include "smartwindow/SourceListModel.h"
+
+class QLabel;
+class QPropertyAnimation;
+
+namespace kestrin {
+
+class CollapsingSplitter;
+class QVContentTableView;
+class QVListCntrl;
+class QVWorkingProgressView;
+struct SmartWindowServices;
+
+/// Holds the table with the text below it, the view of work in progress that covers the table until
+/// there are entries to show, and the preview pane, the only one that can be collapsed.
+class QVContentViewCntrl : public QWidget {
+    Q_OBJECT
+
+ public:
+    /// What it needs of the window around it.
+    struct Outlets {
+        std::function<void(int level)> setWindowLevel;
+        std::function<void()> closeWindow;
+        std::function<SourceItems()> sourceItems;
+        std::function<bool()> sourcesAreListed;  ///< whether those are all that there are
+    };
+    /// The services must outlive it.
+    QVContentViewCntrl(const SmartWindowServices& services, Outlets outlets);
+    ~QVContentViewCntrl() override;
+
+    QVContentTableView& tableView() const { return *m_tableView; }
+    QVListCntrl& listCntrl() const { return *m_listCntrl; }
+
+    bool isCollapsed() const;
+    void setIsCollapsed(bool isCollapsed);
+
+    /// To be called when sources came or went, or what they say of themselves changed.
+    void sourcesDidChange();
+
+    /// Starts the erase of everything that is checked.
+    void deleteItemsAction();
+    /// True from the erase command to its end. Meanwhile no mark changes and the window stays open.
+    bool isDeleting() const;
+
+ Q_SIGNALS:
+    void collapseDidChange(bool isCollapsed);
+
+ private:
+    QWidget* makeListPane();
+    QWidget* makePreviewPane();
+    void makeListCntrl();
+    EmptyState emptyState() const;
+    void showEmptyState();
+    void showProgressView(bool isShown);
+    void splitViewDidResize(bool isCollapsed);
+
+    const SmartWindowServices& m_services;
+    const Outlets m_outlets;
+    QVContentTableView* m_tableView = nullptr;
+    EmptyStateView* m_emptyView = nullptr;
+    EmptyPreviewView* m_emptyPreviewView = nullptr;
+    QVWorkingProgressView* m_workingProgressView = nullptr;
+    QPropertyAnimation* m_fade = nullptr;
+    QLabel* m_infoFld = nullptr;  ///< below the table
+    CollapsingSplitter* m_splitView = nullptr;
+    QVListCntrl* m_listCntrl = nullptr;
+};
+
+}  // namespace kestrin
