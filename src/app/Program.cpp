@@ -28,6 +28,7 @@
 #include "format/QVNumberUtilities.h"
 #include "inventory/QVKestrinFileUtilities.h"
 #include "platform/desktop/ui/DesktopNotification.h"
+#include "platform/desktop/ui/FileManager.h"
 #include "platform/desktop/ui/SessionEnd.h"
 #include "platform/desktop/ui/SingleInstance.h"
 #include "platform/desktop/ui/StatusItem.h"
@@ -35,6 +36,7 @@
 #include "platform/disks/MountTable.h"
 #include "platform/processes/BackgroundPriority.h"
 #include "platform/trash/TrashWatcher.h"
+#include "smartwindow/QVWindowCntrl.h"
 
 namespace kestrin {
 namespace {
@@ -42,6 +44,10 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kStatusAreaPatience = 30s;
+
+// What a start may ask for, besides "quit".
+constexpr char kEmptyAll[] = "empty-all";
+constexpr char kSmartWindow[] = "smart-window";
 
 /// The status area's icon behind the controller's view of it.
 class StatusItemDisplay final : public StatusDisplay {
@@ -72,6 +78,22 @@ TrashCount::Counter inBackground(TrashContents (*counter)(const std::vector<File
         return contents;
     };
 }
+
+/// The browsing window behind the controller's view of it.
+class SmartWindowDisplay final : public SmartWindow {
+ public:
+    explicit SmartWindowDisplay(const SmartWindowServices& services)
+        : m_window(*new QVWindowCntrl(services)) {
+        m_window.showWindow();
+    }
+    ~SmartWindowDisplay() override { m_window.letGo(); }
+    void showWindow() override { m_window.showWindow(); }
+    bool isOpen() const override { return m_window.isOpen(); }
+    void trashContentsDidChange() override { m_window.trashContentsDidChange(); }
+
+ private:
+    QVWindowCntrl& m_window;  ///< owns itself
+};
 
 QVProgressWindow* openProgressWindow() {
     for (QWidget* const widget : QApplication::topLevelWidgets()) {
@@ -109,13 +131,17 @@ class Program {
  private:
     AppServices services();
     EraseServices eraseServices();
+    SmartWindowServices smartWindowServices();
+    QIcon diskIconOf(const TrashLocation& location);
     SecureAccessServices secureAccess();
     std::unique_ptr<AlertPanel> makeAlertPanel();
     std::unique_ptr<ProgressView> makeProgressView(std::function<void()> stop);
     void watchMounts(std::function<void(bool, const std::string&)> changed);
     void watchTrashes(const std::vector<TrashLocation>& trashes);
-    void launch(bool hasStatusArea);
-    void emptyAll();
+    void statusAreaIsKnown(bool isThere);
+    void launch();
+    void take(const std::string& action);
+    void act();
     void tellUser(const QString& text);
 
     std::string m_action;
@@ -128,6 +154,7 @@ class Program {
     TrashWatcher m_trashWatcher;
     bool m_hasStatusArea = false;
     bool m_wasRefused = false;  ///< the program cannot work on this desktop
+    bool m_isLaunching = false;
     bool m_wasLaunched = false;
     QVKestrin m_controller;
     SessionEnd m_end;
@@ -149,11 +176,11 @@ Program::Program(std::string_view action)
               m_controller.quit();
           }
       }),
-      m_instance(std::in_place,
-                 SingleInstance::Commands{.activate = [this] { m_controller.activate(); },
-                                          .actions = {{"empty-all", [this] { emptyAll(); }},
-                                                      {"quit", [this] { m_controller.quit(); }}}}) {
-}
+      m_instance(std::in_place, SingleInstance::Commands{
+                                    .activate = [this] { m_controller.activate(); },
+                                    .actions = {{kEmptyAll, [this] { take(kEmptyAll); }},
+                                                {kSmartWindow, [this] { take(kSmartWindow); }},
+                                                {"quit", [this] { m_controller.quit(); }}}}) {}
 
 AppServices Program::services() {
     return {.center = NotificationCenter::defaultCenter(),
@@ -165,10 +192,7 @@ AppServices Program::services() {
                      .texts = m_texts,
                      .numbers = QVNumberUtilities::sharedControl(),
                      .count = inBackground(countEntries),
-                     .icon =
-                         [this](const TrashLocation& location) {
-                             return iconOfDisk(location, m_trashes.volumeOf(location));
-                         }},
+                     .icon = [this](const auto& location) { return diskIconOf(location); }},
             .makeEngine = [this] { return QVDeleteItems::create(eraseServices()); },
             .makeStatusItem = [this](QMenu& menu) -> std::unique_ptr<StatusDisplay> {
                 if (!m_hasStatusArea) return nullptr;
@@ -179,6 +203,8 @@ AppServices Program::services() {
             .watchTrashes = [this](const auto& trashes) { watchTrashes(trashes); },
             .installHelper =
                 [this] { return QVSecureAccess(secureAccess()).installHelperAppIfNeeded(); },
+            .makeSmartWindow =
+                [this] { return std::make_unique<SmartWindowDisplay>(smartWindowServices()); },
             .openUrl = [](const QString& url) { QDesktopServices::openUrl(QUrl(url)); },
             .pressStop = pressStop,
             .bringForward = bringForward,
@@ -206,6 +232,31 @@ EraseServices Program::eraseServices() {
                                return std::make_unique<QVSecureAccess>(secureAccess(), &delegate);
                            }},
             .bringForward = bringForward};
+}
+
+SmartWindowServices Program::smartWindowServices() {
+    auto& files = QVFilesUtilities::sharedControl();
+    return {.center = NotificationCenter::defaultCenter(),
+            .texts = m_texts,
+            .numbers = QVNumberUtilities::sharedControl(),
+            .dates = QVDateUtilities::sharedControl(),
+            .presenter = m_presenter,
+            .defaults = m_defaults,
+            .trashes = m_trashes,
+            .files = files,
+            .makeEngine = [this] { return QVDeleteItems::create(eraseServices()); },
+            .volumeIcon = [this](const auto& location) { return diskIconOf(location); },
+            .beep = [] { QApplication::beep(); },
+            .reveal = [](const auto& urls) { revealInFileManager(urls); },
+            .open =
+                [&files](std::vector<std::string> paths, LaunchAnswer done) {
+                    files.launchItems(std::move(paths), std::move(done));
+                },
+            .tellUser = [this](const QString& text) { tellUser(text); }};
+}
+
+QIcon Program::diskIconOf(const TrashLocation& location) {
+    return iconOfDisk(location, m_trashes.volumeOf(location));
 }
 
 SecureAccessServices Program::secureAccess() {
@@ -250,25 +301,42 @@ void Program::tellUser(const QString& text) {
     showDesktopMessage(m_texts.text("app_name"_key), text);
 }
 
-void Program::launch(bool hasStatusArea) {
-    m_hasStatusArea = hasStatusArea;
-    m_wasRefused = !hasStatusArea;
-    m_wasLaunched = m_controller.applicationDidFinishLaunching();
-    if (m_wasLaunched && m_action == "empty-all") m_controller.requestToEmptyAll();
+void Program::statusAreaIsKnown(bool isThere) {
+    m_hasStatusArea = isThere;
+    if (!m_isLaunching) return launch();
+    if (isThere) m_controller.statusAreaDidAppear();
 }
 
-/// A second start may ask while the first one waits for a status area.
-void Program::emptyAll() {
-    if (m_wasLaunched) return m_controller.requestToEmptyAll();
-    m_action = "empty-all";
+void Program::launch() {
+    using Launch = QVKestrin::Launch;
+    m_isLaunching = true;
+    const Launch kind = m_action == kSmartWindow ? Launch::ForSmartWindow : Launch::InStatusArea;
+    if (kind == Launch::ForSmartWindow) m_action.clear();
+    m_wasRefused = !m_hasStatusArea && kind == Launch::InStatusArea;
+    m_wasLaunched = m_controller.applicationDidFinishLaunching(kind);
+    if (m_wasLaunched) act();
+}
+
+/// Another start may ask while this one waits for a status area. The window needs none.
+void Program::take(const std::string& action) {
+    m_action = action;
+    if (m_wasLaunched) return act();
+    if (action == kSmartWindow && !m_isLaunching) launch();
+}
+
+void Program::act() {
+    const std::string action = std::exchange(m_action, {});
+    if (action == kEmptyAll) m_controller.requestToEmptyAll();
+    if (action == kSmartWindow) m_controller.requestSmartWindow();
 }
 
 int Program::run() {
     const SingleInstance::Start start = m_instance->start(m_action);
     if (start == SingleInstance::Start::HandedOver || m_action == "quit") return 0;
+    // Posted even when the answer is known at once: ending the program needs the event loop.
+    if (m_action == kSmartWindow) MainThread::post([this] { launch(); });
     StatusItem::waitForHost(kStatusAreaPatience, [this](bool found) {
-        // Posted even when the answer is known at once: ending the program needs the event loop.
-        MainThread::post([this, found] { launch(found); });
+        MainThread::post([this, found] { statusAreaIsKnown(found); });
     });
     QApplication::exec();
     m_controller.applicationWillTerminate();

@@ -51,10 +51,10 @@ QVKestrin::~QVKestrin() {
 
 // --- Launch and end ---
 
-bool QVKestrin::applicationDidFinishLaunching() {
+bool QVKestrin::applicationDidFinishLaunching(Launch launch) {
     m_isWorking = false;
     callIfGiven(m_services.setupDefaultsPreferences);
-    if (!setupStatusMenu()) return false;
+    if (!setupStatusMenu(launch)) return false;
     m_stopObservation = m_services.center.observe(
         Key::kStopWorking, [this](const Notification& notification) { stopWorking(notification); });
     // An erase of the browsing window that is declined has no other end. This is posted on a
@@ -73,6 +73,7 @@ bool QVKestrin::applicationDidFinishLaunching() {
             workspaceHardDrivesObserver(wasAdded, path);
         });
     }
+    if (launch == Launch::ForSmartWindow) requestSmartWindow();
     if (m_services.installHelper) gIsHelperAuthorized = m_services.installHelper();
     if (m_isEnding) return true;  // the user quit meanwhile
     if (!m_services.showFirstWindow || !m_services.showFirstWindow()) {
@@ -97,12 +98,14 @@ void QVKestrin::quit() {
 
 void QVKestrin::endNow() {
     m_startTimer.reset();
+    m_smartWindow.reset();
     callIfGiven(m_services.terminate);
 }
 
 void QVKestrin::applicationWillTerminate() {
     m_isEnding = true;
     m_startTimer.reset();
+    m_smartWindow.reset();
     if (const auto engine = EraseTurn::holder()) engine->stop();
 }
 
@@ -151,6 +154,11 @@ void QVKestrin::requestToEmptyAll() {
     mainMenuAction(MenuTag::kEmptyAll);
 }
 
+void QVKestrin::requestSmartWindow() {
+    if (m_isWorking) return static_cast<void>(showWhatIsOpen());
+    mainMenuAction(MenuTag::kSmartWindow);
+}
+
 void QVKestrin::activate() {
     if (showWhatIsOpen() || m_isWorking) return;
     if (m_statusItem && m_statusItem->openMenu()) return;
@@ -159,9 +167,10 @@ void QVKestrin::activate() {
 
 /// False when there is nothing to show.
 bool QVKestrin::showWhatIsOpen() {
-    if (m_smartWindow) m_smartWindow->showWindow();
+    const bool hasWindow = smartWindowIsOpen();
+    if (hasWindow) m_smartWindow->showWindow();
     const bool isForward = m_services.bringForward && m_services.bringForward();
-    return isForward || m_smartWindow;
+    return isForward || hasWindow;
 }
 
 void QVKestrin::emptyAllTrashesAction() {
@@ -224,6 +233,7 @@ void QVKestrin::proceedToEraseWithArray(QVDeleteItems& engine, const SharedItems
 }
 
 void QVKestrin::smartDeletion() {
+    if (m_isEnding) return;
     m_smartWindowTimer.reset();
     if (m_smartWindow) {
         m_smartWindow->showWindow();
@@ -245,9 +255,10 @@ void QVKestrin::stopWorking(const Notification& notification) {
     if (EraseTurn::holder()) return;  // another erase goes on
     for (const DiskRow& row : m_submenuViews)
         row.view->setIsDeleting(false);
-    setIsWorking(false);
+    setIsWorking(smartWindowIsOpen());
     if (m_isEnding) return endNow();
     if (notification.userInfo.value<std::uint64_t>(Key::kErasedCount) != 0) cleanMemoryNow();
+    if (m_smartWindow) m_smartWindow->trashContentsDidChange();
     if (m_services.totals) m_services.totals->forget();
     m_services.trashes.refresh();
 }
@@ -274,9 +285,10 @@ void QVKestrin::tellWhatStayed(const QVDeleteItems& engine) const {
 }
 
 void QVKestrin::smartWindowDidClose() {
-    setIsWorking(false);
+    setIsWorking(isErasing());
     if (!m_submenuViews.empty()) installEmptyTimer();
     if (m_smartWindow) installCleanSmartWindowMemory();
+    if (!m_statusItem) quit();  // nothing is left that the program could be reached by
 }
 
 // --- Mounts ---
@@ -304,6 +316,7 @@ void QVKestrin::trashContentsDidChange() {
     m_rowsAreStale = true;    // also during a question that ends without an erase
     if (isErasing()) return;  // its end looks
     if (!m_menuIsOpen && !m_isWorking) cleanSubMenuMemory();
+    if (m_smartWindow) m_smartWindow->trashContentsDidChange();
     if (m_services.totals) m_services.totals->forget();
     m_services.trashes.refresh();
 }

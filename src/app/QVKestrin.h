@@ -48,12 +48,17 @@ class StatusDisplay {
     virtual bool openMenu() = 0;
 };
 
-/// The browsing window, as the controller sees it.
+/// The browsing window, as the controller sees it. When it is let go while it is open, it closes
+/// first and posts "smartWindowDidClose".
 class SmartWindow {
  public:
     virtual ~SmartWindow() = default;
     /// Shows the window or brings it to the front.
     virtual void showWindow() = 0;
+    /// Whether it shows. A window that was closed is kept for a while.
+    virtual bool isOpen() const = 0;
+    /// Somebody else may have changed what the trashes hold.
+    virtual void trashContentsDidChange() = 0;
 };
 
 /// The timers of a running program.
@@ -108,9 +113,16 @@ class QVKestrin : public QObject {
 
     // --- Launch and end ---
 
-    /// Launches the program, step by step in a fixed order. False when there is no status area;
-    /// then the user was told, and the program ends.
-    bool applicationDidFinishLaunching();
+    /// How the program was started.
+    enum class Launch {
+        InStatusArea,    ///< it needs a status area
+        ForSmartWindow,  ///< it shows the browsing window; without a status area it ends with that
+    };
+    /// Launches the program, step by step in a fixed order. False when a status area is needed and
+    /// there is none; then the user was told, and the program ends.
+    bool applicationDidFinishLaunching(Launch launch = Launch::InStatusArea);
+    /// Puts the icon into a status area that came after the launch.
+    void statusAreaDidAppear();
     /// Stops an erase, dismisses every alert and then ends the program. A second call changes
     /// nothing.
     void quit();
@@ -126,9 +138,10 @@ class QVKestrin : public QObject {
     void emptyAllTrashesAction();
     void emptyHardDriveTrashAction(QVDiskMenuItemView* row);
     void smartDeletion();
-    /// Does what a hot key or a second start asks for: the same as the menu's entry, but while a
-    /// question or an erase is open it only brings that forward.
+    /// Do what a hot key or a second start asks for: the same as the menu's entry, but while a
+    /// question, an erase or the browsing window is open they only bring that forward.
     void requestToEmptyAll();
+    void requestSmartWindow();
     /// Answers a second start without a command: brings a question or an erase forward. When
     /// nothing is open it opens the menu, or says that the program runs where it cannot open a
     /// menu.
@@ -169,7 +182,8 @@ class QVKestrin : public QObject {
     };
 
     // The status menu (QVKestrin_menu.cpp)
-    bool setupStatusMenu();
+    bool setupStatusMenu(Launch launch);
+    void setupStatusItem();
     void addCommandItems();
     void addSubTrashMenu();
     void menuNeedsUpdate(QMenu* menu);
@@ -201,6 +215,7 @@ class QVKestrin : public QObject {
     // Erasing
     bool showWhatIsOpen();
     void setIsWorking(bool isWorking);
+    bool smartWindowIsOpen() const { return m_smartWindow && m_smartWindow->isOpen(); }
     bool isErasing() const { return m_isAsking || EraseTurn::holder(); }
     void askToEmptyAll();
     void askAndErase(const std::shared_ptr<QVDeleteItems>& engine, const EraseRequest& request,

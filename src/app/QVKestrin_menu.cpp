@@ -12,7 +12,7 @@
 
 namespace kestrin {
 
-bool QVKestrin::setupStatusMenu() {
+bool QVKestrin::setupStatusMenu(Launch launch) {
     m_kestrinMenu = std::make_unique<QMenu>();
     m_kestrinMenu->setObjectName(QStringLiteral("kestrinMenu"));
     m_subTrashMenu = new QMenu(m_kestrinMenu.get());
@@ -27,8 +27,8 @@ bool QVKestrin::setupStatusMenu() {
     });
     connect(m_subTrashMenu, &QMenu::aboutToHide, this, [this] { menuDidClose(); });
 
-    m_statusItem = m_services.makeStatusItem(*m_kestrinMenu);
-    if (!m_statusItem) {
+    setupStatusItem();
+    if (!m_statusItem && launch == Launch::InStatusArea) {
         m_services.presenter.showError("cant_create_menu"_errorKey,
                                        "cant_create_menu_mess"_errorKey);
         quit();
@@ -42,13 +42,27 @@ bool QVKestrin::setupStatusMenu() {
     return true;
 }
 
+void QVKestrin::setupStatusItem() {
+    m_statusItem = m_services.makeStatusItem(*m_kestrinMenu);
+}
+
+void QVKestrin::statusAreaDidAppear() {
+    if (m_statusItem || m_isEnding) return;
+    setupStatusItem();
+    updateStatusItem();
+}
+
 void QVKestrin::addCommandItems() {
     const auto add = [this](std::string_view textKey) {
         return m_kestrinMenu->addAction(m_services.texts.text(textKey));
     };
-    QAction* const emptyAll = add("app_empty_all"_key);
-    emptyAll->setData(MenuTag::kEmptyAll);
-    connect(emptyAll, &QAction::triggered, this, [this] { mainMenuAction(MenuTag::kEmptyAll); });
+    const auto addCommand = [&](std::string_view textKey, int tag) {
+        QAction* const item = add(textKey);
+        item->setData(tag);
+        connect(item, &QAction::triggered, this, [this, tag] { mainMenuAction(tag); });
+    };
+    addCommand("app_empty_all"_key, MenuTag::kEmptyAll);
+    addCommand("app_smart_window"_key, MenuTag::kSmartWindow);
     m_kestrinMenu->addSeparator();
     QAction* const end = add("app_quit"_key);
     end->setMenuRole(QAction::QuitRole);

@@ -52,8 +52,9 @@ bool hasDisplay() {
 std::optional<std::string> programAction(const std::vector<std::string>& words) {
     if (words.size() > 1 || !hasDisplay()) return std::nullopt;
     if (words.empty()) return "";
-    if (words[0] == "--empty-all" || words[0] == "--quit") return words[0].substr(2);
-    return std::nullopt;
+    const bool isAction =
+        words[0] == "--empty-all" || words[0] == "--smart-window" || words[0] == "--quit";
+    return isAction ? std::make_optional(words[0].substr(2)) : std::nullopt;
 }
 
 /// Runs the program in the status area. Returns only when it could not be loaded.

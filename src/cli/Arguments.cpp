@@ -233,7 +233,8 @@ ParsedArguments parseArguments(const std::vector<std::string>& words) {
     if (const CommandTraits* const traits = findCommand(first)) {
         return WordReader(*traits, words).read();
     }
-    if (first == "--empty-all" || first == "--quit") return refuseWithoutDesktop(words);
+    if (first == "--empty-all" || first == "--smart-window" || first == "--quit")
+        return refuseWithoutDesktop(words);
     const bool isOption = first.size() > 1 && first.front() == '-';
     return UsageError{isOption ? "cli_unknown_option"_key : "cli_unknown_command"_key, {first}, {}};
 }

@@ -19,6 +19,7 @@
 #include "format/QVNumberUtilities.h"
 #include "inventory/QVKestrinFileUtilities.h"
 #include "platform/desktop/Places.h"
+#include "smartwindow/SmartWindowNotifications.h"
 #include "support/RecordingProgressView.h"
 #include "support/ScriptedAlertPanel.h"
 #include "support/TestEnvironment.h"
@@ -67,6 +68,35 @@ struct Display : StatusDisplay {
     void setToolTip(const QString& text) override { toolTip = text; }
     bool openMenu() override { return false; }
     QString& toolTip;
+};
+
+/// A window without a window; it keeps what became of it outside.
+struct Window : SmartWindow {
+    struct Record {
+        bool isOpen = false;
+        int shown = 0, changes = 0, made = 0, gone = 0;
+    };
+    Window(NotificationCenter& notifications, Record& toRecord)
+        : center(notifications), record(toRecord) {
+        ++record.made;
+        showWindow();
+    }
+    ~Window() override {
+        close();
+        ++record.gone;
+    }
+    void showWindow() override {
+        record.isOpen = true;
+        ++record.shown;
+    }
+    bool isOpen() const override { return record.isOpen; }
+    void trashContentsDidChange() override { ++record.changes; }
+    void close() {
+        if (std::exchange(record.isOpen, false))
+            center.post(SmartWindowNotification::kSmartWindowDidClose);
+    }
+    NotificationCenter& center;
+    Record& record;
 };
 
 /// The mounted disks, which may hang; a listing in the background may outlive the test that asked
@@ -134,8 +164,17 @@ class QVKestrinTest : public ::testing::Test {
                 .rows = {center, texts, numbers, countEntries,
                          [](const TrashLocation&) { return QIcon(); }},
                 .makeEngine = [this] { return makeEngine(); },
-                .makeStatusItem = [this](QMenu&) { return std::make_unique<Display>(toolTip); },
+                .makeStatusItem = [this](QMenu&) -> std::unique_ptr<StatusDisplay> {
+                    if (!hasStatusArea) return nullptr;
+                    return std::make_unique<Display>(toolTip);
+                },
                 .watchMounts = [this](auto changed) { mountChanged = changed; },
+                .makeSmartWindow =
+                    [this] {
+                        auto made = std::make_unique<Window>(center, windows);
+                        smartWindow = made.get();
+                        return made;
+                    },
                 .bringForward = [this] { return isSomethingOpen; },
                 .tellUser = [this](const QString& text) { told.push_back(text); },
                 .terminate = [this] { ++terminated; },
@@ -218,6 +257,9 @@ class QVKestrinTest : public ::testing::Test {
     std::weak_ptr<QVDeleteItems> lastEngine;
     int terminated = 0;
     bool isSomethingOpen = false;
+    bool hasStatusArea = true;
+    Window::Record windows;
+    Window* smartWindow = nullptr;
     std::unique_ptr<QVKestrin> controller;
 };
 
@@ -303,6 +345,58 @@ TEST_F(QVKestrinTest, releasesRowsAfterTheirMenuClosedUnlessWorking) {
     EXPECT_TRUE(timers.fire(120s));
     EXPECT_TRUE(controller->submenuViews().empty());
     EXPECT_EQ(timers.count(120s), 0);
+}
+
+TEST_F(QVKestrinTest, keepsTheSmartWindowForAWhileAfterItClosed) {
+    launch();
+    const auto isEnabled = [this](int tag) { return controller->itemWithTag(tag)->isEnabled(); };
+    controller->itemWithTag(MenuTag::kSmartWindow)->trigger();
+    EXPECT_FALSE(isEnabled(MenuTag::kEmptyAll) || isEnabled(MenuTag::kSmartWindow));
+    controller->requestSmartWindow();
+    controller->requestToEmptyAll();
+    controller->activate();
+    EXPECT_EQ(windows.shown, 4) << "each of them brings the window forward";
+    smartWindow->close();
+    EXPECT_TRUE(isEnabled(MenuTag::kEmptyAll) && isEnabled(MenuTag::kSmartWindow));
+    EXPECT_EQ(timers.count(120s), 1);
+    controller->requestSmartWindow();
+    EXPECT_EQ(timers.count(120s), 0) << "it is not let go while it shows";
+    controller->trashContentsDidChange();
+    EXPECT_EQ(windows.changes, 1);
+    smartWindow->close();
+    EXPECT_TRUE(timers.fire(120s));
+    EXPECT_EQ(windows.gone, 1);
+
+    controller->requestSmartWindow();
+    const auto stop = [this](std::uint64_t erased) {
+        center.post(EraseNotification::kStopWorking, nullptr,
+                    UserInfo().set(EraseNotification::kErasedCount, erased));
+    };
+    stop(0);
+    EXPECT_FALSE(isEnabled(MenuTag::kEmptyAll)) << "the window is open";
+    stop(1);
+    EXPECT_EQ(windows.gone, 2) << "what it shows is gone";
+    EXPECT_EQ(windows.made, 2);
+    EXPECT_TRUE(isEnabled(MenuTag::kEmptyAll));
+    EXPECT_EQ(timers.count(120s), 0);
+    settle();
+}
+
+TEST_F(QVKestrinTest, livesAsLongAsTheSmartWindowWithoutAStatusArea) {
+    hasStatusArea = false;
+    ASSERT_TRUE(controller->applicationDidFinishLaunching(QVKestrin::Launch::ForSmartWindow));
+    EXPECT_EQ(windows.shown, 1);
+    hasStatusArea = true;
+    controller->statusAreaDidAppear();
+    smartWindow->close();
+    EXPECT_EQ(terminated, 0) << "the icon came meanwhile";
+
+    hasStatusArea = false;
+    controller = std::make_unique<QVKestrin>(services());
+    ASSERT_TRUE(controller->applicationDidFinishLaunching(QVKestrin::Launch::ForSmartWindow));
+    smartWindow->close();
+    EXPECT_EQ(terminated, 1);
+    EXPECT_EQ(windows.made, windows.gone);
 }
 
 TEST_F(QVKestrinTest, followsWhatOthersDoToATrash) {

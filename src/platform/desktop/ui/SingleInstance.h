@@ -28,7 +28,7 @@ class SingleInstance {
     /// Called from the event loop.
     struct Commands {
         std::function<void()> activate;  ///< started again without an action, or with files to open
-        std::map<std::string, std::function<void()>, std::less<>> actions;  ///< "empty-all", "quit"
+        std::map<std::string, std::function<void()>, std::less<>> actions;  ///< such as "quit"
     };
     enum class Start {
         First,       ///< this process has the name and will get commands
