@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <thread>
 #include <utility>
@@ -82,6 +83,7 @@ class Scanner {
         if (ranges.empty()) return {};
         if (ranges.size() == 1) {  // nothing for others to do yet, and often nothing at all
             examineRange(0, m_results.size());
+            workAlone();
         } else {
             std::reverse(ranges.begin(), ranges.end());  // the first range is taken first
             m_tasks.push(ranges);
@@ -97,6 +99,15 @@ class Scanner {
         std::uint64_t size = 0;
         std::uint64_t count = 0;
     };
+
+    /// Works for as long as it would take others to get going: many trees are small.
+    void workAlone() {
+        constexpr auto kAlone = std::chrono::milliseconds(2);
+        const auto start = std::chrono::steady_clock::now();
+        while (m_tasks.workOnOne([this](ScanTask& task) { work(task); }) &&
+               std::chrono::steady_clock::now() - start < kAlone) {
+        }
+    }
 
     void runWorkers() {
         // There are more workers than cores: a disk answers several questions at once faster than

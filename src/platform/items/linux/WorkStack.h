@@ -40,6 +40,16 @@ class WorkStack {
         return m_tasks.empty();
     }
 
+    /// Does the task that is next; false when there is none. Requires: no worker running.
+    template <class Work>
+    bool workOnOne(Work work) {
+        if (m_tasks.empty()) return false;
+        Task task = std::move(m_tasks.back());
+        m_tasks.pop_back();
+        work(task);
+        return true;
+    }
+
     /// Lets `workers` threads, this one among them, take tasks until none is left. When the stack
     /// is empty a worker first asks `source` (called by one at a time) for a further task. What a
     /// worker throws ends the work, and is thrown when all of them are done.
