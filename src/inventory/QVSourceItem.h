@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -51,7 +50,6 @@ struct QVSourceItem {
     bool isCollapsed = false;
 
     std::vector<std::shared_ptr<QVSmartWindowItem>> selection;  ///< in the content list
-    std::set<std::size_t> selectionIndexes;                     ///< their rows
     std::vector<SortDescriptor> sortDescriptors;                ///< the first counts most
 
     std::int64_t markedStatus = 0;  ///< 1 every child is marked, -1 some are, 0 none or no children

@@ -52,7 +52,7 @@ QVListCntrl::QVListCntrl(const SmartWindowServices& services, ListOutlets outlet
     table.setContentModel(m_model);
     table.setAccessibleName(m_services.texts.text("content_list"_key));
     m_sortTimer.setSingleShot(true);
-    connect(&m_sortTimer, &QTimer::timeout, this, &QVListCntrl::makeRowsAnew);
+    connect(&m_sortTimer, &QTimer::timeout, this, &QVListCntrl::sortIsDue);
     connect(&m_model, &ContentListModel::itemWasChecked, this, [this](const auto& item) {
         m_services.center.post(Key::kCheckBtnInListDidClick, this,
                                UserInfo().set(Key::kItem, item));
@@ -67,7 +67,8 @@ QVListCntrl::QVListCntrl(const SmartWindowServices& services, ListOutlets outlet
 }
 
 QVListCntrl::~QVListCntrl() {
-    windowWillClose();
+    // Whoever would hear its signals may be half gone.
+    giveUpWaiting([](const CheckedSource&) { return true; });
 }
 
 void QVListCntrl::observe() {
@@ -165,6 +166,12 @@ void QVListCntrl::updateItemsList() {
     m_sortTimer.start(std::max(0ms, kSortPause - passed));
 }
 
+/// A worker that needs longer than the pause is not put to work again at once.
+void QVListCntrl::sortIsDue() {
+    if (m_isMakingRows) return m_sortTimer.start(kSortPause);
+    makeRowsAnew();
+}
+
 void QVListCntrl::setFilter(const QString& text) {
     ItemFilter filter(text);
     if (filter == m_filter) return;
@@ -196,6 +203,7 @@ void QVListCntrl::makeRowsAnew() {
 void QVListCntrl::takeRows(const ContentQuery& query, const std::optional<ContentRows>& rows) {
     m_isMakingRows = false;
     if (query.needsSort) m_lastSort = Clock::now();
+    if (!rows) m_needsSort |= query.needsSort;
     if (rows && query.order == m_sourceItem->sortDescriptors) {
         m_sorted = rows->sorted;
         if (query.filter == m_filter) showRows(*rows);
@@ -265,6 +273,7 @@ void QVListCntrl::toggleMarksOfSelection() {
 }
 
 void QVListCntrl::writeMarkedInfo() {
+    if (!m_sourceItem) return;
     m_services.center.post(Key::kUpdateMarkedInfo, &Key::kUpdateMarkedInfo,
                            UserInfo().set(Key::kSourceItem, m_sourceItem));
     updateCheckedFigures();
@@ -274,7 +283,7 @@ void QVListCntrl::sourcesDidChange() {
     const SourceItems sources = m_outlets.sourceItems();
     if (m_sourceItem && std::ranges::find(sources, m_sourceItem) == sources.end())
         showSelectedItems(nullptr);
-    if (m_erase) giveUpWaiting();
+    giveUpWaiting([this](const CheckedSource& checked) { return !isUsable(*checked.source); });
     updateCheckedFigures();
 }
 

@@ -117,6 +117,7 @@ class QVListCntrl : public QObject {
     void restoreTableState(const ContentRows& rows);
     void sortWasRequested(int column, Qt::SortOrder order);
     void updateItemsList();
+    void sortIsDue();
     void makeRowsAnew();
     void takeRows(const ContentQuery& query, const std::optional<ContentRows>& rows);
     void showRows(const ContentRows& rows);
@@ -148,8 +149,7 @@ class QVListCntrl : public QObject {
     void waitingForResponse(const Notification& response);
     void waitFor(const CheckedSource& checked);
     void updateCountAndSizeToDelete(const void* source);
-    void giveUpWaiting();
-    void takeLateTotals(const std::function<bool(const CheckedSource&)>& isOver);
+    void giveUpWaiting(const std::function<bool(const CheckedSource&)>& isOver);
     void stopWorking(const Notification& end);
     void endErase();
 

@@ -40,6 +40,8 @@ struct QVListCntrl::Gathered {
     std::vector<CheckedSource> checked;
     SharedItemsToErase items;
     std::uint64_t hiddenCount = 0;
+    TrashFigures totals;                    ///< of the sources in which all is measured
+    std::vector<CheckedSource> unmeasured;  ///< the other ones
     std::vector<CheckedSource> leftOut;
 };
 
@@ -60,8 +62,14 @@ void QVListCntrl::gatherChecked() {
     const auto gather = [usable, others, filter = m_filter] {
         Gathered gathered{.checked = checkedIn(usable), .leftOut = checkedIn(others)};
         gathered.items = itemsToErase(gathered.checked);
-        for (const CheckedSource& checked : gathered.checked)
+        for (const CheckedSource& checked : gathered.checked) {
             gathered.hiddenCount += checked.figures(filter).hiddenCount;
+            if (checked.isMeasured()) {
+                gathered.totals += checked.totals();
+            } else {
+                gathered.unmeasured.push_back(checked);
+            }
+        }
         return gathered;
     };
     workOnListQueue(*this, gather,
@@ -100,32 +108,29 @@ void QVListCntrl::tellThatNothingIsChecked(const std::vector<CheckedSource>& lef
 // --- The question ---
 
 void QVListCntrl::ask(const Gathered& gathered) {
-    Erase& erase = *m_erase;
-    erase.engine = m_services.makeEngine();
+    m_erase->engine = m_services.makeEngine();
+    m_erase->totals = gathered.totals;
     EraseRequest request{.isSmartErase = true};
     for (const CheckedSource& checked : gathered.checked) {
         request.checked.push_back(checkedVolume(checked));
         request.trashes.push_back(checked.source->location);
-        if (!checked.isMeasured()) {
-            waitFor(checked);
-        } else {
-            erase.totals += checked.totals();
-        }
     }
     for (const CheckedSource& checked : gathered.leftOut)
         request.leftOut.push_back(leftOutVolume(checked));
-    if (erase.waiting.empty()) {
-        request.size = erase.totals.size;
-        request.count = erase.totals.count;
+    if (gathered.unmeasured.empty()) {
+        request.size = gathered.totals.size;
+        request.count = gathered.totals.count;
     } else {
         request.countSender = nullptr;
+        for (const CheckedSource& checked : gathered.unmeasured)
+            waitFor(checked);
     }
     request.hiddenCount = gathered.hiddenCount;
     request.window = m_outlets.tableView.window();
     request.itemsDict = UserInfo().set(Key::kItemsToErase, gathered.items);
     observeEngine();
-    erase.engine->askToContinue(request);
-    takeLateTotals([](const CheckedSource& checked) { return checked.isMeasured(); });
+    m_erase->engine->askToContinue(request);
+    giveUpWaiting([](const CheckedSource& checked) { return checked.isMeasured(); });
 }
 
 /// The engine alone is listened to: others erase, too.
@@ -171,17 +176,13 @@ void QVListCntrl::waitFor(const CheckedSource& checked) {
 
 /// All folders of a source are measured.
 void QVListCntrl::updateCountAndSizeToDelete(const void* source) {
-    takeLateTotals(
+    giveUpWaiting(
         [source](const CheckedSource& checked) { return checked.source.get() == source; });
 }
 
-/// What went, or does not answer, will not be measured: it counts as far as it is known.
-void QVListCntrl::giveUpWaiting() {
-    takeLateTotals([this](const CheckedSource& checked) { return !isUsable(*checked.source); });
-}
-
-/// Waits no longer for those of which `isOver` holds. The engine is told when none are left.
-void QVListCntrl::takeLateTotals(const std::function<bool(const CheckedSource&)>& isOver) {
+/// Waits no longer for the sources of which `isOver` holds: their folders are measured, or never
+/// will be and count as far as they are known. The engine is told when none are left.
+void QVListCntrl::giveUpWaiting(const std::function<bool(const CheckedSource&)>& isOver) {
     if (!m_erase || m_erase->waiting.empty()) return;
     std::erase_if(m_erase->waiting, [&](const CheckedSource& checked) {
         if (!isOver(checked)) return false;
@@ -217,7 +218,7 @@ void QVListCntrl::endErase() {
 }
 
 void QVListCntrl::windowWillClose() {
-    takeLateTotals([](const CheckedSource&) { return true; });
+    giveUpWaiting([](const CheckedSource&) { return true; });
     if (m_erase && !m_erase->engine) endErase();
 }
 

@@ -317,11 +317,13 @@ void QVSmartWindowSourceViewCntrl::updateMarkedItems(const SourcePtr& source) {
             ++count;
         }
     }
+    const bool isChanged = source->markedSize != size || source->markedCount != count;
     source->markedSize = size;
     source->markedCount = count;
     const bool isMixed = count != 0 && count < children;
     source->markedStatus = isMixed ? -1 : count != 0 ? 1 : 0;
     m_model.reload(*source);
+    if (isChanged) Q_EMIT sourcesDidChange();
 }
 
 void QVSmartWindowSourceViewCntrl::updateMarkedItemsSoon(const SourcePtr& source) {
