@@ -4,9 +4,11 @@
 #include <QItemSelectionModel>
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <mutex>
 #include <utility>
 
+#include "base/OperationQueue.h"
 #include "base/StringTable.h"
 #include "inventory/TrashListing.h"
 #include "smartwindow/QVSourceTableView.h"
@@ -26,6 +28,16 @@ constexpr auto kMarksInterval = 100ms;
 bool hasChildren(const QVSourceItem& source) {
     const std::lock_guard lock(source.lock);
     return !source.children.empty();
+}
+
+/// Entries by the hundred thousand take long to free: that is for a worker, if nobody else keeps
+/// them.
+void letGo(std::shared_ptr<QVSourceItem> source) {
+    source->stop.request_stop();
+    try {
+        sourceListOperationQueue().enqueue([source = std::move(source)] {});
+    } catch (const std::exception&) {  // no thread is to be had: it is freed here
+    }
 }
 
 QString& selectedSourceName() {
@@ -58,8 +70,9 @@ QVSmartWindowSourceViewCntrl::QVSmartWindowSourceViewCntrl(const SmartWindowServ
 }
 
 QVSmartWindowSourceViewCntrl::~QVSmartWindowSourceViewCntrl() {
-    for (const SourcePtr& source : sourceItems())
-        source->stop.request_stop();
+    m_isChangingRows = true;
+    while (!sourceItems().empty())
+        removeSource(static_cast<int>(sourceItems().size()) - 1);
     setCurrentSelectedSourceName({});
 }
 
@@ -196,14 +209,14 @@ bool QVSmartWindowSourceViewCntrl::removeLostSources() {
 bool QVSmartWindowSourceViewCntrl::removeSources(
     const std::function<bool(const QVSourceItem&)>& isLost) {
     const std::size_t before = sourceItems().size();
-    const SourcePtr shown = m_shown;
+    const bool wasShowing = m_shown != nullptr;
     for (int row = static_cast<int>(before); row-- > 0;) {
         if (isLost(*sourceItems()[static_cast<std::size_t>(row)])) removeSource(row);
     }
     if (sourceItems().size() == before) return false;
     if (m_shown) {
         selectRow(lastSelectedRow());
-    } else if (shown) {
+    } else if (wasShowing) {
         showFirstSource();
     }
     return true;
@@ -277,14 +290,13 @@ void QVSmartWindowSourceViewCntrl::setDisabledRows() {
 }
 
 void QVSmartWindowSourceViewCntrl::removeSource(int row) {
-    const SourcePtr source = sourceItems()[static_cast<std::size_t>(row)];
-    m_isChangingRows = true;  // the view selects a neighbour
-    m_model.removeSource(row);
-    m_isChangingRows = false;
-    source->stop.request_stop();
+    const bool isChanging = std::exchange(m_isChangingRows, true);  // the view selects a neighbour
+    SourcePtr source = m_model.takeSource(row);
+    m_isChangingRows = isChanging;
     m_readings.erase(source.get());
     m_marksDue.erase(source);
     if (source == m_shown) m_shown.reset();
+    letGo(std::move(source));
 }
 
 // --- Marks ---

@@ -44,11 +44,14 @@ void SourceListModel::insertSource(int row, std::shared_ptr<QVSourceItem> source
     endInsertRows();
 }
 
-void SourceListModel::removeSource(int row) {
-    forgetPictures(m_sources[static_cast<std::size_t>(row)]->volumeUrl());
+std::shared_ptr<QVSourceItem> SourceListModel::takeSource(int row) {
     beginRemoveRows({}, row, row);
-    m_sources.erase(m_sources.begin() + row);
+    const auto place = m_sources.begin() + row;
+    std::shared_ptr<QVSourceItem> source = std::move(*place);
+    m_sources.erase(place);
     endRemoveRows();
+    forgetPictures(source->volumeUrl());
+    return source;
 }
 
 void SourceListModel::setDisabledRows(std::vector<DisabledRow> rows) {

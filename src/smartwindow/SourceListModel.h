@@ -52,7 +52,8 @@ class SourceListModel : public QAbstractListModel {
     static bool canBeSelected(const QVSourceItem& source) { return !source.trashIsEmpty; }
 
     void insertSource(int row, std::shared_ptr<QVSourceItem> source);
-    void removeSource(int row);
+    /// Removes the row and returns its source.
+    std::shared_ptr<QVSourceItem> takeSource(int row);
     void setDisabledRows(std::vector<DisabledRow> rows);
     /// Has views draw the row of the source anew.
     void reload(const QVSourceItem& source);
