@@ -24,6 +24,10 @@ using namespace std::chrono_literals;
 
 /// While folders are measured the marks of a source are summed up this often at most.
 constexpr auto kMarksInterval = 100ms;
+/// How long a source that is not the first one waits to be shown for those above it.
+constexpr auto kFirstSourcePatience = 500ms;
+/// While trashes are read or measured the listing is asked this often whether their volumes answer.
+constexpr auto kSilenceInterval = 5s;
 
 bool hasChildren(const QVSourceItem& source) {
     const std::lock_guard lock(source.lock);
@@ -65,6 +69,11 @@ QVSmartWindowSourceViewCntrl::QVSmartWindowSourceViewCntrl(const SmartWindowServ
         for (const SourcePtr& source : std::exchange(m_marksDue, {}))
             updateMarkedItems(source);
     });
+    m_silenceTimer.setInterval(kSilenceInterval);
+    connect(&m_silenceTimer, &QTimer::timeout, this, [this] {
+        if (!isBusy()) return m_silenceTimer.stop();
+        listVolumes();
+    });
     connect(&m_model, &SourceListModel::checkBtnClicked, this,
             &QVSmartWindowSourceViewCntrl::checkBtnAction);
 }
@@ -85,6 +94,10 @@ void QVSmartWindowSourceViewCntrl::viewDidLoad() {
     observe();
     if (m_services.trashes.knowsTheMounts()) listingDidChange();
     listVolumes();
+    QTimer::singleShot(kFirstSourcePatience, this, [this] {
+        m_waitsForFirst = false;
+        showFirstSourceIfNoneIs();
+    });
 }
 
 void QVSmartWindowSourceViewCntrl::observe() {
@@ -378,14 +391,15 @@ void QVSmartWindowSourceViewCntrl::showFirstSource() {
     if (m_shown != source) show(source);  // the view had selected it already
 }
 
-/// It waits for the first entries of a source, and for what will stand above it.
+/// A source can be shown when its first entries are there. For a moment it waits for those above
+/// it.
 void QVSmartWindowSourceViewCntrl::showFirstSourceIfNoneIs() {
     if (m_shown || m_isClosed) return;
     for (const SourcePtr& source : sourceItems()) {
         if (!SourceListModel::canBeSelected(*source) || !source->note.isEmpty()) continue;
-        if (hasChildren(*source) && isKnownWhatComesBefore(*source))
-            selectRow(m_model.rowOf(source.get()));
-        return;
+        if (hasChildren(*source) && (!m_waitsForFirst || isKnownWhatComesBefore(*source)))
+            return selectRow(m_model.rowOf(source.get()));
+        if (m_waitsForFirst) return;
     }
 }
 

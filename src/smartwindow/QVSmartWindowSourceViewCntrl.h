@@ -105,6 +105,7 @@ class QVSmartWindowSourceViewCntrl : public QObject {
 
     // Reading and measuring (QVSmartWindowSourceViewCntrl_reading.cpp)
     bool canRead(const QVSourceItem& source) const;
+    bool isBusy() const;
     void readAll();
     void read(const SourcePtr& source);
     void begin(const SourcePtr& source);
@@ -139,6 +140,8 @@ class QVSmartWindowSourceViewCntrl : public QObject {
     std::set<std::pair<std::string, int>> m_gone;
     std::set<SourcePtr> m_marksDue;  ///< sources whose marks are to be summed up
     QTimer m_marksTimer;
+    QTimer m_silenceTimer;          ///< runs while something is read or measured
+    bool m_waitsForFirst = true;    ///< the first source is waited for
     bool m_isListed = false;        ///< the first listing is over
     bool m_isChangingRows = false;  ///< what the view then selects means nothing
     bool m_isClosed = false;

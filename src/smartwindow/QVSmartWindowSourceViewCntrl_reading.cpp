@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // When trashes are read and measured, and what is told of it.
+#include <algorithm>
 #include <exception>
 #include <mutex>
 #include <utility>
@@ -19,6 +20,15 @@ namespace Key = SmartWindowNotification;
 /// A volume that does not answer would keep a thread. What is erased now is read at the end.
 bool QVSmartWindowSourceViewCntrl::canRead(const QVSourceItem& source) const {
     return source.note.isEmpty() && m_takesChecks && !m_isClosed;
+}
+
+/// Whether a volume may be owing an answer.
+bool QVSmartWindowSourceViewCntrl::isBusy() const {
+    return !m_isClosed && std::ranges::any_of(sourceItems(), [this](const SourcePtr& source) {
+        const auto reading = m_readings.find(source.get());
+        return source->gatheringSizeCount != 0 ||
+               (reading != m_readings.end() && reading->second.isReading);
+    });
 }
 
 void QVSmartWindowSourceViewCntrl::readAll() {
@@ -42,6 +52,7 @@ void QVSmartWindowSourceViewCntrl::read(const SourcePtr& source) {
 
 void QVSmartWindowSourceViewCntrl::begin(const SourcePtr& source) {
     const bool isLoaded = m_readings[source.get()].isLoaded;
+    if (!m_silenceTimer.isActive()) m_silenceTimer.start();
     sourceListOperationQueue().enqueue(
         [isLoaded, source, stop = source->stop.get_token(), reports = reportsFor(source)] {
             (isLoaded ? checkBinContent : loadSource)(source, stop, reports);
