@@ -11,7 +11,7 @@
 namespace kestrin {
 namespace {
 
-constexpr int kWidestLine = 320;  // points
+constexpr int kWidestLine = 380;  // points
 constexpr int kSpacing = 6;
 constexpr double kTitleSize = 1.2;  // times the size of other texts
 
