@@ -88,7 +88,7 @@ void QVContentTableView::mouseMoveEvent(QMouseEvent* event) {
 
 void QVContentTableView::mouseReleaseEvent(QMouseEvent* event) {
     const auto pressed = std::exchange(m_pressedCheck, nullptr);
-    if (!pressed) return QTreeView::mouseReleaseEvent(event);
+    if (!pressed || !m_model) return QTreeView::mouseReleaseEvent(event);
     const QModelIndex index = indexAt(event->position().toPoint());
     if (index.column() != ContentListModel::Check || m_model->itemAt(index.row()) != pressed)
         return;
@@ -131,16 +131,6 @@ void QVContentTableView::selectAll() {
         QItemSelectionModel::ClearAndSelect);
 }
 
-std::vector<int> QVContentTableView::selectedRowNumbers() const {
-    std::vector<int> rows;
-    if (!selectionModel()) return rows;
-    for (const QItemSelectionRange& range : selectionModel()->selection())
-        for (int row = range.top(); row <= range.bottom(); ++row)
-            rows.push_back(row);
-    std::ranges::sort(rows);
-    return rows;
-}
-
 void QVContentTableView::keyboardSearch(const QString& text) {
     if (!m_model || text.isEmpty() || text.contains(u' ')) return;
     const bool goesOn =
@@ -160,7 +150,7 @@ void QVContentTableView::keyboardSearch(const QString& text) {
 /// Looks at some rows; the others have their turn when the event loop has.
 void QVContentTableView::searchOn() {
     m_search.stop();
-    const int rows = m_model->rowCount();
+    const int rows = m_model ? m_model->rowCount() : 0;
     for (int looks = 0; m_rowsLeft > 0 && rows > 0; --m_rowsLeft, ++m_nextRow, ++looks) {
         if (looks == kRowsAtOnce) return m_search.start(0, this);
         const int row = m_nextRow % rows;

@@ -4,10 +4,10 @@
 
 #include <QBasicTimer>
 #include <QElapsedTimer>
+#include <QPointer>
 #include <QTreeView>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace kestrin {
 
@@ -29,7 +29,6 @@ class QVContentTableView : public QTreeView {
 
     /// Nothing is shown but rows of such a model.
     void setContentModel(ContentListModel& model);
-    ContentListModel* contentModel() const { return m_model; }
     QVTableHeaderCntrl& headerCntrl() const { return *m_header; }
 
     /// Draws a frame around the selected rows and around `clicked`, which need not be one of them:
@@ -37,8 +36,6 @@ class QVContentTableView : public QTreeView {
     void beginTargets(const QModelIndex& clicked);
     void endTargets();
 
-    /// The selected rows in their order.
-    std::vector<int> selectedRowNumbers() const;
     /// At once, however many rows there are.
     void selectAll() override;
     void keyboardSearch(const QString& text) override;
@@ -71,7 +68,7 @@ class QVContentTableView : public QTreeView {
     void searchOn();
 
     QVTableHeaderCntrl* m_header = nullptr;
-    ContentListModel* m_model = nullptr;
+    QPointer<ContentListModel> m_model;
 
     // Entries, since another order of them resets the model, and with it every index.
     std::shared_ptr<QVSmartWindowItem> m_pressedCheck;  ///< the button went down on its box

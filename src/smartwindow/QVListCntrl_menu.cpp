@@ -131,7 +131,7 @@ void QVListCntrl::closeContextualMenu() {
 /// The selected rows and the clicked one, in the order of the rows. They are kept as entries, since
 /// the rows may change their places while the menu is open.
 ItemList QVListCntrl::selectedItemsForMenu(const QModelIndex& clicked) const {
-    std::vector<int> rows = m_outlets.tableView.selectedRowNumbers();
+    std::vector<int> rows = selectedRows(m_outlets.tableView);
     const auto place = std::ranges::lower_bound(rows, clicked.row());
     if (clicked.isValid() && (place == rows.end() || *place != clicked.row()))
         rows.insert(place, clicked.row());

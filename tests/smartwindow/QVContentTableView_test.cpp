@@ -8,6 +8,7 @@
 #include <QTest>
 
 #include "smartwindow/ContentListModel.h"
+#include "smartwindow/ContentRows.h"
 #include "smartwindow/QVDateCellView.h"
 #include "smartwindow/QVTableHeaderCntrl.h"
 #include "smartwindow/support/WindowWorld.h"
@@ -49,7 +50,7 @@ TEST_F(QVContentTableViewTest, AClickIntoTheFirstColumnChecksAndSelectsNothing) 
     EXPECT_TRUE(rows[0]->isMarked);
     QTest::mouseDClick(view.viewport(), Qt::LeftButton, {}, at(0, ContentListModel::Check));
     EXPECT_TRUE(rows[0]->isMarked) << "checked off and on by two clicks soon after each other";
-    EXPECT_THAT(view.selectedRowNumbers(), ElementsAre(1));
+    EXPECT_THAT(selectedRows(view), ElementsAre(1));
 
     const QPoint first = at(0, ContentListModel::Check);
     QTest::mousePress(view.viewport(), Qt::LeftButton, {}, first);
@@ -59,7 +60,7 @@ TEST_F(QVContentTableViewTest, AClickIntoTheFirstColumnChecksAndSelectsNothing) 
     EXPECT_TRUE(rows[2]->isMarked && !rows[0]->isMarked) << "another row came under the pointer";
 
     view.selectAll();
-    EXPECT_THAT(view.selectedRowNumbers(), ElementsAre(0, 1, 2));
+    EXPECT_THAT(selectedRows(view), ElementsAre(0, 1, 2));
 }
 
 TEST_F(QVContentTableViewTest, TheRightButtonAndTheMenuKeyNameTheRowAndLeaveTheSelection) {
