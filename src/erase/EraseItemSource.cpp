@@ -10,7 +10,7 @@ namespace kestrin {
 struct EraseItemSource::Folder {
     const FileUrl* url = nullptr;  ///< as the entries have it
     std::optional<OpenTrash> trash;
-    MaybeError error;  ///< why there is none
+    MaybeError error;  ///< why there is none; no error of one that may not be opened
 };
 
 EraseItemSource::EraseItemSource(const ItemsToErase& items, Callbacks callbacks)
@@ -23,10 +23,8 @@ bool EraseItemSource::next(RemovalItem& item) {
         const std::size_t index = m_next++;
         const QVItemToErase& entry = m_items[index];
         const Folder& folder = *folderOf(entry);
-        if (folder.error) {
-            m_callbacks.couldNotBegin(entry.url(), *folder.error);
-            continue;
-        }
+        if (folder.error) m_callbacks.couldNotBegin(entry.url(), *folder.error);
+        if (!folder.trash) continue;
         item = {index, folder.trash->filesDescriptor(), entry.trash->path(), entry.name,
                 entry.identity};
         return true;
@@ -40,17 +38,21 @@ EraseItemSource::Folder* EraseItemSource::folderOf(const QVItemToErase& entry) {
     auto& folder = m_folders[*entry.trash];
     if (!folder) {
         folder = std::make_unique<Folder>();
-        auto trash = OpenTrash::open(*entry.trash);
-        if (trash) {
-            folder->trash.emplace(std::move(*trash));
-            m_byDescriptor[folder->trash->filesDescriptor()] = folder.get();
-        } else {
-            folder->error = trash.error();
-        }
+        if (m_callbacks.mayOpen(*entry.trash)) open(*folder, *entry.trash);
     }
     folder->url = entry.trash.get();
     m_latest = folder.get();
     return m_latest;
+}
+
+void EraseItemSource::open(Folder& folder, const FileUrl& url) {
+    auto trash = OpenTrash::open(url);
+    if (!trash) {
+        folder.error = trash.error();
+        return;
+    }
+    folder.trash.emplace(std::move(*trash));
+    m_byDescriptor[folder.trash->filesDescriptor()] = &folder;
 }
 
 void EraseItemSource::finished(const RemovalItem& item, RemovalOutcome outcome) {

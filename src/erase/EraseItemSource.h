@@ -22,6 +22,9 @@ namespace kestrin {
 class EraseItemSource final : public RemovalItems {
  public:
     struct Callbacks {
+        /// Whether the trash may be opened, asked once. The entries of one that may not are passed
+        /// over.
+        std::function<bool(const FileUrl& trash)> mayOpen;
         /// The entry's folder cannot be opened; the entry was not begun.
         std::function<void(const FileUrl& entry, const HostError& error)> couldNotBegin;
         /// An entry was begun and is still there.
@@ -42,6 +45,7 @@ class EraseItemSource final : public RemovalItems {
  private:
     struct Folder;
     Folder* folderOf(const QVItemToErase& entry);
+    void open(Folder& folder, const FileUrl& url);
 
     const ItemsToErase& m_items;
     const Callbacks m_callbacks;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "erase/EraseRun.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -69,19 +70,29 @@ EraseDecisions::Callbacks EraseRun::callbacks() {
 }
 
 void EraseRun::erase(const ItemsToErase& items) {
-    EraseItemSource source(items, {[this](const FileUrl& entry, const HostError& error) {
+    EraseItemSource source(items, {[this](const FileUrl& trash) { return mayOpen(trash); },
+                                   [this](const FileUrl& entry, const HostError& error) {
                                        m_decisions.couldNotBegin(entry, error);
                                    },
                                    [this](const QVItemToErase& entry) { addToNotTrashed(entry); }});
     TreeRemover(*this).remove(source);
     source.tidy();
     if (shouldStop()) return;
+    for (const TrashLocation& trash : m_trashes)
+        isStillThere(trash);
     for (const TrashLocation& trash : m_wholeTrashes) {
         if (!isStillThere(trash)) continue;
         if (auto open = OpenTrash::open(trash.trashURL)) open->removeOrphanRecords(kOrphanAge);
     }
-    for (const TrashLocation& trash : m_trashes)
-        isStillThere(trash);
+}
+
+/// What another volume holds at the same place was never meant, whatever its names.
+bool EraseRun::mayOpen(const FileUrl& trash) {
+    for (const auto* const trashes : {&m_wholeTrashes, &m_trashes}) {
+        const auto known = std::ranges::find(*trashes, trash, &TrashLocation::trashURL);
+        if (known != trashes->end()) return isStillThere(*known);
+    }
+    return true;
 }
 
 void EraseRun::noteWhatWasNotListed() {

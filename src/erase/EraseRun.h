@@ -90,6 +90,7 @@ class EraseRun final : public std::enable_shared_from_this<EraseRun>,
     EraseDecisions::Callbacks callbacks();
     bool passesLock(const RemovalEntry& entry);
     void addToNotTrashed(const QVItemToErase& entry);
+    bool mayOpen(const FileUrl& trash);
     bool isStillThere(const TrashLocation& trash);
     RefusalAnswer askToErase(const RefusalQuestion& question) const;
     bool startHelper();

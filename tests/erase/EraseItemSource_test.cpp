@@ -20,13 +20,15 @@ TEST(EraseItemSourceTest, HandsOutInOrderAndRemovesTheRecordsOfWhatIsGone) {
     const std::map<std::string, RemovalOutcome> outcomes{
         {"gone", Gone}, {"left", Stayed}, {"other", Replaced}, {"begun", Stopped}};
     const ScratchFolder scratch;
-    const std::string closed = scratch / "closed", trash = scratch / "trash";
+    const std::string closed = scratch / "closed", shut = scratch / "shut",
+                      trash = scratch / "trash";
     const auto record = [](const std::string& in, const std::string& name) {
         return in + "/info/" + name + ".trashinfo";
     };
     ItemsToErase items;
     for (const auto& [in, name] : {std::pair(trash, "other"),
                                    {closed, "a"},
+                                   {shut, "c"},
                                    {trash, "gone"},
                                    {trash, "left"},
                                    {closed, "b"},
@@ -39,7 +41,8 @@ TEST(EraseItemSourceTest, HandsOutInOrderAndRemovesTheRecordsOfWhatIsGone) {
     ASSERT_EQ(chmod(closed.c_str(), 0), 0);
     std::vector<std::string> notBegun, begun, stayed;
     EraseItemSource source(items,
-                           {[&](const FileUrl& entry, const HostError& error) {
+                           {[&](const FileUrl& folder) { return folder.path() != shut + "/files"; },
+                            [&](const FileUrl& entry, const HostError& error) {
                                 EXPECT_EQ(error.code, kFileReadNoPermission);
                                 notBegun.push_back(entry.path());
                             },
