@@ -104,7 +104,7 @@ void QVDiskMenuItemView::buildLayout() {
 // --- What it shows ---
 
 void QVDiskMenuItemView::setDiskDict(const TrashLocation& location) {
-    if (!(location.trashURL == m_diskDict.trashURL)) {
+    if (!(location.trashURL == m_diskDict.trashURL) || location.mountId != m_diskDict.mountId) {
         forgetCount();
         m_info.reset();
         m_isDeleting = false;

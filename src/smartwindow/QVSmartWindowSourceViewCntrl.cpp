@@ -207,9 +207,11 @@ void QVSmartWindowSourceViewCntrl::listingDidChange() {
 /// True for a trash that can be used now, or could when its volume last answered.
 bool QVSmartWindowSourceViewCntrl::isListed(const TrashLocation& trash, int mountId) const {
     const ListedVolume* const volume = m_services.trashes.volumeOf(trash);
-    return volume && volume->state == ListedVolume::State::Usable && volume->mountId == mountId &&
-           std::ranges::find(volume->trashes, trash.trashURL, &TrashLocation::trashURL) !=
-               volume->trashes.end();
+    if (!volume || volume->state != ListedVolume::State::Usable || volume->mountId != mountId)
+        return false;
+    return std::ranges::any_of(volume->trashes, [&](const TrashLocation& listed) {
+        return listed.trashURL == trash.trashURL && listed.mountId == trash.mountId;
+    });
 }
 
 bool QVSmartWindowSourceViewCntrl::removeLostSources() {

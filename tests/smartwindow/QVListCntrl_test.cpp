@@ -123,7 +123,9 @@ class QVListCntrlTest : public ::testing::Test, protected WindowWorld {
                                 center,
                                 texts,
                                 progress.factory(),
-                                {}};
+                                {},
+                                &DisplayTick::start,
+                                [](const FileUrl&, std::uint64_t) { return true; }};
     SourceItems sources;
     QVContentTableView table{dates};
     QLabel info;
