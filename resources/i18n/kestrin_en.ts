@@ -747,35 +747,35 @@ Examples:
     </message>
     <message id="menu_copy_name">
         <source></source>
-        <translation>Copy Name</translation>
+        <translation>Copy &amp;Name</translation>
     </message>
     <message id="menu_copy_path">
         <source></source>
-        <translation>Copy Path</translation>
+        <translation>Copy &amp;Path</translation>
     </message>
     <message id="menu_mark">
         <source></source>
-        <translation>Check</translation>
+        <translation>&amp;Check</translation>
     </message>
     <message id="menu_open">
         <source></source>
-        <translation>Open</translation>
+        <translation>&amp;Open</translation>
     </message>
     <message id="menu_reveal">
         <source></source>
-        <translation>Show in File Manager</translation>
+        <translation>Show in &amp;File Manager</translation>
     </message>
     <message id="menu_sort">
         <source></source>
-        <translation>Sort By</translation>
+        <translation>&amp;Sort By</translation>
     </message>
     <message id="menu_toggle">
         <source></source>
-        <translation>Invert Checks</translation>
+        <translation>&amp;Invert Checks</translation>
     </message>
     <message id="menu_unmark">
         <source></source>
-        <translation>Uncheck</translation>
+        <translation>&amp;Uncheck</translation>
     </message>
     <message id="name_col">
         <source></source>

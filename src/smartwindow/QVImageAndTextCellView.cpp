@@ -49,7 +49,7 @@ void QVImageAndTextCellView::paintFolder(QPainter& painter, const QStyleOptionVi
     if (texts.width() - begin < kLeastFolder) return;
     painter.setPen(textColor(option, true));
     drawLine(painter, QStyle::visualRect(option.direction, texts, texts.adjusted(begin, 0, 0, 0)),
-             index.data(ContentListModel::OriginalFolderRole).toString(), Qt::ElideMiddle);
+             index.data(ContentListModel::OriginalFolderRole).toString(), Qt::ElideLeft);
 }
 
 QSize QVImageAndTextCellView::sizeHint(const QStyleOptionViewItem& option,

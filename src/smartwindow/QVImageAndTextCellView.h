@@ -8,7 +8,7 @@ namespace kestrin {
 
 /// Draws the icon, the name, and behind it the original folder, fainter. A name that is too long is
 /// cut in its middle, so that its extension stays; the folder has the room that the name leaves,
-/// and is left out where that is too little. An entry that is hidden is faint.
+/// shows its end there, and is left out where that is too little. An entry that is hidden is faint.
 class QVImageAndTextCellView : public ContentCell {
     Q_OBJECT
 
