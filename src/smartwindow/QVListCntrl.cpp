@@ -29,6 +29,15 @@ std::vector<SortDescriptor> defaultOrder() {
     return {{std::string(ColumnKey::kName), true}};
 }
 
+/// Entries by the hundred thousand take long to free, if nobody else keeps them: that is for a
+/// worker, which is handed what holds them.
+void letGo(std::function<void()> holder) {
+    try {
+        listOperationQueue().enqueue(std::move(holder));
+    } catch (const std::exception&) {  // no thread is to be had: they are freed here
+    }
+}
+
 }  // namespace
 
 OperationQueue& listOperationQueue() {
@@ -88,14 +97,17 @@ void QVListCntrl::showSelectedItems(const std::shared_ptr<QVSourceItem>& source)
     if (source && source == m_sourceItem) return;
     keepTableState();
     closeContextualMenu();
-    m_sourceItem = source;
+    auto formerSource = std::exchange(m_sourceItem, source);
+    auto formerItems = std::exchange(m_sorted, nullptr);
+    auto formerRows = m_model.rows();
     ++m_showing;
-    m_sorted = nullptr;
     m_isLoading = source != nullptr;
     m_isMakingRows = m_makesRowsAgain = m_scrollsToSelection = false;
     m_updateObservation.reset();
     m_checkObservation.reset();
     m_model.setRows(std::make_shared<ItemList>());
+    letGo([formerSource = std::move(formerSource), formerItems = std::move(formerItems),
+           formerRows = std::move(formerRows)] {});
     selectionChanged();
     m_outlets.showProgressView(false);
     if (source) {

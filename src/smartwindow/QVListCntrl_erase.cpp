@@ -15,7 +15,7 @@ namespace {
 
 namespace Key = EraseNotification;
 
-constexpr int kLevelOfSheets = 8;  ///< on top of the windows of other programs
+constexpr int kTopLevel = 8;  ///< on top of the windows of other programs
 constexpr int kOrdinaryLevel = 0;
 
 LeftOutVolume leftOutVolume(const CheckedSource& checked) {
@@ -206,7 +206,7 @@ void QVListCntrl::stopWorking(const Notification& end) {
             if (owner) owner->m_outlets.closeWindow();
         });
     } else {
-        m_outlets.setWindowLevel(kLevelOfSheets);
+        m_outlets.setWindowLevel(kTopLevel);
     }
     endErase();
 }
