@@ -863,7 +863,7 @@ Examples:
     </message>
     <message id="smart_erase">
         <source></source>
-        <translation>%@ checked items, %@</translation>
+        <translation>%@ items in all, %@</translation>
     </message>
     <message id="smart_erase_info">
         <source></source>
@@ -871,7 +871,7 @@ Examples:
     </message>
     <message id="smart_erase_single">
         <source></source>
-        <translation>%@ checked item, %@</translation>
+        <translation>%@ item, %@</translation>
     </message>
     <message id="smart_window_checked" numerus="yes">
         <source></source>

@@ -201,6 +201,15 @@ bool QVContentTableView::isTarget(const QModelIndex& index) const {
                             (m_clicked && m_model->itemAt(index.row()) == m_clicked));
 }
 
+/// The frame goes around the whole row, of which the base draws one cell anew.
+void QVContentTableView::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
+    QTreeView::currentChanged(current, previous);
+    for (const QModelIndex& index : {current, previous}) {
+        const QRect cell = visualRect(index);
+        if (cell.isValid()) viewport()->update(0, cell.y(), viewport()->width(), cell.height());
+    }
+}
+
 void QVContentTableView::drawRow(QPainter* painter, const QStyleOptionViewItem& option,
                                  const QModelIndex& index) const {
     QTreeView::drawRow(painter, option, index);

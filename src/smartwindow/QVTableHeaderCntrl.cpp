@@ -22,7 +22,7 @@ constexpr std::array<ColumnRule, ContentListModel::ColumnCount> kRules = {{
     {44, 44, 44},
     {260, 10000, 260},
     {60, 200, 92},
-    {60, 1000, 124},
+    {60, 1000, 108},
 }};
 
 const ColumnRule& ruleOf(int column) {
@@ -71,6 +71,13 @@ void QVTableHeaderCntrl::fillWithName() {
     const ColumnRule& rule = ruleOf(ContentListModel::Name);
     const int wanted = sectionSize(ContentListModel::Name) + width() - length() - m_room;
     resizeSection(ContentListModel::Name, std::clamp(wanted, rule.least, rule.most));
+}
+
+/// Styles leave less room beside a title than there is beside what stands below it.
+void QVTableHeaderCntrl::initStyleOptionForIndex(QStyleOptionHeader* option, int column) const {
+    QHeaderView::initStyleOptionForIndex(option, column);
+    constexpr QChar kNoBreakSpace(QChar::Nbsp);
+    option->text = kNoBreakSpace + option->text + kNoBreakSpace;
 }
 
 void QVTableHeaderCntrl::paintSection(QPainter* painter, const QRect& rect, int column) const {

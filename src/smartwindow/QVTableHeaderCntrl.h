@@ -21,6 +21,7 @@ class QVTableHeaderCntrl : public QHeaderView {
 
  protected:
     void resizeEvent(QResizeEvent* event) override;
+    void initStyleOptionForIndex(QStyleOptionHeader* option, int column) const override;
     void paintSection(QPainter* painter, const QRect& rect, int column) const override;
 
  private:

@@ -236,7 +236,7 @@ TEST_F(QVListCntrlTest, ErasesExactlyWhatIsCheckedWhereverItIs) {
     EXPECT_FALSE(list->model().setData(list->model().index(0, 0), Qt::Checked, Qt::CheckStateRole));
     list->deleteBtnDidClick();
     EXPECT_EQ(alerts.sheets.size(), 1u);
-    EXPECT_EQ(alerts.sizeLines.back().text, QStringLiteral("5 checked items, 30 B"));
+    EXPECT_EQ(alerts.sizeLines.back().text, QStringLiteral("5 items in all, 30 B"));
     alerts.answerSheet(kAlertFirstButton);
     EXPECT_TRUE(ends());
     EXPECT_TRUE(waitFor([this] { return closed == 1; }));
