@@ -47,6 +47,8 @@ ForegroundNormal=230,230,230
 
 
 class PicturesTest(DesktopTest):
+    SUBJECT = "menu"
+
     def setUp(self):
         require("scrot")
         super().setUp()
@@ -129,7 +131,7 @@ class PicturesTest(DesktopTest):
         self.wait(lambda: self.app.find("label", r"^249 |^24\d "), "the figures")
         self.picture("confirmation")
         self.slow.shut()
-        self.press_first_button()
+        self.press_first_button(self.app.find("dialog"))
         self.see_progress_and_stop()
 
     def empty_all_by_keyboard(self):
@@ -141,11 +143,11 @@ class PicturesTest(DesktopTest):
         self.click(self.icon_place())
         self.wait(self.bus.popups, "the menu")
 
-    def press_first_button(self):
+    def press_first_button(self, question):
         """Return on the question, as soon as it takes one as meant."""
         def gone():
             self.key("Return")
-            return not self.app.find("dialog", "[Aa]ll|[Ààll]")
+            return "showing" not in question.states
         self.wait(gone, "the question to be answered")
 
     def see_progress_and_stop(self):
@@ -168,7 +170,7 @@ class PicturesTest(DesktopTest):
         self._pictures_taken += 1
         shot = os.path.join(os.fsdecode(self.home), "shot.png")
         self.wait(lambda: self._takes_picture(shot), "the windows to be drawn")
-        folder = os.path.join(PICTURES, self.id().split(".")[-1].removeprefix("test_"))
+        folder = os.path.join(PICTURES, self.id().split(".")[-1].removeprefix("test_"), self.SUBJECT)
         with as_root():
             os.makedirs(folder, exist_ok=True)
             shutil.move(shot, os.path.join(folder, f"{self._pictures_taken:02}-{step}.png"))
@@ -181,3 +183,90 @@ class PicturesTest(DesktopTest):
         spots = "".join(f"%[pixel:p{{{x + 3},{y + 3}}}]" for x, y, *_ in places)
         return not places or BACKGROUND not in self.tool(
             "convert", shot, "-depth", "8", "-format", spots, "info:").decode()
+
+
+class SmartWindowPicturesTest(PicturesTest):
+    SUBJECT = "smart-window"
+
+    def fill(self):
+        for name, folder, size in (("holiday.jpg", "Pictures", 2_400_000), ("notes.txt", "Documents", 4_900),
+                                   ("report, final version of the last year.pdf", "Documents/Reports/2025", 343_000),
+                                   ("song.flac", "Music", 21_000_000), (".hidden", "", 700)):
+            self.trash.file(name, b"x" * size, original=f"/home/you/{folder}/{name}", date="2026-03-02T18:05:12")
+        inside = os.path.join(self.trash.tree("mounted", ["inside/a"], original="/home/you/mounted"), b"inside")
+        run_as_root("mount", "-t", "tmpfs", "none", inside)
+        self.trash.tree("project-old", [f"part {number}/file" for number in range(30)],
+                        original="/home/you/Work/project-old", date="2026-02-09T09:30:00")
+        backup = self.volume_trash(self.ext4("Backup"))
+        for number in range(1500):
+            backup.file(f"photo {number:04}.jpg", b"y" * (number % 7 * 1000 + 1),
+                        original=f"/media/Backup/Photos/photo {number:04}.jpg", date="2026-02-03T10:00:00")
+        self.volume_trash(self.ext4("Camera"))
+        self.slow = self.gated("A disk with a name that is rather long")
+        self.slow.trash.tree("measured slowly", ["slow/a", "slow/b"])
+        for number in range(60):
+            self.slow.trash.tree(f"tree {number}", ["a", "b/c"])
+
+    def walk(self):
+        self.fill()
+        self.slow.shut()
+        self.start_program_without_icon("--smart-window")
+        window = self.wait(lambda: self.app.find("frame"), "the window")
+        self.wait(lambda: window.find("cell", "holiday"), "the entries")
+        self.picture("several-sources")
+        self.see_checks(window)
+        self.see_panes(window)
+        self.see_erase(window)
+
+    def see_checks(self, window):
+        self.key("Down", "ctrl+space", "Up")
+        self.key("Tab", "Home", "Shift+Down", "Shift+Down", "ctrl+space")
+        self.wait(lambda: window.find("button", r"1[.,]?503"), "the figure of the button")
+        self.picture("checked")
+        self.key("Menu")
+        self.wait(self.bus.popups, "the context menu")
+        self.picture("context-menu")
+        self.key("Escape")
+        self.key("ctrl+f")
+        self.xdotool("type", "report")
+        self.wait(lambda: not window.find("cell", "holiday"), "the filter")
+        self.picture("filter")
+        self.xdotool("type", "x")
+        self.wait(lambda: not window.find("cell", "report"), "the filter")
+        self.picture("filter-without-match")
+        self.key("Escape")
+
+    def see_panes(self, window):
+        self.key("F9", "F11")
+        self.wait(lambda: "enabled" not in window.find("list").states, "the panes to fold")
+        self.picture("collapsed")
+        self.key("F9", "F11")
+
+    def see_erase(self, window):
+        self.click(window.find("button", r"1[.,]?503"))
+        question = self.wait(lambda: self.app.find("dialog"), "the sheet")
+        self.picture("sheet")
+        self.key("Shift+Tab", "space")
+        self.wait(lambda: question.find(name="holiday"), "the list")
+        self.picture("sheet-with-list")
+        self.escape_until(lambda: not self.app.find("dialog"), "the sheet to close")
+        self.check_slow_disk(window)
+        self.press_first_button_of_sheet(window)
+        self.see_sheet_of_progress()
+
+    def check_slow_disk(self, window):
+        """What is checked there is erased slowly, and one entry cannot be."""
+        self.click(window.find(name="^A disk"))
+        self.key("ctrl+space")
+        self.wait(lambda: window.find("button", r"1[.,]?564"), "the figure of the button")
+
+    def press_first_button_of_sheet(self, window):
+        self.click(window.find("button", r"1[.,]?564"))
+        self.press_first_button(self.wait(lambda: self.app.find("dialog"), "the sheet"))
+
+    def see_sheet_of_progress(self):
+        self.wait(self.progress, "the progress")
+        self.picture("progress")
+        self.slow.open()
+        self.wait(lambda: self.app.find("dialog"), "the report")
+        self.picture("report")

@@ -71,6 +71,8 @@ void CollapsingSplitter::splitViewDidResize() {
     const bool isCollapsed = extent == 0 && sizes().at(1 - m_pane) > 0;
     if (isCollapsed == m_isCollapsed) return;
     m_isCollapsed = isCollapsed;
+    // A pane that is out of sight must not have the keyboard either.
+    widget(m_pane)->setEnabled(!isCollapsed);
     setHandleWidth(isCollapsed ? kThick : kThin);
     Q_EMIT collapseDidChange(isCollapsed);
 }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/StringTable.h"
+#include "widgets/Colors.h"
 
 namespace kestrin {
 namespace {
@@ -79,7 +80,8 @@ EmptyStateView::EmptyStateView(const StringTable& texts, QWidget* parent)
     large.setPointSizeF(large.pointSizeF() * kTitleSize);
     large.setBold(true);
     m_title->setFont(large);
-    m_hint = centredLabel(QPalette::PlaceholderText);
+    m_hint = centredLabel(QPalette::Text);
+    colourHint();
     auto* const layout = new QVBoxLayout(this);
     layout->setSpacing(kSpacing);
     layout->addStretch(2);
@@ -93,6 +95,17 @@ EmptyStateView::EmptyStateView(const StringTable& texts, QWidget* parent)
     // A little above the middle, where the eye looks for it.
     layout->addStretch(3);
     hide();
+}
+
+void EmptyStateView::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) colourHint();
+}
+
+void EmptyStateView::colourHint() {
+    QPalette colours = palette();
+    colours.setColor(QPalette::Text, faintTextColor(colours));
+    m_hint->setPalette(colours);
 }
 
 void EmptyStateView::setState(EmptyState state) {

@@ -34,7 +34,12 @@ class EmptyStateView : public QWidget {
     void setState(EmptyState state);
     EmptyState state() const { return m_state; }
 
+ protected:
+    void changeEvent(QEvent* event) override;
+
  private:
+    void colourHint();
+
     const StringTable& m_texts;
     QLabel* m_title = nullptr;
     QLabel* m_hint = nullptr;

@@ -26,7 +26,7 @@ namespace Name = SmartWindowNotification;
 
 constexpr int kFadeMilliseconds = 150;
 constexpr int kSpinnerSide = 32;
-constexpr int kPreviewWidth = 200;
+constexpr int kPreviewWidth = 190;
 constexpr int kLeastPreviewWidth = 140;
 constexpr int kLeastListWidth = 320;
 constexpr int kMargin = 6;

@@ -14,6 +14,8 @@ class QVSourceTableView : public QListView {
  public:
     explicit QVSourceTableView(QWidget* parent = nullptr);
 
+    QSize sizeHint() const override { return {240, 360}; }
+
  Q_SIGNALS:
     /// A menu is wanted for a row that can be used, at a place on the screen.
     void contextMenuRequested(const QModelIndex& row, const QPoint& globalPosition);

@@ -30,6 +30,7 @@
 #include "smartwindow/QVSourceTableView.h"
 #include "smartwindow/SmartWindowNotifications.h"
 #include "smartwindow/WindowFrame.h"
+#include "widgets/Colors.h"
 #include "widgets/Sheet.h"
 
 namespace kestrin {
@@ -39,7 +40,6 @@ constexpr char kFrameSetting[] = "smart_delete_window";
 constexpr QSize kFirstSize(980, 620);
 constexpr QSize kLeastSize(640, 400);
 constexpr int kModalPanelLevel = 8;
-constexpr int kSourceListWidth = 250;
 constexpr int kLeastSourceListWidth = 180;
 constexpr int kFilterWidth = 260;
 constexpr int kMargin = 8;
@@ -115,7 +115,6 @@ void QVWindowCntrl::makePanes() {
                      .sourcesAreListed = [this] { return m_sources->isListed(); }});
     m_splitView = new QVSmartWindowSplitViewCntrl(m_sourceTable, m_content, m_services.texts,
                                                   m_services.center);
-    m_splitView->setSizes({kSourceListWidth, kFirstSize.width() - kSourceListWidth});
     m_splitView->setStretchFactor(1, 1);
     connect(m_splitView, &CollapsingSplitter::collapseDidChange, m_sources,
             &QVSmartWindowSourceViewCntrl::setIsCollapsed);
@@ -189,8 +188,6 @@ void QVWindowCntrl::makeToolBar() {
     refresh->setShortcuts({QKeySequence(QKeySequence::Refresh), QKeySequence(Qt::Key_F5)});
     connect(refresh, &QAction::triggered, m_sources, &QVSmartWindowSourceViewCntrl::refreshAction);
     m_tools = {{sources, Tool::LeftPane}, {refresh, Tool::Refresh}, {preview, Tool::RightPane}};
-    colourTools();
-
     m_filter = new QLineEdit;
     m_filter->setClearButtonEnabled(true);
     m_filter->setMaximumWidth(kFilterWidth);
@@ -202,6 +199,7 @@ void QVWindowCntrl::makeToolBar() {
     m_checkedInfo->setContentsMargins(kMargin, 0, kMargin, 0);
     auto* const space = new QWidget;
     space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    colourTools();
     bar->addAction(sources);
     bar->addAction(refresh);
     bar->addWidget(m_filter);
@@ -220,6 +218,9 @@ QAction* QVWindowCntrl::addPaneAction(const QString& text, Qt::Key key) {
 
 /// The pictures have the colour of the texts, which the desktop may change at any time.
 void QVWindowCntrl::colourTools() {
+    QPalette colours = palette();
+    colours.setColor(QPalette::PlaceholderText, faintTextColor(colours));
+    m_filter->setPalette(colours);
     for (const auto& [action, tool] : m_tools)
         action->setIcon(toolIcon(tool, palette().color(QPalette::ButtonText)));
 }
@@ -242,7 +243,7 @@ void QVWindowCntrl::makeShortcuts() {
 
 void QVWindowCntrl::changeEvent(QEvent* event) {
     QMainWindow::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange) colourTools();
+    if (event->type() == QEvent::PaletteChange && m_filter) colourTools();
 }
 
 // --- Place ---

@@ -15,6 +15,7 @@ constexpr float kDarker = 0.75F;
 // The frame has a contrast of three to one with its ground, as guidelines ask of a control.
 constexpr float kFrame = 0.45F;
 constexpr float kInside = 0.1F;
+constexpr float kFaint = 0.6F;
 constexpr double kMiddleLuminance = 0.179;  // black and white have the same contrast with it
 constexpr int kDarkerFrame = 140;  // percent: how much darker than the window styles draw a frame
 
@@ -64,6 +65,10 @@ QColor blendedColor(const QColor& from, const QColor& to, float share) {
     };
     return QColor::fromRgbF(mix(from.redF(), to.redF()), mix(from.greenF(), to.greenF()),
                             mix(from.blueF(), to.blueF()));
+}
+
+QColor faintTextColor(const QPalette& palette) {
+    return blendedColor(palette.color(QPalette::Base), palette.color(QPalette::Text), kFaint);
 }
 
 QColor checkedInfoBackground(const QPalette& palette) {

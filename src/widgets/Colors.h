@@ -22,6 +22,10 @@ void accentColorComponents(std::array<double, 4>& components, std::int16_t optio
 /// The colour that lies at `share`, 0 to 1, of the way from one to the other; opaque. Thread: any.
 QColor blendedColor(const QColor& from, const QColor& to, float share);
 
+/// The colour of texts that stand behind others, on the ground that QPalette::Base paints. Themes
+/// may leave QPalette::PlaceholderText black in a dark appearance. Thread: any.
+QColor faintTextColor(const QPalette& palette);
+
 /// The ground of the badge that tells what is checked, and the colour of its text. The ground is a
 /// variant of the accent colour of `palette`, darker in a light appearance and lighter in a dark
 /// one; the text is white or black, whichever is read better on it. Thread: any.

@@ -22,9 +22,9 @@ _NULL = "/org/a11y/atspi/null"
 _PATIENCE = 10_000
 
 # Roles and states by their numbers in the AT-SPI protocol.
-ROLES = {7: "check box", 16: "dialog", 20: "filler", 23: "frame", 27: "icon", 29: "label", 33: "menu", 34: "menu bar",
+ROLES = {7: "check box", 16: "dialog", 20: "filler", 23: "frame", 27: "icon", 29: "label", 31: "list", 32: "list item", 33: "menu", 34: "menu bar",
          35: "menu item", 41: "popup menu", 42: "progress bar", 43: "button", 62: "toggle button",
-         2: "alert", 45: "tool tip", 55: "table", 56: "cell", 65: "tree", 69: "window", 91: "item", 116: "label"}
+         2: "alert", 45: "tool tip", 55: "table", 56: "cell", 61: "text", 65: "tree", 69: "window", 91: "item", 116: "label"}
 _STATES = {1: "active", 4: "checked", 8: "enabled", 12: "focused", 23: "selected", 24: "sensitive",
            25: "showing", 30: "visible"}
 

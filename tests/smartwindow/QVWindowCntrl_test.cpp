@@ -53,6 +53,7 @@ TEST(CollapsingSplitter, TellsWhenItsPaneIsFoldedAway) {
     splitter.resize(500, 100);
     EXPECT_EQ(splitter.sizes()[0], 0);
     EXPECT_GT(splitter.handleWidth(), thin);
+    EXPECT_FALSE(splitter.widget(0)->isEnabled()) << "the keyboard passes it over";
     QTest::mouseDClick(splitter.handle(1), Qt::LeftButton);
     EXPECT_NEAR(splitter.sizes()[0], extent, thin + 10);
     EXPECT_EQ(splitter.handleWidth(), thin);
