@@ -48,7 +48,6 @@ QVContentViewCntrl::QVContentViewCntrl(const SmartWindowServices& services, Outl
     : m_services(services), m_outlets(std::move(outlets)) {
     m_splitView = new CollapsingSplitter(makeListPane(), makePreviewPane(), 1);
     m_splitView->setStretchFactor(0, 1);
-    m_splitView->setSizes({4 * kPreviewWidth, kPreviewWidth});
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_splitView);
@@ -155,6 +154,13 @@ void QVContentViewCntrl::showEmptyState() {
 }
 
 // --- Panes ---
+
+void QVContentViewCntrl::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    // Before this has its size, a splitter keeps none of its panes'.
+    if (!std::exchange(m_wasShown, true))
+        m_splitView->setSizes({width() - kPreviewWidth, kPreviewWidth});
+}
 
 bool QVContentViewCntrl::isCollapsed() const {
     return m_splitView->isCollapsed();

@@ -56,6 +56,9 @@ class QVContentViewCntrl : public QWidget {
  Q_SIGNALS:
     void collapseDidChange(bool isCollapsed);
 
+ protected:
+    void showEvent(QShowEvent* event) override;
+
  private:
     QWidget* makeListPane();
     QWidget* makePreviewPane();
@@ -74,6 +77,7 @@ class QVContentViewCntrl : public QWidget {
     QPropertyAnimation* m_fade = nullptr;
     QLabel* m_infoFld = nullptr;  ///< below the table
     CollapsingSplitter* m_splitView = nullptr;
+    bool m_wasShown = false;
     QVListCntrl* m_listCntrl = nullptr;
 };
 

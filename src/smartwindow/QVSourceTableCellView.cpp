@@ -81,6 +81,7 @@ void paintBadge(QPainter& painter, const QPalette& palette, const QRect& place,
     const double radius = place.height() / 2.0;
     painter.drawRoundedRect(QRectF(place).adjusted(0, 0, -1, 0), radius, radius);
     painter.setPen(checkedInfoText(palette));
+    painter.setLayoutDirection(text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
     const QRect inside = place.adjusted(kBadgeInset, 0, -kBadgeInset, 0);
     painter.drawText(inside, Qt::AlignCenter,
                      painter.fontMetrics().elidedText(text, Qt::ElideMiddle, inside.width()));
@@ -212,8 +213,11 @@ void QVSourceTableCellView::paintTexts(QPainter& painter, const QStyleOptionView
                           const QString& text) {
         painter.setFont(font);
         painter.setPen(colour);
+        // Names read in the direction of their own script, wherever they begin.
+        painter.setLayoutDirection(text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
         const auto alignment =
-            QStyle::visualAlignment(option.direction, Qt::AlignLeading | Qt::AlignVCenter);
+            QStyle::visualAlignment(option.direction, Qt::AlignLeading | Qt::AlignVCenter) |
+            Qt::AlignAbsolute;
         painter.drawText(place, static_cast<int>(alignment) | Qt::TextSingleLine,
                          painter.fontMetrics().elidedText(text, Qt::ElideRight, place.width()));
     };

@@ -39,6 +39,7 @@ namespace {
 constexpr char kFrameSetting[] = "smart_delete_window";
 constexpr QSize kFirstSize(980, 620);
 constexpr QSize kLeastSize(640, 400);
+constexpr QSize kTitle(8, 40);
 constexpr int kModalPanelLevel = 8;
 constexpr int kLeastSourceListWidth = 180;
 constexpr int kFilterWidth = 260;
@@ -55,6 +56,11 @@ QList<QRect> areasForWindows() {
     for (const QScreen* const screen : QGuiApplication::screens())
         areas.append(screen->availableGeometry());
     return areas;
+}
+
+/// What a window can fill of the screen, without its title.
+QSize roomOnScreen() {
+    return QGuiApplication::primaryScreen()->availableSize() - kTitle;
 }
 
 /// What of the program lies open upon a window and would go with it: a menu, a sheet. Nullptr for
@@ -77,7 +83,7 @@ QVWindowCntrl::QVWindowCntrl(const SmartWindowServices& services) : m_services(s
     setObjectName(QStringLiteral("smart_window"));
     setWindowTitle(m_services.texts.text("smart_window_name_default"_key));
     setContextMenuPolicy(Qt::PreventContextMenu);
-    setMinimumSize(kLeastSize);
+    setMinimumSize(kLeastSize.boundedTo(roomOnScreen()));
     makePanes();
     makeToolBar();
     makeShortcuts();
@@ -216,13 +222,17 @@ QAction* QVWindowCntrl::addPaneAction(const QString& text, Qt::Key key) {
     return action;
 }
 
-/// The pictures have the colour of the texts, which the desktop may change at any time.
+/// The pictures have the colour and the direction of the texts, which may change at any time.
 void QVWindowCntrl::colourTools() {
     QPalette colours = palette();
     colours.setColor(QPalette::PlaceholderText, faintTextColor(colours));
     m_filter->setPalette(colours);
-    for (const auto& [action, tool] : m_tools)
-        action->setIcon(toolIcon(tool, palette().color(QPalette::ButtonText)));
+    const bool isMirrored = layoutDirection() == Qt::RightToLeft;
+    for (auto [action, tool] : m_tools) {
+        if (isMirrored && tool != Tool::Refresh)
+            tool = tool == Tool::LeftPane ? Tool::RightPane : Tool::LeftPane;
+        action->setIcon(toolIcon(tool, colours.color(QPalette::ButtonText)));
+    }
 }
 
 void QVWindowCntrl::makeShortcuts() {
@@ -243,14 +253,16 @@ void QVWindowCntrl::makeShortcuts() {
 
 void QVWindowCntrl::changeEvent(QEvent* event) {
     QMainWindow::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && m_filter) colourTools();
+    const bool isOfTexts =
+        event->type() == QEvent::PaletteChange || event->type() == QEvent::LayoutDirectionChange;
+    if (isOfTexts && m_filter) colourTools();
 }
 
 // --- Place ---
 
 void QVWindowCntrl::restoreFrame() {
     const auto saved = frameFromString(m_services.defaults.stringForKey(kFrameSetting));
-    if (!saved) return resize(kFirstSize);
+    if (!saved) return resize(kFirstSize.boundedTo(roomOnScreen()));
     const QRect frame = frameOnScreens(*saved, areasForWindows());
     if (desktopLetsWindowsBePlaced()) move(frame.topLeft());
     resize(frame.size());
