@@ -27,8 +27,9 @@ namespace Name = SmartWindowNotification;
 constexpr int kFadeMilliseconds = 150;
 constexpr int kSpinnerSide = 32;
 constexpr int kPreviewWidth = 190;
-constexpr int kLeastPreviewWidth = 140;
-constexpr int kLeastListWidth = 320;
+constexpr int kLeastPreviewWidth = 120;
+constexpr int kLeastListWidth = 260;
+constexpr int kRoomForBoth = 600;
 constexpr int kMargin = 6;
 
 /// The view of work in progress, with its spinner in the middle.
@@ -157,9 +158,10 @@ void QVContentViewCntrl::showEmptyState() {
 
 void QVContentViewCntrl::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
+    if (std::exchange(m_wasShown, true)) return;
     // Before this has its size, a splitter keeps none of its panes'.
-    if (!std::exchange(m_wasShown, true))
-        m_splitView->setSizes({width() - kPreviewWidth, kPreviewWidth});
+    m_splitView->setSizes({width() - kPreviewWidth, kPreviewWidth});
+    if (width() < kRoomForBoth) setIsCollapsed(true);
 }
 
 bool QVContentViewCntrl::isCollapsed() const {

@@ -41,7 +41,7 @@ constexpr QSize kFirstSize(980, 620);
 constexpr QSize kLeastSize(640, 400);
 constexpr QSize kTitle(8, 40);
 constexpr int kModalPanelLevel = 8;
-constexpr int kLeastSourceListWidth = 180;
+constexpr int kLeastSourceListWidth = 160;
 constexpr int kFilterWidth = 260;
 constexpr int kMargin = 8;
 constexpr QSize kToolSize(16, 16);

@@ -1,10 +1,24 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "smartwindow/QVWindowCntrl.h"
+
 #include <gtest/gtest.h>
 
+#include <QDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPointer>
+#include <QPushButton>
 #include <QTest>
+#include <algorithm>
 
 #include "smartwindow/CollapsingSplitter.h"
+#include "smartwindow/QVContentTableView.h"
+#include "smartwindow/QVSourceTableView.h"
+#include "smartwindow/SmartWindowNotifications.h"
 #include "smartwindow/WindowFrame.h"
+#include "smartwindow/support/WindowWorld.h"
+#include "widgets/Sheet.h"
 
 namespace kestrin {
 namespace {
@@ -60,6 +74,88 @@ TEST(CollapsingSplitter, TellsWhenItsPaneIsFoldedAway) {
     EXPECT_EQ(told, (std::vector<bool>{true, false}));
     splitter.setSizes({500, 0});
     EXPECT_EQ(splitter.sizes()[1], 50) << "the other pane stays";
+}
+
+struct QVWindowCntrlTest : ::testing::Test, test::WindowWorld {
+    void SetUp() override {
+        volumes->mount(volume("first"));
+        trash("first", "one");
+        trash("first", "two");
+        closeObservation = center.observe(SmartWindowNotification::kSmartWindowDidClose,
+                                          [this](const Notification&) { ++closed; });
+        window = new QVWindowCntrl(given);
+        table = window->findChild<QVContentTableView*>();
+        window->showWindow();
+        ASSERT_TRUE(test::waitFor([this] { return table->model()->rowCount() == 2; }));
+    }
+    void TearDown() override {
+        if (window) window->letGo();
+        EXPECT_TRUE(test::waitFor([this] { return isGone(); })) << "it deletes itself";
+    }
+    bool isGone() const {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        return !window;
+    }
+    QString eraseText() const {
+        return window->findChild<QPushButton*>(QStringLiteral("erase"))->text();
+    }
+
+    const SmartWindowServices given = services();
+    QPointer<QVWindowCntrl> window;
+    QVContentTableView* table = nullptr;
+    Observation closeObservation;
+    int closed = 0;
+};
+
+TEST_F(QVWindowCntrlTest, tellsWhatIsCheckedAndWhatTheFilterHidesOfIt) {
+    EXPECT_EQ(eraseText(), QStringLiteral("&Erase Checked Items…"));
+    QTest::keyClick(window->findChild<QVSourceTableView*>(), Qt::Key_Space, Qt::ControlModifier);
+    EXPECT_TRUE(
+        test::waitFor([this] { return eraseText() == QStringLiteral("&Erase 2 Checked Items…"); }));
+    window->findChild<QLineEdit*>()->setText(QStringLiteral("tw"));
+    const auto isTold = [this] {
+        const auto labels = window->findChildren<QLabel*>();
+        return std::ranges::any_of(labels, [](const QLabel* label) {
+            return label->text().startsWith(QLatin1String("1 of the checked items is hidden"));
+        });
+    };
+    EXPECT_TRUE(test::waitFor(isTold));
+    EXPECT_EQ(eraseText(), QStringLiteral("&Erase 2 Checked Items…"));
+}
+
+TEST_F(QVWindowCntrlTest, keepsItsFrameAndWhatItShowsWhenItCloses) {
+    window->resize(700, 500);
+    window->move(30, 40);
+    EXPECT_TRUE(window->close());
+    EXPECT_FALSE(window->isOpen());
+    EXPECT_EQ(closed, 1);
+    EXPECT_EQ(defaults.stringForKey("smart_delete_window"),
+              QStringLiteral("{{30, 40}, {700, 500}}"));
+    defaults.set("smart_delete_window", QStringLiteral("{{20, 10}, {650, 450}}"));
+    trash("first", "three");
+    window->showWindow();
+    EXPECT_EQ(window->geometry().size(), QSize(650, 450));
+    EXPECT_TRUE(test::waitFor([this] { return table->model()->rowCount() == 3; }));
+    window->letGo();
+    EXPECT_EQ(closed, 2);
+}
+
+TEST_F(QVWindowCntrlTest, staysUnderASheetAndIsKeptUntilThatAndAMenuHaveGone) {
+    QDialog sheet;
+    makeSheet(sheet, window);
+    sheet.show();
+    EXPECT_FALSE(window->close());
+    EXPECT_TRUE(window->isOpen());
+    window->letGo();
+    EXPECT_EQ(closed, 1) << "it closes all the same";
+    EXPECT_FALSE(isGone());
+    QMenu menu;
+    menu.addAction(QStringLiteral("Open"));
+    menu.popup({});
+    sheet.close();
+    QTest::qWait(0);
+    EXPECT_FALSE(isGone());
+    menu.close();
 }
 
 }  // namespace
