@@ -15,6 +15,7 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QListView>
+#include <QLocale>
 #include <QMouseEvent>
 #include <QPointer>
 #include <QPushButton>
@@ -106,7 +107,7 @@ class Probe : public QObject {
     void watch();
 
     /// Serves events until it is so. Ends the program when it never becomes so.
-    void waitFor(const char* what, const std::function<bool()>& condition, int seconds = 300) {
+    void waitFor(const char* what, const std::function<bool()>& condition, int seconds = 100) {
         QEventLoop loop;
         m_condition = [&] {
             if (condition()) loop.quit();
@@ -167,11 +168,12 @@ class Probe : public QObject {
     bool isChecked(int row) const {
         return m_list->model()->index(row, 0).data(Qt::CheckStateRole) == Qt::Checked;
     }
-    bool isGathering() const {
-        return m_sources->model()
-            ->index(0, 0)
-            .data(kestrin::SourceListModel::IsGatheringRole)
-            .toBool();
+    /// The figures of the trash count what is measured.
+    bool isMeasured() const {
+        const QModelIndex source = m_sources->model()->index(0, 0);
+        return source.data(kestrin::SourceListModel::InfoRole)
+            .toString()
+            .startsWith(QLocale(QLocale::English).toString(m_expected));
     }
     void clickHeader(int column) {
         QHeaderView& header = *m_list->header();
@@ -194,6 +196,7 @@ class Probe : public QObject {
         return nullptr;
     }
 
+    const int m_expected = std::atoi(std::getenv("KESTRIN_PROBE_ROWS"));
     std::function<void()> m_condition;
     QPointer<QTreeView> m_list;
     QPointer<QListView> m_sources;
@@ -229,13 +232,12 @@ void Probe::run() {
 }
 
 void Probe::open() {
-    const int expected = std::atoi(std::getenv("KESTRIN_PROBE_ROWS"));
     waitFor("the first rows", [this] { return m_paints > 0; });
     tellSinceCommand("first rows on screen");
     m_heartbeat.begin();
-    waitFor("all rows", [&] { return rows() == expected && m_paintedResets == m_resets; });
+    waitFor("all rows", [this] { return rows() == m_expected && m_paintedResets == m_resets; });
     tellSinceCommand("all rows");
-    waitFor("the sizes of the folders", [this] { return !isGathering(); });
+    waitFor("the sizes of the folders", [this] { return isMeasured(); });
     tellSinceCommand("all folders measured");
     m_heartbeat.tellLongest("from the first rows until all is measured");
     tellMemory("all measured");
@@ -243,6 +245,8 @@ void Probe::open() {
 
 void Probe::sort() {
     using kestrin::ContentListModel;
+    const QModelIndex one = m_list->model()->index(rows() / 2, ContentListModel::Check);
+    m_list->model()->setData(one, Qt::Checked, Qt::CheckStateRole);
     for (const int column : {ContentListModel::Size, ContentListModel::DateAdded,
                              ContentListModel::Check, ContentListModel::Name}) {
         const int resets = m_resets;
@@ -310,7 +314,7 @@ void Probe::eraseSome(int count) {
             QApplication::sendEvent(m_list, &key);
         },
         [&] { return isChecked(0) && isChecked(count - 1) && !isChecked(count); });
-    const QString erase = QStringLiteral("erase_button"), yes = QStringLiteral("button_1");
+    const QString erase = QStringLiteral("erase"), yes = QStringLiteral("button_1");
     waitFor("the button", [&] { return button(erase); });
     button(erase)->click();
     waitFor("the question", [&] { return button(yes); });
@@ -329,8 +333,7 @@ void Probe::scrollWhileMeasuring() {
     m_heartbeat.begin();
     int turns = 0;
     const double began = secondsOf(CLOCK_MONOTONIC);
-    const int expected = std::atoi(std::getenv("KESTRIN_PROBE_ROWS"));
-    while (rows() < expected || isGathering() || secondsOf(CLOCK_MONOTONIC) - began < 2) {
+    while (!isMeasured() || secondsOf(CLOCK_MONOTONIC) - began < 2) {
         const double until = secondsOf(CLOCK_MONOTONIC) + 0.03;
         waitFor("the next turn", [until] { return secondsOf(CLOCK_MONOTONIC) > until; });
         m_list->verticalScrollBar()->triggerAction(QScrollBar::SliderPageStepAdd);
