@@ -155,7 +155,7 @@ void QVKestrin::requestToEmptyAll() {
 }
 
 void QVKestrin::requestSmartWindow() {
-    if (m_isWorking) return static_cast<void>(showWhatIsOpen());
+    if (showWhatIsOpen() || m_isWorking) return;
     mainMenuAction(MenuTag::kSmartWindow);
 }
 

@@ -191,7 +191,7 @@ void QVWindowCntrl::makeToolBar() {
     connect(m_content, &QVContentViewCntrl::collapseDidChange, preview,
             [preview](bool isCollapsed) { preview->setChecked(!isCollapsed); });
     auto* const refresh = new QAction(texts.text("smart_window_refresh"_key), this);
-    refresh->setShortcuts({QKeySequence(QKeySequence::Refresh), QKeySequence(Qt::Key_F5)});
+    refresh->setShortcuts(QKeySequence::Refresh);
     connect(refresh, &QAction::triggered, m_sources, &QVSmartWindowSourceViewCntrl::refreshAction);
     m_tools = {{sources, Tool::LeftPane}, {refresh, Tool::Refresh}, {preview, Tool::RightPane}};
     m_filter = new QLineEdit;

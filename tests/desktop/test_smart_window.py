@@ -17,6 +17,11 @@ class SmartWindowTest(DesktopTest):
         node = window.find(role, name)
         return node.states if node else set()
 
+    def topmost(self):
+        """The title of the window that lies upon all others."""
+        stack = self.tool("xprop", "-root", "_NET_CLIENT_LIST_STACKING").split()
+        return self.tool("xprop", "-id", stack[-1], "_NET_WM_NAME")
+
     def test_erase_over_two_volumes_by_the_keyboard(self):
         """From the menu to the end, as a screen reader follows it. Exactly what is checked goes."""
         for name in ("keep.txt", "odd \n name", b"\xff last.txt"):
@@ -32,6 +37,10 @@ class SmartWindowTest(DesktopTest):
         window = self.wait_for_smart_window()
         self.wait(lambda: "selected" in self.states_of(window, "list item", "^File System: 4 items"), "the first trash")
         self.wait(lambda: "focused" in self.states_of(window, "list", "Trashes"), "the focus")
+        self.key("F5", "alt+e", "alt+e")  # with nothing checked, the first only beeps
+        self.wait_for_window("Nothing is checked")
+        self.wait(lambda: b"Nothing is checked" in self.topmost(), "the message to lie on top")
+        self.escape_until(lambda: not self.window("Nothing is checked"), "the message to close")
         self.key("Tab", "Home")
         self.wait(lambda: "focused" in self.states_of(window, "tree", None), "the focus of the entries")
         self.xdotool("type", "odd")

@@ -2,12 +2,23 @@
 #include "erase/ui/WidgetAlertPanel.h"
 
 #include <QApplication>
+#include <QWindow>
+#include <algorithm>
 #include <utility>
 
 #include "erase/ui/AlertDialog.h"
 #include "widgets/Sheet.h"
 
 namespace kestrin {
+namespace {
+
+bool aWindowStaysOnTop() {
+    return std::ranges::any_of(QGuiApplication::topLevelWindows(), [](const QWindow* window) {
+        return window->isVisible() && window->flags().testFlag(Qt::WindowStaysOnTopHint);
+    });
+}
+
+}  // namespace
 
 WidgetAlertPanel::WidgetAlertPanel(const StringTable& texts) : m_texts(texts) {}
 
@@ -22,6 +33,8 @@ AlertDialog& WidgetAlertPanel::makeDialog(const AlertModel& model) {
 int WidgetAlertPanel::runModal(const AlertModel& model) {
     AlertDialog& dialog = makeDialog(model);
     dialog.setWindowModality(Qt::ApplicationModal);
+    // Below such a window the alert would not be seen.
+    if (aWindowStaysOnTop()) dialog.setWindowFlag(Qt::WindowStaysOnTopHint);
     dialog.bringToFront();
     dialog.exec();
     // An event loop that ended from outside leaves the dialog without an answer.
