@@ -906,6 +906,10 @@ Examples:
             <numerusform>%@ of the checked items are hidden by the filter.</numerusform>
         </translation>
     </message>
+    <message id="smart_window_loading">
+        <source></source>
+        <translation>Reading the trashes…</translation>
+    </message>
     <message id="smart_window_name">
         <source></source>
         <translation>%@ – Smart Window</translation>
@@ -929,6 +933,10 @@ Examples:
     <message id="smart_window_sources">
         <source></source>
         <translation>Trashes</translation>
+    </message>
+    <message id="smart_window_tools">
+        <source></source>
+        <translation>Tools</translation>
     </message>
     <message id="source_menu_check">
         <source></source>

@@ -67,6 +67,7 @@ QWidget* QVContentViewCntrl::makeListPane() {
     m_tableView = new QVContentTableView(m_services.dates);
     m_tableView->setFrameShape(QFrame::NoFrame);
     m_workingProgressView = makeProgressView();
+    m_workingProgressView->setAccessibleName(m_services.texts.text("smart_window_loading"_key));
     auto* const effect = new QGraphicsOpacityEffect(m_workingProgressView);
     m_workingProgressView->setGraphicsEffect(effect);
     m_fade = new QPropertyAnimation(effect, "opacity", this);

@@ -63,13 +63,14 @@ QSize roomOnScreen() {
     return QGuiApplication::primaryScreen()->availableSize() - kTitle;
 }
 
-/// What of the program lies open upon a window and would go with it: a menu, a sheet. Nullptr for
-/// nothing.
+/// What of the program lies open upon a window, and may have been opened by code of the window that
+/// waits for it: a menu, a sheet, an alert. Nullptr for nothing.
 QWindow* openUpon(const QWidget& window) {
     if (const QWidget* const menu = QApplication::activePopupWidget()) return menu->windowHandle();
     for (QWindow* const other : QGuiApplication::topLevelWindows()) {
-        if (other->isVisible() && other->modality() != Qt::NonModal &&
-            other->transientParent() == window.windowHandle())
+        const bool isSheet = other->modality() == Qt::WindowModal &&
+                             other->transientParent() == window.windowHandle();
+        if (other->isVisible() && (isSheet || other->modality() == Qt::ApplicationModal))
             return other;
     }
     return nullptr;
@@ -174,7 +175,7 @@ QWidget* QVWindowCntrl::makeBottomBar() {
 }
 
 void QVWindowCntrl::makeToolBar() {
-    auto* const bar = addToolBar(QString());
+    auto* const bar = addToolBar(m_services.texts.text("smart_window_tools"_key));
     bar->setMovable(false);
     bar->setFloatable(false);
     bar->setIconSize(kToolSize);
@@ -318,14 +319,14 @@ void QVWindowCntrl::letGo() {
     deleteWhenFree();
 }
 
-/// Code that opened a menu or a sheet may still wait for it.
+/// Looks later: code that waited for what was open has then gone on and come to its end.
 void QVWindowCntrl::deleteWhenFree() {
-    QWindow* const open = openUpon(*this);
-    if (!open) return deleteLater();
-    connect(
-        open, &QWindow::visibleChanged, this,
-        [this] { QTimer::singleShot(0, this, &QVWindowCntrl::deleteWhenFree); },
-        Qt::SingleShotConnection);
+    QTimer::singleShot(0, this, [this] {
+        QWindow* const open = openUpon(*this);
+        if (!open) return deleteLater();
+        connect(open, &QWindow::visibleChanged, this, &QVWindowCntrl::deleteWhenFree,
+                Qt::SingleShotConnection);
+    });
 }
 
 // --- Figures ---

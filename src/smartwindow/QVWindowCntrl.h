@@ -40,8 +40,8 @@ class QVWindowCntrl : public QMainWindow {
     /// Whether it shows; a closed window keeps what it showed until it is let go.
     bool isOpen() const { return m_isOpen; }
     void trashContentsDidChange();
-    /// Closes the window, if it is open, whatever is open on it. It deletes itself as soon as
-    /// neither a sheet nor a menu is open; nobody may use it any more.
+    /// Closes the window, if it is open, whatever is open on it. It deletes itself as soon as no
+    /// sheet, alert or menu is open; nobody may use it any more.
     void letGo();
 
  protected:

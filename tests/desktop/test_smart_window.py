@@ -97,5 +97,7 @@ class SmartWindowTest(DesktopTest):
         self.wait(self.icon_place, "the icon, once there is an area for it")
         self.key("ctrl+w")
         self.wait(lambda: not self.smart_window(), "the window to close")
+        self.assertEqual(self.wait_for_end(self.launch("--smart-window")), 0)
+        self.wait_for_smart_window()
         self.assertRuns()
         self.assertTrue(exists(self.trash.path("tree")))
