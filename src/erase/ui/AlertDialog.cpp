@@ -74,6 +74,14 @@ QLabel* wrappedLabel(const QString& name, const QString& text) {
 class RoomyCells : public QStyledItemDelegate {
  public:
     using QStyledItemDelegate::QStyledItemDelegate;
+    /// Every text reads in the direction of its own script, also where the layout's is the other
+    /// one: a size stays "700 B".
+    QString displayText(const QVariant& value, const QLocale& locale) const override {
+        constexpr QChar kFirstStrongIsolate(0x2068);
+        constexpr QChar kPopDirectionalIsolate(0x2069);
+        return kFirstStrongIsolate + QStyledItemDelegate::displayText(value, locale) +
+               kPopDirectionalIsolate;
+    }
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
         return QStyledItemDelegate::sizeHint(option, index) + kCellPadding;
     }
