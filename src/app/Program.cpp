@@ -152,6 +152,7 @@ class Program {
     TrashTotals m_totals{inBackground(countFigures), startTimer};
     std::unique_ptr<MountWatcher> m_mounts;
     TrashWatcher m_trashWatcher;
+    const SmartWindowServices m_windowServices{smartWindowServices()};
     bool m_hasStatusArea = false;
     bool m_wasRefused = false;  ///< the program cannot work on this desktop
     bool m_isLaunching = false;
@@ -204,7 +205,7 @@ AppServices Program::services() {
             .installHelper =
                 [this] { return QVSecureAccess(secureAccess()).installHelperAppIfNeeded(); },
             .makeSmartWindow =
-                [this] { return std::make_unique<SmartWindowDisplay>(smartWindowServices()); },
+                [this] { return std::make_unique<SmartWindowDisplay>(m_windowServices); },
             .openUrl = [](const QString& url) { QDesktopServices::openUrl(QUrl(url)); },
             .pressStop = pressStop,
             .bringForward = bringForward,

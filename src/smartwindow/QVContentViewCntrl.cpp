@@ -57,7 +57,10 @@ QVContentViewCntrl::QVContentViewCntrl(const SmartWindowServices& services, Outl
     makeListCntrl();
 }
 
-QVContentViewCntrl::~QVContentViewCntrl() = default;
+/// The controller goes before the views that it works with.
+QVContentViewCntrl::~QVContentViewCntrl() {
+    delete m_listCntrl;
+}
 
 // --- What it holds ---
 

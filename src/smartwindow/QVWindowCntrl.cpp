@@ -102,7 +102,11 @@ QVWindowCntrl::QVWindowCntrl(const SmartWindowServices& services) : m_services(s
     m_sources->viewDidLoad();
 }
 
-QVWindowCntrl::~QVWindowCntrl() = default;
+/// The controllers go before the views and before each other's callers.
+QVWindowCntrl::~QVWindowCntrl() {
+    delete m_content;
+    delete m_sources;
+}
 
 void QVWindowCntrl::makePanes() {
     m_sourceTable = new QVSourceTableView;

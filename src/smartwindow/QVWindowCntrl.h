@@ -32,6 +32,7 @@ class QVWindowCntrl : public QMainWindow {
     Q_OBJECT
 
  public:
+    /// The services must outlive it.
     explicit QVWindowCntrl(const SmartWindowServices& services);
     ~QVWindowCntrl() override;
 
@@ -64,7 +65,7 @@ class QVWindowCntrl : public QMainWindow {
     void deleteWhenFree();
     void showFigures();
 
-    const SmartWindowServices m_services;
+    const SmartWindowServices& m_services;
     QVSourceTableView* m_sourceTable = nullptr;
     QVSourceTableCellView* m_sourceCells = nullptr;
     QVContentViewCntrl* m_content = nullptr;
