@@ -126,8 +126,11 @@ void QVSmartWindowSourceViewCntrl::viewDidAppear() {
     if (!std::exchange(m_isClosed, false)) return;
     for (const SourcePtr& source : sourceItems()) {
         source->stop = std::stop_source();
-        if (!m_readings[source.get()].isReading) goOnMeasuring(source);
+        ReadingState& reading = m_readings[source.get()];
+        reading.wasCutShort = reading.isReading;
+        if (!reading.isReading) goOnMeasuring(source);
     }
+    postShowNotification();
     refreshAction();
 }
 
@@ -374,7 +377,9 @@ void QVSmartWindowSourceViewCntrl::show(const SourcePtr& source) {
     postShowNotification();
 }
 
+/// The window that was opened in the place of a closed one hears this, too.
 void QVSmartWindowSourceViewCntrl::postShowNotification() {
+    if (m_isClosed) return;  // viewDidAppear posts it
     m_services.center.post(
         Key::kShowSelectedItems, &Key::kShowSelectedItems,
         UserInfo().set(Key::kSourceItem, m_shown).set(Key::kAllSourceItems, sourceItems()));

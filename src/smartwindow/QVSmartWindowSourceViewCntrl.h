@@ -82,6 +82,8 @@ class QVSmartWindowSourceViewCntrl : public QObject {
     /// How far the entries of a source are known. A source is read by one thread at a time.
     struct ReadingState {
         bool isReading = false;
+        /// It was stopped and goes on: the folders that it listed may still be unmeasured.
+        bool wasCutShort = false;
         bool isWanted = false;  ///< once more, when the reading is over or possible again
         bool isLoaded = false;  ///< it was read before
     };

@@ -89,7 +89,8 @@ void QVSmartWindowSourceViewCntrl::readingDidEnd(const SourcePtr& source,
     reading->second.isReading = false;
     // What was cut short is gone on with as a later reading, which finds what is missing.
     reading->second.isLoaded = true;
-    if (result.wasStopped && !m_isClosed) goOnMeasuring(source);
+    const bool wasCutShort = std::exchange(reading->second.wasCutShort, false);
+    if ((result.wasStopped || wasCutShort) && !m_isClosed) goOnMeasuring(source);
     if (result.isChanged) {
         postUpdateItemsList(source);
         updateMarkedItems(source);
