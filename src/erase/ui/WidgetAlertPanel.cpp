@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "erase/ui/AlertDialog.h"
+#include "erase/ui/QVProgressWindow.h"
 #include "widgets/Sheet.h"
 
 namespace kestrin {
@@ -16,6 +17,16 @@ bool aWindowStaysOnTop() {
     return std::ranges::any_of(QGuiApplication::topLevelWindows(), [](const QWindow* window) {
         return window->isVisible() && window->flags().testFlag(Qt::WindowStaysOnTopHint);
     });
+}
+
+/// The window that an alert is about: a sheet or the progress that waits for its answer, else the
+/// one that the user works in; nullptr when there is none.
+const QWidget* windowBelow() {
+    if (const QWidget* const modal = QApplication::activeModalWidget()) return modal;
+    for (const QWidget* const widget : QApplication::topLevelWidgets()) {
+        if (widget->isVisible() && qobject_cast<const QVProgressWindow*>(widget)) return widget;
+    }
+    return QApplication::activeWindow();
 }
 
 }  // namespace
@@ -35,6 +46,11 @@ int WidgetAlertPanel::runModal(const AlertModel& model) {
     dialog.setWindowModality(Qt::ApplicationModal);
     // Below such a window the alert would not be seen.
     if (aWindowStaysOnTop()) dialog.setWindowFlag(Qt::WindowStaysOnTopHint);
+    // Desktops keep a window in front of the one that it belongs to. Without that a window that
+    // opens at the same moment may cover the question.
+    dialog.winId();
+    if (const QWidget* const below = windowBelow())
+        dialog.windowHandle()->setTransientParent(below->windowHandle());
     dialog.bringToFront();
     dialog.exec();
     // An event loop that ended from outside leaves the dialog without an answer.

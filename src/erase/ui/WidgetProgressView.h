@@ -23,6 +23,7 @@ class WidgetProgressView : public ProgressView {
     ~WidgetProgressView() override;
 
     void show(const ProgressState& state) override;
+    /// Opens the window as soon as no alert is open, unless the erase is over by then.
     void open(WindowHandle parent) override;
     void close() override;
 
@@ -31,6 +32,7 @@ class WidgetProgressView : public ProgressView {
 
  private:
     std::unique_ptr<QVProgressWindow> m_window;
+    bool m_isOver = false;
 };
 
 }  // namespace kestrin

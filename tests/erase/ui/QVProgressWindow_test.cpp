@@ -54,6 +54,18 @@ TEST_F(QVProgressWindowTest, ALongNameDoesNotWidenItAndOfAllKeysOnlyEscapeStops)
     EXPECT_EQ(stops, 1);
 }
 
+TEST_F(QVProgressWindowTest, CoversNoQuestionAndOpensWhenThatIsAnswered) {
+    AlertDialog question({.notAnswered = kAlertFirstButton}, texts);
+    question.setWindowModality(Qt::ApplicationModal);
+    question.bringToFront();
+    view.open(nullptr);
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(window.isVisible());
+    question.reject();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(window.isVisible());
+}
+
 TEST_F(QVProgressWindowTest, WhatIsOverCannotBeStopped) {
     view.open(nullptr);
     view.show({.phase = ProgressState::Phase::Over});
