@@ -68,8 +68,12 @@ ReadingReports QVSmartWindowSourceViewCntrl::reportsFor(const SourcePtr& source)
     };
     return {.itemsDidArrive = [=, this] { onMain([=, this] { itemsDidArrive(source); }); },
             .ended =
-                [=, this](const ReadingResult& result) {
-                    onMain([=, this] { readingDidEnd(source, result); });
+                [=, this, stop = source->stop.get_token()](ReadingResult result) {
+                    onMain([=, this]() mutable {
+                        // A stop may have come after the reading, and to its measuring alone.
+                        result.wasStopped = result.wasStopped || stop.stop_requested();
+                        readingDidEnd(source, result);
+                    });
                 },
             .measured = [=, this] { onMain([=, this] { foldersWereMeasured(source); }); }};
 }
