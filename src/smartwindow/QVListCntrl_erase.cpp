@@ -80,10 +80,12 @@ void QVListCntrl::gatherChecked() {
 
 void QVListCntrl::takeGathered(std::optional<Gathered> gathered) {
     if (!gathered) return endErase();
-    const bool isOutOfDate = !std::ranges::all_of(
-        gathered->checked,
-        [this](const CheckedSource& checked) { return isUsable(*checked.source); });
-    if (isOutOfDate) return gatherChecked();
+    const auto isUsableNow = [this](const CheckedSource& checked) {
+        return isUsable(*checked.source);
+    };
+    const bool isUpToDate = std::ranges::all_of(gathered->checked, isUsableNow) &&
+                            std::ranges::none_of(gathered->leftOut, isUsableNow);
+    if (!isUpToDate) return gatherChecked();
     if (gathered->checked.empty()) return tellThatNothingIsChecked(gathered->leftOut);
     m_clickedTimes = 0;
     ask(*gathered);

@@ -130,8 +130,13 @@ void QVSmartWindowSourceViewCntrl::viewDidAppear() {
         reading.wasCutShort = reading.isReading;
         if (!reading.isReading) goOnMeasuring(source);
     }
+    if (sourceItems().empty()) listingDidChange();
     postShowNotification();
     refreshAction();
+}
+
+void QVSmartWindowSourceViewCntrl::forgetSources() {
+    if (removeSources([](const QVSourceItem&) { return true; })) Q_EMIT sourcesDidChange();
 }
 
 void QVSmartWindowSourceViewCntrl::windowWillClose() {
@@ -148,6 +153,7 @@ void QVSmartWindowSourceViewCntrl::refreshAction() {
 }
 
 void QVSmartWindowSourceViewCntrl::trashContentsDidChange() {
+    if (m_isClosed) return forgetSources();
     readAll();
 }
 
@@ -262,6 +268,7 @@ void QVSmartWindowSourceViewCntrl::createNewSourceItem(const TrashLocation& tras
     const int row = rowForNewSource(trash);
     source->row = static_cast<std::uint64_t>(row);
     source->isCollapsed = m_isCollapsed;
+    source->note = noteOf(*source);  // a silent volume is not read
     m_model.insertSource(row, source);
     read(source);
 }
@@ -278,13 +285,16 @@ int QVSmartWindowSourceViewCntrl::rowForNewSource(const TrashLocation& trash) co
         sourceItems(), [&](const auto& source) { return placeOf(source->url()) < place; }));
 }
 
+QString QVSmartWindowSourceViewCntrl::noteOf(const QVSourceItem& source) const {
+    const ListedVolume* const volume = m_services.trashes.volumeOf(source.location);
+    return volume && volume->answers ? QString()
+                                     : m_services.texts.text("app_row_not_answering"_key);
+}
+
 bool QVSmartWindowSourceViewCntrl::updateNotes() {
     bool isChanged = false;
     for (const SourcePtr& source : sourceItems()) {
-        const ListedVolume* const volume = m_services.trashes.volumeOf(source->location);
-        const QString note = volume && volume->answers
-                                 ? QString()
-                                 : m_services.texts.text("app_row_not_answering"_key);
+        const QString note = noteOf(*source);
         if (note == source->note) continue;
         source->note = note;
         m_model.reload(*source);

@@ -49,12 +49,17 @@ class QVSmartWindowSourceViewCntrl : public QObject {
     void viewDidAppear();
     /// Ends all work in the background.
     void windowWillClose();
+    /// To be called when the trashes change while the window is closed: what it lists when it is
+    /// shown again is read from the start, and nothing is checked. A reading compares names alone,
+    /// and the mark of an entry must not pass to another one that has its name by then.
+    void forgetSources();
 
     // --- Commands and events ---
 
     /// Asks which volumes there are, and reads every trash anew.
     void refreshAction();
-    /// To be called when somebody filled or emptied a trash: reads every trash anew.
+    /// To be called when somebody filled or emptied a trash: reads every trash anew, or forgets
+    /// what it read while the window is closed.
     void trashContentsDidChange();
     /// Answers "mountedVolumeDidChange".
     void mountedVolumeDidChange(const Notification& notification);
@@ -101,6 +106,7 @@ class QVSmartWindowSourceViewCntrl : public QObject {
     int rowForNewSource(const TrashLocation& trash) const;
     const ListedVolume* volumeOf(const QVSourceItem& source) const;
     bool updateNotes();
+    QString noteOf(const QVSourceItem& source) const;
     bool isListed(const TrashLocation& trash, int mountId) const;
     void removeSource(int row);
     void setDisabledRows();

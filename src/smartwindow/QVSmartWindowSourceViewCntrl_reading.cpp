@@ -55,7 +55,11 @@ void QVSmartWindowSourceViewCntrl::begin(const SourcePtr& source) {
     if (!m_silenceTimer.isActive()) m_silenceTimer.start();
     sourceListOperationQueue().enqueue(
         [isLoaded, source, stop = source->stop.get_token(), reports = reportsFor(source)] {
-            (isLoaded ? checkBinContent : loadSource)(source, stop, reports);
+            try {
+                (isLoaded ? checkBinContent : loadSource)(source, stop, reports);
+            } catch (const std::exception&) {  // memory is short: the next change asks again
+                reports.ended({});
+            }
         });
 }
 

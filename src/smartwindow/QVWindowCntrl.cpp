@@ -121,7 +121,11 @@ void QVWindowCntrl::makePanes() {
     m_sources = new QVSmartWindowSourceViewCntrl(m_services, *m_sourceTable, this);
     m_content = new QVContentViewCntrl(
         m_services, {.setWindowLevel = [this](int level) { setLevel(level); },
-                     .closeWindow = [this] { windowWillClose(); },
+                     .closeWindow =
+                         [this] {  // since entries were erased
+                             windowWillClose();
+                             m_sources->forgetSources();
+                         },
                      .sourceItems = [this] { return m_sources->sourceItems(); },
                      .sourcesAreListed = [this] { return m_sources->isListed(); }});
     m_splitView = new QVSmartWindowSplitViewCntrl(m_sourceTable, m_content, m_services.texts,

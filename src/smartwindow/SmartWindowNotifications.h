@@ -7,8 +7,8 @@
 namespace kestrin {
 
 /// Names and keys of the window's notifications. Where a notification's own name is said to be its
-/// sender, the sender is the address of its constant. All are posted on the main thread but for
-/// "updateCountAndSizeToDelete" (see EraseNotification), which a source posts on a worker.
+/// sender, the sender is the address of its constant. All are posted on the main thread, also the
+/// "updateCountAndSizeToDelete" of a source (see EraseNotification).
 namespace SmartWindowNotification {
 
 /// Sender: this name. The content list shows kSourceItem; kAllSourceItems are those of the window.

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <exception>
 #include <iterator>
 #include <map>
 #include <mutex>
@@ -74,14 +75,21 @@ class Gathering {
             if (folder.isMeasured) continue;
             if (m_stop.stop_requested()) return;
             std::uint64_t found = 0;
-            const SizePair sizes =
-                QVFilesUtilities::sharedControl().iterateFolderForSize(folder.url(), found, m_stop);
+            const SizePair sizes = measure(folder, found);
             if (m_stop.stop_requested()) return;
             if (takeSize(*m_source, folder, sizes.totalFileSize, found)) m_measured();
         }
     }
 
  private:
+    /// Where memory or threads are short, a folder counts as one that cannot be read.
+    SizePair measure(const QVSmartWindowItem& folder, std::uint64_t& found) const try {
+        return QVFilesUtilities::sharedControl().iterateFolderForSize(folder.url(), found, m_stop);
+    } catch (const std::exception&) {
+        found = 0;
+        return {};
+    }
+
     const SourcePtr m_source;
     const SmartWindowItems m_folders;
     const std::stop_token m_stop;
@@ -170,14 +178,17 @@ ReadingResult apply(const SmartWindowItems& added,
                     const std::unordered_set<const QVSmartWindowItem*>& removed,
                     QVSourceItem& source, SmartWindowItems& folders) {
     ReadingResult result;
+    SmartWindowItems kept;  // the others are freed after the lock is released
     const std::lock_guard lock(source.lock);
     const bool wasGathering = source.gatheringSizeCount != 0;
     for (const auto& child : source.children) {
-        if (removed.contains(child.get())) takeFromTotals(source, *child);
+        if (removed.contains(child.get())) {
+            takeFromTotals(source, *child);
+        } else if (!removed.empty()) {
+            kept.push_back(child);
+        }
     }
-    if (!removed.empty())
-        std::erase_if(source.children,
-                      [&](const auto& child) { return removed.contains(child.get()); });
+    if (!removed.empty()) source.children.swap(kept);
     addChildren(source, added, folders);
     result.isChanged = !added.empty() || !removed.empty();
     result.endedGathering = wasGathering && source.gatheringSizeCount == 0;
@@ -210,10 +221,10 @@ void loadSource(const SourcePtr& source, const std::stop_token& stop,
         reports.itemsDidArrive();
     };
     const auto reader = TrashReader::open(source->trash, source->volumeUrl());
-    if (reader) static_cast<void>((*reader)->readAll(stop, take));
+    const MaybeError error = reader ? (*reader)->readAll(stop, take) : reader.error();
     const bool wasStopped = stop.stop_requested();
-    const bool isEmpty = childCount(*source) == 0;
-    if (isEmpty && !wasStopped) source->trashIsEmpty = true;
+    const bool isRead = !wasStopped && (!error || error->systemError == ENOENT);
+    if (isRead && childCount(*source) == 0) source->trashIsEmpty = true;
     gatherSizes(source, std::move(folders), stop, reports);
     reports.ended({.wasStopped = wasStopped, .isChanged = true});
 }

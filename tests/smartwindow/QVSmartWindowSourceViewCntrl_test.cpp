@@ -227,9 +227,13 @@ TEST_F(SourceListTest, StopsWithTheWindowAndGoesOnWhereItWasStopped) {
             controller->windowWillClose();
             controller->viewDidAppear();
         }
-        if (round == 4) {
-            EXPECT_TRUE(holds(0, 300, 3000));
-        }
+        ASSERT_TRUE(holds(0, 300, 3000));
+        ASSERT_TRUE(click(0) && source(0).children.front()->isMarked);
+        controller->windowWillClose();
+        controller->trashContentsDidChange();
+        controller->viewDidAppear();
+        EXPECT_TRUE(holds(0, 300, 3000) && !source(0).children.front()->isMarked)
+            << "what is there now is not what was checked";
         tester.reset();
         controller.reset();
     }
