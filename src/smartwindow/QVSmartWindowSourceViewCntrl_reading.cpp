@@ -72,12 +72,8 @@ ReadingReports QVSmartWindowSourceViewCntrl::reportsFor(const SourcePtr& source)
     };
     return {.itemsDidArrive = [=, this] { onMain([=, this] { itemsDidArrive(source); }); },
             .ended =
-                [=, this, stop = source->stop.get_token()](ReadingResult result) {
-                    onMain([=, this]() mutable {
-                        // A stop may have come after the reading, and to its measuring alone.
-                        result.wasStopped = result.wasStopped || stop.stop_requested();
-                        readingDidEnd(source, result);
-                    });
+                [=, this](const ReadingResult& result) {
+                    onMain([=, this] { readingDidEnd(source, result); });
                 },
             .measured = [=, this] { onMain([=, this] { foldersWereMeasured(source); }); }};
 }
@@ -97,8 +93,7 @@ void QVSmartWindowSourceViewCntrl::readingDidEnd(const SourcePtr& source,
     reading->second.isReading = false;
     // What was cut short is gone on with as a later reading, which finds what is missing.
     reading->second.isLoaded = true;
-    const bool wasCutShort = std::exchange(reading->second.wasCutShort, false);
-    if ((result.wasStopped || wasCutShort) && !m_isClosed) goOnMeasuring(source);
+    if (std::exchange(reading->second.wasCutShort, false) && !m_isClosed) goOnMeasuring(source);
     if (result.isChanged) {
         postUpdateItemsList(source);
         updateMarkedItems(source);

@@ -222,11 +222,10 @@ void loadSource(const SourcePtr& source, const std::stop_token& stop,
     };
     const auto reader = TrashReader::open(source->trash, source->volumeUrl());
     const MaybeError error = reader ? (*reader)->readAll(stop, take) : reader.error();
-    const bool wasStopped = stop.stop_requested();
-    const bool isRead = !wasStopped && (!error || error->systemError == ENOENT);
+    const bool isRead = !stop.stop_requested() && (!error || error->systemError == ENOENT);
     if (isRead && childCount(*source) == 0) source->trashIsEmpty = true;
     gatherSizes(source, std::move(folders), stop, reports);
-    reports.ended({.wasStopped = wasStopped, .isChanged = true});
+    reports.ended({.isChanged = true});
 }
 
 void checkBinContent(const SourcePtr& source, const std::stop_token& stop,
@@ -234,7 +233,7 @@ void checkBinContent(const SourcePtr& source, const std::stop_token& stop,
     const auto reader = TrashReader::open(source->trash, source->volumeUrl());
     auto names = namesIn(reader, stop);
     if (!names || stop.stop_requested() || names->size() == childCount(*source))
-        return reports.ended({.wasStopped = stop.stop_requested()});
+        return reports.ended({});
     Difference difference = differenceOf(*std::move(names), childrenOf(*source));
     SmartWindowItems added;
     if (reader) {
@@ -245,7 +244,7 @@ void checkBinContent(const SourcePtr& source, const std::stop_token& stop,
         };
         static_cast<void>((*reader)->read(std::move(difference.added), stop, take));
     }
-    if (stop.stop_requested()) return reports.ended({.wasStopped = true});
+    if (stop.stop_requested()) return reports.ended({});
     SmartWindowItems folders;
     const ReadingResult result = apply(added, difference.removed, *source, folders);
     gatherSizes(source, std::move(folders), stop, reports);

@@ -22,7 +22,6 @@ OperationQueue& sourceListOperationQueue();
 
 /// How a reading ended.
 struct ReadingResult {
-    bool wasStopped = false;
     bool isChanged = false;  ///< entries came or went
     /// Entries went, and with them the last folder that was still to be measured.
     bool endedGathering = false;
