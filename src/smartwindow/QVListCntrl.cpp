@@ -21,7 +21,8 @@ namespace Key = SmartWindowNotification;
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-/// Folders are measured by the thousand, and each of them is told.
+/// Folders are measured by the thousand, and each of them is told. The pause between two sorts is
+/// this, and for a long list as long as the sort before took: the list is read meanwhile.
 constexpr auto kSortPause = 100ms;
 constexpr std::uint16_t kSizeScale = 4;
 
@@ -175,7 +176,7 @@ void QVListCntrl::updateItemsList() {
     m_needsSort = true;
     if (m_sortTimer.isActive()) return;
     const auto passed = std::chrono::ceil<std::chrono::milliseconds>(Clock::now() - m_lastSort);
-    m_sortTimer.start(std::max(0ms, kSortPause - passed));
+    m_sortTimer.start(std::max(0ms, std::max(kSortPause, m_sortTime) - passed));
 }
 
 /// A worker that needs longer than the pause is not put to work again at once.
@@ -207,14 +208,19 @@ void QVListCntrl::makeRowsAnew() {
     if (m_isLoading) query.tracked = std::make_shared<ItemList>(m_sourceItem->selection);
     workOnListQueue(
         *this, [query] { return makeRows(query); },
-        [this, query, showing = m_showing](const std::optional<ContentRows>& rows) {
-            if (showing == m_showing) takeRows(query, rows);
+        [this, query, began = Clock::now(),
+         showing = m_showing](const std::optional<ContentRows>& rows) {
+            if (showing == m_showing) takeRows(query, rows, began);
         });
 }
 
-void QVListCntrl::takeRows(const ContentQuery& query, const std::optional<ContentRows>& rows) {
+void QVListCntrl::takeRows(const ContentQuery& query, const std::optional<ContentRows>& rows,
+                           Clock::time_point began) {
     m_isMakingRows = false;
-    if (query.needsSort) m_lastSort = Clock::now();
+    if (query.needsSort) {
+        m_lastSort = Clock::now();
+        m_sortTime = std::chrono::ceil<std::chrono::milliseconds>(m_lastSort - began);
+    }
     if (!rows) m_needsSort |= query.needsSort;
     if (rows && query.order == m_sourceItem->sortDescriptors) {
         m_sorted = rows->sorted;

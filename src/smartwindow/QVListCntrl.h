@@ -119,7 +119,8 @@ class QVListCntrl : public QObject {
     void updateItemsList();
     void sortIsDue();
     void makeRowsAnew();
-    void takeRows(const ContentQuery& query, const std::optional<ContentRows>& rows);
+    void takeRows(const ContentQuery& query, const std::optional<ContentRows>& rows,
+                  std::chrono::steady_clock::time_point began);
     void showRows(const ContentRows& rows);
     void selectionChanged();
     void updateInfo();
@@ -167,6 +168,7 @@ class QVListCntrl : public QObject {
     bool m_scrollsToSelection = false;
     QTimer m_sortTimer;
     std::chrono::steady_clock::time_point m_lastSort;
+    std::chrono::milliseconds m_sortTime{0};  ///< that the last one took
 
     QMenu* m_menu = nullptr;  ///< belongs to the table
     ItemList m_menuItems;     ///< what it acts on
