@@ -57,8 +57,8 @@ void CollapsingSplitter::setIsCollapsed(bool isCollapsed) {
     if (isCollapsed == m_isCollapsed) return;
     QList<int> extents = sizes();
     const int all = extents[0] + extents[1];
-    const int wanted = std::max(m_extent, widget(m_pane)->sizeHint().width());
-    extents[m_pane] = isCollapsed ? 0 : std::min(wanted, all / 2);
+    const int first = std::min(widget(m_pane)->sizeHint().width(), all / 2);
+    extents[m_pane] = isCollapsed ? 0 : std::min(m_extent > 0 ? m_extent : first, all);
     extents[1 - m_pane] = all - extents[m_pane];
     setSizes(extents);
     splitViewDidResize();

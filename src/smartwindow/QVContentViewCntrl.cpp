@@ -29,7 +29,6 @@ constexpr int kSpinnerSide = 32;
 constexpr int kPreviewWidth = 190;
 constexpr int kLeastPreviewWidth = 120;
 constexpr int kLeastListWidth = 260;
-constexpr int kRoomForBoth = 600;
 constexpr int kMargin = 6;
 
 /// The view of work in progress, with its spinner in the middle.
@@ -165,7 +164,7 @@ void QVContentViewCntrl::showEvent(QShowEvent* event) {
     if (std::exchange(m_wasShown, true)) return;
     // Before this has its size, a splitter keeps none of its panes'.
     m_splitView->setSizes({width() - kPreviewWidth, kPreviewWidth});
-    if (width() < kRoomForBoth) setIsCollapsed(true);
+    if (width() < kLeastListWidth + kLeastPreviewWidth) setIsCollapsed(true);
 }
 
 bool QVContentViewCntrl::isCollapsed() const {

@@ -60,7 +60,16 @@ QList<QRect> areasForWindows() {
 
 /// What a window can fill of the screen, without its title.
 QSize roomOnScreen() {
-    return QGuiApplication::primaryScreen()->availableSize() - kTitle;
+    const QScreen* const screen = QGuiApplication::primaryScreen();
+    return screen ? screen->availableSize() - kTitle : kFirstSize;
+}
+
+/// The frame that the window has or, while it fills the screen, had before; its size is that of the
+/// window without its title and edges.
+QRect frameOf(const QWidget& window) {
+    if (!window.isMaximized() && !window.isFullScreen()) return {window.pos(), window.size()};
+    const QRect inside = window.normalGeometry();
+    return inside.translated(window.pos() - window.geometry().topLeft());
 }
 
 /// What of the program lies open upon a window, and may have been opened by code of the window that
@@ -270,6 +279,7 @@ void QVWindowCntrl::changeEvent(QEvent* event) {
 // --- Place ---
 
 void QVWindowCntrl::restoreFrame() {
+    setWindowState(Qt::WindowNoState);
     const auto saved = frameFromString(m_services.defaults.stringForKey(kFrameSetting));
     if (!saved) return resize(kFirstSize.boundedTo(roomOnScreen()));
     const QRect frame = frameOnScreens(*saved, areasForWindows());
@@ -314,8 +324,7 @@ void QVWindowCntrl::closeEvent(QCloseEvent* event) {
 
 void QVWindowCntrl::windowWillClose() {
     if (!std::exchange(m_isOpen, false)) return;
-    const QRect normal = isMaximized() || isFullScreen() ? normalGeometry() : QRect(pos(), size());
-    m_services.defaults.set(kFrameSetting, stringFromFrame(normal));
+    m_services.defaults.set(kFrameSetting, stringFromFrame(frameOf(*this)));
     m_sources->windowWillClose();
     m_content->listCntrl().windowWillClose();
     hide();

@@ -12,6 +12,8 @@ namespace {
 constexpr double kFarthest = 1e6;
 // As much of the title as a pointer needs to take hold of the window.
 constexpr QSize kHandle(120, 24);
+// What the title takes of a screen: a frame has the size of the window without it.
+constexpr QSize kTitle(0, kHandle.height());
 
 bool canBeTakenHoldOf(const QRect& frame, const QRect& screen) {
     const QRect title(frame.topLeft(), QSize(frame.width(), kHandle.height()));
@@ -51,18 +53,23 @@ std::optional<QRect> frameFromString(const QString& text) {
 }
 
 QRect frameOnScreens(const QRect& frame, const QList<QRect>& screens) {
+    const auto fitting = [&](const QRect& screen) {
+        return QRect(frame.topLeft(), frame.size().boundedTo(screen.size() - kTitle));
+    };
     const auto nearest =
         std::min_element(screens.begin(), screens.end(), [&](const QRect& one, const QRect& other) {
             return distance(frame, one) < distance(frame, other);
         });
     if (nearest == screens.end()) return frame;
-    const auto holds = [&](const QRect& screen) { return canBeTakenHoldOf(frame, screen); };
-    const auto own = std::find_if(screens.begin(), screens.end(), holds);
+    const auto own = std::find_if(screens.begin(), screens.end(), [&](const QRect& screen) {
+        return canBeTakenHoldOf(fitting(screen), screen);
+    });
     const QRect& screen = own == screens.end() ? *nearest : *own;
-    QRect result(frame.topLeft(), frame.size().boundedTo(screen.size()));
-    if (own != screens.end()) return result;
-    result.moveLeft(std::clamp(result.left(), screen.left(), screen.right() + 1 - result.width()));
-    result.moveTop(std::clamp(result.top(), screen.top(), screen.bottom() + 1 - result.height()));
+    QRect result = fitting(screen);
+    if (own != screens.end() && result == frame) return frame;
+    const QSize room = screen.size() - result.size() - kTitle;
+    result.moveLeft(std::clamp(result.left(), screen.left(), screen.left() + room.width()));
+    result.moveTop(std::clamp(result.top(), screen.top(), screen.top() + room.height()));
     return result;
 }
 

@@ -17,7 +17,8 @@ QString stringFromFrame(const QRect& frame);
 std::optional<QRect> frameFromString(const QString& text);
 
 /// `frame`, or a frame as like it as can be that the user can take hold of: its top lies on one of
-/// `screens`, the areas that windows may use, and it is no larger than that one.
+/// `screens`, the areas that windows may use, and it is no larger than that one has room for below
+/// a title. A frame that has to change lies wholly on its screen.
 QRect frameOnScreens(const QRect& frame, const QList<QRect>& screens);
 
 }  // namespace kestrin

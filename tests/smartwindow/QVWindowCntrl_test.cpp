@@ -6,6 +6,7 @@
 #include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListView>
 #include <QMenu>
 #include <QPointer>
 #include <QPushButton>
@@ -14,6 +15,7 @@
 
 #include "smartwindow/CollapsingSplitter.h"
 #include "smartwindow/QVContentTableView.h"
+#include "smartwindow/QVContentViewCntrl.h"
 #include "smartwindow/QVSourceTableView.h"
 #include "smartwindow/SmartWindowNotifications.h"
 #include "smartwindow/WindowFrame.h"
@@ -40,19 +42,21 @@ TEST(WindowFrame, ComesBackOntoAScreenThatIsThere) {
     const QRect onRight(1500, 100, 980, 620);
     EXPECT_EQ(frameOnScreens(onRight, {left, right}), onRight);
     EXPECT_EQ(frameOnScreens(onRight, {left}), QRect(300, 100, 980, 620));
-    EXPECT_EQ(frameOnScreens(QRect(-900, 500, 980, 620), {left}), QRect(0, 180, 980, 620));
+    EXPECT_EQ(frameOnScreens(QRect(-900, 500, 980, 620), {left}), QRect(0, 156, 980, 620))
+        << "its title has room, too";
     EXPECT_EQ(frameOnScreens(QRect(1100, 700, 980, 620), {left}), QRect(1100, 700, 980, 620))
         << "its title can be taken hold of";
     EXPECT_EQ(frameOnScreens(QRect(0, 0, 980, 620), {left}), QRect(0, 30, 980, 620))
         << "its title is behind a panel";
-    EXPECT_EQ(frameOnScreens(QRect(100, 100, 5000, 5000), {left}), QRect(100, 100, 1280, 770));
+    EXPECT_EQ(frameOnScreens(QRect(100, 100, 5000, 5000), {left}), QRect(0, 30, 1280, 746));
+    EXPECT_EQ(frameOnScreens(QRect(-1920, 50, 2500, 600), {left}), QRect(0, 50, 1280, 600));
     EXPECT_EQ(frameOnScreens(onRight, {}), onRight);
 }
 
 TEST(CollapsingSplitter, TellsWhenItsPaneIsFoldedAway) {
     auto* const other = new QWidget;
     other->setMinimumWidth(50);
-    CollapsingSplitter splitter(new QWidget, other, 0);
+    CollapsingSplitter splitter(new QListView, other, 0);
     std::vector<bool> told;
     QObject::connect(&splitter, &CollapsingSplitter::collapseDidChange,
                      [&](bool isCollapsed) { told.push_back(isCollapsed); });
@@ -83,6 +87,7 @@ struct QVWindowCntrlTest : ::testing::Test, test::WindowWorld {
         trash("first", "two");
         closeObservation = center.observe(SmartWindowNotification::kSmartWindowDidClose,
                                           [this](const Notification&) { ++closed; });
+        defaults.set("smart_delete_window", QStringLiteral("{{0, 0}, {700, 500}}"));
         window = new QVWindowCntrl(given);
         table = window->findChild<QVContentTableView*>();
         window->showWindow();
@@ -124,8 +129,9 @@ TEST_F(QVWindowCntrlTest, tellsWhatIsCheckedAndWhatTheFilterHidesOfIt) {
 }
 
 TEST_F(QVWindowCntrlTest, keepsItsFrameAndWhatItShowsWhenItCloses) {
-    window->resize(700, 500);
+    EXPECT_FALSE(window->findChild<QVContentViewCntrl*>()->isCollapsed());
     window->move(30, 40);
+    window->showMaximized();
     EXPECT_TRUE(window->close());
     EXPECT_FALSE(window->isOpen());
     EXPECT_EQ(closed, 1);
