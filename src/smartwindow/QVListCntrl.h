@@ -97,6 +97,9 @@ class QVListCntrl : public QObject {
     /// The window closes: nothing is measured any more, and an erase makes do with the figures
     /// there are.
     void windowWillClose();
+    /// The window is let go: another one may be there soon, and what is told is not meant for this
+    /// list any more. An erase comes to its end.
+    void stopListening() { m_observations.clear(); }
 
  Q_SIGNALS:
     void selectionDidChange();

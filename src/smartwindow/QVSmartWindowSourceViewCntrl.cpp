@@ -82,7 +82,7 @@ QVSmartWindowSourceViewCntrl::~QVSmartWindowSourceViewCntrl() {
     m_isChangingRows = true;
     while (!sourceItems().empty())
         removeSource(static_cast<int>(sourceItems().size()) - 1);
-    setCurrentSelectedSourceName({});
+    stopListening();
 }
 
 // --- Life of the window ---
@@ -143,6 +143,12 @@ void QVSmartWindowSourceViewCntrl::windowWillClose() {
     m_isClosed = true;
     for (const SourcePtr& source : sourceItems())
         source->stop.request_stop();
+}
+
+/// Once: later the name is that of another window.
+void QVSmartWindowSourceViewCntrl::stopListening() {
+    if (std::exchange(m_observations, {}).empty()) return;
+    setCurrentSelectedSourceName({});
 }
 
 // --- Commands and events ---

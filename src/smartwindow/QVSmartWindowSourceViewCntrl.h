@@ -53,6 +53,9 @@ class QVSmartWindowSourceViewCntrl : public QObject {
     /// shown again is read from the start, and nothing is checked. A reading compares names alone,
     /// and the mark of an entry must not pass to another one that has its name by then.
     void forgetSources();
+    /// To be called when the window is let go, since another one may be there soon: it follows
+    /// nothing any more, and no source of it is the current one.
+    void stopListening();
 
     // --- Commands and events ---
 

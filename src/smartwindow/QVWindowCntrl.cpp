@@ -333,6 +333,8 @@ void QVWindowCntrl::windowWillClose() {
 
 void QVWindowCntrl::letGo() {
     windowWillClose();
+    m_sources->stopListening();
+    m_content->listCntrl().stopListening();
     deleteWhenFree();
 }
 

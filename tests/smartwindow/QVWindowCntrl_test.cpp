@@ -16,6 +16,7 @@
 #include "smartwindow/CollapsingSplitter.h"
 #include "smartwindow/QVContentTableView.h"
 #include "smartwindow/QVContentViewCntrl.h"
+#include "smartwindow/QVSmartWindowSourceViewCntrl.h"
 #include "smartwindow/QVSourceTableView.h"
 #include "smartwindow/SmartWindowNotifications.h"
 #include "smartwindow/WindowFrame.h"
@@ -155,6 +156,13 @@ TEST_F(QVWindowCntrlTest, staysUnderASheetAndIsKeptUntilThatAndAMenuHaveGone) {
     window->letGo();
     EXPECT_EQ(closed, 1) << "it closes all the same";
     EXPECT_FALSE(isGone());
+    trash("first", "three");
+    const QPointer next(new QVWindowCntrl(given));
+    next->showWindow();
+    const auto* const rows = next->findChild<QVContentTableView*>()->model();
+    EXPECT_TRUE(test::waitFor([&] { return rows->rowCount() == 3; }));
+    EXPECT_FALSE(isGone());
+    EXPECT_EQ(table->model()->rowCount(), 2) << "what the next one shows is not for this one";
     QMenu menu;
     menu.addAction(QStringLiteral("Open"));
     menu.popup({});
@@ -162,6 +170,10 @@ TEST_F(QVWindowCntrlTest, staysUnderASheetAndIsKeptUntilThatAndAMenuHaveGone) {
     QTest::qWait(0);
     EXPECT_FALSE(isGone());
     menu.close();
+    EXPECT_TRUE(test::waitFor([this] { return isGone(); }));
+    EXPECT_EQ(currentSelectedSourceName(), QStringLiteral("first")) << "of the next one";
+    next->letGo();
+    EXPECT_TRUE(test::waitFor([&] { return isGone() && !next; }));
 }
 
 }  // namespace
