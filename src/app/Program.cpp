@@ -313,16 +313,19 @@ void Program::launch() {
     m_isLaunching = true;
     const Launch kind = m_action == kSmartWindow ? Launch::ForSmartWindow : Launch::InStatusArea;
     if (kind == Launch::ForSmartWindow) m_action.clear();
-    m_wasRefused = !m_hasStatusArea && kind == Launch::InStatusArea;
     m_wasLaunched = m_controller.applicationDidFinishLaunching(kind);
+    m_wasRefused = !m_wasLaunched;
     if (m_wasLaunched) act();
 }
 
-/// Another start may ask while this one waits for a status area. The window needs none.
+/// Another start may ask while this one waits for a status area, or tells that there is none. The
+/// window needs none.
 void Program::take(const std::string& action) {
     m_action = action;
     if (m_wasLaunched) return act();
-    if (action == kSmartWindow && !m_isLaunching) launch();
+    if (action != kSmartWindow) return;
+    if (!m_isLaunching) return launch();
+    m_controller.launchForSmartWindow();
 }
 
 void Program::act() {

@@ -10,6 +10,7 @@
 #include "app/HelperAuthorization.h"
 #include "base/MainThread.h"
 #include "base/StringTable.h"
+#include "erase/QVErrorDelegate.h"
 #include "format/DisplayName.h"
 #include "format/QVNumberUtilities.h"
 #include "smartwindow/SmartWindowNotifications.h"
@@ -53,8 +54,9 @@ QVKestrin::~QVKestrin() {
 
 bool QVKestrin::applicationDidFinishLaunching(Launch launch) {
     m_isWorking = false;
+    m_launch = launch;
     callIfGiven(m_services.setupDefaultsPreferences);
-    if (!setupStatusMenu(launch)) return false;
+    if (!setupStatusMenu()) return false;
     m_stopObservation = m_services.center.observe(
         Key::kStopWorking, [this](const Notification& notification) { stopWorking(notification); });
     // An erase of the browsing window that is declined has no other end. This is posted on a
@@ -73,7 +75,7 @@ bool QVKestrin::applicationDidFinishLaunching(Launch launch) {
             workspaceHardDrivesObserver(wasAdded, path);
         });
     }
-    if (launch == Launch::ForSmartWindow) requestSmartWindow();
+    if (m_launch == Launch::ForSmartWindow) requestSmartWindow();
     if (m_services.installHelper) gIsHelperAuthorized = m_services.installHelper();
     if (m_isEnding) return true;  // the user quit meanwhile
     if (!m_services.showFirstWindow || !m_services.showFirstWindow()) {
@@ -81,6 +83,21 @@ bool QVKestrin::applicationDidFinishLaunching(Launch launch) {
         callIfGiven(m_services.showInformationWindow);
     }
     return true;
+}
+
+/// Tells the user that it cannot, unless the launch is for the window.
+bool QVKestrin::canDoWithoutStatusArea() {
+    if (m_launch == Launch::ForSmartWindow) return true;
+    m_isTellingOfStatusArea = true;
+    m_services.presenter.showError("cant_create_menu"_errorKey, "cant_create_menu_mess"_errorKey);
+    m_isTellingOfStatusArea = false;
+    return m_launch == Launch::ForSmartWindow && !m_isEnding;
+}
+
+void QVKestrin::launchForSmartWindow() {
+    if (!m_isTellingOfStatusArea) return;
+    m_launch = Launch::ForSmartWindow;
+    callIfGiven(m_services.dismissAlerts);
 }
 
 void QVKestrin::quit() {

@@ -121,6 +121,9 @@ class QVKestrin : public QObject {
     /// Launches the program, step by step in a fixed order. False when a status area is needed and
     /// there is none; then the user was told, and the program ends.
     bool applicationDidFinishLaunching(Launch launch = Launch::InStatusArea);
+    /// To be called when the browsing window is asked for during the launch. Where there is no
+    /// status area the message that says so goes, and the launch goes on for the window.
+    void launchForSmartWindow();
     /// Puts the icon into a status area that came after the launch.
     void statusAreaDidAppear();
     /// Stops an erase, dismisses every alert and then ends the program. A second call changes
@@ -182,7 +185,8 @@ class QVKestrin : public QObject {
     };
 
     // The status menu (QVKestrin_menu.cpp)
-    bool setupStatusMenu(Launch launch);
+    bool setupStatusMenu();
+    bool canDoWithoutStatusArea();
     void setupStatusItem();
     void addCommandItems();
     void addSubTrashMenu();
@@ -241,6 +245,8 @@ class QVKestrin : public QObject {
     bool m_rowsAreStale = false;  ///< somebody changed a trash since they were made
     bool m_isAsking = false;      ///< an erase action waits for the list of trashes
     bool m_isEnding = false;
+    bool m_isTellingOfStatusArea = false;  ///< that there is none
+    Launch m_launch = Launch::InStatusArea;
     std::unique_ptr<QMenu> m_kestrinMenu;
     QMenu* m_subTrashMenu = nullptr;  ///< child of m_kestrinMenu
     std::unique_ptr<StatusDisplay> m_statusItem;

@@ -6,13 +6,12 @@
 
 #include "app/QVKestrin.h"
 #include "base/StringTable.h"
-#include "erase/QVErrorDelegate.h"
 #include "format/DisplayName.h"
 #include "format/QVNumberUtilities.h"
 
 namespace kestrin {
 
-bool QVKestrin::setupStatusMenu(Launch launch) {
+bool QVKestrin::setupStatusMenu() {
     m_kestrinMenu = std::make_unique<QMenu>();
     m_kestrinMenu->setObjectName(QStringLiteral("kestrinMenu"));
     m_subTrashMenu = new QMenu(m_kestrinMenu.get());
@@ -28,9 +27,7 @@ bool QVKestrin::setupStatusMenu(Launch launch) {
     connect(m_subTrashMenu, &QMenu::aboutToHide, this, [this] { menuDidClose(); });
 
     setupStatusItem();
-    if (!m_statusItem && launch == Launch::InStatusArea) {
-        m_services.presenter.showError("cant_create_menu"_errorKey,
-                                       "cant_create_menu_mess"_errorKey);
+    if (!m_statusItem && !canDoWithoutStatusArea()) {
         quit();
         return false;
     }

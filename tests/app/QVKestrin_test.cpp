@@ -391,9 +391,12 @@ TEST_F(QVKestrinTest, livesAsLongAsTheSmartWindowWithoutAStatusArea) {
     smartWindow->close();
     EXPECT_EQ(terminated, 0) << "the icon came meanwhile";
 
+    // Another start asks for the window while this one tells that there is no status area.
     hasStatusArea = false;
     controller = std::make_unique<QVKestrin>(services());
-    ASSERT_TRUE(controller->applicationDidFinishLaunching(QVKestrin::Launch::ForSmartWindow));
+    alerts.addAnswer(kAlertFirstButton, false, [this] { controller->launchForSmartWindow(); });
+    ASSERT_TRUE(controller->applicationDidFinishLaunching());
+    EXPECT_EQ(terminated, 0);
     smartWindow->close();
     EXPECT_EQ(terminated, 1);
     EXPECT_EQ(windows.made, windows.gone);
