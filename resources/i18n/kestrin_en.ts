@@ -193,6 +193,10 @@
             <numerusform>“%@”: %@ checked items</numerusform>
         </translation>
     </message>
+    <message id="checked_volume_went">
+        <source></source>
+        <translation>Nothing was erased, because “%@” was removed or stopped answering before you answered.</translation>
+    </message>
     <message id="cli_ambiguous_volume">
         <source></source>
         <translation>"%@" is the name of several volumes; use one of their paths: %@.</translation>

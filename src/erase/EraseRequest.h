@@ -36,9 +36,9 @@ class UserDefaults;
 ///
 /// A smart erase tells how its question ended by "waitForResponse", once for every askToContinue,
 /// on a background thread (or on the main thread, later). "canContinue" is NO when the user
-/// declined, the sheet was dismissed or its window went, nobody could be asked, or another engine
-/// has the turn: then that is the end, the turn is free, and nothing else follows. With YES the
-/// engine waits for proceedToEraseWithArray:
+/// declined, the sheet was dismissed or withdrawn or its window went, nobody could be asked, or
+/// another engine has the turn: then that is the end, the turn is free, and nothing else follows.
+/// With YES the engine waits for proceedToEraseWithArray:
 ///   - it answers false: the log could not be opened, or progress not be shown. The user was told
 ///     of the log, as a sheet; nothing was erased, the turn is free, and nothing else follows. Who
 ///     called it posts "stopWorking" for others, with the engine as the sender;

@@ -50,7 +50,9 @@ struct QVAlert::SizeLine {
     QString sizeInfoStr;
     bool stopped = false;
 
-    std::unique_ptr<AlertPanel> panel;  ///< main thread only, not guarded by the lock
+    // Main thread only, not guarded by the lock:
+    std::unique_ptr<AlertPanel> panel;
+    bool isWithdrawn = false;
 
     void showInPanel() {
         if (!panel) return;
@@ -136,13 +138,18 @@ void QVAlert::beginSheet(const AlertModel& model, WindowHandle window) {
     auto sheet = std::make_shared<Sheet>(m_answer, model.notAnswered);
     MainThread::post([sheet, model, window, makePanel = m_makePanel, weak = std::weak_ptr(m_line)] {
         const auto line = weak.lock();
-        if (!line) return;
+        if (!line || line->isWithdrawn) return;
         line->panel = makePanel();
         if (!line->panel) return;
         line->showInPanel();
         line->panel->beginSheet(model, window,
                                 [sheet](int button) { sheet->answer->give(button); });
     });
+}
+
+void QVAlert::withdraw() {
+    m_line->isWithdrawn = true;
+    m_line->panel.reset();
 }
 
 void QVAlert::showSizeInfoStringWithSize(std::uint64_t size, std::uint64_t count) {

@@ -53,6 +53,10 @@ class QVAlert {
     /// Never on the main thread. Requires: showAlertWithTrashInfo was called.
     int waitUntilSheetWindowIsClosed();
 
+    /// Takes the sheet away, or has none opened. It counts as not answered, unless its answer has
+    /// been given already. Main thread.
+    void withdraw();
+
     /// The answer; 0 while there is none.
     int choice() const;
     /// The size line as shown.

@@ -42,7 +42,8 @@ struct QVDeleteItems::State {
     std::stop_source stop;  ///< Stop, for all that belongs to this erase
     const std::shared_ptr<EraseCount> count;
     EraseRequest request;
-    QString volumeName;  ///< the one that the user was asked about
+    std::weak_ptr<QVAlert> sheet;  ///< of a smart erase; main thread
+    QString volumeName;            ///< the one that the user was asked about
     QString startProblem;
 
     // Set when erasing starts, before any other thread looks:
@@ -79,10 +80,15 @@ bool QVDeleteItems::askToContinue(const EraseRequest& request) {
     m_state->volumeName = request.volumeName;
     auto alert = showConfirmation(request, m_state->services, *m_state->count);
     if (!request.isSmartErase) return questionIsOver(alert->choice() == kAlertFirstButton);
+    m_state->sheet = alert;
     waitForAnswer(std::move(alert), [self = shared_from_this()](bool canContinue) {
         self->sendSmartEraseNotificationResponse(canContinue);
     });
     return true;
+}
+
+void QVDeleteItems::withdrawQuestion() {
+    if (const auto sheet = m_state->sheet.lock()) sheet->withdraw();
 }
 
 /// Another erase is under way, and its end is the one to be told.

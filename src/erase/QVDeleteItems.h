@@ -41,6 +41,10 @@ class QVDeleteItems : public std::enable_shared_from_this<QVDeleteItems> {
     /// later, where no thread is to be had.
     bool askToContinue(const EraseRequest& request);
 
+    /// Smart erase: takes the open question back, which then counts as not answered; an answer that
+    /// was given already is still told, and the caller does not act on it.
+    void withdrawQuestion();
+
     /// Has `call` made on the main thread once the figures are there; soon when they are there
     /// already. Never when Stop comes first.
     void whenCountHasArrived(std::function<void()> call);

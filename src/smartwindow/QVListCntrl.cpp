@@ -301,6 +301,7 @@ void QVListCntrl::sourcesDidChange() {
     const SourceItems sources = m_outlets.sourceItems();
     if (m_sourceItem && std::ranges::find(sources, m_sourceItem) == sources.end())
         showSelectedItems(nullptr);
+    withdrawQuestionIfAVolumeWent();
     giveUpWaiting([this](const CheckedSource& checked) { return !isUsable(*checked.source); });
     updateCheckedFigures();
 }

@@ -151,6 +151,7 @@ class QVListCntrl : public QObject {
     void ask(const Gathered& gathered);
     void observeEngine();
     void waitingForResponse(const Notification& response);
+    void withdrawQuestionIfAVolumeWent();
     void waitFor(const CheckedSource& checked);
     void updateCountAndSizeToDelete(const void* source);
     void giveUpWaiting(const std::function<bool(const CheckedSource&)>& isOver);

@@ -7,6 +7,7 @@
 #include "base/MainThread.h"
 #include "base/StringTable.h"
 #include "erase/QVErrorDelegate.h"
+#include "format/DisplayName.h"
 #include "smartwindow/ListQueue.h"
 #include "smartwindow/QVContentTableView.h"
 
@@ -116,6 +117,7 @@ void QVListCntrl::ask(const Gathered& gathered) {
     for (const CheckedSource& checked : gathered.checked) {
         request.checked.push_back(checkedVolume(checked));
         request.trashes.push_back(checked.source->location);
+        m_erase->asked.push_back(checked.source);
     }
     for (const CheckedSource& checked : gathered.leftOut)
         request.leftOut.push_back(leftOutVolume(checked));
@@ -153,13 +155,28 @@ void QVListCntrl::observeEngine() {
 void QVListCntrl::waitingForResponse(const Notification& response) {
     if (!m_erase || response.sender != m_erase->engine.get()) return;
     m_erase->responseObservation.reset();
-    if (!response.userInfo.value<bool>(Key::kCanContinue)) return endErase();
+    m_erase->asked.clear();
+    if (m_erase->isWithdrawn || !response.userInfo.value<bool>(Key::kCanContinue))
+        return endErase();
     m_outlets.setWindowLevel(kOrdinaryLevel);
     const auto engine = m_erase->engine;
     const auto items = response.userInfo.value<UserInfo>(Key::kItemsDict)
                            .value<SharedItemsToErase>(Key::kItemsToErase);
     if (!engine->proceedToEraseWithArray(items))
         m_services.center.post(Key::kStopWorking, engine.get());
+}
+
+/// Its figures and its list would hold what is out of reach. The user may have answered at the same
+/// moment: what was withdrawn is not erased all the same.
+void QVListCntrl::withdrawQuestionIfAVolumeWent() {
+    if (!m_erase || m_erase->isWithdrawn) return;
+    const auto gone = std::ranges::find_if_not(
+        m_erase->asked, [this](const auto& source) { return isUsable(*source); });
+    if (gone == m_erase->asked.end()) return;
+    m_erase->isWithdrawn = true;
+    m_services.tellUser(StringTable::filled(m_services.texts.text("checked_volume_went"_key),
+                                            {titleName((*gone)->displayName)}));
+    m_erase->engine->withdrawQuestion();
 }
 
 // --- Late totals ---

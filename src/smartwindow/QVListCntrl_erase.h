@@ -16,7 +16,9 @@ namespace kestrin {
 /// From the command to its end. While what is checked is still being gathered it has no engine.
 struct QVListCntrl::Erase {
     std::shared_ptr<QVDeleteItems> engine;
-    TrashFigures totals;  ///< of what is measured
+    SourceItems asked;         ///< whose entries the open question is about
+    bool isWithdrawn = false;  ///< the question, since one of them went
+    TrashFigures totals;       ///< of what is measured
     /// The sources in which a checked folder is still being measured.
     std::vector<CheckedSource> waiting;
     std::vector<Observation> waitingObservations;

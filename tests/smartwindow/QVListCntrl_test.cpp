@@ -274,18 +274,13 @@ TEST_F(QVListCntrlTest, FiguresThatWaitForAFolderComeOnceAndCountItWithoutItself
     alerts.answerSheet(kAlertSecondButton);
     ASSERT_TRUE(ends());
 
-    // What will never be measured is not waited for: its volume falls silent or goes, or nothing
-    // is measured any more.
+    // What will never be measured is not waited for.
     const std::vector<std::function<void()>> happenings = {
-        [&] { camera->note = QStringLiteral("it is not answering"), list->sourcesDidChange(); },
-        [&] { sources.pop_back(), list->sourcesDidChange(); },
         [&] { list->windowWillClose(); },
         [&] { list.reset(); },
     };
     for (const auto& happen : happenings) {
         totals.clear();
-        sources = {disk, camera};
-        camera->note.clear();
         camera->children.front()->isMeasured = false;
         askToErase();
         EXPECT_THAT(totals, IsEmpty());
@@ -294,6 +289,37 @@ TEST_F(QVListCntrlTest, FiguresThatWaitForAFolderComeOnceAndCountItWithoutItself
         alerts.answerSheet(kAlertSecondButton);
         EXPECT_TRUE(!list || ends());
     }
+}
+
+TEST_F(QVListCntrlTest, AQuestionAboutAVolumeThatGoesIsWithdrawn) {
+    const auto disk = addSource("Disk", {"a"});
+    const auto camera = addSource("Camera", {"b"});
+    show(camera);
+    mark({0});
+    show(disk);
+    mark({0});
+    const auto goes = [&] { sources.pop_back(), list->sourcesDidChange(); };
+    const std::vector<std::function<void()>> happenings = {
+        goes,
+        [&] { camera->note = QStringLiteral("it is not answering"), list->sourcesDidChange(); },
+        [&] { alerts.answerSheet(kAlertFirstButton), goes(); },
+    };
+    for (const auto& happen : happenings) {
+        sources = {disk, camera};
+        camera->note.clear();
+        told.clear();
+        askToErase();
+        happen();
+        EXPECT_TRUE(ends());
+        EXPECT_THAT(alerts.sheets, IsEmpty());
+        EXPECT_EQ(alerts.panelsAlive, 0);
+        EXPECT_EQ(list->checkedFigures(), (CheckedFigures{.count = 1, .size = 10}));
+        ASSERT_EQ(told.size(), 1);
+        EXPECT_THAT(told.front().toStdString(), HasSubstr("“Camera”"));
+    }
+    EXPECT_THAT(levels, IsEmpty());
+    EXPECT_TRUE(exists(disk->children.front()->path()));
+    EXPECT_TRUE(exists(camera->children.front()->path()));
 }
 
 TEST_F(QVListCntrlTest, WithNothingCheckedItBeepsAndThenSaysSo) {
