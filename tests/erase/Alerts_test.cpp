@@ -100,6 +100,10 @@ TEST_F(QVAlertTest, WhatGoesUnansweredCountsAsCancelled) {
     beginSheet(allDisks());
     alerts.sheets.clear();
     EXPECT_EQ(alert->waitUntilSheetWindowIsClosed(), kAlertSecondButton);
+    alert->showAlertWithTrashInfo(allDisks(), &window);
+    alert->withdraw();
+    EXPECT_TRUE(test::waitFor([&] { return alert->choice() == kAlertSecondButton; }));
+    EXPECT_EQ(alerts.models.size(), 1U) << "a sheet that was withdrawn at once never opens";
     QVAlert mute([] { return nullptr; }, texts, numbers);
     EXPECT_EQ(mute.showAlertWithTrashInfo(allDisks(), nullptr), kAlertSecondButton);
 }
