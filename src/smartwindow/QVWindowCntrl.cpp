@@ -64,14 +64,6 @@ QSize roomOnScreen() {
     return screen ? screen->availableSize() - kTitle : kFirstSize;
 }
 
-/// The frame that the window has or, while it fills the screen, had before; its size is that of the
-/// window without its title and edges.
-QRect frameOf(const QWidget& window) {
-    if (!window.isMaximized() && !window.isFullScreen()) return {window.pos(), window.size()};
-    const QRect inside = window.normalGeometry();
-    return inside.translated(window.pos() - window.geometry().topLeft());
-}
-
 /// What of the program lies open upon a window, and may have been opened by code of the window that
 /// waits for it: a menu, a sheet, an alert. Nullptr for nothing.
 QWindow* openUpon(const QWidget& window) {
@@ -271,6 +263,8 @@ void QVWindowCntrl::makeShortcuts() {
 
 void QVWindowCntrl::changeEvent(QEvent* event) {
     QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && !isMaximized() && !isFullScreen())
+        m_edges = geometry().topLeft() - pos();
     const bool isOfTexts =
         event->type() == QEvent::PaletteChange || event->type() == QEvent::LayoutDirectionChange;
     if (isOfTexts && m_filter) colourTools();
@@ -285,6 +279,13 @@ void QVWindowCntrl::restoreFrame() {
     const QRect frame = frameOnScreens(*saved, areasForWindows());
     if (desktopLetsWindowsBePlaced()) move(frame.topLeft());
     resize(frame.size());
+}
+
+/// The size is that of the window without its title and edges. A window that fills the screen may
+/// have none of those for the time.
+QRect QVWindowCntrl::frameToSave() const {
+    if (!isMaximized() && !isFullScreen()) return {pos(), size()};
+    return normalGeometry().translated(-m_edges);
 }
 
 void QVWindowCntrl::setLevel(int level) {
@@ -324,7 +325,7 @@ void QVWindowCntrl::closeEvent(QCloseEvent* event) {
 
 void QVWindowCntrl::windowWillClose() {
     if (!std::exchange(m_isOpen, false)) return;
-    m_services.defaults.set(kFrameSetting, stringFromFrame(frameOf(*this)));
+    m_services.defaults.set(kFrameSetting, stringFromFrame(frameToSave()));
     m_sources->windowWillClose();
     m_content->listCntrl().windowWillClose();
     hide();

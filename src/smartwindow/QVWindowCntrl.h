@@ -59,6 +59,7 @@ class QVWindowCntrl : public QMainWindow {
     void colourTools();
     void makeShortcuts();
     void restoreFrame();
+    QRect frameToSave() const;
     /// 8 keeps the window above ordinary ones; 0 does not.
     void setLevel(int level);
     void windowWillClose();
@@ -76,6 +77,7 @@ class QVWindowCntrl : public QMainWindow {
     QLabel* m_hiddenInfo = nullptr;   ///< beside the erase button
     QPushButton* m_eraseBtn = nullptr;
     std::vector<std::pair<QAction*, Tool>> m_tools;
+    QPoint m_edges;  ///< from the corner of its frame to its own, when it last came forward
     bool m_isOpen = false;
 };
 
