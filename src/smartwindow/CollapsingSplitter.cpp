@@ -56,6 +56,7 @@ void CollapsingSplitter::resizeEvent(QResizeEvent* event) {
 void CollapsingSplitter::setIsCollapsed(bool isCollapsed) {
     if (isCollapsed == m_isCollapsed) return;
     QList<int> extents = sizes();
+    if (extents[m_pane] > 0) m_extent = extents[m_pane];  // setSizes tells nobody
     const int all = extents[0] + extents[1];
     const int first = std::min(widget(m_pane)->sizeHint().width(), all / 2);
     extents[m_pane] = isCollapsed ? 0 : std::min(m_extent > 0 ? m_extent : first, all);

@@ -66,6 +66,7 @@ TEST(CollapsingSplitter, TellsWhenItsPaneIsFoldedAway) {
     splitter.show();
     splitter.resize(600, 100);
     EXPECT_TRUE(told.empty());
+    splitter.setSizes({130, 469});
     const int extent = splitter.sizes()[0];
     const int thin = splitter.handleWidth();
     splitter.setIsCollapsed(true);
