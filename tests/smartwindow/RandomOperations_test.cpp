@@ -81,6 +81,7 @@ class RandomOperations : public ::testing::Test {
     void checkDisks();
     void checkRows();
     void settle();
+    std::string listingOf(const Disk& disk) const;
     std::string disagreement();
     std::string disagreementOf(const QVSourceItem& source);
     void refreshAndCompare();
@@ -368,12 +369,23 @@ std::string RandomOperations::disagreementOf(const QVSourceItem& source) {
     return source.markedStatus == status ? "" : "its check box";
 }
 
+/// What the listing says of a disk whose row is wrong.
+std::string RandomOperations::listingOf(const Disk& disk) const {
+    for (const ListedVolume& volume : m_world.trashes.volumes()) {
+        if (volume.url.path() != m_world.scratch / disk.name) continue;
+        return "has no row; state " + std::to_string(static_cast<int>(volume.state)) +
+               (volume.mountId == disk.mountId ? "" : " of another mount") +
+               (volume.answers ? "" : ", silent");
+    }
+    return disk.isMounted ? "is mounted and not listed" : "has gone and has a row";
+}
+
 /// What of the list, the sources and the volumes does not fit together; empty when all does.
 std::string RandomOperations::disagreement() {
     std::uint64_t marked = 0;
     for (const Disk& disk : m_disks) {
         const QVSourceItem* const source = sourceOf(disk);
-        if (disk.isMounted != (source != nullptr)) return disk.name + ": whether it is listed";
+        if (disk.isMounted != (source != nullptr)) return disk.name + ": " + listingOf(disk);
         if (!source) continue;
         const std::string problem = disagreementOf(*source);
         if (!problem.empty()) return disk.name + ": " + problem;
@@ -411,6 +423,7 @@ void RandomOperations::settle() {
             return !m_list->isErasing();
         },
         15000));
+    waitFor([] { return false; }, 20);  // the end of an erase closes the window a moment later
     m_window->showWindow();
     m_sources->refreshAction();
     std::string problem;
