@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 #include "base/FileUrl.h"
 #include "platform/items/ItemIdentity.h"
@@ -92,8 +93,8 @@ class QVSmartWindowItem {
     /// every ordinary name (eight times U+00FF) when `direction` is true, and empty otherwise.
     static QString valueForString(const QString& string, bool direction);
 
-    // --- Icons and thumbnails, made at the call; sizes in points (QVSmartWindowItem_images.cpp)
-    // ---
+    // --- Icons and thumbnails (QVSmartWindowItem_images.cpp) ---
+    // Each is made at the call. Sizes are in points.
 
     /// 32 by 32, ghosted when the item is invisible; a null image for a location without a scheme.
     QImage fileIcon() const;
@@ -107,5 +108,9 @@ class QVSmartWindowItem {
     /// Source: FreeDesktop.org Thumbnail Managing Standard 0.9.
     QImage thumbnailWithValue(int value) const;
 };
+
+using ItemList = std::vector<std::shared_ptr<QVSmartWindowItem>>;
+/// Entries in an order that does not change any more.
+using SharedItemList = std::shared_ptr<const ItemList>;
 
 }  // namespace kestrin

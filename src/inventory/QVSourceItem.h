@@ -49,8 +49,8 @@ struct QVSourceItem {
     std::uint64_t row = 0;  ///< position in the source list when it was made
     bool isCollapsed = false;
 
-    std::vector<std::shared_ptr<QVSmartWindowItem>> selection;  ///< in the content list
-    std::vector<SortDescriptor> sortDescriptors;                ///< the first counts most
+    ItemList selection;                           ///< in the content list
+    std::vector<SortDescriptor> sortDescriptors;  ///< the first counts most
 
     std::int64_t markedStatus = 0;  ///< 1 every child is marked, -1 some are, 0 none or no children
     std::uint64_t markedSize = 0;   ///< bytes of the marked children
@@ -59,7 +59,7 @@ struct QVSourceItem {
     /// Held for moments only, never while a disk is asked. It guards the two below, and the
     /// counters are changed under it.
     mutable std::recursive_mutex lock;
-    std::vector<std::shared_ptr<QVSmartWindowItem>> children;
+    ItemList children;
     std::size_t measuredCount = 0;  ///< folders measured since the list of the sources took notice
     std::atomic<bool> trashIsEmpty = false;
     std::atomic<std::uint64_t> size = 0;                ///< bytes of the children that are measured

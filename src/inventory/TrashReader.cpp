@@ -78,7 +78,7 @@ MaybeError TrashReader::makeItems(const Next& next, const std::stop_token& stop,
         const std::size_t size = pieceSize;
         pieceSize = std::min(2 * size, kLargestPiece);
         std::vector<ListedName> names = next(size);
-        SmartWindowItems items;
+        ItemList items;
         items.reserve(names.size());
         for (ListedName& name : names) {
             if (stop.stop_requested()) return false;

@@ -19,15 +19,13 @@
 
 namespace kestrin {
 
-using SmartWindowItems = std::vector<std::shared_ptr<QVSmartWindowItem>>;
-
 /// One reading of one trash. The trash is held open, so that its entries and their records are of
 /// the same folder. It may hang with its volume. Nothing on the disk is changed, and of the
 /// entries nothing is opened. One thread calls it; several work for it.
 class TrashReader {
  public:
     /// Gets entries as they are read, on several threads at once.
-    using Take = std::function<void(SmartWindowItems)>;
+    using Take = std::function<void(ItemList)>;
 
     /// Opens the trash at `trash`, which all its items then share. `volume` is the root of its
     /// volume. Errors: errorFromErrno with Read.

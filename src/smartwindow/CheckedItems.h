@@ -9,7 +9,6 @@
 #include "inventory/QVItemToErase.h"
 #include "inventory/QVSourceItem.h"
 #include "inventory/TrashCount.h"
-#include "smartwindow/ContentListModel.h"
 #include "smartwindow/ItemFilter.h"
 
 namespace kestrin {

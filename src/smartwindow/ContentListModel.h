@@ -13,10 +13,6 @@
 
 namespace kestrin {
 
-/// Entries in an order that does not change any more.
-using ItemList = std::vector<std::shared_ptr<QVSmartWindowItem>>;
-using SharedItemList = std::shared_ptr<const ItemList>;
-
 /// How a command changes the marks of entries.
 enum class MarkChange { Toggle, Unmark, Mark };
 

@@ -7,6 +7,7 @@
 #include <QTreeView>
 #include <algorithm>
 #include <mutex>
+#include <optional>
 #include <unordered_map>
 #include <utility>
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "smartwindow/ContentListModel.h"
+#include "inventory/QVSmartWindowItem.h"
 
 namespace kestrin {
 

@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "format/QVDateUtilities.h"
+#include "smartwindow/ContentListModel.h"
 
 namespace kestrin {
 namespace {

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "inventory/QVSourceItem.h"
-#include "smartwindow/ContentListModel.h"
 
 namespace kestrin {
 

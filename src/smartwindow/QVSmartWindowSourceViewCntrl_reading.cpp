@@ -121,7 +121,7 @@ void QVSmartWindowSourceViewCntrl::endGathering(const SourcePtr& source) {
 }
 
 void QVSmartWindowSourceViewCntrl::goOnMeasuring(const SourcePtr& source) {
-    SmartWindowItems folders;
+    ItemList folders;
     {
         const std::lock_guard lock(source->lock);
         for (const auto& child : source->children) {

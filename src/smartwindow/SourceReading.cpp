@@ -60,7 +60,7 @@ bool takeSize(QVSourceItem& source, QVSmartWindowItem& folder, std::uint64_t siz
 /// Folders of one source that are measured by several operations.
 class Gathering {
  public:
-    Gathering(SourcePtr source, SmartWindowItems folders, std::stop_token stop,
+    Gathering(SourcePtr source, ItemList folders, std::stop_token stop,
               std::function<void()> measured)
         : m_source(std::move(source)),
           m_folders(std::move(folders)),
@@ -91,7 +91,7 @@ class Gathering {
     }
 
     const SourcePtr m_source;
-    const SmartWindowItems m_folders;
+    const ItemList m_folders;
     const std::stop_token m_stop;
     const std::function<void()> m_measured;
     std::atomic<std::size_t> m_begun = 0;
@@ -99,7 +99,7 @@ class Gathering {
 
 /// Adds entries to the children and to the totals; the folders that are to be measured go to
 /// `folders`. Requires: the source's lock.
-void addChildren(QVSourceItem& source, const SmartWindowItems& items, SmartWindowItems& folders) {
+void addChildren(QVSourceItem& source, const ItemList& items, ItemList& folders) {
     for (const auto& item : items) {
         source.children.push_back(item);
         if (!item->isMeasured) {
@@ -122,7 +122,7 @@ void takeFromTotals(QVSourceItem& source, QVSmartWindowItem& item) {
     }
 }
 
-bool holdsVisibleEntry(const SmartWindowItems& items) {
+bool holdsVisibleEntry(const ItemList& items) {
     return std::ranges::any_of(items, [](const auto& item) { return !item->isHidden; });
 }
 
@@ -132,7 +132,7 @@ struct Difference {
     std::unordered_set<const QVSmartWindowItem*> removed;
 };
 
-Difference differenceOf(std::vector<ListedName> names, const SmartWindowItems& children) {
+Difference differenceOf(std::vector<ListedName> names, const ItemList& children) {
     Difference difference;
     std::unordered_set<std::string_view> known;
     known.reserve(children.size());
@@ -152,7 +152,7 @@ Difference differenceOf(std::vector<ListedName> names, const SmartWindowItems& c
     return difference;
 }
 
-SmartWindowItems childrenOf(const QVSourceItem& source) {
+ItemList childrenOf(const QVSourceItem& source) {
     const std::lock_guard lock(source.lock);
     return source.children;
 }
@@ -174,11 +174,11 @@ std::optional<std::vector<ListedName>> namesIn(const Result<std::unique_ptr<Tras
 }
 
 /// Takes the difference over into the source. The folders that came go to `folders`.
-ReadingResult apply(const SmartWindowItems& added,
+ReadingResult apply(const ItemList& added,
                     const std::unordered_set<const QVSmartWindowItem*>& removed,
-                    QVSourceItem& source, SmartWindowItems& folders) {
+                    QVSourceItem& source, ItemList& folders) {
     ReadingResult result;
-    SmartWindowItems kept;  // the others are freed after the lock is released
+    ItemList kept;  // the others are freed after the lock is released
     const std::lock_guard lock(source.lock);
     const bool wasGathering = source.gatheringSizeCount != 0;
     for (const auto& child : source.children) {
@@ -211,8 +211,8 @@ MeasuredFolders takeMeasured(QVSourceItem& source) {
 
 void loadSource(const SourcePtr& source, const std::stop_token& stop,
                 const ReadingReports& reports) {
-    SmartWindowItems folders;  // guarded by the source's lock while the trash is read
-    const auto take = [&](const SmartWindowItems& items) {
+    ItemList folders;  // guarded by the source's lock while the trash is read
+    const auto take = [&](const ItemList& items) {
         {
             const std::lock_guard lock(source->lock);
             addChildren(*source, items, folders);
@@ -235,23 +235,23 @@ void checkBinContent(const SourcePtr& source, const std::stop_token& stop,
     if (!names || stop.stop_requested() || names->size() == childCount(*source))
         return reports.ended({});
     Difference difference = differenceOf(*std::move(names), childrenOf(*source));
-    SmartWindowItems added;
+    ItemList added;
     if (reader) {
         std::mutex mutex;
-        const auto take = [&](const SmartWindowItems& items) {
+        const auto take = [&](const ItemList& items) {
             const std::lock_guard lock(mutex);
             added.insert(added.end(), items.begin(), items.end());
         };
         static_cast<void>((*reader)->read(std::move(difference.added), stop, take));
     }
     if (stop.stop_requested()) return reports.ended({});
-    SmartWindowItems folders;
+    ItemList folders;
     const ReadingResult result = apply(added, difference.removed, *source, folders);
     gatherSizes(source, std::move(folders), stop, reports);
     reports.ended(result);
 }
 
-void gatherSizes(const SourcePtr& source, SmartWindowItems folders, const std::stop_token& stop,
+void gatherSizes(const SourcePtr& source, ItemList folders, const std::stop_token& stop,
                  const ReadingReports& reports) {
     const std::size_t operations = std::min(gatheringLimit(), folders.size());
     const auto gathering =

@@ -57,7 +57,7 @@ void checkBinContent(const std::shared_ptr<QVSourceItem>& source, const std::sto
 
 /// Has those of the folders measured that are not yet, several at once, in a queue that they share
 /// with no other volume. Thread: any.
-void gatherSizes(const std::shared_ptr<QVSourceItem>& source, SmartWindowItems folders,
+void gatherSizes(const std::shared_ptr<QVSourceItem>& source, ItemList folders,
                  const std::stop_token& stop, const ReadingReports& reports);
 
 }  // namespace kestrin

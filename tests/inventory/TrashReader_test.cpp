@@ -35,7 +35,7 @@ class TrashReaderTest : public ::testing::Test {
         return std::move(*opened);
     }
     TrashReader::Take into(Items& items) {
-        return [this, &items](SmartWindowItems piece) {
+        return [this, &items](ItemList piece) {
             const std::lock_guard lock(m_mutex);
             for (auto& item : piece)
                 EXPECT_TRUE(items.emplace(item->name, item).second) << item->name;
