@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// How the content list has work done in the background.
+// How the lists of the window have work done in the background.
 #pragma once
 
 #include <QObject>
@@ -15,11 +15,16 @@
 
 namespace kestrin {
 
-/// The queue that sorts, filters and sums up. It is never destroyed.
+/// The queue that sorts, filters and sums up. It is never destroyed. Thread: any.
 OperationQueue& listOperationQueue();
 
 /// Has `operation` run on that queue; on the main thread, later, where no thread is to be had.
+/// Thread: any.
 void runOnListQueue(const std::function<void()>& operation);
+
+/// Has what `holder` captures freed on that queue, unless somebody else keeps it: entries by the
+/// hundred thousand take long to free. Thread: any.
+void freeOnListQueue(std::function<void()> holder);
 
 /// Has `work` done on that queue, and then `done` called with its result on the main thread, unless
 /// `context` is gone. The result is none when `work` threw. Main thread.

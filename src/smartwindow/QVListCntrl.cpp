@@ -30,29 +30,7 @@ std::vector<SortDescriptor> defaultOrder() {
     return {{std::string(ColumnKey::kName), true}};
 }
 
-/// Entries by the hundred thousand take long to free, if nobody else keeps them: that is for a
-/// worker, which is handed what holds them.
-void letGo(std::function<void()> holder) {
-    try {
-        listOperationQueue().enqueue(std::move(holder));
-    } catch (const std::exception&) {  // no thread is to be had: they are freed here
-    }
-}
-
 }  // namespace
-
-OperationQueue& listOperationQueue() {
-    static auto& queue = *new OperationQueue("list", 2);
-    return queue;
-}
-
-void runOnListQueue(const std::function<void()>& operation) {
-    try {
-        listOperationQueue().enqueue(operation);
-    } catch (const std::exception&) {
-        MainThread::post(operation);
-    }
-}
 
 QVListCntrl::QVListCntrl(const SmartWindowServices& services, ListOutlets outlets, QObject* parent)
     : QObject(parent), m_services(services), m_outlets(std::move(outlets)), m_model(services) {
@@ -107,8 +85,8 @@ void QVListCntrl::showSelectedItems(const std::shared_ptr<QVSourceItem>& source)
     m_updateObservation.reset();
     m_checkObservation.reset();
     m_model.setRows(std::make_shared<ItemList>());
-    letGo([formerSource = std::move(formerSource), formerItems = std::move(formerItems),
-           formerRows = std::move(formerRows)] {});
+    freeOnListQueue([formerSource = std::move(formerSource), formerItems = std::move(formerItems),
+                     formerRows = std::move(formerRows)] {});
     selectionChanged();
     m_outlets.showProgressView(false);
     if (source) {
@@ -199,13 +177,14 @@ void QVListCntrl::makeRowsAnew() {
     m_makesRowsAgain = m_isMakingRows;
     if (m_isMakingRows) return;
     m_isMakingRows = true;
-    ContentQuery query{.source = m_sourceItem,
-                       .order = m_sourceItem->sortDescriptors,
-                       .filter = m_filter,
-                       .needsSort = std::exchange(m_needsSort, false) || !m_sorted,
-                       .sorted = m_sorted,
-                       .tracked = m_model.rows()};
-    if (m_isLoading) query.tracked = std::make_shared<ItemList>(m_sourceItem->selection);
+    const ContentQuery query{
+        .source = m_sourceItem,
+        .order = m_sourceItem->sortDescriptors,
+        .filter = m_filter,
+        .needsSort = std::exchange(m_needsSort, false) || !m_sorted,
+        .sorted = m_sorted,
+        .tracked = m_isLoading ? std::make_shared<const ItemList>(m_sourceItem->selection)
+                               : m_model.rows()};
     workOnListQueue(
         *this, [query] { return makeRows(query); },
         [this, query, began = Clock::now(),

@@ -4,13 +4,12 @@
 #include <QItemSelectionModel>
 #include <algorithm>
 #include <chrono>
-#include <exception>
 #include <mutex>
 #include <utility>
 
-#include "base/OperationQueue.h"
 #include "base/StringTable.h"
 #include "inventory/TrashListing.h"
+#include "smartwindow/ListQueue.h"
 #include "smartwindow/QVSourceTableView.h"
 #include "smartwindow/SmartWindowNotifications.h"
 #include "smartwindow/SmartWindowServices.h"
@@ -32,16 +31,6 @@ constexpr auto kSilenceInterval = 5s;
 bool hasChildren(const QVSourceItem& source) {
     const std::lock_guard lock(source.lock);
     return !source.children.empty();
-}
-
-/// Entries by the hundred thousand take long to free: that is for a worker, if nobody else keeps
-/// them.
-void letGo(std::shared_ptr<QVSourceItem> source) {
-    source->stop.request_stop();
-    try {
-        sourceListOperationQueue().enqueue([source = std::move(source)] {});
-    } catch (const std::exception&) {  // no thread is to be had: it is freed here
-    }
 }
 
 QString& selectedSourceName() {
@@ -330,7 +319,8 @@ void QVSmartWindowSourceViewCntrl::removeSource(int row) {
     m_readings.erase(source.get());
     m_marksDue.erase(source);
     if (source == m_shown) m_shown.reset();
-    letGo(std::move(source));
+    source->stop.request_stop();
+    freeOnListQueue([source = std::move(source)] {});
 }
 
 // --- Marks ---
