@@ -2,6 +2,7 @@
 #include "smartwindow/QVSmartWindowSourceViewCntrl.h"
 
 #include <QItemSelectionModel>
+#include <QPointer>
 #include <algorithm>
 #include <chrono>
 #include <mutex>
@@ -90,9 +91,6 @@ void QVSmartWindowSourceViewCntrl::viewDidLoad() {
 }
 
 void QVSmartWindowSourceViewCntrl::observe() {
-    const auto sourceOf = [](const Notification& notification) {
-        return notification.userInfo.value<SourcePtr>(Key::kSourceItem);
-    };
     m_observations.push_back(m_services.center.observe(
         Key::kContentListDidLoad,
         [this](const Notification&) {
@@ -101,8 +99,9 @@ void QVSmartWindowSourceViewCntrl::observe() {
         &Key::kContentListDidLoad));
     m_observations.push_back(m_services.center.observe(
         Key::kUpdateMarkedInfo,
-        [this, sourceOf](const Notification& notification) {
-            if (const SourcePtr source = sourceOf(notification)) updateMarkedItems(source);
+        [this](const Notification& notification) {
+            if (const auto source = notification.userInfo.value<SourcePtr>(Key::kSourceItem))
+                updateMarkedItems(source);
         },
         &Key::kUpdateMarkedInfo));
     m_observations.push_back(m_services.center.observe(
@@ -185,8 +184,8 @@ void QVSmartWindowSourceViewCntrl::setTakesChecks(bool takesChecks) {
 // --- The list ---
 
 void QVSmartWindowSourceViewCntrl::listVolumes() {
-    m_services.trashes.refresh([this, life = std::weak_ptr<bool>(m_life)] {
-        if (life.expired()) return;
+    m_services.trashes.refresh([this, owner = QPointer(this)] {
+        if (!owner) return;
         const bool isFirst = !std::exchange(m_isListed, true);
         listingDidChange();
         if (isFirst) Q_EMIT sourcesDidChange();
@@ -200,7 +199,8 @@ void QVSmartWindowSourceViewCntrl::listingDidChange() {
             return volume.url.path() == gone.first && volume.mountId == gone.second;
         });
     });
-    bool isChanged = removeLostSources();
+    bool isChanged =
+        removeSources([this](const QVSourceItem& source) { return !isStillListed(source); });
     isChanged = addNewSources() || isChanged;
     isChanged = updateNotes() || isChanged;
     setDisabledRows();
@@ -208,19 +208,15 @@ void QVSmartWindowSourceViewCntrl::listingDidChange() {
     showFirstSourceIfNoneIs();
 }
 
-/// True for a trash that can be used now, or could when its volume last answered.
-bool QVSmartWindowSourceViewCntrl::isListed(const TrashLocation& trash, int mountId) const {
-    const ListedVolume* const volume = m_services.trashes.volumeOf(trash);
-    if (!volume || volume->state != ListedVolume::State::Usable || volume->mountId != mountId)
+/// Whether its trash can be used now, or could when its volume last answered.
+bool QVSmartWindowSourceViewCntrl::isStillListed(const QVSourceItem& source) const {
+    const ListedVolume* const volume = m_services.trashes.volumeOf(source.location);
+    if (!volume || volume->state != ListedVolume::State::Usable ||
+        volume->mountId != source.mountId)
         return false;
     return std::ranges::any_of(volume->trashes, [&](const TrashLocation& listed) {
-        return listed.trashURL == trash.trashURL && listed.mountId == trash.mountId;
+        return listed.trashURL == source.url() && listed.mountId == source.location.mountId;
     });
-}
-
-bool QVSmartWindowSourceViewCntrl::removeLostSources() {
-    return removeSources(
-        [this](const QVSourceItem& source) { return !isListed(source.location, source.mountId); });
 }
 
 /// False when there is no such source. When the shown one is among them, the first one that is left

@@ -21,7 +21,6 @@
 
 namespace kestrin {
 
-struct ListedVolume;
 class QVSourceTableView;
 struct SmartWindowServices;
 
@@ -83,7 +82,8 @@ class QVSmartWindowSourceViewCntrl : public QObject {
     int lastSelectedRow() const { return m_model.rowOf(m_shown.get()); }
 
  Q_SIGNALS:
-    /// Sources came or went, or what they say of themselves changed, or the first listing is over.
+    /// Sources came or went, what they say of themselves or how much of them is checked changed, or
+    /// the first listing is over.
     void sourcesDidChange();
 
  private:
@@ -102,15 +102,13 @@ class QVSmartWindowSourceViewCntrl : public QObject {
     // The list
     void listVolumes();
     void listingDidChange();
-    bool removeLostSources();
     bool removeSources(const std::function<bool(const QVSourceItem&)>& isLost);
     bool addNewSources();
     void createNewSourceItem(const TrashLocation& trash, int mountId);
     int rowForNewSource(const TrashLocation& trash) const;
-    const ListedVolume* volumeOf(const QVSourceItem& source) const;
     bool updateNotes();
     QString noteOf(const QVSourceItem& source) const;
-    bool isListed(const TrashLocation& trash, int mountId) const;
+    bool isStillListed(const QVSourceItem& source) const;
     void removeSource(int row);
     void setDisabledRows();
 
@@ -159,7 +157,6 @@ class QVSmartWindowSourceViewCntrl : public QObject {
     bool m_isCollapsed = false;
     bool m_takesChecks = true;
     std::vector<Observation> m_observations;
-    const std::shared_ptr<bool> m_life = std::make_shared<bool>(true);
 };
 
 }  // namespace kestrin

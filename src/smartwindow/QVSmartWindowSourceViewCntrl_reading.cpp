@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // When trashes are read and measured, and what is told of it.
+#include <QPointer>
 #include <algorithm>
 #include <exception>
 #include <mutex>
@@ -65,9 +66,9 @@ void QVSmartWindowSourceViewCntrl::begin(const SourcePtr& source) {
 
 /// What workers say reaches the main thread, and the controller if it is still there.
 ReadingReports QVSmartWindowSourceViewCntrl::reportsFor(const SourcePtr& source) {
-    const auto onMain = [this, life = std::weak_ptr<bool>(m_life)](std::function<void()> call) {
-        MainThread::post([life, call = std::move(call)] {
-            if (!life.expired()) call();
+    const auto onMain = [owner = QPointer(this)](std::function<void()> call) {
+        MainThread::post([owner, call = std::move(call)] {
+            if (owner) call();
         });
     };
     return {.itemsDidArrive = [=, this] { onMain([=, this] { itemsDidArrive(source); }); },

@@ -27,7 +27,8 @@ struct ReadingResult {
     bool endedGathering = false;
 };
 
-/// What a reading and the measuring after it tell, each on a thread of their own.
+/// What a reading, and the measuring after it, tell. All are called on workers, the first and the
+/// last also on several at once.
 struct ReadingReports {
     std::function<void()> itemsDidArrive;  ///< further children are there
     std::function<void(const ReadingResult&)> ended;
@@ -40,6 +41,7 @@ struct MeasuredFolders {
     std::size_t count = 0;
     bool isLast = false;  ///< no folder is left to be measured; true for one report alone
 };
+/// Has the source begin that count anew. Thread: any.
 MeasuredFolders takeMeasured(QVSourceItem& source);
 
 /// Reads the trash of a source for the first time, adds its entries to the children in growing
@@ -56,7 +58,8 @@ void checkBinContent(const std::shared_ptr<QVSourceItem>& source, const std::sto
                      const ReadingReports& reports);
 
 /// Has those of the folders measured that are not yet, several at once, in a queue that they share
-/// with no other volume. Thread: any.
+/// with no other volume. Where no thread is to be had, a worker measures them itself; the main
+/// thread must not, and leaves them as they are. Thread: any.
 void gatherSizes(const std::shared_ptr<QVSourceItem>& source, ItemList folders,
                  const std::stop_token& stop, const ReadingReports& reports);
 
