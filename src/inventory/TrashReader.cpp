@@ -87,15 +87,19 @@ MaybeError TrashReader::makeItems(const Next& next, const std::stop_token& stop,
         if (!items.empty()) take(std::move(items));
         return !names.empty();
     };
-    const auto work = [&] {
+    const auto goesOn = [&] {
         try {
-            while (hasMemory && makePiece()) {
-            }
+            return hasMemory && makePiece();
         } catch (const std::exception&) {
             hasMemory = false;
+            return false;
         }
     };
-    if (makePiece() && makePiece()) {  // a small trash is not worth a thread
+    const auto work = [&] {
+        while (goesOn()) {
+        }
+    };
+    if (goesOn() && goesOn()) {  // a small trash is not worth a thread
         std::vector<std::jthread> threads;
         try {
             while (threads.size() < helpers())

@@ -33,12 +33,15 @@ class TrashReader {
                                                      FileUrl volume);
 
     /// Hands over every entry, in pieces that grow: the first one comes at once. When `stop` is
-    /// requested it returns early. Errors: the trash could not be read to its end.
+    /// requested it returns early. Errors: the trash could not be read to its end, or there was no
+    /// memory for all of it.
     MaybeError readAll(const std::stop_token& stop, const Take& take);
 
-    /// The names of all entries, without looking at any. Errors: as above.
+    /// The names of all entries, without looking at any. Errors: the trash could not be read to its
+    /// end. Throws std::bad_alloc.
     Result<std::vector<ListedName>> readNames(const std::stop_token& stop);
-    /// Hands over the entries of these names that are still there.
+    /// Hands over the entries of these names that are still there. Errors: there was no memory for
+    /// all of them.
     MaybeError read(std::vector<ListedName> names, const std::stop_token& stop, const Take& take);
 
  private:

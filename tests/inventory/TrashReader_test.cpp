@@ -87,6 +87,7 @@ TEST_F(TrashReaderTest, ReadsThousandsOnceAndThoseThatAreAskedFor) {
     std::stop_source stopped;
     stopped.request_stop();
     EXPECT_TRUE(all(stopped.get_token()).empty());
+    EXPECT_TRUE(reader()->readAll({}, [](ItemList) { throw std::bad_alloc(); }));
     const auto names = reader()->readNames({});
     ASSERT_TRUE(names);
     EXPECT_EQ(names->size(), 2500);
