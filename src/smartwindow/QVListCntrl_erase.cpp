@@ -185,11 +185,7 @@ void QVListCntrl::waitFor(const CheckedSource& checked) {
     m_erase->waiting.push_back(checked);
     m_erase->waitingObservations.push_back(m_services.center.observe(
         Key::kUpdateCountAndSizeToDelete,
-        [owner = QPointer(this)](const Notification& told) {
-            MainThread::post([owner, sender = told.sender] {
-                if (owner) owner->updateCountAndSizeToDelete(sender);
-            });
-        },
+        [this](const Notification& told) { updateCountAndSizeToDelete(told.sender); },
         checked.source.get()));
 }
 

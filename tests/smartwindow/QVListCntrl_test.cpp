@@ -6,7 +6,6 @@
 
 #include <QLabel>
 #include <filesystem>
-#include <thread>
 
 #include "base/MainThread.h"
 #include "erase/EraseTurn.h"
@@ -97,7 +96,7 @@ class QVListCntrlTest : public ::testing::Test, protected WindowWorld {
     bool ends() {
         return waitFor([this] { return !list->isErasing() && !EraseTurn::holder(); });
     }
-    /// What the source list does, on a worker, when the last folder of a source is measured.
+    /// What the source list does when the last folder of a source is measured.
     void measured(QVSourceItem& source, std::uint64_t size, std::uint64_t count) {
         for (const auto& item : source.children) {
             if (item->isMeasured) continue;
@@ -105,7 +104,7 @@ class QVListCntrlTest : public ::testing::Test, protected WindowWorld {
             item->actualCount = count;
             item->isMeasured = true;
         }
-        std::jthread([&] { center.post(EraseKey::kUpdateCountAndSizeToDelete, &source); });
+        center.post(EraseKey::kUpdateCountAndSizeToDelete, &source);
     }
 
     void listOperationQueueIsIdle() {
