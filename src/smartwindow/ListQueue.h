@@ -15,7 +15,7 @@
 
 namespace kestrin {
 
-/// The queue that sorts, filters and sums up. It is never destroyed. Thread: any.
+/// The queue that sorts, filters, sums up and frees. It is never destroyed. Thread: any.
 OperationQueue& listOperationQueue();
 
 /// Has `operation` run on that queue; on the main thread, later, where no thread is to be had.
