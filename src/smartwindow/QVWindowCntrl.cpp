@@ -274,18 +274,24 @@ void QVWindowCntrl::changeEvent(QEvent* event) {
 
 void QVWindowCntrl::restoreFrame() {
     setWindowState(Qt::WindowNoState);
-    const auto saved = frameFromString(m_services.defaults.stringForKey(kFrameSetting));
+    const auto saved = savedFrame();
     if (!saved) return resize(kFirstSize.boundedTo(roomOnScreen()));
     const QRect frame = frameOnScreens(*saved, areasForWindows());
     if (desktopLetsWindowsBePlaced()) move(frame.topLeft());
     resize(frame.size());
 }
 
+std::optional<QRect> QVWindowCntrl::savedFrame() const {
+    return frameFromString(m_services.defaults.stringForKey(kFrameSetting));
+}
+
 /// The size is that of the window without its title and edges. A window that fills the screen may
-/// have none of those for the time.
+/// have none of those for the time. Where a window does not learn its place, the saved one stays.
 QRect QVWindowCntrl::frameToSave() const {
-    if (!isMaximized() && !isFullScreen()) return {pos(), size()};
-    return normalGeometry().translated(-m_edges);
+    const bool fillsScreen = isMaximized() || isFullScreen();
+    QRect frame = fillsScreen ? normalGeometry().translated(-m_edges) : QRect(pos(), size());
+    if (!desktopLetsWindowsBePlaced()) frame.moveTopLeft(savedFrame().value_or(QRect()).topLeft());
+    return frame;
 }
 
 void QVWindowCntrl::setLevel(int level) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -26,8 +27,8 @@ class QVSourceTableView;
 /// above ordinary windows but for an erase, and is moved by its background. It does not close while
 /// a sheet is open or an erase is under way. Closing stops what is being listed and measured, saves
 /// the frame in the setting "smart_delete_window" and posts "smartWindowDidClose". On Wayland,
-/// where a window neither learns nor says where it is, its size alone is kept, and it is a window
-/// among others.
+/// where a window neither learns nor says where it is, its size alone is saved, beside the place
+/// that the setting had before, and it is a window among others.
 class QVWindowCntrl : public QMainWindow {
     Q_OBJECT
 
@@ -40,6 +41,7 @@ class QVWindowCntrl : public QMainWindow {
     void showWindow();
     /// Whether it shows; a closed window keeps what it showed until it is let go.
     bool isOpen() const { return m_isOpen; }
+    /// To be called when somebody filled or emptied a trash.
     void trashContentsDidChange();
     /// Closes the window, if it is open, whatever is open on it. It deletes itself as soon as no
     /// sheet, alert or menu is open; nobody may use it any more.
@@ -59,6 +61,7 @@ class QVWindowCntrl : public QMainWindow {
     void colourTools();
     void makeShortcuts();
     void restoreFrame();
+    std::optional<QRect> savedFrame() const;
     QRect frameToSave() const;
     /// 8 keeps the window above ordinary ones; 0 does not.
     void setLevel(int level);
