@@ -68,12 +68,9 @@ QSize roomOnScreen() {
 /// waits for it: a menu, a sheet, an alert. Nullptr for nothing.
 QWindow* openUpon(const QWidget& window) {
     if (const QWidget* const menu = QApplication::activePopupWidget()) return menu->windowHandle();
-    for (QWindow* const other : QGuiApplication::topLevelWindows()) {
-        const bool isSheet = other->modality() == Qt::WindowModal &&
-                             other->transientParent() == window.windowHandle();
-        if (other->isVisible() && (isSheet || other->modality() == Qt::ApplicationModal))
-            return other;
-    }
+    if (QWindow* const sheet = sheetOn(window)) return sheet;
+    for (QWindow* const other : QGuiApplication::topLevelWindows())
+        if (other->isVisible() && other->modality() == Qt::ApplicationModal) return other;
     return nullptr;
 }
 
@@ -324,7 +321,7 @@ void QVWindowCntrl::trashContentsDidChange() {
 }
 
 void QVWindowCntrl::closeEvent(QCloseEvent* event) {
-    if (m_isOpen && (hasSheet(*this) || m_content->isDeleting())) return event->ignore();
+    if (m_isOpen && (sheetOn(*this) || m_content->isDeleting())) return event->ignore();
     windowWillClose();
     event->accept();
 }

@@ -27,12 +27,15 @@ QWidget* livingWidget(const void* address) {
     return found == all.end() ? nullptr : *found;
 }
 
-bool hasSheet(const QWidget& parent) {
+QWindow* sheetOn(const QWidget& parent) {
     const QWindow* const window = parent.window()->windowHandle();
-    return window && std::ranges::any_of(QGuiApplication::topLevelWindows(), [&](QWindow* sheet) {
-               return sheet->isVisible() && sheet->modality() == Qt::WindowModal &&
-                      sheet->transientParent() == window;
-           });
+    if (!window) return nullptr;
+    for (QWindow* const sheet : QGuiApplication::topLevelWindows()) {
+        if (sheet->isVisible() && sheet->modality() == Qt::WindowModal &&
+            sheet->transientParent() == window)
+            return sheet;
+    }
+    return nullptr;
 }
 
 }  // namespace kestrin

@@ -5,6 +5,7 @@
 #include <Qt>
 
 class QWidget;
+class QWindow;
 
 namespace kestrin {
 
@@ -21,7 +22,8 @@ void makeSheet(QWidget& sheet, QWidget* parent);
 /// The widget at an address that may be of one that has gone; nullptr then.
 QWidget* livingWidget(const void* address);
 
-/// Whether a sheet shows on the window of `parent`. Such a window must not close.
-bool hasSheet(const QWidget& parent);
+/// The sheet that shows on the window of `parent`, which must not close meanwhile; nullptr when
+/// there is none.
+QWindow* sheetOn(const QWidget& parent);
 
 }  // namespace kestrin

@@ -154,11 +154,11 @@ TEST_F(WidgetAlertPanelTest, ASheetAnswersLaterAndIsDismissedWithItsWindow) {
     beginSheet(parent.get());
     ASSERT_TRUE(openAlert());
     EXPECT_EQ(openAlert()->windowModality(), Qt::WindowModal);
-    EXPECT_TRUE(hasSheet(*parent));
+    EXPECT_TRUE(sheetOn(*parent));
     openAlert()->findChild<QPushButton*>(QStringLiteral("button_2"))->click();
     EXPECT_EQ(answer, 0);
     EXPECT_TRUE(isAnswered(kAlertSecondButton));
-    EXPECT_FALSE(hasSheet(*parent));
+    EXPECT_FALSE(sheetOn(*parent));
     QWidget* const gone = parent.get();
     beginSheet(gone);
     parent.reset();
