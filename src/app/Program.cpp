@@ -95,26 +95,14 @@ class SmartWindowDisplay final : public SmartWindow {
     QVWindowCntrl& m_window;  ///< owns itself
 };
 
-QVProgressWindow* openProgressWindow() {
-    for (QWidget* const widget : QApplication::topLevelWidgets()) {
-        auto* const window = qobject_cast<QVProgressWindow*>(widget);
-        if (window && window->isVisible()) return window;
-    }
-    return nullptr;
-}
-
 void pressStop() {
-    if (QVProgressWindow* const window = openProgressWindow()) window->stop();
+    if (QVProgressWindow* const window = QVProgressWindow::shown()) window->stop();
 }
 
-QWidget* openWindow() {
-    QWidget* const modal = QApplication::activeModalWidget();
-    return modal ? modal : openProgressWindow();
-}
-
-/// False when nothing is open.
+/// False when no question and no progress is open.
 bool bringForward() {
-    QWidget* const window = openWindow();
+    QWidget* const modal = QApplication::activeModalWidget();
+    QWidget* const window = modal ? modal : QVProgressWindow::shown();
     if (!window) return false;
     window->show();
     window->raise();

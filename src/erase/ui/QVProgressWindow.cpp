@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "erase/ui/QVProgressWindow.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -67,6 +68,14 @@ QVProgressWindow::QVProgressWindow(const StringTable& texts, const QVNumberUtili
     // figures.
     layout->addStrut(kWidth - layout->contentsMargins().left() - layout->contentsMargins().right());
     resize(kWidth, sizeHint().height());
+}
+
+QVProgressWindow* QVProgressWindow::shown() {
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        auto* const window = qobject_cast<QVProgressWindow*>(widget);
+        if (window && window->isVisible()) return window;
+    }
+    return nullptr;
 }
 
 QWidget* QVProgressWindow::makeFigures() {

@@ -33,6 +33,9 @@ class QVProgressWindow : public QWidget {
     QVProgressWindow(const StringTable& texts, const QVNumberUtilities& numbers,
                      std::function<void()> stop);
 
+    /// The one that can be seen at the moment; nullptr when none can.
+    static QVProgressWindow* shown();
+
     /// Shows `state`. After Stop the main line goes on saying that the erase is stopping.
     void setState(const ProgressState& state);
     /// Presses Stop. Does nothing when Stop was pressed before, or when the erase is over.

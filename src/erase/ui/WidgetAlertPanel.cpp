@@ -23,9 +23,7 @@ bool aWindowStaysOnTop() {
 /// one that the user works in; nullptr when there is none.
 const QWidget* windowBelow() {
     if (const QWidget* const modal = QApplication::activeModalWidget()) return modal;
-    for (const QWidget* const widget : QApplication::topLevelWidgets()) {
-        if (widget->isVisible() && qobject_cast<const QVProgressWindow*>(widget)) return widget;
-    }
+    if (const QWidget* const progress = QVProgressWindow::shown()) return progress;
     return QApplication::activeWindow();
 }
 
