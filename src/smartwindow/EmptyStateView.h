@@ -13,7 +13,7 @@ class StringTable;
 /// Why there is nothing to show.
 enum class EmptyState {
     None,     ///< there is something
-    NoTrash,  ///< no volume has a trash, or none is chosen
+    NoTrash,  ///< no volume has one that can be shown
     TrashIsEmpty,
     AllAreEmpty,     ///< there are trashes, and nothing in any of them
     NotAnswering,    ///< the volume does not answer, and nothing is known of its trash
@@ -32,7 +32,6 @@ class EmptyStateView : public QWidget {
     explicit EmptyStateView(const StringTable& texts, QWidget* parent = nullptr);
 
     void setState(EmptyState state);
-    EmptyState state() const { return m_state; }
 
  protected:
     void changeEvent(QEvent* event) override;

@@ -27,14 +27,14 @@ class QVContentTableView : public QTreeView {
     /// `dates` writes the dates; it must outlive the view.
     explicit QVContentTableView(const QVDateUtilities& dates, QWidget* parent = nullptr);
 
-    /// Nothing is shown but rows of such a model.
+    /// Shows the rows of `model`, and none once that has gone. To be called instead of setModel.
     void setContentModel(ContentListModel& model);
     QVTableHeaderCntrl& headerCntrl() const { return *m_header; }
 
     /// Draws a frame around the selected rows and around `clicked`, which need not be one of them:
     /// those that an open menu acts on.
     void beginTargets(const QModelIndex& clicked);
-    void endTargets();
+    void endTargets();  ///< takes the frames away
 
     /// At once, however many rows there are.
     void selectAll() override;

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/NotificationCenter.h"
 #include "base/StringTable.h"
 #include "smartwindow/CollapsingSplitter.h"
 #include "smartwindow/QVContentTableView.h"

@@ -5,9 +5,7 @@
 
 #include <QWidget>
 #include <functional>
-#include <vector>
 
-#include "base/NotificationCenter.h"
 #include "smartwindow/EmptyStateView.h"
 #include "smartwindow/SourceListModel.h"
 
@@ -28,10 +26,12 @@ class QVContentViewCntrl : public QWidget {
     Q_OBJECT
 
  public:
-    /// What it needs of the window around it.
+    /// What it needs of the window around it. Every function is given.
     struct Outlets {
+        /// 8: the window stays on top; 0: it is one among others.
         std::function<void(int level)> setWindowLevel;
         std::function<void()> closeWindow;
+        /// The sources of the window as they are now.
         std::function<SourceItems()> sourceItems;
         std::function<bool()> sourcesAreListed;  ///< whether those are all that there are
     };

@@ -12,6 +12,7 @@
 #include <QTimer>
 #include <QToolTip>
 #include <algorithm>
+#include <utility>
 
 #include "smartwindow/SourceListModel.h"
 #include "widgets/BusySpinner.h"

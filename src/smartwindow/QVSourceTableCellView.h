@@ -9,7 +9,7 @@
 namespace kestrin {
 
 /// Paints a row of 90 points: the check box, the volume's icon, its name, the line below that, the
-/// badge with what is marked, and a turning arc with its text while folders are being measured. A
+/// badge with what is checked, and a turning arc with its text while folders are being measured. A
 /// click on the check box and Ctrl+Space set the model's check state. See SourceListModel for the
 /// roles that it reads. It asks the view for the next picture of the arc only while it paints one,
 /// so that a hidden window wakes nothing up.
@@ -20,7 +20,8 @@ class QVSourceTableCellView : public QStyledItemDelegate {
     /// `gatheringText` stands beside the arc.
     QVSourceTableCellView(const QString& gatheringText, QObject* parent = nullptr);
 
-    /// The row is framed, as long as its menu is open; none for an index that is not valid.
+    /// Draws a frame around the row, whose menu is open, and none around any other. With an index
+    /// that is not valid no row has one.
     void setRowWithMenu(const QModelIndex& row) { m_rowWithMenu = row; }
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;

@@ -25,8 +25,6 @@ class BusySpinner : public QWidget {
 
     void startAnimation();
     void stopAnimation();
-    /// Whether it was started and not stopped since, even while it cannot be seen.
-    bool isAnimating() const { return m_isAnimating; }
     /// Whether it wakes up for its next picture.
     bool isTurning() const { return m_timer.isActive(); }
 
@@ -42,7 +40,7 @@ class BusySpinner : public QWidget {
     void updateTimer();
 
     QBasicTimer m_timer;
-    bool m_isAnimating = false;
+    bool m_isAnimating = false;  ///< started, and not stopped since
     int m_step = 0;
 };
 

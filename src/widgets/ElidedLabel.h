@@ -17,7 +17,6 @@ class ElidedLabel : public QLabel {
 
     void setFullText(const QString& text);
     const QString& fullText() const { return m_fullText; }
-    bool isCut() const { return !toolTip().isEmpty(); }
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;

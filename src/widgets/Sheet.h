@@ -19,7 +19,7 @@ inline constexpr Qt::WindowFlags kDialogFrame =
 /// sheet is not owned by the parent and may outlive it.
 void makeSheet(QWidget& sheet, QWidget* parent);
 
-/// The widget at an address that may be of one that has gone; nullptr then.
+/// The widget at `address`; nullptr when it has gone, or there never was one.
 QWidget* livingWidget(const void* address);
 
 /// The sheet that shows on the window of `parent`, which must not close meanwhile; nullptr when
