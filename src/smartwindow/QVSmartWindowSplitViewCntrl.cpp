@@ -23,9 +23,10 @@ QVSmartWindowSplitViewCntrl::QVSmartWindowSplitViewCntrl(QWidget* sources, QWidg
 }
 
 void QVSmartWindowSplitViewCntrl::writeTitle() {
-    const QString title = isCollapsed() ? StringTable::filled(m_texts.text("smart_window_name"_key),
-                                                              {currentSelectedSourceName()})
-                                        : m_texts.text("smart_window_name_default"_key);
+    const QString& shown = currentSelectedSourceName();
+    const QString title = isCollapsed() && !shown.isEmpty()
+                              ? StringTable::filled(m_texts.text("smart_window_name"_key), {shown})
+                              : m_texts.text("smart_window_name_default"_key);
     window()->setWindowTitle(plainWindowTitle(title));
 }
 

@@ -130,6 +130,17 @@ TEST_F(QVWindowCntrlTest, tellsWhatIsCheckedAndWhatTheFilterHidesOfIt) {
     EXPECT_EQ(eraseText(), QStringLiteral("&Erase 2 Checked Items…"));
 }
 
+TEST_F(QVWindowCntrlTest, namesWhatIsShownInItsTitleWhileTheTrashesAreFoldedAway) {
+    window->findChild<CollapsingSplitter*>()->setIsCollapsed(true);
+    EXPECT_EQ(window->windowTitle(), QStringLiteral("first – Smart Window"));
+    ListedVolume readOnly = volume("first", 2);
+    readOnly.state = ListedVolume::State::ReadOnly;
+    volumes->mount(readOnly);
+    window->findChild<QVSmartWindowSourceViewCntrl*>()->refreshAction();
+    EXPECT_TRUE(
+        test::waitFor([this] { return window->windowTitle() == QLatin1String("Smart Window"); }));
+}
+
 TEST_F(QVWindowCntrlTest, keepsItsFrameAndWhatItShowsWhenItCloses) {
     EXPECT_FALSE(window->findChild<QVContentViewCntrl*>()->isCollapsed());
     window->move(30, 40);
