@@ -115,7 +115,7 @@
     </message>
     <message id="open_silent">
         <source></source>
-        <translation>The disk is not answering. Try again when it does.</translation>
+        <translation>The volume is not answering. Try again when it does.</translation>
     </message>
     <message id="open_too_many">
         <source></source>

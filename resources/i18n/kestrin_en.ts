@@ -632,7 +632,7 @@ Examples:
     </message>
     <message id="empty_selection_hint">
         <source></source>
-        <translation>Select items in the list to see more of them. Check those that are to be erased.</translation>
+        <translation>Select items in the list to see more about them. Check those that you want to erase.</translation>
     </message>
     <message id="empty_trash">
         <source></source>
