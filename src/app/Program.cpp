@@ -61,7 +61,7 @@ class StatusItemDisplay final : public StatusDisplay {
     StatusItem m_item;
 };
 
-/// A removable disk by where the desktop mounts it.
+/// A disk is taken for removable where desktops mount such disks.
 QIcon iconOfDisk(const TrashLocation& location, const ListedVolume* volume) {
     if (volume && volume->isNetwork) return diskIcon(DiskKind::Network);
     const std::string_view path = location.volumePath;

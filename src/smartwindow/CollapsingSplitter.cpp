@@ -23,8 +23,7 @@ class Divider final : public QSplitterHandle {
         painter.fillRect(rect(), palette().color(QPalette::Window));
         QColor line = palette().color(QPalette::WindowText);
         line.setAlphaF(kLineOpacity);
-        const QRect middle = contentsRect();
-        painter.fillRect(middle, line);
+        painter.fillRect(contentsRect(), line);
     }
     void mouseDoubleClickEvent(QMouseEvent*) override {
         m_splitter.setIsCollapsed(!m_splitter.isCollapsed());

@@ -16,10 +16,10 @@ class QVDateUtilities;
 class QVSmartWindowItem;
 class QVTableHeaderCntrl;
 
-/// One row an entry. A click into the first column checks and leaves the selection alone; the right
-/// button leaves it alone, too. Typed characters find the next name that begins with them. The
-/// model says in which direction the first click on a column sorts. However many rows there are, no
-/// search holds the event loop for more than a few milliseconds.
+/// Each entry has a row. A click into the first column checks and leaves the selection alone; the
+/// right button leaves it alone, too. Typed characters find the next name that begins with them.
+/// The model says in which direction the first click on a column sorts. However many rows there
+/// are, no search holds the event loop for more than a few milliseconds.
 class QVContentTableView : public QTreeView {
     Q_OBJECT
 

@@ -39,7 +39,7 @@ namespace {
 constexpr char kFrameSetting[] = "smart_delete_window";
 constexpr QSize kFirstSize(980, 620);
 constexpr QSize kLeastSize(640, 400);
-constexpr QSize kTitle(8, 40);
+constexpr QSize kTitleAndEdges(8, 40);
 constexpr int kModalPanelLevel = 8;
 constexpr int kLeastSourceListWidth = 160;
 constexpr int kFilterWidth = 260;
@@ -61,7 +61,7 @@ QList<QRect> areasForWindows() {
 /// What a window can fill of the screen, without its title.
 QSize roomOnScreen() {
     const QScreen* const screen = QGuiApplication::primaryScreen();
-    return screen ? screen->availableSize() - kTitle : kFirstSize;
+    return screen ? screen->availableSize() - kTitleAndEdges : kFirstSize;
 }
 
 /// What of the program lies open upon a window, and may have been opened by code of the window that
