@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <QLabel>
+#include <algorithm>
 #include <filesystem>
 
 #include "base/MainThread.h"
@@ -32,7 +33,11 @@ class QVListCntrlTest : public ::testing::Test, protected WindowWorld {
     QVListCntrlTest() {
         defaults.registerDefaults(defaultSettings());
         alerts.answersSheets = false;
-        theServices.makeEngine = [this] { return QVDeleteItems::create(eraseServices); };
+        theServices.makeEngine = [this] {
+            auto engine = QVDeleteItems::create(eraseServices);
+            engines.push_back(engine);
+            return engine;
+        };
         // In the place of the source list.
         marks = center.observe(Key::kUpdateMarkedInfo, [this](const Notification& change) {
             ++markSums;
@@ -54,6 +59,14 @@ class QVListCntrlTest : public ::testing::Test, protected WindowWorld {
                                      .sourceItems = [this] { return sources; }});
         table.resize(600, 400);
         table.show();
+    }
+    /// A worker that posts an engine's answer keeps the engine, and uses what stands in here.
+    void TearDown() override {
+        list.reset();
+        EXPECT_TRUE(waitFor([this] {
+            return std::ranges::all_of(engines,
+                                       [](const auto& engine) { return engine.expired(); });
+        }));
     }
 
     /// A volume whose trash holds these entries, on disk too.
@@ -125,6 +138,7 @@ class QVListCntrlTest : public ::testing::Test, protected WindowWorld {
                                 {},
                                 &DisplayTick::start,
                                 [](const FileUrl&, std::uint64_t) { return true; }};
+    std::vector<std::weak_ptr<QVDeleteItems>> engines;
     SourceItems sources;
     QVContentTableView table{dates};
     QLabel info;
