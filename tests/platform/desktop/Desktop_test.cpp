@@ -1,7 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <utility>
+
 #include "platform/desktop/DesktopApplications.h"
+#include "platform/desktop/PackageOwner.h"
 #include "platform/desktop/Places.h"
 #include "platform/desktop/ThemeIcons.h"
 #include "support/ScopedVariable.h"
@@ -27,6 +35,47 @@ TEST(Places, StandBelowTheHomeFolderUnlessAVariableGivesAnAbsolutePath) {
         const ScopedVariable noHome("HOME", bad);
         EXPECT_TRUE(homeFolder().starts_with('/')) << bad;
     }
+}
+
+/// The folder in front of the search path holds the two programs as they are written here.
+class PackageOwnerTest : public ::testing::Test {
+ protected:
+    PackageAnswer owner(const std::string& dpkgQuery, const std::string& rpm = "exit 1") {
+        for (const auto& [name, script] : {std::pair{"dpkg-query", dpkgQuery}, {"rpm", rpm}}) {
+            writeFile(scratch / name, "#!/bin/sh\n" + script + "\n");
+            std::filesystem::permissions(scratch / name, std::filesystem::perms::owner_all);
+        }
+        return packageOwnerOf(FileUrl::fromPath("/opt/a [1]: b*"), std::chrono::seconds(1));
+    }
+    static std::string nameIn(const PackageAnswer& answer) {
+        if (!answer) return "error " + std::to_string(answer.error().systemError);
+        return *answer ? (*answer)->manager + " " + (*answer)->package : "none";
+    }
+
+    ScratchFolder scratch;
+    ScopedVariable path{"PATH", scratch.path() + ":" + std::getenv("PATH")};
+};
+
+TEST_F(PackageOwnerTest, IsWhatTheDatabasesSay) {
+    const std::string answer =
+        "echo diversion by x from: '/opt/a [1]: b*';"
+        "echo kestrin:amd64, other: '/opt/a [1]: b*'";
+    EXPECT_EQ(nameIn(owner(answer)), "dpkg kestrin");
+    EXPECT_EQ(nameIn(owner("test \"$2\" = '/opt/a \\[1]: b\\*' && " + answer)), "dpkg kestrin")
+        << "the path is no pattern";
+    EXPECT_EQ(nameIn(owner("echo kestrin: /opt/else")), "none");
+    EXPECT_EQ(nameIn(owner("exit 1", "echo kestrin; echo kestrin")), "rpm kestrin");
+    EXPECT_EQ(nameIn(owner("exit 1", "echo file is not owned; exit 1")), "none");
+    const ScopedVariable noPrograms("PATH", scratch / "absent");
+    EXPECT_EQ(nameIn(packageOwnerOf(FileUrl::fromPath("/usr/bin/env"))), "none");
+}
+
+TEST_F(PackageOwnerTest, IsNotGuessedFromAnAnswerThatDoesNotCome) {
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(nameIn(owner("exec sleep 100")), "error " + std::to_string(ETIMEDOUT));
+    EXPECT_EQ(nameIn(owner("exec yes")), "error " + std::to_string(ETIMEDOUT));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+    EXPECT_EQ(nameIn(owner("exit 2")), "error " + std::to_string(EIO));
 }
 
 class DesktopApplicationsTest : public ::testing::Test {
