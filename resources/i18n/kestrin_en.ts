@@ -578,6 +578,10 @@ Examples:
         <source></source>
         <translation>Don’t Uninstall</translation>
     </message>
+    <message id="done_button">
+        <source></source>
+        <translation>&amp;Done</translation>
+    </message>
     <message id="dont_install_button">
         <source></source>
         <translation>Don’t Install</translation>
@@ -788,6 +792,38 @@ Examples:
     <message id="name_from_folder">
         <source></source>
         <translation>%@, from %@</translation>
+    </message>
+    <message id="news_failed">
+        <source></source>
+        <translation>No program opened the page. You can copy its address into your browser.</translation>
+    </message>
+    <message id="news_opened">
+        <source></source>
+        <translation>The page opens in your browser.</translation>
+    </message>
+    <message id="news_opened_before">
+        <source></source>
+        <translation>You have opened this page before. It is also the place to cancel the newsletter.</translation>
+    </message>
+    <message id="news_page">
+        <source></source>
+        <translation>https://quorvane.com/kestrin/newsletter</translation>
+    </message>
+    <message id="news_page_button">
+        <source></source>
+        <translation>&amp;Open Page</translation>
+    </message>
+    <message id="news_private">
+        <source></source>
+        <translation>Kestrin itself sends nothing: the page opens in your browser.</translation>
+    </message>
+    <message id="news_text">
+        <source></source>
+        <translation>The newsletter tells you by email when there is a new version of Kestrin. You subscribe on this page:</translation>
+    </message>
+    <message id="news_title">
+        <source></source>
+        <translation>Newsletter</translation>
     </message>
     <message id="no_btn">
         <source></source>
@@ -1121,6 +1157,42 @@ Examples:
     <message id="volume_removed">
         <source></source>
         <translation>the volume was removed or does not answer, and what is still in its trash is not known</translation>
+    </message>
+    <message id="welcome_empty_all">
+        <source></source>
+        <translation>Empty all trashes</translation>
+    </message>
+    <message id="welcome_login">
+        <source></source>
+        <translation>&amp;Start at login</translation>
+    </message>
+    <message id="welcome_no_shortcut">
+        <source></source>
+        <translation>none</translation>
+    </message>
+    <message id="welcome_open_button">
+        <source></source>
+        <translation>Open Smart &amp;Window</translation>
+    </message>
+    <message id="welcome_shortcut">
+        <source></source>
+        <translation>%@: %@</translation>
+    </message>
+    <message id="welcome_shortcuts_button">
+        <source></source>
+        <translation>&amp;Change Shortcuts…</translation>
+    </message>
+    <message id="welcome_smart_window">
+        <source></source>
+        <translation>Open the Smart Window</translation>
+    </message>
+    <message id="welcome_text">
+        <source></source>
+        <translation>Kestrin shows the trash of every disk, and erases for good just what you choose. Click the bin in the status area for its menu.</translation>
+    </message>
+    <message id="welcome_title">
+        <source></source>
+        <translation>Welcome to Kestrin</translation>
     </message>
     <message id="yes_btn">
         <source></source>

@@ -30,7 +30,8 @@ ALLOWED = {
     "erase/ui": [*UP_TO_ERASE, "helper", "platform/desktop/ui", "widgets"],
     "cli": UP_TO_ERASE,
     "smartwindow": [*UP_TO_ERASE, "erase/ui", "widgets", "platform/desktop/ui"],
-    "app": [*UP_TO_ERASE, "erase/ui", "widgets", "platform/desktop/ui", "cli", "smartwindow"],
+    "app/windows": ["base", *PLATFORM, "format", "platform/desktop/ui", "widgets"],
+    "app": [*UP_TO_ERASE, "erase/ui", "widgets", "platform/desktop/ui", "cli", "smartwindow", "app/windows"],
     "helper": ["base", *PLATFORM],
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)

@@ -35,4 +35,7 @@ PackageAnswer packageOwnerOf(const FileUrl& file,
 void findPackageOwner(const FileUrl& file, std::function<void(const PackageAnswer&)> found,
                       std::chrono::milliseconds limit = std::chrono::seconds(10));
 
+/// The same for the program that runs.
+void findOwnPackage(std::function<void(const PackageAnswer&)> found);
+
 }  // namespace kestrin

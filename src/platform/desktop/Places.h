@@ -25,6 +25,9 @@ FileUrl location(Place place);
 /// None when it is in neither.
 FileUrl ownHelperTool();
 
+/// The file of the running program. Empty when the system does not tell it.
+FileUrl ownProgram();
+
 /// True when the program's full access to files needs no consent of the system: always on Linux.
 constexpr bool hasFullDiskAccess() {
     return true;

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "base/MainThread.h"
+#include "platform/desktop/Places.h"
 #include "platform/items/HostErrors.h"
 #include "platform/items/UniqueFd.h"
 #include "platform/processes/AnswerWithin.h"
@@ -192,6 +193,10 @@ void findPackageOwner(const FileUrl& file, std::function<void(const PackageAnswe
         answer(owner.value_or(timedOut()));
     });
     if (!isAsked) answer(timedOut());
+}
+
+void findOwnPackage(std::function<void(const PackageAnswer&)> found) {
+    findPackageOwner(ownProgram(), std::move(found));
 }
 
 }  // namespace kestrin

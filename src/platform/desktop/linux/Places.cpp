@@ -60,10 +60,14 @@ FileUrl location(Place place) {
     return {};
 }
 
-FileUrl ownHelperTool() {
+FileUrl ownProgram() {
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    const FileUrl folder = FileUrl::fromPath(program.parent_path().string());
+    return error ? FileUrl() : FileUrl::fromPath(program.string());
+}
+
+FileUrl ownHelperTool() {
+    const FileUrl folder = ownProgram().parent();
     const std::string name(location(Place::HelperTool).lastPathComponent());
     for (const char* relative : {"../lib/kestrin/", "../../helper/"}) {
         const FileUrl tool = folder.appending(relative + name);

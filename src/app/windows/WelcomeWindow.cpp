@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/windows/WelcomeWindow.h"
+
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QEvent>
+#include <QGridLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <functional>
+
+#include "base/StringTable.h"
+#include "base/UserDefaults.h"
+
+namespace kestrin {
+namespace {
+
+constexpr int kSpacing = 12;
+
+QLabel* shortcutLabel(const char* name) {
+    auto* const label = new QLabel;
+    label->setObjectName(QLatin1String(name));
+    label->setTextFormat(Qt::PlainText);
+    QFont bold = label->font();
+    bold.setBold(true);
+    label->setFont(bold);
+    return label;
+}
+
+}  // namespace
+
+WelcomeWindow::WelcomeWindow(const WindowServices& services)
+    : SmallWindow(services.texts.text("welcome_title"_key)),
+      m_services(services),
+      m_emptyAll(shortcutLabel("empty_trash")),
+      m_smartWindow(shortcutLabel("smart_delete")) {
+    auto* const column = new QVBoxLayout;
+    column->addWidget(titleLabel(m_services.texts.text("welcome_title"_key)));
+    column->addWidget(paragraph(QStringLiteral("text"), m_services.texts.text("welcome_text"_key)));
+    column->addSpacing(kSpacing);
+    column->addLayout(makeShortcuts());
+    column->addSpacing(kSpacing);
+    column->addWidget(makeLogin());
+    auto* const head = new QHBoxLayout;
+    head->setSpacing(kSpacing);
+    head->addWidget(iconLabel(*this), 0, Qt::AlignTop);
+    head->addLayout(column, 1);
+    auto* const layout = new QVBoxLayout(this);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+    layout->addLayout(head);
+    layout->addSpacing(kSpacing);
+    layout->addWidget(makeButtons());
+    showShortcuts();
+}
+
+QLayout* WelcomeWindow::makeShortcuts() {
+    auto* const grid = new QGridLayout;
+    grid->setHorizontalSpacing(2 * kSpacing);
+    const auto add = [&](int row, std::string_view key, QLabel* shortcut) {
+        auto* const command = new QLabel(m_services.texts.text(key));
+        command->setTextFormat(Qt::PlainText);
+        grid->addWidget(command, row, 0);
+        grid->addWidget(shortcut, row, 1);
+    };
+    add(0, "welcome_empty_all"_key, m_emptyAll);
+    add(1, "welcome_smart_window"_key, m_smartWindow);
+    grid->setColumnStretch(1, 1);
+    const auto show = [this](const auto&) { showShortcuts(); };
+    const auto onChange = UserDefaults::Notify::OnChange;
+    m_emptyAllObservation = m_services.defaults.observe("values.empty_trash", onChange, show);
+    m_smartWindowObservation = m_services.defaults.observe("values.smart_delete", onChange, show);
+    return grid;
+}
+
+QWidget* WelcomeWindow::makeLogin() {
+    m_login = new QCheckBox(m_services.texts.text("welcome_login"_key));
+    m_login->setObjectName(QStringLiteral("login"));
+    UserDefaults& defaults = m_services.defaults;
+    m_loginObservation = defaults.observe(
+        "values.launch_at_login", UserDefaults::Notify::NowAndOnChange, [this](const auto&) {
+            m_login->setChecked(m_services.defaults.boolForKey("launch_at_login"));
+        });
+    connect(m_login, &QCheckBox::clicked, this,
+            [&defaults](bool isOn) { defaults.set("launch_at_login", isOn); });
+    return m_login;
+}
+
+QWidget* WelcomeWindow::makeButtons() {
+    auto* const box = new QDialogButtonBox;
+    const auto add = [&](std::string_view key, const char* name, QDialogButtonBox::ButtonRole role,
+                         const std::function<void()>& press) {
+        QPushButton* const button = box->addButton(m_services.texts.text(key), role);
+        button->setObjectName(QLatin1String(name));
+        connect(button, &QPushButton::clicked, this, press);
+        return button;
+    };
+    add("welcome_shortcuts_button"_key, "shortcuts_button", QDialogButtonBox::ResetRole, [this] {
+        m_services.showPreferences();
+    })->setVisible(static_cast<bool>(m_services.showPreferences));
+    add("welcome_open_button"_key, "open_button", QDialogButtonBox::ActionRole, [this] {
+        // It is this window's place that the other one takes.
+        close();
+        m_services.openSmartWindow();
+    })->setVisible(static_cast<bool>(m_services.openSmartWindow));
+    add("done_button"_key, "done_button", QDialogButtonBox::AcceptRole, [this] {
+        close();
+    })->setDefault(true);
+    return box;
+}
+
+void WelcomeWindow::showShortcuts() {
+    const auto show = [this](QLabel& label, std::string_view key, std::string_view command) {
+        const QString text = m_services.shortcutText ? m_services.shortcutText(key) : QString();
+        label.setText(text.isEmpty() ? m_services.texts.text("welcome_no_shortcut"_key) : text);
+        label.setEnabled(!text.isEmpty());
+        label.setAccessibleName(
+            StringTable::filled(m_services.texts.text("welcome_shortcut"_key),
+                                {m_services.texts.text(command), label.text()}));
+    };
+    show(*m_emptyAll, "empty_trash", "welcome_empty_all"_key);
+    show(*m_smartWindow, "smart_delete", "welcome_smart_window"_key);
+}
+
+/// A desktop may name its shortcuts itself, and later: what it says is read again whenever the
+/// user comes back.
+void WelcomeWindow::changeEvent(QEvent* event) {
+    SmallWindow::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow()) showShortcuts();
+}
+
+void showWelcomeWindow(const WindowServices& services) {
+    showOne<WelcomeWindow>(services);
+    if (!services.defaults.boolForKey("is_first_run")) return;
+    services.defaults.set("is_first_run", false);
+    services.center.post("openForTheFirstTime", &kBundleIdentifier);
+}
+
+}  // namespace kestrin

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the small windows of the program work with.
+#pragma once
+
+#include <QString>
+#include <functional>
+#include <string_view>
+
+#include "platform/desktop/PackageOwner.h"
+#include "platform/desktop/SoftwareCenter.h"
+
+namespace kestrin {
+
+class NotificationCenter;
+class StringTable;
+class UserDefaults;
+
+/// The id of the program in the AppStream catalogues of software.
+inline constexpr std::string_view kAppStreamId = "com.quorvane.Kestrin3";
+
+/// All of it must outlive the windows. Where a function is not given, what needs it is not offered.
+struct WindowServices {
+    NotificationCenter& center;
+    const StringTable& texts;
+    UserDefaults& defaults;
+    /// The shortcut of the setting "empty_trash" or "smart_delete" as it is in force, in words;
+    /// empty when there is none.
+    std::function<QString(std::string_view key)> shortcutText{};
+    std::function<void()> openSmartWindow{};
+    std::function<void()> showPreferences{};
+    /// Hands the address to the desktop; false when nothing there takes it.
+    std::function<bool(const QString& url)> openUrl{};
+    /// How this copy of the program came here.
+    std::function<void(std::function<void(const PackageAnswer&)>)> findOwnPackage =
+        &kestrin::findOwnPackage;
+    /// Whether `openUrl` would show the program in a software center.
+    std::function<bool()> softwareCenterKnowsProgram = [] {
+        return softwareCenterKnows(kAppStreamId);
+    };
+};
+
+}  // namespace kestrin
