@@ -845,6 +845,105 @@ Examples:
         <source></source>
         <translation>The log file can’t be opened, so nothing was erased. Make room for the log or allow Kestrin to write to its log folder, or turn the log off in the preferences.</translation>
     </message>
+    <message id="prefs_ask">
+        <source></source>
+        <translation>&amp;Ask before erasing</translation>
+    </message>
+    <message id="prefs_general">
+        <source></source>
+        <translation>General</translation>
+    </message>
+    <message id="prefs_helper">
+        <source></source>
+        <translation>Helper</translation>
+    </message>
+    <message id="prefs_helper_absent">
+        <source></source>
+        <translation>The helper is not installed. Items that take an administrator’s rights stay in the trash.</translation>
+    </message>
+    <message id="prefs_helper_asking">
+        <source></source>
+        <translation>Looking for the helper…</translation>
+    </message>
+    <message id="prefs_helper_current">
+        <source></source>
+        <translation>The helper, version %@, is installed. It erases items that take an administrator’s rights.</translation>
+    </message>
+    <message id="prefs_helper_install">
+        <source></source>
+        <translation>&amp;Install…</translation>
+    </message>
+    <message id="prefs_helper_other">
+        <source></source>
+        <translation>A helper is installed that Kestrin cannot work with: %@</translation>
+    </message>
+    <message id="prefs_helper_remove">
+        <source></source>
+        <translation>Re&amp;move…</translation>
+    </message>
+    <message id="prefs_helper_update">
+        <source></source>
+        <translation>&amp;Update…</translation>
+    </message>
+    <message id="prefs_helper_working">
+        <source></source>
+        <translation>Waiting for an administrator’s password…</translation>
+    </message>
+    <message id="prefs_locked">
+        <source></source>
+        <translation>Erase loc&amp;ked items without asking first</translation>
+    </message>
+    <message id="prefs_log">
+        <source></source>
+        <translation>Log</translation>
+    </message>
+    <message id="prefs_log_days">
+        <source></source>
+        <translation>Start a &amp;new file:</translation>
+    </message>
+    <message id="prefs_log_each">
+        <source></source>
+        <translation>For each erase</translation>
+    </message>
+    <message id="prefs_log_every" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>Every day</numerusform>
+            <numerusform>Every %@ days</numerusform>
+        </translation>
+    </message>
+    <message id="prefs_login">
+        <source></source>
+        <translation>&amp;Start at login</translation>
+    </message>
+    <message id="prefs_no_logs">
+        <source></source>
+        <translation>There are no logs yet.</translation>
+    </message>
+    <message id="prefs_no_logs_mess">
+        <source></source>
+        <translation>Kestrin writes one when it erases something.</translation>
+    </message>
+    <message id="prefs_restore_values">
+        <source></source>
+        <translation>&amp;Restore Settings</translation>
+    </message>
+    <message id="prefs_restore_warnings">
+        <source></source>
+        <translation>Restore Warnin&amp;gs</translation>
+    </message>
+    <message id="prefs_show_logs">
+        <source></source>
+        <translation>Show L&amp;ogs</translation>
+    </message>
+    <message id="prefs_title">
+        <source></source>
+        <translation>Preferences</translation>
+    </message>
+    <message id="prefs_write_log">
+        <source></source>
+        <translation>Write a &amp;log</translation>
+    </message>
     <message id="progress_all">
         <source></source>
         <translation>Emptying all trashes</translation>

@@ -54,6 +54,12 @@ QString textOfError(const QDBusError& error, const StringTable& texts) {
     }
 }
 
+Result<QString> versionIn(const QDBusPendingCallWatcher& answer, const StringTable& texts) {
+    const QDBusPendingReply<QString> reply = answer;
+    if (reply.isError()) return helperError(reply.error(), texts);
+    return reply.value();
+}
+
 }  // namespace
 
 QDBusConnection openSystemBus(const QString& name) {
@@ -146,9 +152,16 @@ Result<QString> HelperConnection::version() {
     if (!watcher.isFinished()) loop.exec();
     if (!watcher.isFinished())  // the program ends
         return helperError(QDBusError(QDBusError::NoReply, QString()), m_texts);
-    const QDBusPendingReply<QString> reply = watcher;
-    if (reply.isError()) return helperError(reply.error(), m_texts);
-    return reply.value();
+    return versionIn(watcher, m_texts);
+}
+
+void HelperConnection::askVersion(std::function<void(const Result<QString>&)> answered) {
+    auto* const watcher = new QDBusPendingCallWatcher(m_proxy->getVersion(), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this, watcher, answered = std::move(answered)] {
+                watcher->deleteLater();
+                answered(versionIn(*watcher, m_texts));
+            });
 }
 
 MaybeError HelperConnection::erase(std::string_view authorization,

@@ -58,6 +58,9 @@ class HelperConnection : public QObject, protected QDBusContext {
     /// The helper's version, waited for at most 5 s, while events are served. Starts the helper
     /// when it is not running. The caller keeps the connection alive meanwhile.
     Result<QString> version();
+    /// Asks for it, too, and returns at once; `answered` is called within 5 s, unless the
+    /// connection goes before.
+    void askVersion(std::function<void(const Result<QString>&)> answered);
     /// Gives the command to erase, with the bytes of an AuthorizationForm and an EraseItems as XML;
     /// a long one goes in a memory file. `answered` gets the reply, an error that is not valid when
     /// the command was accepted, however long that takes: the user may be asked for a password.

@@ -30,8 +30,10 @@ ALLOWED = {
     "erase/ui": [*UP_TO_ERASE, "helper", "platform/desktop/ui", "widgets"],
     "cli": UP_TO_ERASE,
     "smartwindow": [*UP_TO_ERASE, "erase/ui", "widgets", "platform/desktop/ui"],
+    "app/preferences": [*UP_TO_ERASE, "helper", "erase/ui", "widgets", "platform/desktop/ui"],
     "app/windows": ["base", *PLATFORM, "format", "platform/desktop/ui", "widgets"],
-    "app": [*UP_TO_ERASE, "erase/ui", "widgets", "platform/desktop/ui", "cli", "smartwindow", "app/windows"],
+    "app": [*UP_TO_ERASE, "erase/ui", "widgets", "platform/desktop/ui", "cli", "smartwindow", "app/preferences",
+            "app/windows"],
     "helper": ["base", *PLATFORM],
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)

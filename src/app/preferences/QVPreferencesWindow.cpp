@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/preferences/QVPreferencesWindow.h"
+
+#include <QApplication>
+#include <utility>
+
+#include "app/preferences/PreferencesView.h"
+#include "base/StringTable.h"
+#include "erase/QVErrorDelegate.h"
+
+namespace kestrin {
+namespace {
+
+constexpr char kLoginSetting[] = "launch_at_login";
+/// What the host answers where it has no place for a login item at all.
+constexpr int kNoLoginItems = 22;
+
+}  // namespace
+
+QVPreferencesWindow::QVPreferencesWindow(PreferencesServices services)
+    : m_services(std::move(services)) {
+    m_loginObservation = m_services.defaults.observe(std::string("values.") + kLoginSetting,
+                                                     UserDefaults::Notify::OnChange,
+                                                     [this](const auto&) { setLoginEnabled(); });
+}
+
+QVPreferencesWindow::~QVPreferencesWindow() {
+    delete m_window;
+}
+
+bool QVPreferencesWindow::isOpen() const {
+    return m_window && m_window->isVisible();
+}
+
+void QVPreferencesWindow::openWindowInModal(bool isModal) {
+    if (m_services.refreshLogin) m_services.refreshLogin();
+    QWidget* const active = QApplication::activeWindow();
+    if (!m_window) {
+        m_window = new PreferencesView(m_services);
+        connect(m_window, &PreferencesView::restoreValuesClicked, this,
+                &QVPreferencesWindow::restoreValues);
+        connect(m_window, &PreferencesView::restoreWarningsClicked, this,
+                &QVPreferencesWindow::restoreWarnings);
+        connect(m_window, &PreferencesView::willClose, this, &QVPreferencesWindow::windowWillClose);
+    }
+    m_window->showOn(isModal ? active : nullptr);
+}
+
+void QVPreferencesWindow::windowWillClose() {
+    m_window->deleteLater();
+    m_window.clear();
+}
+
+void QVPreferencesWindow::setLoginEnabled() {
+    if (!m_services.setLoginEnabled) return;
+    const auto error = m_services.setLoginEnabled(m_services.defaults.boolForKey(kLoginSetting));
+    if (!error) return;
+    const std::string text = error->localizedDescription();
+    WindowHandle const window = isOpen() ? m_window.data() : nullptr;
+    if (error->domain == kPOSIXErrorDomain && error->code == kNoLoginItems)
+        return m_services.presenter.showErrorForWindow(window, "login_error"_errorKey, text, {});
+    m_services.presenter.showErrorForWindow(window, text, {}, {});
+}
+
+void QVPreferencesWindow::restoreValues() {
+    SettingsMap values = defaultSettings();
+    for (const char* const key : {"show_install_helper_tool", "newsletter_subscribed",
+                                  "is_first_run", "ask_unistall_old_kestrin"})
+        values.erase(key);
+    if (m_services.revertToInitialValues) m_services.revertToInitialValues(values);
+}
+
+void QVPreferencesWindow::restoreWarnings() {
+    m_services.defaults.revertToInitialValues();
+}
+
+}  // namespace kestrin
