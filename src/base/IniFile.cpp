@@ -94,6 +94,17 @@ std::map<std::string, IniFile::Section, std::less<>> IniFile::sections() const {
     return sections;
 }
 
+bool IniFile::isForeign() const {
+    bool saysSomething = false;
+    for (const Line& line : m_lines) {
+        const std::string_view content = trimmed(line.text);
+        const bool isRemark = content.starts_with(';') || content.starts_with('#');
+        if (line.kind != Line::Kind::Other || isRemark) return false;
+        saysSomething |= !content.empty();
+    }
+    return saysSomething;
+}
+
 /// Behind the last line of the section that says something; the end of the file without one.
 IniFile::Lines::iterator IniFile::endOf(std::string_view section) {
     const auto last = std::find_if(m_lines.rbegin(), m_lines.rend(), [&](const Line& line) {

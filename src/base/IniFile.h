@@ -28,6 +28,9 @@ class IniFile {
     /// Every section by its name. One without keys is among them and is empty.
     std::map<std::string, Section, std::less<>> sections() const;
 
+    /// True for a text that has lines, and not one section, key or remark among them.
+    bool isForeign() const;
+
     /// Replaces the value where it stands. A new key is added at the end of the section, and a new
     /// section at the end of the text.
     void set(std::string_view section, std::string_view key, std::string_view value);

@@ -1,166 +1,61 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/UserDefaults.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <mutex>
 #include <set>
 #include <utility>
+#include <vector>
 
-#include "base/FileUrl.h"
 #include "base/IniFile.h"
+#include "base/SettingValues.h"
+#include "base/SettingsFile.h"
 #include "base/SystemLog.h"
-#include "base/WriteAll.h"
 
 namespace kestrin {
 namespace {
 
 constexpr std::string_view kKeyPathPrefix = "values.";
 constexpr std::string_view kDomainFile = "com.quorvane.kestrin-3.conf";
-constexpr std::size_t kLongestFile = std::size_t{1} << 20;
+constexpr std::string_view kIsFirstRun = "is_first_run";
+constexpr int kFormat = 1;
 
-/// Closes on every way out.
-class Descriptor {
- public:
-    explicit Descriptor(int fd) : m_fd(fd) {}
-    ~Descriptor() {
-        if (m_fd >= 0) ::close(m_fd);
+/// What a file that this program makes begins with.
+IniFile newSettings() {
+    IniFile settings;
+    settings.set(IniFile::kGeneral, kSettingsFormat, std::to_string(kFormat));
+    return settings;
+}
+
+bool isOfNewerFormat(const IniFile& settings) {
+    const auto sections = settings.sections();
+    const auto general = sections.find(IniFile::kGeneral);
+    if (general == sections.end()) return false;
+    const auto format = general->second.find(kSettingsFormat);
+    return format != general->second.end() &&
+           readInteger(QString::fromStdString(format->second)).value_or(kFormat) > kFormat;
+}
+
+std::string systemText(int reason) {
+    return reason == 0 ? std::string() : std::strerror(reason);
+}
+
+std::string logText(const SettingsProblem& problem) {
+    using Kind = SettingsProblem::Kind;
+    switch (problem.kind) {
+        case Kind::Unusable:
+            return "cannot be used: " + (problem.reason.empty() ? "no settings" : problem.reason);
+        case Kind::MovedAside:
+            return "could not be used and is now " + problem.movedTo;
+        case Kind::NotWritten:
+            return "cannot be written: " + problem.reason;
+        case Kind::NewerFormat:
+            return "were written by a newer version";
     }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return m_fd; }
-
- private:
-    int m_fd;
-};
-
-/// The bytes of a regular file; none, with errno, when there is no such file or it cannot be read.
-std::optional<std::string> readWhole(const std::string& path) {
-    // Non-blocking: a FIFO in the file's place must not hold the program up.
-    const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    if (file.get() < 0) return std::nullopt;
-    struct stat status;
-    if (::fstat(file.get(), &status) != 0) return std::nullopt;
-    if (!S_ISREG(status.st_mode) || status.st_size > static_cast<off_t>(kLongestFile)) {
-        errno = EFBIG;
-        return std::nullopt;
-    }
-    std::string bytes(kLongestFile, '\0');
-    std::size_t length = 0;
-    while (length < bytes.size()) {
-        const auto count = ::read(file.get(), bytes.data() + length, bytes.size() - length);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return std::nullopt;
-        if (count == 0) break;
-        length += static_cast<std::size_t>(count);
-    }
-    bytes.resize(length);
-    return bytes;
-}
-
-bool makeFolder(const std::string& path) {
-    if (::mkdir(path.c_str(), 0700) == 0 || errno == EEXIST) return true;
-    const std::string parent = FileUrl::withoutScheme(path).parent().path();
-    return errno == ENOENT && !parent.empty() && parent != path && makeFolder(parent) &&
-           ::mkdir(path.c_str(), 0700) == 0;
-}
-
-/// Replaces the file in one step, so that a full disk or a crash leaves the old one whole.
-bool writeWhole(const std::string& path, std::string_view bytes) {
-    if (!makeFolder(FileUrl::withoutScheme(path).parent().path())) return false;
-    // A person may keep the file elsewhere and link to it.
-    std::error_code error;
-    const auto target = std::filesystem::canonical(path, error);
-    const std::string destination = error ? path : target.string();
-    std::string temporary = destination + ".XXXXXX";
-    const Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
-    if (file.get() < 0) return false;
-    if (writeAll(file.get(), bytes) && ::fsync(file.get()) == 0 &&
-        ::rename(temporary.c_str(), destination.c_str()) == 0) {
-        return true;
-    }
-    const int reason = errno;
-    ::unlink(temporary.c_str());
-    errno = reason;
-    return false;
-}
-
-std::string textOf(const QVariant& value) {
-    return value.toString().toStdString();
-}
-
-QVariant readText(const std::string& text) {
-    return QString::fromStdString(text);
-}
-
-bool isDictionary(const QVariant& value) {
-    return value.metaType() == QMetaType::fromType<QVariantMap>();
-}
-
-/// The values as they come back from the file: texts and dictionaries of texts.
-SettingsMap valuesOf(const IniFile& file) {
-    SettingsMap values;
-    for (const auto& [name, section] : file.sections()) {
-        QVariantMap dictionary;
-        for (const auto& [key, text] : section) {
-            if (name == IniFile::kGeneral) {
-                values[key] = readText(text);
-            } else {
-                dictionary[QString::fromStdString(key)] = readText(text);
-            }
-        }
-        if (name != IniFile::kGeneral) values[name] = dictionary;
-    }
-    return values;
-}
-
-void removeFrom(IniFile& file, std::string_view key) {
-    file.remove(IniFile::kGeneral, key);
-    if (key != IniFile::kGeneral) file.removeSection(key);
-}
-
-void setDictionary(IniFile& file, std::string_view key, const QVariantMap& dictionary) {
-    const auto sections = file.sections();
-    if (const auto section = sections.find(key); section != sections.end()) {
-        for (const auto& [name, text] : section->second) {
-            if (!dictionary.contains(QString::fromStdString(name))) file.remove(key, name);
-        }
-    }
-    file.remove(IniFile::kGeneral, key);
-    file.addSection(key);
-    for (auto entry = dictionary.begin(); entry != dictionary.end(); ++entry) {
-        file.set(key, entry.key().toStdString(), textOf(entry.value()));
-    }
-}
-
-void setIn(IniFile& file, std::string_view key, const QVariant& value) {
-    if (isDictionary(value)) {
-        setDictionary(file, key, value.toMap());
-    } else {
-        file.removeSection(key);
-        file.set(IniFile::kGeneral, key, textOf(value));
-    }
-}
-
-std::optional<bool> readBool(const QVariant& value) {
-    if (value.metaType() == QMetaType::fromType<bool>()) return value.toBool();
-    const QString text = value.toString().trimmed().toLower();
-    if (text == QLatin1String("true") || text == QLatin1String("yes") ||
-        text == QLatin1String("on")) {
-        return true;
-    }
-    bool isNumber = false;
-    const long long number = text.toLongLong(&isNumber);
-    if (isNumber) return number != 0;
-    return std::nullopt;
+    return {};
 }
 
 /// $XDG_CONFIG_HOME when it is absolute, else ~/.config; empty without a home.
@@ -178,39 +73,75 @@ QVariantMap shortcut(int keyCode, int modifierFlags) {
 }  // namespace
 
 struct UserDefaults::State {
-    /// What could not be written yet, by key; none for a removal.
-    using Pending = std::map<std::string, std::optional<QVariant>, std::less<>>;
+    using Kind = SettingsProblem::Kind;
+    using Content = SettingsFile::Content;
+    /// By key; none for a removal, or where there is no value.
+    using Values = std::map<std::string, std::optional<QVariant>, std::less<>>;
+    struct Change {
+        std::optional<QVariant> value;  ///< none for a removal
+        bool isByUser = false;
+    };
 
-    const std::string filePath;
+    const SettingsFile file;
     NotificationCenter changes;
 
     std::mutex mutex;
     // Guarded by `mutex`:
     SettingsMap registered;
     SettingsMap initial;
-    Pending pending;
+    std::map<std::string, Change, std::less<>> pending;  ///< what could not be written yet
+    Values known;                                        ///< what the observers of a key last knew
+    std::optional<SettingsProblem> changeProblem;        ///< of the last change by the user
+    std::set<Kind> met;
+    std::vector<SettingsProblem> untold;
+    std::function<void(const SettingsProblem&)> problemHandler;
 
-    explicit State(std::string path) : filePath(std::move(path)) {}
+    explicit State(std::string path) : file(std::move(path)) {}
 
-    std::optional<SettingsMap> persistent() const;
-    std::optional<QVariant> find(std::string_view key) const;
-    SettingsMap all() const;
-    void change(Pending changes);
-    bool write(const Pending& changes) const;
+    Content read();
+    SettingsMap stored(const Content& content) const;
+    std::optional<QVariant> find(std::string_view key) { return find(key, stored(read())); }
+    std::optional<QVariant> find(std::string_view key, const SettingsMap& values) const;
+    SettingsMap all();
+    void change(Values changed, bool isByUser);
+    bool write();
+    bool userSetSomething() const;
+    std::optional<SettingsProblem> problemOf(const Content& content) const;
+    void meet(const SettingsProblem& problem);
 };
 
-/// The values of the file with what could not be written yet; none without either.
-std::optional<SettingsMap> UserDefaults::State::persistent() const {
-    const auto bytes = readWhole(filePath);
-    if (!bytes && errno == ENOENT && pending.empty()) return std::nullopt;
-    if (!bytes && errno != ENOENT) {
-        qCWarning(lcBase, "The settings %s cannot be read: %s", filePath.c_str(),
-                  std::strerror(errno));
+UserDefaults::State::Content UserDefaults::State::read() {
+    Content content = file.read();
+    if (const auto problem = problemOf(content)) meet(*problem);
+    return content;
+}
+
+std::optional<SettingsProblem> UserDefaults::State::problemOf(const Content& content) const {
+    if (content.state == SettingsFile::State::Unusable) {
+        return SettingsProblem{Kind::Unusable, file.path(), {}, systemText(content.reason)};
     }
-    SettingsMap values = bytes ? valuesOf(IniFile(*bytes)) : SettingsMap();
-    for (const auto& [key, value] : pending) {
-        if (value) {
-            values[key] = *value;
+    if (isOfNewerFormat(content.settings)) {
+        return SettingsProblem{Kind::NewerFormat, file.path(), {}, {}};
+    }
+    return std::nullopt;
+}
+
+void UserDefaults::State::meet(const SettingsProblem& problem) {
+    if (!met.insert(problem.kind).second && problem.kind != Kind::MovedAside) return;
+    qCWarning(lcBase, "The settings %s %s", file.path().c_str(), logText(problem).c_str());
+    untold.push_back(problem);
+}
+
+/// The values of the file with what could not be written yet.
+SettingsMap UserDefaults::State::stored(const Content& content) const {
+    SettingsMap values = settingsOf(content.settings);
+    // Who has a settings file, whatever became of it, was greeted.
+    const bool isReadable = content.state == SettingsFile::State::Absent ||
+                            content.state == SettingsFile::State::Usable;
+    if (!isReadable) values[std::string(kIsFirstRun)] = false;
+    for (const auto& [key, change] : pending) {
+        if (change.value) {
+            values[key] = *change.value;
         } else {
             values.erase(key);
         }
@@ -218,48 +149,77 @@ std::optional<SettingsMap> UserDefaults::State::persistent() const {
     return values;
 }
 
-std::optional<QVariant> UserDefaults::State::find(std::string_view key) const {
-    if (const auto values = persistent()) {
-        if (const auto found = values->find(key); found != values->end()) return found->second;
+std::optional<QVariant> UserDefaults::State::find(std::string_view key,
+                                                  const SettingsMap& values) const {
+    const auto byDefault = registered.find(key);
+    const auto found = values.find(key);
+    if (byDefault == registered.end()) {
+        return found == values.end() ? std::nullopt : std::optional(found->second);
     }
-    const auto found = registered.find(key);
-    return found == registered.end() ? std::nullopt : std::optional(found->second);
+    const auto value =
+        found == values.end() ? std::nullopt : typed(found->second, byDefault->second);
+    return value ? value : byDefault->second;
 }
 
 /// Every key with the value behind it.
-SettingsMap UserDefaults::State::all() const {
-    SettingsMap values = persistent().value_or(SettingsMap());
-    values.insert(registered.begin(), registered.end());
-    return values;
+SettingsMap UserDefaults::State::all() {
+    const SettingsMap values = stored(read());
+    SettingsMap result = registered;
+    for (const auto& [key, value] : values)
+        result[key] = *find(key, values);
+    return result;
 }
 
 /// What fails is kept, and tried again with the next change.
-void UserDefaults::State::change(Pending changed) {
-    for (auto& [key, value] : changed)
-        pending[key] = std::move(value);
-    if (write(pending)) {
+void UserDefaults::State::change(Values changed, bool isByUser) {
+    for (auto& [key, value] : changed) {
+        Change& change = pending[key];
+        change = {std::move(value), change.isByUser || isByUser};
+    }
+    if (write()) {
         pending.clear();
-    } else {
-        qCWarning(lcBase, "The settings %s cannot be written: %s", filePath.c_str(),
-                  std::strerror(errno));
+        if (changeProblem && changeProblem->kind == Kind::NotWritten) changeProblem.reset();
+    } else if (isByUser && errno != 0) {
+        changeProblem = {Kind::NotWritten, file.path(), {}, systemText(errno)};
+        meet(*changeProblem);
     }
 }
 
-bool UserDefaults::State::write(const Pending& changed) const {
-    const auto bytes = readWhole(filePath);
-    // What cannot be read is somebody's all the same: it is not replaced.
-    if (!bytes && errno != ENOENT) return false;
-    IniFile file(bytes.value_or(std::string()));
-    const std::string before = file.text();
-    for (const auto& [key, value] : changed) {
-        if (value) {
-            setIn(file, key, *value);
+bool UserDefaults::State::userSetSomething() const {
+    return std::any_of(pending.begin(), pending.end(), [](const auto& entry) {
+        return entry.second.isByUser && entry.second.value;
+    });
+}
+
+/// False when the changes must wait: with errno, or with 0 when the user set none of them.
+bool UserDefaults::State::write() {
+    using FileState = SettingsFile::State;
+    const Content content = read();
+    const bool isUnusable = content.state == FileState::Unusable;
+    errno = content.reason;
+    if (content.state == FileState::Unreachable) return false;
+    if (isUnusable && !userSetSomething()) {
+        errno = 0;
+        return false;
+    }
+    IniFile settings = content.state == FileState::Usable ? content.settings : newSettings();
+    if (isUnusable) settings.set(IniFile::kGeneral, kIsFirstRun, "false");
+    const std::string before = settings.text();
+    for (const auto& [key, change] : pending) {
+        if (change.value) {
+            setSetting(settings, key, *change.value);
         } else {
-            removeFrom(file, key);
+            removeSetting(settings, key);
         }
     }
-    const std::string after = file.text();
-    return after == before || writeWhole(filePath, after);
+    const std::string after = settings.text();
+    if (after == before) return true;
+    if (!isUnusable) return file.write(after);
+    const std::string aside = file.moveAsideAndWrite(after);
+    if (aside.empty()) return false;
+    changeProblem = {Kind::MovedAside, file.path(), aside, {}};
+    meet(*changeProblem);
+    return true;
 }
 
 UserDefaults::UserDefaults(std::string filePath)
@@ -277,8 +237,13 @@ UserDefaults& UserDefaults::standardUserDefaults() {
 }
 
 std::optional<QVariant> UserDefaults::object(std::string_view key) const {
-    const std::lock_guard lock(m_state->mutex);
-    return m_state->find(key);
+    std::optional<QVariant> value;
+    {
+        const std::lock_guard lock(m_state->mutex);
+        value = m_state->find(key);
+    }
+    tellProblems();
+    return value;
 }
 
 bool UserDefaults::boolForKey(std::string_view key) const {
@@ -298,18 +263,24 @@ QVariantMap UserDefaults::dictionaryForKey(std::string_view key) const {
 }
 
 void UserDefaults::set(std::string_view key, const QVariant& value) {
-    {
-        const std::lock_guard lock(m_state->mutex);
-        m_state->change({{std::string(key), value}});
-    }
-    tellObservers(key);
+    change(key, value, true);
 }
 
 void UserDefaults::remove(std::string_view key) {
+    change(key, std::nullopt, true);
+}
+
+void UserDefaults::setQuietly(std::string_view key, const QVariant& value) {
+    change(key, value, false);
+}
+
+void UserDefaults::change(std::string_view key, const std::optional<QVariant>& value,
+                          bool isByUser) {
     {
         const std::lock_guard lock(m_state->mutex);
-        m_state->change({{std::string(key), std::nullopt}});
+        m_state->change({{std::string(key), value}}, isByUser);
     }
+    tellProblems();
     tellObservers(key);
 }
 
@@ -331,18 +302,20 @@ void UserDefaults::setRegistrationDomain(const SettingsMap& values) {
 
 std::optional<SettingsMap> UserDefaults::persistentDomain() const {
     const std::lock_guard lock(m_state->mutex);
-    return m_state->persistent();
+    const auto content = m_state->read();
+    const bool isUsable = content.state == SettingsFile::State::Usable;
+    if (!isUsable && m_state->pending.empty()) return std::nullopt;
+    return m_state->stored(content);
 }
 
 void UserDefaults::setPersistentDomain(const SettingsMap& values) {
     changeMany([&](State& state) {
-        State::Pending changes;
-        for (const auto& [key, value] : state.persistent().value_or(SettingsMap())) {
+        State::Values changes;
+        for (const auto& [key, value] : state.stored(state.read()))
             changes[key] = std::nullopt;
-        }
         for (const auto& [key, value] : values)
             changes[key] = value;
-        state.change(std::move(changes));
+        state.change(std::move(changes), true);
     });
 }
 
@@ -353,14 +326,14 @@ void UserDefaults::setInitialValues(const SettingsMap& values) {
 
 void UserDefaults::revertToInitialValues() {
     changeMany([](State& state) {
-        State::Pending changes;
+        State::Values changes;
         for (const auto& [key, value] : state.initial) {
             // Where the default says the same, nothing needs to stand in the file.
             const auto found = state.registered.find(key);
             const bool isDefault = found != state.registered.end() && found->second == value;
             changes[key] = isDefault ? std::nullopt : std::optional(value);
         }
-        state.change(std::move(changes));
+        state.change(std::move(changes), true);
     });
 }
 
@@ -370,10 +343,31 @@ Observation UserDefaults::observe(std::string_view keyPath, Notify when,
         m_state->changes.observe(keyPath, [callback](const Notification& notification) {
             callback(notification.userInfo.value<std::optional<QVariant>>("value"));
         });
-    if (when == Notify::NowAndOnChange && keyPath.starts_with(kKeyPathPrefix)) {
-        callback(object(keyPath.substr(kKeyPathPrefix.size())));
+    if (!keyPath.starts_with(kKeyPathPrefix)) return observation;
+    const std::string key(keyPath.substr(kKeyPathPrefix.size()));
+    const std::optional<QVariant> value = object(key);
+    {
+        const std::lock_guard lock(m_state->mutex);
+        m_state->known.try_emplace(key, value);
     }
+    if (when == Notify::NowAndOnChange) callback(value);
     return observation;
+}
+
+void UserDefaults::fileDidChange() {
+    std::vector<std::string> changed;
+    {
+        const std::lock_guard lock(m_state->mutex);
+        const auto content = m_state->read();
+        if (content.state == SettingsFile::State::Unreachable) return;
+        const SettingsMap values = m_state->stored(content);
+        for (const auto& [key, value] : m_state->known) {
+            if (m_state->find(key, values) != value) changed.push_back(key);
+        }
+    }
+    tellProblems();
+    for (const std::string& key : changed)
+        tellObservers(key);
 }
 
 /// Makes a change that may touch any number of keys, then tells of those with another value.
@@ -386,6 +380,7 @@ void UserDefaults::changeMany(const std::function<void(State&)>& change) {
         change(*m_state);
         after = m_state->all();
     }
+    tellProblems();
     std::set<std::string> keys;
     for (const auto& [key, value] : before)
         keys.insert(key);
@@ -400,21 +395,54 @@ void UserDefaults::changeMany(const std::function<void(State&)>& change) {
 }
 
 void UserDefaults::tellObservers(std::string_view key) {
+    const std::optional<QVariant> value = object(key);
+    {
+        const std::lock_guard lock(m_state->mutex);
+        const auto known = m_state->known.find(key);
+        if (known != m_state->known.end()) known->second = value;
+    }
     UserInfo info;
-    info.set("value", object(key));
+    info.set("value", value);
     m_state->changes.post(std::string(kKeyPathPrefix) + std::string(key), this, std::move(info));
 }
 
-SettingsMap defaultSettings() {
+std::optional<SettingsProblem> UserDefaults::problem() const {
+    const std::lock_guard lock(m_state->mutex);
+    using Kind = SettingsProblem::Kind;
+    const auto ofFile = m_state->problemOf(m_state->read());
+    const auto& ofChange = m_state->changeProblem;
+    const bool isUnusable = ofFile && ofFile->kind == Kind::Unusable;
+    return ofChange && (ofChange->kind == Kind::NotWritten || !isUnusable) ? ofChange : ofFile;
+}
+
+void UserDefaults::setProblemHandler(std::function<void(const SettingsProblem&)> handler) {
+    {
+        const std::lock_guard lock(m_state->mutex);
+        m_state->problemHandler = std::move(handler);
+        m_state->read();
+    }
+    tellProblems();
+}
+
+void UserDefaults::tellProblems() const {
+    std::vector<SettingsProblem> problems;
+    std::function<void(const SettingsProblem&)> handler;
+    {
+        const std::lock_guard lock(m_state->mutex);
+        if (!m_state->problemHandler) return;
+        problems.swap(m_state->untold);
+        handler = m_state->problemHandler;
+    }
+    for (const SettingsProblem& problem : problems)
+        handler(problem);
+}
+
+SettingsMap generalDefaultSettings() {
     constexpr int kBackspaceKey = 51;
     constexpr int kSKey = 1;
     constexpr int kControlCommand = 0x140000;
     constexpr int kShiftCommand = 0x120000;
-    return {{"show_install_helper_tool", false},
-            {"newsletter_subscribed", false},
-            {"is_first_run", true},
-            {"ask_unistall_old_kestrin", true},
-            {"empty_trash", shortcut(kBackspaceKey, kControlCommand)},
+    return {{"empty_trash", shortcut(kBackspaceKey, kControlCommand)},
             {"smart_delete", shortcut(kSKey, kShiftCommand)},
             {"launch_at_login", false},
             {"write_log", true},
@@ -422,6 +450,15 @@ SettingsMap defaultSettings() {
             {"show_alert", true},
             {"delete_locked", false},
             {"smart_delete_window", QString()}};
+}
+
+SettingsMap defaultSettings() {
+    SettingsMap settings = generalDefaultSettings();
+    settings.insert({{"show_install_helper_tool", false},
+                     {"newsletter_subscribed", false},
+                     {std::string(kIsFirstRun), true},
+                     {"ask_unistall_old_kestrin", true}});
+    return settings;
 }
 
 }  // namespace kestrin

@@ -328,7 +328,7 @@ void QVWindowCntrl::closeEvent(QCloseEvent* event) {
 
 void QVWindowCntrl::windowWillClose() {
     if (!std::exchange(m_isOpen, false)) return;
-    m_services.defaults.set(kFrameSetting, stringFromFrame(frameToSave()));
+    m_services.defaults.setQuietly(kFrameSetting, stringFromFrame(frameToSave()));
     m_sources->windowWillClose();
     m_content->listCntrl().windowWillClose();
     hide();

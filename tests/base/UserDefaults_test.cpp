@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <functional>
 #include <thread>
 #include <vector>
 
@@ -43,7 +44,7 @@ TEST_F(UserDefaultsTest, WritesAFileThatAPersonCanReadFromAnyThread) {
     defaults.set("how_many_days_for_new_log_file", 30);
     defaults.set("empty_trash", QVariantMap{{text("keyCode"), 5}, {text("modifierFlags"), 6}});
     EXPECT_EQ(readFile(file),
-              "[General]\nwrite_log=false\nhow_many_days_for_new_log_file=30\n\n"
+              "[General]\nsettings_format=1\nwrite_log=false\nhow_many_days_for_new_log_file=30\n\n"
               "[empty_trash]\nkeyCode=5\nmodifierFlags=6\n");
     EXPECT_EQ(defaults.dictionaryForKey("empty_trash").value(text("modifierFlags")).toInt(), 6);
     {
@@ -64,7 +65,7 @@ TEST_F(UserDefaultsTest, AnEditByHandTakesEffectAndStays) {
         writeFile(file, "[General]\nwrite_log=" + no + "\n");
         EXPECT_FALSE(defaults.boolForKey("write_log")) << no;
     }
-    for (const std::string yes : {"YES", "1", "On", " true", "\"true\""}) {
+    for (const std::string yes : {"YES", "1", "On", " true", "\"true\"", "nonsense", ""}) {
         writeFile(file, "write_log = " + yes + "\n");
         EXPECT_TRUE(defaults.boolForKey("write_log")) << yes;
     }
@@ -87,25 +88,109 @@ TEST_F(UserDefaultsTest, TextsComeBackExactly) {
         defaults.set("odd key=[ü]", text(value));
         EXPECT_EQ(defaults.stringForKey("odd key=[ü]"), text(value));
     }
-    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
-    EXPECT_EQ(UserDefaults(folder / "pipe").object("write_log"), std::nullopt);
 }
 
-TEST_F(UserDefaultsTest, WhatCannotBeWrittenStaysInMemory) {
-    writeFile(file, "[General]\nshow_alert=false\n");
-    ASSERT_EQ(chmod(file.c_str(), 0), 0);
-    defaults.set("write_log", true);
-    ASSERT_EQ(chmod(file.c_str(), 0600), 0);
-    EXPECT_EQ(readFile(file), "[General]\nshow_alert=false\n") << "what is unreadable stays";
-    ASSERT_EQ(chmod((folder / "new/deeper").c_str(), 0500), 0);
-    defaults.remove("show_alert");
-    EXPECT_TRUE(defaults.boolForKey("write_log"));
-    EXPECT_EQ(defaults.object("show_alert"), std::nullopt);
-    EXPECT_EQ(readFile(file), "[General]\nshow_alert=false\n");
-    ASSERT_EQ(chmod((folder / "new/deeper").c_str(), 0700), 0);
+TEST_F(UserDefaultsTest, AShortcutOfTheFileArrivesAsNumbersAndNonsenseIsTheDefault) {
+    defaults.registerDefaults(defaultSettings());
+    const auto byDefault = defaultSettings();
+    for (const char* form :
+         {"keyCode=9\nmodifierFlags=1310720", "modifierFlags=0X140000\nkeyCode=\"9\""}) {
+        writeFile(file, std::string("[empty_trash]\n") + form);
+        EXPECT_EQ(defaults.object("empty_trash"),
+                  QVariant(QVariantMap{{text("keyCode"), 9}, {text("modifierFlags"), 0x140000}}));
+    }
+    for (const char* nonsense :
+         {"[empty_trash]\nkeyCode=9", "[empty_trash]\nkeyCode=x\nmodifierFlags=1", "empty_trash=9",
+          "[show_alert]\nx=1", "how_many_days_for_new_log_file=9999999999", "show_alert=flase"}) {
+        writeFile(file, nonsense);
+        for (const auto& [key, value] : byDefault)
+            EXPECT_EQ(defaults.object(key), value) << key << " with " << nonsense;
+    }
+}
+
+TEST_F(UserDefaultsTest, AnUnusableFileIsToldOnceAndMovedAsideByTheFirstChangeOfTheUser) {
+    const std::string settings = folder / "settings.conf";
+    const std::vector<std::function<void()>> obstacles = {
+        [&] { writeFile(settings, std::string(std::size_t{1} << 20, 'x') + "x=1\n"); },
+        [&] { writeFile(settings, std::string("a=b\n\0", 5)); },
+        [&] { writeFile(settings, "a=\xff\n"); },
+        [&] { writeFile(settings, "<html>\n"); },
+        [&] { writeFile(settings), ::chmod(settings.c_str(), 0); },
+        [&] { ::symlink("nowhere", settings.c_str()); },
+        [&] { ::symlink("settings.conf", settings.c_str()); },
+        [&] { writeFile(settings + "/inside"); },
+        [&] { ::mkfifo(settings.c_str(), 0600); }};
+    int number = 0;
+    for (const auto& putInTheWay : obstacles) {
+        SCOPED_TRACE(++number);
+        putInTheWay();
+        struct stat before, after;
+        ASSERT_EQ(::lstat(settings.c_str(), &before), 0);
+        UserDefaults damaged(settings);
+        std::vector<SettingsProblem> told;
+        damaged.setProblemHandler([&](const auto& problem) { told.push_back(problem); });
+        damaged.registerDefaults(defaultSettings());
+        EXPECT_FALSE(damaged.boolForKey("is_first_run"));
+        EXPECT_TRUE(damaged.boolForKey("show_alert"));
+        EXPECT_EQ(damaged.persistentDomain(), std::nullopt);
+        damaged.setQuietly("smart_delete_window", text("1 2"));
+        damaged.revertToInitialValues();
+        EXPECT_EQ(damaged.stringForKey("smart_delete_window"), text("1 2"));
+        ASSERT_EQ(::lstat(settings.c_str(), &after), 0);
+        EXPECT_EQ(before.st_ino, after.st_ino) << "it stays";
+        damaged.set("show_alert", false);
+        ASSERT_EQ(told.size(), 2u);
+        EXPECT_EQ(told[0].kind, SettingsProblem::Kind::Unusable);
+        EXPECT_EQ(told[1].kind, SettingsProblem::Kind::MovedAside);
+        EXPECT_THAT(told[1].movedTo, ::testing::StartsWith(settings + ".broken-20"));
+        ASSERT_EQ(::lstat(told[1].movedTo.c_str(), &after), 0);
+        EXPECT_EQ(before.st_ino, after.st_ino) << "it lives on under that name";
+        EXPECT_EQ(readFile(settings),
+                  "[General]\nsettings_format=1\nis_first_run=false\nshow_alert=false\n"
+                  "smart_delete_window=1 2\n");
+        ASSERT_EQ(::unlink(settings.c_str()), 0);
+    }
+}
+
+TEST_F(UserDefaultsTest, ANewerFileIsReadAndWhatItSaysElseStays) {
+    writeFile(file, "[General]\nsettings_format=2\nwrite_log=false\nnovelty=7\n\n[more]\nx=y\n");
+    EXPECT_FALSE(defaults.boolForKey("write_log"));
+    EXPECT_EQ(defaults.problem()->kind, SettingsProblem::Kind::NewerFormat);
+    auto values = *defaults.persistentDomain();
+    EXPECT_FALSE(values.contains("settings_format"));
+    values["write_log"] = true;
+    defaults.setPersistentDomain(values);
+    EXPECT_EQ(readFile(file),
+              "[General]\nsettings_format=2\nwrite_log=true\nnovelty=7\n\n[more]\nx=y\n");
+}
+
+TEST_F(UserDefaultsTest, WhatCannotBeWrittenStaysInMemoryAndIsTold) {
+    const std::string before = "[General]\nshow_alert=false\n";
+    writeFile(file, before);
+    std::vector<SettingsProblem> told;
+    defaults.setProblemHandler([&](const auto& problem) { told.push_back(problem); });
+    const std::string place = folder / "new/deeper";
+    for (const auto& [path, closed] : {std::pair(file, 0400), std::pair(place, 0500)}) {
+        ASSERT_EQ(chmod(path.c_str(), closed), 0);
+        defaults.setQuietly("smart_delete_window", text("1 2"));
+        EXPECT_EQ(told.size(), path == file ? 0u : 1u) << "what nobody changed is told to nobody";
+        defaults.set("write_log", true);
+        defaults.remove("show_alert");
+        EXPECT_TRUE(defaults.boolForKey("write_log"));
+        EXPECT_EQ(defaults.object("show_alert"), std::nullopt);
+        EXPECT_EQ(readFile(file), before);
+        ASSERT_EQ(told.size(), 1u);
+        EXPECT_EQ(defaults.problem()->kind, SettingsProblem::Kind::NotWritten);
+        ASSERT_EQ(chmod(path.c_str(), 0700), 0);
+    }
     defaults.set("delete_locked", true);
-    EXPECT_EQ(readFile(file), "[General]\ndelete_locked=true\nwrite_log=true\n")
+    EXPECT_EQ(readFile(file),
+              "[General]\ndelete_locked=true\nsmart_delete_window=1 2\nwrite_log=true\n")
         << "the next change brings the earlier ones along";
+    EXPECT_EQ(defaults.problem(), std::nullopt);
+    struct stat status;
+    ASSERT_EQ(::stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777u, 0700u) << "the permissions are the user's";
 }
 
 TEST_F(UserDefaultsTest, AFullDiskLosesNeitherTheValueNorTheFileBehindALink) {
@@ -131,12 +216,17 @@ TEST_F(UserDefaultsTest, ObserversHearOfTheirKeyAloneUntilTheyGoAndRevertingChan
     auto observation =
         defaults.observe("values.a", UserDefaults::Notify::NowAndOnChange,
                          [&](const auto& value) { heard.push_back(value->toInt()); });
+    defaults.fileDidChange();
+    writeFile(file, "a = 5\n");
+    defaults.fileDidChange();
+    defaults.fileDidChange();
     defaults.set("a", 3);
+    defaults.fileDidChange();
     defaults.setPersistentDomain({{"a", 3}, {"b", 9}});
     defaults.revertToInitialValues();
     observation.reset();
     defaults.set("a", 4);
-    EXPECT_THAT(heard, ::testing::ElementsAre(1, 3, 2));
+    EXPECT_THAT(heard, ::testing::ElementsAre(1, 5, 3, 2));
     EXPECT_EQ(defaults.persistentDomain(), (SettingsMap{{"a", text("4")}, {"b", text("9")}}));
 }
 
