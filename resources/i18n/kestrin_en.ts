@@ -976,6 +976,34 @@ Examples:
         <source></source>
         <translation>Selected Items</translation>
     </message>
+    <message id="settings_damaged">
+        <source></source>
+        <translation>The settings file %@ holds something else than settings, so the defaults apply. It stays as it is until you change a setting.</translation>
+    </message>
+    <message id="settings_moved_aside">
+        <source></source>
+        <translation>The settings file %@ could not be used. It is now %@, and a new one was written.</translation>
+    </message>
+    <message id="settings_newer">
+        <source></source>
+        <translation>A newer version of Kestrin wrote the settings file %@. What this version knows of it applies.</translation>
+    </message>
+    <message id="settings_no_place">
+        <source></source>
+        <translation>There is no folder for the settings. Changes apply until Kestrin ends.</translation>
+    </message>
+    <message id="settings_not_written">
+        <source></source>
+        <translation>The settings file %@ cannot be written. Changes apply until Kestrin ends.</translation>
+    </message>
+    <message id="settings_not_written_because">
+        <source></source>
+        <translation>The settings file %@ cannot be written (%@). Changes apply until Kestrin ends.</translation>
+    </message>
+    <message id="settings_unreadable">
+        <source></source>
+        <translation>The settings file %@ cannot be read (%@), so the defaults apply. It stays as it is until you change a setting.</translation>
+    </message>
     <message id="single_disk">
         <source></source>
         <translation>“%@”: %@ items, %@</translation>
