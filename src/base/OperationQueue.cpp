@@ -13,6 +13,7 @@
 #include <thread>
 #include <utility>
 
+#include "base/SignalStack.h"
 #include "base/SystemLog.h"
 
 namespace kestrin {
@@ -83,6 +84,7 @@ void OperationQueue::State::startThread() {
 
 void OperationQueue::State::serve(Threads::iterator self) {
     nameThisThread(name);
+    const SignalStack signalStack;
     std::unique_lock lock(mutex);
     while (waitForWork(lock))
         runFirst(lock);
