@@ -15,8 +15,11 @@
 #include <vector>
 
 #include "app/Program.h"
+#include "base/LastLogLines.h"
 #include "base/MainThread.h"
 #include "cli/CommandLine.h"
+#include "platform/desktop/Places.h"
+#include "platform/processes/CrashHandler.h"
 
 namespace {
 
@@ -25,11 +28,13 @@ namespace {
 std::unique_ptr<QCoreApplication> startQuietly(int& argc, char** argv) {
     std::setlocale(LC_ALL, "");
     const bool isUtf8 = std::string_view(::nl_langinfo(CODESET)) == "UTF-8";
+    QtMessageHandler before = nullptr;
     if (!isUtf8) {
-        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+        before =
+            qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     }
     auto application = std::make_unique<QCoreApplication>(argc, argv);
-    if (!isUtf8) qInstallMessageHandler(nullptr);
+    if (!isUtf8) qInstallMessageHandler(before);
     return application;
 }
 
@@ -78,6 +83,8 @@ extern "C" const char* __tsan_default_options() {
 #endif
 
 int main(int argc, char** argv) {
+    kestrin::keepLastLogLines();
+    kestrin::installCrashHandler(kestrin::location(kestrin::Place::CrashReports), KESTRIN_VERSION);
     // The words are read before QCoreApplication takes options of its own out of the list.
     const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
     if (const auto action = programAction(words)) runProgram(argc, argv, *action);

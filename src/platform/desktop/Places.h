@@ -14,8 +14,9 @@ std::string homeFolder();
 std::string dataHomeFolder();
 
 enum class Place {
-    Logs,        ///< root of the erase logs: $XDG_STATE_HOME/Kestrin 3, else ~/.local/state/…
-    HelperTool,  ///< /usr/libexec/com.quorvane.Kestrin3Helper
+    Logs,          ///< root of the erase logs: $XDG_STATE_HOME/Kestrin 3, else ~/.local/state/…
+    CrashReports,  ///< "Crash Reports" in that folder
+    HelperTool,    ///< /usr/libexec/com.quorvane.Kestrin3Helper
     PreferencesFile,  ///< $XDG_CONFIG_HOME/com.quorvane.kestrin-3.conf, else ~/.config/…
 };
 FileUrl location(Place place);
