@@ -21,7 +21,7 @@ ALLOWED = {
     **{topic: ["base", *PLATFORM] for topic in PLATFORM},
     **{answers: ["base", *PLATFORM, *HOST] for answers in HOST},
     "platform/desktop/ui": ["base", *PLATFORM],
-    "platform/desktop/ui/linux": ["base", *PLATFORM, "platform/desktop/ui"],
+    "platform/desktop/ui/linux": ["base", *PLATFORM, *HOST, "platform/desktop/ui"],
     "format": ["base", *PLATFORM],
     "fsutil": ["base", *PLATFORM],
     "inventory": LOWER,
