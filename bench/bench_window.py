@@ -51,7 +51,7 @@ class WindowBench(DesktopTest):
             run_as_root("/usr/sbin/mkfs.ext4", "-q", "-N", "2600000", "-J", "size=256", image)
             run_as_root("mount", "-o", "loop", image, self.home)
             run_as_root("chown", f"{USER}:{USER}", self.home)
-        self.write_settings(show_install_helper_tool="true")
+        self.write_settings()
 
     def fill(self, folders, singles):
         with as_root():

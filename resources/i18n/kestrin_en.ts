@@ -1257,6 +1257,10 @@ Examples:
         <source></source>
         <translation>Uninstall</translation>
     </message>
+    <message id="uninstall_package">
+        <source></source>
+        <translation>The helper came with the package “%@” and stays. An administrator removes it by: %@</translation>
+    </message>
     <message id="uninstall_successful">
         <source></source>
         <translation>Kestrin has been uninstalled.</translation>
@@ -1264,6 +1268,10 @@ Examples:
     <message id="uninstall_successful_mess">
         <source></source>
         <translation>The helper and your settings are gone. Kestrin will quit now and show you where the program is, so that you can remove it too.</translation>
+    </message>
+    <message id="uninstall_successful_package_mess">
+        <source></source>
+        <translation>Your settings are gone; the helper goes with its package. Kestrin will quit now and show you where the program is.</translation>
     </message>
     <message id="update_button">
         <source></source>

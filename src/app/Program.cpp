@@ -37,6 +37,7 @@
 #include "platform/processes/BackgroundPriority.h"
 #include "platform/trash/TrashWatcher.h"
 #include "smartwindow/QVWindowCntrl.h"
+#include "widgets/FolderPanel.h"
 
 namespace kestrin {
 namespace {
@@ -44,10 +45,14 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kStatusAreaPatience = 30s;
+/// How long the end of the program waits for the file manager.
+constexpr auto kRevealPatience = 5s;
 
 // What a start may ask for, besides "quit".
 constexpr char kEmptyAll[] = "empty-all";
 constexpr char kSmartWindow[] = "smart-window";
+/// The start of the session itself: it asks for nothing.
+constexpr char kLogin[] = "login";
 
 /// The status area's icon behind the controller's view of it.
 class StatusItemDisplay final : public StatusDisplay {
@@ -118,6 +123,7 @@ class Program {
 
  private:
     AppServices services();
+    AppServices ownServices();
     EraseServices eraseServices();
     SmartWindowServices smartWindowServices();
     QIcon diskIconOf(const TrashLocation& location);
@@ -169,13 +175,37 @@ Program::Program(std::string_view action)
                                     .activate = [this] { m_controller.activate(); },
                                     .actions = {{kEmptyAll, [this] { take(kEmptyAll); }},
                                                 {kSmartWindow, [this] { take(kSmartWindow); }},
+                                                {kLogin, [] {}},
                                                 {"quit", [this] { m_controller.quit(); }}}}) {}
 
 AppServices Program::services() {
+    AppServices services = ownServices();
+    services.installHelper = [this] {
+        return QVSecureAccess(secureAccess()).installHelperAppIfNeeded();
+    };
+    services.helperIsCurrent = [this] {
+        bool exists = false;
+        return QVSecureAccess(secureAccess()).isHelperNeedBeInstalled(exists);
+    };
+    services.removeHelper = [this] { QVSecureAccess(secureAccess()).removeHelper(); };
+    services.findPackageOwner = [](const FileUrl& file, auto found) {
+        findPackageOwner(file, std::move(found));
+    };
+    services.chooseFolder = [](const QString& message, FolderAnswer answered) {
+        openFolderPanel(FileUrl::fromPath("/"), message, std::move(answered));
+    };
+    services.reveal = [](const FileUrl& file, std::function<void()> done) {
+        revealInFileManager({file}, kRevealPatience, std::move(done));
+    };
+    return services;
+}
+
+AppServices Program::ownServices() {
     return {.center = NotificationCenter::defaultCenter(),
             .texts = m_texts,
             .numbers = QVNumberUtilities::sharedControl(),
             .presenter = m_presenter,
+            .defaults = m_defaults,
             .trashes = m_trashes,
             .rows = {.center = NotificationCenter::defaultCenter(),
                      .texts = m_texts,
@@ -190,8 +220,6 @@ AppServices Program::services() {
             .setupDefaultsPreferences = [this] { m_defaults.registerDefaults(defaultSettings()); },
             .watchMounts = [this](auto changed) { watchMounts(std::move(changed)); },
             .watchTrashes = [this](const auto& trashes) { watchTrashes(trashes); },
-            .installHelper =
-                [this] { return QVSecureAccess(secureAccess()).installHelperAppIfNeeded(); },
             .makeSmartWindow =
                 [this] { return std::make_unique<SmartWindowDisplay>(m_windowServices); },
             .openUrl = [](const QString& url) { QDesktopServices::openUrl(QUrl(url)); },
@@ -299,8 +327,10 @@ void Program::statusAreaIsKnown(bool isThere) {
 void Program::launch() {
     using Launch = QVKestrin::Launch;
     m_isLaunching = true;
-    const Launch kind = m_action == kSmartWindow ? Launch::ForSmartWindow : Launch::InStatusArea;
-    if (kind == Launch::ForSmartWindow) m_action.clear();
+    const Launch kind = m_action == kSmartWindow ? Launch::ForSmartWindow
+                        : m_action == kLogin     ? Launch::AtLogin
+                                                 : Launch::InStatusArea;
+    if (kind != Launch::InStatusArea) m_action.clear();
     m_wasLaunched = m_controller.applicationDidFinishLaunching(kind);
     m_wasRefused = !m_wasLaunched;
     if (m_wasLaunched) act();
@@ -310,7 +340,7 @@ void Program::launch() {
 /// window needs none.
 void Program::take(const std::string& action) {
     m_action = action;
-    if (m_wasLaunched) return act();
+    if (m_wasLaunched || m_controller.isGreeting()) return act();
     if (action != kSmartWindow) return;
     if (!m_isLaunching) return launch();
     m_controller.launchForSmartWindow();

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "app/HelperAuthorization.h"
 #include "base/MainThread.h"
 #include "base/StringTable.h"
 #include "erase/QVErrorDelegate.h"
@@ -50,55 +49,7 @@ QVKestrin::~QVKestrin() {
     m_submenuViews.clear();
 }
 
-// --- Launch and end ---
-
-bool QVKestrin::applicationDidFinishLaunching(Launch launch) {
-    m_isWorking = false;
-    m_launch = launch;
-    callIfGiven(m_services.setupDefaultsPreferences);
-    if (!setupStatusMenu()) return false;
-    m_stopObservation = m_services.center.observe(
-        Key::kStopWorking, [this](const Notification& notification) { stopWorking(notification); });
-    // An erase of the browsing window that is declined has no other end. This is posted on a
-    // background thread.
-    m_responseObservation = m_services.center.observe(
-        Key::kWaitForResponse, [guard = QPointer<QVKestrin>(this)](const Notification&) {
-            MainThread::post([guard] {
-                if (guard) guard->endIfNothingIsErased();
-            });
-        });
-    m_smartWindowObservation =
-        m_services.center.observe(SmartWindowNotification::kSmartWindowDidClose,
-                                  [this](const Notification&) { smartWindowDidClose(); });
-    if (m_services.watchMounts) {
-        m_services.watchMounts([this](bool wasAdded, const std::string& path) {
-            workspaceHardDrivesObserver(wasAdded, path);
-        });
-    }
-    if (m_launch == Launch::ForSmartWindow) requestSmartWindow();
-    if (m_services.installHelper) gIsHelperAuthorized = m_services.installHelper();
-    if (m_isEnding) return true;  // the user quit meanwhile
-    if (!m_services.showFirstWindow || !m_services.showFirstWindow()) {
-        callIfGiven(m_services.checkForFullDiskAccess);
-        callIfGiven(m_services.showInformationWindow);
-    }
-    return true;
-}
-
-/// Tells the user that it cannot, unless the launch is for the window.
-bool QVKestrin::canDoWithoutStatusArea() {
-    if (m_launch == Launch::ForSmartWindow) return true;
-    m_isTellingOfStatusArea = true;
-    m_services.presenter.showError("cant_create_menu"_errorKey, "cant_create_menu_mess"_errorKey);
-    m_isTellingOfStatusArea = false;
-    return m_launch == Launch::ForSmartWindow && !m_isEnding;
-}
-
-void QVKestrin::launchForSmartWindow() {
-    if (!m_isTellingOfStatusArea) return;
-    m_launch = Launch::ForSmartWindow;
-    callIfGiven(m_services.dismissAlerts);
-}
+// --- End ---
 
 void QVKestrin::quit() {
     if (std::exchange(m_isEnding, true)) return;
@@ -129,6 +80,7 @@ void QVKestrin::applicationWillTerminate() {
 // --- Actions ---
 
 void QVKestrin::mainMenuAction(int tag) {
+    if (!mayBegin()) return;
     switch (tag) {
         case MenuTag::kPreferences:
             callIfGiven(m_services.showPreferences);
@@ -147,11 +99,13 @@ void QVKestrin::mainMenuAction(int tag) {
 }
 
 void QVKestrin::serviceMenuAction(int tag) {
+    if (!mayBegin()) return;
     switch (tag) {
-        case 1:   // welcome
-        case 4:   // newsletter
-        case 12:  // uninstall
-            callIfGiven(m_services.showServiceWindow, tag);
+        case 1:
+            callIfGiven(m_services.showWelcome);
+            break;
+        case 4:
+            callIfGiven(m_services.showNewsletter);
             break;
         case 5:
             callIfGiven(m_services.openUrl,
@@ -161,22 +115,40 @@ void QVKestrin::serviceMenuAction(int tag) {
         case 6:
             callIfGiven(m_services.openUrl, m_services.texts.text("contact"_key));
             break;
+        case 12:
+            uninstall();
+            break;
         default:
             break;
     }
 }
 
+void QVKestrin::checkForUpdate() {
+    MainThread::post([guard = QPointer<QVKestrin>(this)] {
+        if (guard && !guard->m_isEnding) callIfGiven(guard->m_services.showUpdates);
+    });
+}
+
+void QVKestrin::askForStartUpDisk(FolderAnswer answered) {
+    if (!m_services.chooseFolder) return;
+    m_services.chooseFolder(m_services.texts.text("ask_add_start_up_disk"_key),
+                            std::move(answered));
+}
+
 void QVKestrin::requestToEmptyAll() {
-    if (m_isWorking) return static_cast<void>(showWhatIsOpen());
+    if (!mayBegin() || showWhatIsOpen() || m_isWorking) return;
     mainMenuAction(MenuTag::kEmptyAll);
 }
 
 void QVKestrin::requestSmartWindow() {
-    if (showWhatIsOpen() || m_isWorking) return;
+    if (!mayBegin() || showWhatIsOpen() || m_isWorking) return;
     mainMenuAction(MenuTag::kSmartWindow);
 }
 
 void QVKestrin::activate() {
+    if (!mayBegin()) return;
+    if (std::exchange(m_launch, Launch::InStatusArea) == Launch::AtLogin)
+        callIfGiven(m_services.showInformation);
     if (showWhatIsOpen() || m_isWorking) return;
     if (m_statusItem && m_statusItem->openMenu()) return;
     callIfGiven(m_services.tellUser, m_services.texts.text("app_is_running"_key));
@@ -208,6 +180,7 @@ void QVKestrin::askToEmptyAll() {
 }
 
 void QVKestrin::emptyHardDriveTrashAction(QVDiskMenuItemView* row) {
+    if (!mayBegin()) return;
     if (isErasing()) return static_cast<void>(showWhatIsOpen());
     setIsWorking(true);
     const std::shared_ptr<QVDeleteItems> engine = m_services.makeEngine();

@@ -18,15 +18,21 @@
 #include <vector>
 
 #include "app/QVDiskMenuItemView.h"
+#include "app/QVFullDiskAuthorization.h"
 #include "app/TrashTotals.h"
+#include "base/FileUrl.h"
 #include "base/NotificationCenter.h"
+#include "base/Result.h"
 #include "erase/EraseTurn.h"
 #include "erase/QVDeleteItems.h"
 #include "inventory/TrashListing.h"
+#include "platform/desktop/PackageOwner.h"
+#include "platform/desktop/Places.h"
 
 namespace kestrin {
 
 class QVErrorDelegate;
+class UserDefaults;
 
 /// What the menu's actions carry as their data. Rows have kFirstDisk and up.
 namespace MenuTag {
@@ -64,6 +70,9 @@ class SmartWindow {
 /// The timers of a running program.
 std::unique_ptr<QObject> startTimer(std::chrono::milliseconds delay, std::function<void()> call);
 
+/// Takes what a file panel was left with (QDialog::Accepted or Rejected), and the chosen folders.
+using FolderAnswer = std::function<void(int response, const std::vector<FileUrl>& folders)>;
+
 /// What the controller works with. All of it must outlive the controller. Where a function is not
 /// given, nothing is done.
 struct AppServices {
@@ -71,6 +80,7 @@ struct AppServices {
     const StringTable& texts;
     const QVNumberUtilities& numbers;
     QVErrorDelegate& presenter;
+    UserDefaults& defaults;
     TrashListing& trashes;
     DiskRowServices rows;
     std::function<std::shared_ptr<QVDeleteItems>()> makeEngine;
@@ -83,15 +93,29 @@ struct AppServices {
     /// Sees to it that `trashContentsDidChange` is called when something comes into one of these
     /// trashes or goes from it. Called after every listing.
     std::function<void(const std::vector<TrashLocation>&)> watchTrashes{};
-    /// Installs the privileged helper if need be; its result becomes gIsHelperAuthorized.
+    /// Installs the privileged helper if need be; its result becomes gIsHelperAuthorized. Not given
+    /// when the helper's client could not be made: then the launch asks and greets nobody.
     std::function<bool()> installHelper{};
-    std::function<bool()> showFirstWindow{};  ///< whether this is the first run
-    std::function<void()> checkForFullDiskAccess{};
-    std::function<void()> showInformationWindow{};
+    /// Whether the helper is there in the version that the program needs, found without asking.
+    std::function<bool()> helperIsCurrent{};
+    std::function<void()> showWelcome{};
+    std::function<void()> showNewsletter{};
+    std::function<void()> showInformation{};  ///< shows itself only when there is something new
+    std::function<void()> showUpdates{};
     std::function<std::unique_ptr<SmartWindow>()> makeSmartWindow{};
     std::function<void()> showPreferences{};
-    std::function<void(int tag)> showServiceWindow{};  ///< 1, 4 and 12
     std::function<void(const QString&)> openUrl{};
+    /// Lets the user choose one folder, beginning at "/", under a text that may be empty. Returns
+    /// at once.
+    std::function<void(const QString& message, FolderAnswer answered)> chooseFolder{};
+    /// Shows a file in the file manager, selected, and calls back when that has been done or cannot
+    /// be.
+    std::function<void(const FileUrl& file, std::function<void()> done)> reveal{};
+    /// Tells later which package of the system has a file.
+    std::function<void(const FileUrl& file, std::function<void(const PackageAnswer&)> found)>
+        findPackageOwner{};
+    std::function<void()> removeHelper{};  ///< as root; failures show by its file being there
+    std::function<MaybeError()> removeLoginItem{};
     std::function<void()> pressStop{};      ///< in the progress window that is open
     std::function<bool()> bringForward{};   ///< the question or the progress, if one is open
     std::function<void()> dismissAlerts{};  ///< ends what is open without an answer
@@ -101,6 +125,9 @@ struct AppServices {
     /// The figures of the tool tip while no menu is open; with nullptr it says only what the rows
     /// counted.
     TrashTotals* totals = nullptr;
+    const QVFullDiskAuthorization& fullDiskAccess = QVFullDiskAuthorization::sharedControl();
+    FileUrl helperFile = location(Place::HelperTool);
+    FileUrl preferencesFile = location(Place::PreferencesFile);
     TimerFactory startTimer = &kestrin::startTimer;
 };
 
@@ -117,9 +144,13 @@ class QVKestrin : public QObject {
     enum class Launch {
         InStatusArea,    ///< it needs a status area
         ForSmartWindow,  ///< it shows the browsing window; without a status area it ends with that
+        AtLogin,         ///< the same as InStatusArea, but no window opens before the user asks
     };
-    /// Launches the program, step by step in a fixed order. False when a status area is needed and
-    /// there is none; then the user was told, and the program ends.
+    /// Launches the program, step by step in a fixed order: the defaults, the menu, what is
+    /// observed, and the greeting: on the first run the disclaimer, then the question for the
+    /// helper, then the welcome window or what every other launch checks. The greeting serves
+    /// events; a start at login puts it off until the user asks for something. False when a status
+    /// area is needed and there is none; then the user was told, and the program ends.
     bool applicationDidFinishLaunching(Launch launch = Launch::InStatusArea);
     /// To be called when the browsing window is asked for during the launch. Where there is no
     /// status area the message that says so goes, and the launch goes on for the window.
@@ -133,6 +164,23 @@ class QVKestrin : public QObject {
     void applicationWillTerminate();
     /// Whether one of the two was called. From then on nobody is asked and nothing is begun.
     bool isEnding() const { return m_isEnding; }
+    /// Whether the launch asks the user at this moment. Every command then only brings the question
+    /// forward.
+    bool isGreeting() const { return m_greeting == Greeting::Open; }
+
+    // --- First run, access and removal ---
+
+    /// Asks the user to agree to what the program does, and returns the button: kAlertFirstButton
+    /// when the user agrees.
+    int isUserAgree();
+    /// Shows the welcome window on the first run. Answers whether this is the first run.
+    bool showFirstWindow();
+    /// Tells the user, and opens the system's settings, when the program lacks the access to all
+    /// files.
+    void checkForFullDiskAccess();
+    /// Removes the helper, the login item and the settings, if the user says so; then shows where
+    /// the program is, and ends it. Returns before it has asked.
+    void uninstall();
 
     // --- Actions ---
 
@@ -141,6 +189,11 @@ class QVKestrin : public QObject {
     void emptyAllTrashesAction();
     void emptyHardDriveTrashAction(QVDiskMenuItemView* row);
     void smartDeletion();
+    /// Opens the check for updates, from the event loop.
+    void checkForUpdate();
+    /// Lets the user choose the folder of the start-up disk, and hands on the answer. Returns at
+    /// once.
+    void askForStartUpDisk(FolderAnswer answered);
     /// Do what a hot key or a second start asks for: the same as the menu's entry, but while a
     /// question, an erase or the browsing window is open they only bring that forward.
     void requestToEmptyAll();
@@ -216,6 +269,16 @@ class QVKestrin : public QObject {
     QString figuresText(bool somethingIsLeftOut) const;
     std::optional<TrashFigures> figuresOfRows() const;
 
+    // The greeting (QVKestrin_launch.cpp)
+    bool mayBegin();
+    void lookForHelper();
+    void greet();
+
+    // The removal of the program (QVKestrin_uninstall.cpp)
+    void askToUninstall(const std::optional<PackageOwner>& helperOwner);
+    bool removeInstallation(const std::optional<PackageOwner>& helperOwner);
+    void endUninstalled();
+
     // Erasing
     bool showWhatIsOpen();
     void setIsWorking(bool isWorking);
@@ -239,6 +302,9 @@ class QVKestrin : public QObject {
     void cleanSmartWindowMemory();
     void cleanMemoryNow();
 
+    /// The questions and windows that end the launch.
+    enum class Greeting { Due, Open, Over };
+
     const AppServices m_services;
     bool m_isWorking = false;
     bool m_menuIsOpen = false;
@@ -246,7 +312,9 @@ class QVKestrin : public QObject {
     bool m_isAsking = false;      ///< an erase action waits for the list of trashes
     bool m_isEnding = false;
     bool m_isTellingOfStatusArea = false;  ///< that there is none
+    bool m_isUninstalling = false;
     Launch m_launch = Launch::InStatusArea;
+    Greeting m_greeting = Greeting::Due;
     std::unique_ptr<QMenu> m_kestrinMenu;
     QMenu* m_subTrashMenu = nullptr;  ///< child of m_kestrinMenu
     std::unique_ptr<StatusDisplay> m_statusItem;
@@ -261,6 +329,7 @@ class QVKestrin : public QObject {
     Observation m_stopObservation;
     Observation m_responseObservation;
     Observation m_smartWindowObservation;
+    Observation m_firstTimeObservation;
 };
 
 }  // namespace kestrin

@@ -57,8 +57,8 @@ bool hasDisplay() {
 std::optional<std::string> programAction(const std::vector<std::string>& words) {
     if (words.size() > 1 || !hasDisplay()) return std::nullopt;
     if (words.empty()) return "";
-    const bool isAction =
-        words[0] == "--empty-all" || words[0] == "--smart-window" || words[0] == "--quit";
+    const bool isAction = words[0] == "--empty-all" || words[0] == "--smart-window" ||
+                          words[0] == "--login" || words[0] == "--quit";
     return isAction ? std::make_optional(words[0].substr(2)) : std::nullopt;
 }
 

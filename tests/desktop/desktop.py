@@ -34,8 +34,12 @@ class DesktopTest(EndToEndTest):
         self._parts, self._gated = {}, []
         self.kestrin = self.app = None
         self.lend("libkestrin_app.so")
-        self.write_settings(show_install_helper_tool="true")
+        self.write_settings()
         self.start_session()
+
+    def write_settings(self, **settings):
+        """Those of a user who has agreed to the disclaimer and wants no helper, but for what is given."""
+        super().write_settings(**{"is_first_run": "false", "show_install_helper_tool": "true"} | settings)
 
     # The desktop.
 

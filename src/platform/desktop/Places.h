@@ -29,9 +29,16 @@ FileUrl ownHelperTool();
 /// The file of the running program. Empty when the system does not tell it.
 FileUrl ownProgram();
 
-/// True when the program's full access to files needs no consent of the system: always on Linux.
-constexpr bool hasFullDiskAccess() {
-    return true;
-}
+/// How the system lets a program read all files of the user.
+struct FullDiskAccess {
+    /// A path below the home folder, of a file that only a program with that access can read. Empty
+    /// where programs need no consent of the system, as on Linux.
+    std::string probe;
+    std::string settingsUrl;  ///< opens the system's settings where the user gives the access
+};
+FullDiskAccess fullDiskAccess();
+/// The home folder that the user database has for the real user, whatever the environment says;
+/// empty when the database has none.
+std::string homeOfRealUser();
 
 }  // namespace kestrin

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Whole small files, read without trusting what they are.
+// Whole small files, read without trusting what they are, and taken away.
 #pragma once
 
 #include <cstddef>
@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/FileUrl.h"
+#include "base/Result.h"
 
 namespace kestrin {
 
@@ -20,5 +21,8 @@ enum class LastLink {
 /// is neither waited for nor touched), a larger file, and one that cannot be read.
 std::optional<std::string> readSmallFile(const FileUrl& file, std::size_t maximumBytes,
                                          LastLink link);
+
+/// Removes a file, or a link itself; never a folder. Errors: those of unlink(2), by errorFromErrno.
+MaybeError removeFile(const FileUrl& file);
 
 }  // namespace kestrin

@@ -25,22 +25,24 @@ FileUrl folderOrBelowHome(const char* variable, std::string_view belowHome) {
     return FileUrl::fromPath(homeFolder()).appending(belowHome);
 }
 
-std::string homeFromUserDatabase() {
+/// Empty when the user database has no home for `user`.
+std::string homeFromUserDatabase(uid_t user) {
     std::vector<char> buffer(1024);
     passwd entry;
     passwd* found = nullptr;
-    while (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE) {
+    while (getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) == ERANGE) {
         buffer.resize(buffer.size() * 2);
     }
-    // A user without a home, such as a service's, has "/" as its home: nothing there is writable.
-    return found && found->pw_dir && found->pw_dir[0] == '/' ? found->pw_dir : "/";
+    return found && found->pw_dir && found->pw_dir[0] == '/' ? found->pw_dir : "";
 }
 
 }  // namespace
 
 std::string homeFolder() {
     if (const auto folder = folderFromEnvironment("HOME")) return folder->path();
-    return FileUrl::fromPath(homeFromUserDatabase()).path();
+    // A user without a home, such as a service's, has "/" as its home: nothing there is writable.
+    const std::string home = homeFromUserDatabase(geteuid());
+    return FileUrl::fromPath(home.empty() ? "/" : home).path();
 }
 
 std::string dataHomeFolder() {
@@ -76,6 +78,14 @@ FileUrl ownHelperTool() {
         if (::access(tool.path().c_str(), F_OK) == 0) return tool;
     }
     return {};
+}
+
+FullDiskAccess fullDiskAccess() {
+    return {};
+}
+
+std::string homeOfRealUser() {
+    return homeFromUserDatabase(getuid());
 }
 
 }  // namespace kestrin

@@ -10,6 +10,7 @@
 #include <QStringList>
 #include <QUrl>
 #include <algorithm>
+#include <utility>
 
 namespace kestrin {
 namespace {
@@ -33,8 +34,9 @@ void openFolder(const FileUrl& folder) {
 
 }  // namespace
 
-void revealInFileManager(const std::vector<FileUrl>& items, std::chrono::milliseconds patience) {
-    if (items.empty()) return;
+void revealInFileManager(const std::vector<FileUrl>& items, std::chrono::milliseconds patience,
+                         std::function<void()> done) {
+    if (items.empty()) return done();
     QDBusMessage call =
         QDBusMessage::createMethodCall(kService, kPath, kService, QStringLiteral("ShowItems"));
     call.setArguments({locationsOf(items), QString()});
@@ -43,9 +45,10 @@ void revealInFileManager(const std::vector<FileUrl>& items, std::chrono::millise
         QDBusConnection::sessionBus().asyncCall(call, static_cast<int>(patience.count())),
         application);
     QObject::connect(answer, &QDBusPendingCallWatcher::finished, application,
-                     [answer, folder = items.front().parent()] {
+                     [answer, folder = items.front().parent(), done = std::move(done)] {
                          answer->deleteLater();
                          if (answer->isError()) openFolder(folder);
+                         done();
                      });
 }
 

@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/QVKestrin.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "app/support/QVKestrinTest.h"
+#include "support/ScopedVariable.h"
+
+namespace kestrin {
+namespace {
+
+using namespace test;
+
+/// The end of the launch, of a user who has the helper's client.
+struct GreetingTest : QVKestrinTest {
+    GreetingTest() { hasHelperClient = true; }
+    void start(QVKestrin::Launch kind, bool isFirstRun) {
+        defaults.set("is_first_run", isFirstRun);
+        steps.clear();
+        windows = {};
+        terminated = 0;
+        alerts.models.clear();
+        controller = std::make_unique<QVKestrin>(services());
+        EXPECT_TRUE(controller->applicationDidFinishLaunching(kind));
+    }
+    /// Everything that a user can ask for.
+    void askForAll() {
+        controller->requestToEmptyAll();
+        controller->requestSmartWindow();
+        controller->activate();
+        for (const int tag : {20, 30, 31, 33})
+            controller->mainMenuAction(tag);
+        for (const int tag : {1, 4, 5, 6, 12})
+            controller->serviceMenuAction(tag);
+    }
+};
+
+TEST_F(GreetingTest, asksToAgreeBeforeAnythingElse) {
+    using enum QVKestrin::Launch;
+    for (const auto kind : {InStatusArea, ForSmartWindow}) {
+        defaults.set("is_first_run", true);
+        const std::string before = readFile(folder / "settings.conf");
+        alerts.addAnswer(kAlertSecondButton, false, [this] { askForAll(); });
+        start(kind, true);
+        EXPECT_EQ(alerts.models.size(), 1u);
+        EXPECT_EQ(alerts.models.at(0).notAnswered, kAlertSecondButton);
+        EXPECT_EQ(steps, "") << "nothing is shown";
+        EXPECT_EQ(windows.made, 0);
+        EXPECT_EQ(terminated, 1);
+        EXPECT_EQ(readFile(folder / "settings.conf"), before) << "nothing is stored";
+
+        // The program ends while the question is open, however that is answered then.
+        alerts.addAnswer(kAlertFirstButton, false, [this] { controller->quit(); });
+        start(kind, true);
+        EXPECT_EQ(steps, "");
+        EXPECT_EQ(windows.made, 0);
+
+        alerts.addAnswer(kAlertFirstButton);
+        duringStep = [this] { EXPECT_EQ(windows.made, 0) << "the helper's question is first"; };
+        start(kind, true);
+        EXPECT_EQ(steps, "install welcome ");
+        EXPECT_EQ(windows.made, kind == ForSmartWindow ? 1 : 0);
+    }
+    start(InStatusArea, false);
+    EXPECT_EQ(steps, "install information ");
+    EXPECT_TRUE(alerts.models.empty());
+    hasHelperClient = false;
+    start(InStatusArea, true);
+    EXPECT_EQ(steps + std::to_string(alerts.models.size()), "0");
+}
+
+TEST_F(GreetingTest, isPutOffByAStartAtLogin) {
+    using enum QVKestrin::Launch;
+    start(AtLogin, false);
+    EXPECT_EQ(steps, "look ");
+    controller->serviceMenuAction(1);
+    EXPECT_EQ(steps, "look install welcome ");
+    controller->activate();
+    controller->activate();
+    EXPECT_EQ(steps, "look install welcome information ") << "a start by hand";
+
+    alerts.addAnswer(kAlertSecondButton);
+    start(AtLogin, true);
+    EXPECT_TRUE(alerts.models.empty());
+    controller->requestSmartWindow();
+    EXPECT_EQ(steps, "look ");
+    EXPECT_EQ(windows.made, 0);
+    EXPECT_EQ(terminated, 1);
+
+    duringStep = [this] { controller->requestSmartWindow(); };
+    start(AtLogin, false);
+    EXPECT_EQ(steps, "look install ");
+    EXPECT_EQ(windows.made, 1);
+
+    hasStatusArea = false;
+    told.clear();
+    controller = std::make_unique<QVKestrin>(services());
+    EXPECT_FALSE(controller->applicationDidFinishLaunching(AtLogin));
+    EXPECT_TRUE(alerts.models.empty());
+    EXPECT_EQ(told.size(), 1) << "no window tells it";
+}
+
+TEST(QVFullDiskAuthorizationTest, asksTheSystemAfreshEachTime) {
+    using Status = QVFullDiskAuthorization::Status;
+    const ScratchFolder home;
+    const ScopedVariable variable("HOME", home.path());
+    QStringList opened;
+    const auto open = [&](const QString& url) { opened.push_back(url); };
+    EXPECT_EQ(QVFullDiskAuthorization(fullDiskAccess(), open).authorizationStatus(),
+              Status::Granted);
+    const QVFullDiskAuthorization access({"/Library/probe", "settings:files"}, open);
+    EXPECT_EQ(access.authorizationStatus(), Status::CannotTell);
+    writeFile(home / "Library/probe");
+    EXPECT_EQ(access.authorizationStatus(), Status::Granted);
+    ::chmod((home / "Library/probe").c_str(), 0);
+    EXPECT_EQ(access.authorizationStatus(), Status::Denied);
+    access.requestAuthorizationWithCompletion([] { FAIL() << "the system never tells"; });
+    EXPECT_EQ(opened, QStringList{QStringLiteral("settings:files")});
+    const ScopedVariable sandbox("APP_SANDBOX_CONTAINER_ID", "x");
+    EXPECT_DEATH(access.userHomeFolderPath(), "pw") << "the user of the tests has no account";
+}
+
+/// The removal of the program, by a user who confirms it.
+struct UninstallTest : QVKestrinTest {
+    void SetUp() override {
+        QVKestrinTest::SetUp();
+        launch();
+        writeFile(folder / "helper");
+        removal = [this] { std::remove((folder / "helper").c_str()); };
+    }
+    /// Answers the steps, what the last alert said, and whether the settings are there.
+    std::string uninstall(int answer = kAlertSecondButton) {
+        steps.clear();
+        alerts.models.clear();
+        alerts.addAnswer(answer);
+        duringStep = removal;
+        controller->serviceMenuAction(12);
+        return steps + '/' + alerts.models.back().title.toStdString() + '/' +
+               (isThere("settings.conf") ? "kept" : "gone");
+    }
+    std::function<void()> removal;
+};
+
+TEST_F(UninstallTest, removesOneAfterTheOtherAndStopsWhereItCannot) {
+    const auto text = [this](const char* key, auto table) {
+        return texts.text(key, table).toStdString();
+    };
+    const std::string question = text("ask_uninstall", StringTable::Table::Default);
+    EXPECT_EQ(uninstall(kAlertFirstButton), "/" + question + "/kept");
+    EXPECT_EQ(alerts.models.at(0).notAnswered, kAlertFirstButton);
+    const auto remove = std::exchange(removal, nullptr);
+    const std::string failed = text("uninstall_failed", StringTable::Table::Errors);
+    EXPECT_EQ(uninstall(), "remove /" + failed + "/kept");
+    removal = remove;
+    loginItemError = HostError{.domain = {}, .userInfo = {{"errorString", "disk full"}}};
+    EXPECT_EQ(uninstall(), "remove login item /disk full/kept");
+    loginItemError.reset();
+    EXPECT_EQ(terminated, 0);
+
+    // A helper of a package stays, and the rest goes all the same.
+    writeFile(folder / "helper");
+    removal = nullptr;
+    helperOwner = std::optional(PackageOwner{"dpkg", "kestrin-helper", "apt remove it", ""});
+    const std::string done = text("uninstall_successful", StringTable::Table::Default);
+    EXPECT_EQ(uninstall(), "login item reveal /" + done + "/gone");
+    EXPECT_TRUE(alerts.models.at(0).text.contains(QStringLiteral("apt remove it")));
+    EXPECT_TRUE(isThere("helper"));
+    EXPECT_EQ(terminated, 1);
+}
+
+TEST_F(UninstallTest, saysNothingWhenThereAreNoSettings) {
+    std::remove((folder / "settings.conf").c_str());
+    EXPECT_EQ(uninstall(),
+              "remove login item /" + texts.text("ask_uninstall"_key).toStdString() + "/gone");
+    EXPECT_EQ(terminated, 0);
+    alerts.addAnswer(kAlertSecondButton, false, [this] { controller->quit(); });
+    steps.clear();
+    controller->serviceMenuAction(12);
+    EXPECT_EQ(steps, "") << "the program ends: nothing begins any more";
+}
+
+}  // namespace
+}  // namespace kestrin
