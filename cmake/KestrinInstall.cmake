@@ -29,6 +29,8 @@ install(FILES "${CMAKE_BINARY_DIR}/com.quorvane.Kestrin3.service"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/dbus-1/services")
 install(FILES resources/com.quorvane.Kestrin3.desktop
     DESTINATION "${CMAKE_INSTALL_DATADIR}/applications")
+install(FILES resources/com.quorvane.Kestrin3.metainfo.xml
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/metainfo")
 
 set(icons "${CMAKE_INSTALL_DATADIR}/icons/hicolor")
 install(FILES resources/icons/kestrin.svg DESTINATION "${icons}/scalable/apps")

@@ -702,6 +702,10 @@ Examples:
         <source></source>
         <translation>Counting the items…</translation>
     </message>
+    <message id="info_title">
+        <source></source>
+        <translation>What Is New in Kestrin %@</translation>
+    </message>
     <message id="install_button">
         <source></source>
         <translation>Install</translation>
@@ -1284,6 +1288,34 @@ Examples:
     <message id="update_helper_tool_mess">
         <source></source>
         <translation>The helper erases locked items and items that you have no permission to erase. An administrator’s password is needed.</translation>
+    </message>
+    <message id="updates_looking">
+        <source></source>
+        <translation>Looking up how this copy was installed…</translation>
+    </message>
+    <message id="updates_news_button">
+        <source></source>
+        <translation>What Is &amp;New…</translation>
+    </message>
+    <message id="updates_no_package">
+        <source></source>
+        <translation>This copy, in %@, was not installed as a package: nothing updates it by itself. Install a newer version in the same way as this one.</translation>
+    </message>
+    <message id="updates_package">
+        <source></source>
+        <translation>This copy was installed as the package “%@”. The updates of your system bring newer versions of it, and so does this command in a terminal:</translation>
+    </message>
+    <message id="updates_title">
+        <source></source>
+        <translation>Check for Updates</translation>
+    </message>
+    <message id="updates_unknown">
+        <source></source>
+        <translation>How this copy was installed could not be found out (%@). If it came as a package, the updates of your system bring newer versions of it.</translation>
+    </message>
+    <message id="updates_version">
+        <source></source>
+        <translation>This is Kestrin %@</translation>
     </message>
     <message id="volume_not_answering">
         <source></source>

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/windows/NewsletterWindow.h"
 
-#include <QDialogButtonBox>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -17,25 +16,18 @@ NewsletterWindow::NewsletterWindow(const WindowServices& services)
     const bool wasOpened = m_services.defaults.boolForKey("newsletter_subscribed");
     m_state = paragraph(QStringLiteral("state"),
                         texts.text(wasOpened ? "news_opened_before"_key : "news_private"_key));
-    auto* const buttons = new QDialogButtonBox;
-    QPushButton* const page =
-        buttons->addButton(texts.text("news_page_button"_key), QDialogButtonBox::ActionRole);
-    page->setObjectName(QStringLiteral("page_button"));
-    page->setDefault(true);
-    connect(page, &QPushButton::clicked, this, &NewsletterWindow::openPage);
-    QPushButton* const done =
-        buttons->addButton(texts.text("done_button"_key), QDialogButtonBox::RejectRole);
-    done->setObjectName(QStringLiteral("done_button"));
-    connect(done, &QPushButton::clicked, this, &QWidget::close);
-
     auto* const layout = new QVBoxLayout(this);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->addWidget(titleLabel(texts.text("news_title"_key)));
     layout->addWidget(paragraph(QStringLiteral("text"), texts.text("news_text"_key)));
-    layout->addWidget(copyableParagraph(QStringLiteral("page"), texts.text("news_page"_key)));
+    layout->addWidget(copyableLine(QStringLiteral("page"), texts.text("news_page"_key)));
     layout->addWidget(m_state);
-    layout->addWidget(buttons);
-    page->setFocus();
+    QBoxLayout* const buttons = addButtonRow(*layout);
+    buttons->addStretch();
+    QPushButton* const page =
+        addButton(*buttons, "page_button", texts.text("news_page_button"_key));
+    connect(page, &QPushButton::clicked, this, &NewsletterWindow::openPage);
+    addDoneButton(*buttons, *this, texts.text("done_button"_key));
 }
 
 void NewsletterWindow::openPage() {

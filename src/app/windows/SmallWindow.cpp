@@ -2,7 +2,10 @@
 #include "app/windows/SmallWindow.h"
 
 #include <QFontDatabase>
+#include <QHBoxLayout>
 #include <QLabel>
+#include <QPushButton>
+#include <QShortcut>
 #include <QStyle>
 
 #include "platform/desktop/ui/TrashIcon.h"
@@ -14,6 +17,7 @@ namespace {
 
 constexpr int kTextWidth = 400;
 constexpr int kIconSize = 64;
+constexpr int kSpaceAboveButtons = 8;
 constexpr double kTitleSize = 1.4;  // times the size of other texts
 
 }  // namespace
@@ -22,6 +26,7 @@ SmallWindow::SmallWindow(const QString& title) {
     setWindowFlags(kDialogFrame);
     setWindowTitle(plainWindowTitle(title));
     setAttribute(Qt::WA_DeleteOnClose);
+    connect(new QShortcut(QKeySequence::Close, this), &QShortcut::activated, this, &QWidget::close);
 }
 
 void SmallWindow::bringToFront() {
@@ -55,11 +60,34 @@ QLabel* paragraph(const QString& name, const QString& text) {
     return label;
 }
 
-QLabel* copyableParagraph(const QString& name, const QString& text) {
+QLabel* copyableLine(const QString& name, const QString& text) {
     QLabel* const label = paragraph(name, text);
+    label->setWordWrap(false);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     label->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     return label;
+}
+
+QBoxLayout* addButtonRow(QBoxLayout& layout) {
+    auto* const row = new QHBoxLayout;
+    layout.addSpacing(kSpaceAboveButtons);
+    layout.addLayout(row);
+    return row;
+}
+
+QPushButton* addButton(QBoxLayout& row, const char* name, const QString& text) {
+    auto* const button = new QPushButton(text);
+    button->setObjectName(QLatin1String(name));
+    row.addWidget(button);
+    return button;
+}
+
+// Only a button that stands in its window can be that window's own.
+void addDoneButton(QBoxLayout& row, SmallWindow& window, const QString& text) {
+    QPushButton* const done = addButton(row, "done_button", text);
+    QObject::connect(done, &QPushButton::clicked, &window, &QWidget::close);
+    done->setDefault(true);
+    done->setFocus();
 }
 
 QLabel* iconLabel(const QWidget& window) {

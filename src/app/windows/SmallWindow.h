@@ -5,11 +5,14 @@
 #include <QApplication>
 #include <QDialog>
 
+class QBoxLayout;
 class QLabel;
+class QPushButton;
 
 namespace kestrin {
 
-/// A window that deletes itself when it is closed. Escape closes it, and that answers nothing.
+/// A window that deletes itself when it is closed. Escape and the key of the desktop for closing do
+/// that, and answer nothing.
 class SmallWindow : public QDialog {
     Q_OBJECT
 
@@ -35,10 +38,17 @@ void closeSmallWindows();
 
 /// A line in the size of titles.
 QLabel* titleLabel(const QString& text);
-/// A text of several lines; its width is that of the window.
+/// A text that is broken into lines of the window's width.
 QLabel* paragraph(const QString& name, const QString& text);
-/// The same for what the user may want to copy, such as a command or an address.
-QLabel* copyableParagraph(const QString& name, const QString& text);
+/// One line that the user may want to copy, such as a command or an address.
+QLabel* copyableLine(const QString& name, const QString& text);
+/// A row of buttons at the end of `layout`, with room above it.
+QBoxLayout* addButtonRow(QBoxLayout& layout);
+/// Adds a button with that object name at the end of the row.
+QPushButton* addButton(QBoxLayout& row, const char* name, const QString& text);
+/// Adds the button that closes `window` behind the others. Return presses it.
+void addDoneButton(QBoxLayout& row, SmallWindow& window, const QString& text);
+
 /// The program's icon, as large as that of an alert.
 QLabel* iconLabel(const QWidget& window);
 

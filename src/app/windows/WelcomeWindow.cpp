@@ -2,15 +2,14 @@
 #include "app/windows/WelcomeWindow.h"
 
 #include <QCheckBox>
-#include <QDialogButtonBox>
 #include <QEvent>
 #include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <functional>
 
 #include "base/StringTable.h"
 #include "base/UserDefaults.h"
+#include "widgets/Colors.h"
 
 namespace kestrin {
 namespace {
@@ -48,8 +47,7 @@ WelcomeWindow::WelcomeWindow(const WindowServices& services)
     auto* const layout = new QVBoxLayout(this);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->addLayout(head);
-    layout->addSpacing(kSpacing);
-    layout->addWidget(makeButtons());
+    addButtons(*addButtonRow(*layout));
     showShortcuts();
 }
 
@@ -75,6 +73,7 @@ QLayout* WelcomeWindow::makeShortcuts() {
 QWidget* WelcomeWindow::makeLogin() {
     m_login = new QCheckBox(m_services.texts.text("welcome_login"_key));
     m_login->setObjectName(QStringLiteral("login"));
+    m_login->setPalette(checkBoxPalette(palette()));
     UserDefaults& defaults = m_services.defaults;
     m_loginObservation = defaults.observe(
         "values.launch_at_login", UserDefaults::Notify::NowAndOnChange, [this](const auto&) {
@@ -85,27 +84,21 @@ QWidget* WelcomeWindow::makeLogin() {
     return m_login;
 }
 
-QWidget* WelcomeWindow::makeButtons() {
-    auto* const box = new QDialogButtonBox;
-    const auto add = [&](std::string_view key, const char* name, QDialogButtonBox::ButtonRole role,
-                         const std::function<void()>& press) {
-        QPushButton* const button = box->addButton(m_services.texts.text(key), role);
-        button->setObjectName(QLatin1String(name));
-        connect(button, &QPushButton::clicked, this, press);
-        return button;
-    };
-    add("welcome_shortcuts_button"_key, "shortcuts_button", QDialogButtonBox::ResetRole, [this] {
-        m_services.showPreferences();
-    })->setVisible(static_cast<bool>(m_services.showPreferences));
-    add("welcome_open_button"_key, "open_button", QDialogButtonBox::ActionRole, [this] {
-        // It is this window's place that the other one takes.
-        close();
-        m_services.openSmartWindow();
-    })->setVisible(static_cast<bool>(m_services.openSmartWindow));
-    add("done_button"_key, "done_button", QDialogButtonBox::AcceptRole, [this] {
-        close();
-    })->setDefault(true);
-    return box;
+void WelcomeWindow::addButtons(QBoxLayout& row) {
+    const StringTable& texts = m_services.texts;
+    if (m_services.showPreferences) {
+        connect(addButton(row, "shortcuts_button", texts.text("welcome_shortcuts_button"_key)),
+                &QPushButton::clicked, this, m_services.showPreferences);
+    }
+    row.addStretch();
+    if (m_services.openSmartWindow) {
+        connect(addButton(row, "open_button", texts.text("welcome_open_button"_key)),
+                &QPushButton::clicked, this, [this] {
+                    close();  // the other window comes in the place of this one
+                    m_services.openSmartWindow();
+                });
+    }
+    addDoneButton(row, *this, texts.text("done_button"_key));
 }
 
 void WelcomeWindow::showShortcuts() {
@@ -125,13 +118,15 @@ void WelcomeWindow::showShortcuts() {
 /// user comes back.
 void WelcomeWindow::changeEvent(QEvent* event) {
     SmallWindow::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && m_login)
+        m_login->setPalette(checkBoxPalette(palette()));
     if (event->type() == QEvent::ActivationChange && isActiveWindow()) showShortcuts();
 }
 
 void showWelcomeWindow(const WindowServices& services) {
     showOne<WelcomeWindow>(services);
     if (!services.defaults.boolForKey("is_first_run")) return;
-    services.defaults.set("is_first_run", false);
+    services.defaults.setQuietly("is_first_run", false);
     services.center.post("openForTheFirstTime", &kBundleIdentifier);
 }
 

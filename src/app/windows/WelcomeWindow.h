@@ -30,7 +30,7 @@ class WelcomeWindow : public SmallWindow {
  private:
     QLayout* makeShortcuts();
     QWidget* makeLogin();
-    QWidget* makeButtons();
+    void addButtons(QBoxLayout& row);
     void showShortcuts();
 
     const WindowServices m_services;

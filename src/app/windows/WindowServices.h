@@ -6,7 +6,9 @@
 #include <functional>
 #include <string_view>
 
+#include "base/FileUrl.h"
 #include "platform/desktop/PackageOwner.h"
+#include "platform/desktop/Places.h"
 #include "platform/desktop/SoftwareCenter.h"
 
 namespace kestrin {
@@ -30,6 +32,8 @@ struct WindowServices {
     std::function<void()> showPreferences{};
     /// Hands the address to the desktop; false when nothing there takes it.
     std::function<bool(const QString& url)> openUrl{};
+    /// Where the version is kept of which the user was told what is new.
+    FileUrl shownVersionFile = location(Place::ShownVersion);
     /// How this copy of the program came here.
     std::function<void(std::function<void(const PackageAnswer&)>)> findOwnPackage =
         &kestrin::findOwnPackage;

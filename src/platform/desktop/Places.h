@@ -16,6 +16,7 @@ std::string dataHomeFolder();
 enum class Place {
     Logs,          ///< root of the erase logs: $XDG_STATE_HOME/Kestrin 3, else ~/.local/state/…
     CrashReports,  ///< "Crash Reports" in that folder
+    ShownVersion,  ///< "version" in that folder
     HelperTool,    ///< /usr/libexec/com.quorvane.Kestrin3Helper
     PreferencesFile,  ///< $XDG_CONFIG_HOME/com.quorvane.kestrin-3.conf, else ~/.config/…
 };

@@ -8,11 +8,17 @@
 #include <QLabel>
 #include <QPointer>
 #include <QTest>
+#include <QTextBrowser>
+#include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "app/windows/InformationWindow.h"
 #include "app/windows/NewsletterWindow.h"
+#include "app/windows/ReleaseNotes.h"
+#include "app/windows/UpdatesWindow.h"
 #include "app/windows/WelcomeWindow.h"
 #include "base/StringTable.h"
 #include "base/UserDefaults.h"
@@ -63,7 +69,8 @@ class SmallWindowsTest : public ::testing::Test {
             [this](const QString& url) {
                 opened.push_back(url);
                 return hasBrowser;
-            }};
+            },
+        .shownVersionFile = FileUrl::fromPath(scratch / "state/Kestrin 3/version")};
 };
 
 TEST_F(SmallWindowsTest, WelcomeEndsTheFirstRunOnceAndIsOneWindow) {
@@ -74,7 +81,7 @@ TEST_F(SmallWindowsTest, WelcomeEndsTheFirstRunOnceAndIsOneWindow) {
     for (int i = 0; i < 2; ++i)
         showWelcomeWindow(services);
     EXPECT_EQ(posted, 1);
-    EXPECT_EQ(readFile(scratch / "settings.conf"), "[General]\nis_first_run=false\n");
+    EXPECT_THAT(readFile(scratch / "settings.conf"), ::testing::EndsWith("\nis_first_run=false\n"));
     ASSERT_EQ(open<WelcomeWindow>().size(), 1);
     const QPointer<QWidget> window = open<WelcomeWindow>().at(0);
     QTest::keyClick(window, Qt::Key_Escape);
@@ -114,6 +121,66 @@ TEST_F(SmallWindowsTest, NewsletterRemembersAPageThatOpened) {
     closeSmallWindows();
     showNewsletterWindow(services);
     EXPECT_THAT(text("state"), ::testing::HasSubstr("before"));
+}
+
+TEST_F(SmallWindowsTest, InformationComesOnceForEachNewVersion) {
+    const std::string state = services.shownVersionFile.path();
+    const auto comesFor = [&](const std::string& kept) {
+        if (!kept.empty()) writeFile(state, kept);
+        showInformationWindowIfNew(services);
+        const bool isOpen = !open<InformationWindow>().empty();
+        closeSmallWindows();
+        return isOpen;
+    };
+    EXPECT_FALSE(comesFor("")) << "nobody knows what was shown before";
+    EXPECT_EQ(readFile(state), KESTRIN_VERSION "\n");
+    EXPECT_TRUE(comesFor("2.9.1\n"));
+    EXPECT_EQ(readFile(state), KESTRIN_VERSION "\n");
+    EXPECT_FALSE(comesFor(""));
+    for (const char* kept : {"99.0", "", "no version", KESTRIN_VERSION})
+        EXPECT_FALSE(comesFor(kept)) << kept;
+    std::filesystem::remove(state);
+    writeFile(scratch / "elsewhere", "2.0");
+    std::filesystem::create_symlink(scratch / "elsewhere", state);
+    EXPECT_FALSE(comesFor(""));
+    EXPECT_EQ(readFile(scratch / "elsewhere"), "2.0") << "a link is left alone";
+}
+
+TEST_F(SmallWindowsTest, InformationTellsWhatCameAfterAVersion) {
+    const QString log = QStringLiteral(
+        "# Changelog\nForm.\n\n## [99.0] - 2030-01-01\nfuture\n## [3.0.0] - Unreleased\n\n### "
+        "Added\n"
+        "- new\n## [2.5.0] - 2020-01-01\n- older\n## [2.0.0] - 2010-01-01\n- oldest\n");
+    const auto after = [&](int major, int minor) {
+        return changesAfter(QVersionNumber(major, minor), log).toStdString();
+    };
+    EXPECT_EQ(after(2, 5), "### Added\n- new");
+    EXPECT_EQ(after(2, 1), "## 3.0.0\n\n### Added\n- new\n## 2.5.0\n- older");
+    showInformationWindow(services);
+    EXPECT_GT(find<QTextBrowser>("changes").toPlainText().size(), 500);
+}
+
+TEST_F(SmallWindowsTest, UpdatesSayWhatIsKnown) {
+    const auto tells = [&](const PackageAnswer& answer) {
+        WindowServices asked = services;
+        asked.softwareCenterKnowsProgram = [] { return false; };
+        asked.findOwnPackage = [&](auto found) { found(answer); };
+        closeSmallWindows();
+        checkForUpdates(asked);
+        return text("state") + " " + text("command");
+    };
+    EXPECT_THAT(tells(std::optional(PackageOwner{"dpkg", "kestrin", "", "sudo upgrade kestrin"})),
+                ::testing::AllOf(::testing::HasSubstr("“kestrin”"),
+                                 ::testing::HasSubstr("sudo upgrade kestrin")));
+    EXPECT_THAT(tells(std::optional<PackageOwner>()),
+                ::testing::HasSubstr("not installed as a package"));
+    EXPECT_THAT(tells(HostError{}), ::testing::HasSubstr("could not be found out"));
+    WindowServices centered = services;
+    centered.softwareCenterKnowsProgram = [] { return true; };
+    closeSmallWindows();
+    checkForUpdates(centered);
+    EXPECT_EQ(opened, std::vector{QStringLiteral("appstream://com.quorvane.Kestrin3")});
+    EXPECT_TRUE(open<SmallWindow>().empty());
 }
 
 }  // namespace

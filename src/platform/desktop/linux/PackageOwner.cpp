@@ -134,7 +134,7 @@ PackageOwner ofDpkg(const std::string& package) {
     if (!isInstalled("apt-get"))
         return {"dpkg", package, "sudo dpkg --remove " + package, "sudo dpkg --install FILE.deb"};
     return {"dpkg", package, "sudo apt-get remove " + package,
-            "sudo apt-get update && sudo apt-get install --only-upgrade " + package};
+            "sudo apt-get update && sudo apt-get install " + package};
 }
 
 PackageOwner ofRpm(const std::string& package) {

@@ -55,6 +55,8 @@ FileUrl location(Place place) {
             return folderOrBelowHome("XDG_STATE_HOME", ".local/state").appending("Kestrin 3");
         case Place::CrashReports:
             return location(Place::Logs).appending("Crash Reports");
+        case Place::ShownVersion:
+            return location(Place::Logs).appending("version");
         case Place::HelperTool:
             return FileUrl::fromPath("/usr/libexec/com.quorvane.Kestrin3Helper");
         case Place::PreferencesFile:
