@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include "app/windows/ReleaseNotes.h"
 #include "base/StringTable.h"
 #include "base/UserDefaults.h"
 #include "widgets/Colors.h"
@@ -127,6 +128,8 @@ void showWelcomeWindow(const WindowServices& services) {
     showOne<WelcomeWindow>(services);
     if (!services.defaults.boolForKey("is_first_run")) return;
     services.defaults.setQuietly("is_first_run", false);
+    // A new user is told what is new from the next version on.
+    keepRunningVersion(services.shownVersionFile);
     services.center.post("openForTheFirstTime", &kBundleIdentifier);
 }
 

@@ -42,8 +42,9 @@ class WelcomeWindow : public SmallWindow {
     Observation m_loginObservation;
 };
 
-/// Shows the welcome window. The first time of all it stores "is_first_run" as false and posts
-/// "openForTheFirstTime" with the sender kBundleIdentifier.
+/// Shows the welcome window. The first time of all it stores "is_first_run" as false, keeps the
+/// version as one that the user knows, and posts "openForTheFirstTime" with the sender
+/// kBundleIdentifier.
 void showWelcomeWindow(const WindowServices& services);
 
 }  // namespace kestrin

@@ -27,7 +27,8 @@ FileUrl location(Place place);
 /// None when it is in neither.
 FileUrl ownHelperTool();
 
-/// The file of the running program. Empty when the system does not tell it.
+/// The file of the running program, or the place where it was when an update has replaced it. Empty
+/// when the system does not tell it.
 FileUrl ownProgram();
 
 /// How the system lets a program read all files of the user.

@@ -81,6 +81,7 @@ TEST_F(SmallWindowsTest, WelcomeEndsTheFirstRunOnceAndIsOneWindow) {
     for (int i = 0; i < 2; ++i)
         showWelcomeWindow(services);
     EXPECT_EQ(posted, 1);
+    EXPECT_EQ(readFile(services.shownVersionFile.path()), KESTRIN_VERSION "\n");
     EXPECT_THAT(readFile(scratch / "settings.conf"), ::testing::EndsWith("\nis_first_run=false\n"));
     ASSERT_EQ(open<WelcomeWindow>().size(), 1);
     const QPointer<QWidget> window = open<WelcomeWindow>().at(0);

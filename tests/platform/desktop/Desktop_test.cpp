@@ -11,6 +11,7 @@
 #include "platform/desktop/DesktopApplications.h"
 #include "platform/desktop/PackageOwner.h"
 #include "platform/desktop/Places.h"
+#include "platform/desktop/SoftwareCenter.h"
 #include "platform/desktop/ThemeIcons.h"
 #include "support/ScopedVariable.h"
 #include "support/TestEnvironment.h"
@@ -100,6 +101,17 @@ TEST_F(DesktopApplicationsTest, FirstFolderInOrderWinsAndMayHideTheEntry) {
     }
     writeFile(scratch / "home/applications/org.x.Editor.desktop", text + "Hidden=true\n");
     EXPECT_EQ(found("org.x.Editor"), "");
+}
+
+TEST_F(DesktopApplicationsTest, SoftwareCenterNeedsAProgramAndADescription) {
+    const auto knows = [] { return softwareCenterKnows("org.x.Tool"); };
+    writeFile(scratch / "b/metainfo/org.x.Tool.metainfo.xml");
+    writeFile(scratch / "a/applications/mimeinfo.cache",
+              "[MIME Cache]\nx-scheme-handler/appstream=gone.desktop;center.desktop;\n");
+    EXPECT_FALSE(knows()) << "the cache may name what is gone";
+    writeFile(scratch / "b/applications/center.desktop", "[Desktop Entry]\n");
+    EXPECT_TRUE(knows());
+    EXPECT_FALSE(softwareCenterKnows("org.x.Other"));
 }
 
 TEST_F(DesktopApplicationsTest, DashesMayStandForSubfoldersButLeadNowhereElse) {

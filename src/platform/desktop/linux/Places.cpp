@@ -69,7 +69,13 @@ FileUrl location(Place place) {
 FileUrl ownProgram() {
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    return error ? FileUrl() : FileUrl::fromPath(program.string());
+    if (error) return {};
+    std::string path = program.string();
+    // An update puts another file in the place of the one that runs, and the kernel marks the name.
+    constexpr std::string_view kMark = " (deleted)";
+    if (path.ends_with(kMark) && ::access(path.c_str(), F_OK) != 0)
+        path.resize(path.size() - kMark.size());
+    return FileUrl::fromPath(path);
 }
 
 FileUrl ownHelperTool() {
