@@ -34,7 +34,7 @@ class HotKeyHost {
     virtual void configure() = 0;
 };
 
-/// The way of this desktop; nullptr where there is none.
+/// The way of this desktop.
 std::unique_ptr<HotKeyHost> makeHotKeyHost(HotKeyHost::Handlers handlers);
 
 }  // namespace kestrin

@@ -16,7 +16,7 @@ HotKeyCenter::HotKeyCenter()
 HotKeyCenter::~HotKeyCenter() = default;
 
 HotKeyCenter::Way HotKeyCenter::way() const {
-    return m_host ? m_host->way() : Way::None;
+    return m_host->way();
 }
 
 void HotKeyCenter::registerHotKey(HotKey hotKey) {
@@ -26,16 +26,16 @@ void HotKeyCenter::registerHotKey(HotKey hotKey) {
     } else {
         *old = std::move(hotKey);
     }
-    if (m_host) m_host->setHotKeys(m_hotKeys);
+    m_host->setHotKeys(m_hotKeys);
 }
 
 void HotKeyCenter::unregisterHotKey(std::string_view identifier) {
     const auto isMeant = [&](const HotKey& hotKey) { return hotKey.identifier == identifier; };
-    if (std::erase_if(m_hotKeys, isMeant) > 0 && m_host) m_host->setHotKeys(m_hotKeys);
+    if (std::erase_if(m_hotKeys, isMeant) > 0) m_host->setHotKeys(m_hotKeys);
 }
 
 HotKeyCenter::State HotKeyCenter::state(std::string_view identifier) const {
-    return m_host && find(identifier) ? m_host->state(identifier) : State::Unavailable;
+    return find(identifier) ? m_host->state(identifier) : State::Unavailable;
 }
 
 QString HotKeyCenter::shownText(std::string_view identifier) const {
@@ -44,7 +44,7 @@ QString HotKeyCenter::shownText(std::string_view identifier) const {
 
 bool HotKeyCenter::isTaken(const Shortcut& shortcut, std::string_view exceptIdentifier) const {
     if (other(shortcut, exceptIdentifier)) return true;
-    return m_host && m_host->isTakenByOther(shortcut);
+    return m_host->isTakenByOther(shortcut);
 }
 
 QString HotKeyCenter::holder(const Shortcut& shortcut, std::string_view exceptIdentifier) const {
@@ -53,15 +53,15 @@ QString HotKeyCenter::holder(const Shortcut& shortcut, std::string_view exceptId
 }
 
 void HotKeyCenter::retry() {
-    if (m_host) m_host->setHotKeys(m_hotKeys);
+    m_host->setHotKeys(m_hotKeys);
 }
 
 bool HotKeyCenter::canConfigure() const {
-    return m_host && m_host->canConfigure();
+    return m_host->canConfigure();
 }
 
 void HotKeyCenter::configure() {
-    if (m_host) m_host->configure();
+    m_host->configure();
 }
 
 const HotKey* HotKeyCenter::find(std::string_view identifier) const {
@@ -81,7 +81,7 @@ void HotKeyCenter::suspend(int more) {
     const bool wasSuspended = m_suspensions > 0;
     m_suspensions += more;
     const bool isSuspended = m_suspensions > 0;
-    if (m_host && isSuspended != wasSuspended) m_host->setSuspended(isSuspended);
+    if (isSuspended != wasSuspended) m_host->setSuspended(isSuspended);
 }
 
 /// The key may have been suspended, or be another's, since it was pressed. What it does may

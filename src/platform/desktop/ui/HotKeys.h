@@ -98,7 +98,7 @@ class HotKeyCenter : public QObject {
 
     std::vector<HotKey> m_hotKeys;
     int m_suspensions = 0;
-    std::unique_ptr<HotKeyHost> m_host;  ///< nullptr without a way
+    const std::unique_ptr<HotKeyHost> m_host;
 };
 
 }  // namespace kestrin

@@ -6,6 +6,7 @@
 
 #include "platform/desktop/ui/linux/KeyGrabs.h"
 #include "platform/desktop/ui/linux/KeyboardMap.h"
+#include "platform/desktop/ui/linux/ShortcutPortal.h"
 
 namespace kestrin {
 
@@ -21,7 +22,7 @@ bool displayHasKeyboard() {
 
 std::unique_ptr<HotKeyHost> makeHotKeyHost(HotKeyHost::Handlers handlers) {
     KeyboardMap* const map = displayHasKeyboard() ? KeyboardMap::shared() : nullptr;
-    if (!map) return nullptr;
+    if (!map) return std::make_unique<ShortcutPortal>(std::move(handlers));
     return std::make_unique<KeyGrabs>(displayConnection(), *map, std::move(handlers));
 }
 
