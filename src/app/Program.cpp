@@ -15,6 +15,10 @@
 #include "app/MenuCreationOperationQueue.h"
 #include "app/ProgressNotices.h"
 #include "app/QVKestrin.h"
+#include "app/windows/InformationWindow.h"
+#include "app/windows/NewsletterWindow.h"
+#include "app/windows/UpdatesWindow.h"
+#include "app/windows/WelcomeWindow.h"
 #include "base/MainThread.h"
 #include "base/OperationQueue.h"
 #include "base/StringTable.h"
@@ -126,6 +130,8 @@ class Program {
     AppServices ownServices();
     EraseServices eraseServices();
     SmartWindowServices smartWindowServices();
+    WindowServices smallWindowServices();
+    void addSmallWindows(AppServices& services);
     QIcon diskIconOf(const TrashLocation& location);
     SecureAccessServices secureAccess();
     std::unique_ptr<AlertPanel> makeAlertPanel();
@@ -147,6 +153,7 @@ class Program {
     std::unique_ptr<MountWatcher> m_mounts;
     TrashWatcher m_trashWatcher;
     const SmartWindowServices m_windowServices{smartWindowServices()};
+    const WindowServices m_smallWindows{smallWindowServices()};
     bool m_hasStatusArea = false;
     bool m_wasRefused = false;  ///< the program cannot work on this desktop
     bool m_isLaunching = false;
@@ -197,7 +204,28 @@ AppServices Program::services() {
     services.reveal = [](const FileUrl& file, std::function<void()> done) {
         revealInFileManager({file}, kRevealPatience, std::move(done));
     };
+    addSmallWindows(services);
     return services;
+}
+
+void Program::addSmallWindows(AppServices& services) {
+    services.showWelcome = [this] { showWelcomeWindow(m_smallWindows); };
+    services.showNewsletter = [this] { showNewsletterWindow(m_smallWindows); };
+    services.showInformation = [this] { showInformationWindowIfNew(m_smallWindows); };
+    services.showUpdates = [this] { checkForUpdates(m_smallWindows); };
+    services.dismissAlerts = [] {
+        WidgetAlertPanel::dismissAll();
+        closeSmallWindows();
+    };
+}
+
+WindowServices Program::smallWindowServices() {
+    return {.center = NotificationCenter::defaultCenter(),
+            .texts = m_texts,
+            .defaults = m_defaults,
+            .openSmartWindow = [this] { m_controller.requestSmartWindow(); },
+            .showPreferences = [this] { m_controller.mainMenuAction(MenuTag::kPreferences); },
+            .openUrl = [](const QString& url) { return QDesktopServices::openUrl(QUrl(url)); }};
 }
 
 AppServices Program::ownServices() {
@@ -225,7 +253,6 @@ AppServices Program::ownServices() {
             .openUrl = [](const QString& url) { QDesktopServices::openUrl(QUrl(url)); },
             .pressStop = pressStop,
             .bringForward = bringForward,
-            .dismissAlerts = &WidgetAlertPanel::dismissAll,
             .tellUser = [this](const QString& text) { tellUser(text); },
             // This is not quit(), which a window that stops its work first may refuse.
             .terminate = [] { QCoreApplication::exit(); },

@@ -64,10 +64,8 @@ QLayout* WelcomeWindow::makeShortcuts() {
     add(0, "welcome_empty_all"_key, m_emptyAll);
     add(1, "welcome_smart_window"_key, m_smartWindow);
     grid->setColumnStretch(1, 1);
-    const auto show = [this](const auto&) { showShortcuts(); };
-    const auto onChange = UserDefaults::Notify::OnChange;
-    m_emptyAllObservation = m_services.defaults.observe("values.empty_trash", onChange, show);
-    m_smartWindowObservation = m_services.defaults.observe("values.smart_delete", onChange, show);
+    if (m_services.observeShortcuts)
+        m_shortcutObservation = m_services.observeShortcuts([this] { showShortcuts(); });
     return grid;
 }
 
@@ -115,13 +113,10 @@ void WelcomeWindow::showShortcuts() {
     show(*m_smartWindow, "smart_delete", "welcome_smart_window"_key);
 }
 
-/// A desktop may name its shortcuts itself, and later: what it says is read again whenever the
-/// user comes back.
 void WelcomeWindow::changeEvent(QEvent* event) {
     SmallWindow::changeEvent(event);
     if (event->type() == QEvent::PaletteChange && m_login)
         m_login->setPalette(checkBoxPalette(palette()));
-    if (event->type() == QEvent::ActivationChange && isActiveWindow()) showShortcuts();
 }
 
 void showWelcomeWindow(const WindowServices& services) {

@@ -37,8 +37,7 @@ class WelcomeWindow : public SmallWindow {
     QLabel* m_emptyAll;
     QLabel* m_smartWindow;
     QCheckBox* m_login = nullptr;
-    Observation m_emptyAllObservation;
-    Observation m_smartWindowObservation;
+    Observation m_shortcutObservation;
     Observation m_loginObservation;
 };
 

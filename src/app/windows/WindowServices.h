@@ -7,13 +7,13 @@
 #include <string_view>
 
 #include "base/FileUrl.h"
+#include "base/NotificationCenter.h"
 #include "platform/desktop/PackageOwner.h"
 #include "platform/desktop/Places.h"
 #include "platform/desktop/SoftwareCenter.h"
 
 namespace kestrin {
 
-class NotificationCenter;
 class StringTable;
 class UserDefaults;
 
@@ -28,6 +28,8 @@ struct WindowServices {
     /// The shortcut of the setting "empty_trash" or "smart_delete" as it is in force, in words;
     /// empty when there is none.
     std::function<QString(std::string_view key)> shortcutText{};
+    /// Calls `changed` whenever a shortcut may read otherwise, as long as the observation lives.
+    std::function<Observation(std::function<void()> changed)> observeShortcuts{};
     std::function<void()> openSmartWindow{};
     std::function<void()> showPreferences{};
     /// Hands the address to the desktop; false when nothing there takes it.

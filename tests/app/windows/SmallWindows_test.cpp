@@ -10,6 +10,7 @@
 #include <QTest>
 #include <QTextBrowser>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -55,6 +56,7 @@ class SmallWindowsTest : public ::testing::Test {
     UserDefaults defaults{scratch / "settings.conf"};
     NotificationCenter center;
     std::map<std::string, QString, std::less<>> shortcuts{{"empty_trash", QStringLiteral("F5")}};
+    std::function<void()> shortcutsDidChange;
     std::vector<QString> opened;
     bool hasBrowser = true;
     int smartWindows = 0;
@@ -63,6 +65,11 @@ class SmallWindowsTest : public ::testing::Test {
         .texts = texts,
         .defaults = defaults,
         .shortcutText = [this](auto key) { return shortcuts[std::string(key)]; },
+        .observeShortcuts =
+            [this](auto changed) {
+                shortcutsDidChange = changed;
+                return Observation();
+            },
         .openSmartWindow = [this] { ++smartWindows; },
         .showPreferences = [] {},
         .openUrl =
@@ -95,7 +102,7 @@ TEST_F(SmallWindowsTest, WelcomeShowsWhatIsInForce) {
     EXPECT_EQ(text("empty_trash"), "F5");
     EXPECT_EQ(text("smart_delete"), "none");
     shortcuts["smart_delete"] = QStringLiteral("F6");
-    defaults.set("smart_delete", QVariantMap{{QStringLiteral("keyCode"), 97}});
+    shortcutsDidChange();
     EXPECT_EQ(text("smart_delete"), "F6");
     EXPECT_EQ(find<QLabel>("smart_delete").accessibleName().toStdString(),
               "Open the Smart Window: F6");
