@@ -853,6 +853,10 @@ Examples:
         <source></source>
         <translation>&amp;Ask before erasing</translation>
     </message>
+    <message id="prefs_empty_all">
+        <source></source>
+        <translation>&amp;Empty all trashes:</translation>
+    </message>
     <message id="prefs_general">
         <source></source>
         <translation>General</translation>
@@ -881,6 +885,14 @@ Examples:
         <source></source>
         <translation>A helper is installed that Kestrin cannot work with: %@</translation>
     </message>
+    <message id="prefs_helper_packaged">
+        <source></source>
+        <translation>It came with the package %@, which this command removes: %@</translation>
+    </message>
+    <message id="prefs_helper_packaged_other">
+        <source></source>
+        <translation>It came with the package %@, which this command updates: %@</translation>
+    </message>
     <message id="prefs_helper_remove">
         <source></source>
         <translation>Re&amp;move…</translation>
@@ -892,6 +904,66 @@ Examples:
     <message id="prefs_helper_working">
         <source></source>
         <translation>Waiting for an administrator’s password…</translation>
+    </message>
+    <message id="prefs_keys_clear">
+        <source></source>
+        <translation>Clear the shortcut of “%@”</translation>
+    </message>
+    <message id="prefs_keys_configure">
+        <source></source>
+        <translation>C&amp;hange…</translation>
+    </message>
+    <message id="prefs_keys_default">
+        <source></source>
+        <translation>When this window closes, the default %@ comes back.</translation>
+    </message>
+    <message id="prefs_keys_need_modifier">
+        <source></source>
+        <translation>Hold Ctrl, Alt or Super down, too. Function keys can stand alone.</translation>
+    </message>
+    <message id="prefs_keys_no_way">
+        <source></source>
+        <translation>This desktop lets no program have shortcuts. Bind these commands in its keyboard settings instead.</translation>
+    </message>
+    <message id="prefs_keys_none">
+        <source></source>
+        <translation>None</translation>
+    </message>
+    <message id="prefs_keys_of_desktop">
+        <source></source>
+        <translation>The desktop decides on these shortcuts.</translation>
+    </message>
+    <message id="prefs_keys_of_empty_all">
+        <source></source>
+        <translation>Empty all trashes</translation>
+    </message>
+    <message id="prefs_keys_of_smart_window">
+        <source></source>
+        <translation>Open the Smart Window</translation>
+    </message>
+    <message id="prefs_keys_pending">
+        <source></source>
+        <translation>The desktop has not answered yet.</translation>
+    </message>
+    <message id="prefs_keys_recording">
+        <source></source>
+        <translation>Press the new shortcut…</translation>
+    </message>
+    <message id="prefs_keys_taken">
+        <source></source>
+        <translation>%@ is taken by the desktop or another program.</translation>
+    </message>
+    <message id="prefs_keys_taken_by">
+        <source></source>
+        <translation>%@ is taken by “%@”.</translation>
+    </message>
+    <message id="prefs_keys_unavailable">
+        <source></source>
+        <translation>%@ does not work on this keyboard.</translation>
+    </message>
+    <message id="prefs_keys_unknown">
+        <source></source>
+        <translation>This key cannot be a shortcut.</translation>
     </message>
     <message id="prefs_locked">
         <source></source>
@@ -936,9 +1008,17 @@ Examples:
         <source></source>
         <translation>Restore Warnin&amp;gs</translation>
     </message>
+    <message id="prefs_shortcuts">
+        <source></source>
+        <translation>Shortcuts</translation>
+    </message>
     <message id="prefs_show_logs">
         <source></source>
         <translation>Show L&amp;ogs</translation>
+    </message>
+    <message id="prefs_smart_window">
+        <source></source>
+        <translation>Open the Smart &amp;Window:</translation>
     </message>
     <message id="prefs_title">
         <source></source>

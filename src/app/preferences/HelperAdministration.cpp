@@ -8,6 +8,7 @@
 #include "base/MainThread.h"
 #include "erase/HelperConnection.h"
 #include "erase/HelperInstaller.h"
+#include "platform/desktop/PackageOwner.h"
 #include "platform/items/ItemAttributes.h"
 
 namespace kestrin {
@@ -21,12 +22,53 @@ HelperState stateOf(const Result<QString>& version) {
     return {isCurrent ? HelperState::Kind::Current : HelperState::Kind::Other, *version};
 }
 
+using Found = std::function<void(const HelperState&)>;
+
+/// Finds the package of the helper that is in `state`.
+void findPackage(const FileUrl& file, HelperState state, Found found) {
+    findPackageOwner(file, [state = std::move(state),
+                            found = std::move(found)](const PackageAnswer& answer) mutable {
+        if (answer && *answer) {
+            state.package = QString::fromStdString((*answer)->package);
+            state.removeCommand = QString::fromStdString((*answer)->removeCommand);
+            state.updateCommand = QString::fromStdString((*answer)->updateCommand);
+        }
+        found(state);
+    });
+}
+
 class HelperOfHost : public std::enable_shared_from_this<HelperOfHost> {
  public:
     HelperOfHost(const SecureAccessServices& services, std::function<void(bool)> setAuthorized)
         : m_services(services), m_setAuthorized(std::move(setAuthorized)) {}
 
-    void askState(std::function<void(const HelperState&)> found) {
+    void askState(const Found& found) {
+        askVersion([file = m_services.helperFile, found](const HelperState& state) {
+            if (state.kind == HelperState::Kind::NotInstalled) return found(state);
+            findPackage(file, state, found);
+        });
+    }
+
+    MaybeError perform(HelperCommand command) {
+        MaybeError error = run(command);
+        askVersion([setAuthorized = m_setAuthorized](const HelperState& state) {
+            setAuthorized(state.kind == HelperState::Kind::Current);
+        });
+        return error;
+    }
+
+ private:
+    MaybeError run(HelperCommand command) const {
+        const HelperInstaller installer(m_services.texts, m_services.programEnds);
+        if (command != HelperCommand::Install) {
+            const MaybeError error = installer.remove();
+            if (error || command == HelperCommand::Remove) return error;
+        }
+        return installer.install(kHelperService);
+    }
+
+    /// `found` hears everything but the package.
+    void askVersion(Found found) {
         if (!pathExists(m_services.helperFile.path()))
             return MainThread::post([found = std::move(found)] { found({}); });
         const auto opened =
@@ -46,24 +88,6 @@ class HelperOfHost : public std::enable_shared_from_this<HelperOfHost> {
         });
     }
 
-    MaybeError perform(HelperCommand command) {
-        MaybeError error = run(command);
-        askState([setAuthorized = m_setAuthorized](const HelperState& state) {
-            setAuthorized(state.kind == HelperState::Kind::Current);
-        });
-        return error;
-    }
-
- private:
-    MaybeError run(HelperCommand command) const {
-        const HelperInstaller installer(m_services.texts, m_services.programEnds);
-        if (command != HelperCommand::Install) {
-            const MaybeError error = installer.remove();
-            if (error || command == HelperCommand::Remove) return error;
-        }
-        return installer.install(kHelperService);
-    }
-
     const SecureAccessServices m_services;
     const std::function<void(bool)> m_setAuthorized;
     std::list<std::shared_ptr<HelperConnection>> m_asked;  ///< for their version
@@ -74,7 +98,7 @@ class HelperOfHost : public std::enable_shared_from_this<HelperOfHost> {
 HelperAdministration helperAdministration(const SecureAccessServices& services,
                                           std::function<void(bool)> setAuthorized) {
     const auto helper = std::make_shared<HelperOfHost>(services, std::move(setAuthorized));
-    return {.askState = [helper](auto found) { helper->askState(std::move(found)); },
+    return {.askState = [helper](const Found& found) { helper->askState(found); },
             .perform = [helper](HelperCommand command) { return helper->perform(command); }};
 }
 

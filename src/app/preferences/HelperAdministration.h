@@ -20,6 +20,11 @@ struct HelperState {
     Kind kind = Kind::NotInstalled;
     /// Its version, or one sentence that says why it did not tell; empty when it is not installed.
     QString answer{};
+    /// The package of the system that brought it, and the commands that remove and update that in a
+    /// terminal; empty when none did.
+    QString package{};
+    QString removeCommand{};
+    QString updateCommand{};
 };
 
 enum class HelperCommand {
@@ -30,8 +35,8 @@ enum class HelperCommand {
 
 /// The way to the helper. Where a function is not given, nothing is known or done.
 struct HelperAdministration {
-    /// Looks for the helper, asks its version, and calls `found` later on the main thread, after
-    /// 5 s at most; never when the program ends before.
+    /// Looks for the helper, asks its version and for its package, and calls `found` later on the
+    /// main thread, after 15 s at most; never when the program ends before.
     std::function<void(std::function<void(const HelperState&)> found)> askState{};
     /// Has the command run as root, whatever "show_install_helper_tool" says, and asks nothing
     /// itself; returns when it is over. Events are served meanwhile. Errors: those of

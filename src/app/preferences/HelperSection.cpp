@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/preferences/HelperSection.h"
 
-#include <QHBoxLayout>
-#include <QLabel>
+#include <QGridLayout>
 #include <QPointer>
 #include <QPushButton>
 
+#include "app/preferences/Notice.h"
 #include "base/StringTable.h"
 #include "erase/HelperConnection.h"
 #include "erase/QVErrorDelegate.h"
@@ -19,22 +19,20 @@ bool isCancelled(const HostError& error) {
 
 }  // namespace
 
-HelperSection::HelperSection(const PreferencesServices& services)
-    : m_services(services), m_state(new QLabel), m_button(new QPushButton) {
+HelperSection::HelperSection(const PreferencesServices& services, QGridLayout& grid,
+                             QObject* parent)
+    : QObject(parent), m_services(services), m_state(new Notice), m_button(new QPushButton) {
     m_state->setObjectName(QStringLiteral("helper_state"));
-    m_state->setTextFormat(Qt::PlainText);
-    m_state->setWordWrap(true);
     m_button->setObjectName(QStringLiteral("helper_button"));
     connect(m_button, &QPushButton::clicked, this, &HelperSection::perform);
-    auto* const row = new QHBoxLayout(this);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->addWidget(m_state, 1);
-    row->addWidget(m_button, 0, Qt::AlignTop);
+    const int row = grid.rowCount();
+    grid.addWidget(m_state, row, 1, 1, 2);
+    grid.addWidget(m_button, row, 3, Qt::AlignTop);
     refresh();
 }
 
 void HelperSection::refresh() {
-    m_state->setText(m_services.texts.text("prefs_helper_asking"_key));
+    m_state->setNotice(m_services.texts.text("prefs_helper_asking"_key));
     offer({});
     if (!m_services.helper.askState) return;
     m_services.helper.askState([self = QPointer(this), question = ++m_question](const auto& state) {
@@ -43,20 +41,31 @@ void HelperSection::refresh() {
 }
 
 void HelperSection::show(const HelperState& state) {
-    const StringTable& texts = m_services.texts;
+    m_state->setNotice(sentence(state));
+    m_button->setVisible(state.package.isEmpty());
     switch (state.kind) {
         case HelperState::Kind::NotInstalled:
-            m_state->setText(texts.text("prefs_helper_absent"_key));
             return offer(HelperCommand::Install);
         case HelperState::Kind::Current:
-            m_state->setText(
-                StringTable::filled(texts.text("prefs_helper_current"_key), {state.answer}));
             return offer(HelperCommand::Remove);
         case HelperState::Kind::Other:
-            m_state->setText(
-                StringTable::filled(texts.text("prefs_helper_other"_key), {state.answer}));
             return offer(HelperCommand::Update);
     }
+}
+
+QString HelperSection::sentence(const HelperState& state) const {
+    const auto text = [&](std::string_view key, const QStringList& names) {
+        return StringTable::filled(m_services.texts.text(key), names);
+    };
+    const bool isCurrent = state.kind == HelperState::Kind::Current;
+    if (state.kind == HelperState::Kind::NotInstalled) return text("prefs_helper_absent"_key, {});
+    const QString what =
+        text(isCurrent ? "prefs_helper_current"_key : "prefs_helper_other"_key, {state.answer});
+    if (state.package.isEmpty()) return what;
+    const QString command = isCurrent ? state.removeCommand : state.updateCommand;
+    return what + QLatin1Char(' ') +
+           text(isCurrent ? "prefs_helper_packaged"_key : "prefs_helper_packaged_other"_key,
+                {state.package, command});
 }
 
 void HelperSection::offer(std::optional<HelperCommand> command) {
@@ -80,13 +89,13 @@ void HelperSection::perform() {
     if (!m_command || !m_services.helper.perform) return;
     const HelperCommand command = *m_command;
     m_button->setEnabled(false);
-    m_state->setText(m_services.texts.text("prefs_helper_working"_key));
+    m_state->setNotice(m_services.texts.text("prefs_helper_working"_key));
     const QPointer<HelperSection> self(this);
     const PreferencesServices& services = m_services;
     const MaybeError error = services.helper.perform(command);
     if (self) refresh();
     if (!error || isCancelled(*error)) return;
-    services.presenter.showErrorForWindow(self ? self->window() : nullptr,
+    services.presenter.showErrorForWindow(self ? self->m_button->window() : nullptr,
                                           error->localizedDescription(), {}, {});
 }
 

@@ -2,6 +2,7 @@
 // What the preferences work with.
 #pragma once
 
+#include <QString>
 #include <functional>
 
 #include "app/preferences/HelperAdministration.h"
@@ -10,6 +11,7 @@
 
 namespace kestrin {
 
+class HotKeyCenter;
 class QVErrorDelegate;
 class QVNumberUtilities;
 class StringTable;
@@ -25,6 +27,11 @@ struct PreferencesServices {
     /// Brings "launch_at_login" in line with what the user said in the desktop's own settings.
     std::function<void()> refreshLogin{};
     HelperAdministration helper{};
+    /// nullptr where nobody is to grab keys: then shortcuts are only stored.
+    HotKeyCenter* hotKeys = nullptr;
+    /// What the user can bind where the program cannot have hot keys.
+    QString emptyAllCommand{};
+    QString smartWindowCommand{};
     /// Gives every setting of the map that stands in a domain the map's value there.
     std::function<void(const SettingsMap&)> revertToInitialValues{};
     /// Opens the folder of the logs; false when there is none yet.

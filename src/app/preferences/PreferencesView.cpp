@@ -7,6 +7,8 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollArea>
 #include <QShortcut>
 #include <QSignalBlocker>
 #include <QStyle>
@@ -15,10 +17,13 @@
 #include <utility>
 
 #include "app/preferences/HelperSection.h"
+#include "app/preferences/Notice.h"
+#include "app/preferences/ShortcutsSection.h"
 #include "base/StringTable.h"
 #include "base/UserDefaults.h"
 #include "erase/QVErrorDelegate.h"
 #include "format/QVNumberUtilities.h"
+#include "format/SettingsProblemText.h"
 #include "widgets/Colors.h"
 #include "widgets/Sheet.h"
 
@@ -28,8 +33,15 @@ namespace {
 constexpr char kDaysSetting[] = "how_many_days_for_new_log_file";
 constexpr char kWriteLogSetting[] = "write_log";
 constexpr std::array<long long, 4> kUsualDays = {0, 1, 7, 30};
+constexpr int kColumns = 4;  // an indent, labels, fields, buttons
+constexpr int kIndent = 8;
+constexpr int kMargin = 16;
+constexpr int kButtonPadding = 12;
+constexpr int kFirstRow = 1;  // of the groups
+constexpr int kLettersInLine = 72;
+constexpr QSize kTitleAndButtons(8, 90);
 
-/// A heading that begins a group; `grid` goes on below it.
+/// The first row of a group, below its heading.
 void addHeading(QGridLayout& grid, const QString& text) {
     const int row = grid.rowCount();
     auto* const heading = new QLabel(text);
@@ -37,9 +49,8 @@ void addHeading(QGridLayout& grid, const QString& text) {
     QFont bold = heading->font();
     bold.setBold(true);
     heading->setFont(bold);
-    const int gap = heading->style()->pixelMetric(QStyle::PM_LayoutVerticalSpacing);
-    if (row > 1) grid.setRowMinimumHeight(row, 2 * gap);
-    grid.addWidget(heading, row + 1, 0, 1, 2);
+    if (row > kFirstRow) heading->setContentsMargins(0, kMargin, 0, 0);
+    grid.addWidget(heading, row, 0, 1, kColumns);
 }
 
 }  // namespace
@@ -48,34 +59,68 @@ PreferencesView::PreferencesView(const PreferencesServices& services) : m_servic
     setObjectName(QStringLiteral("preferences"));
     setWindowTitle(m_services.texts.text("prefs_title"_key));
     setWindowFlags(kDialogFrame);
+    m_scrollArea = new QScrollArea;
+    m_scrollArea->setFrameShape(QFrame::NoFrame);
+    m_scrollArea->setFocusPolicy(Qt::NoFocus);
+    m_scrollArea->setWidget(makePage());
+    m_scrollArea->widget()->installEventFilter(this);
     auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
     column->setSizeConstraint(QLayout::SetFixedSize);
-    column->addLayout(makeGroups());
-    column->addLayout(makeRestoreButtons());
+    column->addWidget(m_scrollArea);
+    column->addLayout(makeButtons());
     for (const auto key : {QKeySequence::Close, QKeySequence::Cancel})
         connect(new QShortcut(QKeySequence(key), this), &QShortcut::activated, this,
                 &QWidget::close);
     colourBoxes();
+    showProblem();
+    fit();
 }
 
 void PreferencesView::showOn(QWidget* parent) {
     if (isVisible()) {
         setWindowState(windowState() & ~Qt::WindowMinimized);
     } else {
-        if (parent != this) makeSheet(*this, parent);
+        makeSheet(*this, parent);
         show();
     }
     raise();
     activateWindow();
 }
 
-QLayout* PreferencesView::makeGroups() {
-    auto* const grid = new QGridLayout;
-    grid->setColumnStretch(1, 1);
+QWidget* PreferencesView::makePage() {
+    auto* const page = new QWidget;
+    auto* const grid = new QGridLayout(page);
+    grid->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+    grid->setColumnMinimumWidth(0, kIndent);
+    grid->setColumnStretch(2, 1);
+    m_problem = new Notice;
+    grid->addWidget(m_problem, 0, 0, 1, kColumns);
+    addShortcuts(*grid);
     addGeneral(*grid);
     addLog(*grid);
     addHelper(*grid);
-    return grid;
+    return page;
+}
+
+/// Shows as much of the page as the screen has room for.
+void PreferencesView::fit() {
+    QWidget& page = *m_scrollArea->widget();
+    page.ensurePolished();
+    const int line = kLettersInLine * QFontMetrics(font()).averageCharWidth();
+    const int width = std::max(page.minimumSizeHint().width(), line);
+    page.setFixedSize(width, page.heightForWidth(width));
+    const QSize room = screen()->availableSize() - kTitleAndButtons;
+    QSize shown = page.size();
+    if (shown.height() > room.height())
+        shown += {style()->pixelMetric(QStyle::PM_ScrollBarExtent), 0};
+    m_scrollArea->setFixedSize(shown.boundedTo(room));
+}
+
+void PreferencesView::addShortcuts(QGridLayout& grid) {
+    addHeading(grid, m_services.texts.text("prefs_shortcuts"_key));
+    m_shortcuts = new ShortcutsSection(m_services, grid, this);
 }
 
 void PreferencesView::addGeneral(QGridLayout& grid) {
@@ -83,12 +128,13 @@ void PreferencesView::addGeneral(QGridLayout& grid) {
     for (QCheckBox* const box : {makeCheckBox("launch_at_login", "prefs_login"_key),
                                  makeCheckBox("show_alert", "prefs_ask"_key),
                                  makeCheckBox("delete_locked", "prefs_locked"_key)})
-        grid.addWidget(box, grid.rowCount(), 0, 1, 2);
+        grid.addWidget(box, grid.rowCount(), 1, 1, kColumns - 1);
 }
 
 void PreferencesView::addLog(QGridLayout& grid) {
     addHeading(grid, m_services.texts.text("prefs_log"_key));
-    grid.addWidget(makeCheckBox(kWriteLogSetting, "prefs_write_log"_key), grid.rowCount(), 0, 1, 2);
+    grid.addWidget(makeCheckBox(kWriteLogSetting, "prefs_write_log"_key), grid.rowCount(), 1, 1,
+                   kColumns - 1);
     auto* const label = new QLabel(m_services.texts.text("prefs_log_days"_key));
     m_days = makeDays();
     label->setBuddy(m_days);
@@ -96,9 +142,9 @@ void PreferencesView::addLog(QGridLayout& grid) {
     show->setObjectName(QStringLiteral("show_logs"));
     connect(show, &QPushButton::clicked, this, &PreferencesView::showLogs);
     const int row = grid.rowCount();
-    grid.addWidget(label, row, 0);
-    grid.addWidget(m_days, row, 1);
-    grid.addWidget(show, row, 2);
+    grid.addWidget(label, row, 1);
+    grid.addWidget(m_days, row, 2);
+    grid.addWidget(show, row, 3);
     follow(kWriteLogSetting, [this, label] {
         const bool writes = m_services.defaults.boolForKey(kWriteLogSetting);
         label->setEnabled(writes);
@@ -108,15 +154,18 @@ void PreferencesView::addLog(QGridLayout& grid) {
 
 void PreferencesView::addHelper(QGridLayout& grid) {
     addHeading(grid, m_services.texts.text("prefs_helper"_key));
-    grid.addWidget(new HelperSection(m_services), grid.rowCount(), 0, 1, 3);
+    new HelperSection(m_services, grid, this);
 }
 
-QLayout* PreferencesView::makeRestoreButtons() {
+QLayout* PreferencesView::makeButtons() {
     auto* const row = new QHBoxLayout;
+    row->setContentsMargins(kMargin, 0, kMargin, kMargin);
+    row->setSpacing(kIndent);
     const auto add = [&](std::string_view text, const QString& name, auto clicked) {
         auto* const button = new QPushButton(m_services.texts.text(text));
         button->setObjectName(name);
         connect(button, &QPushButton::clicked, this, clicked);
+        button->setMinimumWidth(button->sizeHint().width() + kButtonPadding);
         row->addWidget(button);
     };
     row->addStretch();
@@ -144,8 +193,10 @@ QCheckBox* PreferencesView::makeCheckBox(const std::string& key, std::string_vie
         const QSignalBlocker blocker(box);
         box->setChecked(m_services.defaults.boolForKey(key));
     });
-    connect(box, &QCheckBox::toggled, this,
-            [this, key](bool isOn) { m_services.defaults.set(key, isOn); });
+    connect(box, &QCheckBox::toggled, this, [this, key](bool isOn) {
+        m_services.defaults.set(key, isOn);
+        showProblem();
+    });
     return box;
 }
 
@@ -156,6 +207,7 @@ QComboBox* PreferencesView::makeDays() {
     follow(kDaysSetting, [this] { showDays(); });
     connect(days, &QComboBox::activated, this, [this, days](int index) {
         m_services.defaults.set(kDaysSetting, days->itemData(index));
+        showProblem();
     });
     return days;
 }
@@ -179,12 +231,23 @@ void PreferencesView::showDays() {
     m_days->setCurrentIndex(m_days->findData(set));
 }
 
+void PreferencesView::showProblem() {
+    const auto problem = m_services.defaults.problem();
+    m_problem->setNotice(problem ? settingsProblemText(*problem, m_services.texts) : QString());
+}
+
 void PreferencesView::showLogs() {
     if (!m_services.showLogs || m_services.showLogs()) return;
     m_services.presenter.showMessagePanel(this, "prefs_no_logs"_key, "prefs_no_logs_mess"_key, {});
 }
 
 // --- Events ---
+
+bool PreferencesView::eventFilter(QObject* watched, QEvent* event) {
+    const bool isOfPage = watched == m_scrollArea->widget();
+    if (isOfPage && event->type() == QEvent::LayoutRequest) fit();
+    return QWidget::eventFilter(watched, event);
+}
 
 void PreferencesView::closeEvent(QCloseEvent* event) {
     event->accept();

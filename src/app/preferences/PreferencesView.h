@@ -12,13 +12,16 @@
 class QCheckBox;
 class QComboBox;
 class QGridLayout;
-class QLabel;
-class QPushButton;
+class QScrollArea;
 
 namespace kestrin {
 
-/// One page with a group for each subject. A change of a field is stored at once, and a change of a
-/// setting shows at once, whoever made it. Object names of the fields: their settings.
+class Notice;
+class ShortcutsSection;
+
+/// One page with a group for each subject, as large as it needs to be; on a small screen it
+/// scrolls. A change of a field is stored at once, and a change of a setting shows at once, whoever
+/// made it. Object names of the fields: their settings.
 class PreferencesView : public QWidget {
     Q_OBJECT
 
@@ -29,29 +32,38 @@ class PreferencesView : public QWidget {
     /// Shows the window in front: window-modal on `parent`, or on its own when that is nullptr.
     void showOn(QWidget* parent);
 
+    ShortcutsSection& shortcuts() { return *m_shortcuts; }
+
  Q_SIGNALS:
     void restoreValuesClicked();
     void restoreWarningsClicked();
     void willClose();
 
  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void changeEvent(QEvent* event) override;
 
  private:
-    QLayout* makeGroups();
+    QWidget* makePage();
+    void addShortcuts(QGridLayout& grid);
     void addGeneral(QGridLayout& grid);
     void addLog(QGridLayout& grid);
     void addHelper(QGridLayout& grid);
-    QLayout* makeRestoreButtons();
+    QLayout* makeButtons();
     QCheckBox* makeCheckBox(const std::string& key, std::string_view text);
     QComboBox* makeDays();
     void showDays();
     void follow(const std::string& key, std::function<void()> show);
+    void showProblem();
     void showLogs();
     void colourBoxes();
+    void fit();
 
     const PreferencesServices& m_services;
+    QScrollArea* m_scrollArea = nullptr;
+    Notice* m_problem = nullptr;  ///< with the settings file
+    ShortcutsSection* m_shortcuts = nullptr;
     QComboBox* m_days = nullptr;
     std::vector<QCheckBox*> m_boxes;
     std::vector<Observation> m_observations;

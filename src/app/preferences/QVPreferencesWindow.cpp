@@ -2,9 +2,12 @@
 #include "app/preferences/QVPreferencesWindow.h"
 
 #include <QApplication>
+#include <functional>
+#include <string>
 #include <utility>
 
 #include "app/preferences/PreferencesView.h"
+#include "app/preferences/ShortcutsSection.h"
 #include "base/StringTable.h"
 #include "erase/QVErrorDelegate.h"
 
@@ -19,9 +22,16 @@ constexpr int kNoLoginItems = 22;
 
 QVPreferencesWindow::QVPreferencesWindow(PreferencesServices services)
     : m_services(std::move(services)) {
-    m_loginObservation = m_services.defaults.observe(std::string("values.") + kLoginSetting,
-                                                     UserDefaults::Notify::OnChange,
-                                                     [this](const auto&) { setLoginEnabled(); });
+    const auto follow = [this](const std::string& key, std::function<void()> changed) {
+        m_observations.push_back(m_services.defaults.observe(
+            "values." + key, UserDefaults::Notify::OnChange,
+            [changed = std::move(changed)](const auto&) { changed(); }));
+    };
+    follow(kLoginSetting, [this] { setLoginEnabled(); });
+    for (const char* const key : {"empty_trash", "smart_delete"})
+        follow(key, [this, key] {
+            if (m_window) m_window->shortcuts().settingDidChange(key);
+        });
 }
 
 QVPreferencesWindow::~QVPreferencesWindow() {
@@ -46,7 +56,16 @@ void QVPreferencesWindow::openWindowInModal(bool isModal) {
     m_window->showOn(isModal ? active : nullptr);
 }
 
+void QVPreferencesWindow::setupHotKeys() {
+    if (m_window) m_window->shortcuts().setupHotKeys();
+}
+
+void QVPreferencesWindow::saveHotKey() {
+    if (m_window) m_window->shortcuts().saveHotKey();
+}
+
 void QVPreferencesWindow::windowWillClose() {
+    saveHotKey();
     m_window->deleteLater();
     m_window.clear();
 }
@@ -63,11 +82,10 @@ void QVPreferencesWindow::setLoginEnabled() {
 }
 
 void QVPreferencesWindow::restoreValues() {
-    SettingsMap values = defaultSettings();
-    for (const char* const key : {"show_install_helper_tool", "newsletter_subscribed",
-                                  "is_first_run", "ask_unistall_old_kestrin"})
-        values.erase(key);
-    if (m_services.revertToInitialValues) m_services.revertToInitialValues(values);
+    if (m_services.revertToInitialValues)
+        m_services.revertToInitialValues(generalDefaultSettings());
+    // A default that was in force already changes nothing, and so brings no cleared shortcut back.
+    saveHotKey();
 }
 
 void QVPreferencesWindow::restoreWarnings() {

@@ -5,7 +5,7 @@
 
 #include <QObject>
 #include <QPointer>
-#include <memory>
+#include <vector>
 
 #include "app/preferences/PreferencesServices.h"
 #include "base/NotificationCenter.h"
@@ -30,6 +30,11 @@ class QVPreferencesWindow : public QObject {
     void openWindowInModal(bool isModal);
     bool isOpen() const;
 
+    /// Shows the shortcuts as they are stored, but for those that the user has cleared.
+    void setupHotKeys();
+    /// Gives each shortcut that the user has cleared its default. What was recorded is stored
+    /// already.
+    void saveHotKey();
     /// Makes the program start at login, or not any more, as the setting "launch_at_login" says. A
     /// failure is shown, and leaves the setting as it is.
     void setLoginEnabled();
@@ -43,7 +48,7 @@ class QVPreferencesWindow : public QObject {
 
     const PreferencesServices m_services;
     QPointer<PreferencesView> m_window;
-    Observation m_loginObservation;
+    std::vector<Observation> m_observations;
 };
 
 }  // namespace kestrin
