@@ -5,10 +5,12 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <regex>
 #include <string>
 #include <utility>
 
 #include "platform/desktop/DesktopApplications.h"
+#include "platform/desktop/LoginItem.h"
 #include "platform/desktop/PackageOwner.h"
 #include "platform/desktop/Places.h"
 #include "platform/desktop/SoftwareCenter.h"
@@ -36,6 +38,95 @@ TEST(Places, StandBelowTheHomeFolderUnlessAVariableGivesAnAbsolutePath) {
         const ScopedVariable noHome("HOME", bad);
         EXPECT_TRUE(homeFolder().starts_with('/')) << bad;
     }
+}
+
+/// The autostart folder of a user, on a desktop of the name "Here".
+class LoginItemTest : public ::testing::Test {
+ protected:
+    bool isLeftAlone(bool isEnabled) {
+        const std::string before = listing(scratch.path());
+        setLoginItemEnabled(isEnabled);
+        return listing(scratch.path()) == before;
+    }
+    int errorOf(bool isEnabled) {
+        const auto error = setLoginItemEnabled(isEnabled);
+        return error ? error->systemError : 0;
+    }
+
+    ScratchFolder scratch;
+    const ScopedVariable home{"HOME", scratch.path()};
+    const ScopedVariable configuration{"XDG_CONFIG_HOME", scratch / "config"};
+    const ScopedVariable desktop{"XDG_CURRENT_DESKTOP", "Other:Here"};
+    const std::string file = scratch / "config/autostart/com.quorvane.Kestrin3.desktop";
+};
+
+TEST_F(LoginItemTest, IsAnEntryThatComesAndGoes) {
+    EXPECT_TRUE(isLeftAlone(false));
+    EXPECT_EQ(loginItemIsEnabled(), std::nullopt);
+    ASSERT_EQ(errorOf(true), 0);
+    const std::string own = ownProgram().path();
+    EXPECT_NE(readFile(file).find("\nExec=\"" + own + "\" --login\n"), std::string::npos);
+    EXPECT_EQ(loginItemIsEnabled(), true);
+    EXPECT_TRUE(isLeftAlone(true));
+    EXPECT_EQ(errorOf(false), 0);
+    EXPECT_FALSE(exists(file));
+}
+
+TEST_F(LoginItemTest, KeepsWhatTheUserWroteAndSaidInTheDesktopsSettings) {
+    ASSERT_EQ(errorOf(true), 0);
+    const std::string written = readFile(file);
+    for (const std::string off :
+         {"Hidden=true", " Hidden = true", "X-GNOME-Autostart-enabled=false", "OnlyShowIn=There;",
+          "NotShowIn=Here;There"}) {
+        writeFile(file, "# mine\n[Desktop Entry]\n" + off + "\nExec=env A=1 " +
+                            ownProgram().path() + "\nX-Mine=1\n\n[More]\nHidden=true\n");
+        EXPECT_EQ(loginItemIsEnabled(), false) << off;
+        EXPECT_TRUE(isLeftAlone(false)) << off;
+        EXPECT_EQ(errorOf(true), 0);
+        EXPECT_EQ(loginItemIsEnabled(), true) << off;
+        for (const char* mine :
+             {"# mine\n", "\nExec=env A=1 ", "\nX-Mine=1\n", "\n[More]\nHidden=true\n"})
+            EXPECT_NE(readFile(file).find(mine), std::string::npos) << mine << readFile(file);
+        EXPECT_EQ(readFile(file).find("There") != std::string::npos,
+                  off.ends_with("There;") || off.ends_with("There"));
+    }
+    const std::string moved =
+        std::regex_replace(written, std::regex("Exec=\"[^\"]*"), "Exec=\"/old/place");
+    writeFile(file, moved);
+    EXPECT_EQ(errorOf(true), 0);
+    EXPECT_EQ(readFile(file), written) << "the program moved, and so does its own line";
+    writeFile(file, written + "Hidden=true\n");
+    EXPECT_FALSE(removeLoginItem());
+    EXPECT_FALSE(exists(file));
+}
+
+TEST_F(LoginItemTest, NeitherFollowsNorReplacesWhatElseHasTheName) {
+    writeFile(scratch / "target",
+              "[Desktop Entry]\nExec=" + ownProgram().path() + "\nHidden=true\n");
+    makeFolder(scratch / "config/autostart");
+    std::filesystem::create_symlink(scratch / "target", file);
+    EXPECT_EQ(errorOf(true), ELOOP);
+    EXPECT_TRUE(isLeftAlone(true));
+    std::filesystem::remove(file);
+    writeFile(file, "[Desktop Entry]\nExec=another\n");
+    EXPECT_EQ(errorOf(true), EEXIST);
+    EXPECT_TRUE(isLeftAlone(false));
+    std::filesystem::remove(file);
+    makeFolder(file);
+    EXPECT_EQ(errorOf(true), EISDIR);
+    EXPECT_EQ(errorOf(false), EISDIR);
+    std::filesystem::remove(file);
+    std::filesystem::permissions(
+        scratch / "config/autostart",
+        std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+    EXPECT_EQ(errorOf(true), EACCES);
+    const ScopedVariable nowhere("XDG_CONFIG_HOME", scratch / "absent/config");
+    const auto error = setLoginItemEnabled(true);
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->domain, kPOSIXErrorDomain);
+    EXPECT_EQ(error->code, 22);
+    EXPECT_EQ(error->userInfo.at("failureReason"), "SMLoginItemSetEnabled failed");
+    EXPECT_EQ(errorOf(false), 0);
 }
 
 /// The folder in front of the search path holds the two programs as they are written here.
