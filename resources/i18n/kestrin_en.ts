@@ -550,6 +550,22 @@ Examples:
         <source></source>
         <translation>Items in the trash</translation>
     </message>
+    <message id="crash_dismiss_button">
+        <source></source>
+        <translation>Don’t Show</translation>
+    </message>
+    <message id="crash_show_button">
+        <source></source>
+        <translation>Show Report</translation>
+    </message>
+    <message id="crash_text">
+        <source></source>
+        <translation>A report of what happened is kept on this computer. It holds no names of your files, and nothing is sent to anybody. You can attach it when you tell us of the problem.</translation>
+    </message>
+    <message id="crash_title">
+        <source></source>
+        <translation>Kestrin ended unexpectedly.</translation>
+    </message>
     <message id="date_added_col">
         <source></source>
         <translation>Date Added</translation>

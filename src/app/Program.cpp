@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "app/CrashReports.h"
 #include "app/DisplayFailure.h"
 #include "app/HelperAuthorization.h"
 #include "app/MenuCreationOperationQueue.h"
@@ -31,6 +32,7 @@
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
 #include "inventory/QVKestrinFileUtilities.h"
+#include "platform/desktop/Places.h"
 #include "platform/desktop/ui/DesktopNotification.h"
 #include "platform/desktop/ui/FileManager.h"
 #include "platform/desktop/ui/SessionEnd.h"
@@ -103,6 +105,13 @@ class SmartWindowDisplay final : public SmartWindow {
  private:
     QVWindowCntrl& m_window;  ///< owns itself
 };
+
+/// Opens a text file, or shows where it is when nothing opens it.
+void showText(const FileUrl& file) {
+    QVFilesUtilities::sharedControl().launchItems({file.path()}, [file](const auto& results) {
+        if (results.front() != LaunchResult::Opened) revealInFileManager({file});
+    });
+}
 
 void pressStop() {
     if (QVProgressWindow* const window = QVProgressWindow::shown()) window->stop();
@@ -205,6 +214,9 @@ AppServices Program::services() {
         revealInFileManager({file}, kRevealPatience, std::move(done));
     };
     addSmallWindows(services);
+    services.offerCrashReport = [this] {
+        offerCrashReport(location(Place::CrashReports), m_presenter, showText);
+    };
     return services;
 }
 

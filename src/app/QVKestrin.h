@@ -101,6 +101,8 @@ struct AppServices {
     std::function<void()> showWelcome{};
     std::function<void()> showNewsletter{};
     std::function<void()> showInformation{};  ///< shows itself only when there is something new
+    /// Looks in the background for a crash of an earlier run, and offers the report of it.
+    std::function<void()> offerCrashReport{};
     std::function<void()> showUpdates{};
     std::function<std::unique_ptr<SmartWindow>()> makeSmartWindow{};
     std::function<void()> showPreferences{};

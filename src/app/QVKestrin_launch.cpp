@@ -99,6 +99,7 @@ void QVKestrin::greet() {
     if (!hasClient || m_isEnding || showFirstWindow()) return;
     checkForFullDiskAccess();
     if (m_launch != Launch::AtLogin && m_services.showInformation) m_services.showInformation();
+    if (m_services.offerCrashReport) m_services.offerCrashReport();
 }
 
 int QVKestrin::isUserAgree() {

@@ -77,9 +77,9 @@ const char* severity(QtMsgType type) {
 }
 
 void handleMessage(QtMsgType type, const QMessageLogContext& context, const QString& text) {
-    const std::string time = QTime::currentTime().toString(Qt::ISODateWithMs).toStdString();
-    keep(time + ' ' + severity(type) + ' ' + (context.category ? context.category : "") + ": " +
-         withoutNames(text.toStdString()));
+    const std::string category = context.category ? std::string(" ") + context.category : "";
+    keep(QTime::currentTime().toString(Qt::ISODateWithMs).toStdString() + ' ' + severity(type) +
+         category + ": " + withoutNames(text.toStdString()));
     s_next(type, context, text);
 }
 
