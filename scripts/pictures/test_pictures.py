@@ -273,3 +273,49 @@ class SmartWindowPicturesTest(Looks, DesktopTest):
         self.slow.open()
         self.wait(lambda: self.app.find("dialog"), "the report")
         self.picture("report")
+
+
+class WindowsPicturesTest(Looks, DesktopTest):
+    """The first run, and the small windows."""
+    SUBJECT = "windows"
+
+    def write_settings(self, **settings):
+        super().write_settings(is_first_run="true", **settings)
+
+    def dialog(self, name=""):
+        return self.wait(lambda: self.app.find("dialog", name), f"the window {name}")
+
+    def close(self):
+        self.escape_until(lambda: not self.app.find("dialog"), "the window to close")
+
+    def choose_by_keys(self, *keys):
+        """An entry at the end of the menu, by the keyboard."""
+        self.click(self.icon_place())
+        self.wait(self.bus.popups, "the menu")
+        self.key(*keys)
+
+    def walk(self):
+        state = os.path.join(self.home, b".local/state/Kestrin 3")
+        self.start_program()
+        disclaimer = self.dialog()
+        self.picture("disclaimer")
+        self.press_first_button(disclaimer)
+        self.dialog()
+        self.picture("welcome")
+        self.close()
+        self.choose_by_keys("Up", "Up", "Right", "Down", "Return")
+        self.dialog()
+        self.picture("newsletter")
+        self.close()
+        self.choose_by_keys("Up", "Up", "Up", "Return")
+        self.wait(lambda: not self.app.find("label", "^L(oo|öö)k"), "the package")
+        self.dialog()
+        self.picture("updates")
+        self.close()
+        self.choose_by_keys("Up", "Return")
+        self.wait_for_end()
+        with open(os.path.join(state, b"version"), "w") as file:
+            file.write("2.0\n")
+        self.start_program()
+        self.dialog()
+        self.picture("information")

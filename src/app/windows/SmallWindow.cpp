@@ -30,6 +30,7 @@ SmallWindow::SmallWindow(const QString& title) {
 }
 
 void SmallWindow::bringToFront() {
+    setWindowState(windowState() & ~Qt::WindowMinimized);
     show();
     raise();
     activateWindow();
@@ -64,6 +65,7 @@ QLabel* copyableLine(const QString& name, const QString& text) {
     QLabel* const label = paragraph(name, text);
     label->setWordWrap(false);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    label->setFocusPolicy(Qt::StrongFocus);
     label->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     return label;
 }
