@@ -15,7 +15,7 @@ namespace kestrin {
 namespace {
 
 constexpr char kLoginSetting[] = "launch_at_login";
-/// What the host answers where it has no place for a login item at all.
+/// The code of the failure that is the host lacking any place for a login item.
 constexpr int kNoLoginItems = 22;
 
 }  // namespace
@@ -76,7 +76,9 @@ void QVPreferencesWindow::setLoginEnabled() {
     if (!error) return;
     const std::string text = error->localizedDescription();
     WindowHandle const window = isOpen() ? m_window.data() : nullptr;
-    if (error->domain == kPOSIXErrorDomain && error->code == kNoLoginItems)
+    const bool hasNoPlace = error->domain == kPOSIXErrorDomain && error->code == kNoLoginItems &&
+                            error->userInfo.contains("failureReason");
+    if (hasNoPlace)
         return m_services.presenter.showErrorForWindow(window, "login_error"_errorKey, text, {});
     m_services.presenter.showErrorForWindow(window, text, {}, {});
 }
