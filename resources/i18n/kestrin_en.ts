@@ -773,6 +773,10 @@ Examples:
         <source></source>
         <translation>%@K</translation>
     </message>
+    <message id="menu_contact">
+        <source></source>
+        <translation>Contact…</translation>
+    </message>
     <message id="menu_copy_name">
         <source></source>
         <translation>Copy &amp;Name</translation>
@@ -781,13 +785,25 @@ Examples:
         <source></source>
         <translation>Copy &amp;Path</translation>
     </message>
+    <message id="menu_help">
+        <source></source>
+        <translation>Help</translation>
+    </message>
     <message id="menu_mark">
         <source></source>
         <translation>&amp;Check</translation>
     </message>
+    <message id="menu_newsletter">
+        <source></source>
+        <translation>Newsletter…</translation>
+    </message>
     <message id="menu_open">
         <source></source>
         <translation>&amp;Open</translation>
+    </message>
+    <message id="menu_preferences">
+        <source></source>
+        <translation>Preferences…</translation>
     </message>
     <message id="menu_reveal">
         <source></source>
@@ -797,13 +813,29 @@ Examples:
         <source></source>
         <translation>&amp;Sort By</translation>
     </message>
+    <message id="menu_tell_friend">
+        <source></source>
+        <translation>Tell a Friend…</translation>
+    </message>
     <message id="menu_toggle">
         <source></source>
         <translation>&amp;Invert Checks</translation>
     </message>
+    <message id="menu_uninstall">
+        <source></source>
+        <translation>Uninstall Kestrin…</translation>
+    </message>
     <message id="menu_unmark">
         <source></source>
         <translation>&amp;Uncheck</translation>
+    </message>
+    <message id="menu_updates">
+        <source></source>
+        <translation>Check for Updates…</translation>
+    </message>
+    <message id="menu_welcome">
+        <source></source>
+        <translation>Welcome to Kestrin</translation>
     </message>
     <message id="name_col">
         <source></source>

@@ -101,21 +101,21 @@ void QVKestrin::mainMenuAction(int tag) {
 void QVKestrin::serviceMenuAction(int tag) {
     if (!mayBegin()) return;
     switch (tag) {
-        case 1:
+        case ServiceTag::kWelcome:
             callIfGiven(m_services.showWelcome);
             break;
-        case 4:
+        case ServiceTag::kNewsletter:
             callIfGiven(m_services.showNewsletter);
             break;
-        case 5:
+        case ServiceTag::kTellFriend:
             callIfGiven(m_services.openUrl,
                         QString::fromLatin1(QUrl::toPercentEncoding(
                             m_services.texts.text("tell_to_friend"_key), "!$&'()*+,;=:@/?")));
             break;
-        case 6:
+        case ServiceTag::kContact:
             callIfGiven(m_services.openUrl, m_services.texts.text("contact"_key));
             break;
-        case 12:
+        case ServiceTag::kUninstall:
             uninstall();
             break;
         default:
@@ -124,6 +124,7 @@ void QVKestrin::serviceMenuAction(int tag) {
 }
 
 void QVKestrin::checkForUpdate() {
+    if (!mayBegin()) return;
     MainThread::post([guard = QPointer<QVKestrin>(this)] {
         if (guard && !guard->m_isEnding) callIfGiven(guard->m_services.showUpdates);
     });

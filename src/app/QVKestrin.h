@@ -3,6 +3,7 @@
 // mounts and unmounts, and every action that starts an erase. One erase at a time. Main thread.
 #pragma once
 
+#include <QColor>
 #include <QMenu>
 #include <QObject>
 #include <QRect>
@@ -40,9 +41,18 @@ inline constexpr int kPreferences = 20;
 inline constexpr int kSmartWindow = 30;
 inline constexpr int kEmptyAll = 31;
 inline constexpr int kDisks = 32;
-inline constexpr int kFurther = 33;
+inline constexpr int kUpdates = 33;
 inline constexpr int kFirstDisk = 1001;
 }  // namespace MenuTag
+
+/// The same for the service menu.
+namespace ServiceTag {
+inline constexpr int kWelcome = 1;
+inline constexpr int kNewsletter = 4;
+inline constexpr int kTellFriend = 5;
+inline constexpr int kContact = 6;
+inline constexpr int kUninstall = 12;
+}  // namespace ServiceTag
 
 /// The icon in the status area, as the controller sees it.
 class StatusDisplay {
@@ -211,6 +221,7 @@ class QVKestrin : public QObject {
     bool menuIsOpen() const { return m_menuIsOpen; }
     QMenu& kestrinMenu() { return *m_kestrinMenu; }
     QMenu& subTrashMenu() { return *m_subTrashMenu; }
+    QMenu& serviceMenu() { return *m_serviceMenu; }
     /// The action with that tag in either menu; nullptr when it is not there.
     QAction* itemWithTag(int tag) const;
     std::vector<QVDiskMenuItemView*> submenuViews() const;
@@ -244,6 +255,8 @@ class QVKestrin : public QObject {
     bool canDoWithoutStatusArea();
     void setupStatusItem();
     void addCommandItems();
+    QMenu* makeServiceMenu();
+    void drawItems();
     void addSubTrashMenu();
     void menuNeedsUpdate(QMenu* menu);
     void menuWillOpen();
@@ -318,7 +331,9 @@ class QVKestrin : public QObject {
     Launch m_launch = Launch::InStatusArea;
     Greeting m_greeting = Greeting::Due;
     std::unique_ptr<QMenu> m_kestrinMenu;
-    QMenu* m_subTrashMenu = nullptr;  ///< child of m_kestrinMenu
+    QMenu* m_subTrashMenu = nullptr;  ///< child of m_kestrinMenu, as is the next
+    QMenu* m_serviceMenu = nullptr;
+    QColor m_itemsColor;  ///< that the pictures of the items were drawn in
     std::unique_ptr<StatusDisplay> m_statusItem;
     std::vector<DiskRow> m_submenuViews;
     std::set<FileUrl> m_toldUnusable;          ///< volumes that the user was told of

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The status menu and its rows.
-#include <QKeySequence>
+#include <QPalette>
 #include <algorithm>
 #include <utility>
 
@@ -8,6 +8,7 @@
 #include "base/StringTable.h"
 #include "format/DisplayName.h"
 #include "format/QVNumberUtilities.h"
+#include "platform/desktop/ui/TrashIcon.h"
 
 namespace kestrin {
 
@@ -17,8 +18,10 @@ bool QVKestrin::setupStatusMenu() {
     m_subTrashMenu = new QMenu(m_kestrinMenu.get());
     m_subTrashMenu->setObjectName(QStringLiteral("subTrashMenu"));
     addCommandItems();
-    connect(m_kestrinMenu.get(), &QMenu::aboutToShow, this,
-            [this] { menuNeedsUpdate(m_kestrinMenu.get()); });
+    connect(m_kestrinMenu.get(), &QMenu::aboutToShow, this, [this] {
+        drawItems();
+        menuNeedsUpdate(m_kestrinMenu.get());
+    });
     connect(m_subTrashMenu, &QMenu::aboutToShow, this, [this] {
         menuWillOpen();
         menuNeedsUpdate(m_subTrashMenu);
@@ -50,20 +53,52 @@ void QVKestrin::statusAreaDidAppear() {
 }
 
 void QVKestrin::addCommandItems() {
-    const auto add = [this](std::string_view textKey) {
-        return m_kestrinMenu->addAction(m_services.texts.text(textKey));
+    const auto add = [this](std::string_view textKey, int tag) {
+        QAction* const item = m_kestrinMenu->addAction(m_services.texts.text(textKey));
+        item->setData(tag);
+        return item;
     };
     const auto addCommand = [&](std::string_view textKey, int tag) {
-        QAction* const item = add(textKey);
-        item->setData(tag);
-        connect(item, &QAction::triggered, this, [this, tag] { mainMenuAction(tag); });
+        connect(add(textKey, tag), &QAction::triggered, this, [this, tag] { mainMenuAction(tag); });
     };
     addCommand("app_empty_all"_key, MenuTag::kEmptyAll);
     addCommand("app_smart_window"_key, MenuTag::kSmartWindow);
     m_kestrinMenu->addSeparator();
-    QAction* const end = add("app_quit"_key);
+    addCommand("menu_preferences"_key, MenuTag::kPreferences);
+    connect(add("menu_updates"_key, MenuTag::kUpdates), &QAction::triggered, this,
+            &QVKestrin::checkForUpdate);
+    m_kestrinMenu->addMenu(makeServiceMenu());
+    m_kestrinMenu->addSeparator();
+    QAction* const end = add("app_quit"_key, 0);
     end->setMenuRole(QAction::QuitRole);
     connect(end, &QAction::triggered, this, &QVKestrin::quit);
+}
+
+QMenu* QVKestrin::makeServiceMenu() {
+    m_serviceMenu = new QMenu(m_services.texts.text("menu_help"_key), m_kestrinMenu.get());
+    const auto add = [this](std::string_view textKey, int tag) {
+        QAction* const item = m_serviceMenu->addAction(m_services.texts.text(textKey));
+        item->setData(tag);
+        connect(item, &QAction::triggered, this, [this, tag] { serviceMenuAction(tag); });
+    };
+    add("menu_welcome"_key, ServiceTag::kWelcome);
+    add("menu_newsletter"_key, ServiceTag::kNewsletter);
+    m_serviceMenu->addSeparator();
+    add("menu_tell_friend"_key, ServiceTag::kTellFriend);
+    add("menu_contact"_key, ServiceTag::kContact);
+    m_serviceMenu->addSeparator();
+    add("menu_uninstall"_key, ServiceTag::kUninstall);
+    return m_serviceMenu;
+}
+
+/// Draws the pictures when the menu is first looked at, and again when the desktop changes its
+/// colours; the start of the program need not wait for them.
+void QVKestrin::drawItems() {
+    const QColor color = m_kestrinMenu->palette().color(QPalette::WindowText);
+    if (std::exchange(m_itemsColor, color) == color) return;
+    itemWithTag(MenuTag::kEmptyAll)->setIcon(trashIcon(true, color));
+    itemWithTag(MenuTag::kSmartWindow)->setIcon(toolIcon(Tool::SmartWindow, color));
+    itemWithTag(MenuTag::kPreferences)->setIcon(toolIcon(Tool::Preferences, color));
 }
 
 QAction* QVKestrin::itemWithTag(int tag) const {
@@ -305,9 +340,11 @@ void QVKestrin::removeUnmountedDisk(const std::string& devicePath) {
 
 void QVKestrin::updateEnabledItems() {
     for (const int tag :
-         {MenuTag::kPreferences, MenuTag::kSmartWindow, MenuTag::kEmptyAll, MenuTag::kFurther}) {
+         {MenuTag::kPreferences, MenuTag::kSmartWindow, MenuTag::kEmptyAll, MenuTag::kUpdates}) {
         if (QAction* const item = itemWithTag(tag)) item->setEnabled(!m_isWorking);
     }
+    for (QAction* const item : m_serviceMenu->actions())
+        item->setEnabled(!m_isWorking);
     for (const DiskRow& row : m_submenuViews)
         row.action->setEnabled(row.mayBeFull && !m_isWorking);
 }

@@ -161,10 +161,22 @@ QIcon trashBadge(bool isFull) {
 }
 
 QIcon toolIcon(Tool tool, const QColor& foreground) {
-    const char* name = "kestrin-refresh-symbolic";
-    if (tool == Tool::LeftPane) name = "kestrin-pane-left-symbolic";
-    if (tool == Tool::RightPane) name = "kestrin-pane-right-symbolic";
-    return symbolicIcon(picture(name), foreground, {});
+    const auto name = [tool] {
+        switch (tool) {
+            case Tool::Refresh:
+                return "kestrin-refresh-symbolic";
+            case Tool::LeftPane:
+                return "kestrin-pane-left-symbolic";
+            case Tool::RightPane:
+                return "kestrin-pane-right-symbolic";
+            case Tool::SmartWindow:
+                return "kestrin-smart-window-symbolic";
+            case Tool::Preferences:
+                return "kestrin-preferences-symbolic";
+        }
+        return "";
+    };
+    return symbolicIcon(picture(name()), foreground, {});
 }
 
 QIcon applicationIcon() {

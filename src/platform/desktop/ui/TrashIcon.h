@@ -29,8 +29,8 @@ QIcon trashBadge(bool isFull);
 /// An icon that shows the shape of `svg` in `foreground` and answers `name` to name().
 QIcon symbolicIcon(const QByteArray& svg, const QColor& foreground, const QString& name);
 
-/// The pictures of a window's tools, drawings of ours in one colour.
-enum class Tool { Refresh, LeftPane, RightPane };
+/// The pictures of tools and commands, drawings of ours in one colour.
+enum class Tool { Refresh, LeftPane, RightPane, SmartWindow, Preferences };
 QIcon toolIcon(Tool tool, const QColor& foreground);
 
 /// The icon of the program, for its windows and notifications.
