@@ -31,6 +31,7 @@
 #include "erase/ui/WidgetProgressView.h"
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
+#include "format/SettingsProblemText.h"
 #include "inventory/QVKestrinFileUtilities.h"
 #include "platform/desktop/Places.h"
 #include "platform/desktop/ui/DesktopNotification.h"
@@ -152,6 +153,7 @@ class Program {
     void take(const std::string& action);
     void act();
     void tellUser(const QString& text);
+    void tellSettingsProblem(const SettingsProblem& problem);
 
     std::string m_action;
     StringTable& m_texts = StringTable::sharedControl();
@@ -391,9 +393,16 @@ void Program::act() {
     if (action == kSmartWindow) m_controller.requestSmartWindow();
 }
 
+/// Also where the file is changed by another thread.
+void Program::tellSettingsProblem(const SettingsProblem& problem) {
+    MainThread::post([this, text = settingsProblemText(problem, m_texts)] { tellUser(text); });
+}
+
 int Program::run() {
     const SingleInstance::Start start = m_instance->start(m_action);
     if (start == SingleInstance::Start::HandedOver || m_action == "quit") return 0;
+    m_defaults.setProblemHandler(
+        [this](const SettingsProblem& problem) { tellSettingsProblem(problem); });
     // Posted even when the answer is known at once: ending the program needs the event loop.
     if (m_action == kSmartWindow) MainThread::post([this] { launch(); });
     StatusItem::waitForHost(kStatusAreaPatience, [this](bool found) {
