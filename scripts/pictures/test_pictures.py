@@ -144,7 +144,7 @@ class MenuPicturesTest(Looks, DesktopTest):
         self.slow.shut()
         self.xdotool("click", 1)
         menu = self.wait(lambda: next(iter(self.bus.popups()), None), "the menu")
-        self.wait(lambda: len(menu.find_all("menu item")) == 4, "the entry of the disks")
+        self.wait(lambda: len(menu.find_all("menu item")) == 7, "the entry of the disks")
         self.picture("menu")
         self.key("Down", "Down", "Return")
         self.wait(lambda: self.disks(), "the rows")
