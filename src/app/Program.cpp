@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/Program.h"
 
+#include <unistd.h>
+
 #include <QApplication>
 #include <QDesktopServices>
+#include <QStandardPaths>
 #include <QUrl>
 #include <chrono>
 #include <memory>
@@ -16,6 +19,7 @@
 #include "app/MenuCreationOperationQueue.h"
 #include "app/ProgressNotices.h"
 #include "app/QVKestrin.h"
+#include "app/preferences/QVPreferencesWindow.h"
 #include "app/windows/InformationWindow.h"
 #include "app/windows/NewsletterWindow.h"
 #include "app/windows/UpdatesWindow.h"
@@ -33,6 +37,7 @@
 #include "format/QVNumberUtilities.h"
 #include "format/SettingsProblemText.h"
 #include "inventory/QVKestrinFileUtilities.h"
+#include "platform/desktop/LoginItem.h"
 #include "platform/desktop/Places.h"
 #include "platform/desktop/ui/DesktopNotification.h"
 #include "platform/desktop/ui/FileManager.h"
@@ -129,6 +134,26 @@ bool bringForward() {
     return true;
 }
 
+/// What a shell starts the program with. Where it stands in the search path, its name is enough.
+QString commandFor(const char* action) {
+    QString program = QString::fromStdString(ownProgram().path());
+    const QString name = program.section(u'/', -1);
+    if (QStandardPaths::findExecutable(name) == program) {
+        program = name;
+    } else {
+        program = u'\'' + program.replace(u'\'', QStringLiteral("'\\''")) + u'\'';
+    }
+    return program + QStringLiteral(" --") + QLatin1String(action);
+}
+
+/// False when there are no logs yet, or nothing shows folders.
+bool showLogs() {
+    const FileUrl folder = location(Place::Logs);
+    if (::access(folder.path().c_str(), F_OK) != 0) return false;
+    return QDesktopServices::openUrl(
+        QUrl::fromEncoded(QByteArray::fromStdString(folder.toString()), QUrl::StrictMode));
+}
+
 /// Everything that the program is made of. Each part stands behind those that it needs.
 class Program {
  public:
@@ -141,6 +166,7 @@ class Program {
     EraseServices eraseServices();
     SmartWindowServices smartWindowServices();
     WindowServices smallWindowServices();
+    PreferencesServices preferencesServices();
     void addSmallWindows(AppServices& services);
     QIcon diskIconOf(const TrashLocation& location);
     SecureAccessServices secureAccess();
@@ -215,11 +241,33 @@ AppServices Program::services() {
     services.reveal = [](const FileUrl& file, std::function<void()> done) {
         revealInFileManager({file}, kRevealPatience, std::move(done));
     };
+    services.removeLoginItem = &removeLoginItem;
+    services.makePreferences = [this] {
+        return std::make_unique<QVPreferencesWindow>(preferencesServices());
+    };
     addSmallWindows(services);
     services.offerCrashReport = [this] {
         offerCrashReport(location(Place::CrashReports), m_presenter, showText);
     };
     return services;
+}
+
+PreferencesServices Program::preferencesServices() {
+    return {.texts = m_texts,
+            .numbers = QVNumberUtilities::sharedControl(),
+            .presenter = m_presenter,
+            .defaults = m_defaults,
+            .setLoginEnabled = &setLoginItemEnabled,
+            .refreshLogin = [this] { m_controller.refreshLogin(); },
+            .helper = helperAdministration(
+                secureAccess(), [](bool isAuthorized) { gIsHelperAuthorized = isAuthorized; }),
+            .emptyAllCommand = commandFor(kEmptyAll),
+            .smartWindowCommand = commandFor(kSmartWindow),
+            .revertToInitialValues =
+                [this](const SettingsMap& values) {
+                    m_controller.revertToInitialValuesInDictionary(values);
+                },
+            .showLogs = showLogs};
 }
 
 void Program::addSmallWindows(AppServices& services) {
@@ -259,7 +307,6 @@ AppServices Program::ownServices() {
                 if (!m_hasStatusArea) return nullptr;
                 return std::make_unique<StatusItemDisplay>(menu);
             },
-            .setupDefaultsPreferences = [this] { m_defaults.registerDefaults(defaultSettings()); },
             .watchMounts = [this](auto changed) { watchMounts(std::move(changed)); },
             .watchTrashes = [this](const auto& trashes) { watchTrashes(trashes); },
             .makeSmartWindow =

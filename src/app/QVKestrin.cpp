@@ -7,11 +7,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/preferences/QVPreferencesWindow.h"
 #include "base/MainThread.h"
 #include "base/StringTable.h"
 #include "erase/QVErrorDelegate.h"
 #include "format/DisplayName.h"
 #include "format/QVNumberUtilities.h"
+#include "platform/items/FileWatcher.h"
 #include "smartwindow/SmartWindowNotifications.h"
 
 namespace kestrin {
@@ -83,7 +85,7 @@ void QVKestrin::mainMenuAction(int tag) {
     if (!mayBegin()) return;
     switch (tag) {
         case MenuTag::kPreferences:
-            callIfGiven(m_services.showPreferences);
+            preferencesAction();
             break;
         case MenuTag::kSmartWindow:
             setIsWorking(true);

@@ -24,6 +24,7 @@
 #include "base/FileUrl.h"
 #include "base/NotificationCenter.h"
 #include "base/Result.h"
+#include "base/UserDefaults.h"
 #include "erase/EraseTurn.h"
 #include "erase/QVDeleteItems.h"
 #include "inventory/TrashListing.h"
@@ -32,8 +33,9 @@
 
 namespace kestrin {
 
+class FileWatcher;
 class QVErrorDelegate;
-class UserDefaults;
+class QVPreferencesWindow;
 
 /// What the menu's actions carry as their data. Rows have kFirstDisk and up.
 namespace MenuTag {
@@ -96,8 +98,6 @@ struct AppServices {
     std::function<std::shared_ptr<QVDeleteItems>()> makeEngine;
     /// Shows the icon with that menu; nullptr when there is no status area.
     std::function<std::unique_ptr<StatusDisplay>(QMenu&)> makeStatusItem;
-    /// Registers the defaults and applies the preferences.
-    std::function<void()> setupDefaultsPreferences{};
     /// Begins to watch mounts: `changed` is called with whether a volume came, and where.
     std::function<void(std::function<void(bool, const std::string&)> changed)> watchMounts{};
     /// Sees to it that `trashContentsDidChange` is called when something comes into one of these
@@ -115,7 +115,7 @@ struct AppServices {
     std::function<void()> offerCrashReport{};
     std::function<void()> showUpdates{};
     std::function<std::unique_ptr<SmartWindow>()> makeSmartWindow{};
-    std::function<void()> showPreferences{};
+    std::function<std::unique_ptr<QVPreferencesWindow>()> makePreferences{};
     std::function<void(const QString&)> openUrl{};
     /// Lets the user choose one folder, beginning at "/", under a text that may be empty. Returns
     /// at once.
@@ -193,6 +193,31 @@ class QVKestrin : public QObject {
     /// Removes the helper, the login item and the settings, if the user says so; then shows where
     /// the program is, and ends it. Returns before it has asked.
     void uninstall();
+
+    // --- Preferences ---
+
+    /// Registers the defaults, and says which of them restoring the warnings puts back.
+    void setupDefaultsPreferences();
+    /// Every setting with its default.
+    SettingsMap defaultValues() const;
+    /// Adds the defaults of the general settings: those that restoring the settings puts back.
+    void defaultGeneralPreferences(SettingsMap& values) const;
+    /// "keyCode" and "modifierFlags".
+    QVariantMap defaultEmptyTrashHotKey() const;
+    QVariantMap defaultSmartDeleteHotKey() const;
+    /// Gives every key of `values` that stands in the settings file this value there, and does the
+    /// same with the registered defaults. Without a settings file nothing happens.
+    void revertToInitialValuesInDictionary(const SettingsMap& values);
+    /// Makes the controller of the preferences, which follows the settings from then on, and has
+    /// the desktop start the program at login if the setting says so. From then on changes that
+    /// others make to the file and to the desktop's own settings are followed, too.
+    void setupLogin();
+    /// Takes over from the desktop's own settings that the program is not to start at login.
+    void refreshLogin();
+    /// Made on first use; nullptr where there are no preferences.
+    QVPreferencesWindow* preferencesWindowController();
+    /// Shows the window of the preferences.
+    void preferencesAction();
 
     // --- Actions ---
 
@@ -294,6 +319,9 @@ class QVKestrin : public QObject {
     bool removeInstallation(const std::optional<PackageOwner>& helperOwner);
     void endUninstalled();
 
+    // Preferences (QVKestrin_preferences.cpp)
+    void watchSettings();
+
     // Erasing
     bool showWhatIsOpen();
     void setIsWorking(bool isWorking);
@@ -339,6 +367,9 @@ class QVKestrin : public QObject {
     std::set<FileUrl> m_toldUnusable;          ///< volumes that the user was told of
     std::map<FileUrl, QString> m_lastFigures;  ///< of trashes, as their rows last told them
     std::unique_ptr<SmartWindow> m_smartWindow;
+    std::unique_ptr<QVPreferencesWindow> m_prefWindowCntrl;
+    std::unique_ptr<FileWatcher> m_settingsWatcher;
+    std::unique_ptr<FileWatcher> m_loginWatcher;
     std::unique_ptr<QObject> m_startTimer;
     std::unique_ptr<QObject> m_endTimer;
     std::unique_ptr<QObject> m_menuTimer;

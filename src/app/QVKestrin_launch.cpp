@@ -19,7 +19,7 @@ namespace Key = EraseNotification;
 bool QVKestrin::applicationDidFinishLaunching(Launch launch) {
     m_isWorking = false;
     m_launch = launch;
-    if (m_services.setupDefaultsPreferences) m_services.setupDefaultsPreferences();
+    setupDefaultsPreferences();
     if (!setupStatusMenu()) return false;
     m_stopObservation = m_services.center.observe(
         Key::kStopWorking, [this](const Notification& notification) { stopWorking(notification); });
@@ -44,6 +44,7 @@ bool QVKestrin::applicationDidFinishLaunching(Launch launch) {
     } else {
         greet();
     }
+    if (!m_isEnding) setupLogin();
     if (m_launch == Launch::ForSmartWindow) requestSmartWindow();
     return true;
 }

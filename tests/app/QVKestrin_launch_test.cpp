@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "app/preferences/QVPreferencesWindow.h"
 #include "app/support/QVKestrinTest.h"
+#include "platform/desktop/LoginItem.h"
 #include "support/ScopedVariable.h"
 
 namespace kestrin {
@@ -178,6 +180,85 @@ TEST_F(UninstallTest, saysNothingWhenThereAreNoSettings) {
     steps.clear();
     controller->serviceMenuAction(12);
     EXPECT_EQ(steps, "") << "the program ends: nothing begins any more";
+}
+
+/// A user with settings of the desktop's own.
+struct SettingsTest : QVKestrinTest {
+    void start(QVKestrin::Launch kind = QVKestrin::Launch::InStatusArea) {
+        auto own = services();
+        own.makePreferences = [this] {
+            return std::make_unique<QVPreferencesWindow>(
+                PreferencesServices{.texts = texts,
+                                    .numbers = numbers,
+                                    .presenter = presenter,
+                                    .defaults = defaults,
+                                    .setLoginEnabled = &setLoginItemEnabled});
+        };
+        controller = std::make_unique<QVKestrin>(std::move(own));
+        EXPECT_TRUE(controller->applicationDidFinishLaunching(kind));
+    }
+    const std::string file = folder / "settings.conf";
+    const ScopedVariable configuration{"XDG_CONFIG_HOME", folder.path()};
+    const std::string entry = folder / "autostart/com.quorvane.Kestrin3.desktop";
+};
+
+TEST_F(SettingsTest, restoringTouchesWhatStandsInTheFileAlone) {
+    const SettingsMap all = controller->defaultValues();
+    SettingsMap general;
+    controller->defaultGeneralPreferences(general);
+    EXPECT_EQ(all.size(), general.size() + 4);
+    EXPECT_EQ(general.at("empty_trash"), controller->defaultEmptyTrashHotKey());
+    controller->setupDefaultsPreferences();
+    for (const auto& [before, restored, withWarnings] :
+         {std::tuple(
+              "; mine\n[General]\nshow_alert = no\nmine=1\nis_first_run=no\n"
+              "show_install_helper_tool=yes\n\n[smart_delete]\nkeyCode=0x9\nmodifierFlags=1\nmore="
+              "2\n",
+              "; mine\n[General]\nshow_alert=true\nmine=1\nis_first_run=no\n"
+              "show_install_helper_tool=yes\n\n[smart_delete]\nkeyCode=1\nmodifierFlags=1179648\n",
+              "; mine\n[General]\nshow_alert=true\nmine=1\nis_first_run=no\n"
+              "\n[smart_delete]\nkeyCode=1\nmodifierFlags=1179648\n"),
+          {"mine = 1", "mine = 1", "mine = 1"}}) {
+        writeFile(file, before);
+        controller->revertToInitialValuesInDictionary(general);
+        EXPECT_EQ(readFile(file), restored);
+        defaults.revertToInitialValues();
+        EXPECT_EQ(readFile(file), withWarnings);
+    }
+    EXPECT_EQ(defaults.registrationDomain(), all);
+    std::filesystem::remove(file);
+    controller->revertToInitialValuesInDictionary(general);
+    EXPECT_FALSE(exists(file));
+}
+
+TEST_F(SettingsTest, startsAtLoginAsTheSettingAndTheDesktopSay) {
+    start();
+    EXPECT_FALSE(exists(entry));
+    writeFile(file, "launch_at_login=yes\n");
+    EXPECT_TRUE(waitFor([this] { return exists(entry); })) << "somebody edits the file";
+    writeFile(entry, readFile(entry) + "Hidden=true\n");
+    EXPECT_TRUE(waitFor([this] { return !defaults.boolForKey("launch_at_login"); }))
+        << "the user switches it off in the desktop's settings";
+    EXPECT_TRUE(exists(entry)) << "where the desktop keeps that";
+    start();
+    EXPECT_TRUE(exists(entry)) << "a NO is not applied at launch";
+    defaults.set("launch_at_login", true);
+    EXPECT_EQ(loginItemIsEnabled(), true);
+    defaults.set("launch_at_login", false);
+    EXPECT_FALSE(exists(entry));
+    controller.reset();
+    defaults.set("launch_at_login", true);
+    start(QVKestrin::Launch::AtLogin);
+    EXPECT_FALSE(exists(entry)) << "what started the program needs no repair";
+    start();
+    EXPECT_EQ(loginItemIsEnabled(), true);
+    controller.reset();
+    std::filesystem::remove(entry);
+    makeFolder(entry);
+    start();
+    ASSERT_EQ(alerts.models.size(), 1u) << "and a failure is told";
+    EXPECT_EQ(alerts.models.at(0).title, QStringLiteral("Is a directory"));
+    EXPECT_TRUE(defaults.boolForKey("launch_at_login"));
 }
 
 }  // namespace
