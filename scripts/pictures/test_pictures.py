@@ -303,7 +303,7 @@ class WindowsPicturesTest(Looks, DesktopTest):
         self.dialog()
         self.picture("welcome")
         self.close()
-        self.choose_by_keys("Up", "Up", "Right", "Down", "Return")
+        self.choose_by_keys("Up", "Up", "Return", "Down", "Return")
         self.dialog()
         self.picture("newsletter")
         self.close()

@@ -11,16 +11,23 @@
 #include "base/StringTable.h"
 #include "base/UserDefaults.h"
 #include "widgets/Colors.h"
+#include "widgets/ElidedLabel.h"
 
 namespace kestrin {
 namespace {
 
 constexpr int kSpacing = 12;
 
-QLabel* shortcutLabel(const char* name) {
-    auto* const label = new QLabel;
-    label->setObjectName(QLatin1String(name));
+QLabel* plainLabel(const QString& text) {
+    auto* const label = new QLabel(text);
     label->setTextFormat(Qt::PlainText);
+    alignToLeadingEdge(*label);
+    return label;
+}
+
+QLabel* shortcutLabel(const char* name) {
+    QLabel* const label = plainLabel({});
+    label->setObjectName(QLatin1String(name));
     QFont bold = label->font();
     bold.setBold(true);
     label->setFont(bold);
@@ -56,9 +63,7 @@ QLayout* WelcomeWindow::makeShortcuts() {
     auto* const grid = new QGridLayout;
     grid->setHorizontalSpacing(2 * kSpacing);
     const auto add = [&](int row, std::string_view key, QLabel* shortcut) {
-        auto* const command = new QLabel(m_services.texts.text(key));
-        command->setTextFormat(Qt::PlainText);
-        grid->addWidget(command, row, 0);
+        grid->addWidget(plainLabel(m_services.texts.text(key)), row, 0);
         grid->addWidget(shortcut, row, 1);
     };
     add(0, "welcome_empty_all"_key, m_emptyAll);
