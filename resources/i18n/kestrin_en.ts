@@ -741,6 +741,10 @@ Examples:
             <numerusform>%@ items, %@</numerusform>
         </translation>
     </message>
+    <message id="key_super">
+        <source></source>
+        <translation>Super</translation>
+    </message>
     <message id="left_out">
         <source></source>
         <translation>“%@” is left out: %@.</translation>
@@ -788,6 +792,10 @@ Examples:
     <message id="menu_help">
         <source></source>
         <translation>Help</translation>
+    </message>
+    <message id="menu_keys">
+        <source></source>
+        <translation>%@ (%@)</translation>
     </message>
     <message id="menu_mark">
         <source></source>

@@ -41,6 +41,8 @@
 #include "platform/desktop/Places.h"
 #include "platform/desktop/ui/DesktopNotification.h"
 #include "platform/desktop/ui/FileManager.h"
+#include "platform/desktop/ui/HotKeys.h"
+#include "platform/desktop/ui/KeyNames.h"
 #include "platform/desktop/ui/SessionEnd.h"
 #include "platform/desktop/ui/SingleInstance.h"
 #include "platform/desktop/ui/StatusItem.h"
@@ -187,6 +189,7 @@ class Program {
     QVErrorDelegate m_presenter;
     TrashListing m_trashes;
     TrashTotals m_totals{inBackground(countFigures), startTimer};
+    HotKeyCenter m_hotKeys;
     std::unique_ptr<MountWatcher> m_mounts;
     TrashWatcher m_trashWatcher;
     const SmartWindowServices m_windowServices{smartWindowServices()};
@@ -318,7 +321,8 @@ AppServices Program::ownServices() {
             // This is not quit(), which a window that stops its work first may refuse.
             .terminate = [] { QCoreApplication::exit(); },
             .beep = [] { QApplication::beep(); },
-            .totals = &m_totals};
+            .totals = &m_totals,
+            .hotKeys = &m_hotKeys};
 }
 
 EraseServices Program::eraseServices() {
@@ -476,6 +480,7 @@ int kestrinRunProgram(int* argc, char** argv, const char* action) {
     QApplication::setApplicationDisplayName(
         kestrin::StringTable::sharedControl().text("app_name"_key));
     QApplication::setWindowIcon(kestrin::applicationIcon());
+    kestrin::nameSuperKey(kestrin::StringTable::sharedControl().text("key_super"_key));
     const kestrin::MainThread mainThread;
     // The program is never destroyed: work in the background may still use it when the process
     // ends.

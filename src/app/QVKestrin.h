@@ -34,6 +34,7 @@
 namespace kestrin {
 
 class FileWatcher;
+class HotKeyCenter;
 class QVErrorDelegate;
 class QVPreferencesWindow;
 
@@ -137,6 +138,7 @@ struct AppServices {
     /// The figures of the tool tip while no menu is open; with nullptr it says only what the rows
     /// counted.
     TrashTotals* totals = nullptr;
+    HotKeyCenter* hotKeys = nullptr;  ///< with nullptr there are none
     const QVFullDiskAuthorization& fullDiskAccess = QVFullDiskAuthorization::sharedControl();
     FileUrl helperFile = location(Place::HelperTool);
     FileUrl preferencesFile = location(Place::PreferencesFile);
@@ -322,6 +324,11 @@ class QVKestrin : public QObject {
     // Preferences (QVKestrin_preferences.cpp)
     void watchSettings();
 
+    // Hot keys (QVKestrin_hotkeys.cpp)
+    void setupHotKeys();
+    /// Shows in the menu the keys that work.
+    void updateKeyEquivalents();
+
     // Erasing
     bool showWhatIsOpen();
     void setIsWorking(bool isWorking);
@@ -374,6 +381,7 @@ class QVKestrin : public QObject {
     std::unique_ptr<QObject> m_endTimer;
     std::unique_ptr<QObject> m_menuTimer;
     std::unique_ptr<QObject> m_smartWindowTimer;
+    std::vector<Observation> m_hotKeyObservations;
     Observation m_stopObservation;
     Observation m_responseObservation;
     Observation m_smartWindowObservation;

@@ -39,6 +39,7 @@ bool QVKestrin::setupStatusMenu() {
     updateStatusItem();
     m_services.trashes.refresh();
     addSubTrashMenu();
+    setupHotKeys();
     return true;
 }
 

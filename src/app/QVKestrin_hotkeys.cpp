@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The two commands that work over every program by a hot key.
+#include <QApplication>
+#include <QKeySequence>
+#include <array>
+#include <optional>
+#include <string>
+
+#include "app/QVKestrin.h"
+#include "base/StringTable.h"
+#include "base/UserDefaults.h"
+#include "platform/desktop/ui/HotKeys.h"
+#include "platform/desktop/ui/KeyNames.h"
+#include "platform/desktop/ui/StatusItem.h"
+
+namespace kestrin {
+
+namespace {
+
+struct HotKeyCommand {
+    std::string_view keyPath;  ///< of the shortcut in the settings; also what names the hot key
+    std::string_view textKey;
+    int tag;
+    void (QVKestrin::*request)();
+};
+
+constexpr std::array<HotKeyCommand, 2> kCommands = {{
+    {"values.empty_trash", "app_empty_all"_key, MenuTag::kEmptyAll, &QVKestrin::requestToEmptyAll},
+    {"values.smart_delete", "app_smart_window"_key, MenuTag::kSmartWindow,
+     &QVKestrin::requestSmartWindow},
+}};
+
+/// A menu that is open has the keyboard, and would have it still when the question comes.
+void closePopups() {
+    while (QWidget* const popup = QApplication::activePopupWidget())
+        if (!popup->close()) return;
+}
+
+}  // namespace
+
+void QVKestrin::setupHotKeys() {
+    if (!m_services.hotKeys) return;
+    connect(m_services.hotKeys, &HotKeyCenter::changed, this, &QVKestrin::updateKeyEquivalents);
+    for (const HotKeyCommand& command : kCommands) {
+        const auto changed = [this, &command](const std::optional<QVariant>& value) {
+            HotKeyCenter& center = *m_services.hotKeys;
+            const auto shortcut = Shortcut::fromDictionary(value.value_or(QVariant()).toMap());
+            if (!shortcut) return center.unregisterHotKey(command.keyPath);
+            center.registerHotKey({.identifier = std::string(command.keyPath),
+                                   .shortcut = *shortcut,
+                                   .description = m_services.texts.text(command.textKey),
+                                   .pressed = [this, &command] {
+                                       closePopups();
+                                       (this->*command.request)();
+                                   }});
+        };
+        m_hotKeyObservations.push_back(m_services.defaults.observe(
+            command.keyPath, UserDefaults::Notify::NowAndOnChange, changed));
+    }
+}
+
+void QVKestrin::updateKeyEquivalents() {
+    for (const HotKeyCommand& command : kCommands) {
+        QAction* const item = itemWithTag(command.tag);
+        const QString keys = m_services.hotKeys->shownText(command.keyPath);
+        const QKeySequence sequence(keys, QKeySequence::NativeText);
+        // Some desktops describe their keys in words, which no menu can show as a shortcut.
+        const bool isSequence = sequence.toString(QKeySequence::NativeText) == keys;
+        const QString title = m_services.texts.text(command.textKey);
+        item->setShortcut(isSequence ? sequence : QKeySequence());
+        item->setShortcutVisibleInContextMenu(true);
+        item->setText(isSequence ? title
+                                 : StringTable::filled(m_services.texts.text("menu_keys"_key),
+                                                       {title, menuText(keys)}));
+    }
+}
+
+}  // namespace kestrin
