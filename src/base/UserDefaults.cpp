@@ -128,7 +128,8 @@ std::optional<SettingsProblem> UserDefaults::State::problemOf(const Content& con
 
 void UserDefaults::State::meet(const SettingsProblem& problem) {
     if (!met.insert(problem.kind).second && problem.kind != Kind::MovedAside) return;
-    qCWarning(lcBase, "The settings %s %s", file.path().c_str(), logText(problem).c_str());
+    // Whoever speaks to the user tells it; on a terminal, too.
+    qCInfo(lcBase, "The settings %s %s", file.path().c_str(), logText(problem).c_str());
     untold.push_back(problem);
 }
 

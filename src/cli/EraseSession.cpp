@@ -12,14 +12,20 @@
 #include "cli/TerminalProgressView.h"
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
+#include "format/SettingsProblemText.h"
 
 namespace kestrin {
 
 namespace {
 
-UserDefaults& registeredDefaults() {
+UserDefaults& registeredDefaults(Console& console) {
     UserDefaults& defaults = UserDefaults::standardUserDefaults();
     defaults.registerDefaults(defaultSettings());
+    defaults.setProblemHandler([&console](const SettingsProblem& problem) {
+        const QString text = settingsProblemText(problem, console.texts());
+        if (MainThread::isCurrent()) return console.complain(text);
+        MainThread::post([&console, text] { console.complain(text); });
+    });
     return defaults;
 }
 
@@ -29,7 +35,7 @@ EraseSession::EraseSession(Console& console, bool showsProgress)
     : m_console(console),
       m_showsProgress(showsProgress),
       m_presenter([&console] { return std::make_unique<TerminalAlertPanel>(console); },
-                  StringTable::sharedControl(), registeredDefaults()),
+                  StringTable::sharedControl(), registeredDefaults(console)),
       m_helper(console, m_presenter),
       m_signals([this] { stop(); }) {}
 

@@ -105,3 +105,8 @@ class TrashTest(EndToEndTest):
         self.succeed("empty", "--yes")
         self.assertEqual(self.trash.records(), [b"young"])
         self.assertEqual(self.log_files(), [])
+        self.trash.file("entry")
+        self.write_settings(write_log="\0false")
+        run = self.succeed("empty", "--yes")
+        self.assertEqual(run.err.count(b"kestrin-3.conf holds something else"), 1, run.err)
+        self.assertEqual(len(self.log_files()), 1, "the default")
