@@ -69,6 +69,9 @@ PreferencesView::PreferencesView(const PreferencesServices& services) : m_servic
     column->setSpacing(0);
     column->setSizeConstraint(QLayout::SetFixedSize);
     column->addWidget(m_scrollArea);
+    m_edge = new QFrame;
+    m_edge->setFrameStyle(QFrame::HLine | QFrame::Sunken);
+    column->addWidget(m_edge);
     column->addLayout(makeButtons());
     for (const auto key : {QKeySequence::Close, QKeySequence::Cancel})
         connect(new QShortcut(QKeySequence(key), this), &QShortcut::activated, this,
@@ -92,16 +95,30 @@ void PreferencesView::showOn(QWidget* parent) {
 QWidget* PreferencesView::makePage() {
     auto* const page = new QWidget;
     auto* const grid = new QGridLayout(page);
-    grid->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+    grid->setContentsMargins(kMargin, kMargin, kMargin, kIndent);
     grid->setColumnMinimumWidth(0, kIndent);
     grid->setColumnStretch(2, 1);
-    m_problem = new Notice;
-    grid->addWidget(m_problem, 0, 0, 1, kColumns);
+    grid->addWidget(makeProblem(), 0, 0, 1, kColumns);
     addShortcuts(*grid);
     addGeneral(*grid);
     addLog(*grid);
     addHelper(*grid);
     return page;
+}
+
+QWidget* PreferencesView::makeProblem() {
+    m_problemRow = new QWidget;
+    auto* const row = new QHBoxLayout(m_problemRow);
+    row->setContentsMargins(0, 0, 0, kMargin);
+    row->setSpacing(kIndent);
+    const int side = style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, this);
+    const QIcon sign = style()->standardIcon(QStyle::SP_MessageBoxWarning, nullptr, this);
+    auto* const icon = new QLabel;
+    icon->setPixmap(sign.pixmap(QSize(side, side), devicePixelRatioF()));
+    m_problem = new Notice;
+    row->addWidget(icon, 0, Qt::AlignTop);
+    row->addWidget(m_problem, 1);
+    return m_problemRow;
 }
 
 /// Shows as much of the page as the screen has room for.
@@ -113,8 +130,9 @@ void PreferencesView::fit() {
     page.setFixedSize(width, page.heightForWidth(width));
     const QSize room = screen()->availableSize() - kTitleAndButtons;
     QSize shown = page.size();
-    if (shown.height() > room.height())
-        shown += {style()->pixelMetric(QStyle::PM_ScrollBarExtent), 0};
+    const bool scrolls = page.height() > room.height();
+    m_edge->setVisible(scrolls);
+    if (scrolls) shown += {style()->pixelMetric(QStyle::PM_ScrollBarExtent), 0};
     m_scrollArea->setFixedSize(shown.boundedTo(room));
 }
 
@@ -159,7 +177,7 @@ void PreferencesView::addHelper(QGridLayout& grid) {
 
 QLayout* PreferencesView::makeButtons() {
     auto* const row = new QHBoxLayout;
-    row->setContentsMargins(kMargin, 0, kMargin, kMargin);
+    row->setContentsMargins(kMargin, kIndent, kMargin, kMargin);
     row->setSpacing(kIndent);
     const auto add = [&](std::string_view text, const QString& name, auto clicked) {
         auto* const button = new QPushButton(m_services.texts.text(text));
@@ -233,6 +251,7 @@ void PreferencesView::showDays() {
 
 void PreferencesView::showProblem() {
     const auto problem = m_services.defaults.problem();
+    m_problemRow->setVisible(problem.has_value());
     m_problem->setNotice(problem ? settingsProblemText(*problem, m_services.texts) : QString());
 }
 

@@ -11,6 +11,7 @@
 
 class QCheckBox;
 class QComboBox;
+class QFrame;
 class QGridLayout;
 class QScrollArea;
 
@@ -46,6 +47,7 @@ class PreferencesView : public QWidget {
 
  private:
     QWidget* makePage();
+    QWidget* makeProblem();
     void addShortcuts(QGridLayout& grid);
     void addGeneral(QGridLayout& grid);
     void addLog(QGridLayout& grid);
@@ -62,6 +64,8 @@ class PreferencesView : public QWidget {
 
     const PreferencesServices& m_services;
     QScrollArea* m_scrollArea = nullptr;
+    QFrame* m_edge = nullptr;  ///< of what is scrolled
+    QWidget* m_problemRow = nullptr;
     Notice* m_problem = nullptr;  ///< with the settings file
     ShortcutsSection* m_shortcuts = nullptr;
     QComboBox* m_days = nullptr;

@@ -38,6 +38,8 @@ class ShortcutRecorder : public QWidget {
 
     /// What it shows while it does not record; empty for no shortcut.
     void setShownText(const QString& text);
+    /// The button that begins recording: what a label is the label of.
+    QPushButton* button() const { return m_keys; }
 
  Q_SIGNALS:
     void recordingBegan();

@@ -6,6 +6,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <algorithm>
+#include <utility>
 
 #include "app/preferences/Notice.h"
 #include "app/preferences/ShortcutRecorder.h"
@@ -75,6 +76,10 @@ bool ShortcutsSection::canConfigure() const {
     return m_services.hotKeys && m_services.hotKeys->canConfigure();
 }
 
+bool ShortcutsSection::isUnanswered() const {
+    return m_services.hotKeys && m_services.hotKeys->way() == HotKeyCenter::Way::Unknown;
+}
+
 bool ShortcutsSection::hasNoHotKeys() const {
     return m_services.hotKeys && m_services.hotKeys->way() == HotKeyCenter::Way::None;
 }
@@ -99,7 +104,7 @@ void ShortcutsSection::show(const Row& row) {
     const bool showsCommand = hasNoHotKeys();
     row.recorder->setVisible(!showsCommand);
     row.command->setVisible(showsCommand);
-    row.label->setBuddy(showsCommand ? static_cast<QWidget*>(row.command) : row.recorder);
+    row.label->setBuddy(showsCommand ? static_cast<QWidget*>(row.command) : row.recorder->button());
     row.recorder->setEnabled(!canConfigure());
     row.recorder->setShownText(shownText(row));
     row.notice->setNotice(showsCommand ? QString() : note(row));
@@ -109,6 +114,7 @@ void ShortcutsSection::showFoot() {
     const auto text = [&](std::string_view key) { return m_services.texts.text(key); };
     m_configure->setVisible(canConfigure());
     if (hasNoHotKeys()) return m_foot->setNotice(text("prefs_keys_no_way"_key));
+    if (isUnanswered()) return m_foot->setNotice(text("prefs_keys_pending"_key));
     m_foot->setNotice(isManagedByDesktop() ? text("prefs_keys_of_desktop"_key) : QString());
 }
 
@@ -127,7 +133,7 @@ QString ShortcutsSection::note(const Row& row) const {
     if (row.isCleared)
         return StringTable::filled(m_services.texts.text("prefs_keys_default"_key),
                                    {shortcutText(defaultOf(row))});
-    return m_services.hotKeys ? noteOfState(row) : QString();
+    return m_services.hotKeys && !isUnanswered() ? noteOfState(row) : QString();
 }
 
 QString ShortcutsSection::noteOfState(const Row& row) const {

@@ -70,6 +70,7 @@ class ShortcutsSection : public QObject {
     void clear(Row& row);
     bool isManagedByDesktop() const;
     bool canConfigure() const;
+    bool isUnanswered() const;
     bool hasNoHotKeys() const;
 
     const PreferencesServices& m_services;
