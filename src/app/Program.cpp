@@ -264,6 +264,7 @@ PreferencesServices Program::preferencesServices() {
             .refreshLogin = [this] { m_controller.refreshLogin(); },
             .helper = helperAdministration(
                 secureAccess(), [](bool isAuthorized) { gIsHelperAuthorized = isAuthorized; }),
+            .hotKeys = &m_hotKeys,
             .emptyAllCommand = commandFor(kEmptyAll),
             .smartWindowCommand = commandFor(kSmartWindow),
             .revertToInitialValues =
@@ -288,6 +289,16 @@ WindowServices Program::smallWindowServices() {
     return {.center = NotificationCenter::defaultCenter(),
             .texts = m_texts,
             .defaults = m_defaults,
+            .shortcutText =
+                [this](std::string_view key) {
+                    return m_hotKeys.shownText(std::string("values.").append(key));
+                },
+            .observeShortcuts =
+                [this](std::function<void()> changed) {
+                    const auto connection =
+                        QObject::connect(&m_hotKeys, &HotKeyCenter::changed, std::move(changed));
+                    return Observation([connection] { QObject::disconnect(connection); });
+                },
             .openSmartWindow = [this] { m_controller.requestSmartWindow(); },
             .showPreferences = [this] { m_controller.mainMenuAction(MenuTag::kPreferences); },
             .openUrl = [](const QString& url) { return QDesktopServices::openUrl(QUrl(url)); }};
