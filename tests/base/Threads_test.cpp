@@ -1,17 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <array>
 #include <atomic>
 #include <chrono>
+#include <cstdio>
+#include <cstring>
 #include <latch>
 #include <memory>
 #include <stdexcept>
 #include <thread>
 #include <vector>
 
+#include "base/LastLogLines.h"
 #include "base/MainThread.h"
 #include "base/OperationQueue.h"
 #include "support/TestEnvironment.h"
@@ -73,6 +78,34 @@ TEST(MainThread, ADelayedCallIsNotEarly) {
     std::jthread([&] { MainThread::postAfter(60ms, [&] { servedAt = timer.elapsed(); }); }).join();
     EXPECT_TRUE(waitFor([&] { return servedAt > 0; }));
     EXPECT_GE(servedAt, 59);
+}
+
+TEST(LastLogLines, AreWholeAndTheNewestWhileOthersWriteThem) {
+    const QtMessageHandler before =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    keepLastLogLines();
+    std::atomic<bool> ends = false;
+    std::vector<std::jthread> writers;
+    for (const char letter : {'a', 'b', 'c', 'd'}) {
+        writers.emplace_back([letter, &ends] {
+            for (std::size_t length = 1; !ends; length = length % 300 + 1)
+                qWarning("%s", std::string(length, letter).c_str());
+        });
+    }
+    std::FILE* const file = std::tmpfile();
+    while (lseek(fileno(file), 0, SEEK_CUR) < 1'000'000)
+        writeLastLogLines(fileno(file), "");
+    ends = true;
+    writers.clear();
+    qInstallMessageHandler(before);
+    std::rewind(file);
+    std::array<char, 512> line;
+    while (std::fgets(line.data(), line.size(), file)) {
+        const std::string text = std::string(line.data()).substr(std::strlen("00:00:00.000 "));
+        ASSERT_THAT(text, ::testing::MatchesRegex("warning default: (a+|b+|c+|d+)\n"));
+    }
+    std::fclose(file);
+    EXPECT_EQ(withoutNames("a\nb [/x"), "a b …");
 }
 
 TEST(OperationQueue, OneAtATimeKeepsTheOrderWhateverIsThrown) {

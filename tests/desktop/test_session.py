@@ -1,10 +1,11 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """The program among the others of its session: second starts, signals, and services that go away."""
 
+import os
 import signal
 
 from desktop import DesktopTest
-from harness import send
+from harness import as_root, send
 
 
 class SessionTest(DesktopTest):
@@ -54,6 +55,19 @@ class SessionTest(DesktopTest):
         send(self.kestrin, signal.SIGTERM)
         self.assertEqual(self.wait_for_end(), 0)
         self.assertEqual(self.trash.names(), [b"tree"])
+
+    def test_crash(self):
+        """The next start offers to show a report of it, once, and closing that question shows nothing."""
+        self.start_program()
+        send(self.kestrin, signal.SIGABRT)
+        self.assertEqual(self.wait_for_end(), -signal.SIGABRT)
+        self.start_program()
+        self.wait_for_window("ended unexpectedly")
+        self.escape_until(lambda: not self.window("ended unexpectedly"), "the question to close")
+        with as_root():
+            reports = os.listdir(os.path.join(self.home, b".local/state/Kestrin 3/Crash Reports"))
+        self.assertEqual([name[:9] for name in reports], [b"Report 20"])
+        self.assertRuns()
 
     def test_tray_that_comes_late(self):
         """What others asked for meanwhile is done then, but quitting at once."""
