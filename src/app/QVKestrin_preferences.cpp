@@ -69,6 +69,7 @@ void QVKestrin::setupLogin() {
 void QVKestrin::watchSettings() {
     m_settingsWatcher = std::make_unique<FileWatcher>(
         m_services.preferencesFile, [this] { m_services.defaults.fileDidChange(); });
+    m_services.defaults.fileDidChange();  // while the launch asked its questions
     m_loginWatcher = std::make_unique<FileWatcher>(loginItemFile(), [this] { refreshLogin(); });
 }
 
