@@ -255,7 +255,7 @@
     <message id="cli_help">
         <source></source>
         <translation>Usage: kestrin COMMAND [OPTION…]
-       kestrin [--empty-all | --smart-window | --quit]
+       kestrin [--empty-all | --smart-window | --preferences | --login | --quit]
 
 Find, count and erase the trash of every mounted volume.
 
@@ -263,6 +263,8 @@ Without a command, on a desktop: show the program in the status area, with a
 menu of all trashes. A program that runs already is used:
   --empty-all     have it empty all trashes; starts it where it does not run
   --smart-window  have it open the Smart Window; starts it where it does not run
+  --preferences   have it open the preferences; starts it where it does not run
+  --login         start it without a window, as the desktop does at login
   --quit          have it end; an erase is stopped first
 
 Commands:

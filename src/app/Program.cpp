@@ -65,6 +65,7 @@ constexpr auto kRevealPatience = 5s;
 // What a start may ask for, besides "quit".
 constexpr char kEmptyAll[] = "empty-all";
 constexpr char kSmartWindow[] = "smart-window";
+constexpr char kPreferences[] = "preferences";
 /// The start of the session itself: it asks for nothing.
 constexpr char kLogin[] = "login";
 
@@ -222,6 +223,7 @@ Program::Program(std::string_view action)
                                     .activate = [this] { m_controller.activate(); },
                                     .actions = {{kEmptyAll, [this] { take(kEmptyAll); }},
                                                 {kSmartWindow, [this] { take(kSmartWindow); }},
+                                                {kPreferences, [this] { take(kPreferences); }},
                                                 {kLogin, [] {}},
                                                 {"quit", [this] { m_controller.quit(); }}}}) {}
 
@@ -300,7 +302,7 @@ WindowServices Program::smallWindowServices() {
                     return Observation([connection] { QObject::disconnect(connection); });
                 },
             .openSmartWindow = [this] { m_controller.requestSmartWindow(); },
-            .showPreferences = [this] { m_controller.mainMenuAction(MenuTag::kPreferences); },
+            .showPreferences = [this] { m_controller.requestPreferences(); },
             .openUrl = [](const QString& url) { return QDesktopServices::openUrl(QUrl(url)); }};
 }
 
@@ -453,6 +455,7 @@ void Program::act() {
     const std::string action = std::exchange(m_action, {});
     if (action == kEmptyAll) m_controller.requestToEmptyAll();
     if (action == kSmartWindow) m_controller.requestSmartWindow();
+    if (action == kPreferences) m_controller.requestPreferences();
 }
 
 /// Also where the file is changed by another thread.

@@ -148,6 +148,11 @@ void QVKestrin::requestSmartWindow() {
     mainMenuAction(MenuTag::kSmartWindow);
 }
 
+void QVKestrin::requestPreferences() {
+    if (!mayBegin() || showWhatIsOpen() || m_isWorking) return;
+    mainMenuAction(MenuTag::kPreferences);
+}
+
 void QVKestrin::activate() {
     if (!mayBegin()) return;
     if (std::exchange(m_launch, Launch::InStatusArea) == Launch::AtLogin)

@@ -237,6 +237,7 @@ class QVKestrin : public QObject {
     /// question, an erase or the browsing window is open they only bring that forward.
     void requestToEmptyAll();
     void requestSmartWindow();
+    void requestPreferences();
     /// Answers a second start without a command: brings a question or an erase forward. When
     /// nothing is open it opens the menu, or says that the program runs where it cannot open a
     /// menu.

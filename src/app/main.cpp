@@ -17,6 +17,7 @@
 #include "app/Program.h"
 #include "base/LastLogLines.h"
 #include "base/MainThread.h"
+#include "cli/Arguments.h"
 #include "cli/CommandLine.h"
 #include "platform/desktop/Places.h"
 #include "platform/processes/CrashHandler.h"
@@ -57,9 +58,8 @@ bool hasDisplay() {
 std::optional<std::string> programAction(const std::vector<std::string>& words) {
     if (words.size() > 1 || !hasDisplay()) return std::nullopt;
     if (words.empty()) return "";
-    const bool isAction = words[0] == "--empty-all" || words[0] == "--smart-window" ||
-                          words[0] == "--login" || words[0] == "--quit";
-    return isAction ? std::make_optional(words[0].substr(2)) : std::nullopt;
+    return kestrin::isDesktopOption(words[0]) ? std::make_optional(words[0].substr(2))
+                                              : std::nullopt;
 }
 
 /// Runs the program in the status area. Returns only when it could not be loaded.

@@ -233,10 +233,15 @@ ParsedArguments parseArguments(const std::vector<std::string>& words) {
     if (const CommandTraits* const traits = findCommand(first)) {
         return WordReader(*traits, words).read();
     }
-    if (first == "--empty-all" || first == "--smart-window" || first == "--quit")
-        return refuseWithoutDesktop(words);
+    if (isDesktopOption(first)) return refuseWithoutDesktop(words);
     const bool isOption = first.size() > 1 && first.front() == '-';
     return UsageError{isOption ? "cli_unknown_option"_key : "cli_unknown_command"_key, {first}, {}};
+}
+
+bool isDesktopOption(std::string_view word) {
+    constexpr std::array<std::string_view, 5> kOptions{"--empty-all", "--smart-window",
+                                                       "--preferences", "--login", "--quit"};
+    return std::ranges::find(kOptions, word) != kOptions.end();
 }
 
 std::string_view commandName(Command command) {

@@ -50,6 +50,10 @@ using ParsedArguments = std::variant<Arguments, UsageError>;
 /// the last one counts. A request for help wins over everything that comes after it.
 ParsedArguments parseArguments(const std::vector<std::string>& words);
 
+/// Whether the word is an option for the program on the desktop, such as "--quit". It takes
+/// nothing.
+bool isDesktopOption(std::string_view word);
+
 /// The word that calls a command.
 std::string_view commandName(Command command);
 

@@ -53,6 +53,7 @@ TEST(Arguments, MistakesAreNamed) {
         {{}, {"cli_no_command", ""}},
         {{"empt"}, {"cli_unknown_command", "empt"}},
         {{"--quit"}, {"cli_needs_desktop", "--quit"}},
+        {{"--login"}, {"cli_needs_desktop", "--login"}},
         {{"--empty-all", "x"}, {"cli_too_many_operands", "x"}},
         {{"help", "empt"}, {"cli_unknown_command", "empt"}},
         {{"help", "list", "show"}, {"cli_too_many_operands", "show"}},
