@@ -257,6 +257,12 @@ class DesktopTest(EndToEndTest):
         menu = self.menu() or self.open_menu()
         self.click(menu.find("menu item", name))
 
+    def choose_service(self, name):
+        """Chooses an entry of the menu of help."""
+        menu = self.menu() or self.open_menu()
+        self.point(menu.find("menu item", "^Help$"))
+        self.click(self.wait(lambda: self.popup_with(name), "the menu of help").find("menu item", name))
+
     # Windows.
 
     def window(self, title):

@@ -88,6 +88,34 @@ class HelperTest(DesktopTest):
         self.assertEqual(numbers, list(range(1, len(numbers) + 1)))
         self.assertRuns()
 
+    def test_uninstalling_leaves_nothing(self):
+        """Also with a window open that knows the settings. The file manager is asked for the program."""
+        configuration = os.path.join(self.home, b".config")
+        entry = os.path.join(configuration, b"autostart/com.quorvane.Kestrin3.desktop")
+        self.write_settings(show_install_helper_tool="false", launch_at_login="true")
+        question = self.start_and_read_question()
+        agent = Agent(self, self.kestrin.pid, "accept")
+        self.press(question, "Install")
+        agent.line()
+        self.wait(lambda: os.path.exists(INSTALLED) and os.path.exists(entry), "the installation")
+        asked = self.run_part("dbus-monitor", "--session", "interface='org.freedesktop.FileManager1'")
+        self.launch("--preferences")
+        self.wait_for_window("Preferences")
+        for answer in ("Don’t Uninstall", "Uninstall"):
+            self.choose_service("Uninstall")
+            self.assertTrue(os.path.exists(INSTALLED) and os.path.exists(entry))
+            self.press(self.wait_for_window("Do you want to uninstall"), answer)
+        agent.line()
+        self.press(self.wait_for_window("has been uninstalled"), "OK")
+        self.assertEqual(self.wait_for_end(), 0)
+        with open(asked.log, "rb") as log:
+            self.assertIn(b"file://" + self.program, log.read())
+        with as_root():
+            left = [path for path in (INSTALLED, entry, os.path.join(configuration, b"com.quorvane.kestrin-3.conf"))
+                    if os.path.exists(path)]
+        self.assertEqual(left, [])
+        self.assertEqual(len(self.trash.names()), 3)
+
     def install_mute_helper(self):
         """One that answers nobody. Answers whether it was asked for its version."""
         marker = os.path.join(self.scratch, b"bus/asked")

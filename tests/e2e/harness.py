@@ -395,7 +395,8 @@ class EndToEndTest(unittest.TestCase):
 
     def log_files(self):
         root = os.path.join(self.state, b"Kestrin 3")
-        return [os.path.join(folder, name) for folder, _, names in os.walk(root) for name in names]
+        return [os.path.join(folder, name) for folder, _, names in os.walk(root) for name in names
+                if name.endswith(b".log")]
 
     def log_lines(self):
         files = self.log_files()
