@@ -286,10 +286,18 @@ class EndToEndTest(unittest.TestCase):
             self.skipTest("the file system keeps no such attribute")
 
     def write_settings(self, **settings):
+        """A dictionary gets a section of its own."""
+        sections = {"General": {}}
+        for key, value in settings.items():
+            if isinstance(value, dict):
+                sections[key] = value
+            else:
+                sections["General"][key] = value
         folder = os.path.join(self.home, b".config")
         os.makedirs(folder, exist_ok=True)
         with open(os.path.join(folder, b"com.quorvane.kestrin-3.conf"), "w") as file:
-            file.write("[General]\n" + "".join(f"{key}={value}\n" for key, value in settings.items()))
+            for name, values in sections.items():
+                file.write(f"[{name}]\n" + "".join(f"{key}={value}\n" for key, value in values.items()))
 
     def fill_outside(self):
         """What must never change: a folder beside the home, of the user's own."""
