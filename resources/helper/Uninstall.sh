@@ -1,10 +1,13 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Removes the privileged helper and all that makes it known. The program runs this text as root
-# through pkexec: sh -c TEXT NAME
+# through pkexec: sh -c TEXT NAME [MAJOR]
+# MAJOR is the major version of the program whose helper goes; without it that is this one's.
 PATH=/usr/sbin:/usr/bin:/sbin:/bin
 export PATH
 
-label=com.quorvane.Kestrin3Helper
+major=${1:-3}
+case $major in *[!0-9]*) exit 1 ;; esac
+label=com.quorvane.Kestrin${major}Helper
 helper_file=/usr/libexec/$label
 
 # First what would start it again.
@@ -27,7 +30,7 @@ if [ -e "$helper_file" ]; then
 fi
 
 rm -f -- "$helper_file" "/usr/share/dbus-1/system.d/$label.conf" \
-    /usr/share/polkit-1/actions/com.quorvane.kestrin-3.policy || exit 1
+    "/usr/share/polkit-1/actions/com.quorvane.kestrin-$major.policy" || exit 1
 dbus-send --system --type=method_call --print-reply --dest=org.freedesktop.DBus / \
     org.freedesktop.DBus.ReloadConfig >/dev/null 2>&1
 exit 0

@@ -101,6 +101,10 @@
         <source></source>
         <translation>%@ items were not opened.</translation>
     </message>
+    <message id="older_version_failed">
+        <source></source>
+        <translation>The helper of Kestrin %@ could not be removed.</translation>
+    </message>
     <message id="open_no_opener">
         <source></source>
         <translation>The desktop has no program that opens this kind of item.</translation>

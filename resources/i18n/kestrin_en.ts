@@ -903,6 +903,22 @@ Examples:
         <source></source>
         <translation>OK</translation>
     </message>
+    <message id="older_version_ask">
+        <source></source>
+        <translation>Do you want to remove what is left of Kestrin %@?</translation>
+    </message>
+    <message id="older_version_keep">
+        <source></source>
+        <translation>Keep</translation>
+    </message>
+    <message id="older_version_mess">
+        <source></source>
+        <translation>Its settings, its start at login and its helper are of no use to this version.</translation>
+    </message>
+    <message id="older_version_remove">
+        <source></source>
+        <translation>Remove</translation>
+    </message>
     <message id="open_log_file_error">
         <source></source>
         <translation>The log file can’t be opened, so nothing was erased. Make room for the log or allow Kestrin to write to its log folder, or turn the log off in the preferences.</translation>

@@ -236,7 +236,9 @@ AppServices Program::services() {
         bool exists = false;
         return QVSecureAccess(secureAccess()).isHelperNeedBeInstalled(exists);
     };
-    services.removeHelper = [this] { QVSecureAccess(secureAccess()).removeHelper(); };
+    services.removeHelper = [this](int majorVersion) {
+        QVSecureAccess(secureAccess()).removeHelper(majorVersion);
+    };
     services.findPackageOwner = [](const FileUrl& file, auto found) {
         findPackageOwner(file, std::move(found));
     };

@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "app/OlderVersion.h"
 #include "app/QVDiskMenuItemView.h"
 #include "app/QVFullDiskAuthorization.h"
 #include "app/TrashTotals.h"
@@ -127,7 +128,8 @@ struct AppServices {
     /// Tells later which package of the system has a file.
     std::function<void(const FileUrl& file, std::function<void(const PackageAnswer&)> found)>
         findPackageOwner{};
-    std::function<void()> removeHelper{};  ///< as root; failures show by its file being there
+    /// As root, of that major version of the program; failures show by its file being there.
+    std::function<void(int majorVersion)> removeHelper{};
     std::function<MaybeError()> removeLoginItem{};
     std::function<void()> pressStop{};      ///< in the progress window that is open
     std::function<bool()> bringForward{};   ///< the question or the progress, if one is open
@@ -142,6 +144,7 @@ struct AppServices {
     const QVFullDiskAuthorization& fullDiskAccess = QVFullDiskAuthorization::sharedControl();
     FileUrl helperFile = location(Place::HelperTool);
     FileUrl preferencesFile = location(Place::PreferencesFile);
+    OlderVersion olderVersion = kestrin::olderVersion();
     TimerFactory startTimer = &kestrin::startTimer;
 };
 
@@ -318,6 +321,13 @@ class QVKestrin : public QObject {
     void greet();
 
     // The removal of the program (QVKestrin_uninstall.cpp)
+    void offerToRemoveOlderVersion();
+    void askToRemoveOlderVersion(const std::optional<PackageOwner>& helperOwner);
+    void removeOlderVersion(bool helperIsOfPackage);
+    QString withPackage(const QString& message,
+                        const std::optional<PackageOwner>& helperOwner) const;
+    void findOwner(const FileUrl& helper,
+                   void (QVKestrin::*ask)(const std::optional<PackageOwner>&));
     void askToUninstall(const std::optional<PackageOwner>& helperOwner);
     bool removeInstallation(const std::optional<PackageOwner>& helperOwner);
     void endUninstalled();

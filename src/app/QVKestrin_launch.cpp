@@ -96,6 +96,7 @@ void QVKestrin::greet() {
     const bool isFirstRun = m_services.defaults.boolForKey("is_first_run");
     if (hasClient && isFirstRun && isUserAgree() != kAlertFirstButton) return quit();
     if (hasClient && !m_isEnding) gIsHelperAuthorized = m_services.installHelper();
+    if (hasClient && !m_isEnding) offerToRemoveOlderVersion();
     m_greeting = Greeting::Over;
     if (!hasClient || m_isEnding || showFirstWindow()) return;
     checkForFullDiskAccess();

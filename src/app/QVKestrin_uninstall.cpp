@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The removal of what the program installed and keeps.
 #include <QPointer>
+#include <algorithm>
 #include <utility>
 
 #include "app/QVKestrin.h"
 #include "base/StringTable.h"
+#include "erase/HelperInstaller.h"
 #include "erase/QVErrorDelegate.h"
 #include "platform/items/ItemAttributes.h"
 #include "platform/items/SmallFile.h"
@@ -21,25 +23,34 @@ bool isThere(const FileUrl& file) {
 
 void QVKestrin::uninstall() {
     if (std::exchange(m_isUninstalling, true)) return;
-    if (!m_services.findPackageOwner || !isThere(m_services.helperFile)) return askToUninstall({});
-    m_services.findPackageOwner(m_services.helperFile,
-                                [guard = QPointer<QVKestrin>(this)](const PackageAnswer& answer) {
-                                    // What cannot be found out counts as no package's: the helper's
-                                    // own script then fails or removes it.
-                                    if (guard)
-                                        guard->askToUninstall(answer ? *answer : std::nullopt);
-                                });
+    findOwner(m_services.helperFile, &QVKestrin::askToUninstall);
+}
+
+/// Calls `ask` with the package that has the helper, at once when there is no helper.
+void QVKestrin::findOwner(const FileUrl& helper,
+                          void (QVKestrin::*ask)(const std::optional<PackageOwner>&)) {
+    if (!m_services.findPackageOwner || !isThere(helper)) return (this->*ask)({});
+    m_services.findPackageOwner(
+        helper, [guard = QPointer<QVKestrin>(this), ask](const PackageAnswer& answer) {
+            // What cannot be found out counts as no package's: the helper's own script removes it
+            // then, or fails.
+            if (guard) (guard->*ask)(answer ? *answer : std::nullopt);
+        });
+}
+
+/// The message, and by which command the package with the helper goes.
+QString QVKestrin::withPackage(const QString& message,
+                               const std::optional<PackageOwner>& helperOwner) const {
+    if (!helperOwner) return message;
+    return message + QStringLiteral("\n\n") +
+           StringTable::filled(m_services.texts.text("uninstall_package"_key),
+                               {QString::fromStdString(helperOwner->package),
+                                QString::fromStdString(helperOwner->removeCommand)});
 }
 
 void QVKestrin::askToUninstall(const std::optional<PackageOwner>& helperOwner) {
-    QString message = m_services.texts.text("ask_uninstall_mees"_key);
-    if (helperOwner) {
-        const QString package = m_services.texts.text("uninstall_package"_key);
-        message +=
-            QStringLiteral("\n\n") +
-            StringTable::filled(package, {QString::fromStdString(helperOwner->package),
-                                          QString::fromStdString(helperOwner->removeCommand)});
-    }
+    const QString message =
+        withPackage(m_services.texts.text("ask_uninstall_mees"_key), helperOwner);
     const int answer = m_services.presenter.askToTheUser(
         {.question = std::string("ask_uninstall"_key),
          .message = message.toStdString(),
@@ -59,7 +70,8 @@ bool QVKestrin::removeInstallation(const std::optional<PackageOwner>& helperOwne
         presenter.showError(error, message);
         return false;
     };
-    if (!helperOwner && m_services.removeHelper && !m_isEnding) m_services.removeHelper();
+    if (!helperOwner && m_services.removeHelper && !m_isEnding)
+        m_services.removeHelper(kMajorVersion);
     if (m_isEnding) return false;
     if (!helperOwner && isThere(m_services.helperFile))
         return fail("uninstall_failed"_errorKey, "uninstall_failed_mess"_errorKey);
@@ -82,6 +94,48 @@ void QVKestrin::endUninstalled() {
     m_services.reveal(program, [guard = QPointer<QVKestrin>(this)] {
         if (guard) guard->quit();
     });
+}
+
+// --- The older version ---
+
+/// Asks at a launch that finds some of it, until the user does not want to be asked again.
+void QVKestrin::offerToRemoveOlderVersion() {
+    const OlderVersion& older = m_services.olderVersion;
+    if (!m_services.defaults.boolForKey("ask_unistall_old_kestrin")) return;
+    if (isThere(older.helper) || std::ranges::any_of(older.files, isThere))
+        findOwner(older.helper, &QVKestrin::askToRemoveOlderVersion);
+}
+
+void QVKestrin::askToRemoveOlderVersion(const std::optional<PackageOwner>& helperOwner) {
+    const QString message =
+        withPackage(m_services.texts.text("older_version_mess"_key), helperOwner);
+    const int answer = m_services.presenter.askToTheUserWithView(
+        {.question = std::string("older_version_ask"_key),
+         .message = message.toStdString(),
+         .additionalNames = {QString::number(m_services.olderVersion.major)},
+         .defaultButton = std::string("older_version_keep"_key),
+         .alternateButton = std::string("older_version_remove"_key),
+         .notAnswered = kAlertFirstButton,
+         .preferenceKey = "ask_unistall_old_kestrin",
+         .preferenceAsks = true});
+    if (answer == kAlertSecondButton && !m_isEnding) removeOlderVersion(helperOwner.has_value());
+}
+
+/// Removes what can be removed, and tells what stayed.
+void QVKestrin::removeOlderVersion(bool helperIsOfPackage) {
+    const OlderVersion& older = m_services.olderVersion;
+    if (!helperIsOfPackage && isThere(older.helper)) {
+        if (m_services.removeHelper) m_services.removeHelper(older.major);
+        if (isThere(older.helper)) {
+            m_services.presenter.showError("older_version_failed"_errorKey,
+                                           "uninstall_failed_mess"_errorKey,
+                                           {QString::number(older.major)});
+        }
+    }
+    for (const FileUrl& file : older.files) {
+        const MaybeError error = isThere(file) ? removeFile(file) : MaybeError();
+        if (error) m_services.presenter.showError(error->localizedDescription());
+    }
 }
 
 }  // namespace kestrin

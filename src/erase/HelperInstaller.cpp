@@ -81,8 +81,9 @@ MaybeError HelperInstaller::install(std::string_view label) const {
         *program);
 }
 
-MaybeError HelperInstaller::remove() const {
-    return runAsRoot(QString::fromUtf8(embedded("Uninstall.sh")), {}, {});
+MaybeError HelperInstaller::remove(int majorVersion) const {
+    return runAsRoot(QString::fromUtf8(embedded("Uninstall.sh")), {QString::number(majorVersion)},
+                     {});
 }
 
 Result<QByteArray> HelperInstaller::helperProgram() const {

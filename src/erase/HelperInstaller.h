@@ -14,6 +14,9 @@ namespace kestrin {
 
 class StringTable;
 
+/// The major version of this program, which the helper's names hold.
+inline constexpr int kMajorVersion = 3;
+
 /// Runs the two scripts of resources/helper through pkexec(1), which asks the user for an
 /// administrator's password. Main thread; events are served until the script has ended.
 ///
@@ -33,8 +36,9 @@ class HelperInstaller {
     /// pkexec or the helper's program is missing, EPERM when strangers may write to the latter, EIO
     /// when the script failed: nothing is changed then.
     MaybeError install(std::string_view label) const;
-    /// Removes the helper, what makes it known, and ends it when it runs. Errors: as above.
-    MaybeError remove() const;
+    /// Removes the helper of that major version of the program, with what makes it known, and ends
+    /// it when it runs. Errors: as above.
+    MaybeError remove(int majorVersion = kMajorVersion) const;
 
  private:
     Result<QByteArray> helperProgram() const;

@@ -134,7 +134,8 @@ int QVErrorDelegate::askToTheUserWithDict(const Question& question) {
 }
 
 int QVErrorDelegate::askToTheUserWithView(const Question& question) {
-    if (m_defaults.boolForKey(question.preferenceKey)) return kAlertFirstButton;
+    if (m_defaults.boolForKey(question.preferenceKey) != question.preferenceAsks)
+        return kAlertFirstButton;
     int result = question.notAnswered;
     MainThread::postAndWait([&] { result = askToTheUserWithViewAndDict(question); });
     return result;
@@ -143,8 +144,8 @@ int QVErrorDelegate::askToTheUserWithView(const Question& question) {
 int QVErrorDelegate::askToTheUserWithViewAndDict(const Question& question) {
     m_lastResult = 0;
     AlertModel model = questionModel(question);
-    return m_lastResult =
-               runSuppressible(model, question.preferenceKey).value_or(question.notAnswered);
+    return m_lastResult = runSuppressible(model, question.preferenceKey, !question.preferenceAsks)
+                              .value_or(question.notAnswered);
 }
 
 // --- Helpers ---
@@ -217,12 +218,13 @@ void QVErrorDelegate::closeSheet(const AlertPanel* sheet) {
 }
 
 std::optional<int> QVErrorDelegate::runSuppressible(AlertModel& model,
-                                                    std::string_view preferenceKey) {
+                                                    std::string_view preferenceKey,
+                                                    bool suppressed) {
     model.suppressionTitle = m_texts.text("suppression_message_text"_key);
     const std::unique_ptr<AlertPanel> panel = m_makePanel();
     if (!panel) return std::nullopt;
     const int result = panel->runModal(model);
-    if (panel->suppressionIsOn()) m_defaults.set(preferenceKey, true);
+    if (panel->suppressionIsOn()) m_defaults.set(preferenceKey, suppressed);
     return result;
 }
 

@@ -52,6 +52,7 @@ struct Question {
     bool showView = false;          ///< with a box "apply to all"
     bool* viewStatus = nullptr;     ///< where the state of that box goes
     std::string preferenceKey{};    ///< the setting of the box "do not ask again"
+    bool preferenceAsks = false;    ///< the setting says to ask, and the box takes that back
     bool treatsAsError = false;
     WindowHandle parentWindow = nullptr;  ///< a sheet on it; none: modal
     AlertModel::Topic topic = AlertModel::Topic::Other;
@@ -98,8 +99,8 @@ class QVErrorDelegate {
     /// Asks and returns the button. With a parent window the question is a sheet, and the call
     /// returns 0 before the user has answered.
     int askToTheUser(const Question& question);
-    /// Asks with a "do not ask again" box, unless the setting `preferenceKey` is on: then
-    /// kAlertFirstButton at once. A ticked box sets it.
+    /// Asks with a "do not ask again" box, unless the setting `preferenceKey` says not to: then
+    /// kAlertFirstButton at once. A ticked box sets it so.
     int askToTheUserWithView(const Question& question);
 
     /// The button of the last question; 0 while it is open and before the first.
@@ -128,7 +129,8 @@ class QVErrorDelegate {
     void beginSheet(std::unique_ptr<AlertPanel> panel, const AlertModel& model, WindowHandle window,
                     std::function<void(int)> answered);
     void closeSheet(const AlertPanel* sheet);
-    std::optional<int> runSuppressible(AlertModel& model, std::string_view preferenceKey);
+    std::optional<int> runSuppressible(AlertModel& model, std::string_view preferenceKey,
+                                       bool suppressed = true);
 
     const AlertPanelFactory m_makePanel;
     const StringTable& m_texts;

@@ -115,10 +115,10 @@ MaybeError QVSecureAccess::blessHelperWithLabel(std::string_view label) {
     return HelperInstaller(m_services.texts, m_services.programEnds).install(label);
 }
 
-void QVSecureAccess::removeHelper() {
+void QVSecureAccess::removeHelper(int majorVersion) {
     requireMainThread();
     const HelperInstaller installer(m_services.texts, m_services.programEnds);
-    if (const MaybeError error = installer.remove()) {
+    if (const MaybeError error = installer.remove(majorVersion)) {
         qCWarning(lcErase, "removeHelper: %s", error->localizedDescription().c_str());
     }
 }

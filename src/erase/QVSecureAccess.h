@@ -13,6 +13,7 @@
 
 #include "erase/HelperClient.h"
 #include "erase/HelperConnection.h"
+#include "erase/HelperInstaller.h"
 #include "platform/desktop/Places.h"
 
 namespace kestrin {
@@ -59,8 +60,9 @@ class QVSecureAccess final : public HelperClient {
     /// Whether the helper is installed and of the version that this program needs. `helperExists`
     /// is set when its file is there, of whatever version.
     bool isHelperNeedBeInstalled(bool& helperExists);
-    /// Takes the helper away, as root. Failures show by its file still being there.
-    void removeHelper();
+    /// Takes the helper of that major version of the program away, as root. Failures show by its
+    /// file still being there.
+    void removeHelper(int majorVersion = kMajorVersion);
 
     /// Asks the helper for its version, for at most 5 s, while events are served.
     void getHelperToolVersion();

@@ -103,6 +103,37 @@ TEST_F(GreetingTest, isPutOffByAStartAtLogin) {
     EXPECT_EQ(told.size(), 1) << "no window tells it";
 }
 
+TEST_F(GreetingTest, offersToRemoveAnOlderVersionUntilTheUserHasAnswered) {
+    const auto kind = QVKestrin::Launch::InStatusArea;
+    const std::vector<std::string> remains{"helper 2", "entry 2", "settings 2"};
+    for (const std::string& name : remains)
+        writeFile(folder / name);
+    const auto left = [&] {
+        return std::ranges::count_if(remains, [&](const auto& name) { return isThere(name); });
+    };
+    alerts.addAnswer(kAlertFirstButton);
+    start(kind, false);
+    EXPECT_EQ(alerts.models.at(0).notAnswered, kAlertFirstButton);
+    alerts.addAnswer(kAlertSecondButton, false, [this] { controller->quit(); });
+    start(kind, false);
+    EXPECT_EQ(left(), 3) << "the program ends";
+
+    helperOwner = std::optional(PackageOwner{"dpkg", "helper", "apt remove it", ""});
+    alerts.addAnswer(kAlertSecondButton);
+    start(kind, false);
+    EXPECT_EQ(left(), 1) << "the helper goes with its package";
+    helperOwner = std::optional<PackageOwner>();
+    alerts.addAnswer(kAlertSecondButton);
+    start(kind, false);
+    EXPECT_EQ(steps, "install remove 2 information ");
+    EXPECT_EQ(alerts.models.size(), 2u) << "the second says that the helper is still there";
+    alerts.addAnswer(kAlertFirstButton, true);
+    start(kind, false);
+    start(kind, false);
+    EXPECT_EQ(alerts.models.size(), 0u) << "the user does not want to be asked again";
+    EXPECT_FALSE(defaults.boolForKey("ask_unistall_old_kestrin"));
+}
+
 TEST(QVFullDiskAuthorizationTest, asksTheSystemAfreshEachTime) {
     using Status = QVFullDiskAuthorization::Status;
     const ScratchFolder home;
@@ -153,10 +184,10 @@ TEST_F(UninstallTest, removesOneAfterTheOtherAndStopsWhereItCannot) {
     EXPECT_EQ(alerts.models.at(0).notAnswered, kAlertFirstButton);
     const auto remove = std::exchange(removal, nullptr);
     const std::string failed = text("uninstall_failed", StringTable::Table::Errors);
-    EXPECT_EQ(uninstall(), "remove /" + failed + "/kept");
+    EXPECT_EQ(uninstall(), "remove 3 /" + failed + "/kept");
     removal = remove;
     loginItemError = HostError{.domain = {}, .userInfo = {{"errorString", "disk full"}}};
-    EXPECT_EQ(uninstall(), "remove login item /disk full/kept");
+    EXPECT_EQ(uninstall(), "remove 3 login item /disk full/kept");
     loginItemError.reset();
     EXPECT_EQ(terminated, 0);
 
@@ -174,7 +205,7 @@ TEST_F(UninstallTest, removesOneAfterTheOtherAndStopsWhereItCannot) {
 TEST_F(UninstallTest, saysNothingWhenThereAreNoSettings) {
     std::remove((folder / "settings.conf").c_str());
     EXPECT_EQ(uninstall(),
-              "remove login item /" + texts.text("ask_uninstall"_key).toStdString() + "/gone");
+              "remove 3 login item /" + texts.text("ask_uninstall"_key).toStdString() + "/gone");
     EXPECT_EQ(terminated, 0);
     alerts.addAnswer(kAlertSecondButton, false, [this] { controller->quit(); });
     steps.clear();

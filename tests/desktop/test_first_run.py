@@ -32,6 +32,7 @@ class FirstRunTest(DesktopTest):
             question = self.wait_for_window(DISCLAIMER)
             for action in ("", "--smart-window", "--empty-all"):
                 self.assertEqual(self.wait_for_end(self.launch(*([action] if action else []))), 0)
+            self.key("ctrl+super+BackSpace", "shift+super+s")
             self.wait(lambda: "active" in question.states, "the question in front")
             self.assertOneWindow()
             if end == "Disagree":

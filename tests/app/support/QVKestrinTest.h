@@ -186,7 +186,7 @@ class QVKestrinTest : public ::testing::Test {
                         done();
                     },
                 .findPackageOwner = [this](const FileUrl&, auto found) { found(helperOwner); },
-                .removeHelper = [this] { step("remove"); },
+                .removeHelper = [this](int major) { step("remove " + std::to_string(major)); },
                 .removeLoginItem =
                     [this] {
                         step("login item");
@@ -197,6 +197,7 @@ class QVKestrinTest : public ::testing::Test {
                 .terminate = [this] { ++terminated; },
                 .helperFile = urlOf("helper"),
                 .preferencesFile = urlOf("settings.conf"),
+                .olderVersion = {2, urlOf("helper 2"), {urlOf("entry 2"), urlOf("settings 2")}},
                 .startTimer = [this](auto delay, auto call) { return timers.start(delay, call); }};
     }
     /// Notes what the controller had done, and what is done meanwhile.
