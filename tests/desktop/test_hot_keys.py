@@ -86,9 +86,12 @@ class HotKeyTest(DesktopTest):
         self.assertIsNone(self.window(QUESTION))
         # Over the menu of the program itself.
         self.open_menu()
+        self.key(SMART)
+        self.wait_for_window(WINDOW)
+        self.wait(lambda: not self.bus.popups(), "the menu to close")
+        self.close_until_gone(WINDOW)
         self.key(EMPTY)
         self.wait_for_window(QUESTION)
-        self.wait(lambda: not self.bus.popups(), "the menu to close")
         self.key(EMPTY, SMART)
         self.escape_until(lambda: not self.window(QUESTION), "the question to go")
         self.assertIsNone(self.window(WINDOW))
