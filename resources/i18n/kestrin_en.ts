@@ -743,6 +743,14 @@ Examples:
             <numerusform>%@ items, %@</numerusform>
         </translation>
     </message>
+    <message id="key_empty_all">
+        <source></source>
+        <translation>Empty all trashes</translation>
+    </message>
+    <message id="key_smart_window">
+        <source></source>
+        <translation>Open the Smart Window</translation>
+    </message>
     <message id="key_super">
         <source></source>
         <translation>Super</translation>

@@ -19,14 +19,16 @@ namespace {
 
 struct HotKeyCommand {
     std::string_view keyPath;  ///< of the shortcut in the settings; also what names the hot key
-    std::string_view textKey;
+    std::string_view descriptionKey;  ///< what it does, for the desktop and the other hot key
+    std::string_view titleKey;        ///< of the menu's entry
     int tag;
     void (QVKestrin::*request)();
 };
 
 constexpr std::array<HotKeyCommand, 2> kCommands = {{
-    {"values.empty_trash", "app_empty_all"_key, MenuTag::kEmptyAll, &QVKestrin::requestToEmptyAll},
-    {"values.smart_delete", "app_smart_window"_key, MenuTag::kSmartWindow,
+    {"values.empty_trash", "key_empty_all"_key, "app_empty_all"_key, MenuTag::kEmptyAll,
+     &QVKestrin::requestToEmptyAll},
+    {"values.smart_delete", "key_smart_window"_key, "app_smart_window"_key, MenuTag::kSmartWindow,
      &QVKestrin::requestSmartWindow},
 }};
 
@@ -34,6 +36,15 @@ constexpr std::array<HotKeyCommand, 2> kCommands = {{
 void closePopups() {
     while (QWidget* const popup = QApplication::activePopupWidget())
         if (!popup->close()) return;
+}
+
+/// The keys that a text of ours, or of the desktop, names; empty when it describes them in words.
+QKeySequence sequenceIn(const QString& keys) {
+    for (const auto format : {QKeySequence::NativeText, QKeySequence::PortableText}) {
+        const QKeySequence sequence(keys, format);
+        if (sequence.count() == 1 && sequence[0].key() != Qt::Key_unknown) return sequence;
+    }
+    return {};
 }
 
 }  // namespace
@@ -48,7 +59,7 @@ void QVKestrin::setupHotKeys() {
             if (!shortcut) return center.unregisterHotKey(command.keyPath);
             center.registerHotKey({.identifier = std::string(command.keyPath),
                                    .shortcut = *shortcut,
-                                   .description = m_services.texts.text(command.textKey),
+                                   .description = m_services.texts.text(command.descriptionKey),
                                    .pressed = [this, &command] {
                                        closePopups();
                                        (this->*command.request)();
@@ -63,15 +74,14 @@ void QVKestrin::updateKeyEquivalents() {
     for (const HotKeyCommand& command : kCommands) {
         QAction* const item = itemWithTag(command.tag);
         const QString keys = m_services.hotKeys->shownText(command.keyPath);
-        const QKeySequence sequence(keys, QKeySequence::NativeText);
-        // Some desktops describe their keys in words, which no menu can show as a shortcut.
-        const bool isSequence = sequence.toString(QKeySequence::NativeText) == keys;
-        const QString title = m_services.texts.text(command.textKey);
-        item->setShortcut(isSequence ? sequence : QKeySequence());
+        const QKeySequence sequence = sequenceIn(keys);
+        const QString title = m_services.texts.text(command.titleKey);
+        item->setShortcut(sequence);
         item->setShortcutVisibleInContextMenu(true);
-        item->setText(isSequence ? title
-                                 : StringTable::filled(m_services.texts.text("menu_keys"_key),
-                                                       {title, menuText(keys)}));
+        const bool areWords = sequence.isEmpty() && !keys.isEmpty();
+        item->setText(areWords ? StringTable::filled(m_services.texts.text("menu_keys"_key),
+                                                     {title, menuText(keys)})
+                               : title);
     }
 }
 

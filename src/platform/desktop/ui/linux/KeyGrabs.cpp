@@ -167,14 +167,16 @@ void KeyGrabs::ungrab(const Keys& keys) const {
     xcb_flush(m_connection);
 }
 
-/// What another client sends in the server's name has another type.
+/// What another client sends in the server's name has another type. What a grab delivers, to the
+/// root window, goes on to the toolkit: by its time the window that opens may take the focus. What
+/// came to a window of the program, such as its menu, ends here.
 bool KeyGrabs::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*) {
     if (eventType != "xcb_generic_event_t") return false;
     // The two events are one structure.
     const auto* event = static_cast<const xcb_key_press_event_t*>(message);
     if (event->response_type == XCB_KEY_RELEASE) handleRelease(event->detail, event->time);
     return event->response_type == XCB_KEY_PRESS &&
-           handlePress(event->detail, event->state, event->time);
+           handlePress(event->detail, event->state, event->time) && event->event != event->root;
 }
 
 /// Whether the press belongs to a hot key.
