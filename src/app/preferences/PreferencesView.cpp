@@ -73,9 +73,11 @@ PreferencesView::PreferencesView(const PreferencesServices& services) : m_servic
     m_edge->setFrameStyle(QFrame::HLine | QFrame::Sunken);
     column->addWidget(m_edge);
     column->addLayout(makeButtons());
-    for (const auto key : {QKeySequence::Close, QKeySequence::Cancel})
-        connect(new QShortcut(QKeySequence(key), this), &QShortcut::activated, this,
-                &QWidget::close);
+    connect(new QShortcut(QKeySequence(QKeySequence::Close), this), &QShortcut::activated, this,
+            &QWidget::close);
+    // Return would press the first of them, from wherever the focus is.
+    for (QPushButton* const button : findChildren<QPushButton*>())
+        button->setAutoDefault(false);
     colourBoxes();
     showProblem();
     fit();
@@ -85,11 +87,20 @@ void PreferencesView::showOn(QWidget* parent) {
     if (isVisible()) {
         setWindowState(windowState() & ~Qt::WindowMinimized);
     } else {
+        placeInMiddle();
         makeSheet(*this, parent);
         show();
     }
     raise();
     activateWindow();
+}
+
+/// A window of which Qt does not know the place yet is moved into the corner by a change of its
+/// size, and a text that comes a moment after the window makes it higher.
+void PreferencesView::placeInMiddle() {
+    QRect place = rect();
+    place.moveCenter(screen()->availableGeometry().center());
+    move(place.topLeft());
 }
 
 QWidget* PreferencesView::makePage() {
@@ -265,7 +276,7 @@ void PreferencesView::showLogs() {
 bool PreferencesView::eventFilter(QObject* watched, QEvent* event) {
     const bool isOfPage = watched == m_scrollArea->widget();
     if (isOfPage && event->type() == QEvent::LayoutRequest) fit();
-    return QWidget::eventFilter(watched, event);
+    return QDialog::eventFilter(watched, event);
 }
 
 void PreferencesView::closeEvent(QCloseEvent* event) {
@@ -274,7 +285,7 @@ void PreferencesView::closeEvent(QCloseEvent* event) {
 }
 
 void PreferencesView::changeEvent(QEvent* event) {
-    QWidget::changeEvent(event);
+    QDialog::changeEvent(event);
     if (event->type() == QEvent::PaletteChange) colourBoxes();
 }
 

@@ -2,7 +2,7 @@
 // The window of the preferences. Main thread only.
 #pragma once
 
-#include <QWidget>
+#include <QDialog>
 #include <string>
 #include <vector>
 
@@ -23,7 +23,7 @@ class ShortcutsSection;
 /// One page with a group for each subject, as large as it needs to be; on a small screen it
 /// scrolls. A change of a field is stored at once, and a change of a setting shows at once, whoever
 /// made it. Object names of the fields: their settings.
-class PreferencesView : public QWidget {
+class PreferencesView : public QDialog {
     Q_OBJECT
 
  public:
@@ -34,6 +34,9 @@ class PreferencesView : public QWidget {
     void showOn(QWidget* parent);
 
     ShortcutsSection& shortcuts() { return *m_shortcuts; }
+
+    /// Closes the window, as Escape does.
+    void reject() override { close(); }
 
  Q_SIGNALS:
     void restoreValuesClicked();
@@ -46,6 +49,7 @@ class PreferencesView : public QWidget {
     void changeEvent(QEvent* event) override;
 
  private:
+    void placeInMiddle();
     QWidget* makePage();
     QWidget* makeProblem();
     void addShortcuts(QGridLayout& grid);

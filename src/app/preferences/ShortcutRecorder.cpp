@@ -57,8 +57,6 @@ ShortcutRecorder::ShortcutRecorder(const StringTable& texts, const QString& what
       m_keys(new QPushButton),
       m_clear(new QToolButton) {
     m_keys->setObjectName(QStringLiteral("keys"));
-    m_keys->setCheckable(true);
-    m_keys->setAutoDefault(false);
     m_keys->installEventFilter(this);
     connect(m_keys, &QPushButton::clicked, this,
             [this] { m_phase == Phase::Idle ? begin() : end(); });
@@ -98,7 +96,7 @@ void ShortcutRecorder::showState() {
     }
     m_keys->setText(text.replace(QLatin1Char('&'), QStringLiteral("&&")));
     m_keys->setAccessibleName(m_what + QStringLiteral(": ") + text);
-    m_keys->setChecked(m_phase == Phase::Recording);
+    m_keys->setDown(m_phase == Phase::Recording);
     m_clear->setEnabled(!m_shownText.isEmpty() && m_phase != Phase::Recording);
 }
 

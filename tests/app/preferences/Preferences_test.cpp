@@ -183,9 +183,9 @@ TEST_F(PreferencesTest, KeysThatCannotBeHadAreRefusedWithTheReason) {
     for (const auto& row : refused) {
         record("empty_trash", row.key, row.modifiers);
         EXPECT_THAT(notes(), HasSubstr(row.note));
-        EXPECT_TRUE(keys->isChecked()) << "it goes on recording";
+        EXPECT_TRUE(keys->isDown()) << "it goes on recording";
         QTest::keyClick(keys, Qt::Key_Escape);
-        EXPECT_FALSE(keys->isChecked());
+        EXPECT_FALSE(keys->isDown());
         EXPECT_NE(window(), nullptr);
     }
     EXPECT_EQ(fileText(), "");
@@ -194,7 +194,7 @@ TEST_F(PreferencesTest, KeysThatCannotBeHadAreRefusedWithTheReason) {
     EXPECT_EQ(m_defaults.dictionaryForKey("empty_trash").value(QStringLiteral("modifierFlags")), 0);
     keys->click();
     QTest::keyClick(keys, Qt::Key_Tab);
-    EXPECT_FALSE(keys->isChecked()) << "nobody is caught in it";
+    EXPECT_FALSE(keys->isDown()) << "nobody is caught in it";
 }
 
 TEST_F(PreferencesTest, ALoginItemThatFailsIsToldAndTheSettingStays) {
