@@ -51,6 +51,8 @@ QKeySequence sequenceIn(const QString& keys) {
 
 void QVKestrin::setupHotKeys() {
     if (!m_services.hotKeys) return;
+    // Who has not agreed to the program yet is not asked about its keys.
+    m_services.hotKeys->setMayAskUser(!m_services.defaults.boolForKey("is_first_run"));
     connect(m_services.hotKeys, &HotKeyCenter::changed, this, &QVKestrin::updateKeyEquivalents);
     for (const HotKeyCommand& command : kCommands) {
         const auto changed = [this, &command](const std::optional<QVariant>& value) {

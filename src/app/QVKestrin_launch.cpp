@@ -10,6 +10,7 @@
 #include "base/StringTable.h"
 #include "base/UserDefaults.h"
 #include "erase/QVErrorDelegate.h"
+#include "platform/desktop/ui/HotKeys.h"
 #include "smartwindow/SmartWindowNotifications.h"
 
 namespace kestrin {
@@ -98,6 +99,7 @@ void QVKestrin::greet() {
     if (hasClient && !m_isEnding) gIsHelperAuthorized = m_services.installHelper();
     if (hasClient && !m_isEnding) offerToRemoveOlderVersion();
     m_greeting = Greeting::Over;
+    if (m_services.hotKeys && !m_isEnding) m_services.hotKeys->setMayAskUser(true);
     if (!hasClient || m_isEnding || showFirstWindow()) return;
     checkForFullDiskAccess();
     if (m_launch != Launch::AtLogin && m_services.showInformation) m_services.showInformation();

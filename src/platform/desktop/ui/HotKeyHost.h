@@ -26,6 +26,7 @@ class HotKeyHost {
     /// These are all the hot keys from now on. Tries again what was refused before.
     virtual void setHotKeys(const std::vector<HotKey>& hotKeys) = 0;
     virtual void setSuspended(bool isSuspended) = 0;
+    virtual void setMayAskUser(bool mayAsk) = 0;
     virtual HotKeyCenter::State state(std::string_view identifier) const = 0;
     virtual QString shownText(std::string_view identifier) const = 0;
     /// Whether another program is known to have these keys.

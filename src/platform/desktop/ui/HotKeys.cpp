@@ -56,6 +56,10 @@ void HotKeyCenter::retry() {
     m_host->setHotKeys(m_hotKeys);
 }
 
+void HotKeyCenter::setMayAskUser(bool mayAsk) {
+    m_host->setMayAskUser(mayAsk);
+}
+
 bool HotKeyCenter::canConfigure() const {
     return m_host->canConfigure();
 }

@@ -69,6 +69,10 @@ class HotKeyCenter : public QObject {
     /// Tries again to get what was taken; to be called when the user looks at the hot keys.
     void retry();
 
+    /// Whether the desktop may ask its user about the hot keys, as the portal does; it may unless
+    /// this said otherwise. While it may not, hot keys that it would ask for stay pending.
+    void setMayAskUser(bool mayAsk);
+
     /// Whether `configure` can open something.
     bool canConfigure() const;
     /// Opens the desktop's own dialog for the keys of this program.

@@ -28,6 +28,7 @@ class KeyGrabs : public HotKeyHost, private QAbstractNativeEventFilter {
     HotKeyCenter::Way way() const override { return HotKeyCenter::Way::Grabs; }
     void setHotKeys(const std::vector<HotKey>& hotKeys) override;
     void setSuspended(bool isSuspended) override;
+    void setMayAskUser(bool) override {}
     HotKeyCenter::State state(std::string_view identifier) const override;
     QString shownText(std::string_view identifier) const override;
     bool isTakenByOther(const Shortcut& shortcut) const override;

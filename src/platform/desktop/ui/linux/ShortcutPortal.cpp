@@ -54,18 +54,28 @@ Way ShortcutPortal::way() const {
 
 void ShortcutPortal::setHotKeys(const std::vector<HotKey>& hotKeys) {
     m_hotKeys = hotKeys;
-    if (std::exchange(m_willAsk, true)) return;
+    askSoon();
+}
+
+void ShortcutPortal::setMayAskUser(bool mayAsk) {
+    m_mayAskUser = mayAsk;
+    askSoon();
+}
+
+/// Several hot keys are registered one after the other.
+void ShortcutPortal::askSoon() {
+    if (!m_mayAskUser || std::exchange(m_willAsk, true)) return;
     QMetaObject::invokeMethod(
         this,
         [this] {
             m_willAsk = false;
-            if (!hasAsked()) beginSession();
+            if (m_mayAskUser && !hasAsked()) beginSession();
         },
         Qt::QueuedConnection);
 }
 
 State ShortcutPortal::state(std::string_view identifier) const {
-    if (m_willAsk) return State::Pending;
+    if (m_willAsk || !m_mayAskUser) return State::Pending;
     if (!m_session) return State::Unavailable;
     const Phase phase = m_session->phase();
     if (phase == Phase::Asked || phase == Phase::Begun) return State::Pending;

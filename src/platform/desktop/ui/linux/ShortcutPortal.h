@@ -31,6 +31,7 @@ class ShortcutPortal : public QObject, public HotKeyHost {
     void setHotKeys(const std::vector<HotKey>& hotKeys) override;
     /// The portal keeps the keys meanwhile; HotKeyCenter takes no press.
     void setSuspended(bool) override {}
+    void setMayAskUser(bool mayAsk) override;
     HotKeyCenter::State state(std::string_view identifier) const override;
     QString shownText(std::string_view identifier) const override;
     bool isTakenByOther(const Shortcut&) const override { return false; }
@@ -40,6 +41,7 @@ class ShortcutPortal : public QObject, public HotKeyHost {
 
  private:
     void beginSession();
+    void askSoon();
     bool hasAsked() const;
     void portalDidGo();
     void portalDidCome();
@@ -47,6 +49,7 @@ class ShortcutPortal : public QObject, public HotKeyHost {
     const Handlers m_handlers;
     QDBusServiceWatcher m_watcher;
     std::vector<HotKey> m_hotKeys;
+    bool m_mayAskUser = true;
     bool m_willAsk = false;
     std::chrono::steady_clock::time_point m_begun{};
     std::unique_ptr<PortalSession> m_session;  ///< nullptr before the first hot key
