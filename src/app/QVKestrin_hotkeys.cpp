@@ -58,7 +58,9 @@ void QVKestrin::setupHotKeys() {
         const auto changed = [this, &command](const std::optional<QVariant>& value) {
             HotKeyCenter& center = *m_services.hotKeys;
             const auto shortcut = Shortcut::fromDictionary(value.value_or(QVariant()).toMap());
-            if (!shortcut) return center.unregisterHotKey(command.keyPath);
+            // A file may name a key that everybody types: that would be taken from every program.
+            const bool isUsable = shortcut && isAllowed(*shortcut);
+            if (!isUsable) return center.unregisterHotKey(command.keyPath);
             center.registerHotKey({.identifier = std::string(command.keyPath),
                                    .shortcut = *shortcut,
                                    .description = m_services.texts.text(command.descriptionKey),

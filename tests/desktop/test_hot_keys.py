@@ -104,7 +104,11 @@ class HotKeyTest(DesktopTest):
         self.key(EMPTY)
         self.use(SMART, WINDOW)
         self.assertIsNone(self.window(QUESTION))
-        # The user chooses others, in the settings file: Ctrl+F5.
-        self.write_settings(empty_trash={"keyCode": "0x60", "modifierFlags": 262144})
+        # The user chooses others, in the settings file: Ctrl+F5, and one that everybody types.
+        self.write_settings(empty_trash={"keyCode": "0x60", "modifierFlags": 262144},
+                            smart_delete={"keyCode": 0, "modifierFlags": 0})
         self.press_until_shown("ctrl+F5", QUESTION)
+        self.key("a")
+        self.use("ctrl+F5", QUESTION)
+        self.assertIsNone(self.window(WINDOW))
         self.assertRuns()
