@@ -59,12 +59,10 @@ std::optional<std::string> readWhole(const std::string& path) {
     return std::nullopt;
 }
 
-/// Whether a person or this program wrote that as settings. After a crash a file may hold nothing
-/// but zeros.
-bool isSettings(const std::string& bytes, const IniFile& settings) {
+/// After a crash a file may hold nothing but zeros.
+bool isText(const std::string& bytes) {
     return bytes.find('\0') == std::string::npos &&
-           QUtf8StringView(bytes.data(), static_cast<qsizetype>(bytes.size())).isValidUtf8() &&
-           !settings.isForeign();
+           QUtf8StringView(bytes.data(), static_cast<qsizetype>(bytes.size())).isValidUtf8();
 }
 
 /// Failures that say nothing of the file, and may be over when it is read again.
@@ -83,9 +81,9 @@ bool isThere(const std::string& path) {
 SettingsFile::Content SettingsFile::read() const {
     const auto bytes = readWhole(m_path);
     const int reason = bytes ? 0 : errno;
-    if (bytes) {
+    if (bytes && isText(*bytes)) {
         IniFile settings(*bytes);
-        if (isSettings(*bytes, settings)) return {State::Usable, 0, std::move(settings)};
+        if (!settings.isForeign()) return {State::Usable, 0, std::move(settings)};
     }
     const bool isMissing = reason == ENOENT || reason == ENOTDIR;
     if (isMissing && !isThere(m_path)) return {State::Absent, reason};
