@@ -149,7 +149,7 @@
     </message>
     <message id="ask_uninstall_mees">
         <source></source>
-        <translation>Kestrin’s helper and your Kestrin settings will be removed. Your trashes stay as they are.</translation>
+        <translation>Kestrin’s helper, its start at login and your settings will be removed. Your trashes and the logs stay as they are.</translation>
     </message>
     <message id="byte">
         <source></source>

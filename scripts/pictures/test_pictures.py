@@ -312,6 +312,10 @@ class WindowsPicturesTest(Looks, DesktopTest):
         self.dialog()
         self.picture("updates")
         self.close()
+        self.choose_by_keys("Up", "Up", "Return", "Up", "Return")
+        self.dialog()
+        self.picture("uninstall")
+        self.close()
         self.choose_by_keys("Up", "Return")
         self.wait_for_end()
         with open(os.path.join(state, b"version"), "w") as file:
