@@ -262,14 +262,14 @@ TEST_F(HelperInstallation, AnyOtherVersionIsRemovedBeforeTheNewOneComes) {
     EXPECT_TRUE(offer(kAlertFirstButton));
     EXPECT_EQ(alerts.models.at(0).title, texts.text("update_helper_tool"_key));
     EXPECT_EQ(alerts.models[0].buttons[0], texts.text("update_button"_key));
-    EXPECT_EQ(readFile(scratch / "bin/calls"), "9\n4\n9\n");
+    EXPECT_EQ(readFile(scratch / "bin/calls"), "9\n5\n9\n");
 
     std::filesystem::remove(scratch / "bin/calls");
     SecureAccessServices ending = services();
     ending.programEnds = [this] { return wasRun(); };
     access.emplace(std::move(ending));
     EXPECT_FALSE(offer(kAlertFirstButton));
-    EXPECT_EQ(readFile(scratch / "bin/calls"), "4\n") << "the program ended during the removal";
+    EXPECT_EQ(readFile(scratch / "bin/calls"), "5\n") << "the program ended during the removal";
     helper.version.chop(1);
     EXPECT_TRUE(offer(kAlertSecondButton));
     EXPECT_EQ(alerts.models.size(), 0u) << "it is current";
