@@ -8,7 +8,6 @@
 #include <QShortcut>
 #include <QStyle>
 
-#include "platform/desktop/ui/TrashIcon.h"
 #include "widgets/ElidedLabel.h"
 #include "widgets/Sheet.h"
 
@@ -94,8 +93,10 @@ void addDoneButton(QBoxLayout& row, SmallWindow& window, const QString& text) {
 
 QLabel* iconLabel(const QWidget& window) {
     auto* const label = new QLabel;
+    // The icon that the program has already: what another one draws the toolkit keeps anew each
+    // time.
     label->setPixmap(
-        applicationIcon().pixmap(QSize(kIconSize, kIconSize), window.devicePixelRatioF()));
+        window.windowIcon().pixmap(QSize(kIconSize, kIconSize), window.devicePixelRatioF()));
     return label;
 }
 
