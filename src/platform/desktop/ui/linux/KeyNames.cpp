@@ -77,7 +77,7 @@ QKeySequence keySequence(const Shortcut& shortcut) {
     int code = key->key;
     // Qt's code of a key that writes a character is that character as a capital.
     if (isNamedByLayout(*key)) {
-        const char32_t character = xkb_keysym_to_utf32(symbolOf(*key));
+        const char32_t character = xkb_keysym_to_utf32(shownSymbol(symbolOf(*key)));
         code = static_cast<int>(QChar::toUpper(character));
     }
     return QKeyCombination(modifiers, static_cast<Qt::Key>(code));

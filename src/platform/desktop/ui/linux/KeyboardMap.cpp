@@ -13,6 +13,7 @@
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QPointer>
+#include <array>
 #include <cstdlib>
 #include <utility>
 
@@ -26,12 +27,25 @@ constexpr int kModifierCount = 8;
 
 /// Whether it stands on the caps of keyboards that write another script, too.
 bool isLatin(xkb_keysym_t symbol) {
-    constexpr std::uint32_t kLastLatin = 0x24f;
-    const std::uint32_t character = xkb_keysym_to_utf32(symbol);
+    constexpr std::uint32_t kLastLatin = 0x2ff;  // accents by themselves follow the letters
+    const std::uint32_t character = xkb_keysym_to_utf32(shownSymbol(symbol));
     return character > ' ' && character <= kLastLatin;
 }
 
 }  // namespace
+
+xkb_keysym_t shownSymbol(xkb_keysym_t symbol) {
+    constexpr std::string_view kDead = "dead_";
+    std::array<char, 64> buffer{};
+    xkb_keysym_get_name(symbol, buffer.data(), buffer.size());
+    std::string name(buffer.data());
+    if (!name.starts_with(kDead)) return symbol;
+    name.erase(0, kDead.size());
+    // Two accents have the names of their characters.
+    if (name == "circumflex") name = "asciicircum";
+    if (name == "tilde") name = "asciitilde";
+    return xkb_keysym_from_name(name.c_str(), XKB_KEYSYM_NO_FLAGS);
+}
 
 xcb_connection_t* displayConnection() {
     const auto* application = qobject_cast<QGuiApplication*>(QCoreApplication::instance());

@@ -21,6 +21,10 @@ struct Shortcut;
 /// The connection of the program to its X11 display; nullptr where it has none.
 xcb_connection_t* displayConnection();
 
+/// What stands on the cap of a key that writes this: of an accent that waits for its letter, the
+/// accent by itself; of anything else the same.
+xkb_keysym_t shownSymbol(xkb_keysym_t symbol);
+
 /// The map that the display has for its keyboards. It is read anew when it changes: for another
 /// layout, by a tool that remaps keys, and when keyboards with different maps take turns.
 class KeyboardMap : public QObject, private QAbstractNativeEventFilter {
