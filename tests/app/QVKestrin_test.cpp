@@ -99,15 +99,22 @@ TEST_F(QVKestrinTest, releasesRowsAfterTheirMenuClosedUnlessWorking) {
 
 TEST_F(QVKestrinTest, keepsTheSmartWindowForAWhileAfterItClosed) {
     launch();
-    const auto isEnabled = [this](int tag) { return controller->itemWithTag(tag)->isEnabled(); };
+    const auto enabled = [this] {
+        QList<QAction*> items = controller->serviceMenu().actions();
+        for (const int tag : {20, 30, 31, 33})
+            items.push_back(controller->itemWithTag(tag));
+        return std::ranges::count_if(items, &QAction::isEnabled);
+    };
+    const auto all = enabled();
     controller->itemWithTag(MenuTag::kSmartWindow)->trigger();
-    EXPECT_FALSE(isEnabled(MenuTag::kEmptyAll) || isEnabled(MenuTag::kSmartWindow));
+    EXPECT_EQ(enabled(), 0);
     controller->requestSmartWindow();
     controller->requestToEmptyAll();
+    controller->requestPreferences();
     controller->activate();
-    EXPECT_EQ(windows.shown, 4) << "each of them brings the window forward";
+    EXPECT_EQ(windows.shown, 5) << "each of them brings the window forward";
     smartWindow->close();
-    EXPECT_TRUE(isEnabled(MenuTag::kEmptyAll) && isEnabled(MenuTag::kSmartWindow));
+    EXPECT_EQ(enabled(), all);
     EXPECT_EQ(timers.count(120s), 1);
     controller->requestSmartWindow();
     EXPECT_EQ(timers.count(120s), 0) << "it is not let go while it shows";
@@ -123,13 +130,30 @@ TEST_F(QVKestrinTest, keepsTheSmartWindowForAWhileAfterItClosed) {
                     UserInfo().set(EraseNotification::kErasedCount, erased));
     };
     stop(0);
-    EXPECT_FALSE(isEnabled(MenuTag::kEmptyAll)) << "the window is open";
+    EXPECT_EQ(enabled(), 0) << "the window is open";
     stop(1);
     EXPECT_EQ(windows.gone, 2) << "what it shows is gone";
     EXPECT_EQ(windows.made, 2);
-    EXPECT_TRUE(isEnabled(MenuTag::kEmptyAll));
+    EXPECT_EQ(enabled(), all);
     EXPECT_EQ(timers.count(120s), 0);
     settle();
+}
+
+TEST_F(QVKestrinTest, doesWhatItsMenusSay) {
+    launch();
+    const QList<QAction*> service = controller->serviceMenu().actions();
+    for (QAction* const item : service)
+        item->trigger();
+    EXPECT_EQ(alerts.models.size(), 1u) << "the question to uninstall";
+    for (const int tag : {2, 3, 7, 11, 13})
+        controller->serviceMenuAction(tag);
+    EXPECT_TRUE(steps.starts_with("welcome newsletter mailto:?subject=Kestrin&body=I%20use%20"));
+    EXPECT_TRUE(steps.ends_with("mailto:kestrin@quorvane.com "));
+    steps.clear();
+    controller->itemWithTag(MenuTag::kUpdates)->trigger();
+    EXPECT_EQ(steps, "");
+    EXPECT_TRUE(waitFor([this] { return steps == "updates "; }));
+    EXPECT_FALSE(controller->isWorking());
 }
 
 TEST_F(QVKestrinTest, livesAsLongAsTheSmartWindowWithoutAStatusArea) {

@@ -1,15 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
+#include <QApplication>
+#include <QFileDialog>
 #include <QImage>
 #include <QPropertyAnimation>
 #include <QTest>
 #include <QTextDocument>
 #include <cmath>
 
+#include "support/TestEnvironment.h"
 #include "widgets/AnimatedProgressBar.h"
 #include "widgets/BusySpinner.h"
 #include "widgets/ElidedLabel.h"
+#include "widgets/FolderPanel.h"
 
 namespace kestrin {
 namespace {
@@ -73,6 +77,35 @@ TEST(ElidedLabel, CutsWhereThereIsNoRoomAndShowsTheWholeAgain) {
     label.resize(label.sizeHint());
     EXPECT_EQ(label.text(), name);
     EXPECT_TRUE(label.toolTip().isEmpty());
+}
+
+TEST(FolderPanel, TellsTheFolderOrThatNoneWasChosen) {
+    const test::ScratchFolder scratch;
+    const auto answer = [&](const QString& choice, QDialog::DialogCode code) {
+        std::optional<std::string> told;
+        openFolderPanel(FileUrl::fromPath(scratch.path()), QStringLiteral("Choose"),
+                        [&](int response, const std::vector<FileUrl>& folders) {
+                            told = std::to_string(response);
+                            for (const FileUrl& folder : folders)
+                                *told += ' ' + folder.path();
+                        });
+        QFileDialog* panel = nullptr;
+        for (QWidget* const widget : QApplication::topLevelWidgets()) {
+            if (widget->isVisible() && widget->inherits("QFileDialog"))
+                panel = static_cast<QFileDialog*>(widget);
+        }
+        if (!panel || told) return std::string("not open");
+        panel->selectFile(choice);
+        static_cast<QDialog*>(panel)->done(code);
+        return told.value_or("nothing");
+    };
+    test::makeFolder(scratch / "a b%20");
+    const QString folder = QString::fromStdString(scratch.path());
+    EXPECT_EQ(answer(folder + QStringLiteral("/a b%20"), QDialog::Accepted),
+              "1 " + scratch.path() + "/a b%20");
+    EXPECT_EQ(answer(folder, QDialog::Rejected), "0");
+    EXPECT_EQ(answer(folder + QStringLiteral("/\ufffd"), QDialog::Accepted), "0")
+        << "no folder has that name";
 }
 
 TEST(PlainTexts, AreShownAsTheyStand) {

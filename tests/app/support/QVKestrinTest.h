@@ -173,13 +173,16 @@ class QVKestrinTest : public ::testing::Test {
                     hasHelperClient ? std::function([this] { return step("install"); }) : nullptr,
                 .helperIsCurrent = [this] { return step("look"); },
                 .showWelcome = [this] { step("welcome"); },
+                .showNewsletter = [this] { step("newsletter"); },
                 .showInformation = [this] { step("information"); },
+                .showUpdates = [this] { step("updates"); },
                 .makeSmartWindow =
                     [this] {
                         auto made = std::make_unique<Window>(center, windows);
                         smartWindow = made.get();
                         return made;
                     },
+                .openUrl = [this](const QString& url) { step(url.toStdString()); },
                 .reveal =
                     [this](const FileUrl&, auto done) {
                         step("reveal");
