@@ -328,3 +328,31 @@ class WindowsPicturesTest(Looks, DesktopTest):
         self.start_program()
         self.dialog()
         self.picture("information")
+
+
+class PreferencesPicturesTest(Looks, DesktopTest):
+    SUBJECT = "preferences"
+
+    def walk(self):
+        settings = os.path.join(self.home, b".config/com.quorvane.kestrin-3.conf")
+        self.start_program("--preferences")
+        preferences = self.wait(lambda: self.app.find("dialog"), "the preferences")
+        self.wait(lambda: preferences.find("button", "Inst|Înst"), "the state of the helper")
+        self.picture("as-they-are")
+        self.key("Return")
+        self.wait(lambda: preferences.find("button", "(Pr|Pr)[eé]ss"), "the recorder to record")
+        self.key("alt+F4")
+        self.wait(lambda: preferences.find("label", "Alt.F4"), "what is to be said about the keys")
+        self.picture("taken")
+        self.key("Escape", "Delete")
+        self.wait(lambda: preferences.find("label", "Backspace"), "what is to be said about no keys")
+        self.picture("cleared")
+        self.key("Escape")
+        self.wait(lambda: not self.app.find("dialog"), "the window to close")
+        with open(settings, "wb") as file:
+            file.write(b"\0" * 300)
+        self.launch("--preferences")
+        preferences = self.wait(lambda: self.app.find("dialog"), "the preferences")
+        self.wait(lambda: preferences.find("label", "kestrin-3.conf"), "what is to be said about the file")
+        self.key(*["shift+Tab"] * 4)  # also at the end of the page, where a small screen must scroll
+        self.picture("unusable-file")

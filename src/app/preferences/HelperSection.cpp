@@ -25,7 +25,6 @@ HelperSection::HelperSection(const PreferencesServices& services, QGridLayout& g
     m_state->setObjectName(QStringLiteral("helper_state"));
     // What most sentences take: the window keeps its size when the helper has answered.
     m_state->setMinimumHeight(2 * m_state->fontMetrics().lineSpacing());
-    m_state->setAlignment(Qt::AlignLeading | Qt::AlignTop);
     m_button->setObjectName(QStringLiteral("helper_button"));
     connect(m_button, &QPushButton::clicked, this, &HelperSection::perform);
     const int row = grid.rowCount();

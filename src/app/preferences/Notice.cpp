@@ -3,11 +3,14 @@
 
 #include <QAccessible>
 
+#include "widgets/ElidedLabel.h"
+
 namespace kestrin {
 
 Notice::Notice() {
     setTextFormat(Qt::PlainText);
     setWordWrap(true);
+    alignToLeadingEdge(*this);
     // A command or a path in it can be copied.
     setTextInteractionFlags(Qt::TextSelectableByMouse);
     QSizePolicy policy(QSizePolicy::Ignored, QSizePolicy::Minimum);

@@ -25,6 +25,7 @@
 #include "format/QVNumberUtilities.h"
 #include "format/SettingsProblemText.h"
 #include "widgets/Colors.h"
+#include "widgets/ElidedLabel.h"
 #include "widgets/Sheet.h"
 
 namespace kestrin {
@@ -49,6 +50,7 @@ void addHeading(QGridLayout& grid, const QString& text) {
     QFont bold = heading->font();
     bold.setBold(true);
     heading->setFont(bold);
+    alignToLeadingEdge(*heading);
     if (row > kFirstRow) heading->setContentsMargins(0, kMargin, 0, 0);
     grid.addWidget(heading, row, 0, 1, kColumns);
 }
@@ -87,20 +89,12 @@ void PreferencesView::showOn(QWidget* parent) {
     if (isVisible()) {
         setWindowState(windowState() & ~Qt::WindowMinimized);
     } else {
-        placeInMiddle();
+        m_isPlaced = false;
         makeSheet(*this, parent);
         show();
     }
     raise();
     activateWindow();
-}
-
-/// A window of which Qt does not know the place yet is moved into the corner by a change of its
-/// size, and a text that comes a moment after the window makes it higher.
-void PreferencesView::placeInMiddle() {
-    QRect place = rect();
-    place.moveCenter(screen()->availableGeometry().center());
-    move(place.topLeft());
 }
 
 QWidget* PreferencesView::makePage() {
@@ -132,8 +126,11 @@ QWidget* PreferencesView::makeProblem() {
     return m_problemRow;
 }
 
-/// Shows as much of the page as the screen has room for.
+/// Shows as much of the page as the screen has room for. Until the window is in its place the
+/// toolkit does not know that place, and a change of the size would move the window into the
+/// corner.
 void PreferencesView::fit() {
+    if (isVisible() && !m_isPlaced) return;
     QWidget& page = *m_scrollArea->widget();
     page.ensurePolished();
     const int line = kLettersInLine * QFontMetrics(font()).averageCharWidth();
@@ -165,6 +162,7 @@ void PreferencesView::addLog(QGridLayout& grid) {
     grid.addWidget(makeCheckBox(kWriteLogSetting, "prefs_write_log"_key), grid.rowCount(), 1, 1,
                    kColumns - 1);
     auto* const label = new QLabel(m_services.texts.text("prefs_log_days"_key));
+    alignToLeadingEdge(*label);
     m_days = makeDays();
     label->setBuddy(m_days);
     auto* const show = new QPushButton(m_services.texts.text("prefs_show_logs"_key));
@@ -287,6 +285,9 @@ void PreferencesView::closeEvent(QCloseEvent* event) {
 void PreferencesView::changeEvent(QEvent* event) {
     QDialog::changeEvent(event);
     if (event->type() == QEvent::PaletteChange) colourBoxes();
+    if (event->type() != QEvent::ActivationChange || !isActiveWindow()) return;
+    m_isPlaced = true;
+    fit();
 }
 
 void PreferencesView::colourBoxes() {

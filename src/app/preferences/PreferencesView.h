@@ -49,7 +49,6 @@ class PreferencesView : public QDialog {
     void changeEvent(QEvent* event) override;
 
  private:
-    void placeInMiddle();
     QWidget* makePage();
     QWidget* makeProblem();
     void addShortcuts(QGridLayout& grid);
@@ -73,6 +72,7 @@ class PreferencesView : public QDialog {
     Notice* m_problem = nullptr;  ///< with the settings file
     ShortcutsSection* m_shortcuts = nullptr;
     QComboBox* m_days = nullptr;
+    bool m_isPlaced = false;  ///< by the window manager
     std::vector<QCheckBox*> m_boxes;
     std::vector<Observation> m_observations;
 };

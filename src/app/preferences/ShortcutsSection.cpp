@@ -13,6 +13,7 @@
 #include "base/StringTable.h"
 #include "platform/desktop/ui/HotKeys.h"
 #include "platform/desktop/ui/KeyNames.h"
+#include "widgets/ElidedLabel.h"
 
 namespace kestrin {
 
@@ -36,6 +37,7 @@ void ShortcutsSection::addRow(Row& row, QGridLayout& grid, std::string_view titl
                               const QString& command) {
     const int at = grid.rowCount();
     row.label = new QLabel(m_services.texts.text(title));
+    alignToLeadingEdge(*row.label);
     row.recorder =
         new ShortcutRecorder(m_services.texts, row.what, m_services.hotKeys,
                              [this, &row](const auto& keys) { return judge(row, keys); });
