@@ -80,3 +80,25 @@ class FirstRunTest(DesktopTest):
         self.wait_for_window("Empty all trashes")
         self.key("Escape")
         self.assertEqual(self.trash.names(), [b"kept"])
+
+    def test_damaged_settings_file_is_no_first_run(self):
+        """It stays as it is until the user changes something."""
+        folder, noise = os.path.join(self.home, b".config"), "a=b\n\0\n"
+        with open(os.path.join(folder, b"com.quorvane.kestrin-3.conf"), "w") as file:
+            file.write(noise)
+        self.start_program()
+        self.wait_for_window(HELPER)
+        self.key("Escape")
+        self.wait_until_gone(HELPER)
+        self.assertEqual(self.settings(), noise)
+        self.assertEqual(self.wait_for_end(self.launch("--quit")), 0)
+        self.assertEqual(self.wait_for_end(), 0)
+        self.start_program()
+        question = self.wait_for_window(HELPER)
+        self.click(question.find("check box"))
+        self.press(question, "Don’t Install")
+        self.wait(lambda: "show_install_helper_tool=true" in self.settings(), "the new file")
+        self.assertIn("is_first_run=false", self.settings())
+        [aside] = [name for name in os.listdir(folder) if b".conf.broken-20" in name]
+        with open(os.path.join(folder, aside)) as file:
+            self.assertEqual(file.read(), noise)
