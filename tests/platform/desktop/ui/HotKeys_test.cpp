@@ -220,6 +220,7 @@ TEST_F(PortalTest, OtherKeysNeedANewSession) {
     ASSERT_TRUE(becomes(State::Registered));
     const QString first = portal.session;
     center->retry();
+    EXPECT_EQ(center->state("empty"), State::Registered) << "there is nothing to ask for";
     center->unregisterHotKey("empty");
     add("empty", {96, 0});
     ASSERT_TRUE(test::waitFor([&] { return portal.proposed(1) == u"F5"; }));

@@ -55,6 +55,7 @@ Way ShortcutPortal::way() const {
 void ShortcutPortal::setHotKeys(const std::vector<HotKey>& hotKeys) {
     m_hotKeys = hotKeys;
     askSoon();
+    m_handlers.changed();
 }
 
 void ShortcutPortal::setMayAskUser(bool mayAsk) {
@@ -75,7 +76,7 @@ void ShortcutPortal::askSoon() {
 }
 
 State ShortcutPortal::state(std::string_view identifier) const {
-    if (m_willAsk || !m_mayAskUser) return State::Pending;
+    if (!hasAsked() && (m_willAsk || !m_mayAskUser)) return State::Pending;
     if (!m_session) return State::Unavailable;
     const Phase phase = m_session->phase();
     if (phase == Phase::Asked || phase == Phase::Begun) return State::Pending;
