@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "app/QVKestrin.h"
+#include "app/preferences/QVPreferencesWindow.h"
 #include "base/StringTable.h"
 #include "erase/HelperInstaller.h"
 #include "erase/QVErrorDelegate.h"
@@ -78,8 +79,13 @@ bool QVKestrin::removeInstallation(const std::optional<PackageOwner>& helperOwne
     if (const auto error = m_services.removeLoginItem ? m_services.removeLoginItem() : MaybeError())
         return fail(error->localizedDescription());
     if (!isThere(m_services.preferencesFile)) return false;
-    if (const MaybeError error = removeFile(m_services.preferencesFile))
+    // The open windows that change the settings would write them again.
+    if (m_services.dismissAlerts) m_services.dismissAlerts();
+    m_prefWindowCntrl.reset();
+    if (const MaybeError error = removeFile(m_services.preferencesFile)) {
+        preferencesWindowController();  // which follows the settings again
         return fail(error->localizedDescription());
+    }
     presenter.showMessagePanel(
         nullptr, "uninstall_successful"_key,
         helperOwner ? "uninstall_successful_package_mess"_key : "uninstall_successful_mess"_key,
