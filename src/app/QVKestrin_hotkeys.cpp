@@ -34,8 +34,11 @@ constexpr std::array<HotKeyCommand, 2> kCommands = {{
 
 /// A menu that is open has the keyboard, and would have it still when the question comes.
 void closePopups() {
-    while (QWidget* const popup = QApplication::activePopupWidget())
-        if (!popup->close()) return;
+    QWidget* last = nullptr;
+    while (QWidget* const popup = QApplication::activePopupWidget()) {
+        if (popup == last || !popup->close()) return;  // it stays
+        last = popup;
+    }
 }
 
 /// The keys that a text of ours, or of the desktop, names; empty when it describes them in words.
