@@ -62,6 +62,24 @@ class HelperTest(DesktopTest):
         self.start_program()
         return self.wait_for_window(QUESTION)
 
+    def test_preferences_install_and_remove_it_whatever_the_question_was_answered(self):
+        """Unasked, as the user said; what is there then is what an erase goes by."""
+        self.write_settings(show_install_helper_tool="true")
+        self.start_program("--preferences")
+        preferences = self.wait_for_window("The helper is not installed")
+        agent = Agent(self, self.kestrin.pid, "accept")
+        self.press(preferences, "Install…")
+        self.assertEqual(agent.line(), "asked org.freedesktop.policykit.exec\n")
+        self.wait_for_text(preferences, "^The helper, version 2.0.0, is installed")
+        self.press(preferences, "Remove…")
+        self.wait_for_text(preferences, "^The helper is not installed")
+        self.assertFalse(os.path.exists(INSTALLED))
+        self.key("Escape")
+        self.choose(EMPTY_ALL)
+        self.press(self.wait_for_window(r"Empty all trashes\?"), "Empty Trash")
+        self.wait_for_window("not authorized")
+        self.assertEqual(self.trash.names(), [b"forbidden", b"locked"])
+
     def answer_for_all(self, about):
         """Has the refused entries of one kind erased."""
         question = self.wait_for_window(about)
