@@ -1031,6 +1031,10 @@ Examples:
         <source></source>
         <translation>Press the new shortcut…</translation>
     </message>
+    <message id="prefs_keys_refused">
+        <source></source>
+        <translation>The desktop has given no keys for this.</translation>
+    </message>
     <message id="prefs_keys_taken">
         <source></source>
         <translation>%@ is taken by the desktop or another program.</translation>

@@ -147,11 +147,13 @@ QString ShortcutsSection::noteOfState(const Row& row) const {
         case HotKeyCenter::State::Pending:
             return texts.text("prefs_keys_pending"_key);
         case HotKeyCenter::State::Taken:
+            if (isManagedByDesktop()) break;
             return StringTable::filled(texts.text("prefs_keys_taken"_key), names);
         case HotKeyCenter::State::Unavailable:
+            if (isManagedByDesktop()) break;
             return StringTable::filled(texts.text("prefs_keys_unavailable"_key), names);
     }
-    return {};
+    return texts.text("prefs_keys_refused"_key);
 }
 
 std::optional<Shortcut> ShortcutsSection::stored(const Row& row) const {
