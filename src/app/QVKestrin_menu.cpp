@@ -96,10 +96,11 @@ QMenu* QVKestrin::makeServiceMenu() {
 /// colours; the start of the program need not wait for them.
 void QVKestrin::drawItems() {
     const QColor color = m_kestrinMenu->palette().color(QPalette::WindowText);
+    const QColor active = m_kestrinMenu->palette().color(QPalette::HighlightedText);
     if (std::exchange(m_itemsColor, color) == color) return;
-    itemWithTag(MenuTag::kEmptyAll)->setIcon(trashIcon(true, color));
-    itemWithTag(MenuTag::kSmartWindow)->setIcon(toolIcon(Tool::SmartWindow, color));
-    itemWithTag(MenuTag::kPreferences)->setIcon(toolIcon(Tool::Preferences, color));
+    itemWithTag(MenuTag::kEmptyAll)->setIcon(trashIcon(true, color, active));
+    itemWithTag(MenuTag::kSmartWindow)->setIcon(toolIcon(Tool::SmartWindow, color, active));
+    itemWithTag(MenuTag::kPreferences)->setIcon(toolIcon(Tool::Preferences, color, active));
 }
 
 QAction* QVKestrin::itemWithTag(int tag) const {

@@ -41,10 +41,11 @@ QByteArray picture(const char* name) {
 /// Draws the shape at the very size that is asked for, in one colour.
 class SymbolicIconEngine : public QIconEngine {
  public:
-    SymbolicIconEngine(QByteArray svg, const QColor& foreground, QString name,
+    SymbolicIconEngine(QByteArray svg, const QColor& foreground, QString name, const QColor& active,
                        const QColor& outline = Qt::transparent)
         : m_svg(std::move(svg)),
           m_foreground(foreground),
+          m_active(active),
           m_name(std::move(name)),
           m_outline(outline) {}
 
@@ -94,13 +95,15 @@ class SymbolicIconEngine : public QIconEngine {
     }
 
     QColor foreground(QIcon::Mode mode) const {
-        QColor color = m_foreground;
+        const bool isActive = mode == QIcon::Active || mode == QIcon::Selected;
+        QColor color = isActive && m_active.isValid() ? m_active : m_foreground;
         if (mode == QIcon::Disabled) color.setAlphaF(color.alphaF() / 2);
         return color;
     }
 
     QByteArray m_svg;
     QColor m_foreground;
+    QColor m_active;
     QString m_name;
     QColor m_outline;
 };
@@ -141,26 +144,28 @@ Drawing trashDrawing(bool isFull) {
 
 }  // namespace
 
-QIcon symbolicIcon(const QByteArray& svg, const QColor& foreground, const QString& name) {
-    return QIcon(new SymbolicIconEngine(svg, foreground, name));
+QIcon symbolicIcon(const QByteArray& svg, const QColor& foreground, const QString& name,
+                   const QColor& active) {
+    return QIcon(new SymbolicIconEngine(svg, foreground, name, active));
 }
 
-QIcon trashIcon(bool isFull, const QColor& foreground) {
+QIcon trashIcon(bool isFull, const QColor& foreground, const QColor& active) {
     const Drawing drawing = trashDrawing(isFull);
-    return symbolicIcon(drawing.svg, foreground, drawing.name);
+    return symbolicIcon(drawing.svg, foreground, drawing.name, active);
 }
 
 QIcon outlinedTrashIcon(bool isFull, bool isDark) {
     const Drawing drawing = trashDrawing(isFull);
     return QIcon(new SymbolicIconEngine(drawing.svg, QColor(isDark ? kOnDark : kOnLight),
-                                        drawing.name, QColor(isDark ? kOnLight : kOnDark)));
+                                        drawing.name, QColor(),
+                                        QColor(isDark ? kOnLight : kOnDark)));
 }
 
 QIcon trashBadge(bool isFull) {
     return QIcon(picturePath(isFull ? "full_trash_64" : "empty_trash_64"));
 }
 
-QIcon toolIcon(Tool tool, const QColor& foreground) {
+QIcon toolIcon(Tool tool, const QColor& foreground, const QColor& active) {
     const auto name = [tool] {
         switch (tool) {
             case Tool::Refresh:
@@ -176,7 +181,7 @@ QIcon toolIcon(Tool tool, const QColor& foreground) {
         }
         return "";
     };
-    return symbolicIcon(picture(name()), foreground, {});
+    return symbolicIcon(picture(name()), foreground, {}, active);
 }
 
 QIcon applicationIcon() {

@@ -16,7 +16,8 @@ namespace kestrin {
 /// has both, else one of our pair. name() is the theme's name, by which a host that draws icons
 /// itself gives it a colour of its own. The name is empty for a drawing that Qt does not find in
 /// the desktop's theme, such as ours when it is not installed.
-QIcon trashIcon(bool isFull, const QColor& foreground);
+/// In an entry of a menu that is highlighted it has the colour `active`, if that is given.
+QIcon trashIcon(bool isFull, const QColor& foreground, const QColor& active = {});
 
 /// The same for a panel of which nothing is known: light where the programs are dark, with an
 /// outline that sets it off from a panel of its own lightness.
@@ -26,12 +27,14 @@ QIcon outlinedTrashIcon(bool isFull, bool isDark);
 /// light rim that sets it off from any ground.
 QIcon trashBadge(bool isFull);
 
-/// An icon that shows the shape of `svg` in `foreground` and answers `name` to name().
-QIcon symbolicIcon(const QByteArray& svg, const QColor& foreground, const QString& name);
+/// An icon that shows the shape of `svg` in `foreground` and answers `name` to name(); `active` as
+/// above.
+QIcon symbolicIcon(const QByteArray& svg, const QColor& foreground, const QString& name,
+                   const QColor& active = {});
 
-/// The pictures of tools and commands, drawings of ours in one colour.
+/// The pictures of tools and commands, drawings of ours in one colour; `active` as above.
 enum class Tool { Refresh, LeftPane, RightPane, SmartWindow, Preferences };
-QIcon toolIcon(Tool tool, const QColor& foreground);
+QIcon toolIcon(Tool tool, const QColor& foreground, const QColor& active = {});
 
 /// The icon of the program, for its windows and notifications.
 QIcon applicationIcon();
