@@ -26,7 +26,12 @@ HelperSection::HelperSection(const PreferencesServices& services, QGridLayout& g
     // What most sentences take: the window keeps its size when the helper has answered.
     m_state->setMinimumHeight(2 * m_state->fontMetrics().lineSpacing());
     m_button->setObjectName(QStringLiteral("helper_button"));
-    connect(m_button, &QPushButton::clicked, this, &HelperSection::perform);
+    connect(m_button, &QPushButton::clicked, this, [this] {
+        m_button->setEnabled(false);
+        // Later: the window, and the button with it, may go while the command runs.
+        QMetaObject::invokeMethod(
+            this, [this, command = m_command] { perform(command); }, Qt::QueuedConnection);
+    });
     const int row = grid.rowCount();
     grid.addWidget(m_state, row, 1, 1, 2);
     grid.addWidget(m_button, row, 3, Qt::AlignTop);
@@ -70,9 +75,11 @@ QString HelperSection::sentence(const HelperState& state) const {
                 {state.package, command});
 }
 
+/// Without a command the button says what it said before, and cannot be pressed.
 void HelperSection::offer(std::optional<HelperCommand> command) {
+    m_command = command.value_or(m_command);
     const auto key = [&] {
-        switch (command.value_or(HelperCommand::Install)) {
+        switch (m_command) {
             case HelperCommand::Update:
                 return "prefs_helper_update"_key;
             case HelperCommand::Remove:
@@ -83,14 +90,11 @@ void HelperSection::offer(std::optional<HelperCommand> command) {
     };
     m_button->setText(m_services.texts.text(key()));
     m_button->setEnabled(command.has_value());
-    m_command = command;
 }
 
 /// Events are served while it runs: the window may close meanwhile.
-void HelperSection::perform() {
-    if (!m_command || !m_services.helper.perform) return;
-    const HelperCommand command = *m_command;
-    m_button->setEnabled(false);
+void HelperSection::perform(HelperCommand command) {
+    if (!m_services.helper.perform) return;
     m_state->setNotice(m_services.texts.text("prefs_helper_working"_key));
     const QPointer<HelperSection> self(this);
     const PreferencesServices& services = m_services;

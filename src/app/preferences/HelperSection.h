@@ -32,12 +32,12 @@ class HelperSection : public QObject {
     void show(const HelperState& state);
     QString sentence(const HelperState& state) const;
     void offer(std::optional<HelperCommand> command);
-    void perform();
+    void perform(HelperCommand command);
 
     const PreferencesServices& m_services;
     Notice* m_state;
     QPushButton* m_button;
-    std::optional<HelperCommand> m_command;
+    HelperCommand m_command = HelperCommand::Install;  ///< the button's
     int m_question = 0;  ///< the number of the last question; answers to earlier ones are late
 };
 
