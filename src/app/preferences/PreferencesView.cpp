@@ -5,6 +5,7 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QGridLayout>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
@@ -12,8 +13,10 @@
 #include <QShortcut>
 #include <QSignalBlocker>
 #include <QStyle>
+#include <QVBoxLayout>
 #include <QWindow>
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "app/preferences/HelperSection.h"

@@ -7,6 +7,8 @@
 #include <QPushButton>
 #include <QStyle>
 #include <QToolButton>
+#include <algorithm>
+#include <initializer_list>
 #include <utility>
 
 #include "base/StringTable.h"
