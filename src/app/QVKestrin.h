@@ -364,7 +364,7 @@ class QVKestrin : public QObject {
     void cleanMemoryNow();
 
     /// The questions and windows that end the launch.
-    enum class Greeting { Due, Open, Over };
+    enum class Greeting { NotYet, Due, Open, Over };
 
     const AppServices m_services;
     bool m_isWorking = false;
@@ -375,7 +375,7 @@ class QVKestrin : public QObject {
     bool m_isTellingOfStatusArea = false;  ///< that there is none
     bool m_isUninstalling = false;
     Launch m_launch = Launch::InStatusArea;
-    Greeting m_greeting = Greeting::Due;
+    Greeting m_greeting = Greeting::NotYet;  ///< until the menu is there
     std::unique_ptr<QMenu> m_kestrinMenu;
     QMenu* m_subTrashMenu = nullptr;  ///< child of m_kestrinMenu, as is the next
     QMenu* m_serviceMenu = nullptr;

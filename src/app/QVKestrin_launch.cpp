@@ -22,6 +22,7 @@ bool QVKestrin::applicationDidFinishLaunching(Launch launch) {
     m_launch = launch;
     setupDefaultsPreferences();
     if (!setupStatusMenu()) return false;
+    m_greeting = Greeting::Due;
     m_stopObservation = m_services.center.observe(
         Key::kStopWorking, [this](const Notification& notification) { stopWorking(notification); });
     // An erase of the browsing window that is declined has no other end. This is posted on a
@@ -74,9 +75,11 @@ void QVKestrin::launchForSmartWindow() {
 
 // --- The greeting ---
 
-/// Whether a command may begin. What the user is asked for the program as a whole comes first.
+/// Whether a command may begin. What the user is asked for the program as a whole comes first, and
+/// before the launch nothing is asked: another start may come while this one waits for a status
+/// area.
 bool QVKestrin::mayBegin() {
-    if (isGreeting() || m_isUninstalling) {
+    if (isGreeting() || m_isUninstalling || m_greeting == Greeting::NotYet) {
         showWhatIsOpen();
         return false;
     }

@@ -40,6 +40,8 @@ struct GreetingTest : QVKestrinTest {
 
 TEST_F(GreetingTest, asksToAgreeBeforeAnythingElse) {
     using enum QVKestrin::Launch;
+    askForAll();
+    EXPECT_EQ(steps, "") << "another start, while this one waits for the status area";
     for (const auto kind : {InStatusArea, ForSmartWindow}) {
         defaults.set("is_first_run", true);
         const std::string before = readFile(folder / "settings.conf");
