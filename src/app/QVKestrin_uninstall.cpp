@@ -22,7 +22,9 @@ bool isThere(const FileUrl& file) {
 
 }  // namespace
 
+/// Not while an alert is open: it may belong to the preferences, which go with the settings.
 void QVKestrin::uninstall() {
+    if (m_services.bringForward && m_services.bringForward()) return;
     if (std::exchange(m_isUninstalling, true)) return;
     findOwner(m_services.helperFile, &QVKestrin::askToUninstall);
 }

@@ -182,6 +182,10 @@ TEST_F(UninstallTest, removesOneAfterTheOtherAndStopsWhereItCannot) {
         return texts.text(key, table).toStdString();
     };
     const std::string question = text("ask_uninstall", StringTable::Table::Default);
+    isSomethingOpen = true;
+    controller->serviceMenuAction(12);
+    EXPECT_TRUE(alerts.models.empty()) << "the alert that is open comes first";
+    isSomethingOpen = false;
     EXPECT_EQ(uninstall(kAlertFirstButton), "/" + question + "/kept");
     EXPECT_EQ(alerts.models.at(0).notAnswered, kAlertFirstButton);
     const auto remove = std::exchange(removal, nullptr);
