@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/HomeFolder.h"
 #include "base/IniFile.h"
 #include "base/SettingValues.h"
 #include "base/SettingsFile.h"
@@ -58,12 +59,12 @@ std::string logText(const SettingsProblem& problem) {
     return {};
 }
 
-/// $XDG_CONFIG_HOME when it is absolute, else ~/.config; empty without a home.
+/// $XDG_CONFIG_HOME when it is absolute, else ~/.config; empty for a user without a home.
 std::string configurationFolder() {
     const char* folder = std::getenv("XDG_CONFIG_HOME");
     if (folder && *folder == '/') return folder;
-    const char* home = std::getenv("HOME");
-    return home && *home == '/' ? std::string(home) + "/.config" : std::string();
+    const std::string home = homeFolder();
+    return home == "/" ? std::string() : home + "/.config";
 }
 
 QVariantMap shortcut(int keyCode, int modifierFlags) {

@@ -5,11 +5,10 @@
 #include <string>
 
 #include "base/FileUrl.h"
+#include "base/HomeFolder.h"
 
 namespace kestrin {
 
-/// The home folder: $HOME when it is an absolute path, else the user database's. No trailing slash.
-std::string homeFolder();
 /// $XDG_DATA_HOME when it is an absolute path, else "~/.local/share".
 std::string dataHomeFolder();
 

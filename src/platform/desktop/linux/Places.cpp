@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/Places.h"
 
-#include <pwd.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
-#include <vector>
 
 namespace kestrin {
 namespace {
@@ -25,25 +22,7 @@ FileUrl folderOrBelowHome(const char* variable, std::string_view belowHome) {
     return FileUrl::fromPath(homeFolder()).appending(belowHome);
 }
 
-/// Empty when the user database has no home for `user`.
-std::string homeFromUserDatabase(uid_t user) {
-    std::vector<char> buffer(1024);
-    passwd entry;
-    passwd* found = nullptr;
-    while (getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) == ERANGE) {
-        buffer.resize(buffer.size() * 2);
-    }
-    return found && found->pw_dir && found->pw_dir[0] == '/' ? found->pw_dir : "";
-}
-
 }  // namespace
-
-std::string homeFolder() {
-    if (const auto folder = folderFromEnvironment("HOME")) return folder->path();
-    // A user without a home, such as a service's, has "/" as its home: nothing there is writable.
-    const std::string home = homeFromUserDatabase(geteuid());
-    return FileUrl::fromPath(home.empty() ? "/" : home).path();
-}
 
 std::string dataHomeFolder() {
     return folderOrBelowHome("XDG_DATA_HOME", ".local/share").path();
@@ -93,7 +72,7 @@ FullDiskAccess fullDiskAccess() {
 }
 
 std::string homeOfRealUser() {
-    return homeFromUserDatabase(getuid());
+    return homeFromUserDatabase(::getuid());
 }
 
 }  // namespace kestrin
