@@ -73,10 +73,13 @@ void QVKestrin::watchSettings() {
     m_loginWatcher = std::make_unique<FileWatcher>(loginItemFile(), [this] { refreshLogin(); });
 }
 
+/// The user may have switched it off in the desktop's settings. An entry for some desktops alone
+/// switches it on again, too: a session of another one has set it off for all.
 void QVKestrin::refreshLogin() {
     UserDefaults& defaults = m_services.defaults;
-    if (!defaults.boolForKey(kLaunchAtLogin) || loginItemIsEnabled() != false) return;
-    defaults.setQuietly(kLaunchAtLogin, false);
+    const std::optional<bool> isEnabled = loginItemIsEnabled();
+    if (!isEnabled || *isEnabled == defaults.boolForKey(kLaunchAtLogin)) return;
+    if (!*isEnabled || loginItemGoesByDesktop()) defaults.setQuietly(kLaunchAtLogin, *isEnabled);
 }
 
 QVPreferencesWindow* QVKestrin::preferencesWindowController() {

@@ -285,6 +285,15 @@ TEST_F(SettingsTest, startsAtLoginAsTheSettingAndTheDesktopSay) {
     EXPECT_FALSE(exists(entry));
     controller.reset();
     defaults.set("launch_at_login", true);
+    const ScopedVariable desktop("XDG_CURRENT_DESKTOP", "Here");
+    for (const bool isHere : {false, true}) {
+        writeFile(entry, std::string("[Desktop Entry]\nExec=x\nX-Kestrin-Exec=x\nOnlyShowIn=") +
+                             (isHere ? "Here;" : "There;"));
+        start();
+        EXPECT_EQ(defaults.boolForKey("launch_at_login"), isHere);
+        controller.reset();
+    }
+    std::filesystem::remove(entry);
     start(QVKestrin::Launch::AtLogin);
     EXPECT_FALSE(exists(entry)) << "what started the program needs no repair";
     start();

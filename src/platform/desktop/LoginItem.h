@@ -32,4 +32,8 @@ MaybeError removeLoginItem();
 /// switched it off in the desktop's settings. None when there is no entry.
 std::optional<bool> loginItemIsEnabled();
 
+/// Whether the entry that is there names desktops, so that it may be on in one session of the user
+/// and off in another.
+bool loginItemGoesByDesktop();
+
 }  // namespace kestrin

@@ -286,4 +286,9 @@ std::optional<bool> loginItemIsEnabled() {
     return isEnabled(*entry);
 }
 
+bool loginItemGoesByDesktop() {
+    const auto entry = KeyFile::read(loginItemFile(), LastLink::Follow);
+    return entry && (entry->rawValue(kGroup, "OnlyShowIn") || entry->rawValue(kGroup, "NotShowIn"));
+}
+
 }  // namespace kestrin
