@@ -55,6 +55,23 @@ bool ReplacementFile::appear() {
     return true;
 }
 
+bool ReplacementFile::replaceAndKeep(const std::string& aside) {
+    if (!renameToFreeName(m_temporary, aside)) return false;
+    if (::renameat2(AT_FDCWD, aside.c_str(), AT_FDCWD, m_path.c_str(), RENAME_EXCHANGE) == 0) {
+        m_temporary.clear();
+        return true;
+    }
+    int reason = errno;
+    renameToFreeName(aside, m_temporary);
+    errno = reason;
+    if ((reason != EINVAL && reason != ENOSYS) || !renameToFreeName(m_path, aside)) return false;
+    if (appear()) return true;
+    reason = errno;
+    renameToFreeName(aside, m_path);
+    errno = reason;
+    return false;
+}
+
 bool renameToFreeName(const std::string& from, const std::string& to) {
     if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
         return true;

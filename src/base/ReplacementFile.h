@@ -29,6 +29,10 @@ class ReplacementFile {
     bool replace();
     /// Puts it where nothing is. False with errno: EEXIST when something is there.
     bool appear();
+    /// Puts it in the place of what is there, whatever that is, which is renamed to `aside`. Where
+    /// the file system can exchange two names, nobody ever finds that place empty, not even after a
+    /// crash. False with errno: EEXIST when something has the name `aside`.
+    bool replaceAndKeep(const std::string& aside);
 
  private:
     const std::string m_path;

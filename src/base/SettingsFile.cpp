@@ -109,15 +109,11 @@ std::string SettingsFile::moveAsideAndWrite(std::string_view text) const {
     const std::string name =
         m_path + ".broken-" + QDate::currentDate().toString(Qt::ISODate).toStdString();
     std::string aside = name;
-    for (int number = 2; !renameToFreeName(m_path, aside); ++number) {
+    for (int number = 2; !file.replaceAndKeep(aside); ++number) {
         if (errno != EEXIST || number > kMostNamesOfADay) return {};
         aside = name + "-" + std::to_string(number);
     }
-    if (file.appear()) return aside;
-    const int reason = errno;
-    renameToFreeName(aside, m_path);
-    errno = reason;
-    return {};
+    return aside;
 }
 
 }  // namespace kestrin
