@@ -84,7 +84,7 @@ PreferencesView::PreferencesView(const PreferencesServices& services) : m_servic
     for (QPushButton* const button : findChildren<QPushButton*>())
         button->setAutoDefault(false);
     colourBoxes();
-    showProblem();
+    followProblem();
     fit();
 }
 
@@ -223,10 +223,8 @@ QCheckBox* PreferencesView::makeCheckBox(const std::string& key, std::string_vie
         const QSignalBlocker blocker(box);
         box->setChecked(m_services.defaults.boolForKey(key));
     });
-    connect(box, &QCheckBox::toggled, this, [this, key](bool isOn) {
-        m_services.defaults.set(key, isOn);
-        showProblem();
-    });
+    connect(box, &QCheckBox::toggled, this,
+            [this, key](bool isOn) { m_services.defaults.set(key, isOn); });
     return box;
 }
 
@@ -237,7 +235,6 @@ QComboBox* PreferencesView::makeDays() {
     follow(kDaysSetting, [this] { showDays(); });
     connect(days, &QComboBox::activated, this, [this, days](int index) {
         m_services.defaults.set(kDaysSetting, days->itemData(index));
-        showProblem();
     });
     return days;
 }
@@ -259,6 +256,15 @@ void PreferencesView::showDays() {
         m_days->addItem(text, days);
     }
     m_days->setCurrentIndex(m_days->findData(set));
+}
+
+/// Every change is written, whichever part of the window makes it.
+void PreferencesView::followProblem() {
+    for (const auto& [key, value] : defaultSettings())
+        m_observations.push_back(
+            m_services.defaults.observe("values." + key, UserDefaults::Notify::OnChange,
+                                        [this](const auto&) { showProblem(); }));
+    showProblem();
 }
 
 void PreferencesView::showProblem() {

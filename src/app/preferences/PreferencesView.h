@@ -60,6 +60,7 @@ class PreferencesView : public QDialog {
     QComboBox* makeDays();
     void showDays();
     void follow(const std::string& key, std::function<void()> show);
+    void followProblem();
     void showProblem();
     void showLogs();
     void colourBoxes();

@@ -282,6 +282,8 @@ TEST_F(PreferencesTest, EverythingHasANameAKeyOfItsOwnAndRoom) {
         }
     }
     EXPECT_GE(mnemonics.size(), 10U);
+    record("empty_trash", Qt::Key_F5, {});
+    EXPECT_THAT(notes(), HasSubstr(".broken-20")) << "where the file is now";
 }
 
 TEST_F(PreferencesTest, ModalMeansOnTheWindowThatIsActive) {
