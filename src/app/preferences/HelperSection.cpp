@@ -92,17 +92,18 @@ void HelperSection::offer(std::optional<HelperCommand> command) {
     m_button->setEnabled(command.has_value());
 }
 
-/// Events are served while it runs: the window may close meanwhile.
+/// Events are served while it runs: the window may close meanwhile, and all that belongs to it go.
 void HelperSection::perform(HelperCommand command) {
     if (!m_services.helper.perform) return;
     m_state->setNotice(m_services.texts.text("prefs_helper_working"_key));
     const QPointer<HelperSection> self(this);
-    const PreferencesServices& services = m_services;
-    const MaybeError error = services.helper.perform(command);
+    QVErrorDelegate& presenter = m_services.presenter;
+    const auto performOnHost = m_services.helper.perform;
+    const MaybeError error = performOnHost(command);
     if (self) refresh();
     if (!error || isCancelled(*error)) return;
-    services.presenter.showErrorForWindow(self ? self->m_button->window() : nullptr,
-                                          error->localizedDescription(), {}, {});
+    presenter.showErrorForWindow(self ? self->m_button->window() : nullptr,
+                                 error->localizedDescription(), {}, {});
 }
 
 }  // namespace kestrin
