@@ -21,6 +21,7 @@
 #include <span>
 #include <string>
 #include <typeinfo>
+#include <utility>
 
 #include "base/LastLogLines.h"
 #include "base/SignalStack.h"
@@ -147,24 +148,29 @@ int openFolder(int parent, const char* name, int flags) {
     return ::openat(parent, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags);
 }
 
-/// The folder of the reports, made when it is missing; -1 when it cannot be had.
+/// A folder of the program's own, made when it is missing. A link in its place is not followed.
+int openOwnFolder(int parent, const char* name) {
+    ::mkdirat(parent, name, 0700);
+    return openFolder(parent, name, O_NOFOLLOW);
+}
+
+/// The folder of the reports; -1 when it cannot be had.
 int openReportFolder() {
     char* const path = s_setup.folder.data();
-    for (char* level = path + s_setup.firstOwnLevel + 1; *level; ++level) {
-        if (*level != '/') continue;
-        *level = '\0';
-        ::mkdir(path, 0700);
-        *level = '/';
-    }
-    ::mkdir(path, 0700);
-    // Links are followed down to the state folder, which is the user's to arrange, and not below.
     char* const last = std::strrchr(path, '/');
     *last = '\0';
     char* const own = std::strrchr(path, '/');
     *own = '\0';
+    // Links are followed down to the state folder, which is the user's to arrange, and not below.
+    for (char* level = path + s_setup.firstOwnLevel; level < own;) {
+        level = std::find(level + 1, own, '/');
+        const char kept = std::exchange(*level, '\0');
+        ::mkdir(path, 0700);
+        *level = kept;
+    }
     const int state = openFolder(AT_FDCWD, path, 0);
-    const int parent = openFolder(state, own + 1, O_NOFOLLOW);
-    const int folder = openFolder(parent, last + 1, O_NOFOLLOW);
+    const int parent = openOwnFolder(state, own + 1);
+    const int folder = openOwnFolder(parent, last + 1);
     if (state >= 0) ::close(state);
     if (parent >= 0) ::close(parent);
     return folder;
