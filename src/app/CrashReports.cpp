@@ -19,9 +19,7 @@
 
 #include "base/LastLogLines.h"
 #include "base/MainThread.h"
-#include "base/StringTable.h"
 #include "base/WriteAll.h"
-#include "erase/QVErrorDelegate.h"
 #include "format/DisplayName.h"
 #include "platform/items/FolderListing.h"
 #include "platform/items/SmallFile.h"
@@ -254,22 +252,12 @@ std::optional<FileUrl> finishCrashReports(const FileUrl& folder) {
     return folder.appending(newest);
 }
 
-void offerCrashReport(const FileUrl& folder, QVErrorDelegate& presenter,
-                      std::function<void(const FileUrl& report)> show) {
+void findCrashReport(const FileUrl& folder, std::function<void(const FileUrl& report)> found) {
     // The home folder may lie on a server that does not answer.
-    runAbandoned([folder, &presenter, show = std::move(show)] {
+    runAbandoned([folder, found = std::move(found)] {
         std::optional<FileUrl> report;
         runAtBackgroundPriority([&] { report = finishCrashReports(folder); });
-        if (!report) return;
-        MainThread::post([&presenter, show, report = *report] {
-            const int answer =
-                presenter.askToTheUser({.question = std::string("crash_title"_key),
-                                        .message = std::string("crash_text"_key),
-                                        .defaultButton = std::string("crash_show_button"_key),
-                                        .alternateButton = std::string("crash_dismiss_button"_key),
-                                        .notAnswered = kAlertSecondButton});
-            if (answer == kAlertFirstButton) show(report);
-        });
+        if (report) MainThread::post([found, report = *report] { found(report); });
     });
 }
 

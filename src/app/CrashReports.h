@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What an earlier run of the program left when it crashed, made readable and offered to the user.
-// Nothing is ever sent.
+// What an earlier run of the program left when it crashed, made readable. Nothing is ever sent.
 #pragma once
 
 #include <functional>
@@ -11,8 +10,6 @@
 #include "base/FileUrl.h"
 
 namespace kestrin {
-
-class QVErrorDelegate;
 
 /// How many readable reports are kept.
 inline constexpr std::size_t kKeptCrashReports = 10;
@@ -28,10 +25,8 @@ std::string crashReportText(std::string_view raw);
 /// report that it made. Thread: any, one at a time.
 std::optional<FileUrl> finishCrashReports(const FileUrl& folder);
 
-/// Looks in the background whether there was a crash since this was last called. If so, it asks
-/// once whether `show` is to be called with the report; a question that is not answered means no.
-/// Main thread; `show` is called there. `presenter` is never destroyed.
-void offerCrashReport(const FileUrl& folder, QVErrorDelegate& presenter,
-                      std::function<void(const FileUrl& report)> show);
+/// The same in the background. Calls `found` with the report, if there is one. Main thread; `found`
+/// is called there.
+void findCrashReport(const FileUrl& folder, std::function<void(const FileUrl& report)> found);
 
 }  // namespace kestrin

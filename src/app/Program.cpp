@@ -253,9 +253,10 @@ AppServices Program::services() {
         return std::make_unique<QVPreferencesWindow>(preferencesServices());
     };
     addSmallWindows(services);
-    services.offerCrashReport = [this] {
-        offerCrashReport(location(Place::CrashReports), m_presenter, showText);
+    services.findCrashReport = [](auto found) {
+        findCrashReport(location(Place::CrashReports), std::move(found));
     };
+    services.showText = showText;
     return services;
 }
 

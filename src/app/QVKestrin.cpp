@@ -246,6 +246,10 @@ void QVKestrin::smartDeletion() {
 void QVKestrin::setIsWorking(bool isWorking) {
     m_isWorking = isWorking;
     updateEnabledItems();
+    if (m_isWorking || !m_crashReport) return;
+    MainThread::post([guard = QPointer<QVKestrin>(this)] {
+        if (guard) guard->offerCrashReport();
+    });
 }
 
 void QVKestrin::stopWorking(const Notification& notification) {

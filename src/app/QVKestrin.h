@@ -113,8 +113,9 @@ struct AppServices {
     std::function<void()> showWelcome{};
     std::function<void()> showNewsletter{};
     std::function<void()> showInformation{};  ///< shows itself only when there is something new
-    /// Looks in the background for a crash of an earlier run, and offers the report of it.
-    std::function<void()> offerCrashReport{};
+    /// Looks in the background for a crash of an earlier run, and calls back with a report of it.
+    std::function<void(std::function<void(const FileUrl& report)> found)> findCrashReport{};
+    std::function<void(const FileUrl& file)> showText{};
     std::function<void()> showUpdates{};
     std::function<std::unique_ptr<SmartWindow>()> makeSmartWindow{};
     std::function<std::unique_ptr<QVPreferencesWindow>()> makePreferences{};
@@ -319,6 +320,7 @@ class QVKestrin : public QObject {
     bool mayBegin();
     void lookForHelper();
     void greet();
+    void offerCrashReport();
 
     // The removal of the program (QVKestrin_uninstall.cpp)
     void offerToRemoveOlderVersion();
@@ -376,6 +378,7 @@ class QVKestrin : public QObject {
     bool m_isUninstalling = false;
     Launch m_launch = Launch::InStatusArea;
     Greeting m_greeting = Greeting::NotYet;  ///< until the menu is there
+    std::optional<FileUrl> m_crashReport;    ///< that the user was not asked about yet
     std::unique_ptr<QMenu> m_kestrinMenu;
     QMenu* m_subTrashMenu = nullptr;  ///< child of m_kestrinMenu, as is the next
     QMenu* m_serviceMenu = nullptr;

@@ -106,7 +106,26 @@ void QVKestrin::greet() {
     if (!hasClient || m_isEnding || showFirstWindow()) return;
     checkForFullDiskAccess();
     if (m_launch != Launch::AtLogin && m_services.showInformation) m_services.showInformation();
-    if (m_services.offerCrashReport) m_services.offerCrashReport();
+    if (!m_services.findCrashReport) return;
+    m_services.findCrashReport([guard = QPointer<QVKestrin>(this)](const FileUrl& report) {
+        if (!guard) return;
+        guard->m_crashReport = report;
+        guard->offerCrashReport();
+    });
+}
+
+/// Asks whether to show the report, once. A command that is at work comes first, since this
+/// question would stand above that command's own, and be answered in its place.
+void QVKestrin::offerCrashReport() {
+    if (!m_crashReport || m_isWorking || m_isUninstalling || m_isEnding) return;
+    const FileUrl report = *std::exchange(m_crashReport, std::nullopt);
+    const int answer = m_services.presenter.askToTheUser(
+        {.question = std::string("crash_title"_key),
+         .message = std::string("crash_text"_key),
+         .defaultButton = std::string("crash_show_button"_key),
+         .alternateButton = std::string("crash_dismiss_button"_key),
+         .notAnswered = kAlertSecondButton});
+    if (answer == kAlertFirstButton && m_services.showText) m_services.showText(report);
 }
 
 int QVKestrin::isUserAgree() {

@@ -105,6 +105,20 @@ TEST_F(GreetingTest, isPutOffByAStartAtLogin) {
     EXPECT_EQ(told.size(), 1) << "no window tells it";
 }
 
+TEST_F(GreetingTest, offersTheReportOfACrashWhenNoCommandIsAtWork) {
+    start(QVKestrin::Launch::AtLogin, false);
+    addDisk("disk");
+    alerts.addAnswer(kAlertSecondButton, false, [this] {
+        crashFound(FileUrl::fromPath("/report"));
+        EXPECT_EQ(alerts.models.size(), 1u) << "the question to erase has the user's eyes";
+    });
+    alerts.addAnswer(kAlertFirstButton);
+    controller->requestToEmptyAll();
+    ASSERT_TRUE(waitFor([this] { return steps == "look install /report "; }));
+    EXPECT_EQ(alerts.models.at(1).title, texts.text("crash_title"_key));
+    EXPECT_EQ(alerts.models.at(1).notAnswered, kAlertSecondButton);
+}
+
 TEST_F(GreetingTest, offersToRemoveAnOlderVersionUntilTheUserHasAnswered) {
     const auto kind = QVKestrin::Launch::InStatusArea;
     const std::vector<std::string> remains{"helper 2", "entry 2", "settings 2"};

@@ -175,6 +175,8 @@ class QVKestrinTest : public ::testing::Test {
                 .showWelcome = [this] { step("welcome"); },
                 .showNewsletter = [this] { step("newsletter"); },
                 .showInformation = [this] { step("information"); },
+                .findCrashReport = [this](auto found) { crashFound = found; },
+                .showText = [this](const FileUrl& file) { step(file.path()); },
                 .showUpdates = [this] { step("updates"); },
                 .makeSmartWindow =
                     [this] {
@@ -283,6 +285,7 @@ class QVKestrinTest : public ::testing::Test {
     QStringList told;
     QString toolTip;
     std::function<void(bool, const std::string&)> mountChanged;
+    std::function<void(const FileUrl&)> crashFound;
     std::weak_ptr<QVDeleteItems> lastEngine;
     int terminated = 0;
     bool isSomethingOpen = false;
