@@ -136,6 +136,15 @@ TEST(CrashHandler, LeavesNothingOnAFullDiskOrWithoutAPlace) {
     runAsRoot("dd if=/dev/zero bs=4096 of='" + disk.mountPoint() + "/filler'");
     EXPECT_EQ(statusOfCrash(folder, abort), SIGABRT);
     EXPECT_TRUE(std::filesystem::is_empty(folder));
+    const std::string limited = scratch / "limited/Kestrin 3/Crash Reports";
+    makeFolder(limited);
+    const auto crash = [] {
+        const rlimit few{300, 300};
+        setrlimit(RLIMIT_FSIZE, &few);
+        writeNowhere();
+    };
+    EXPECT_EQ(statusOfCrash(limited, crash), SIGSEGV);
+    EXPECT_TRUE(std::filesystem::is_empty(limited));
 }
 
 }  // namespace

@@ -220,9 +220,12 @@ void restoreSignals() {
         ::sigaction(kSignals[at], &s_previous[at], nullptr);
 }
 
-/// Lets the default action of SIGALRM end a process whose disk does not answer.
-void limitTime() {
+/// Lets the default action of SIGALRM end a process whose disk does not answer, and a write beyond
+/// the limit of the process fail instead of ending it.
+void limitTimeAndSize() {
     struct sigaction action {};
+    action.sa_handler = SIG_IGN;
+    ::sigaction(SIGXFSZ, &action, nullptr);
     action.sa_handler = SIG_DFL;
     ::sigaction(SIGALRM, &action, nullptr);
     ::alarm(kPatienceInSeconds);
@@ -243,7 +246,7 @@ void handleSignal(int, siginfo_t* info, void* context) {
     pid_t none = 0;
     const pid_t self = ::gettid();
     if (s_crashing.compare_exchange_strong(none, self)) {
-        limitTime();
+        limitTimeAndSize();
         leaveReport(*info, context);
         endAsBefore(*info);
     } else if (none == self) {
