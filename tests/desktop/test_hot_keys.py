@@ -19,6 +19,10 @@ QUESTION, WINDOW = "Empty all trashes", "Smart Window"
 
 
 class HotKeyTest(DesktopTest):
+    def setUp(self):
+        super().setUp()
+        self.environment.update(XDG_SESSION_TYPE="x11", WAYLAND_DISPLAY="of an earlier session")
+
     def start_other_program(self):
         """One that has the keyboard, and writes down every key that comes to it."""
         self.other = self.run_part("xev", "-event", "keyboard")

@@ -85,6 +85,11 @@ PortalSession::PortalSession(std::vector<HotKey> hotKeys, HotKeyHost::Handlers h
     qDBusRegisterMetaType<PortalShortcut>();
     qDBusRegisterMetaType<PortalShortcuts>();
     QDBusConnection bus = QDBusConnection::sessionBus();
+    // Without a bus no question has an answer, not even that there is none.
+    if (!bus.isConnected()) {
+        m_phase = Phase::Failed;
+        return;
+    }
     const auto listen = [&](const QString& signal, const char* slot) {
         bus.connect(QLatin1String(kPortalService), kPath, kShortcuts, signal, this, slot);
     };

@@ -29,7 +29,7 @@ class PortalSession : public QObject {
         Begun,    ///< there is a portal; it, or the user, has not granted the keys yet
         Granted,  ///< `trigger` tells which
         Refused,  ///< by the user
-        Failed,   ///< there is no such portal, or it ended the session
+        Failed,   ///< there is no bus or no such portal, or it ended the session
     };
 
     PortalSession(std::vector<HotKey> hotKeys, HotKeyHost::Handlers handlers);
