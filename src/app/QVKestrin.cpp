@@ -62,6 +62,7 @@ void QVKestrin::quit() {
     }
     // The alerts go after that: the answer to an open question must find the engine stopped.
     callIfGiven(m_services.dismissAlerts);
+    if (m_prefWindowCntrl) m_prefWindowCntrl->closeWindow();
     if (!engine) return endNow();
     m_endTimer = m_services.startTimer(kEndPatience, [this] { endNow(); });
 }

@@ -67,8 +67,16 @@ class PreferencesTest(DesktopTest):
         self.close_preferences()
         self.wait(lambda: "keyCode=51" in self.settings(), "the default in the file")
         self.ask_by(DEFAULT_KEYS)
+        # So it is when the window is closed by the end of the program.
+        self.open_preferences()
+        self.record(OTHER_KEYS)
+        self.wait_for_keys("Ctrl.Alt.X")
+        self.key("Delete")
+        self.wait_for_keys("None")
+        self.launch("--quit")
+        self.assertEqual(self.wait_for_end(), 0)
+        self.assertIn("keyCode=51", self.settings())
         self.assertEqual(self.trash.names(), [b"kept"])
-        self.assertRuns()
 
     def test_what_others_change_shows_and_restoring_touches_nothing_else(self):
         self.write_settings(show_install_helper_tool="true", show_alert="false", unknown="kept", delete_locked="yes")

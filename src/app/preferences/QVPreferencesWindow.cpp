@@ -35,11 +35,17 @@ QVPreferencesWindow::QVPreferencesWindow(PreferencesServices services)
 }
 
 QVPreferencesWindow::~QVPreferencesWindow() {
-    delete m_window;
+    const QPointer<PreferencesView> window = m_window;
+    closeWindow();
+    delete window;
 }
 
 bool QVPreferencesWindow::isOpen() const {
     return m_window && m_window->isVisible();
+}
+
+void QVPreferencesWindow::closeWindow() {
+    if (m_window) m_window->close();
 }
 
 void QVPreferencesWindow::openWindowInModal(bool isModal) {

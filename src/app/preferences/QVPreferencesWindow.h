@@ -22,13 +22,15 @@ class QVPreferencesWindow : public QObject {
 
  public:
     explicit QVPreferencesWindow(PreferencesServices services);
-    /// Closes the window.
+    /// As closeWindow.
     ~QVPreferencesWindow() override;
 
     /// Shows the window in front: window-modal on the window of the program that is active at the
     /// moment, or on its own when there is none or `isModal` is false. Returns at once.
     void openWindowInModal(bool isModal);
     bool isOpen() const;
+    /// As the user closes it: each shortcut that was cleared gets its default.
+    void closeWindow();
 
     /// Shows the shortcuts as they are stored, but for those that the user has cleared.
     void setupHotKeys();
