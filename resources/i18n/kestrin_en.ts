@@ -1148,7 +1148,7 @@ Examples:
     </message>
     <message id="settings_damaged">
         <source></source>
-        <translation>The settings file %@ holds something else than settings, so the defaults apply. It stays as it is until you change a setting.</translation>
+        <translation>The settings file %@ holds something other than settings, so the defaults apply. It stays as it is until you change a setting.</translation>
     </message>
     <message id="settings_moved_aside">
         <source></source>
