@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/Program.h"
 
-#include <unistd.h>
-
 #include <QApplication>
 #include <QDesktopServices>
-#include <QStandardPaths>
 #include <QUrl>
 #include <chrono>
 #include <memory>
@@ -14,6 +11,7 @@
 #include <utility>
 
 #include "app/CrashReports.h"
+#include "app/DesktopActions.h"
 #include "app/DisplayFailure.h"
 #include "app/HelperAuthorization.h"
 #include "app/MenuCreationOperationQueue.h"
@@ -81,14 +79,6 @@ class StatusItemDisplay final : public StatusDisplay {
     StatusItem m_item;
 };
 
-/// A disk is taken for removable where desktops mount such disks.
-QIcon iconOfDisk(const TrashLocation& location, const ListedVolume* volume) {
-    if (volume && volume->isNetwork) return diskIcon(DiskKind::Network);
-    const std::string_view path = location.volumePath;
-    const bool isRemovable = path.starts_with("/media/") || path.starts_with("/run/media/");
-    return diskIcon(isRemovable ? DiskKind::Removable : DiskKind::Internal);
-}
-
 /// Counts at a low priority: the menu beside it must stay quick.
 TrashCount::Counter inBackground(TrashContents (*counter)(const std::vector<FileUrl>&,
                                                           const std::stop_token&)) {
@@ -114,48 +104,6 @@ class SmartWindowDisplay final : public SmartWindow {
  private:
     QVWindowCntrl& m_window;  ///< owns itself
 };
-
-/// Opens a text file, or shows where it is when nothing opens it.
-void showText(const FileUrl& file) {
-    QVFilesUtilities::sharedControl().launchItems({file.path()}, [file](const auto& results) {
-        if (results.front() != LaunchResult::Opened) revealInFileManager({file});
-    });
-}
-
-void pressStop() {
-    if (QVProgressWindow* const window = QVProgressWindow::shown()) window->stop();
-}
-
-/// False when no question and no progress is open.
-bool bringForward() {
-    QWidget* const modal = QApplication::activeModalWidget();
-    QWidget* const window = modal ? modal : QVProgressWindow::shown();
-    if (!window) return false;
-    window->show();
-    window->raise();
-    window->activateWindow();
-    return true;
-}
-
-/// What a shell starts the program with. Where it stands in the search path, its name is enough.
-QString commandFor(const char* action) {
-    QString program = QString::fromStdString(ownProgram().path());
-    const QString name = program.section(u'/', -1);
-    if (QStandardPaths::findExecutable(name) == program) {
-        program = name;
-    } else {
-        program = u'\'' + program.replace(u'\'', QStringLiteral("'\\''")) + u'\'';
-    }
-    return program + QStringLiteral(" --") + QLatin1String(action);
-}
-
-/// False when there are no logs yet, or nothing shows folders.
-bool showLogs() {
-    const FileUrl folder = location(Place::Logs);
-    if (::access(folder.path().c_str(), F_OK) != 0) return false;
-    return QDesktopServices::openUrl(
-        QUrl::fromEncoded(QByteArray::fromStdString(folder.toString()), QUrl::StrictMode));
-}
 
 /// Everything that the program is made of. Each part stands behind those that it needs.
 class Program {
