@@ -111,6 +111,9 @@ TEST_F(LoginItemTest, NeitherFollowsNorReplacesWhatElseHasTheName) {
     writeFile(file, "[Desktop Entry]\nExec=another\n");
     EXPECT_EQ(errorOf(true), EEXIST);
     EXPECT_TRUE(isLeftAlone(false));
+    writeFile(file, "[Desktop Entry]\nExec=" + ownProgram().path() + "\n");
+    std::filesystem::permissions(file, std::filesystem::perms::owner_read);
+    EXPECT_EQ(errorOf(true), 0) << "it is in force";
     std::filesystem::remove(file);
     makeFolder(file);
     EXPECT_EQ(errorOf(true), EISDIR);

@@ -238,7 +238,11 @@ MaybeError changeEntry(const FileUrl& file, mode_t mode) {
     const std::string text = enabledEntry(*before);
     if (text == *before) return std::nullopt;
     if (!isUtf8(text)) return writeError(EILSEQ);
-    if (::access(file.path().c_str(), W_OK) != 0) return writeError(errno);
+    if (::access(file.path().c_str(), W_OK) != 0) {
+        const int reason = errno;
+        // Somebody else keeps it so, and what it lacks is not needed for it to be in force.
+        return isEnabled(KeyFile::parse(*before)) ? MaybeError() : writeError(reason);
+    }
     ReplacementFile entry(file.path(), text, mode & 0777);
     if (!entry.isComplete() || !entry.replace()) return writeError(errno);
     return std::nullopt;
