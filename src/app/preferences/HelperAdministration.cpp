@@ -4,6 +4,7 @@
 #include <list>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "base/MainThread.h"
 #include "erase/HelperConnection.h"
@@ -43,6 +44,7 @@ class HelperOfHost : public std::enable_shared_from_this<HelperOfHost> {
         : m_services(services), m_setAuthorized(std::move(setAuthorized)) {}
 
     void askState(const Found& found) {
+        if (m_isChanging) return m_waiting.push_back(found);
         askVersion([file = m_services.helperFile, found](const HelperState& state) {
             if (state.kind == HelperState::Kind::NotInstalled) return found(state);
             findPackage(file, state, found);
@@ -50,7 +52,11 @@ class HelperOfHost : public std::enable_shared_from_this<HelperOfHost> {
     }
 
     MaybeError perform(HelperCommand command) {
+        m_isChanging = true;
         MaybeError error = run(command);
+        m_isChanging = false;
+        for (const Found& found : std::exchange(m_waiting, {}))
+            askState(found);
         askVersion([setAuthorized = m_setAuthorized](const HelperState& state) {
             setAuthorized(state.kind == HelperState::Kind::Current);
         });
@@ -90,6 +96,8 @@ class HelperOfHost : public std::enable_shared_from_this<HelperOfHost> {
 
     const SecureAccessServices m_services;
     const std::function<void(bool)> m_setAuthorized;
+    bool m_isChanging = false;                             ///< a command runs
+    std::vector<Found> m_waiting;                          ///< for its end
     std::list<std::shared_ptr<HelperConnection>> m_asked;  ///< for their version
 };
 

@@ -36,7 +36,8 @@ enum class HelperCommand {
 /// The way to the helper. Where a function is not given, nothing is known or done.
 struct HelperAdministration {
     /// Looks for the helper, asks its version and for its package, and calls `found` later on the
-    /// main thread, after 15 s at most; never when the program ends before.
+    /// main thread, after 15 s at most; while a command runs, after that. Never when the program
+    /// ends before.
     std::function<void(std::function<void(const HelperState&)> found)> askState{};
     /// Has the command run as root, whatever "show_install_helper_tool" says, and asks nothing
     /// itself; returns when it is over. Events are served meanwhile. Errors: those of
