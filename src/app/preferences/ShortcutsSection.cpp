@@ -21,10 +21,12 @@ ShortcutsSection::ShortcutsSection(const PreferencesServices& services, QGridLay
                                    QObject* parent)
     : QObject(parent),
       m_services(services),
-      m_rows{Row{"empty_trash", services.texts.text("prefs_keys_of_empty_all"_key)},
-             Row{"smart_delete", services.texts.text("prefs_keys_of_smart_window"_key)}} {
-    addRow(m_rows[0], grid, "prefs_empty_all"_key, services.emptyAllCommand);
-    addRow(m_rows[1], grid, "prefs_smart_window"_key, services.smartWindowCommand);
+      m_rows{Row{"empty_trash", services.texts.text("prefs_keys_of_empty_all"_key),
+                 services.emptyAllCommand},
+             Row{"smart_delete", services.texts.text("prefs_keys_of_smart_window"_key),
+                 services.smartWindowCommand}} {
+    addRow(m_rows[0], grid, "prefs_empty_all"_key);
+    addRow(m_rows[1], grid, "prefs_smart_window"_key);
     addFoot(grid);
     if (HotKeyCenter* const hotKeys = services.hotKeys) {
         connect(hotKeys, &HotKeyCenter::changed, this, &ShortcutsSection::showAll);
@@ -33,8 +35,7 @@ ShortcutsSection::ShortcutsSection(const PreferencesServices& services, QGridLay
     showAll();
 }
 
-void ShortcutsSection::addRow(Row& row, QGridLayout& grid, std::string_view title,
-                              const QString& command) {
+void ShortcutsSection::addRow(Row& row, QGridLayout& grid, std::string_view title) {
     const int at = grid.rowCount();
     row.label = new QLabel(m_services.texts.text(title));
     alignToLeadingEdge(*row.label);
@@ -47,13 +48,13 @@ void ShortcutsSection::addRow(Row& row, QGridLayout& grid, std::string_view titl
         row.refusal.clear();
         show(row);
     });
-    row.command = new QLineEdit(command);
-    row.command->setReadOnly(true);
-    row.command->setAccessibleName(row.what);
+    row.field = new QLineEdit;
+    row.field->setReadOnly(true);
+    row.field->setAccessibleName(row.what);
     row.notice = new Notice;
     grid.addWidget(row.label, at, 1);
     grid.addWidget(row.recorder, at, 2, 1, 2);
-    grid.addWidget(row.command, at, 2, 1, 2);
+    grid.addWidget(row.field, at, 2, 1, 2);
     grid.addWidget(row.notice, at + 1, 2, 1, 2);
 }
 
@@ -104,11 +105,15 @@ void ShortcutsSection::showAll() {
 
 void ShortcutsSection::show(const Row& row) {
     const bool showsCommand = hasNoHotKeys();
-    row.recorder->setVisible(!showsCommand);
-    row.command->setVisible(showsCommand);
-    row.label->setBuddy(showsCommand ? static_cast<QWidget*>(row.command) : row.recorder->button());
-    row.recorder->setEnabled(!canConfigure());
-    row.recorder->setShownText(shownText(row));
+    const bool isFixed = showsCommand || canConfigure();
+    const QString keys = shownText(row);
+    row.recorder->setVisible(!isFixed);
+    row.recorder->setShownText(keys);
+    row.field->setVisible(isFixed);
+    const QString text = showsCommand ? row.command : keys;
+    row.field->setText(text.isEmpty() ? m_services.texts.text("prefs_keys_none"_key) : text);
+    row.field->setCursorPosition(0);
+    row.label->setBuddy(isFixed ? static_cast<QWidget*>(row.field) : row.recorder->button());
     row.notice->setNotice(showsCommand ? QString() : note(row));
 }
 
@@ -124,7 +129,7 @@ QString ShortcutsSection::shownText(const Row& row) const {
     if (row.isCleared) return {};
     if (isManagedByDesktop()) {
         const QString text = m_services.hotKeys->shownText(row.identifier());
-        if (!text.isEmpty()) return text;
+        if (canConfigure() || !text.isEmpty()) return text;
     }
     const auto shortcut = stored(row);
     return shortcut ? shortcutText(*shortcut) : QString();

@@ -43,10 +43,11 @@ class ShortcutsSection : public QObject {
  private:
     struct Row {
         std::string setting;
-        QString what;  ///< what the keys do
+        QString what;     ///< what the keys do
+        QString command;  ///< does the same
         QLabel* label = nullptr;
         ShortcutRecorder* recorder = nullptr;
-        QLineEdit* command = nullptr;
+        QLineEdit* field = nullptr;  ///< in the recorder's place where that cannot be used
         Notice* notice = nullptr;
         QString refusal{};  ///< why the keys that were pressed last cannot be taken
         bool isCleared = false;
@@ -54,7 +55,7 @@ class ShortcutsSection : public QObject {
         std::string identifier() const { return "values." + setting; }
     };
 
-    void addRow(Row& row, QGridLayout& grid, std::string_view title, const QString& command);
+    void addRow(Row& row, QGridLayout& grid, std::string_view title);
     void addFoot(QGridLayout& grid);
     void showAll();
     void show(const Row& row);
