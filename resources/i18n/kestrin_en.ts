@@ -1511,6 +1511,10 @@ Examples:
         <source></source>
         <translation>%@: %@</translation>
     </message>
+    <message id="welcome_shortcut_asked">
+        <source></source>
+        <translation>not answered by the desktop yet</translation>
+    </message>
     <message id="welcome_shortcuts_button">
         <source></source>
         <translation>&amp;Change Shortcuts…</translation>

@@ -242,10 +242,11 @@ WindowServices Program::smallWindowServices() {
     return {.center = NotificationCenter::defaultCenter(),
             .texts = m_texts,
             .defaults = m_defaults,
-            .shortcutText =
-                [this](std::string_view key) {
-                    return m_hotKeys.shownText(std::string("values.").append(key));
-                },
+            .shortcutText = [this](std::string_view key) -> std::optional<QString> {
+                const std::string identifier = std::string("values.").append(key);
+                if (m_hotKeys.state(identifier) == HotKeyCenter::State::Pending) return {};
+                return m_hotKeys.shownText(identifier);
+            },
             .observeShortcuts =
                 [this](std::function<void()> changed) {
                     const auto connection =

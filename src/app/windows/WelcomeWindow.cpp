@@ -107,9 +107,11 @@ void WelcomeWindow::addButtons(QBoxLayout& row) {
 
 void WelcomeWindow::showShortcuts() {
     const auto show = [this](QLabel& label, std::string_view key, std::string_view command) {
-        const QString text = m_services.shortcutText ? m_services.shortcutText(key) : QString();
-        label.setText(text.isEmpty() ? m_services.texts.text("welcome_no_shortcut"_key) : text);
-        label.setEnabled(!text.isEmpty());
+        const auto keys = m_services.shortcutText ? m_services.shortcutText(key) : QString();
+        const bool works = keys && !keys->isEmpty();
+        const auto without = keys ? "welcome_no_shortcut"_key : "welcome_shortcut_asked"_key;
+        label.setText(works ? *keys : m_services.texts.text(without));
+        label.setEnabled(works);
         label.setAccessibleName(
             StringTable::filled(m_services.texts.text("welcome_shortcut"_key),
                                 {m_services.texts.text(command), label.text()}));

@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <functional>
+#include <optional>
 #include <string_view>
 
 #include "base/FileUrl.h"
@@ -26,8 +27,8 @@ struct WindowServices {
     const StringTable& texts;
     UserDefaults& defaults;
     /// The shortcut of the setting "empty_trash" or "smart_delete" as it is in force, in words;
-    /// empty when there is none.
-    std::function<QString(std::string_view key)> shortcutText{};
+    /// empty when there is none, and no value while the desktop has not answered.
+    std::function<std::optional<QString>(std::string_view key)> shortcutText{};
     /// Calls `changed` whenever a shortcut may read otherwise, as long as the observation lives.
     std::function<Observation(std::function<void()> changed)> observeShortcuts{};
     std::function<void()> openSmartWindow{};

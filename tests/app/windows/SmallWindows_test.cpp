@@ -55,7 +55,8 @@ class SmallWindowsTest : public ::testing::Test {
     ScratchFolder scratch;
     UserDefaults defaults{scratch / "settings.conf"};
     NotificationCenter center;
-    std::map<std::string, QString, std::less<>> shortcuts{{"empty_trash", QStringLiteral("F5")}};
+    std::map<std::string, std::optional<QString>, std::less<>> shortcuts{
+        {"empty_trash", QStringLiteral("F5")}};
     std::function<void()> shortcutsDidChange;
     std::vector<QString> opened;
     bool hasBrowser = true;
@@ -100,6 +101,9 @@ TEST_F(SmallWindowsTest, WelcomeEndsTheFirstRunOnceAndIsOneWindow) {
 TEST_F(SmallWindowsTest, WelcomeShowsWhatIsInForce) {
     showWelcomeWindow(services);
     EXPECT_EQ(text("empty_trash"), "F5");
+    EXPECT_EQ(text("smart_delete"), "not answered by the desktop yet");
+    shortcuts["smart_delete"] = QString();
+    shortcutsDidChange();
     EXPECT_EQ(text("smart_delete"), "none");
     shortcuts["smart_delete"] = QStringLiteral("F6");
     shortcutsDidChange();
