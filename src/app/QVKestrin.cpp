@@ -247,7 +247,7 @@ void QVKestrin::smartDeletion() {
 void QVKestrin::setIsWorking(bool isWorking) {
     m_isWorking = isWorking;
     updateEnabledItems();
-    if (m_isWorking || !m_crashReport) return;
+    if (!m_crashReport) return;
     MainThread::post([guard = QPointer<QVKestrin>(this)] {
         if (guard) guard->offerCrashReport();
     });

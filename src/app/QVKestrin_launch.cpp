@@ -114,10 +114,10 @@ void QVKestrin::greet() {
     });
 }
 
-/// Asks whether to show the report, once. A command that is at work comes first, since this
-/// question would stand above that command's own, and be answered in its place.
+/// Asks whether to show the report, once. An erase comes first, since this question would stand
+/// above the one to erase, and be answered in its place.
 void QVKestrin::offerCrashReport() {
-    if (!m_crashReport || m_isWorking || m_isUninstalling || m_isEnding) return;
+    if (!m_crashReport || isErasing() || m_isUninstalling || m_isEnding) return;
     const FileUrl report = *std::exchange(m_crashReport, std::nullopt);
     const int answer = m_services.presenter.askToTheUser(
         {.question = std::string("crash_title"_key),

@@ -105,7 +105,7 @@ TEST_F(GreetingTest, isPutOffByAStartAtLogin) {
     EXPECT_EQ(told.size(), 1) << "no window tells it";
 }
 
-TEST_F(GreetingTest, offersTheReportOfACrashWhenNoCommandIsAtWork) {
+TEST_F(GreetingTest, offersTheReportOfACrashWhenNothingIsErased) {
     start(QVKestrin::Launch::AtLogin, false);
     addDisk("disk");
     alerts.addAnswer(kAlertSecondButton, false, [this] {
