@@ -8,6 +8,7 @@
 #include <QVariantMap>
 #include <utility>
 
+#include "base/MainThread.h"
 #include "base/SystemLog.h"
 
 namespace kestrin {
@@ -93,9 +94,10 @@ class SingleInstance::Exported : public QObject {
  public:
     explicit Exported(Commands commands) : m_commands(std::move(commands)) {}
 
+    // A command may ask the user something: the other process has its answer before that.
     Q_SCRIPTABLE void Activate(const QVariantMap& platformData) {
         useToken(platformData);
-        if (m_commands.activate) m_commands.activate();
+        if (m_commands.activate) MainThread::post(m_commands.activate);
     }
 
     /// The program opens no files; a desktop that hands it some wants it to show itself.
@@ -111,7 +113,7 @@ class SingleInstance::Exported : public QObject {
             return;
         }
         useToken(platformData);
-        action->second();
+        MainThread::post(action->second);
     }
 
  private:
