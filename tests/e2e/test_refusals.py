@@ -108,5 +108,5 @@ class TrashTest(EndToEndTest):
         self.trash.file("entry")
         self.write_settings(write_log="\0false")
         run = self.succeed("empty", "--yes")
-        self.assertEqual(run.err.count(b"kestrin-3.conf holds something else"), 1, run.err)
+        self.assertEqual(run.err.count(b"kestrin-3.conf holds something other"), 1, run.err)
         self.assertEqual(len(self.log_files()), 1, "the default")

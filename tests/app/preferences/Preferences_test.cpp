@@ -254,7 +254,7 @@ TEST_F(PreferencesTest, EverythingHasANameAKeyOfItsOwnAndRoom) {
     std::ofstream(m_file) << std::string(300, '\0');
     QVPreferencesWindow preferences(services());
     preferences.openWindowInModal(false);
-    EXPECT_THAT(notes(), HasSubstr("settings.conf holds something else"));
+    EXPECT_THAT(notes(), HasSubstr("settings.conf holds something other"));
     std::set<QString> mnemonics;
     for (const QWidget* const widget : window()->findChildren<QWidget*>()) {
         if (!widget->isVisible()) continue;
