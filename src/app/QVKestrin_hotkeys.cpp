@@ -9,8 +9,8 @@
 #include "app/QVKestrin.h"
 #include "base/StringTable.h"
 #include "base/UserDefaults.h"
+#include "platform/desktop/Shortcut.h"
 #include "platform/desktop/ui/HotKeys.h"
-#include "platform/desktop/ui/KeyNames.h"
 #include "platform/desktop/ui/StatusItem.h"
 
 namespace kestrin {
