@@ -134,7 +134,7 @@ TEST_F(GreetingTest, offersToRemoveAnOlderVersionUntilTheUserHasAnswered) {
     start(kind, false);
     EXPECT_EQ(left(), 3) << "the program ends";
 
-    helperOwner = std::optional(PackageOwner{"dpkg", "helper", "apt remove it", ""});
+    helperOwner = std::optional(PackageOwner{"helper", "apt remove it", ""});
     alerts.addAnswer(kAlertSecondButton);
     start(kind, false);
     EXPECT_EQ(left(), 1) << "the helper goes with its package";
@@ -214,7 +214,7 @@ TEST_F(UninstallTest, removesOneAfterTheOtherAndStopsWhereItCannot) {
     // A helper of a package stays, and the rest goes all the same.
     writeFile(folder / "helper");
     removal = nullptr;
-    helperOwner = std::optional(PackageOwner{"dpkg", "kestrin-helper", "apt remove it", ""});
+    helperOwner = std::optional(PackageOwner{"kestrin-helper", "apt remove it", ""});
     const std::string done = text("uninstall_successful", StringTable::Table::Default);
     EXPECT_EQ(uninstall(), "login item reveal /" + done + "/gone");
     EXPECT_TRUE(alerts.models.at(0).text.contains(QStringLiteral("apt remove it")));

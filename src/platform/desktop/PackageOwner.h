@@ -14,7 +14,6 @@ namespace kestrin {
 
 /// A package, and the commands by which an administrator changes it in a terminal.
 struct PackageOwner {
-    std::string manager;        ///< "dpkg" or "rpm"
     std::string package;        ///< its name, as the commands take it
     std::string removeCommand;  ///< such as "sudo apt-get remove NAME"
     std::string updateCommand;

@@ -181,7 +181,7 @@ TEST_F(SmallWindowsTest, UpdatesSayWhatIsKnown) {
         checkForUpdates(asked);
         return text("state") + " " + text("command");
     };
-    EXPECT_THAT(tells(std::optional(PackageOwner{"dpkg", "kestrin", "", "sudo upgrade kestrin"})),
+    EXPECT_THAT(tells(std::optional(PackageOwner{"kestrin", "", "sudo upgrade kestrin"})),
                 ::testing::AllOf(::testing::HasSubstr("“kestrin”"),
                                  ::testing::HasSubstr("sudo upgrade kestrin")));
     EXPECT_THAT(tells(std::optional<PackageOwner>()),

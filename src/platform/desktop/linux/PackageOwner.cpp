@@ -132,17 +132,17 @@ std::string packageOfDpkg(std::string_view output, std::string_view path) {
 
 PackageOwner ofDpkg(const std::string& package) {
     if (!isInstalled("apt-get"))
-        return {"dpkg", package, "sudo dpkg --remove " + package, "sudo dpkg --install FILE.deb"};
-    return {"dpkg", package, "sudo apt-get remove " + package,
+        return {package, "sudo dpkg --remove " + package, "sudo dpkg --install FILE.deb"};
+    return {package, "sudo apt-get remove " + package,
             "sudo apt-get update && sudo apt-get install " + package};
 }
 
 PackageOwner ofRpm(const std::string& package) {
     if (isInstalled("dnf"))
-        return {"rpm", package, "sudo dnf remove " + package, "sudo dnf upgrade " + package};
+        return {package, "sudo dnf remove " + package, "sudo dnf upgrade " + package};
     if (isInstalled("zypper"))
-        return {"rpm", package, "sudo zypper remove " + package, "sudo zypper update " + package};
-    return {"rpm", package, "sudo rpm --erase " + package, "sudo rpm --upgrade FILE.rpm"};
+        return {package, "sudo zypper remove " + package, "sudo zypper update " + package};
+    return {package, "sudo rpm --erase " + package, "sudo rpm --upgrade FILE.rpm"};
 }
 
 /// Whether a program of the search path could not be started because it is not there. The path may
