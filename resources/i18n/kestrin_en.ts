@@ -1431,6 +1431,10 @@ Examples:
         <source></source>
         <translation>The helper came with the package “%@” and stays. An administrator removes it by: %@</translation>
     </message>
+    <message id="uninstall_package_unknown">
+        <source></source>
+        <translation>It could not be found out whether a package of your system brought the helper. A helper that one brought is removed all the same; remove the package then, too.</translation>
+    </message>
     <message id="uninstall_successful">
         <source></source>
         <translation>Kestrin has been uninstalled.</translation>

@@ -324,13 +324,11 @@ class QVKestrin : public QObject {
 
     // The removal of the program (QVKestrin_uninstall.cpp)
     void offerToRemoveOlderVersion();
-    void askToRemoveOlderVersion(const std::optional<PackageOwner>& helperOwner);
+    void askToRemoveOlderVersion(const PackageAnswer& package);
     void removeOlderVersion(bool helperIsOfPackage);
-    QString withPackage(const QString& message,
-                        const std::optional<PackageOwner>& helperOwner) const;
-    void findOwner(const FileUrl& helper,
-                   void (QVKestrin::*ask)(const std::optional<PackageOwner>&));
-    void askToUninstall(const std::optional<PackageOwner>& helperOwner);
+    QString withPackage(const QString& message, const PackageAnswer& answer) const;
+    void findOwner(const FileUrl& helper, void (QVKestrin::*ask)(const PackageAnswer&));
+    void askToUninstall(const PackageAnswer& package);
     bool removeInstallation(const std::optional<PackageOwner>& helperOwner);
     void endUninstalled();
 

@@ -30,30 +30,30 @@ void QVKestrin::uninstall() {
 }
 
 /// Calls `ask` with the package that has the helper, at once when there is no helper.
-void QVKestrin::findOwner(const FileUrl& helper,
-                          void (QVKestrin::*ask)(const std::optional<PackageOwner>&)) {
-    if (!m_services.findPackageOwner || !isThere(helper)) return (this->*ask)({});
+void QVKestrin::findOwner(const FileUrl& helper, void (QVKestrin::*ask)(const PackageAnswer&)) {
+    if (!m_services.findPackageOwner || !isThere(helper))
+        return (this->*ask)(PackageAnswer{std::nullopt});
     m_services.findPackageOwner(
         helper, [guard = QPointer<QVKestrin>(this), ask](const PackageAnswer& answer) {
-            // What cannot be found out counts as no package's: the helper's own script removes it
-            // then, or fails.
-            if (guard) (guard->*ask)(answer ? *answer : std::nullopt);
+            if (guard) (guard->*ask)(answer);
         });
 }
 
-/// The message, and by which command the package with the helper goes.
-QString QVKestrin::withPackage(const QString& message,
-                               const std::optional<PackageOwner>& helperOwner) const {
-    if (!helperOwner) return message;
-    return message + QStringLiteral("\n\n") +
-           StringTable::filled(m_services.texts.text("uninstall_package"_key),
-                               {QString::fromStdString(helperOwner->package),
-                                QString::fromStdString(helperOwner->removeCommand)});
+/// The message, and by which command the package with the helper goes. A helper of which that could
+/// not be found out is removed as no package's, and who agrees to that knows it.
+QString QVKestrin::withPackage(const QString& message, const PackageAnswer& answer) const {
+    if (answer && !*answer) return message;
+    const QString more =
+        answer ? StringTable::filled(m_services.texts.text("uninstall_package"_key),
+                                     {QString::fromStdString((*answer)->package),
+                                      QString::fromStdString((*answer)->removeCommand)})
+               : m_services.texts.text("uninstall_package_unknown"_key);
+    return message + QStringLiteral("\n\n") + more;
 }
 
-void QVKestrin::askToUninstall(const std::optional<PackageOwner>& helperOwner) {
-    const QString message =
-        withPackage(m_services.texts.text("ask_uninstall_mees"_key), helperOwner);
+void QVKestrin::askToUninstall(const PackageAnswer& package) {
+    const std::optional<PackageOwner> helperOwner = package ? *package : std::nullopt;
+    const QString message = withPackage(m_services.texts.text("ask_uninstall_mees"_key), package);
     const int answer = m_services.presenter.askToTheUser(
         {.question = std::string("ask_uninstall"_key),
          .message = message.toStdString(),
@@ -114,9 +114,9 @@ void QVKestrin::offerToRemoveOlderVersion() {
         findOwner(older.helper, &QVKestrin::askToRemoveOlderVersion);
 }
 
-void QVKestrin::askToRemoveOlderVersion(const std::optional<PackageOwner>& helperOwner) {
-    const QString message =
-        withPackage(m_services.texts.text("older_version_mess"_key), helperOwner);
+void QVKestrin::askToRemoveOlderVersion(const PackageAnswer& package) {
+    const std::optional<PackageOwner> helperOwner = package ? *package : std::nullopt;
+    const QString message = withPackage(m_services.texts.text("older_version_mess"_key), package);
     const int answer = m_services.presenter.askToTheUserWithView(
         {.question = std::string("older_version_ask"_key),
          .message = message.toStdString(),

@@ -207,7 +207,9 @@ TEST_F(UninstallTest, removesOneAfterTheOtherAndStopsWhereItCannot) {
     EXPECT_EQ(uninstall(), "remove 3 /" + failed + "/kept");
     removal = remove;
     loginItemError = HostError{.domain = {}, .userInfo = {{"errorString", "disk full"}}};
+    helperOwner = HostError();
     EXPECT_EQ(uninstall(), "remove 3 login item /disk full/kept");
+    EXPECT_TRUE(alerts.models.at(0).text.contains(texts.text("uninstall_package_unknown"_key)));
     loginItemError.reset();
     EXPECT_EQ(terminated, 0);
 
