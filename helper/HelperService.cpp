@@ -15,7 +15,7 @@
 #include "helper/HelperProtocol.h"
 #include "helper/ProgressChannel.h"
 #include "helper/QVCommonHelper.h"
-#include "helper/SealedFile.h"
+#include "platform/items/SealedFile.h"
 
 namespace kestrin {
 namespace {

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Bytes in a file that exists in memory alone, to be handed to another process.
+// Bytes in a file that exists in memory alone, handed from one process to another.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "base/Result.h"
@@ -13,5 +16,13 @@ namespace kestrin {
 /// shrinking: whoever gets the descriptor may read it without it changing. Errors: errorFromErrno
 /// with Write, such as ENOMEM.
 Result<UniqueFd> sealedFile(std::string_view bytes);
+
+/// The size of a memory file of another process that nobody can write, grow or shrink any more.
+/// Errors: EINVAL for anything else; EFBIG above `maximum`.
+Result<std::uint64_t> sizeOfSealedFile(int fd, std::size_t maximum);
+
+/// The bytes of such a file, read from its beginning wherever its position is. Errors: as
+/// sizeOfSealedFile, and of reading.
+Result<std::string> readSealedFile(int fd, std::size_t maximum);
 
 }  // namespace kestrin
