@@ -6,10 +6,13 @@
 #include <unistd.h>
 
 #include <QLocale>
+#include <cerrno>
 #include <string>
+#include <tuple>
 
 #include "platform/items/ItemKinds.h"
 #include "platform/items/KeyFile.h"
+#include "platform/items/OpenRegularFile.h"
 #include "platform/items/SealedFile.h"
 #include "support/TestEnvironment.h"
 
@@ -78,13 +81,44 @@ TEST(SmallFile, IsRegularAndShortAndBehindALinkOnlyWhenAskedFor) {
     }
 }
 
+TEST(OpenRegularFile, OpensNothingElseAndLeavesNoTrace) {
+    const test::ScratchFolder scratch;
+    const std::string file = scratch / "f";
+    test::writeFile(file, "12345");
+    const timespec longAgo[2] = {{1000, 0}, {2000, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, file.c_str(), longAgo, 0), 0);
+    const ItemIdentity identity = identityAt(AT_FDCWD, file.c_str());
+    const auto opened = openRegularFile(FileUrl::fromPath(file), identity);
+    ASSERT_TRUE(opened);
+    char byte = 0;
+    EXPECT_EQ(::pread(opened->get(), &byte, 1, 4), 1);
+    EXPECT_EQ(byte, '5');
+    EXPECT_LT(::write(opened->get(), "x", 1), 0);
+    EXPECT_EQ(::fcntl(opened->get(), F_GETFD), FD_CLOEXEC);
+    struct stat status {};
+    ASSERT_EQ(::stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_atime, 1000);
+
+    test::writeFile(scratch / "new");
+    ASSERT_EQ(::rename((scratch / "new").c_str(), file.c_str()), 0);
+    ASSERT_EQ(symlink("f", (scratch / "link").c_str()), 0);
+    ASSERT_EQ(mkfifo((scratch / "fifo").c_str(), 0600), 0);
+    for (const auto& [name, expected, error] : {std::tuple("f", identity, ESTALE),
+                                                {"link", ItemIdentity{}, EINVAL},
+                                                {"fifo", ItemIdentity{}, EINVAL},
+                                                {".", ItemIdentity{}, EINVAL},
+                                                {"absent", ItemIdentity{}, ENOENT}}) {
+        const auto refused = openRegularFile(FileUrl::fromPath(scratch / name), expected);
+        EXPECT_EQ(refused.error().systemError, error) << name;
+    }
+}
+
 TEST(SealedFile, HoldsItsBytesForGood) {
     const std::string bytes(100'000, 'k');
     const auto file = sealedFile(bytes);
     ASSERT_TRUE(file);
-    std::string read(bytes.size() + 1, '\0');
-    EXPECT_EQ(::pread(file->get(), read.data(), read.size(), 0), ssize_t(bytes.size()));
-    EXPECT_TRUE(read.starts_with(bytes));
+    EXPECT_EQ(*readSealedFile(file->get(), bytes.size()), bytes);
+    EXPECT_EQ(readSealedFile(file->get(), bytes.size() - 1).error().code, EFBIG);
     EXPECT_EQ(::fcntl(file->get(), F_GET_SEALS),
               F_SEAL_WRITE | F_SEAL_GROW | F_SEAL_SHRINK | F_SEAL_SEAL);
 }

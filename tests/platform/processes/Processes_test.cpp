@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sched.h>
+#include <signal.h>
+#include <sys/socket.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <future>
 #include <stdexcept>
 #include <string>
@@ -11,7 +16,9 @@
 
 #include "platform/processes/AnswerWithin.h"
 #include "platform/processes/BackgroundPriority.h"
+#include "platform/processes/ChildProgram.h"
 #include "platform/processes/DisplayTick.h"
+#include "support/TestEnvironment.h"
 
 namespace kestrin {
 namespace {
@@ -29,6 +36,38 @@ TEST(AnswerWithin, ComesWithinTheLimitOrNotAtAll) {
     }));
     release->set_value();
     EXPECT_EQ(done->get_future().wait_for(10s), std::future_status::ready);
+}
+
+/// What the program says next; an empty text when it has ended.
+std::string hear(const ChildProgram& program) {
+    pollfd ready{program.socket(), POLLIN, 0};
+    ::poll(&ready, 1, 10'000);
+    std::string message(4096, '\0');
+    const ssize_t length = ::recv(program.socket(), message.data(), message.size(), 0);
+    message.resize(static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    return message;
+}
+
+TEST(ChildProgram, GetsItsSocketAndNothingElseAndIsKilledAndCollected) {
+    const test::ScratchFolder scratch;
+    // This shell keeps its script at 10 and lists a folder at 3.
+    test::writeFile(scratch / "program",
+                    "#!/bin/dash\nexec 1>&0\necho $$\ncd /proc/$$/fd\n"
+                    "echo $SAID$HOME *\nwhile :; do :; done\n");
+    std::filesystem::permissions(scratch / "program", std::filesystem::perms::all);
+    const int stray = ::dup(0);  // open in every program that is started carelessly
+    std::string process;
+    {
+        auto program = ChildProgram::start(FileUrl::fromPath(scratch / "program"), {"SAID=us"});
+        ASSERT_TRUE(program);
+        process = hear(*program);
+        EXPECT_EQ(hear(*program), "us 0 1 10 2 3\n");
+        EXPECT_FALSE(program->limitProcessorTime(1s));
+        EXPECT_EQ(hear(*program), "") << "its processor time is over";
+    }
+    ::close(stray);
+    EXPECT_TRUE(test::waitFor([&] { return ::kill(std::stoi(process), 0) != 0; }));
+    EXPECT_FALSE(ChildProgram::start(FileUrl::fromPath(scratch / "absent"), {}));
 }
 
 TEST(BackgroundPriority, IsThatOfTheWorkAndOfWhatItStartsAlone) {
