@@ -14,8 +14,8 @@ LOWER = ["base", *PLATFORM, "format", "fsutil"]
 UP_TO_ERASE = [*LOWER, "inventory", "erase"]
 
 # A room, and the rooms that it may include besides itself. A room inside another one stands under
-# its own path. Stand-ins for tests are for tests alone: no room includes them. Of the helper only the
-# protocol header is open to others.
+# its own path. Stand-ins for tests are for tests alone: no room includes them. Of the helper and of the
+# viewer only the protocol headers are open to others.
 ALLOWED = {
     "base": [],
     **{topic: ["base", *PLATFORM] for topic in PLATFORM},
@@ -35,17 +35,19 @@ ALLOWED = {
     "app": [*UP_TO_ERASE, "erase/ui", "widgets", "platform/desktop/ui", "cli", "smartwindow", "app/preferences",
             "app/windows"],
     "helper": ["base", *PLATFORM],
+    "viewer": ["base", *PLATFORM],
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.MULTILINE)
 LONGEST_FILE, LONGEST_FUNCTION = 600, 45
 # What opens a block that is no function; the rest of a line that ends with "{" is one when it has "(".
 NO_FUNCTION = re.compile(r"\s*(namespace|class|struct|union|enum|extern)\b|[^(]*$")
 GENERATED = re.compile(r"\.moc$|^moc_|^ui_")
-PROTOCOL = re.compile(r"^helper/([^/]*Protocol[^/]*|QVCommonHelper)\.h$")
+PROGRAMS = ["helper", "viewer"]
+PROTOCOL = re.compile(r"^(helper/([^/]*Protocol[^/]*|QVCommonHelper)|viewer/ViewerProtocol)\.h$")
 
 
 def room_of(path):
-    """The innermost room that holds a file, named from src/ or, for the helper, from the top."""
+    """The innermost room that holds a file, named from src/ or, for the other programs, from the top."""
     folders = list(path.parts[:-1])
     while folders and "/".join(folders) not in ALLOWED:
         folders.pop()
@@ -57,7 +59,7 @@ def sources(folder):
 
 
 def include_faults(repository):
-    roots = {repository / "src": repository / "src", repository / "helper": repository}
+    roots = {repository / "src": repository / "src", **{repository / program: repository for program in PROGRAMS}}
     for folder, root in roots.items():
         for source in sources(folder):
             room = room_of(source.relative_to(root))
@@ -67,7 +69,7 @@ def include_faults(repository):
             for name in INCLUDE.findall(source.read_text()):
                 target = room_of(Path(name))
                 is_allowed = target == room or target in ALLOWED[room]
-                if target == "helper" and room != "helper":
+                if target in PROGRAMS and room != target:
                     is_allowed = is_allowed and PROTOCOL.search(name)
                 if not is_allowed and not GENERATED.search(name):
                     yield f"{source.relative_to(repository)}: {room} must not include {name}"
@@ -100,7 +102,7 @@ def functions(lines):
 
 
 def long_sources(repository):
-    for folder in (repository / "src", repository / "helper"):
+    for folder in [repository / "src", *(repository / program for program in PROGRAMS)]:
         for source in sources(folder):
             name, lines = source.relative_to(repository), source.read_text().splitlines()
             if len(lines) > LONGEST_FILE:

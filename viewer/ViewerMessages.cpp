@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <sys/socket.h>
+#include <sys/uio.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <type_traits>
+#include <utility>
+
+#include "platform/items/HostErrors.h"
+#include "viewer/ViewerProtocol.h"
+
+namespace kestrin {
+namespace {
+
+// Both sides are built together and run on one machine: packets are plain structures without
+// padding.
+constexpr std::uint32_t kGreetingMark = 0x3147'564b;  // each kind of message begins with its own
+constexpr std::uint32_t kRequestMark = 0x3152'564b;
+constexpr std::uint32_t kAnswerMark = 0x3141'564b;
+
+constexpr std::uint32_t kCallFilterBit = 1, kFileRulesBit = 2, kMemoryLimitBit = 4;
+
+struct GreetingPacket {
+    std::uint32_t mark = kGreetingMark;
+    std::uint32_t version = 0;
+    std::uint32_t protections = 0;
+};
+
+struct RequestPacket {
+    std::uint32_t mark = kRequestMark;
+    std::uint32_t purpose = 0;
+    std::uint64_t number = 0;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint32_t page = 0;
+    std::uint32_t typeLength = 0;
+    std::array<char, 128> type{};
+};
+
+struct AnswerPacket {
+    std::uint32_t mark = kAnswerMark;
+    std::uint32_t reserved = 0;
+    std::uint64_t number = 0;
+};
+
+HostError failure(int systemError) {
+    return errorFromErrno(systemError, HostAccess::Read);
+}
+
+/// `file` -1: none goes along.
+template <class Packet>
+MaybeError sendPacket(int socket, Packet packet, int file) {
+    static_assert(std::has_unique_object_representations_v<Packet>);
+    iovec part{&packet, sizeof packet};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))]{};
+    if (file >= 0) {
+        message.msg_control = control;
+        message.msg_controllen = sizeof control;
+        cmsghdr* header = CMSG_FIRSTHDR(&message);
+        header->cmsg_level = SOL_SOCKET;
+        header->cmsg_type = SCM_RIGHTS;
+        header->cmsg_len = CMSG_LEN(sizeof(int));
+        std::memcpy(CMSG_DATA(header), &file, sizeof file);
+    }
+    ssize_t length = 0;
+    do {
+        length = ::sendmsg(socket, &message, MSG_NOSIGNAL);
+    } while (length < 0 && errno == EINTR);
+    if (length < 0) return errorFromErrno(errno, HostAccess::Write);
+    return std::nullopt;
+}
+
+/// Takes every descriptor that came along, so that none stays open unowned.
+std::vector<UniqueFd> takeDescriptors(msghdr& message) {
+    std::vector<UniqueFd> files;
+    for (cmsghdr* header = CMSG_FIRSTHDR(&message); header;
+         header = CMSG_NXTHDR(&message, header)) {
+        if (header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS) continue;
+        const std::size_t count = (header->cmsg_len - CMSG_LEN(0)) / sizeof(int);
+        for (std::size_t index = 0; index < count; ++index) {
+            int file = -1;
+            std::memcpy(&file, CMSG_DATA(header) + index * sizeof(int), sizeof file);
+            files.emplace_back(file);
+        }
+    }
+    return files;
+}
+
+template <class Packet>
+struct Received {
+    Packet packet;
+    UniqueFd file;
+};
+
+template <class Packet>
+Result<Received<Packet>> receivePacket(int socket, std::size_t descriptors) {
+    Received<Packet> received;
+    const std::uint32_t mark = received.packet.mark;
+    iovec part{&received.packet, sizeof received.packet};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    alignas(cmsghdr) char control[CMSG_SPACE(4 * sizeof(int))]{};
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    ssize_t length = 0;
+    do {
+        length = ::recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
+    } while (length < 0 && errno == EINTR);
+    if (length < 0) return failure(errno);
+    std::vector<UniqueFd> files = takeDescriptors(message);
+    if (length == 0 && files.empty()) return failure(ECONNRESET);
+    if (static_cast<std::size_t>(length) != sizeof(Packet) ||
+        (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 || received.packet.mark != mark ||
+        files.size() != descriptors) {
+        return failure(EPROTO);
+    }
+    if (!files.empty()) received.file = std::move(files.front());
+    return received;
+}
+
+bool isWithinBounds(const RequestPacket& packet) {
+    const auto isSide = [](std::uint32_t side) { return side >= 1 && side <= kLargestPreviewSide; };
+    return packet.purpose <= static_cast<std::uint32_t>(DecodePurpose::CachedThumbnail) &&
+           isSide(packet.width) && isSide(packet.height) &&
+           packet.typeLength < packet.type.size() &&
+           std::find(packet.type.begin(), packet.type.begin() + packet.typeLength, '\0') ==
+               packet.type.begin() + packet.typeLength;
+}
+
+}  // namespace
+
+MaybeError sendGreeting(int socket, const ViewerGreeting& greeting) {
+    const ViewerProtections& holds = greeting.protections;
+    return sendPacket(socket,
+                      GreetingPacket{.version = greeting.version,
+                                     .protections = (holds.callFilter ? kCallFilterBit : 0) |
+                                                    (holds.fileRules ? kFileRulesBit : 0) |
+                                                    (holds.memoryLimit ? kMemoryLimitBit : 0)},
+                      -1);
+}
+
+Result<ViewerGreeting> receiveGreeting(int socket) {
+    const auto received = receivePacket<GreetingPacket>(socket, 0);
+    if (!received) return received.error();
+    const std::uint32_t holds = received->packet.protections;
+    return ViewerGreeting{received->packet.version,
+                          {.callFilter = (holds & kCallFilterBit) != 0,
+                           .fileRules = (holds & kFileRulesBit) != 0,
+                           .memoryLimit = (holds & kMemoryLimitBit) != 0}};
+}
+
+MaybeError sendRequest(int socket, const DecodeRequest& request, int file) {
+    RequestPacket packet{.purpose = static_cast<std::uint32_t>(request.purpose),
+                         .number = request.number,
+                         .width = request.width,
+                         .height = request.height,
+                         .page = request.page,
+                         .typeLength = static_cast<std::uint32_t>(
+                             std::min(request.type.size(), packet.type.size()))};
+    std::copy_n(request.type.begin(), packet.typeLength, packet.type.begin());
+    if (file < 0 || !isWithinBounds(packet)) return errorFromErrno(EINVAL, HostAccess::Write);
+    return sendPacket(socket, packet, file);
+}
+
+Result<ReceivedRequest> receiveRequest(int socket) {
+    auto received = receivePacket<RequestPacket>(socket, 1);
+    if (!received) return received.error();
+    const RequestPacket& packet = received->packet;
+    if (!isWithinBounds(packet)) return failure(EPROTO);
+    return ReceivedRequest{{.number = packet.number,
+                            .purpose = static_cast<DecodePurpose>(packet.purpose),
+                            .width = packet.width,
+                            .height = packet.height,
+                            .page = packet.page,
+                            .type = std::string(packet.type.data(), packet.typeLength)},
+                           std::move(received->file)};
+}
+
+MaybeError sendAnswer(int socket, std::uint64_t number, int preview) {
+    if (preview < 0) return errorFromErrno(EINVAL, HostAccess::Write);
+    return sendPacket(socket, AnswerPacket{.number = number}, preview);
+}
+
+Result<DecodeAnswer> receiveAnswer(int socket) {
+    auto received = receivePacket<AnswerPacket>(socket, 1);
+    if (!received) return received.error();
+    return DecodeAnswer{received->packet.number, std::move(received->file)};
+}
+
+}  // namespace kestrin
