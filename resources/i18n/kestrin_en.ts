@@ -21,6 +21,10 @@
         <source></source>
         <translation> MB</translation>
     </message>
+    <message id="No Item found">
+        <source></source>
+        <translation>Item not found</translation>
+    </message>
     <message id="Tb">
         <source></source>
         <translation> TB</translation>
@@ -754,6 +758,38 @@ Examples:
     <message id="key_super">
         <source></source>
         <translation>Super</translation>
+    </message>
+    <message id="label_blue">
+        <source></source>
+        <translation>Blue</translation>
+    </message>
+    <message id="label_green">
+        <source></source>
+        <translation>Green</translation>
+    </message>
+    <message id="label_grey">
+        <source></source>
+        <translation>Grey</translation>
+    </message>
+    <message id="label_none">
+        <source></source>
+        <translation>None</translation>
+    </message>
+    <message id="label_orange">
+        <source></source>
+        <translation>Orange</translation>
+    </message>
+    <message id="label_purple">
+        <source></source>
+        <translation>Purple</translation>
+    </message>
+    <message id="label_red">
+        <source></source>
+        <translation>Red</translation>
+    </message>
+    <message id="label_yellow">
+        <source></source>
+        <translation>Yellow</translation>
     </message>
     <message id="left_out">
         <source></source>

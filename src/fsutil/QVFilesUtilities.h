@@ -104,6 +104,7 @@ enum class ResourceKey {
     AddedToDirectoryDate,      ///< double, the same; for entries of a trash
     LocalizedTypeDescription,  ///< std::string, UTF-8
     TypeIdentifier,            ///< std::string, a MIME type name
+    LabelNumber,               ///< std::int16_t, 1 to 7, or 0 for no label
 };
 
 /// Asked by the stoppable size iterator before and after every entry; may change at any time.
@@ -154,6 +155,9 @@ class QVFilesUtilities {
     bool hasPrivileges(const std::string& path) const;
     /// True when the package is treated like a folder where other packages are not.
     bool isASupportedPackage(const FileUrl& url) const;
+    /// The number of the item's label; 0 when it has none or cannot be read.
+    std::int16_t finderTagWithURL(const FileUrl& url) const;
+    std::int16_t systemLabelNumberWithURL(const FileUrl& url) const;  ///< the same
     /// Whether the item has the immutable attribute.
     bool isLockedWithURL(const FileUrl& url) const;
     /// True when the attribute was cleared or not set; an ordinary user may not clear it.

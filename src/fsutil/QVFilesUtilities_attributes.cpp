@@ -5,6 +5,7 @@
 #include "fsutil/HostLocation.h"
 #include "fsutil/QVFilesUtilities.h"
 #include "platform/disks/Volumes.h"
+#include "platform/items/FileLabels.h"
 #include "platform/items/HostErrors.h"
 #include "platform/items/ItemAccess.h"
 #include "platform/items/ItemAttributes.h"
@@ -112,6 +113,8 @@ std::any itemAttribute(const FileUrl& item, const ItemAttributes& attributes, Re
         case ResourceKey::LocalizedTypeDescription:
         case ResourceKey::TypeIdentifier:
             return kindAttribute(item, attributes, key);
+        case ResourceKey::LabelNumber:
+            return std::int16_t{fileLabelOf(item)};
         default:
             return volumeAttribute(item, key);
     }
@@ -214,6 +217,14 @@ bool QVFilesUtilities::hasPrivileges(const std::string& path) const {
 
 bool QVFilesUtilities::isASupportedPackage(const FileUrl& url) const {
     return url.pathExtension() == kSupportedPackage && isPackageWithURL(url);
+}
+
+std::int16_t QVFilesUtilities::finderTagWithURL(const FileUrl& url) const {
+    return valueOf<std::int16_t>(attributeWithURL(url, ResourceKey::LabelNumber)).value_or(0);
+}
+
+std::int16_t QVFilesUtilities::systemLabelNumberWithURL(const FileUrl& url) const {
+    return finderTagWithURL(url);
 }
 
 bool QVFilesUtilities::isLockedWithURL(const FileUrl& url) const {

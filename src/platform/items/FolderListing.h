@@ -25,6 +25,7 @@ struct ListedName {
 struct ListedEntry {
     std::string name;
     bool isFolder = false;
+    bool isLink = false;       ///< a symbolic link
     bool isMountRoot = false;  ///< something is mounted here
     /// Bytes of a file or of a link itself; 0 for anything else. None when the entry is there and
     /// cannot be looked at.

@@ -78,6 +78,7 @@ std::optional<ListedEntry> FolderListing::examine(ListedName name) const {
         return errno == ENOENT ? std::nullopt : std::optional(std::move(entry));
     }
     entry.isFolder = S_ISDIR(status.stx_mode);
+    entry.isLink = S_ISLNK(status.stx_mode);
     entry.isMountRoot = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
     const bool hasBytes = S_ISREG(status.stx_mode) || S_ISLNK(status.stx_mode);
     entry.size = hasBytes ? status.stx_size : 0;
