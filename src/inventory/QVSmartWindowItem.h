@@ -52,6 +52,8 @@ class QVSmartWindowItem {
     double dateAdded = 0;     ///< to the trash, seconds since 1 January 2001 UTC; 0 when unknown
     bool isFolder = false;
     bool isHidden = false;  ///< lists show it dimmed
+    bool isLink = false;    ///< a symbolic link, wherever that points
+    std::int8_t label = 0;  ///< 1 to 7, or 0 for none
     std::string nameKey;    ///< of the name, by nameSortKey
     /// The folder that it was trashed from, exact bytes, shared among the entries from there;
     /// nullptr when unknown.

@@ -13,6 +13,7 @@
 
 #include "base/FileUrl.h"
 #include "fsutil/QVFilesUtilities.h"
+#include "inventory/QVPreviewItem.h"
 #include "inventory/QVSmartWindowItem.h"
 
 namespace kestrin {
@@ -49,7 +50,7 @@ struct QVSourceItem {
     std::uint64_t row = 0;  ///< position in the source list when it was made
     bool isCollapsed = false;
 
-    ItemList selection;                           ///< in the content list
+    PreviewItemList selection;                    ///< in the content list, in the order of rows
     std::vector<SortDescriptor> sortDescriptors;  ///< the first counts most
 
     std::int64_t markedStatus = 0;  ///< 1 every child is marked, -1 some are, 0 none or no children

@@ -121,6 +121,7 @@ std::shared_ptr<QVSmartWindowItem> TrashReader::itemOf(ListedName name) {
     item->identity = entry->identity;
     item->isFolder = entry->isFolder;
     item->isHidden = item->name.starts_with('.');
+    item->isLink = entry->isLink;
     item->nameKey = nameSortKey(item->name);
     if (const auto record = m_folder.recordOf(item->name, m_volume)) takeRecord(*record, *item);
     if (!entry->isFolder) {

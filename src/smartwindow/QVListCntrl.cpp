@@ -26,6 +26,15 @@ using Clock = std::chrono::steady_clock;
 constexpr auto kSortPause = 100ms;
 constexpr std::uint16_t kSizeScale = 4;
 
+/// Those of the entries that are still there.
+SharedItemList itemsOf(const PreviewItemList& selection) {
+    ItemList items;
+    items.reserve(selection.size());
+    for (const auto& selected : selection)
+        if (auto item = selected->item()) items.push_back(std::move(item));
+    return std::make_shared<const ItemList>(std::move(items));
+}
+
 std::vector<SortDescriptor> defaultOrder() {
     return {{std::string(ColumnKey::kName), true}};
 }
@@ -116,7 +125,7 @@ void QVListCntrl::observeSource() {
 
 /// While its rows have still to come, the source keeps the selection that it had before.
 void QVListCntrl::keepTableState() {
-    if (m_sourceItem && !m_isLoading) m_sourceItem->selection = selectedItems();
+    if (m_sourceItem && !m_isLoading) m_sourceItem->selection = selectedItemsForPreview();
 }
 
 /// The table is ready for the keyboard where the user had selected something.
@@ -183,8 +192,7 @@ void QVListCntrl::makeRowsAnew() {
         .filter = m_filter,
         .needsSort = std::exchange(m_needsSort, false) || !m_sorted,
         .sorted = m_sorted,
-        .tracked = m_isLoading ? std::make_shared<const ItemList>(m_sourceItem->selection)
-                               : m_model.rows()};
+        .tracked = m_isLoading ? itemsOf(m_sourceItem->selection) : m_model.rows()};
     workOnListQueue(
         *this, [query] { return makeRows(query); },
         [this, query, began = Clock::now(),
@@ -235,6 +243,13 @@ ItemList QVListCntrl::selectedItems() const {
     ItemList items;
     for (const int row : selectedRows(m_outlets.tableView))
         items.push_back(m_model.itemAt(row));
+    return items;
+}
+
+PreviewItemList QVListCntrl::selectedItemsForPreview() const {
+    PreviewItemList items;
+    for (const int row : selectedRows(m_outlets.tableView))
+        items.push_back(std::make_shared<QVPreviewItem>(m_model.itemAt(row), row));
     return items;
 }
 

@@ -66,6 +66,8 @@ class QVListCntrl : public QObject {
 
     /// The selected entries, in row order.
     ItemList selectedItems() const;
+    /// The same as previews show them, with their rows.
+    PreviewItemList selectedItemsForPreview() const;
 
     // --- Marks ---
 
