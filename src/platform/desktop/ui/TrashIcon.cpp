@@ -178,6 +178,18 @@ QIcon toolIcon(Tool tool, const QColor& foreground, const QColor& active) {
                 return "kestrin-smart-window-symbolic";
             case Tool::Preferences:
                 return "kestrin-preferences-symbolic";
+            case Tool::Previous:
+                return "kestrin-previous-symbolic";
+            case Tool::Next:
+                return "kestrin-next-symbolic";
+            case Tool::IndexSheet:
+                return "kestrin-index-sheet-symbolic";
+            case Tool::FullScreen:
+                return "kestrin-full-screen-symbolic";
+            case Tool::Open:
+                return "kestrin-open-symbolic";
+            case Tool::Reveal:
+                return "kestrin-reveal-symbolic";
         }
         return "";
     };

@@ -33,7 +33,19 @@ QIcon symbolicIcon(const QByteArray& svg, const QColor& foreground, const QStrin
                    const QColor& active = {});
 
 /// The pictures of tools and commands, drawings of ours in one colour; `active` as above.
-enum class Tool { Refresh, LeftPane, RightPane, SmartWindow, Preferences };
+enum class Tool {
+    Refresh,
+    LeftPane,
+    RightPane,
+    SmartWindow,
+    Preferences,
+    Previous,
+    Next,
+    IndexSheet,
+    FullScreen,
+    Open,
+    Reveal,
+};
 QIcon toolIcon(Tool tool, const QColor& foreground, const QColor& active = {});
 
 /// The icon of the program, for its windows and notifications.
