@@ -17,7 +17,10 @@ struct Decoder {
 
 /// In the order in which the content is asked: the surest marks first.
 const std::vector<Decoder>& decoders() {
-    static const std::vector<Decoder> all{};
+    static const std::vector<Decoder> all{
+        {"", decodeArchive},
+        {"text/", decodeText},
+    };
     return all;
 }
 
