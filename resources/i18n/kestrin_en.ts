@@ -1150,6 +1150,113 @@ Examples:
         <source></source>
         <translation>Write a &amp;log</translation>
     </message>
+    <message id="preview_accessible_entries">
+        <source></source>
+        <translation>Contents of %@</translation>
+    </message>
+    <message id="preview_accessible_icon">
+        <source></source>
+        <translation>Icon of %@</translation>
+    </message>
+    <message id="preview_accessible_picture">
+        <source></source>
+        <translation>Picture of %@</translation>
+    </message>
+    <message id="preview_accessible_text">
+        <source></source>
+        <translation>Text of %@</translation>
+    </message>
+    <message id="preview_fault_crashed">
+        <source></source>
+        <translation>No preview could be made of this file. It may be damaged.</translation>
+    </message>
+    <message id="preview_fault_damaged">
+        <source></source>
+        <translation>The file is damaged.</translation>
+    </message>
+    <message id="preview_fault_empty">
+        <source></source>
+        <translation>The file is empty.</translation>
+    </message>
+    <message id="preview_fault_empty_folder">
+        <source></source>
+        <translation>The folder is empty.</translation>
+    </message>
+    <message id="preview_fault_encrypted">
+        <source></source>
+        <translation>The file is protected by a password.</translation>
+    </message>
+    <message id="preview_fault_gone">
+        <source></source>
+        <translation>The item is no longer there.</translation>
+    </message>
+    <message id="preview_fault_no_viewer">
+        <source></source>
+        <translation>Previews are not available, since the program that makes them could not be started.</translation>
+    </message>
+    <message id="preview_fault_not_a_file">
+        <source></source>
+        <translation>Only files and folders have a preview.</translation>
+    </message>
+    <message id="preview_fault_silent">
+        <source></source>
+        <translation>The disk does not answer.</translation>
+    </message>
+    <message id="preview_fault_too_large">
+        <source></source>
+        <translation>The file is too large for a preview.</translation>
+    </message>
+    <message id="preview_fault_too_slow">
+        <source></source>
+        <translation>Making a preview of this file takes too long.</translation>
+    </message>
+    <message id="preview_fault_unreadable">
+        <source></source>
+        <translation>The item cannot be read.</translation>
+    </message>
+    <message id="preview_first_entries">
+        <source></source>
+        <translation>Only the first %@ items are shown</translation>
+    </message>
+    <message id="preview_items" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>%@ item</numerusform>
+            <numerusform>%@ items</numerusform>
+        </translation>
+    </message>
+    <message id="preview_next_page">
+        <source></source>
+        <translation>Next Page</translation>
+    </message>
+    <message id="preview_page">
+        <source></source>
+        <translation>Page %@ of %@</translation>
+    </message>
+    <message id="preview_partial_entries">
+        <source></source>
+        <translation>The first %@ of %@ items</translation>
+    </message>
+    <message id="preview_partial_text">
+        <source></source>
+        <translation>Only the first megabyte is shown</translation>
+    </message>
+    <message id="preview_pause">
+        <source></source>
+        <translation>Pause</translation>
+    </message>
+    <message id="preview_pixels">
+        <source></source>
+        <translation>%@ × %@</translation>
+    </message>
+    <message id="preview_play">
+        <source></source>
+        <translation>Play</translation>
+    </message>
+    <message id="preview_previous_page">
+        <source></source>
+        <translation>Previous Page</translation>
+    </message>
     <message id="progress_all">
         <source></source>
         <translation>Emptying all trashes</translation>

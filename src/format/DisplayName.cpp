@@ -117,6 +117,26 @@ QString displayName(const QString& name) {
     return text;
 }
 
+QString displayText(std::string_view bytes) {
+    QString text;
+    text.reserve(static_cast<qsizetype>(bytes.size()));
+    while (!bytes.empty()) {
+        const auto plainEnd = std::ranges::find_if(bytes, needsALook);
+        const auto length = static_cast<std::size_t>(plainEnd - bytes.begin());
+        text += QLatin1String(bytes.data(), static_cast<qsizetype>(length));
+        bytes.remove_prefix(length);
+        if (bytes.empty()) break;
+        const Character character = firstCharacter(bytes);
+        if (character.codePoint == U'\t') {
+            text += QLatin1Char('\t');
+        } else {
+            appendVisible(text, character.codePoint);
+        }
+        bytes.remove_prefix(character.length);
+    }
+    return text;
+}
+
 QString titleName(std::string_view bytes, qsizetype limit) {
     return cutInTheMiddle(displayName(bytes), limit);
 }

@@ -22,6 +22,9 @@ QString displayName(std::string_view bytes);
 /// Does the same to a name that is a text already. A lone surrogate becomes U+FFFD.
 QString displayName(const QString& name);
 
+/// The same for a line of a file's content, where a tabulator is what it is and stays.
+QString displayText(std::string_view bytes);
+
 /// A name for a title: displayName, cut in the middle ("begin…end") to at most `limit` characters.
 /// No surrogate pair, combining mark or visible escape is torn apart.
 QString titleName(std::string_view bytes, qsizetype limit = kTitleNameLimit);

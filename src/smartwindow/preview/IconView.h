@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The icon of an entry in the place of its content. Main thread only.
+#pragma once
+
+#include <QIcon>
+#include <QWidget>
+
+class QLabel;
+
+namespace kestrin {
+
+class BusySpinner;
+
+/// An icon in the middle, as large as there is room for, and below it one line why there is nothing
+/// else, or an indicator that something is on its way. The icon keeps its place, whatever stands
+/// below.
+class IconView : public QWidget {
+    Q_OBJECT
+
+ public:
+    explicit IconView(QWidget* parent = nullptr);
+
+    /// Shows `icon` alone.
+    void setIcon(const QIcon& icon);
+    /// A sentence to show as it stands; an empty one takes the last one away.
+    void setReason(const QString& reason);
+    QString reason() const;
+    void setBusy(bool isBusy);
+
+    QSize minimumSizeHint() const override { return {0, 0}; }
+
+ protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+ private:
+    QRect iconPlace() const;
+    void placeLines();
+
+    QIcon m_icon;
+    QLabel* m_reason;
+    BusySpinner* m_spinner;
+};
+
+}  // namespace kestrin
