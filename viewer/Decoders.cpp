@@ -18,6 +18,9 @@ struct Decoder {
 /// In the order in which the content is asked: the surest marks first.
 const std::vector<Decoder>& decoders() {
     static const std::vector<Decoder> all{
+        {"application/pdf", decodePdf},
+        {"image/svg", decodeSvg},
+        {"image/", decodeImage},
         {"", decodeArchive},
         {"text/", decodeText},
     };
@@ -48,6 +51,8 @@ std::optional<Preview> decodeByHintThenContent(InputFile& file, const DecodeRequ
 
 Preview decode(InputFile& file, const DecodeRequest& request) {
     if (file.size() == 0 && !file.hasFailed()) return {.fault = PreviewFault::Empty};
+    if (request.purpose == DecodePurpose::CachedThumbnail)
+        return decodeCachedThumbnail(file, request).value_or(Preview{});
     char first = 0;
     (void)file.readAt(0, {&first, 1});  // also where no decoder asks
     Preview preview = decodeByHintThenContent(file, request).value_or(Preview{});

@@ -17,6 +17,23 @@ Preview decode(InputFile& file, const DecodeRequest& request);
 // Each of these returns none when the file is not of its kind, and kind None with a fault when it
 // is, but cannot be shown.
 
+/// Raster images, by the image plug-ins of Qt that are installed: see decodeImageOf.
+std::optional<Preview> decodeImage(InputFile& file, const DecodeRequest& request);
+
+/// A drawing in SVG, packed or not, as large as the box allows; drawn without anything that it
+/// refers to outside itself. Errors: TooLarge for a text or a number of elements out of bounds.
+std::optional<Preview> decodeSvg(InputFile& file, const DecodeRequest& request);
+
+/// The page asked for of a PDF file, as large as the box allows; the last page when there are
+/// fewer. Its natural size is in points. What takes too long to draw is shown as far as it came, as
+/// partial. Errors: Encrypted for a file that wants a password.
+std::optional<Preview> decodePdf(InputFile& file, const DecodeRequest& request);
+
+/// A thumbnail that a program left in the desktop's cache, with what it says it was made of. None
+/// for anything but a PNG. Source: FreeDesktop.org thumbnail managing standard, "Thumbnail
+/// attributes".
+std::optional<Preview> decodeCachedThumbnail(InputFile& file, const DecodeRequest& request);
+
 /// The names and sizes of what is in an archive, or of what a compressed file holds, by libarchive.
 /// Nothing is unpacked.
 /// Shapes: the first 1,000 entries in the order of the archive; entryCount and contentSize of all
