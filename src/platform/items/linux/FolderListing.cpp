@@ -39,6 +39,18 @@ struct FolderListing::Stream {
     }
 };
 
+Result<UniqueFd> holdFolder(const FileUrl& folder, const ItemIdentity& expected) {
+    UniqueFd held(::open(folder.path().c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct statx status {};
+    if (!held || ::statx(held.get(), "", AT_EMPTY_PATH, kIdentityMask, &status) != 0) {
+        return errorFromErrno(errno, HostAccess::Read);
+    }
+    if (!isSameItem(expected, identityFrom(status, hasLastingInodes(held.get())))) {
+        return errorFromErrno(ESTALE, HostAccess::Read);
+    }
+    return held;
+}
+
 FolderListing::FolderListing(int folder) : m_folder(folder), m_stream(std::make_unique<Stream>()) {
     constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
     m_stream->folder.reset(openQuietly(folder, ".", kFlags));
