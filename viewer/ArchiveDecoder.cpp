@@ -74,7 +74,7 @@ class EntryList {
         Preview preview{.kind = PreviewKind::Entries};
         preview.facts.entryCount = m_count;
         preview.facts.contentSize = m_size;
-        preview.facts.isPartial = !isComplete || m_entries.size() < m_count;
+        preview.facts.isPartial = !isComplete;
         preview.entries = std::move(m_entries);
         return preview;
     }

@@ -36,8 +36,8 @@ std::optional<Preview> decodeCachedThumbnail(InputFile& file, const DecodeReques
 
 /// The names and sizes of what is in an archive, or of what a compressed file holds, by libarchive.
 /// Nothing is unpacked.
-/// Shapes: the first 1,000 entries in the order of the archive; entryCount and contentSize of all
-///         that were counted within the bounds, isPartial when there is more.
+/// Shapes: the first 1,000 entries in the order of the archive; entryCount and contentSize of all,
+///         or of as many as were counted within the bounds (isPartial).
 /// Errors: Encrypted when the names are; TooSlow; Damaged. What breaks off shows what there is.
 std::optional<Preview> decodeArchive(InputFile& file, const DecodeRequest& request);
 
