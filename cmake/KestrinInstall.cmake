@@ -8,6 +8,7 @@ install(TARGETS kestrin RUNTIME)
 # library folder is called. The helper there is what the program installs when the user agrees.
 install(TARGETS kestrin_program kestrin_helper_library LIBRARY DESTINATION lib/kestrin)
 install(TARGETS com.quorvane.Kestrin3Helper RUNTIME DESTINATION lib/kestrin)
+install(TARGETS com.quorvane.Kestrin3Viewer RUNTIME DESTINATION lib/kestrin)
 install(FILES resources/helper/Uninstall.sh DESTINATION lib/kestrin)
 
 # A package brings the helper ready for use, and the program asks nothing. Its places do not depend

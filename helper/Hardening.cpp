@@ -5,7 +5,6 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,6 +12,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include "platform/processes/Capabilities.h"
 
 namespace kestrin {
 namespace {
@@ -50,34 +51,13 @@ void limitResources() {
     }
 }
 
-void dropCapabilities() {
-    for (int capability = 0; capability < 64; ++capability) {
-        if (kNeeded >> capability & 1) continue;
-        // EINVAL: the kernel knows no further ones.
-        if (::prctl(PR_CAPBSET_DROP, capability, 0, 0, 0) != 0) {
-            require(errno == EINVAL, "PR_CAPBSET_DROP");
-        }
-    }
-    ::prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_CLEAR_ALL, 0, 0, 0);
-    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
-    __user_cap_data_struct data[2]{};
-    require(::syscall(SYS_capget, &header, data) == 0, "capget");
-    for (unsigned half = 0; half < 2; ++half) {
-        const auto needed = static_cast<std::uint32_t>(kNeeded >> (32 * half));
-        data[half].permitted &= needed;
-        data[half].effective = data[half].permitted;
-        data[half].inheritable = 0;
-    }
-    require(::syscall(SYS_capset, &header, data) == 0, "capset");
-}
-
 }  // namespace
 
 void giveUpWhatIsNotNeeded() {
     fixEnvironment();
     limitResources();
     require(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0, "PR_SET_NO_NEW_PRIVS");
-    dropCapabilities();
+    require(keepCapabilities(kNeeded), "capabilities");
 }
 
 }  // namespace kestrin

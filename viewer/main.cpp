@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A preview decoder: is handed one file after the other over the socket that is its standard input,
+// and answers each with what the file looks like. It ends when the other side has gone.
+#include <fcntl.h>
+#include <malloc.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QGuiApplication>
+#include <QThreadPool>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+
+#include "viewer/Decoders.h"
+#include "viewer/LoadEverything.h"
+#include "viewer/Sandbox.h"
+
+namespace {
+
+using namespace kestrin;
+
+constexpr int kSocket = STDIN_FILENO;
+
+/// Whoever starts a decoder decides nothing of what libraries do and where they look.
+bool prepareProcess() {
+    if (::clearenv() != 0) return false;
+    ::setenv("LC_ALL", "C.UTF-8", 1);
+    ::setenv("HOME", "/nonexistent", 1);  // fonts and settings of the system alone
+    ::setenv("XDG_RUNTIME_DIR", "/nonexistent", 1);  // nothing is made there
+    ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    ::setenv("QT_NO_GLIB", "1", 1);
+    ::umask(077);
+    // A heap for each thread would take 64 MB of the address space.
+    ::mallopt(M_ARENA_MAX, 1);
+    const int flags = ::fcntl(kSocket, F_GETFL);
+    return flags >= 0 && ::fcntl(kSocket, F_SETFL, flags & ~O_NONBLOCK) == 0 &&
+           ::close_range(kSocket + 3, ~0U, 0) == 0 && ::chdir("/") == 0;
+}
+
+/// Qt waits for ever for a thread that could not be made: few, with small stacks, and they stay.
+void limitThreads() {
+    QThreadPool& pool = *QThreadPool::globalInstance();
+    pool.setMaxThreadCount(std::min(pool.maxThreadCount(), 4));
+    pool.setStackSize(1 << 20);
+    pool.setExpiryTimeout(-1);
+}
+
+Preview decodeWithinMemory(InputFile& file, const DecodeRequest& request) {
+    try {
+        return decode(file, request);
+    } catch (const std::exception&) {  // std::bad_alloc for the most part
+        return {.fault = PreviewFault::TooLarge};
+    }
+}
+
+MaybeError answer(ReceivedRequest received) {
+    InputFile file(std::move(received.file));
+    auto preview = writePreview(decodeWithinMemory(file, received.request));
+    if (!preview) preview = writePreview({.fault = PreviewFault::TooLarge});
+    if (!preview) return preview.error();
+    return sendAnswer(kSocket, received.request.number, preview->get());
+}
+
+int serve(const ViewerProtections& protections) {
+    MaybeError failure = sendGreeting(kSocket, {.protections = protections});
+    while (!failure) {
+        auto received = receiveRequest(kSocket);
+        if (!received) return received.error().systemError == ECONNRESET ? 0 : 1;
+        failure = answer(std::move(*received));
+    }
+    return 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (!prepareProcess()) {
+        std::perror("started without a socket as standard input");
+        return 1;
+    }
+    QGuiApplication application(argc, argv);
+    limitThreads();
+    loadEverything();
+    const SandboxPlan plan = planSandbox(askKernel(), isSanitizedBuild());
+    if (isSanitizedBuild()) {
+        std::fputs("This build of a sanitizer decodes WITHOUT memory limit and call filter.\n",
+                   stderr);
+    }
+    const auto protections = enterSandbox(kSocket, readableFolders(), plan);
+    // What libraries do at the end is not foreseen by the sandbox.
+    std::_Exit(protections ? serve(*protections) : 1);
+}
