@@ -684,6 +684,90 @@ Examples:
         <source></source>
         <translation>Finished emptying the trash.</translation>
     </message>
+    <message id="entry_album">
+        <source></source>
+        <translation>Album</translation>
+    </message>
+    <message id="entry_artist">
+        <source></source>
+        <translation>Artist</translation>
+    </message>
+    <message id="entry_bit_rate">
+        <source></source>
+        <translation>Bit rate</translation>
+    </message>
+    <message id="entry_camera">
+        <source></source>
+        <translation>Camera</translation>
+    </message>
+    <message id="entry_created">
+        <source></source>
+        <translation>Created</translation>
+    </message>
+    <message id="entry_date_taken">
+        <source></source>
+        <translation>Date taken</translation>
+    </message>
+    <message id="entry_dimension">
+        <source></source>
+        <translation>Dimensions</translation>
+    </message>
+    <message id="entry_is_gone">
+        <source></source>
+        <translation>No longer in the trash</translation>
+    </message>
+    <message id="entry_kind">
+        <source></source>
+        <translation>Kind and size</translation>
+    </message>
+    <message id="entry_kind_and_size">
+        <source></source>
+        <translation>%@, %@</translation>
+    </message>
+    <message id="entry_latitude">
+        <source></source>
+        <translation>Latitude</translation>
+    </message>
+    <message id="entry_longitude">
+        <source></source>
+        <translation>Longitude</translation>
+    </message>
+    <message id="entry_modified">
+        <source></source>
+        <translation>Changed</translation>
+    </message>
+    <message id="entry_name">
+        <source></source>
+        <translation>Name</translation>
+    </message>
+    <message id="entry_original_folder">
+        <source></source>
+        <translation>From</translation>
+    </message>
+    <message id="entry_place">
+        <source></source>
+        <translation>Place in the trash</translation>
+    </message>
+    <message id="entry_size_is_measured">
+        <source></source>
+        <translation>…</translation>
+    </message>
+    <message id="entry_song_name">
+        <source></source>
+        <translation>Title</translation>
+    </message>
+    <message id="entry_time">
+        <source></source>
+        <translation>Duration</translation>
+    </message>
+    <message id="entry_trashed">
+        <source></source>
+        <translation>Trashed</translation>
+    </message>
+    <message id="entry_unknown">
+        <source></source>
+        <translation>–</translation>
+    </message>
     <message id="erase">
         <source></source>
         <translation>Erase</translation>
@@ -1677,6 +1761,14 @@ Examples:
     <message id="welcome_title">
         <source></source>
         <translation>Welcome to Kestrin</translation>
+    </message>
+    <message id="x_position_EXIF_field">
+        <source></source>
+        <translation>92</translation>
+    </message>
+    <message id="x_position_TAG_field">
+        <source></source>
+        <translation>92</translation>
     </message>
     <message id="yes_btn">
         <source></source>

@@ -10,6 +10,7 @@
 
 #include "base/FileUrl.h"
 #include "fsutil/QVFilesUtilities.h"
+#include "inventory/QVPreviewItem.h"
 #include "smartwindow/preview/PreviewRequest.h"
 
 namespace kestrin {
@@ -43,6 +44,8 @@ struct PreviewServices {
     std::function<PreviewTicket(std::shared_ptr<const QVSmartWindowItem>,
                                 std::function<void(const ItemDetails&)>)>
         requestDetails;
+    /// Make the images of tiles.
+    PreviewImageMakers imageMakers;
 };
 
 }  // namespace kestrin
