@@ -29,8 +29,9 @@ class ChildProgram {
 
     /// Our end of the socket, which never waits.
     int socket() const { return m_socket.get(); }
-    /// A descriptor that can be read from (poll(2)) once the program has ended.
-    int endDescriptor() const { return m_process.get(); }
+    /// Whether the program was ended because its processor time was over. It is asked when the
+    /// other end of the socket was closed, and waits for the end of the program, 100 ms at most.
+    bool ranOutOfProcessorTime() const;
 
     /// Lets the program use so many more seconds of processor time, counted from now, after which
     /// the kernel ends it. Errors: those of clock_gettime(2) and prlimit(2), such as ESRCH.

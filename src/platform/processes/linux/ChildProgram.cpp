@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/processes/ChildProgram.h"
 
+#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/resource.h>
@@ -129,6 +130,17 @@ void ChildProgram::end() {
     if (!m_process) return;
     ::pidfd_send_signal(m_process.get(), SIGKILL, nullptr, 0);
     collect(std::exchange(m_process, UniqueFd()));
+}
+
+bool ChildProgram::ranOutOfProcessorTime() const {
+    constexpr int kPatience = 100;  // milliseconds
+    pollfd ended{m_process.get(), POLLIN, 0};
+    siginfo_t info{};
+    // Its descriptors are closed a moment before it has ended.
+    return ::poll(&ended, 1, kPatience) == 1 &&
+           ::waitid(P_PIDFD, static_cast<id_t>(m_process.get()), &info,
+                    WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           info.si_status == SIGXCPU && (info.si_code == CLD_KILLED || info.si_code == CLD_DUMPED);
 }
 
 MaybeError ChildProgram::limitProcessorTime(std::chrono::seconds more) {
