@@ -1,20 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <QBuffer>
-#include <QCryptographicHash>
 #include <QImage>
 #include <QImageReader>
 #include <QSize>
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdlib>
 #include <iterator>
 #include <string>
-#include <utility>
 
 #include "fsutil/QVFilesUtilities.h"
 #include "inventory/QVSmartWindowItem.h"
-#include "platform/desktop/Places.h"
+#include "inventory/ThumbnailCache.h"
 #include "platform/items/ItemAttributes.h"
 #include "platform/items/SmallFile.h"
 
@@ -26,42 +22,11 @@ constexpr QSize kListIconSize(32, 32);
 constexpr int kLargestIcon = 512;
 constexpr std::int64_t kReferenceDateSince1970 = 978307200;
 
-/// The cache's folders and the size in pixels that fits into each, smallest first.
-constexpr std::array<std::pair<const char*, int>, 4> kThumbnailFolders{
-    {{"normal", 128}, {"large", 256}, {"x-large", 512}, {"xx-large", 1024}}};
 constexpr int kLargestThumbnail = 1024;
 constexpr std::size_t kLargestThumbnailFile = 16 << 20;
 
-std::string thumbnailCache() {
-    const char* cache = std::getenv("XDG_CACHE_HOME");
-    const std::string base = cache && cache[0] == '/' ? cache : homeFolder() + "/.cache";
-    return base + "/thumbnails/";
-}
-
-bool staysInThumbnailUri(char byte) {
-    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
-           (byte >= '0' && byte <= '9') ||
-           std::string_view("-_.!~*'()/&=:@+$,").find(byte) != std::string_view::npos;
-}
-
-/// The URI as the desktops' thumbnailers spell it, who escape fewer bytes than FileUrl does; the
-/// cached file's name is made of this spelling.
-QByteArray thumbnailUri(const std::string& path) {
-    constexpr char kDigits[] = "0123456789ABCDEF";
-    QByteArray uri("file://");
-    for (const char byte : path) {
-        if (staysInThumbnailUri(byte)) {
-            uri.append(byte);
-        } else {
-            const auto value = static_cast<unsigned char>(byte);
-            uri.append('%').append(kDigits[value >> 4]).append(kDigits[value & 15]);
-        }
-    }
-    return uri;
-}
-
 /// The picture in the file, if it was made of `uri` as it was at `modified`.
-QImage readThumbnail(const FileUrl& file, const QByteArray& uri, const QString& modified) {
+QImage readThumbnail(const FileUrl& file, const std::string& uri, const QString& modified) {
     const auto content = readSmallFile(file, kLargestThumbnailFile, LastLink::Follow);
     if (!content) return {};
     QByteArray bytes = QByteArray::fromRawData(content->data(), std::ssize(*content));
@@ -70,7 +35,7 @@ QImage readThumbnail(const FileUrl& file, const QByteArray& uri, const QString& 
     if (std::max(reader.size().width(), reader.size().height()) > kLargestThumbnail) return {};
     const QImage image = reader.read();
     // The picture is asked and not the reader, which takes the first colon for the end of the key.
-    const bool isOfUri = image.text(QStringLiteral("Thumb::URI")) == QString::fromLatin1(uri);
+    const bool isOfUri = image.text(QStringLiteral("Thumb::URI")) == QString::fromStdString(uri);
     const bool isCurrent = image.text(QStringLiteral("Thumb::MTime")) == modified;
     return isOfUri && isCurrent ? image : QImage();
 }
@@ -82,17 +47,13 @@ QImage cachedThumbnail(const FileUrl& url, int value) {
     if (!attributes || attributes->isSymbolicLink()) return {};
     const auto seconds = static_cast<std::int64_t>(std::floor(attributes->dateModified));
     const QString modified = QString::number(seconds + kReferenceDateSince1970);
-    const QByteArray uri = thumbnailUri(url.path());
-    const QByteArray hash = QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex();
-    const std::string cache = thumbnailCache();
 
     QImage best;
-    for (const auto& [folder, size] : kThumbnailFolders) {
-        const auto file = FileUrl::fromPath(cache + folder + "/" + hash.toStdString() + ".png");
-        const QImage thumbnail = readThumbnail(file, uri, modified);
+    for (const auto& [file, side] : cachedThumbnailsOf(url)) {
+        const QImage thumbnail = readThumbnail(file, thumbnailUri(url), modified);
         if (thumbnail.isNull()) continue;
         best = thumbnail;
-        if (size >= value) break;
+        if (side >= value) break;
     }
     return best;
 }
