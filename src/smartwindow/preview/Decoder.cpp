@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "smartwindow/preview/Decoder.h"
+
+#include <cerrno>
+#include <optional>
+#include <utility>
+
+namespace kestrin {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// How much processor time a file may take.
+constexpr auto kProcessorTime = 5s;
+
+}  // namespace
+
+Result<std::unique_ptr<Decoder>> Decoder::start(const DecoderProgram& program) {
+    auto child = ChildProgram::start(program.file, program.environment);
+    if (!child) return child.error();
+    return std::unique_ptr<Decoder>(new Decoder(std::move(*child)));
+}
+
+Decoder::Decoder(ChildProgram child) : m_child(std::move(child)) {}
+
+void Decoder::become(State state) {
+    m_state = state;
+    m_since = Clock::now();
+}
+
+Decoder::State Decoder::listen() {
+    if (m_state == State::Gone || m_state == State::Answered) return m_state;
+    const State heard = m_state == State::Starting ? hearGreeting() : hearAnswer();
+    if (heard != m_state) become(heard);
+    return m_state;
+}
+
+Decoder::State Decoder::hearGreeting() {
+    const auto greeting = receiveGreeting(socket());
+    if (!greeting) return greeting.error().systemError == EAGAIN ? m_state : State::Gone;
+    if (greeting->version != kViewerProtocolVersion) return State::Gone;
+    m_hasGreeted = true;
+    m_protections = greeting->protections;
+    return State::Ready;
+}
+
+Decoder::State Decoder::hearAnswer() {
+    auto answer = receiveAnswer(socket());
+    if (!answer) {
+        const int error = answer.error().systemError;
+        if (error == EAGAIN) return m_state;
+        if (error == ECONNRESET && m_child.ranOutOfProcessorTime()) m_fault = PreviewFault::TooSlow;
+        return State::Gone;
+    }
+    if (m_state != State::Working || answer->number != m_number) return State::Gone;
+    m_answer = std::move(answer->preview);
+    return State::Answered;
+}
+
+Decoder::State Decoder::give(const DecodeRequest& request, int file) {
+    ++m_givenFiles;
+    m_number = request.number;
+    const bool isGiven =
+        !m_child.limitProcessorTime(kProcessorTime) && !sendRequest(socket(), request, file);
+    become(isGiven ? State::Working : State::Gone);
+    return m_state;
+}
+
+std::shared_ptr<const Preview> Decoder::takeAnswer() {
+    auto preview = readPreview(m_answer.get());
+    m_answer.reset();
+    become(preview ? State::Ready : State::Gone);
+    return preview ? std::make_shared<const Preview>(std::move(*preview)) : nullptr;
+}
+
+void Decoder::dropAnswer() {
+    m_answer.reset();
+    become(State::Ready);
+}
+
+}  // namespace kestrin

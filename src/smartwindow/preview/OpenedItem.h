@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The part of a preview that asks the disk: the files that a decoder is to be handed.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/FileUrl.h"
+#include "platform/items/ItemIdentity.h"
+#include "platform/items/UniqueFd.h"
+#include "viewer/ViewerProtocol.h"
+
+namespace kestrin {
+
+/// An entry of a trash, without the record that lists share.
+struct PreviewedItem {
+    FileUrl url;
+    ItemIdentity identity;
+    bool isFolder = false;
+};
+
+struct OpenedFile {
+    UniqueFd file;
+    DecodePurpose purpose{};
+    // Of a cached thumbnail: what must stand in it, or it is of something else.
+    std::string thumbnailUri;
+    std::string thumbnailTime;
+};
+
+/// Either what there is to show already, or files to try, one after the other.
+struct OpenedItem {
+    std::shared_ptr<const Preview> preview;  ///< nullptr: the files tell
+    std::vector<OpenedFile> files;           ///< the best last
+};
+
+/// The preview that has nothing to show but why.
+std::shared_ptr<const Preview> previewOfFault(PreviewFault fault);
+
+/// Opens the entry, or lists the folder that it is, and for a thumbnail what the desktop's cache
+/// has of it, too. `side` is the larger side in pixels of what is asked for. Thread: any that may
+/// hang with the volume.
+OpenedItem openForPreview(const PreviewedItem& item, DecodePurpose purpose, int side);
+
+}  // namespace kestrin
