@@ -1321,6 +1321,10 @@ Examples:
         <source></source>
         <translation>The first %@ of %@ items</translation>
     </message>
+    <message id="preview_partial_lines">
+        <source></source>
+        <translation>Only the first %@ lines are shown</translation>
+    </message>
     <message id="preview_partial_text">
         <source></source>
         <translation>Only the first megabyte is shown</translation>

@@ -3,6 +3,7 @@
 
 #include <QEvent>
 #include <QStyle>
+#include <cmath>
 
 namespace kestrin {
 
@@ -22,8 +23,9 @@ void ElidedLabel::setFullText(const QString& text) {
 
 QSize ElidedLabel::sizeHint() const {
     const QMargins margins = contentsMargins();
-    return {fontMetrics().horizontalAdvance(m_fullText) + margins.left() + margins.right(),
-            minimumSizeHint().height()};
+    // A part of a point less, and the text would be cut.
+    const double text = std::ceil(QFontMetricsF(font()).horizontalAdvance(m_fullText));
+    return {int(text) + margins.left() + margins.right(), minimumSizeHint().height()};
 }
 
 QSize ElidedLabel::minimumSizeHint() const {

@@ -6,6 +6,8 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QPainter>
+#include <QStyledItemDelegate>
 #include <QTreeView>
 #include <utility>
 
@@ -21,7 +23,7 @@ namespace {
 
 constexpr int kIconSide = 48;              // points
 constexpr int kMargin = 12;                // points around the head
-constexpr int kColumnGap = 16;             // points beside the sizes
+constexpr int kEdge = 4;                   // points between a text and the edges of its cell
 constexpr qsizetype kLongestName = 512;    // characters: more than any column shows
 constexpr std::uint16_t kLargestUnit = 4;  // terabytes
 constexpr std::uint64_t kWidestSize = 888'880'000;
@@ -68,6 +70,34 @@ class EntriesView::Model : public QAbstractTableModel {
     std::shared_ptr<const Preview> m_preview;
 };
 
+/// A line at the edge that the column names, which reads in the direction of its own script: in a
+/// layout from right to left the name "docs/" does not become "/docs".
+class EntriesView::Cell : public QStyledItemDelegate {
+ public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override {
+        QStyleOptionViewItem cell = option;
+        initStyleOption(&cell, index);
+        const QStyle& style = *option.widget->style();
+        const QRect place = style.subElementRect(QStyle::SE_ItemViewItemText, &cell, cell.widget)
+                                .adjusted(kEdge, 0, -kEdge, 0);
+        const QString line =
+            cell.fontMetrics.elidedText(cell.text, cell.textElideMode, place.width());
+        cell.text.clear();
+        style.drawControl(QStyle::CE_ItemViewItem, &cell, painter, cell.widget);
+        const Qt::Alignment side = QStyle::visualAlignment(
+            option.direction, cell.displayAlignment & Qt::AlignHorizontal_Mask);
+        painter->save();
+        painter->setPen(cell.palette.color(QPalette::Text));
+        painter->setLayoutDirection(Qt::LayoutDirectionAuto);
+        painter->drawText(
+            place, int(side | Qt::AlignAbsolute | Qt::AlignVCenter) | Qt::TextSingleLine, line);
+        painter->restore();
+    }
+};
+
 /// A list to be read and scrolled; nothing in it is chosen, opened or dragged.
 class EntriesView::List : public QTreeView {
  public:
@@ -83,13 +113,14 @@ class EntriesView::List : public QTreeView {
         setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         header()->setStretchLastSection(false);
         header()->setMinimumSectionSize(1);
+        setItemDelegate(new Cell(this));
     }
 
     void fitColumns(const QString& widestSize) {
         header()->setSectionResizeMode(Model::Name, QHeaderView::Stretch);
         header()->setSectionResizeMode(Model::Size, QHeaderView::Fixed);
         header()->resizeSection(Model::Size,
-                                fontMetrics().horizontalAdvance(widestSize) + kColumnGap);
+                                fontMetrics().horizontalAdvance(widestSize) + 2 * kEdge);
     }
 
  protected:
@@ -107,9 +138,7 @@ EntriesView::EntriesView(const StringTable& texts, const QVNumberUtilities& numb
       m_model(new Model(numbers, std::move(iconOfEntry), this)),
       m_list(new List),
       m_icon(new QLabel),
-      m_totals(new QLabel) {
-    m_totals->setTextFormat(Qt::PlainText);
-    m_totals->setWordWrap(true);
+      m_totals(new ElidedLabel(Qt::ElideRight)) {
     m_list->setModel(m_model);
     m_list->fitColumns(numbers.sizeToFormatString(kWidestSize, kLargestUnit, true));
     auto* const head = new QHBoxLayout;
@@ -129,7 +158,7 @@ EntriesView::~EntriesView() = default;
 
 void EntriesView::setPreview(std::shared_ptr<const Preview> preview, const QIcon& icon) {
     m_icon->setPixmap(icon.pixmap(QSize(kIconSide, kIconSide), devicePixelRatioF()));
-    m_totals->setText(preview ? previewTotals(*preview, m_texts, m_numbers) : QString());
+    m_totals->setFullText(preview ? previewTotals(*preview, m_texts, m_numbers) : QString());
     m_model->setPreview(std::move(preview));
     m_list->scrollToTop();
 }

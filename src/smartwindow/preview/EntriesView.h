@@ -12,6 +12,7 @@ class QTreeView;
 
 namespace kestrin {
 
+class ElidedLabel;
 class QVNumberUtilities;
 class StringTable;
 struct Preview;
@@ -37,6 +38,7 @@ class EntriesView : public QWidget {
 
  private:
     class Model;
+    class Cell;
     class List;
 
     const StringTable& m_texts;
@@ -44,7 +46,7 @@ class EntriesView : public QWidget {
     Model* m_model;
     List* m_list;
     QLabel* m_icon;
-    QLabel* m_totals;
+    ElidedLabel* m_totals;
 };
 
 }  // namespace kestrin

@@ -7,9 +7,6 @@
 #include <algorithm>
 #include <array>
 
-#include "widgets/BusySpinner.h"
-#include "widgets/Colors.h"
-
 namespace kestrin {
 namespace {
 
@@ -22,19 +19,16 @@ constexpr int kWidestLine = 420;      // points
 
 }  // namespace
 
-IconView::IconView(QWidget* parent)
-    : QWidget(parent), m_reason(new QLabel(this)), m_spinner(new BusySpinner(this)) {
+IconView::IconView(QWidget* parent) : QWidget(parent), m_reason(new QLabel(this)) {
     m_reason->setTextFormat(Qt::PlainText);
     m_reason->setWordWrap(true);
     m_reason->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
     m_reason->hide();
-    m_spinner->hide();
 }
 
 void IconView::setIcon(const QIcon& icon) {
     m_icon = icon;
     setReason({});
-    setBusy(false);
     update();
 }
 
@@ -42,20 +36,11 @@ void IconView::setReason(const QString& reason) {
     if (reason == m_reason->text() && m_reason->isHidden() == reason.isEmpty()) return;
     m_reason->setText(reason);
     m_reason->setVisible(!reason.isEmpty());
-    placeLines();
+    placeReason();
 }
 
 QString IconView::reason() const {
     return m_reason->text();
-}
-
-void IconView::setBusy(bool isBusy) {
-    m_spinner->setVisible(isBusy);
-    if (isBusy) {
-        m_spinner->startAnimation();
-    } else {
-        m_spinner->stopAnimation();
-    }
 }
 
 QRect IconView::iconPlace() const {
@@ -67,15 +52,13 @@ QRect IconView::iconPlace() const {
     return place;
 }
 
-void IconView::placeLines() {
+void IconView::placeReason() {
     const QRect icon = iconPlace();
     const int lineWidth = std::clamp(width() - 2 * kMargin, 0, kWidestLine);
     const int top = icon.bottom() + kGap;
     const int room = std::max(0, height() - top);
     const int lineHeight = std::min(room, m_reason->heightForWidth(lineWidth));
     m_reason->setGeometry((width() - lineWidth) / 2, top, lineWidth, lineHeight);
-    m_spinner->resize(m_spinner->sizeHint());
-    m_spinner->move((width() - m_spinner->width()) / 2, top);
 }
 
 void IconView::paintEvent(QPaintEvent*) {
@@ -85,12 +68,12 @@ void IconView::paintEvent(QPaintEvent*) {
 
 void IconView::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
-    placeLines();
+    placeReason();
 }
 
 void IconView::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) placeLines();
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) placeReason();
 }
 
 }  // namespace kestrin

@@ -9,11 +9,8 @@ class QLabel;
 
 namespace kestrin {
 
-class BusySpinner;
-
 /// An icon in the middle, as large as there is room for, and below it one line why there is nothing
-/// else, or an indicator that something is on its way. The icon keeps its place, whatever stands
-/// below.
+/// else. The icon keeps its place with and without.
 class IconView : public QWidget {
     Q_OBJECT
 
@@ -25,7 +22,6 @@ class IconView : public QWidget {
     /// A sentence to show as it stands; an empty one takes the last one away.
     void setReason(const QString& reason);
     QString reason() const;
-    void setBusy(bool isBusy);
 
     QSize minimumSizeHint() const override { return {0, 0}; }
 
@@ -36,11 +32,10 @@ class IconView : public QWidget {
 
  private:
     QRect iconPlace() const;
-    void placeLines();
+    void placeReason();
 
     QIcon m_icon;
     QLabel* m_reason;
-    BusySpinner* m_spinner;
 };
 
 }  // namespace kestrin

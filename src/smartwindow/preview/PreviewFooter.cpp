@@ -7,6 +7,7 @@
 #include <QToolButton>
 
 #include "base/StringTable.h"
+#include "widgets/BusySpinner.h"
 #include "widgets/Colors.h"
 #include "widgets/ElidedLabel.h"
 
@@ -48,6 +49,7 @@ QToolButton* flatButton() {
 PreviewFooter::PreviewFooter(const StringTable& texts, QWidget* parent)
     : QWidget(parent),
       m_texts(texts),
+      m_spinner(new BusySpinner),
       m_caption(new ElidedLabel(Qt::ElideRight)),
       m_previous(flatButton()),
       m_next(flatButton()),
@@ -56,13 +58,18 @@ PreviewFooter::PreviewFooter(const StringTable& texts, QWidget* parent)
     QFont font = m_caption->font();
     font.setPointSizeF(font.pointSizeF() * kSizeOfText);
     m_caption->setFont(font);
+    QSizePolicy policy = m_spinner->sizePolicy();
+    policy.setRetainSizeWhenHidden(false);
+    m_spinner->setSizePolicy(policy);
+    setBusy(false);
     nameButton(m_previous, "preview_previous_page"_key);
     nameButton(m_next, "preview_next_page"_key);
     auto* const layout = new QHBoxLayout(this);
     layout->setContentsMargins(kGap, kGap, kGap, kGap);
     layout->setSpacing(kGap);
     layout->addStretch(1);
-    for (QWidget* part : std::initializer_list<QWidget*>{m_previous, m_play, m_caption, m_next})
+    for (QWidget* part :
+         std::initializer_list<QWidget*>{m_previous, m_play, m_spinner, m_caption, m_next})
         layout->addWidget(part);
     layout->addStretch(1);
     setFixedHeight(m_play->sizeHint().height() + 2 * kGap);
@@ -89,6 +96,15 @@ void PreviewFooter::show(const QString& caption, const Controls& controls) {
     m_isPlaying = controls.isPlaying;
     nameButton(m_play, m_isPlaying ? "preview_pause"_key : "preview_play"_key);
     useColours();
+}
+
+void PreviewFooter::setBusy(bool isBusy) {
+    m_spinner->setVisible(isBusy);
+    if (isBusy) {
+        m_spinner->startAnimation();
+    } else {
+        m_spinner->stopAnimation();
+    }
 }
 
 QString PreviewFooter::caption() const {

@@ -8,6 +8,7 @@ class QToolButton;
 
 namespace kestrin {
 
+class BusySpinner;
 class ElidedLabel;
 class StringTable;
 
@@ -30,6 +31,8 @@ class PreviewFooter : public QWidget {
     };
     void show(const QString& caption, const Controls& controls);
     QString caption() const;
+    /// Whether it tells that something is on its way.
+    void setBusy(bool isBusy);
 
  Q_SIGNALS:
     void previousPageWanted();
@@ -44,6 +47,7 @@ class PreviewFooter : public QWidget {
     void nameButton(QToolButton* button, std::string_view key);
 
     const StringTable& m_texts;
+    BusySpinner* m_spinner;
     ElidedLabel* m_caption;
     QToolButton* m_previous;
     QToolButton* m_next;

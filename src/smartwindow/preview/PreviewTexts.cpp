@@ -2,10 +2,12 @@
 #include "smartwindow/preview/PreviewTexts.h"
 
 #include <QStringList>
+#include <algorithm>
 
 #include "base/StringTable.h"
 #include "format/DisplayName.h"
 #include "format/QVNumberUtilities.h"
+#include "smartwindow/preview/TextView.h"
 #include "viewer/ViewerProtocol.h"
 
 namespace kestrin {
@@ -76,7 +78,12 @@ QString previewCaption(const Preview& preview, const StringTable& texts,
     const auto shown = static_cast<std::uint64_t>(preview.entries.size());
     if (preview.kind == PreviewKind::Text) {
         if (!facts.encoding.empty()) told += titleName(facts.encoding);
-        if (facts.isPartial) told += texts.text("preview_partial_text"_key);
+        if (std::ranges::count(preview.text, '\n') > TextView::kMostLines) {
+            told += StringTable::filled(texts.text("preview_partial_lines"_key),
+                                        {numbers.numberToFormatString(TextView::kMostLines)});
+        } else if (facts.isPartial) {
+            told += texts.text("preview_partial_text"_key);
+        }
     } else if (preview.kind == PreviewKind::Entries && facts.entryCount > shown) {
         told += StringTable::filled(texts.text("preview_partial_entries"_key),
                                     {numbers.numberToFormatString(double(shown)),

@@ -85,6 +85,7 @@ void QVQuickLookView::letGo() {
     m_isSharpening = false;
     m_askedPixels = {};
     m_busyDelay.stop();
+    m_footer->setBusy(false);
     m_preview.reset();
 }
 
@@ -124,7 +125,7 @@ void QVQuickLookView::ask() {
     if (!m_entry || !isVisible() || pixels.isEmpty()) return;
     m_askedPixels = pixels;
     m_isWaiting = true;
-    if (!m_preview) m_busyDelay.start(kBusyDelay, this);
+    if (!m_isSharpening) m_busyDelay.start(kBusyDelay, this);
     m_ticket.reset();
     m_ticket = m_services.request({.item = m_entry, .pixels = pixels, .page = m_page},
                                   [this](auto preview) { take(std::move(preview)); });
@@ -156,7 +157,7 @@ bool QVQuickLookView::wantsMorePixels() const {
 
 void QVQuickLookView::take(std::shared_ptr<const Preview> preview) {
     m_busyDelay.stop();
-    m_iconView->setBusy(false);
+    m_footer->setBusy(false);
     m_isWaiting = false;
     const bool isSharper = std::exchange(m_isSharpening, false);
     // What could not be made larger is still what the entry looks like.
@@ -274,7 +275,7 @@ void QVQuickLookView::resizeEvent(QResizeEvent* event) {
 void QVQuickLookView::timerEvent(QTimerEvent* event) {
     if (event->timerId() == m_busyDelay.timerId()) {
         m_busyDelay.stop();
-        m_iconView->setBusy(true);
+        m_footer->setBusy(true);
     } else if (event->timerId() == m_settling.timerId()) {
         m_settling.stop();
         settle();

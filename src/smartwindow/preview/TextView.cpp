@@ -18,10 +18,11 @@
 namespace kestrin {
 namespace {
 
-constexpr std::size_t kFirstPiece = 8 << 10;  // bytes: more than a screen
-constexpr std::size_t kPiece = 32 << 10;      // bytes: about two milliseconds
+constexpr qsizetype kFirstPiece = 8 << 10;    // characters: more than a screen
+constexpr qsizetype kPiece = 32 << 10;        // characters: about two milliseconds, as are ...
+constexpr std::size_t kLinesOfAPiece = 1000;  // ... so many lines
 // Bytes of a line that are laid out as one. The time for a longer one grows without bound.
-constexpr std::size_t kLongestLine = 4000;
+constexpr std::size_t kLongestLine = 1000;
 constexpr int kColumnsOfATab = 8;
 constexpr int kNumbersMargin = 6;  // points on either side of the numbers
 constexpr int kLeastDigits = 3;
@@ -88,21 +89,21 @@ void TextView::timerEvent(QTimerEvent* event) {
     fill(kPiece);
 }
 
-void TextView::fill(std::size_t bytes) {
+void TextView::fill(qsizetype characters) {
     QString shown;
     std::vector<int> states;
     const bool isFirst = m_lines == 0;
-    while (!m_rest.empty() && bytes > 0) {
+    while (!m_rest.empty() && shown.size() < characters && states.size() < kLinesOfAPiece) {
         const std::size_t end = std::min(m_rest.find('\n'), m_rest.size());
         std::string_view line = beginning(m_rest.substr(0, end), kLongestLine);
         const bool isWhole = line.size() == end;
         m_rest.remove_prefix(std::min(m_rest.size(), line.size() + (isWhole ? 1 : 0)));
-        bytes -= std::min(bytes, line.size() + 1);
         if (isWhole && line.ends_with('\r')) line.remove_suffix(1);
         if (!isFirst || !states.empty()) shown += QLatin1Char('\n');
         shown += displayText(line);
         states.push_back(m_continuesLine ? kContinued : ++m_lines);
         m_continuesLine = !isWhole;
+        if (isWhole && m_lines == kMostLines) m_rest = {};
     }
     QTextCursor cursor(document());
     cursor.movePosition(QTextCursor::End);
@@ -155,7 +156,9 @@ void TextView::resizeEvent(QResizeEvent* event) {
 void TextView::changeEvent(QEvent* event) {
     QPlainTextEdit::changeEvent(event);
     if (event->type() == QEvent::ApplicationFontChange) useFont();
-    if (event->type() == QEvent::LayoutDirectionChange) placeNumbers();
+    const bool isOfNumbers =
+        event->type() == QEvent::LayoutDirectionChange || event->type() == QEvent::FontChange;
+    if (isOfNumbers && m_numbers) placeNumbers();
 }
 
 // --- Keys and selection ---

@@ -21,6 +21,9 @@ class TextView : public QPlainTextEdit {
  public:
     explicit TextView(QWidget* parent = nullptr);
 
+    /// How many lines it shows; a line takes about three hundred bytes of memory.
+    static constexpr int kMostLines = 50'000;
+
     /// Shows the text of `preview` from its beginning; nullptr shows nothing and holds nothing.
     void setPreview(std::shared_ptr<const Preview> preview);
     /// Whether the whole text is in.
@@ -42,7 +45,7 @@ class TextView : public QPlainTextEdit {
     friend class Numbers;
 
     void useFont();
-    void fill(std::size_t bytes);
+    void fill(qsizetype characters);
     void placeNumbers();
     void paintNumbers(QPaintEvent* event);
 
@@ -51,7 +54,7 @@ class TextView : public QPlainTextEdit {
     bool m_continuesLine = false;  ///< what is filled in next belongs to the last line
     int m_lines = 0;
     QBasicTimer m_filling;
-    QWidget* m_numbers;
+    QWidget* m_numbers = nullptr;
 };
 
 }  // namespace kestrin
