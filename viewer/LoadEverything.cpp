@@ -57,7 +57,7 @@ void loadEverything() {
 
 std::vector<std::string> readableFolders() {
     std::vector<std::string> folders{"/usr/share/poppler"};
-    FcStrList* const fonts = ::FcConfigGetConfigDirs(nullptr);
+    FcStrList* const fonts = ::FcConfigGetFontDirs(nullptr);
     if (!fonts) return folders;
     while (const FcChar8* folder = ::FcStrListNext(fonts))
         folders.emplace_back(reinterpret_cast<const char*>(folder));
