@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The decoder as it ships.
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include <QBuffer>
+#include <QPainter>
+
+#include "platform/items/SealedFile.h"
+#include "platform/processes/ChildProgram.h"
+#include "viewer/DecodedBytes.h"
+#include "viewer/Sandbox.h"
+
+namespace kestrin {
+namespace {
+
+bool waitToRead(int socket) {
+    pollfd waiting{.fd = socket, .events = POLLIN};
+    return ::poll(&waiting, 1, 20'000) == 1;
+}
+
+std::optional<Preview> answerOf(const ChildProgram& decoder, const QByteArray& bytes) {
+    const auto file = sealedFile({bytes.constData(), static_cast<std::size_t>(bytes.size())});
+    static std::uint64_t number = 0;
+    const DecodeRequest request{.number = ++number, .width = 800, .height = 600};
+    if (!file || sendRequest(decoder.socket(), request, file->get()) ||
+        !waitToRead(decoder.socket())) {
+        return std::nullopt;
+    }
+    const auto answer = receiveAnswer(decoder.socket());
+    if (!answer || answer->number != number) return std::nullopt;
+    return readPreview(answer->preview.get());
+}
+
+/// Enough pixels for Qt to share the work among threads.
+QByteArray largePicture() {
+    QImage image(1600, 1200, QImage::Format_RGB32);
+    image.fill(Qt::darkCyan);
+    QPainter(&image).drawEllipse(100, 100, 1000, 900);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+/// A word in a font that is not in the file.
+const QByteArray kPage =
+    "%PDF-1.4\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
+    "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
+    "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 300 100]/Contents 4 0 R/Resources<</Font<<"
+    "/F<</Type/Font/Subtype/Type1/BaseFont/Times-Italic>>>>>>>>endobj\n"
+    "4 0 obj<</Length 36>>stream\nBT /F 20 Tf 9 9 Td (Sealed) Tj ET  \nendstream endobj\n"
+    "trailer<</Root 1 0 R>>\n%%EOF\n";
+
+TEST(Viewer, showsBehindItsSealWhatIsSeenInTheOpen) {
+    auto decoder = ChildProgram::start(FileUrl::fromPath(KESTRIN_VIEWER), {});
+    ASSERT_TRUE(decoder);
+    ASSERT_TRUE(waitToRead(decoder->socket()));
+    const auto greeting = receiveGreeting(decoder->socket());
+    ASSERT_TRUE(greeting);
+    const SandboxPlan plan = planSandbox(askKernel(), isSanitizedBuild());
+    EXPECT_EQ(greeting->protections.callFilter, plan.filtersCalls);
+    EXPECT_EQ(greeting->protections.fileRules, plan.fileRules.size > 0);
+    EXPECT_EQ(greeting->protections.memoryLimit, plan.limitsMemory);
+    if (!plan.allowsOpening) GTEST_SKIP() << "without Landlock no font is opened";
+
+    const QByteArray drawing =
+        "<svg xmlns='http://www.w3.org/2000/svg' width='99' height='40'>"
+        "<text y='30' font-family='Times' font-weight='bold'>Sealed</text></svg>";
+    for (const QByteArray& bytes : {largePicture(), kPage, drawing}) {
+        InputFile file = test::fileOf({bytes.constData(), static_cast<std::size_t>(bytes.size())});
+        const Preview open = decode(file, {.width = 800, .height = 600});
+        const auto sealed = answerOf(*decoder, bytes);
+        ASSERT_TRUE(sealed) << bytes.left(4).toStdString();
+        ASSERT_EQ(open.frames.size(), 1u);
+        ASSERT_EQ(sealed->frames.size(), 1u);
+        EXPECT_EQ(sealed->frames[0].convertToFormat(QImage::Format_ARGB32),
+                  open.frames[0].convertToFormat(QImage::Format_ARGB32))
+            << bytes.left(4).toStdString();
+    }
+}
+
+}  // namespace
+}  // namespace kestrin
