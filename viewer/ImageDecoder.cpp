@@ -16,9 +16,10 @@ namespace {
 using namespace std::chrono_literals;
 
 /// What a decoded picture may take where its plug-in cannot scale while it decodes.
-constexpr int kLargestImageMegabytes = 256;
-/// Beyond this the fastest decoders need more processor time than a file has.
-constexpr qint64 kMostPixels = 1LL << 29;
+constexpr qint64 kLargestImageBytes = 256 << 20;
+/// Beyond these the decoders need more processor time than a file has.
+constexpr qint64 kMostPixels = 400'000'000;
+constexpr qint64 kMostJpegPixels = 2'000'000'000;
 /// From here on a failure is likelier one of memory than of the file.
 constexpr qint64 kManyPixels = 1LL << 25;
 
@@ -37,7 +38,6 @@ class ImageFile {
     /// With an empty format the plug-in is chosen by content.
     ImageFile(QIODevice& device, const DecodeRequest& request, const QByteArray& format = {})
         : m_reader(&device, format), m_request(request) {
-        QImageReader::setAllocationLimit(kLargestImageMegabytes);
         m_reader.setAutoDetectImageFormat(format.isEmpty());
         m_reader.setDecideFormatFromContent(format.isEmpty());
         m_reader.setAutoTransform(true);
@@ -49,6 +49,8 @@ class ImageFile {
     /// own, and what is known by no magic number has to have a name that says so.
     std::optional<Preview> decode() {
         if (!m_isImage || isOneOf(m_format, {"svg", "svgz", "pdf"})) return std::nullopt;
+        // Its library takes as much memory as a file wishes, and nobody keeps it any more.
+        if (m_format == "mng") return std::nullopt;
         if (!isNamedImage() && isOneOf(m_format, {"", "wbmp"})) return std::nullopt;
         return decodeImage();
     }
@@ -60,7 +62,7 @@ class ImageFile {
         m_stored = m_reader.size();
         m_isTurned = m_reader.transformation() & QImageIOHandler::TransformationRotate90;
         const qint64 pixels = qint64(m_stored.width()) * m_stored.height();
-        if (m_stored.isValid() && pixels > kMostPixels)
+        if (pixels > (m_format == "jpeg" ? kMostJpegPixels : kMostPixels))
             return withoutPicture(PreviewFault::TooLarge);
         const QImage image = read();
         if (image.isNull()) return failure(pixels);
@@ -109,11 +111,21 @@ class ImageFile {
         m_reader.jumpToImage(largest);
     }
 
-    /// The picture, scaled already where the plug-in can do so while it decodes. A plug-in that
-    /// meets the end too early has written what there was into the image it was given.
+    /// Whether the plug-in itself scales while it decodes. That for PNG says so of every image, but
+    /// does it for those of 32 bits alone.
+    bool canScale() const {
+        if (!m_stored.isValid() || !m_reader.supportsOption(QImageIOHandler::ScaledSize))
+            return false;
+        const QImage::Format format = m_reader.imageFormat();
+        return m_format != "png" || format == QImage::Format_RGB32 ||
+               format == QImage::Format_ARGB32;
+    }
+
+    /// The picture, scaled already where the plug-in can do that. A plug-in that meets the end too
+    /// early has written what there was into the image it was given.
     QImage read() {
         QSize size = m_stored;
-        if (m_stored.isValid() && m_reader.supportsOption(QImageIOHandler::ScaledSize)) {
+        if (canScale()) {
             const QSize natural = m_isTurned ? m_stored.transposed() : m_stored;
             size = fitting(natural, boxOf(m_request));
             if (m_isTurned) size.transpose();
@@ -130,13 +142,19 @@ class ImageFile {
         return image;
     }
 
-    /// What the plug-in will fill, empty; null when that is not known or too much.
+    /// What the plug-in will fill, empty; null when that is not known or too much. From here on the
+    /// plug-in may take as much as that and no more.
     QImage emptyImage(QSize size) const {
         const QImage::Format format = m_reader.imageFormat();
-        if (size.isEmpty() || format == QImage::Format_Invalid) return {};
-        const int bits = QImage::toPixelFormat(format).bitsPerPixel();
-        const qint64 bytes = qint64(size.width()) * size.height() * bits / 8;
-        if (bytes > qint64(kLargestImageMegabytes) << 20) return {};
+        const qint64 pixels = qint64(size.width()) * size.height();
+        const bool isKnown = !size.isEmpty() && format != QImage::Format_Invalid;
+        const qint64 bytes =
+            isKnown ? pixels * QImage::toPixelFormat(format).bitsPerPixel() / 8 : 0;
+        const bool isBounded = isKnown && bytes <= kLargestImageBytes;
+        // The plug-ins count at least 4 bytes a pixel, however few it takes.
+        const qint64 counted = isBounded ? pixels * 4 + (1 << 20) : 0;
+        QImageReader::setAllocationLimit(int(std::max(kLargestImageBytes, counted) >> 20));
+        if (!isBounded) return {};
         QImage image(size, format);
         // Not by fill(), which makes pixels without an alpha channel opaque.
         if (!image.isNull()) std::memset(image.bits(), 0, std::size_t(image.sizeInBytes()));
