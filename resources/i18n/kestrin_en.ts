@@ -1051,6 +1051,46 @@ Examples:
         <source></source>
         <translation>The log file can’t be opened, so nothing was erased. Make room for the log or allow Kestrin to write to its log folder, or turn the log off in the preferences.</translation>
     </message>
+    <message id="panel_full_screen">
+        <source></source>
+        <translation>Full Screen</translation>
+    </message>
+    <message id="panel_index_sheet">
+        <source></source>
+        <translation>All Selected Entries</translation>
+    </message>
+    <message id="panel_next">
+        <source></source>
+        <translation>Next</translation>
+    </message>
+    <message id="panel_nothing">
+        <source></source>
+        <translation>Nothing is selected. Select an entry in the list to see what it is.</translation>
+    </message>
+    <message id="panel_open">
+        <source></source>
+        <translation>Open with Default Program</translation>
+    </message>
+    <message id="panel_position">
+        <source></source>
+        <translation>%@ of %@</translation>
+    </message>
+    <message id="panel_previous">
+        <source></source>
+        <translation>Previous</translation>
+    </message>
+    <message id="panel_reveal">
+        <source></source>
+        <translation>Show in File Manager</translation>
+    </message>
+    <message id="panel_title">
+        <source></source>
+        <translation>Quick Look</translation>
+    </message>
+    <message id="panel_tools">
+        <source></source>
+        <translation>Quick Look Tools</translation>
+    </message>
     <message id="prefs_ask">
         <source></source>
         <translation>&amp;Ask before erasing</translation>

@@ -72,6 +72,8 @@ struct PreviewWorld {
                 askedDetails.push_back({std::move(item), std::move(answer), ticket});
                 return ticket;
             },
+        .imageMakers = {[](const QVSmartWindowItem&, int) { return QImage(); },
+                        [](const QVSmartWindowItem&, int) { return QImage(); }},
     };
 
     /// Answers what was asked last, if it is wanted still. Returns what only the view keeps then.
