@@ -18,10 +18,9 @@ struct Decoder {
 /// In the order in which the content is asked: the surest marks first.
 const std::vector<Decoder>& decoders() {
     static const std::vector<Decoder> all{
-        {"application/pdf", decodePdf},
-        {"image/svg", decodeSvg},
-        {"image/", decodeImage},
-        {"", decodeArchive},
+        {"application/pdf", decodePdf}, {"image/svg", decodeSvg},
+        {"image/", decodeImage},        {"font/ application/x-font", decodeFont},
+        {"", decodeOfficeThumbnail},    {"", decodeArchive},
         {"text/", decodeText},
     };
     return all;

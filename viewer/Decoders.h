@@ -41,6 +41,15 @@ std::optional<Preview> decodeCachedThumbnail(InputFile& file, const DecodeReques
 /// Errors: Encrypted when the names are; TooSlow; Damaged. What breaks off shows what there is.
 std::optional<Preview> decodeArchive(InputFile& file, const DecodeRequest& request);
 
+/// A sheet of samples drawn with a font's own glyphs, in the size of the box: black on white; two
+/// letters where the box is small. Each face of a collection is a page. The title is the name of
+/// the family and the style.
+std::optional<Preview> decodeFont(InputFile& file, const DecodeRequest& request);
+
+/// The picture that a document in a zip archive holds of itself, such as OpenDocument and Office
+/// Open XML. Kind None without a fault for a document, by the type of the request, that has none.
+std::optional<Preview> decodeOfficeThumbnail(InputFile& file, const DecodeRequest& request);
+
 /// The first megabyte of a text, in whatever encoding its byte order mark, its validity as UTF-8 or
 /// its statistics (ICU) tell. Whether it is text goes by the share of what no text has.
 /// Shapes: lines end with line feeds; what does not appear by itself, such as controls and marks

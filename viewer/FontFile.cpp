@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "viewer/FontFile.h"
+
+#include <QGlyphRun>
+#include <QImage>
+#include <QPainter>
+#include <QTextLayout>
+#include <QTextOption>
+#include <QtEndian>
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+
+namespace kestrin {
+namespace {
+
+constexpr std::uint32_t kMostFaces = 1000;
+constexpr double kUsualPixels = 32;
+constexpr qsizetype kOffsetsAt = 12;  ///< where the header of a collection has its faces
+constexpr qsizetype kDirectoryHeader = 12;
+constexpr qsizetype kDirectoryRecord = 16;
+
+std::uint32_t numberAt(const QByteArray& bytes, qsizetype at) {
+    return at + 4 <= bytes.size() ? qFromBigEndian<std::uint32_t>(bytes.constData() + at) : 0;
+}
+
+std::uint32_t facesIn(const QByteArray& bytes) {
+    if (!bytes.startsWith("ttcf")) return 1;
+    return std::clamp<std::uint32_t>(numberAt(bytes, 8), 1, kMostFaces);
+}
+
+/// The bytes with that face of a collection as their only font. Its tables stay where they are; its
+/// directory, which says where, comes to the beginning, over those of the other faces.
+/// Source: OpenType specification 1.9, "Font Collections".
+QByteArray withOneFace(QByteArray bytes, std::uint32_t number) {
+    if (!bytes.startsWith("ttcf")) return bytes;
+    const qsizetype directory = numberAt(bytes, kOffsetsAt + 4 * qsizetype{number});
+    if (directory + kDirectoryHeader > bytes.size()) return {};
+    const auto tables = qFromBigEndian<std::uint16_t>(bytes.constData() + directory + 4);
+    const qsizetype length = kDirectoryHeader + kDirectoryRecord * tables;
+    if (directory + length > bytes.size()) return {};
+    std::memmove(bytes.data(), bytes.constData() + directory, static_cast<std::size_t>(length));
+    return bytes;
+}
+
+QRawFont rawFont(const QByteArray& bytes) {
+    QRawFont font;
+    // Hinting would run programs of the font's.
+    font.loadFromData(bytes, kUsualPixels, QFont::PreferNoHinting);
+    return font;
+}
+
+double heightOf(const QRawFont& font) {
+    return std::ceil(font.ascent() + font.descent());
+}
+
+}  // namespace
+
+FontFile::Mark FontFile::markOf(const QByteArray& beginning) {
+    static constexpr std::array<std::string_view, 9> kSure = {
+        "OTTO",        "ttcf",           "wOFF",        "wOF2",  "\1fcp",
+        "STARTFONT 2", "%!PS-AdobeFont", "%!FontType1", "\x80\1"};
+    using namespace std::string_view_literals;
+    static constexpr std::array kLikely = {"\0\1\0\0"sv, "true"sv, "typ1"sv};
+    const std::string_view bytes(beginning.constData(), static_cast<std::size_t>(beginning.size()));
+    const auto begins = [bytes](std::string_view mark) { return bytes.starts_with(mark); };
+    if (std::ranges::any_of(kSure, begins)) return Mark::Sure;
+    return std::ranges::any_of(kLikely, begins) ? Mark::Likely : Mark::None;
+}
+
+std::optional<FontFile> FontFile::load(const QByteArray& bytes, std::uint32_t number) {
+    FontFile file;
+    file.m_faceCount = facesIn(bytes);
+    if (number >= file.m_faceCount) return std::nullopt;
+    file.m_font = rawFont(withOneFace(bytes, number));
+    if (!file.m_font.isValid()) return std::nullopt;
+    QRawFont larger = file.m_font;
+    larger.setPixelSize(2 * kUsualPixels);
+    if (heightOf(larger) == heightOf(file.m_font)) file.m_bitmapHeight = heightOf(larger);
+    return file;
+}
+
+QString FontFile::name() const {
+    const QString style = m_font.styleName();
+    return style.isEmpty() ? m_font.familyName() : m_font.familyName() + QLatin1Char(' ') + style;
+}
+
+QString FontFile::supported(const QString& text) const {
+    QString has;
+    for (const char32_t c : text.toUcs4()) {
+        if (c == U' ' || m_font.supportsCharacter(c)) has += QChar::fromUcs4(c);
+    }
+    return has;
+}
+
+bool FontFile::supportsAll(const QString& text) const {
+    return supported(text).size() == text.size();
+}
+
+QString FontFile::firstCharacters(int most) const {
+    static constexpr std::array<std::pair<char32_t, char32_t>, 3> kRanges = {
+        {{0x21, 0xFFFD}, {0x1F000, 0x1FAFF}, {0x10000, 0x1EFFF}}};
+    QString found;
+    int count = 0;
+    for (const auto& [first, last] : kRanges) {
+        for (char32_t c = first; c <= last && count < most; ++c) {
+            const bool isSeen = QChar::isPrint(c) && !QChar::isSpace(c) && !QChar::isMark(c);
+            const bool isOwn = QChar::category(c) == QChar::Other_PrivateUse;
+            if ((!isSeen && !isOwn) || !m_font.supportsCharacter(c)) continue;
+            found += QChar::fromUcs4(c);
+            ++count;
+        }
+    }
+    return found;
+}
+
+void FontFile::drawFirstGlyphs(QPainter& painter, const QRectF& area, double pixels) const {
+    // How many glyphs there are is not told: after so many empty ones there are no more.
+    constexpr quint32 kMostGlyphs = 500, kMostEmpty = 32;
+    quint32 empty = 0;
+    QRawFont font = m_font;
+    if (hasOutlines()) font.setPixelSize(std::max(1.0, pixels));
+    QPointF at(area.left(), area.top() + font.ascent());
+    for (quint32 glyph = 1; glyph < kMostGlyphs && empty < kMostEmpty; ++glyph) {
+        const QRectF box = font.boundingRect(glyph);
+        empty = box.isEmpty() ? empty + 1 : 0;
+        if (box.isEmpty()) continue;
+        if (at.x() + box.right() > area.right() && at.x() > area.left())
+            at = {area.left(), at.y() + heightOf(font)};
+        if (at.y() + font.descent() > area.bottom()) return;
+        QGlyphRun run;
+        run.setRawFont(font);
+        run.setGlyphIndexes({glyph});
+        run.setPositions({at});
+        painter.drawGlyphRun({}, run);
+        at.rx() += box.right() + heightOf(font) / 8;
+    }
+}
+
+QSizeF FontFile::draw(QPainter* painter, QPointF corner, const QString& text, double pixels,
+                      double width) const {
+    if (hasOutlines()) {
+        QRawFont font = m_font;
+        font.setPixelSize(std::max(1.0, pixels));
+        return drawAsIs(painter, corner, text, font, width);
+    }
+    const double factor = std::max(1.0, std::floor(pixels / m_bitmapHeight));
+    const QSizeF size = drawAsIs(nullptr, {}, text, m_font, width / factor);
+    const QSizeF enlarged = size * factor;
+    QImage image(size.toSize().expandedTo({1, 1}), QImage::Format_ARGB32_Premultiplied);
+    if (!painter || image.isNull()) return enlarged;
+    image.fill(Qt::transparent);
+    QPainter small(&image);
+    small.setPen(painter->pen());
+    drawAsIs(&small, {}, text, m_font, width / factor);
+    small.end();
+    painter->drawImage(QRectF(corner, QSizeF(image.size()) * factor), image);
+    return enlarged;
+}
+
+QSizeF FontFile::drawAsIs(QPainter* painter, QPointF corner, const QString& text,
+                          const QRawFont& font, double width) const {
+    QTextLayout layout(text);
+    layout.setRawFont(font);
+    layout.setTextOption([] {
+        QTextOption option;
+        option.setWrapMode(QTextOption::WrapAnywhere);
+        return option;
+    }());
+    layout.beginLayout();
+    QSizeF size;
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(width);
+        line.setPosition({0, size.height()});
+        size = {std::max(size.width(), line.naturalTextWidth()),
+                size.height() + std::ceil(line.height())};
+    }
+    layout.endLayout();
+    if (painter) layout.draw(painter, corner);
+    return size;
+}
+
+}  // namespace kestrin
