@@ -39,6 +39,8 @@ struct PreviewServices {
     std::function<QIcon(const QVSmartWindowItem&)> iconOf;
     /// Asks for a preview.
     std::function<PreviewTicket(PreviewRequest, PreviewAnswer)> request;
+    /// The last answer for that entry and page, from memory; nullptr when none is remembered.
+    std::function<std::shared_ptr<const Preview>(const PreviewRequest&)> known;
     /// Asks what the file system tells of an entry. The answer comes once and later, unless the
     /// volume stays silent: then never. Dropping the ticket withdraws the request.
     std::function<PreviewTicket(std::shared_ptr<const QVSmartWindowItem>,

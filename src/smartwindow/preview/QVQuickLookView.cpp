@@ -74,8 +74,7 @@ void QVQuickLookView::setPreviewItem(std::shared_ptr<QVPreviewItem> item) {
     m_entry = std::move(entry);
     m_page = 0;
     m_pageCount = 0;
-    showIcon();
-    ask();
+    begin();
     Q_EMIT contentDidChange();
 }
 
@@ -89,6 +88,18 @@ void QVQuickLookView::letGo() {
     m_preview.reset();
 }
 
+/// Shows what is known of the entry until the answer comes, which holds good in any case.
+void QVQuickLookView::begin() {
+    if (m_entry && isVisible())
+        m_preview = m_services.known({.item = m_entry, .pixels = wantedPixels(), .page = m_page});
+    if (m_preview) {
+        showContent();
+    } else {
+        showIcon();
+    }
+    ask();
+}
+
 void QVQuickLookView::showIcon() {
     m_iconView->setIcon(m_entry ? m_services.iconOf(*m_entry) : QIcon());
     change(m_iconView);
@@ -100,7 +111,7 @@ QString QVQuickLookView::caption() const {
 
 void QVQuickLookView::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
-    if (!m_preview && !m_isWaiting) ask();
+    if (!m_preview && !m_isWaiting) begin();
 }
 
 void QVQuickLookView::hideEvent(QHideEvent* event) {
@@ -167,13 +178,17 @@ void QVQuickLookView::take(std::shared_ptr<const Preview> preview) {
         m_picture->setSharperPreview(m_preview);
         return;
     }
-    m_pageCount = std::max(m_pageCount, m_preview->facts.pageCount);
-    m_picture->setPlaying(m_autostarts);
-    change(fillContent());
+    showContent();
     Q_EMIT contentDidChange();
 }
 
 // --- Showing ---
+
+void QVQuickLookView::showContent() {
+    m_pageCount = std::max(m_pageCount, m_preview->facts.pageCount);
+    m_picture->setPlaying(m_autostarts);
+    change(fillContent());
+}
 
 QWidget* QVQuickLookView::fillContent() {
     if (isPicture(m_preview.get())) {

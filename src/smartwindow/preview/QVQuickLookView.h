@@ -78,7 +78,9 @@ class QVQuickLookView : public QWidget {
     void ask();
     void take(std::shared_ptr<const Preview> preview);
     void letGo();
+    void begin();
     void showIcon();
+    void showContent();
     QWidget* fillContent();
     void change(QWidget* content);
     void describe();

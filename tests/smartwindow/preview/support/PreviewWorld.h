@@ -39,7 +39,8 @@ struct PreviewWorld {
     QVNumberUtilities numbers{"en_US", texts};
     QVDateUtilities dates;
     QVFilesUtilities files;
-    std::deque<Asked> asked;  ///< in their order, withdrawn ones too
+    std::shared_ptr<const Preview> known;  ///< what is remembered of any entry
+    std::deque<Asked> asked;               ///< in their order, withdrawn ones too
     std::deque<AskedDetails> askedDetails;
     int beeps = 0;
     std::vector<FileUrl> revealed;
@@ -65,6 +66,7 @@ struct PreviewWorld {
                 asked.push_back({std::move(request), std::move(answer), ticket});
                 return ticket;
             },
+        .known = [this](const PreviewRequest&) { return known; },
         .requestDetails =
             [this](std::shared_ptr<const QVSmartWindowItem> item,
                    std::function<void(const ItemDetails&)> answer) {
