@@ -859,6 +859,10 @@ Examples:
         <source></source>
         <translation>None</translation>
     </message>
+    <message id="label_of_name">
+        <source></source>
+        <translation>%@, label %@</translation>
+    </message>
     <message id="label_orange">
         <source></source>
         <translation>Orange</translation>
@@ -870,6 +874,11 @@ Examples:
     <message id="label_red">
         <source></source>
         <translation>Red</translation>
+    </message>
+    <message id="label_tool_tip">
+        <source></source>
+        <translation>%@
+Label: %@</translation>
     </message>
     <message id="label_yellow">
         <source></source>
@@ -1808,11 +1817,11 @@ Examples:
     </message>
     <message id="x_position_EXIF_field">
         <source></source>
-        <translation>92</translation>
+        <translation>110</translation>
     </message>
     <message id="x_position_TAG_field">
         <source></source>
-        <translation>92</translation>
+        <translation>110</translation>
     </message>
     <message id="yes_btn">
         <source></source>

@@ -53,7 +53,6 @@ class QVSmartWindowItem {
     bool isFolder = false;
     bool isHidden = false;  ///< lists show it dimmed
     bool isLink = false;    ///< a symbolic link, wherever that points
-    std::int8_t label = 0;  ///< 1 to 7, or 0 for none
     std::string nameKey;    ///< of the name, by nameSortKey
     /// The folder that it was trashed from, exact bytes, shared among the entries from there;
     /// nullptr when unknown.
@@ -68,6 +67,10 @@ class QVSmartWindowItem {
     /// after the figures, so that whoever sees it true sees them.
     std::atomic<bool> isMeasured = false;
     std::atomic<bool> isMarked = false;  ///< checked for erasing
+    /// The number of its label, or 0 for none. It is read once somebody looks at the item: asking
+    /// for it while a trash is listed would make that longer by half.
+    std::atomic<std::int8_t> label = kUnknownLabel;
+    static constexpr std::int8_t kUnknownLabel = -1;
 
     /// The location, made at the call; none without a trash.
     FileUrl url() const { return trash ? trash->appending(name) : FileUrl(); }

@@ -12,6 +12,7 @@
 #include "format/DisplayName.h"
 #include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
+#include "fsutil/QVFinderLabels.h"
 
 namespace kestrin {
 namespace {
@@ -42,6 +43,10 @@ QString originalPath(const QVSmartWindowItem& item) {
     return displayName(*item.originalFolder + (endsWithSlash ? "" : "/") + item.name);
 }
 
+QString labelName(int label) {
+    return QVFinderLabels::sharedControl().labelNameWithKey(label);
+}
+
 bool changed(QVSmartWindowItem& item, MarkChange change) {
     const bool was = item.isMarked;
     const bool is = change == MarkChange::Toggle ? !was : change == MarkChange::Mark;
@@ -52,7 +57,10 @@ bool changed(QVSmartWindowItem& item, MarkChange change) {
 }  // namespace
 
 ContentListModel::ContentListModel(const SmartWindowServices& services, QObject* parent)
-    : QAbstractTableModel(parent), m_services(services), m_icons(services.files) {}
+    : QAbstractTableModel(parent),
+      m_services(services),
+      m_icons(services.files),
+      m_labels([this] { columnChanged(Name, 0, rowCount() - 1); }) {}
 
 std::string_view ContentListModel::keyOf(int column) {
     return kKeys.at(static_cast<std::size_t>(column));
@@ -141,8 +149,10 @@ QVariant ContentListModel::data(const QModelIndex& index, int role) const {
             return originalFolder(*item);
         case IsHiddenRole:
             return item->isHidden;
+        case LabelRole:
+            return int(m_labels.labelOf(item));
         case Qt::ToolTipRole:
-            return originalPath(*item);
+            return toolTip(*item, m_labels.labelOf(item));
         default:
             break;
     }
@@ -169,10 +179,24 @@ QVariant ContentListModel::nameData(const QVSmartWindowItem& item, int role) con
     if (role == Qt::DecorationRole) return m_icons.iconOf(item.name, item.isFolder);
     // For those who hear a row by its name; the cell draws no check box.
     if (role == Qt::CheckStateRole) return item.isMarked ? Qt::Checked : Qt::Unchecked;
-    if (role != Qt::AccessibleTextRole) return {};
-    if (!item.originalFolder) return displayName(item.name);
-    return StringTable::filled(m_services.texts.text("name_from_folder"_key),
-                               {displayName(item.name), originalFolder(item)});
+    return role == Qt::AccessibleTextRole ? spokenName(item) : QVariant();
+}
+
+QString ContentListModel::spokenName(const QVSmartWindowItem& item) const {
+    const StringTable& texts = m_services.texts;
+    QString name = displayName(item.name);
+    if (item.originalFolder)
+        name =
+            StringTable::filled(texts.text("name_from_folder"_key), {name, originalFolder(item)});
+    if (item.label <= 0) return name;
+    return StringTable::filled(texts.text("label_of_name"_key), {name, labelName(item.label)});
+}
+
+QString ContentListModel::toolTip(const QVSmartWindowItem& item, int label) const {
+    const QString path = originalPath(item);
+    if (label == 0) return path;
+    return StringTable::filled(m_services.texts.text("label_tool_tip"_key),
+                               {path, labelName(label)});
 }
 
 QVariant ContentListModel::sizeData(const QVSmartWindowItem& item, int role) const {

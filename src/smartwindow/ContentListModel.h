@@ -9,6 +9,7 @@
 
 #include "inventory/QVSmartWindowItem.h"
 #include "smartwindow/KindIcons.h"
+#include "smartwindow/LabelReader.h"
 #include "smartwindow/SmartWindowServices.h"
 
 namespace kestrin {
@@ -28,6 +29,7 @@ class ContentListModel : public QAbstractTableModel {
         SecondsRole = Qt::UserRole + 1,  ///< DateAdded: double, since 1 January 2001; 0 unknown
         OriginalFolderRole,  ///< QString fit to be read, empty when the folder is not known
         IsHiddenRole,        ///< bool: the row is shown dimmed
+        LabelRole,           ///< int: the number of the label; 0 for none, and until it was read
     };
 
     /// The services must outlive the model.
@@ -76,7 +78,9 @@ class ContentListModel : public QAbstractTableModel {
     void sortWasRequested(int column, Qt::SortOrder order);
 
  private:
+    QString toolTip(const QVSmartWindowItem& item, int label) const;
     QVariant nameData(const QVSmartWindowItem& item, int role) const;
+    QString spokenName(const QVSmartWindowItem& item) const;
     QVariant checkData(const QVSmartWindowItem& item, int role) const;
     QVariant sizeData(const QVSmartWindowItem& item, int role) const;
     QVariant dateData(const QVSmartWindowItem& item, int role) const;
@@ -84,6 +88,7 @@ class ContentListModel : public QAbstractTableModel {
 
     const SmartWindowServices& m_services;
     mutable KindIcons m_icons;
+    mutable LabelReader m_labels;
     SharedItemList m_rows = std::make_shared<ItemList>();
     bool m_marksAreLocked = false;
 };

@@ -6,6 +6,7 @@
 #include <QStyle>
 #include <algorithm>
 
+#include "fsutil/QVFinderLabels.h"
 #include "smartwindow/ContentListModel.h"
 
 namespace kestrin {
@@ -13,6 +14,8 @@ namespace {
 
 constexpr double kGhost = 0.5;  // opacity of a hidden entry's icon
 constexpr int kIconGap = 6;
+constexpr int kLabelSide = 11;  // points
+constexpr int kLabelGap = 6;
 constexpr int kFolderGap = 16;
 constexpr int kLeastFolder = 72;  // points: a narrower one says nothing
 // Where the folders of short names begin, as a share of the room for texts, so that they line up.
@@ -36,10 +39,32 @@ void QVImageAndTextCellView::paint(QPainter* painter, const QStyleOptionViewItem
     const QRect texts = QStyle::visualRect(option.direction, content,
                                            content.adjusted(iconSize.width() + kIconGap, 0, 0, 0));
     const QString name = text(option, index);
+    int width = option.fontMetrics.horizontalAdvance(name);
+    QRect place = texts;
+    if (const int label = index.data(ContentListModel::LabelRole).toInt(); label > 0) {
+        place = QStyle::visualRect(option.direction, texts,
+                                   texts.adjusted(0, 0, -kLabelGap - kLabelSide, 0));
+        painter->setOpacity(isHidden ? kGhost : 1);
+        width = paintLabel(*painter, option, texts, std::min(width, place.width()), label);
+        painter->setOpacity(1);
+    }
     painter->setFont(option.font);
     painter->setPen(textColor(option, isHidden));
-    drawLine(*painter, texts, name, Qt::ElideMiddle);
-    paintFolder(*painter, option, texts, option.fontMetrics.horizontalAdvance(name), index);
+    drawLine(*painter, place, name, Qt::ElideMiddle);
+    paintFolder(*painter, option, texts, width, index);
+}
+
+int QVImageAndTextCellView::paintLabel(QPainter& painter, const QStyleOptionViewItem& option,
+                                       const QRect& texts, int nameWidth, int label) const {
+    const double scale = painter.device()->devicePixelRatio();
+    QImage& badge = m_badges[{label, scale}];
+    if (badge.isNull())
+        badge = QVFinderLabels::sharedControl().imageLabelWithBackgroundWithKey(
+            label, QSizeF(kLabelSide, kLabelSide), scale);
+    const QRect place(texts.left() + nameWidth + kLabelGap,
+                      texts.top() + (texts.height() - kLabelSide) / 2, kLabelSide, kLabelSide);
+    painter.drawImage(QStyle::visualRect(option.direction, texts, place), badge);
+    return nameWidth + kLabelGap + kLabelSide;
 }
 
 void QVImageAndTextCellView::paintFolder(QPainter& painter, const QStyleOptionViewItem& option,
@@ -55,9 +80,10 @@ void QVImageAndTextCellView::paintFolder(QPainter& painter, const QStyleOptionVi
 QSize QVImageAndTextCellView::sizeHint(const QStyleOptionViewItem& option,
                                        const QModelIndex& index) const {
     const QString folder = index.data(ContentListModel::OriginalFolderRole).toString();
-    const int room = option.decorationSize.width() + kIconGap +
-                     (folder.isEmpty() ? 0 : kFolderGap) +
-                     option.fontMetrics.horizontalAdvance(folder);
+    const int room =
+        option.decorationSize.width() + kIconGap + (folder.isEmpty() ? 0 : kFolderGap) +
+        option.fontMetrics.horizontalAdvance(folder) +
+        (index.data(ContentListModel::LabelRole).toInt() > 0 ? kLabelGap + kLabelSide : 0);
     return ContentCell::sizeHint(option, index) + QSize(room, 0);
 }
 

@@ -2,7 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <QBuffer>
+#include <cstdlib>
 
+#include "base/StringTable.h"
+#include "fsutil/QVFinderLabels.h"
 #include "fsutil/support/FilesTest.h"
 #include "support/ScopedVariable.h"
 
@@ -57,6 +60,47 @@ TEST_F(ImagesTest, ThemeIconOfTheKindAndTheFoldersOwnBeforeItButNoPictureOfTheDi
                                  folderWithIcon("file", picture + ".png"), at("linked")}) {
         EXPECT_EQ(middleOfIcon(plain), QColor(Qt::green)) << plain.path();
     }
+}
+
+/// Whether two colours are the same but for rounding.
+bool isNear(const QColor& one, const QColor& other) {
+    const auto near = [](int a, int b) { return std::abs(a - b) <= 2; };
+    return near(one.red(), other.red()) && near(one.green(), other.green()) &&
+           near(one.blue(), other.blue()) && near(one.alpha(), other.alpha());
+}
+
+TEST(FinderLabels, ABadgeIsADiscInTheColourWithADarkerRimOnWhite) {
+    const QVFinderLabels labels(StringTable::sharedControl());
+    const QColor color(200, 10, 100);
+    const QImage disc = labels.createImageWithColor(color, QSizeF(11, 11), 2);
+    ASSERT_EQ(disc.size(), QSize(22, 22));
+    EXPECT_EQ(disc.devicePixelRatio(), 2);
+    EXPECT_EQ(disc.pixelColor(0, 0).alpha(), 0) << "clear around it";
+    EXPECT_EQ(disc.pixelColor(11, 11), color);
+    EXPECT_TRUE(isNear(disc.pixelColor(11, 0), QColor(174, 0, 74))) << "0.1 less, and none below 0";
+    EXPECT_TRUE(isNear(disc.pixelColor(2, 11), color)) << "half of 1.5 points lie inside";
+    EXPECT_EQ(labels.alternateColorWithColor(color), QColor(140, 7, 70));
+    EXPECT_TRUE(isNear(labels.alternateImageLabelWithKey(6, QSizeF(9, 9)).pixelColor(4, 4),
+                       labels.alternateColorWithColor(labels.labelColorWithKey(6))));
+
+    QImage small(2, 2, QImage::Format_ARGB32_Premultiplied);
+    small.fill(Qt::blue);
+    const QImage ground = labels.imageAndBackgroundWithImage(small, QSizeF(8, 6));
+    EXPECT_EQ(ground.pixelColor(3, 2), QColor(Qt::blue));
+    EXPECT_EQ(ground.pixelColor(4, 3), QColor(Qt::blue));
+    EXPECT_EQ(ground.pixelColor(5, 3), QColor(Qt::white)) << "in the middle of the ellipse";
+    EXPECT_EQ(ground.pixelColor(0, 0).alpha(), 0);
+    small = QImage(20, 20, QImage::Format_RGB32);
+    small.fill(Qt::blue);
+    EXPECT_EQ(labels.imageAndBackgroundWithImage(small, QSizeF(8, 8)).pixelColor(0, 0).alpha(), 0);
+
+    EXPECT_EQ(labels.imageLabelWithBackgroundWithKey(7, QSizeF(11, 11)).pixelColor(5, 5),
+              labels.labelColorWithKey(7));
+    for (const int none : {0, 8, -1, 40000})
+        EXPECT_TRUE(labels.imageLabelWithBackgroundWithKey(none, QSizeF(11, 11)).isNull()) << none;
+    EXPECT_TRUE(labels.imageLabelWithKey(1, QSizeF()).isNull());
+    EXPECT_TRUE(labels.labelNameWithKey(8).isEmpty() && !labels.labelColorWithKey(8).isValid());
+    EXPECT_EQ(labels.allLabelNames().size(), 8);
 }
 
 }  // namespace

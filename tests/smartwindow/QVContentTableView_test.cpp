@@ -2,11 +2,16 @@
 #include "smartwindow/QVContentTableView.h"
 
 #include <gmock/gmock.h>
+#include <sys/xattr.h>
 
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QTest>
+#include <algorithm>
+#include <condition_variable>
+#include <mutex>
 
+#include "fsutil/QVFinderLabels.h"
 #include "smartwindow/ContentListModel.h"
 #include "smartwindow/ContentRows.h"
 #include "smartwindow/QVDateCellView.h"
@@ -103,6 +108,72 @@ TEST_F(QVContentTableViewTest, TypedCharactersFindANameAndTheSpaceBarIsNone) {
     pause();
     EXPECT_TRUE(finds("zebra ", "zebra x")) << "far away";
     EXPECT_EQ(spaces, 1);
+}
+
+TEST_F(QVContentTableViewTest, LabelsAreReadForTheRowsInSightAndDrawnBehindTheName) {
+    trash("disk", "labelled");
+    ItemList items(5000);
+    std::ranges::generate(items, [] { return listedItem("plain"); });
+    items[0] = listedItem("labelled");
+    items[0]->trash = std::make_shared<FileUrl>(FileUrl::fromPath(scratch / "disk/.Trash-1/files"));
+    if (setxattr(items[0]->path().c_str(), "user.xdg.tags", "Red", 3, 0) != 0)
+        GTEST_SKIP() << "no attributes here";
+    const auto hasBadge = [this] {
+        const QRect cell = view.visualRect(model.index(0, ContentListModel::Name));
+        const QImage row = view.viewport()->grab(cell).toImage();
+        const QColor red = QVFinderLabels::sharedControl().labelColorWithKey(6);
+        int count = 0;
+        for (int x = 0; x < row.width(); ++x)
+            count += row.pixelColor(x, row.height() / 2) == red;
+        return count > 5;
+    };
+    for (const auto direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+        view.setLayoutDirection(direction);
+        show(items);
+        EXPECT_TRUE(waitFor(hasBadge, 2000)) << direction;
+    }
+    items[0]->isHidden = true;
+    view.viewport()->update();
+    EXPECT_FALSE(hasBadge()) << "dimmed with its row";
+    EXPECT_EQ(items.back()->label, QVSmartWindowItem::kUnknownLabel) << "nobody has seen it";
+    const QModelIndex name = model.index(0, ContentListModel::Name);
+    EXPECT_EQ(name.data(Qt::AccessibleTextRole), QStringLiteral("labelled, label Red"));
+    EXPECT_TRUE(name.data(Qt::ToolTipRole).toString().endsWith(QStringLiteral("\nLabel: Red")));
+}
+
+TEST_F(QVContentTableViewTest, AVolumeThatHangsKeepsNoLabelOfAnotherBack) {
+    // It outlives the test where that fails: the threads that read are abandoned.
+    struct Disk {
+        std::mutex mutex;
+        std::condition_variable answers;
+        bool hangs = true;
+        int reads = 0;
+    };
+    const auto disk = std::make_shared<Disk>();
+    int changes = 0;
+    LabelReader reader([&] { ++changes; },
+                       [disk](const FileUrl& url) {
+                           std::unique_lock lock(disk->mutex);
+                           ++disk->reads;
+                           const bool isHanging = url.path().starts_with("/trash");
+                           disk->answers.wait(lock, [&] { return !isHanging || !disk->hangs; });
+                           return std::int8_t{3};
+                       });
+    const auto hanging = listedItem("a");
+    const auto other = listedItem("b");
+    other->trash = std::make_shared<FileUrl>(FileUrl::fromPath("/other"));
+    EXPECT_EQ(reader.labelOf(hanging), 0);
+    EXPECT_TRUE(waitFor([&] { return std::lock_guard(disk->mutex), disk->reads == 1; }, 2000));
+    for (int row = 0; row < 2000; ++row)
+        reader.labelOf(listedItem("scrolled past"));
+    EXPECT_EQ(reader.labelOf(other), 0);
+    EXPECT_TRUE(waitFor([&] { return other->label == 3; }, 2000));
+    {
+        const std::lock_guard lock(disk->mutex);
+        disk->hangs = false;
+        disk->answers.notify_all();
+    }
+    EXPECT_TRUE(waitFor([&] { return reader.labelOf(hanging) == 3 && changes == 2; }, 2000));
 }
 
 TEST_F(QVContentTableViewTest, ColumnsKeepTheirLimitsAndTheNameTakesTheRoomThatIsLeft) {

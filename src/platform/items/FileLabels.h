@@ -32,10 +32,6 @@ inline constexpr std::array<FileLabel, 8> kFileLabels{{{"none", 0x000000},
 /// Source: the freedesktop.org common extended attributes ("user.xdg.tags"), whose first tag with
 /// the name of a label counts; without one, the Finder information that file servers keep.
 std::int8_t fileLabelOf(const FileUrl& item);
-/// The label of the entry `name` in the open folder `folder`, for which a descriptor made with
-/// O_PATH will do. `hasAttributes` turns false where the file system keeps no extended attributes:
-/// then the other entries of the folder need not be asked.
-std::int8_t fileLabelAt(int folder, const char* name, bool& hasAttributes);
 
 /// The label that a list of tags, joined by commas, gives: that of the first tag which names one,
 /// whatever its case. None when no tag does.

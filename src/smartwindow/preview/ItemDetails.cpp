@@ -64,14 +64,14 @@ ItemDetails knownDetails(const QVSmartWindowItem& item) {
         details.size =
             QVNumberUtilities::sharedControl().sizeToFormatString(item.size, kSizeScale, true);
     if (item.originalFolder) details.originalFolder = displayName(*item.originalFolder);
-    setLabel(details, item.label);
+    setLabel(details, std::max<std::int8_t>(item.label, 0));
     details.path = pathRows(item.url(), [](const FileUrl& location) {
         return ServiceDictionary{
             .name_col = QString::fromStdString(std::string(location.lastPathComponent())),
             .url = location,
             .isInvisible = location.lastPathComponent().starts_with('.')};
     });
-    if (!details.path.empty()) details.path.back().finder_tag = item.label;
+    if (!details.path.empty()) details.path.back().finder_tag = details.labelNumber;
     return details;
 }
 

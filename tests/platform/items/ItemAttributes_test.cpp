@@ -4,10 +4,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
 
+#include "platform/items/FileLabels.h"
 #include "platform/items/ItemIdentity.h"
 #include "platform/items/LockAttributes.h"
 #include "platform/items/UniqueFd.h"
@@ -38,6 +40,38 @@ TEST(ItemAttributes, DescribesTheItemAndNotWhatALinkPointsAt) {
     EXPECT_EQ(link->size, 4u);
     EXPECT_EQ(itemAttributes(url(scratch.path()))->size, 0u);
     EXPECT_EQ(itemAttributes(url(scratch / "none")).error().code, ENOENT);
+}
+
+TEST(ItemAttributes, TheFirstTagThatNamesALabelCountsAndElseTheFinderInformation) {
+    const auto tags = [](std::string_view text) {
+        return int(fileLabelFromTags(text).value_or(-1));
+    };
+    EXPECT_EQ(tags("work, Blue ,red"), 4);
+    EXPECT_EQ(tags("GRAY"), tags("grey"));
+    EXPECT_EQ(tags("None,orange"), 0) << "it says that there is none";
+    for (const std::string_view none : {"", ",,", "reddish", "bl ue", "rot", "Purple\xff"})
+        EXPECT_EQ(tags(none), -1) << none;
+
+    std::string finder(32, '\0');
+    finder[8] = '\x0e';  // flags of other things, around the three bits
+    finder[9] = '\xf1' | (7 << 1);
+    EXPECT_EQ(fileLabelFromFinderInformation(finder), 7);
+    EXPECT_EQ(fileLabelFromFinderInformation(finder.substr(1)), 0);
+    EXPECT_EQ(fileLabelFromFinderInformation(std::string(60000, '\xff')), 0);
+
+    const ScratchFolder scratch;
+    const auto labelWith = [&](const char* name, std::string_view value) {
+        writeFile(scratch / "file");
+        setxattr((scratch / "file").c_str(), name, value.data(), value.size(), 0);
+        return int(fileLabelOf(url(scratch / "file")));
+    };
+    if (labelWith("user.com.apple.FinderInfo", finder) == 0 && errno == ENOTSUP)
+        GTEST_SKIP() << "no attributes here";
+    EXPECT_EQ(labelWith("user.xdg.tags", "holiday"), 7) << "no tag is one of a label";
+    EXPECT_EQ(labelWith("user.xdg.tags", std::string(3000, ',') + "yellow"), 5);
+    ASSERT_EQ(symlink("file", (scratch / "link").c_str()), 0);
+    EXPECT_EQ(fileLabelOf(url(scratch / "link")), 0);
+    EXPECT_EQ(fileLabelOf(url(scratch / "absent")), 0);
 }
 
 TEST(ItemAttributes, OnlyWhatIsAbsentIsGone) {
