@@ -41,7 +41,6 @@ constexpr int kAllowed[] = {
     SCMP_SYS(madvise),
     // threads of its own, which Qt wakes by descriptors
     SCMP_SYS(eventfd2),
-    SCMP_SYS(pipe2),
     SCMP_SYS(futex),
     SCMP_SYS(futex_time64),
     SCMP_SYS(set_robust_list),
