@@ -32,8 +32,9 @@
 namespace kestrin {
 namespace {
 
-// It is minimised with its window, not alone.
-constexpr Qt::WindowFlags kFrame = Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+// Window managers are told of a dialog alone that it belongs to another window. It is minimised
+// with that, not alone.
+constexpr Qt::WindowFlags kFrame = Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                                    Qt::WindowSystemMenuHint | Qt::WindowMaximizeButtonHint |
                                    Qt::WindowCloseButtonHint;
 constexpr QSize kFirstSize(640, 480);
@@ -163,7 +164,9 @@ void PreviewPanel::changeEvent(QEvent* event) {
     const bool isOfTexts =
         event->type() == QEvent::PaletteChange || event->type() == QEvent::LayoutDirectionChange;
     if (isOfTexts && m_fullScreen) colourTools();
-    if (event->type() == QEvent::WindowStateChange) m_fullScreen->setChecked(isFullScreen());
+    if (event->type() != QEvent::WindowStateChange) return;
+    m_fullScreen->setChecked(isFullScreen());
+    growToContent();
 }
 
 void PreviewPanel::command(const Command& command) {
@@ -438,10 +441,14 @@ void PreviewPanel::closeEvent(QCloseEvent* event) {
     event->accept();
 }
 
-/// Where the panel comes from and goes to; an empty place where nothing is to be seen of that.
+/// Where the panel comes from and goes to: a place of its own shape where its row begins. It is
+/// empty where nothing is to be seen of that.
 QRect PreviewPanel::origin() const {
     if (!m_item || duration() == 0 || !desktopLetsWindowsBePlaced()) return {};
-    return m_source.sourceFrameOnScreenForPreviewItem(*m_item);
+    const QRect row = m_source.sourceFrameOnScreenForPreviewItem(*m_item);
+    if (row.isEmpty()) return {};
+    return QStyle::alignedRect(layoutDirection(), Qt::AlignLeading | Qt::AlignVCenter,
+                               size().scaled(row.size(), Qt::KeepAspectRatio), row);
 }
 
 /// How long coming and going takes; 0 where the desktop is told to animate nothing.

@@ -2,6 +2,7 @@
 #include "smartwindow/preview/PreviewZoom.h"
 
 #include <QPainter>
+#include <QStyle>
 #include <utility>
 
 namespace kestrin {
@@ -23,6 +24,7 @@ QRect between(const QRect& from, const QRect& to, double share) {
 PreviewZoom::PreviewZoom(Stand from, Stand to, int milliseconds)
     : QWidget(nullptr, kFlags), m_from(std::move(from)), m_to(std::move(to)) {
     setAttribute(Qt::WA_ShowWithoutActivating);
+    setBackgroundRole(QPalette::Base);
     m_way.setStartValue(0.0);
     m_way.setEndValue(1.0);
     m_way.setDuration(milliseconds);

@@ -91,6 +91,7 @@ TEST_F(PreviewPanelTest, comesAndGoesUnderTheControlOfItsWindow) {
     open();
     EXPECT_EQ(panel.windowTitle(), QStringLiteral("one"));
     EXPECT_EQ(panel.windowHandle()->transientParent(), window.windowHandle());
+    EXPECT_EQ(panel.windowType(), Qt::Dialog) << "of others no window manager hears that";
     tool(QStringLiteral("Show in File Manager"))->trigger();
     press(Qt::Key_Space);
     EXPECT_FALSE(panel.isVisible());
