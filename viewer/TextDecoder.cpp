@@ -22,8 +22,6 @@ namespace {
 
 constexpr std::size_t kMostBytes = 1 << 20;
 constexpr std::size_t kBytesToDetect = 64 << 10;
-/// Characters of a line. Laying out a longer one would hold whoever shows it.
-constexpr int kLongestLine = 10'000;
 /// Of so many characters one may be no text.
 constexpr int32_t kCharactersForABadOne = 50;
 
@@ -141,27 +139,18 @@ bool isLineEnd(UChar32 c) {
 }
 
 /// The text as it is shown, in UTF-8 and with line feeds as its only line ends.
-/// `isCut` becomes true when a line was too long.
-std::string shownText(const icu::UnicodeString& text, bool& isCut) {
+std::string shownText(const icu::UnicodeString& text) {
     std::string shown;
     shown.reserve(static_cast<std::size_t>(text.length()) + text.length() / 8);
-    int column = 0;
     for (int32_t at = 0; at < text.length(); at = text.moveIndex32(at, 1)) {
         const UChar32 c = text.char32At(at);
         if (isLineEnd(c)) {
             if (c == '\n' && at > 0 && text[at - 1] == '\r') continue;
             shown.push_back('\n');
-            column = 0;
-        } else if (column < kLongestLine) {
-            ++column;
-            if (c == '\t') {
-                shown.push_back('\t');
-            } else {
-                appendVisible(shown, static_cast<char32_t>(c));
-            }
-        } else if (column++ == kLongestLine) {
-            shown += "…";
-            isCut = true;
+        } else if (c == '\t') {
+            shown.push_back('\t');
+        } else {
+            appendVisible(shown, static_cast<char32_t>(c));
         }
     }
     return shown;
@@ -188,7 +177,7 @@ std::optional<Preview> decodeText(InputFile& file, const DecodeRequest& request)
     preview.kind = PreviewKind::Text;
     preview.facts.encoding = encoding->name;
     preview.facts.isPartial = isPartial;
-    preview.text = shownText(text, preview.facts.isPartial);
+    preview.text = shownText(text);
     return preview;
 }
 

@@ -56,11 +56,10 @@ TEST(TextDecoder, showsWhatWouldLieAboutTheText) {
         {"null\0"s + filler, "null␀" + filler},
         {"exe.\xE2\x80\xAEgpj", "exe.‹U+202E›gpj"},
         {"\xD8\x9C\xE2\x81\xA6\xEF\xBB\xBF", "‹U+061C›‹U+2066›‹U+FEFF›"},
-        {std::string(10'001, 'a') + "\nb", std::string(10'000, 'a') + "…\nb"},
     };
     for (const auto& [bytes, text] : kTexts)
         EXPECT_EQ(decodedBytes(bytes).text, text);
-    EXPECT_TRUE(decodedBytes(std::string(10'001, 'a')).facts.isPartial);
+    EXPECT_FALSE(decodedBytes(std::string(100'000, 'a')).facts.isPartial);
 }
 
 TEST(TextDecoder, showsTheFirstMegabyteInWholeCharacters) {
