@@ -3,6 +3,7 @@
 
 #include <QApplication>
 #include <QFileDialog>
+#include <QGraphicsEffect>
 #include <QImage>
 #include <QPropertyAnimation>
 #include <QTest>
@@ -13,6 +14,7 @@
 #include "widgets/AnimatedProgressBar.h"
 #include "widgets/BusySpinner.h"
 #include "widgets/ElidedLabel.h"
+#include "widgets/Fade.h"
 #include "widgets/FolderPanel.h"
 
 namespace kestrin {
@@ -58,6 +60,23 @@ TEST(BusySpinner, TurnsOnlyWhileItIsStartedAndCanBeSeen) {
     EXPECT_TRUE(spinner.isTurning());
     spinner.stopAnimation();
     EXPECT_FALSE(spinner.isTurning());
+}
+
+TEST(Fade, EndsWithAWidgetThatIsThereOrIsNot) {
+    QWidget ground;
+    QWidget widget(&ground);
+    EXPECT_EQ(alphaOf(widget), 1);
+    animateAlpha(widget, 0);
+    EXPECT_TRUE(widget.isHidden()) << "nobody could see it fade";
+    ground.show();
+    animateAlpha(widget, 1);
+    EXPECT_EQ(alphaOf(widget), 1) << "where it goes counts";
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !widget.graphicsEffect()->isEnabled(); }));
+    EXPECT_TRUE(widget.isVisible());
+    animateAlpha(widget, 0);
+    EXPECT_TRUE(widget.isVisible()) << "it is fading";
+    setAlpha(widget, 0);
+    EXPECT_TRUE(widget.isHidden());
 }
 
 TEST(ElidedLabel, CutsWhereThereIsNoRoomAndShowsTheWholeAgain) {
