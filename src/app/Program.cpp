@@ -5,10 +5,13 @@
 #include <QDesktopServices>
 #include <QUrl>
 #include <chrono>
+#include <cstdlib>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "app/CrashReports.h"
 #include "app/DesktopActions.h"
@@ -35,6 +38,7 @@
 #include "format/QVNumberUtilities.h"
 #include "format/SettingsProblemText.h"
 #include "inventory/QVKestrinFileUtilities.h"
+#include "inventory/QVSmartWindowItem.h"
 #include "platform/desktop/LoginItem.h"
 #include "platform/desktop/Places.h"
 #include "platform/desktop/ui/DesktopNotification.h"
@@ -49,6 +53,8 @@
 #include "platform/processes/BackgroundPriority.h"
 #include "platform/trash/TrashWatcher.h"
 #include "smartwindow/QVWindowCntrl.h"
+#include "smartwindow/SmartWindowNotifications.h"
+#include "smartwindow/preview/PreviewLoader.h"
 #include "widgets/FolderPanel.h"
 
 namespace kestrin {
@@ -92,16 +98,25 @@ TrashCount::Counter inBackground(TrashContents (*counter)(const std::vector<File
 /// The browsing window behind the controller's view of it.
 class SmartWindowDisplay final : public SmartWindow {
  public:
-    explicit SmartWindowDisplay(const SmartWindowServices& services)
-        : m_window(*new QVWindowCntrl(services)) {
-        m_window.showWindow();
+    SmartWindowDisplay(const SmartWindowServices& services, PreviewLoader& previews)
+        : m_previews(previews),
+          m_closing(services.center.observe(
+              SmartWindowNotification::kSmartWindowDidClose,
+              [this](const Notification&) { m_previews.setWindowIsOpen(false); })),
+          m_window(*new QVWindowCntrl(services)) {
+        showWindow();
     }
     ~SmartWindowDisplay() override { m_window.letGo(); }
-    void showWindow() override { m_window.showWindow(); }
+    void showWindow() override {
+        m_previews.setWindowIsOpen(true);
+        m_window.showWindow();
+    }
     bool isOpen() const override { return m_window.isOpen(); }
     void trashContentsDidChange() override { m_window.trashContentsDidChange(); }
 
  private:
+    PreviewLoader& m_previews;
+    const Observation m_closing;
     QVWindowCntrl& m_window;  ///< owns itself
 };
 
@@ -120,6 +135,7 @@ class Program {
     PreferencesServices preferencesServices();
     void addSmallWindows(AppServices& services);
     QIcon diskIconOf(const TrashLocation& location);
+    PreviewLoader& previews();
     SecureAccessServices secureAccess();
     std::unique_ptr<AlertPanel> makeAlertPanel();
     std::unique_ptr<ProgressView> makeProgressView(std::function<void()> stop);
@@ -141,6 +157,7 @@ class Program {
     HotKeyCenter m_hotKeys;
     std::unique_ptr<MountWatcher> m_mounts;
     TrashWatcher m_trashWatcher;
+    std::unique_ptr<PreviewLoader> m_previews;  ///< nullptr until the window is opened first
     const SmartWindowServices m_windowServices{smartWindowServices()};
     const WindowServices m_smallWindows{smallWindowServices()};
     bool m_hasStatusArea = false;
@@ -259,35 +276,36 @@ WindowServices Program::smallWindowServices() {
 }
 
 AppServices Program::ownServices() {
-    return {.center = NotificationCenter::defaultCenter(),
-            .texts = m_texts,
-            .numbers = QVNumberUtilities::sharedControl(),
-            .presenter = m_presenter,
-            .defaults = m_defaults,
-            .trashes = m_trashes,
-            .rows = {.center = NotificationCenter::defaultCenter(),
-                     .texts = m_texts,
-                     .numbers = QVNumberUtilities::sharedControl(),
-                     .count = inBackground(countEntries),
-                     .icon = [this](const auto& location) { return diskIconOf(location); }},
-            .makeEngine = [this] { return QVDeleteItems::create(eraseServices()); },
-            .makeStatusItem = [this](QMenu& menu) -> std::unique_ptr<StatusDisplay> {
-                if (!m_hasStatusArea) return nullptr;
-                return std::make_unique<StatusItemDisplay>(menu);
-            },
-            .watchMounts = [this](auto changed) { watchMounts(std::move(changed)); },
-            .watchTrashes = [this](const auto& trashes) { watchTrashes(trashes); },
-            .makeSmartWindow =
-                [this] { return std::make_unique<SmartWindowDisplay>(m_windowServices); },
-            .openUrl = [](const QString& url) { QDesktopServices::openUrl(QUrl(url)); },
-            .pressStop = pressStop,
-            .bringForward = bringForward,
-            .tellUser = [this](const QString& text) { tellUser(text); },
-            // This is not quit(), which a window that stops its work first may refuse.
-            .terminate = [] { QCoreApplication::exit(); },
-            .beep = [] { QApplication::beep(); },
-            .totals = &m_totals,
-            .hotKeys = &m_hotKeys};
+    return {
+        .center = NotificationCenter::defaultCenter(),
+        .texts = m_texts,
+        .numbers = QVNumberUtilities::sharedControl(),
+        .presenter = m_presenter,
+        .defaults = m_defaults,
+        .trashes = m_trashes,
+        .rows = {.center = NotificationCenter::defaultCenter(),
+                 .texts = m_texts,
+                 .numbers = QVNumberUtilities::sharedControl(),
+                 .count = inBackground(countEntries),
+                 .icon = [this](const auto& location) { return diskIconOf(location); }},
+        .makeEngine = [this] { return QVDeleteItems::create(eraseServices()); },
+        .makeStatusItem = [this](QMenu& menu) -> std::unique_ptr<StatusDisplay> {
+            if (!m_hasStatusArea) return nullptr;
+            return std::make_unique<StatusItemDisplay>(menu);
+        },
+        .watchMounts = [this](auto changed) { watchMounts(std::move(changed)); },
+        .watchTrashes = [this](const auto& trashes) { watchTrashes(trashes); },
+        .makeSmartWindow =
+            [this] { return std::make_unique<SmartWindowDisplay>(m_windowServices, previews()); },
+        .openUrl = [](const QString& url) { QDesktopServices::openUrl(QUrl(url)); },
+        .pressStop = pressStop,
+        .bringForward = bringForward,
+        .tellUser = [this](const QString& text) { tellUser(text); },
+        // This is not quit(), which a window that stops its work first may refuse.
+        .terminate = [] { QCoreApplication::exit(); },
+        .beep = [] { QApplication::beep(); },
+        .totals = &m_totals,
+        .hotKeys = &m_hotKeys};
 }
 
 EraseServices Program::eraseServices() {
@@ -310,23 +328,49 @@ EraseServices Program::eraseServices() {
 
 SmartWindowServices Program::smartWindowServices() {
     auto& files = QVFilesUtilities::sharedControl();
-    return {.center = NotificationCenter::defaultCenter(),
-            .texts = m_texts,
-            .numbers = QVNumberUtilities::sharedControl(),
-            .dates = QVDateUtilities::sharedControl(),
-            .presenter = m_presenter,
-            .defaults = m_defaults,
-            .trashes = m_trashes,
-            .files = files,
-            .makeEngine = [this] { return QVDeleteItems::create(eraseServices()); },
-            .volumeIcon = [this](const auto& location) { return diskIconOf(location); },
-            .beep = [] { QApplication::beep(); },
-            .reveal = [](const auto& urls) { revealInFileManager(urls); },
-            .open =
-                [&files](std::vector<std::string> paths, LaunchAnswer done) {
-                    files.launchItems(std::move(paths), std::move(done));
-                },
-            .tellUser = [this](const QString& text) { tellUser(text); }};
+    return {
+        .center = NotificationCenter::defaultCenter(),
+        .texts = m_texts,
+        .numbers = QVNumberUtilities::sharedControl(),
+        .dates = QVDateUtilities::sharedControl(),
+        .presenter = m_presenter,
+        .defaults = m_defaults,
+        .trashes = m_trashes,
+        .files = files,
+        .makeEngine = [this] { return QVDeleteItems::create(eraseServices()); },
+        .volumeIcon = [this](const auto& location) { return diskIconOf(location); },
+        .beep = [] { QApplication::beep(); },
+        .reveal = [](const auto& urls) { revealInFileManager(urls); },
+        .open = [&files](
+                    std::vector<std::string> paths,
+                    LaunchAnswer done) { files.launchItems(std::move(paths), std::move(done)); },
+        .tellUser = [this](const QString& text) { tellUser(text); },
+        .requestPreview =
+            [this](PreviewRequest request, PreviewAnswer answer) {
+                return previews().request(std::move(request), std::move(answer));
+            },
+        .knownPreview = [this](const PreviewRequest& request) { return previews().known(request); },
+        .thumbnail =
+            [this](const QVSmartWindowItem& item, int value) {
+                // The loader is there: the window has asked for the thumbnail.
+                return item.thumbnailWithValue(value,
+                                               [this](const QVSmartWindowItem& of, int side) {
+                                                   return m_previews->thumbnail(of, side);
+                                               });
+            }};
+}
+
+/// Its thread and its decoders begin with the first window.
+PreviewLoader& Program::previews() {
+    if (!m_previews) {
+        std::vector<std::string> environment;
+        // The decoder needs the libraries of this program, and nothing else that its user set.
+        if (const char* libraries = std::getenv("LD_LIBRARY_PATH"))
+            environment.push_back(std::string("LD_LIBRARY_PATH=") + libraries);
+        m_previews = std::make_unique<PreviewLoader>(
+            DecoderProgram{ownPreviewDecoder(), std::move(environment)});
+    }
+    return *m_previews;
 }
 
 QIcon Program::diskIconOf(const TrashLocation& location) {

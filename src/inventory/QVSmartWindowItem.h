@@ -7,6 +7,7 @@
 #include <QString>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -20,6 +21,11 @@ class QImage;
 class QSize;
 
 namespace kestrin {
+
+class QVSmartWindowItem;
+/// Gives a picture of an item that fills a square of `side` pixels, a null one where there is none.
+/// Called on workers; it may wait.
+using ThumbnailDecoder = std::function<QImage(const QVSmartWindowItem& item, int side)>;
 
 /// What a list column shows and sorts by. Values of one column compare with "<". The order of the
 /// types matters: it puts the integer that stands for an unknown date behind every date.
@@ -108,10 +114,9 @@ class QVSmartWindowItem {
     QImage fileIconWithSize(QSize size) const;
     /// A square icon of `value` by `value`, 512 at most.
     QImage iconImageWithValue(int value) const;
-    /// The picture that the desktop's thumbnail cache keeps of this very entry, scaled down to fit
-    /// into `value` by `value`. Without one, iconImageWithValue. Opens nothing in the trash.
-    /// Source: FreeDesktop.org Thumbnail Managing Standard 0.9.
-    QImage thumbnailWithValue(int value) const;
+    /// What `decode` makes of the item, scaled down to fit into `value` by `value`. Without that,
+    /// iconImageWithValue. Decodes nothing itself, since anybody may have made the file.
+    QImage thumbnailWithValue(int value, const ThumbnailDecoder& decode) const;
 };
 
 using ItemList = std::vector<std::shared_ptr<QVSmartWindowItem>>;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QIcon>
+#include <QImage>
 #include <QString>
 #include <functional>
 #include <memory>
@@ -11,6 +12,7 @@
 
 #include "base/FileUrl.h"
 #include "fsutil/QVFilesUtilities.h"
+#include "smartwindow/preview/PreviewRequest.h"
 
 namespace kestrin {
 
@@ -45,6 +47,12 @@ struct SmartWindowServices {
     std::function<void(std::vector<std::string>, LaunchAnswer)> open;
     /// Tells the user one message that needs no answer.
     std::function<void(const QString&)> tellUser;
+    /// Asks what an entry looks like; see PreviewLoader::request.
+    std::function<PreviewTicket(PreviewRequest, PreviewAnswer)> requestPreview;
+    /// What is remembered of such an answer; see PreviewLoader::known.
+    std::function<std::shared_ptr<const Preview>(const PreviewRequest&)> knownPreview;
+    /// Makes the thumbnail of an entry, on workers; see QVSmartWindowItem::thumbnailWithValue.
+    std::function<QImage(const QVSmartWindowItem&, int value)> thumbnail;
 };
 
 }  // namespace kestrin

@@ -33,8 +33,8 @@ ALLOWED = {
     "smartwindow": ["smartwindow/preview", *UP_TO_ERASE, "viewer", "erase/ui", "widgets", "platform/desktop/ui"],
     "app/preferences": [*UP_TO_ERASE, "helper", "erase/ui", "widgets", "platform/desktop/ui"],
     "app/windows": ["base", *PLATFORM, "format", "platform/desktop/ui", "widgets"],
-    "app": [*UP_TO_ERASE, "erase/ui", "widgets", "platform/desktop/ui", "cli", "smartwindow", "app/preferences",
-            "app/windows"],
+    "app": [*UP_TO_ERASE, "erase/ui", "widgets", "platform/desktop/ui", "cli", "smartwindow", "smartwindow/preview",
+            "app/preferences", "app/windows"],
     "helper": ["base", *PLATFORM],
     "viewer": ["base", *PLATFORM],
 }

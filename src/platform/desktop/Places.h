@@ -25,6 +25,8 @@ FileUrl location(Place place);
 /// the helper is installed. It stands beside the program's own library, or in the build folder.
 /// None when it is in neither.
 FileUrl ownHelperTool();
+/// The program of the preview decoder, likewise.
+FileUrl ownPreviewDecoder();
 
 /// The file of the running program, or the place where it was when an update has replaced it. Empty
 /// when the system does not tell it.

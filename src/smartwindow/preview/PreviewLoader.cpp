@@ -76,6 +76,8 @@ class KnownPreviews {
         m_previews.erase(m_previews.begin(), excess.base());
     }
 
+    void forget() { m_previews.clear(); }
+
     std::shared_ptr<const Preview> find(const WantedPreview& wanted) const {
         const auto known = std::ranges::find_if(
             m_previews, [&](const Known& candidate) { return candidate.isOf(wanted); });
@@ -104,6 +106,7 @@ PreviewLoader::~PreviewLoader() = default;
 
 void PreviewLoader::setWindowIsOpen(bool isOpen) {
     m_work.setActive(isOpen);
+    if (!isOpen) m_known->forget();
 }
 
 PreviewTicket PreviewLoader::request(PreviewRequest request, PreviewAnswer answer) {

@@ -127,7 +127,10 @@ struct WindowWorld {
                     opened = std::move(paths);
                     done(launchResults);
                 },
-                [this](const QString& text) { told.append(text); }};
+                [this](const QString& text) { told.append(text); },
+                [](const PreviewRequest&, const PreviewAnswer&) { return PreviewTicket(); },
+                [](const PreviewRequest&) { return std::shared_ptr<const Preview>(); },
+                [](const QVSmartWindowItem&, int) { return QImage(); }};
     }
 
     const ScratchFolder scratch;

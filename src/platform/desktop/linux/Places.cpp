@@ -22,6 +22,17 @@ FileUrl folderOrBelowHome(const char* variable, std::string_view belowHome) {
     return FileUrl::fromPath(homeFolder()).appending(belowHome);
 }
 
+/// A program beside this one: installed with its libraries, or in its own folder of the build.
+FileUrl ownTool(std::string_view buildFolder, std::string_view name) {
+    const FileUrl folder = ownProgram().parent();
+    for (const FileUrl& place :
+         {folder.appending("../lib/kestrin"), folder.appending("../..").appending(buildFolder)}) {
+        FileUrl tool = place.appending(name);
+        if (::access(tool.path().c_str(), F_OK) == 0) return tool;
+    }
+    return {};
+}
+
 }  // namespace
 
 std::string dataHomeFolder() {
@@ -58,13 +69,11 @@ FileUrl ownProgram() {
 }
 
 FileUrl ownHelperTool() {
-    const FileUrl folder = ownProgram().parent();
-    const std::string name(location(Place::HelperTool).lastPathComponent());
-    for (const char* relative : {"../lib/kestrin/", "../../helper/"}) {
-        const FileUrl tool = folder.appending(relative + name);
-        if (::access(tool.path().c_str(), F_OK) == 0) return tool;
-    }
-    return {};
+    return ownTool("helper", location(Place::HelperTool).lastPathComponent());
+}
+
+FileUrl ownPreviewDecoder() {
+    return ownTool("viewer", "com.quorvane.Kestrin3Viewer");
 }
 
 FullDiskAccess fullDiskAccess() {
