@@ -15,6 +15,7 @@
 
 #include "viewer/Decoders.h"
 #include "viewer/LoadEverything.h"
+#include "viewer/MediaDecoder.h"
 #include "viewer/Sandbox.h"
 
 namespace {
@@ -27,7 +28,7 @@ constexpr int kSocket = STDIN_FILENO;
 bool prepareProcess() {
     if (::clearenv() != 0) return false;
     ::setenv("LC_ALL", "C.UTF-8", 1);
-    ::setenv("HOME", "/nonexistent", 1);  // fonts and settings of the system alone
+    ::setenv("HOME", "/nonexistent", 1);             // fonts and settings of the system alone
     ::setenv("XDG_RUNTIME_DIR", "/nonexistent", 1);  // nothing is made there
     ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
     ::setenv("QT_NO_GLIB", "1", 1);
@@ -49,6 +50,11 @@ void limitThreads() {
 
 Preview decodeWithinMemory(InputFile& file, const DecodeRequest& request) {
     try {
+#ifdef KESTRIN_DECODES_MEDIA
+        if (request.purpose != DecodePurpose::CachedThumbnail) {
+            if (auto preview = decodeMedia(file, request)) return *std::move(preview);
+        }
+#endif
         return decode(file, request);
     } catch (const std::exception&) {  // std::bad_alloc for the most part
         return {.fault = PreviewFault::TooLarge};
