@@ -9,6 +9,7 @@
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -29,9 +30,9 @@ namespace {
 
 /// What an attempt finds.
 struct Surroundings {
-    std::string home;   ///< with "secret", "fonts/font" and a socket "service"
+    std::string home;    ///< with "secret", "fonts/font" and a socket "service"
     int inherited = 20;  ///< the secret, opened before
-    int handed = -1;    ///< the file to decode
+    int handed = -1;     ///< the file to decode
     std::string operator/(const char* name) const { return home + "/" + name; }
 };
 
@@ -166,14 +167,15 @@ class Sandbox : public testing::Test {
     }
     /// What happens in a process of its own, within `plan` when there is one: what `tryIt` returns,
     /// 1000 and the signal that ended the process, or 253 to 255 where it could not be tried.
-    int resultOf(const std::function<int(S)>& tryIt, const SandboxPlan* plan);
+    int resultOf(const std::function<int(S)>& tryIt, const SandboxPlan* plan,
+                 uid_t user = test::kTestUser);
 
     const KernelSupport m_kernel = askKernel();
     const test::ScratchFolder m_scratch;
     int m_number = 0;
 };
 
-int Sandbox::resultOf(const std::function<int(S)>& tryIt, const SandboxPlan* plan) {
+int Sandbox::resultOf(const std::function<int(S)>& tryIt, const SandboxPlan* plan, uid_t user) {
     const Surroundings home{.home = m_scratch / std::to_string(++m_number).c_str()};
     test::writeFile(home / "secret");
     test::writeFile(home / "fonts/font");
@@ -193,9 +195,7 @@ int Sandbox::resultOf(const std::function<int(S)>& tryIt, const SandboxPlan* pla
         Surroundings surroundings = home;
         const rlimit limit{1, RLIM_INFINITY};  // the program sets it, from outside
         if (::setrlimit(RLIMIT_CPU, &limit) != 0) ::_exit(255);
-        if (::setresuid(test::kTestUser, test::kTestUser, test::kTestUser) != 0 &&
-            test::canBeRoot())
-            ::_exit(255);
+        if (::setresuid(user, user, user) != 0 && test::canBeRoot()) ::_exit(255);
         ::dup2(handed.get(), surroundings.inherited);
         const std::vector<std::string> readable{home / "fonts", home / "absent"};
         if (plan && !enterSandbox(decoder.get(), readable, *plan)) ::_exit(254);
@@ -227,6 +227,19 @@ TEST_F(Sandbox, holdsAsFarAsTheKernelGoes) {
         if (attempt.refusedBy == RefusedBy::Calls) continue;
         result = resultOf(attempt.tryIt, &withoutFilter);
         EXPECT_TRUE(isRefusal(result)) << attempt.name << " without call filter: " << result;
+    }
+}
+
+TEST_F(Sandbox, takesRootsPowersAndTheWayBackToThem) {
+    KESTRIN_REQUIRE_ROOT();
+    const auto changeRoot = [](S) { return outcome(::chroot("/")); };
+    const auto mayGainRights = [](S) {
+        return ::prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 0 ? 0 : EPERM;
+    };
+    const SandboxPlan plan = planSandbox({m_kernel.landlockVersion, false}, false);
+    for (int (*tryIt)(S) : {+changeRoot, +mayGainRights}) {
+        EXPECT_EQ(resultOf(tryIt, nullptr, 0), 0);
+        EXPECT_EQ(resultOf(tryIt, &plan, 0), EPERM);
     }
 }
 
