@@ -95,7 +95,8 @@ bool isSanitizedBuild() {
 
 Result<ViewerProtections> enterSandbox(int socket, const std::vector<std::string>& readableFolders,
                                        const SandboxPlan& plan) {
-    if (!hasOneThread()) return failure(EBUSY);
+    // The thread sanitizer has one of its own, which reads nothing.
+    if (!hasOneThread() && !isSanitizedBuild()) return failure(EBUSY);
     volunteerForLackOfMemory();
     if (!leadDescriptorsNowhere(socket) || !limitResources(plan.limitsMemory) ||
         ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
