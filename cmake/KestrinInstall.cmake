@@ -9,6 +9,9 @@ install(TARGETS kestrin RUNTIME)
 install(TARGETS kestrin_program kestrin_helper_library LIBRARY DESTINATION lib/kestrin)
 install(TARGETS com.quorvane.Kestrin3Helper RUNTIME DESTINATION lib/kestrin)
 install(TARGETS com.quorvane.Kestrin3Viewer RUNTIME DESTINATION lib/kestrin)
+if(KESTRIN_WITH_MEDIA)
+    install(TARGETS com.quorvane.Kestrin3MediaViewer RUNTIME DESTINATION lib/kestrin)
+endif()
 install(FILES resources/helper/Uninstall.sh DESTINATION lib/kestrin)
 
 # A package brings the helper ready for use, and the program asks nothing. Its places do not depend

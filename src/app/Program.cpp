@@ -368,7 +368,7 @@ PreviewLoader& Program::previews() {
         if (const char* libraries = std::getenv("LD_LIBRARY_PATH"))
             environment.push_back(std::string("LD_LIBRARY_PATH=") + libraries);
         m_previews = std::make_unique<PreviewLoader>(
-            DecoderProgram{ownPreviewDecoder(), std::move(environment)});
+            DecoderProgram{ownPreviewDecoder(), ownMediaDecoder(), std::move(environment)});
     }
     return *m_previews;
 }

@@ -27,6 +27,8 @@ FileUrl location(Place place);
 FileUrl ownHelperTool();
 /// The program of the preview decoder, likewise.
 FileUrl ownPreviewDecoder();
+/// That of the decoder for audio and video, which may be left out.
+FileUrl ownMediaDecoder();
 
 /// The file of the running program, or the place where it was when an update has replaced it. Empty
 /// when the system does not tell it.

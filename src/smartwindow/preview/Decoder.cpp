@@ -15,13 +15,19 @@ constexpr auto kProcessorTime = 5s;
 
 }  // namespace
 
-Result<std::unique_ptr<Decoder>> Decoder::start(const DecoderProgram& program) {
-    auto child = ChildProgram::start(program.file, program.environment);
-    if (!child) return child.error();
-    return std::unique_ptr<Decoder>(new Decoder(std::move(*child)));
+Decoder::Kind Decoder::kindFor(const DecoderProgram& program, std::string_view type) {
+    const bool isMedia = type.starts_with("audio/") || type.starts_with("video/");
+    return isMedia && !program.mediaFile.isEmpty() ? Kind::Media : Kind::Documents;
 }
 
-Decoder::Decoder(ChildProgram child) : m_child(std::move(child)) {}
+Result<std::unique_ptr<Decoder>> Decoder::start(const DecoderProgram& program, Kind kind) {
+    const FileUrl& file = kind == Kind::Media ? program.mediaFile : program.file;
+    auto child = ChildProgram::start(file, program.environment);
+    if (!child) return child.error();
+    return std::unique_ptr<Decoder>(new Decoder(std::move(*child), kind));
+}
+
+Decoder::Decoder(ChildProgram child, Kind kind) : m_child(std::move(child)), m_kind(kind) {}
 
 void Decoder::become(State state) {
     m_state = state;

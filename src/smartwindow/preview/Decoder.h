@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/FileUrl.h"
@@ -17,6 +18,7 @@ namespace kestrin {
 /// The program of the decoder, and what of the environment it gets.
 struct DecoderProgram {
     FileUrl file;
+    FileUrl mediaFile{};  ///< the program for audio and video; empty: they have none of their own
     std::vector<std::string> environment;  ///< "NAME=value"
 };
 
@@ -26,8 +28,12 @@ class Decoder {
  public:
     using Clock = std::chrono::steady_clock;
 
+    enum class Kind { Documents, Media };
+    /// The kind of decoder for files of that MIME type.
+    static Kind kindFor(const DecoderProgram& program, std::string_view type);
     /// Errors: those of ChildProgram::start.
-    static Result<std::unique_ptr<Decoder>> start(const DecoderProgram& program);
+    static Result<std::unique_ptr<Decoder>> start(const DecoderProgram& program, Kind kind);
+    Kind kind() const { return m_kind; }
 
     enum class State {
         Starting,
@@ -57,12 +63,13 @@ class Decoder {
     int socket() const { return m_child.socket(); }
 
  private:
-    explicit Decoder(ChildProgram child);
+    Decoder(ChildProgram child, Kind kind);
     void become(State state);
     State hearGreeting();
     State hearAnswer();
 
     ChildProgram m_child;
+    const Kind m_kind;
     State m_state = State::Starting;
     Clock::time_point m_since = Clock::now();
     bool m_hasGreeted = false;

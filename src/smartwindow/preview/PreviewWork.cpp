@@ -173,15 +173,27 @@ void PreviewWork::keepDecoders() {
         return;
     }
     if (!m_worker) m_worker = std::move(m_spare);
-    if (!m_worker) startDecoder(m_worker);
-    if (m_decoded && !m_spare) startDecoder(m_spare);
+    if (!m_decoded) matchWorker();
+    if (m_decoded && !m_spare) startDecoder(m_spare, Decoder::Kind::Documents);
+}
+
+/// Has the next to work be of the kind that the next file needs. The other is kept as the spare:
+/// who looks through a mixed folder needs both.
+void PreviewWork::matchWorker() {
+    const auto job = newest(Stage::Opened);
+    const bool hasFile = job != m_jobs.end();
+    const auto kind =
+        hasFile ? Decoder::kindFor(m_program, job->wanted.request.type) : Decoder::Kind::Documents;
+    if (hasFile && m_worker && m_worker->kind() != kind) std::swap(m_worker, m_spare);
+    if (hasFile && m_worker && m_worker->kind() != kind) m_worker.reset();
+    if (!m_worker) startDecoder(m_worker, kind);
 }
 
 /// After one that failed the next is started only when it has work: nothing is tried for ever.
-void PreviewWork::startDecoder(std::unique_ptr<Decoder>& place) {
+void PreviewWork::startDecoder(std::unique_ptr<Decoder>& place, Decoder::Kind kind) {
     const bool isNeeded = m_failedStarts == 0 || newest(Stage::Opened) != m_jobs.end();
     while (isNeeded && !place && Clock::now() >= m_pausedUntil) {
-        auto decoder = Decoder::start(m_program);
+        auto decoder = Decoder::start(m_program, kind);
         if (decoder) {
             place = std::move(*decoder);
         } else {

@@ -105,7 +105,8 @@ class PreviewWork {
     void startOpenings();
     bool startOpening(Job& job);
     void keepDecoders();
-    void startDecoder(std::unique_ptr<Decoder>& place);
+    void matchWorker();
+    void startDecoder(std::unique_ptr<Decoder>& place, Decoder::Kind kind);
     void giveNewest();
     void decoderFailed(const char* why);
     void answerOpened(PreviewFault fault);

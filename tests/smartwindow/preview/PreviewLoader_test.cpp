@@ -54,8 +54,9 @@ class PreviewLoaderTest : public ::testing::Test {
 
     void start(const std::string& program = KESTRIN_STAND_IN_DECODER,
                const std::string& standIn = "") {
-        m_loader.emplace(DecoderProgram{FileUrl::fromPath(program), {"STAND_IN=" + standIn}},
-                         m_limits);
+        m_loader.emplace(
+            DecoderProgram{FileUrl::fromPath(program), m_mediaProgram, {"STAND_IN=" + standIn}},
+            m_limits);
     }
 
     std::shared_ptr<const QVSmartWindowItem> item(const std::string& name) const {
@@ -98,6 +99,7 @@ class PreviewLoaderTest : public ::testing::Test {
         std::make_shared<const FileUrl>(FileUrl::fromPath(m_scratch.path()));
     PreviewLimits m_limits{.decode = 600ms, .greeting = 5000ms};
     std::vector<std::shared_ptr<std::shared_ptr<const Preview>>> m_answers;
+    FileUrl m_mediaProgram;
     std::optional<PreviewLoader> m_loader;
 };
 
@@ -140,6 +142,19 @@ TEST_F(PreviewLoaderTest, WithoutADecoderSaysSoAndTriesAgainLater) {
     std::filesystem::copy(KESTRIN_STAND_IN_DECODER, program);
     EXPECT_EQ(faultOf("show x"), PreviewFault::NoViewer) << "not at every request";
     EXPECT_TRUE(test::waitFor([&] { return faultOf("show x") == PreviewFault::None; }));
+}
+
+TEST_F(PreviewLoaderTest, AudioAndVideoHaveADecoderOfTheirOwnBesideTheOther) {
+    m_mediaProgram = FileUrl::fromPath(KESTRIN_STAND_IN_DECODER);
+    start();
+    const auto decoderOf = [&](const std::string& name) {
+        return previewOf(write(name, "show x")).facts.title;
+    };
+    const std::string document = decoderOf("a.txt"), media = decoderOf("a.mp3");
+    EXPECT_NE(document, media);
+    EXPECT_EQ(decoderOf("b.png"), document);
+    EXPECT_EQ(decoderOf("b.mkv"), media);
+    EXPECT_EQ(children().size(), 2U);
 }
 
 TEST_F(PreviewLoaderTest, OpensRegularFilesAloneAndChangesNothing) {

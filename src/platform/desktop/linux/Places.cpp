@@ -76,6 +76,10 @@ FileUrl ownPreviewDecoder() {
     return ownTool("viewer", "com.quorvane.Kestrin3Viewer");
 }
 
+FileUrl ownMediaDecoder() {
+    return ownTool("viewer", "com.quorvane.Kestrin3MediaViewer");
+}
+
 FullDiskAccess fullDiskAccess() {
     return {};
 }
