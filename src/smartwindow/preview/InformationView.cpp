@@ -5,6 +5,7 @@
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QStyle>
 #include <string_view>
 
 #include "base/StringTable.h"
@@ -16,8 +17,14 @@ namespace kestrin {
 namespace {
 
 constexpr int kLeastLine = 72;  // points: with less room the value stands below its title
-constexpr int kLineSpacing = 2;
+constexpr int kLineMargin = 2;  // that a field keeps beside its text
 constexpr int kTitleGap = 8;
+
+/// The text with a capital where a line begins with it.
+QString capitalised(QString text) {
+    if (!text.isEmpty()) text[0] = text[0].toUpper();
+    return text;
+}
 
 }  // namespace
 
@@ -30,6 +37,7 @@ class InformationView::Line final : public QLineEdit {
         setDragEnabled(false);  // a name that is dropped somewhere is no file
         setFocusPolicy(Qt::ClickFocus);
         setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+        setTextMargins(-kLineMargin, 0, -kLineMargin, 0);
         QPalette clear = palette();
         clear.setColor(QPalette::Base, Qt::transparent);
         setPalette(clear);
@@ -50,7 +58,8 @@ class InformationView::Line final : public QLineEdit {
     }
     void changeEvent(QEvent* event) override {
         QLineEdit::changeEvent(event);
-        if (event->type() == QEvent::FontChange) fit();
+        if (event->type() == QEvent::FontChange || event->type() == QEvent::LayoutDirectionChange)
+            fit();
     }
     void focusInEvent(QFocusEvent* event) override {
         QLineEdit::focusInEvent(event);
@@ -65,10 +74,12 @@ class InformationView::Line final : public QLineEdit {
 
  private:
     void fit() {
-        constexpr int kMargins = 6;  // that the style keeps beside the text
-        const QString shown =
-            hasFocus() ? m_fullText
-                       : fontMetrics().elidedText(m_fullText, Qt::ElideMiddle, width() - kMargins);
+        // It begins where lines begin in the layout, whatever script it is in.
+        const auto side = QStyle::visualAlignment(layoutDirection(), Qt::AlignLeading);
+        setAlignment(side | Qt::AlignAbsolute | Qt::AlignVCenter);
+        const QString shown = hasFocus()
+                                  ? m_fullText
+                                  : fontMetrics().elidedText(m_fullText, Qt::ElideMiddle, width());
         if (shown != text()) setText(shown);
         if (!hasFocus()) setCursorPosition(0);
         setToolTip(shown == m_fullText ? QString() : plainToolTip(m_fullText));
@@ -81,7 +92,7 @@ InformationView::InformationView(const StringTable& texts, QWidget* parent)
     : QWidget(parent), m_texts(texts) {
     auto* const form = new QFormLayout(this);
     form->setContentsMargins(0, 0, 0, 0);
-    form->setVerticalSpacing(kLineSpacing);
+    form->setVerticalSpacing(0);
     form->setHorizontalSpacing(kTitleGap);
     form->setRowWrapPolicy(QFormLayout::WrapLongRows);
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
@@ -115,8 +126,9 @@ void InformationView::colourTitles() {
     const QColor faint = faintTextColor(palette());
     for (QLabel* const title : findChildren<QLabel*>()) {
         QPalette colours = title->palette();
-        if (colours.color(QPalette::WindowText) == faint) continue;
+        if (colours.color(title->foregroundRole()) == faint) continue;
         colours.setColor(QPalette::WindowText, faint);
+        colours.setColor(QPalette::Text, faint);
         title->setPalette(colours);
     }
 }
@@ -129,9 +141,9 @@ void InformationView::setDetails(const ItemDetails& details, bool diskHasAnswere
     const QString size = orUnknown(details.size, m_texts.text("entry_size_is_measured"_key));
     m_fields[Name]->setFullText(details.name);
     m_fields[KindAndSize]->setFullText(
-        details.isThere
-            ? StringTable::filled(m_texts.text("entry_kind_and_size"_key), {details.kind, size})
-            : m_texts.text("entry_is_gone"_key));
+        details.isThere ? StringTable::filled(m_texts.text("entry_kind_and_size"_key),
+                                              {capitalised(details.kind), size})
+                        : m_texts.text("entry_is_gone"_key));
     m_fields[DateModified]->setFullText(orUnknown(details.dateModified, unknown));
     m_fields[DateCreated]->setFullText(orUnknown(details.dateCreated, unknown));
     const QString none = m_texts.text("entry_unknown"_key);

@@ -20,6 +20,7 @@ constexpr int kRoomAboveText = 4;  // points above and below a line, together
 constexpr int kNameGap = 4;        // between an icon and its name on one line
 constexpr int kArrowRoom = 16;     // for what stands between two names
 constexpr int kEdge = 4;
+constexpr int kSlack = 2;  // since the parts of a name are not measured in whole points
 constexpr double kDimmed = 0.5;
 constexpr float kFaint = 0.62F;
 
@@ -162,7 +163,7 @@ void PathView::fitNames() {
     for (int row = 0; row < m_model->rowCount(); ++row) {
         const int name = fontMetrics().horizontalAdvance(m_model->item(row)->text());
         const bool isLast = row == m_model->rowCount() - 1;
-        m_widths.push_back(kBare + kNameGap + name + (isLast ? 0 : kArrowRoom));
+        m_widths.push_back(kBare + kNameGap + name + kSlack + (isLast ? 0 : kArrowRoom));
     }
     int excess = std::accumulate(m_widths.begin(), m_widths.end(), 0) - viewport()->width();
     for (int& width : m_widths) {

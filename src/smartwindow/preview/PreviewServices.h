@@ -46,7 +46,7 @@ struct PreviewServices {
     std::function<PreviewTicket(std::shared_ptr<const QVSmartWindowItem>,
                                 std::function<void(const ItemDetails&)>)>
         requestDetails;
-    /// Make the images of tiles.
+    /// Make the images of tiles. Without them a tile keeps the icon.
     PreviewImageMakers imageMakers;
 };
 

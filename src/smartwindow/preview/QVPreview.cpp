@@ -37,7 +37,7 @@ constexpr double kOriginalPathNameX = 50;
 
 constexpr QSizeF kTagSize{11, 11};
 constexpr int kThumbnailSide = 96;
-constexpr int kIconSide = 64;
+constexpr QSize kIconSize{64, 64};
 constexpr int kTileMargin = 6;
 constexpr QSize kFolderDrawing{64, 64};
 
@@ -286,7 +286,8 @@ QImage QVPreview::finderTagImage(int label, bool) const {
 void QVPreview::requestThumbnail() {
     const auto item = m_previewItem->item();
     if (!item) return;
-    m_thumbnail->setPixmap(m_services.iconOf(*item).pixmap(kIconSide, devicePixelRatioF()));
+    m_thumbnail->setPixmap(m_services.iconOf(*item).pixmap(kIconSize, devicePixelRatioF()));
+    if (!m_services.imageMakers.thumbnail) return;
     m_previewItem->requestPreviewImageWithValue(
         kThumbnailSide * devicePixelRatioF(), m_services.imageMakers,
         [cell = QPointer(this), asked = std::weak_ptr(m_previewItem)] {

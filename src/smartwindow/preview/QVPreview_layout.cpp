@@ -15,14 +15,14 @@ namespace {
 
 constexpr double kOtherWidth = 322;
 constexpr double kLeastOtherWidth = 75;
-constexpr double kOtherMargin = 15;
 
-constexpr int kMargin = 12;
+constexpr int kMargin = 12;  // above and below, and in the middle
+constexpr int kSide = 15;
 constexpr int kGap = 8;
 constexpr int kLine = 1;
-constexpr int kFewestRows = 3;         // of the place, where there is little room
-constexpr double kContentShare = 0.4;  // of the height that the content has at least
-constexpr double kSideShare = 0.5;     // of the width that the words have at most
+constexpr int kFewestRows = 3;          // of the place, where there is little room
+constexpr double kContentShare = 0.34;  // of the height that the content has at least
+constexpr double kSideShare = 0.5;      // of the width that the words have at most
 
 int heightFor(const QWidget& part, int width) {
     const QLayout& layout = *part.layout();
@@ -38,13 +38,13 @@ bool QVPreview::isVertical() const {
 
 double QVPreview::verticalOtherViewWidth() const {
     const double all = width();
-    return std::max(kLeastOtherWidth, all > kOtherWidth ? kOtherWidth : all - 2 * kOtherMargin);
+    return std::max(kLeastOtherWidth, all > kOtherWidth ? kOtherWidth : all - 2 * double{kSide});
 }
 
 double QVPreview::verticalOtherViewXWithWidth(double area) const {
     const double all = width();
-    const double x = all > kOtherWidth ? all * 0.5 - 30 - area * 0.5 : kOtherMargin;
-    return std::max(kOtherMargin, x);
+    const double x = all > kOtherWidth ? all * 0.5 - 30 - area * 0.5 : double{kSide};
+    return std::max(double{kSide}, x);
 }
 
 QSize QVPreview::sizeWithWidth(double) const {
@@ -100,7 +100,7 @@ void QVPreview::layOutDown(int detailHeight) {
         place(part, {left, y, width, std::max(0, height)});
         y += std::max(0, height) + gap;
     };
-    below(m_previewView, kMargin, width() - 2 * kMargin, height() - fixed - path, kGap);
+    below(m_previewView, kSide, width() - 2 * kSide, height() - fixed - path, kGap);
     below(m_horizontalSeparator, x, area, kLine, kGap);
     below(m_informationView, x, area, words, kGap);
     if (detailHeight > 0) below(m_infoView, x, area, detailHeight, kGap);
@@ -110,18 +110,18 @@ void QVPreview::layOutDown(int detailHeight) {
 
 /// The content beside the words, and the place on one line below both.
 void QVPreview::layOutSideBySide(int detailHeight) {
-    const int all = width() - 2 * kMargin;
+    const int all = width() - 2 * kSide;
     const int area =
         std::min(static_cast<int>(verticalOtherViewWidth()), static_cast<int>(all * kSideShare));
     const int path = m_pathBtn->rowHeight();
     const int room = std::max(0, height() - 2 * kMargin - path - 2 * kGap - kLine);
     const int words = std::min(room, heightFor(*m_informationView, area));
-    const int wordsX = kMargin + all - area;
-    place(m_previewView, {kMargin, kMargin, all - area - kMargin, room});
+    const int wordsX = kSide + all - area;
+    place(m_previewView, {kSide, kMargin, all - area - kMargin, room});
     place(m_informationView, {wordsX, kMargin, area, words});
     place(m_infoView, {wordsX, kMargin + words + kGap, area, detailHeight});
-    place(m_horizontalSeparator2, {kMargin, kMargin + room + kGap, all, kLine});
-    place(m_pathBtn, {kMargin, height() - kMargin - path, all, path});
+    place(m_horizontalSeparator2, {kSide, kMargin + room + kGap, all, kLine});
+    place(m_pathBtn, {kSide, height() - kMargin - path, all, path});
 }
 
 /// `frame` is from the left; from right to left it is mirrored.
