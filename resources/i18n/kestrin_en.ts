@@ -644,14 +644,6 @@ Examples:
         <source></source>
         <translation>Its items are shown when it answers again. Choose another trash meanwhile.</translation>
     </message>
-    <message id="empty_preview">
-        <source></source>
-        <translation>No preview</translation>
-    </message>
-    <message id="empty_preview_hint">
-        <source></source>
-        <translation>Open the item to see what is in it.</translation>
-    </message>
     <message id="empty_selection">
         <source></source>
         <translation>Nothing is selected</translation>
@@ -1534,6 +1526,10 @@ Label: %@</translation>
     <message id="smart_window_name_default">
         <source></source>
         <translation>Smart Window</translation>
+    </message>
+    <message id="smart_window_preview">
+        <source></source>
+        <translation>Preview</translation>
     </message>
     <message id="smart_window_refresh">
         <source></source>

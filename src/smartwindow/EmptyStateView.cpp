@@ -32,8 +32,6 @@ std::string_view titleOf(EmptyState state) {
             return "empty_no_match"_key;
         case EmptyState::NothingSelected:
             return "empty_selection"_key;
-        case EmptyState::NoPreview:
-            return "empty_preview"_key;
     }
     return {};
 }
@@ -54,8 +52,6 @@ std::string_view hintOf(EmptyState state) {
             return "empty_no_match_hint"_key;
         case EmptyState::NothingSelected:
             return "empty_selection_hint"_key;
-        case EmptyState::NoPreview:
-            return "empty_preview_hint"_key;
     }
     return {};
 }
@@ -114,15 +110,6 @@ void EmptyStateView::setState(EmptyState state) {
     if (state == EmptyState::None) return;
     m_title->setText(m_texts.text(titleOf(state)));
     m_hint->setText(m_texts.text(hintOf(state)));
-}
-
-EmptyPreviewView::EmptyPreviewView(const StringTable& texts, QWidget* parent)
-    : EmptyStateView(texts, parent) {
-    setHasSelection(false);
-}
-
-void EmptyPreviewView::setHasSelection(bool hasSelection) {
-    setState(hasSelection ? EmptyState::NoPreview : EmptyState::NothingSelected);
 }
 
 }  // namespace kestrin

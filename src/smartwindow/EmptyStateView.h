@@ -19,7 +19,6 @@ enum class EmptyState {
     NotAnswering,    ///< the volume does not answer, and nothing is known of its trash
     NothingMatches,  ///< the filter hides every entry
     NothingSelected,
-    NoPreview,  ///< of what is selected
 };
 
 /// Says in two short texts why there is nothing, and what to do next. It is seen in any state but
@@ -43,15 +42,6 @@ class EmptyStateView : public QWidget {
     QLabel* m_title = nullptr;
     QLabel* m_hint = nullptr;
     EmptyState m_state = EmptyState::None;
-};
-
-/// What the preview pane shows for no entry.
-class EmptyPreviewView : public EmptyStateView {
-    Q_OBJECT
-
- public:
-    explicit EmptyPreviewView(const StringTable& texts, QWidget* parent = nullptr);
-    void setHasSelection(bool hasSelection);
 };
 
 }  // namespace kestrin

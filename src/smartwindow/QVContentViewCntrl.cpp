@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "smartwindow/QVContentViewCntrl.h"
 
-#include <QGraphicsOpacityEffect>
 #include <QGridLayout>
 #include <QLabel>
-#include <QPropertyAnimation>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <utility>
@@ -16,8 +14,10 @@
 #include "smartwindow/QVListCntrl.h"
 #include "smartwindow/SmartWindowNotifications.h"
 #include "smartwindow/SmartWindowServices.h"
+#include "smartwindow/preview/PreviewCollectionView.h"
 #include "widgets/BusySpinner.h"
 #include "widgets/ElidedLabel.h"
+#include "widgets/Fade.h"
 #include "widgets/QVWorkingProgressView.h"
 
 namespace kestrin {
@@ -25,10 +25,9 @@ namespace {
 
 namespace Name = SmartWindowNotification;
 
-constexpr int kFadeMilliseconds = 150;
 constexpr int kSpinnerSide = 32;
-constexpr int kPreviewWidth = 190;
-constexpr int kLeastPreviewWidth = 120;
+constexpr int kPreviewWidth = 260;
+constexpr int kLeastPreviewWidth = 180;
 constexpr int kLeastListWidth = 260;
 constexpr int kMargin = 6;
 
@@ -46,7 +45,10 @@ QVWorkingProgressView* makeProgressView() {
 }  // namespace
 
 QVContentViewCntrl::QVContentViewCntrl(const SmartWindowServices& services, Outlets outlets)
-    : m_services(services), m_outlets(std::move(outlets)) {
+    : m_services(services),
+      m_outlets(std::move(outlets)),
+      m_kindIcons(services.files),
+      m_previewServices(previewServices()) {
     m_splitView = new CollapsingSplitter(makeListPane(), makePreviewPane(), 1);
     m_splitView->setStretchFactor(0, 1);
     auto* const layout = new QVBoxLayout(this);
@@ -57,9 +59,10 @@ QVContentViewCntrl::QVContentViewCntrl(const SmartWindowServices& services, Outl
     makeListCntrl();
 }
 
-/// The controller goes before the views that it works with.
+/// The controller goes before the views that it works with, and these before what they work with.
 QVContentViewCntrl::~QVContentViewCntrl() {
     delete m_listCntrl;
+    delete m_splitView;
 }
 
 // --- What it holds ---
@@ -71,13 +74,6 @@ QWidget* QVContentViewCntrl::makeListPane() {
     m_tableView->setFrameShape(QFrame::NoFrame);
     m_workingProgressView = makeProgressView();
     m_workingProgressView->setAccessibleName(m_services.texts.text("smart_window_loading"_key));
-    auto* const effect = new QGraphicsOpacityEffect(m_workingProgressView);
-    m_workingProgressView->setGraphicsEffect(effect);
-    m_fade = new QPropertyAnimation(effect, "opacity", this);
-    m_fade->setDuration(kFadeMilliseconds);
-    connect(m_fade, &QPropertyAnimation::finished, this, [this] {
-        if (m_fade->endValue().toDouble() == 0) m_workingProgressView->hide();
-    });
     m_emptyView = new EmptyStateView(m_services.texts);
     auto* const covered = new QGridLayout;  // one upon the other
     for (QWidget* const widget :
@@ -97,14 +93,45 @@ QWidget* QVContentViewCntrl::makeListPane() {
     return pane;
 }
 
+PreviewServices QVContentViewCntrl::previewServices() {
+    const auto iconOf = [this](const QVSmartWindowItem& item) {
+        return m_kindIcons.iconOf(item.name, item.isFolder);
+    };
+    return {.center = m_services.center,
+            .texts = m_services.texts,
+            .numbers = m_services.numbers,
+            .dates = m_services.dates,
+            .files = m_services.files,
+            .beep = m_services.beep,
+            .reveal = m_services.reveal,
+            .open = m_services.open,
+            .iconOf = iconOf,
+            .request = m_services.requestPreview,
+            .known = m_services.knownPreview,
+            .requestDetails =
+                [this](std::shared_ptr<const QVSmartWindowItem> item,
+                       ItemDetailsReader::Answer answer) {
+                    return m_details.request(std::move(item), std::move(answer));
+                },
+            .imageMakers = {
+                .icon = [iconOf](const QVSmartWindowItem& item,
+                                 int value) { return iconOf(item).pixmap(value).toImage(); },
+                .thumbnail = m_services.thumbnail}};
+}
+
 QWidget* QVContentViewCntrl::makePreviewPane() {
-    m_emptyPreviewView = new EmptyPreviewView(m_services.texts);
+    m_collectionView = new PreviewCollectionView(m_previewServices, false);
+    m_collectionView->setAccessibleName(m_services.texts.text("smart_window_preview"_key));
+    m_emptyPreviewView = new EmptyStateView(m_services.texts);
+    m_emptyPreviewView->setState(EmptyState::NothingSelected);
     auto* const pane = new QWidget;
     pane->setMinimumWidth(kLeastPreviewWidth);
     pane->setBackgroundRole(QPalette::Base);
     pane->setAutoFillBackground(true);
-    auto* const layout = new QVBoxLayout(pane);
-    layout->addWidget(m_emptyPreviewView);
+    auto* const covered = new QGridLayout(pane);
+    covered->setContentsMargins(0, 0, 0, 0);
+    covered->addWidget(m_collectionView, 0, 0);
+    covered->addWidget(m_emptyPreviewView, 0, 0);
     return pane;
 }
 
@@ -119,8 +146,8 @@ void QVContentViewCntrl::makeListCntrl() {
                          .sourceItems = m_outlets.sourceItems},
                         this);
     connect(m_listCntrl, &QVListCntrl::rowsDidChange, this, &QVContentViewCntrl::showEmptyState);
-    connect(m_listCntrl, &QVListCntrl::selectionDidChange, this,
-            [this] { m_emptyPreviewView->setHasSelection(!m_listCntrl->selectedItems().empty()); });
+    connect(m_listCntrl, &QVListCntrl::rowsDidChange, m_collectionView,
+            &PreviewCollectionView::updateFigures);
     connect(m_tableView, &QVContentTableView::spacePressed, this, [this] {
         if (m_listCntrl->selectedItems().empty()) m_services.beep();
     });
@@ -183,10 +210,7 @@ void QVContentViewCntrl::splitViewDidResize(bool isCollapsed) {
 }
 
 void QVContentViewCntrl::showProgressView(bool isShown) {
-    m_fade->stop();
-    m_workingProgressView->show();
-    m_fade->setEndValue(isShown ? 1.0 : 0.0);
-    m_fade->start();
+    animateAlpha(*m_workingProgressView, isShown ? 1 : 0);
 }
 
 // --- Erasing ---

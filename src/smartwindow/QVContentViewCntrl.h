@@ -7,14 +7,17 @@
 #include <functional>
 
 #include "smartwindow/EmptyStateView.h"
+#include "smartwindow/KindIcons.h"
 #include "smartwindow/SourceListModel.h"
+#include "smartwindow/preview/ItemDetails.h"
+#include "smartwindow/preview/PreviewServices.h"
 
 class QLabel;
-class QPropertyAnimation;
 
 namespace kestrin {
 
 class CollapsingSplitter;
+class PreviewCollectionView;
 class QVContentTableView;
 class QVListCntrl;
 class QVWorkingProgressView;
@@ -61,6 +64,7 @@ class QVContentViewCntrl : public QWidget {
 
  private:
     QWidget* makeListPane();
+    PreviewServices previewServices();
     QWidget* makePreviewPane();
     void makeListCntrl();
     EmptyState emptyState() const;
@@ -70,11 +74,14 @@ class QVContentViewCntrl : public QWidget {
 
     const SmartWindowServices& m_services;
     const Outlets m_outlets;
+    KindIcons m_kindIcons;
+    ItemDetailsReader m_details;
+    const PreviewServices m_previewServices;
     QVContentTableView* m_tableView = nullptr;
     EmptyStateView* m_emptyView = nullptr;
-    EmptyPreviewView* m_emptyPreviewView = nullptr;
+    PreviewCollectionView* m_collectionView = nullptr;  ///< what is selected
+    EmptyStateView* m_emptyPreviewView = nullptr;       ///< stands there while nothing is
     QVWorkingProgressView* m_workingProgressView = nullptr;
-    QPropertyAnimation* m_fade = nullptr;
     QLabel* m_infoFld = nullptr;  ///< below the table
     CollapsingSplitter* m_splitView = nullptr;
     bool m_wasShown = false;
