@@ -27,7 +27,7 @@ namespace Name = SmartWindowNotification;
 
 constexpr int kSpinnerSide = 32;
 constexpr int kPreviewWidth = 260;
-constexpr int kLeastPreviewWidth = 180;
+constexpr int kLeastPreviewWidth = 216;  // a long date is not cut in it
 constexpr int kLeastListWidth = 260;
 constexpr int kMargin = 6;
 

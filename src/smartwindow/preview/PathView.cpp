@@ -45,6 +45,7 @@ class PathView::Row final : public QStyledItemDelegate {
         const bool isLast = index.row() == m_view.model()->rowCount() - 1;
         if (isLine && !isLast) ground.rect.setWidth(option.rect.width() - kArrowRoom);
         if (isLine) ground.rect = QStyle::visualRect(option.direction, option.rect, ground.rect);
+        painter->save();
         const QStyle& style = *m_view.style();
         style.drawPrimitive(QStyle::PE_PanelItemViewItem, &ground, painter, &m_view);
         const Positions& at = m_view.m_positions;
@@ -67,6 +68,7 @@ class PathView::Row final : public QStyledItemDelegate {
         painter->setPen(textColor(option, isInvisible));
         if (room.width() > 0) paintName(*painter, option, place(name, room), index);
         if (isLine && !isLast) paintArrow(*painter, option, ground.rect);
+        painter->restore();
     }
 
  private:
@@ -91,6 +93,7 @@ class PathView::Row final : public QStyledItemDelegate {
             option.fontMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, place.width());
         const auto side = QStyle::visualAlignment(option.direction, Qt::AlignLeading);
         painter.setFont(option.font);
+        painter.setLayoutDirection(Qt::LayoutDirectionAuto);  // the name's own
         painter.drawText(
             place, int(side | Qt::AlignAbsolute | Qt::AlignVCenter) | Qt::TextSingleLine, name);
     }
@@ -102,6 +105,7 @@ class PathView::Row final : public QStyledItemDelegate {
         QColor color = option.palette.color(QPalette::Text);
         color.setAlphaF(kFaint);
         painter.setPen(color);
+        painter.setLayoutDirection(Qt::LeftToRight);  // it is not mirrored twice
         painter.drawText(
             place, Qt::AlignCenter,
             option.direction == Qt::RightToLeft ? QStringLiteral("‹") : QStringLiteral("›"));

@@ -20,7 +20,7 @@ namespace {
 
 constexpr QSize kTile{132, 140};   // points, of a grid
 constexpr int kLeastHeight = 340;  // of one cell among several, if the view is as high
-constexpr int kLeastWidth = 480;   // the same where they follow each other to the side
+constexpr int kLeastWidth = 440;   // the same where they follow each other to the side
 constexpr int kGap = 1;            // between two cells, for a line
 constexpr float kLineOpacity = 0.2F;
 constexpr int kLine = 20;  // points that a key scrolls

@@ -94,7 +94,8 @@ void QVPreview::layOutDown(int detailHeight) {
     const int rows = m_pathTableView->heightOfRows();
     const int content = static_cast<int>(height() * kContentShare);
     const int fewest = std::min(rows, kFewestRows * m_pathTableView->rowHeight());
-    const int path = std::clamp(height() - fixed - content, fewest, rows);
+    const int room = std::clamp(height() - fixed - content, fewest, rows);
+    const int path = room - room % m_pathTableView->rowHeight();
     int y = kMargin;
     const auto below = [&](QWidget* part, int left, int width, int height, int gap) {
         place(part, {left, y, width, std::max(0, height)});
