@@ -29,6 +29,7 @@ IconView::IconView(QWidget* parent) : QWidget(parent), m_reason(new QLabel(this)
 void IconView::setIcon(const QIcon& icon) {
     m_icon = icon;
     setReason({});
+    placeReason();
     update();
 }
 
@@ -47,7 +48,8 @@ QRect IconView::iconPlace() const {
     const double room = std::min(width(), height()) * kShareOfIcon;
     const auto side = std::ranges::find_if(kSides, [room](int each) { return each <= room; });
     const int points = side == kSides.end() ? kSides.back() : *side;
-    QRect place(0, 0, points, points);
+    // Some themes have nothing that large; the line below follows what they have.
+    QRect place(QPoint(), m_icon.actualSize({points, points}));
     place.moveCenter(rect().center());
     return place;
 }

@@ -22,7 +22,7 @@ constexpr qsizetype kFirstPiece = 8 << 10;    // characters: more than a screen
 constexpr qsizetype kPiece = 32 << 10;        // characters: about two milliseconds, as are ...
 constexpr std::size_t kLinesOfAPiece = 1000;  // ... so many lines
 // Bytes of a line that are laid out as one. The time for a longer one grows without bound.
-constexpr std::size_t kLongestLine = 1000;
+constexpr std::size_t kLongestLine = 2000;
 constexpr int kColumnsOfATab = 8;
 constexpr int kNumbersMargin = 6;  // points on either side of the numbers
 constexpr int kLeastDigits = 3;
