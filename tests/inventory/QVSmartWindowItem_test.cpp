@@ -63,7 +63,7 @@ TEST(Thumbnail, IsWhatTheDecoderMakesFittedOrTheIcon) {
         return item->thumbnailWithValue(100, decode).size();
     };
     EXPECT_EQ(sizeWith(QSize(80, 10)), QSize(80, 10));
-    EXPECT_EQ(sizeWith(QSize(400, 50)), QSize(100, 13));
+    EXPECT_EQ(sizeWith(QSize(400, 50)), QSize(100, 12));
     EXPECT_EQ(sizeWith(QSize()), QSize(100, 100));
 }
 
