@@ -70,12 +70,14 @@ void EraseItemSource::finished(const RemovalItem& item, RemovalOutcome outcome) 
         qCWarning(lcErase, "The record of an erased entry stays: %s",
                   error->localizedDescription().c_str());
     }
+    m_thumbnails.add(*m_items[item.tag].trash, item.name);
 }
 
 void EraseItemSource::tidy() {
     for (auto& [path, folder] : m_folders) {
         if (folder->trash) folder->trash->tidyDirectorySizes();
     }
+    m_thumbnails.remove();
 }
 
 }  // namespace kestrin

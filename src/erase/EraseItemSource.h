@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "inventory/QVItemToErase.h"
+#include "inventory/ThumbnailCache.h"
 #include "platform/items/TreeRemover.h"
 #include "platform/trash/TrashFolders.h"
 
@@ -38,8 +39,8 @@ class EraseItemSource final : public RemovalItems {
     bool next(RemovalItem& item) override;
     void finished(const RemovalItem& item, RemovalOutcome outcome) override;
 
-    /// Takes the lines of what went out of the trashes' `directorysizes`. Call when removal is
-    /// over.
+    /// Takes the lines of what went out of the trashes' `directorysizes`, and its pictures out of
+    /// the desktop's thumbnail cache. Call when removal is over.
     void tidy();
 
  private:
@@ -48,6 +49,7 @@ class EraseItemSource final : public RemovalItems {
     void open(Folder& folder, const FileUrl& url);
 
     const ItemsToErase& m_items;
+    ErasedThumbnails m_thumbnails;
     const Callbacks m_callbacks;
     std::size_t m_next = 0;
     Folder* m_latest = nullptr;  ///< entries of one folder mostly follow each other

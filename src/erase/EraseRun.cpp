@@ -38,6 +38,11 @@ bool becomesRemovalDelegate() {
     return !isTaken.exchange(true);
 }
 
+/// By its name alone: what lies in a folder that has it is erased all the same.
+bool isTrashFolder(const FileUrl& folder) {
+    return folder.lastPathComponent() == "files";
+}
+
 }  // namespace
 
 EraseRun::EraseRun(const EraseServices& services, const EraseRequest& request, std::stop_token stop,
@@ -232,6 +237,8 @@ void EraseRun::setIsWorking(bool working) {
 
 void EraseRun::writeLogEntryWithPath(const std::string& path, std::uint64_t itemSize) {
     if (m_log) m_log->writeEntryWithPath(path, itemSize);
+    const FileUrl url = FileUrl::fromPath(path);
+    if (isTrashFolder(url.parent())) m_thumbnails.add(url.parent(), url.lastPathComponent());
 }
 
 void EraseRun::showErrorWithError(const HostError& error) {
@@ -245,6 +252,7 @@ void EraseRun::showErrorWithError(const HostError& error) {
 void EraseRun::end(bool hasEndLine) {
     try {
         m_decisions.noteWhatTheHelperLeft();
+        m_thumbnails.remove();
         if (!m_log) return;
         if (hasEndLine) {
             m_log->writeEndSessionAndCloseFile();

@@ -18,6 +18,7 @@
 #include "erase/EraseRequest.h"
 #include "erase/HelperClient.h"
 #include "inventory/QVItemToErase.h"
+#include "inventory/ThumbnailCache.h"
 #include "platform/items/TreeRemover.h"
 
 namespace kestrin {
@@ -103,6 +104,7 @@ class EraseRun final : public std::enable_shared_from_this<EraseRun>,
     const std::unique_ptr<QVLogController> m_log;
     const std::function<void()> m_helperIsDone;
     EraseDecisions m_decisions;
+    ErasedThumbnails m_thumbnails;  ///< of what the helper erased
 
     mutable std::mutex m_lock;
     // Guarded by `m_lock`:

@@ -2,11 +2,15 @@
 #include "inventory/ThumbnailCache.h"
 
 #include <QCryptographicHash>
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <string_view>
 #include <utility>
 
 #include "base/HomeFolder.h"
+#include "platform/desktop/Places.h"
+#include "platform/items/RemoveNamedFiles.h"
 
 namespace kestrin {
 namespace {
@@ -15,13 +19,19 @@ namespace {
 constexpr std::array<std::pair<const char*, int>, 4> kFolders{
     {{"normal", 128}, {"large", 256}, {"x-large", 512}, {"xx-large", 1024}}};
 
-bool staysInUri(char byte) {
-    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
-           (byte >= '0' && byte <= '9') ||
-           std::string_view("-_.!~*'()/&=:@+$,").find(byte) != std::string_view::npos;
-}
+/// So many entries are remembered before their pictures go: listing the cache has its price, and
+/// the program may be killed.
+constexpr std::size_t kMostRemembered = 10'000;
 
-std::string escaped(std::string_view path) {
+/// What GLib escapes neither in locations of local files nor in those of its own file systems.
+constexpr std::string_view kKeptInPaths = "-_.!~*'()/&=:@+$,";
+constexpr std::string_view kKeptInTrash = "-_.!~*'()/&=:@+$,;";
+
+std::string escaped(std::string_view path, std::string_view kept) {
+    const auto staysInUri = [kept](char byte) {
+        return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
+               (byte >= '0' && byte <= '9') || kept.find(byte) != std::string_view::npos;
+    };
     constexpr char kDigits[] = "0123456789ABCDEF";
     std::string text;
     for (const char byte : path) {
@@ -40,10 +50,25 @@ std::string fileNameFor(const std::string& uri) {
     return QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex().toStdString() + ".png";
 }
 
+/// Where the "trash:///" of GLib's file managers has an entry: of the home trash by its name, of
+/// any other by the escaped path with each slash as a backslash. A name that begins like such a
+/// path is told apart by a grave accent.
+std::string trashUri(const FileUrl& item, bool isInHomeTrash) {
+    std::string name;
+    if (isInHomeTrash) {
+        name = item.lastPathComponent();
+        if (name.starts_with('\\') || name.starts_with('`')) name.insert(0, 1, '`');
+    } else {
+        name = escaped(item.path(), kKeptInPaths);
+        std::ranges::replace(name, '/', '\\');
+    }
+    return "trash:///" + escaped(name, kKeptInTrash);
+}
+
 }  // namespace
 
 std::string thumbnailUri(const FileUrl& item) {
-    return "file://" + escaped(item.path());
+    return "file://" + escaped(item.path(), kKeptInPaths);
 }
 
 FileUrl thumbnailCacheFolder() {
@@ -59,6 +84,36 @@ std::vector<CachedThumbnail> cachedThumbnailsOf(const FileUrl& item) {
     for (const auto& [folder, side] : kFolders)
         thumbnails.push_back({cache.appending(folder).appending(name), side});
     return thumbnails;
+}
+
+std::string ErasedThumbnails::homeTrashFiles() {
+    return dataHomeFolder() + "/Trash/files";
+}
+
+void ErasedThumbnails::add(const FileUrl& files, std::string_view name) {
+    const FileUrl item = files.appending(name);
+    std::string ofPath = fileNameFor(thumbnailUri(item));
+    std::string ofTrash = fileNameFor(trashUri(item, files.path() == m_homeTrash));
+    bool isFull = false;
+    {
+        const std::lock_guard lock(m_lock);
+        m_names.insert(std::move(ofPath));
+        m_names.insert(std::move(ofTrash));
+        isFull = m_names.size() >= 2 * kMostRemembered;
+    }
+    if (isFull) remove();
+}
+
+void ErasedThumbnails::remove() {
+    std::unordered_set<std::string> names;
+    {
+        const std::lock_guard lock(m_lock);
+        names = std::exchange(m_names, {});
+    }
+    if (names.empty()) return;
+    constexpr int kDepth = 2;  // "large/NAME" and "fail/PROGRAM/NAME"
+    removeNamedFiles(thumbnailCacheFolder(), kDepth,
+                     [&](std::string_view name) { return names.contains(std::string(name)); });
 }
 
 }  // namespace kestrin

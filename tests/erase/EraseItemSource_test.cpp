@@ -7,6 +7,8 @@
 
 #include <map>
 
+#include "inventory/ThumbnailCache.h"
+#include "support/ScopedVariable.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
@@ -25,6 +27,12 @@ TEST(EraseItemSourceTest, HandsOutInOrderAndRemovesTheRecordsOfWhatIsGone) {
     const auto record = [](const std::string& in, const std::string& name) {
         return in + "/info/" + name + ".trashinfo";
     };
+    const ScopedVariable cache("XDG_CACHE_HOME", scratch.path());
+    const auto thumbnail = [&](const std::string& name) {
+        return cachedThumbnailsOf(FileUrl::fromPath(trash + "/files/" + name)).back().file.path();
+    };
+    for (const auto& [name, outcome] : outcomes)
+        writeFile(thumbnail(name));
     ItemsToErase items;
     for (const auto& [in, name] : {std::pair(trash, "other"),
                                    {closed, "a"},
@@ -60,6 +68,9 @@ TEST(EraseItemSourceTest, HandsOutInOrderAndRemovesTheRecordsOfWhatIsGone) {
     EXPECT_THAT(stayed, ElementsAre("left", "begun"));
     for (const auto& [name, outcome] : outcomes)
         EXPECT_EQ(exists(record(scratch / "moved", name)), outcome != Gone) << name;
+    source.tidy();
+    for (const auto& [name, outcome] : outcomes)
+        EXPECT_EQ(exists(thumbnail(name)), outcome != Gone) << name;
     EXPECT_TRUE(exists(record(trash, "gone")));
     ASSERT_EQ(chmod(closed.c_str(), 0700), 0);
 }

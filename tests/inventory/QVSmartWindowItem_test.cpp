@@ -4,10 +4,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <QCryptographicHash>
 #include <QImage>
 #include <QString>
 #include <limits>
 
+#include "inventory/ThumbnailCache.h"
+#include "support/ScopedVariable.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
@@ -65,6 +68,40 @@ TEST(Thumbnail, IsWhatTheDecoderMakesFittedOrTheIcon) {
     EXPECT_EQ(sizeWith(QSize(80, 10)), QSize(80, 10));
     EXPECT_EQ(sizeWith(QSize(400, 50)), QSize(100, 12));
     EXPECT_EQ(sizeWith(QSize()), QSize(100, 100));
+}
+
+TEST(Thumbnail, GoesWithAnErasedEntryFromEveryFolderOfTheCacheAndNoneElsewhere) {
+    const ScratchFolder scratch;
+    const test::ScopedVariable cache("XDG_CACHE_HOME", scratch.path());
+    const test::ScopedVariable data("XDG_DATA_HOME", scratch / "data");
+    const auto place = [&](const std::string& folder, const std::string& uri) {
+        const QByteArray name =
+            QCryptographicHash::hash(QByteArray::fromStdString(uri), QCryptographicHash::Md5);
+        return scratch / (folder + "/" + name.toHex().toStdString() + ".png");
+    };
+    const std::string home = scratch.path() + "/data/Trash/files";
+    const std::vector<std::string> gone{
+        place("thumbnails/normal", "file://" + home + "/%60a%3B%20(caf%E9)"),
+        place("thumbnails/xx-large", "trash:///%60%60a;%20(caf%E9)"),
+        place("thumbnails/fail/some-program", "file:///v/.Trash-1/files/b%23"),
+        place("thumbnails/large", "trash:///%5Cv%5C.Trash-1%5Cfiles%5Cb%2523")};
+    const std::vector<std::string> kept{
+        place("thumbnails/normal", "trash:///b%23"),
+        place("elsewhere", "trash:///%60%60a;%20(caf%E9)"),
+        place("thumbnails/fail/some-program", "file:///v/.Trash-1/files/c")};
+    for (const auto* const files : {&gone, &kept}) {
+        for (const std::string& file : *files)
+            test::writeFile(file);
+    }
+    ASSERT_EQ(symlink("../elsewhere", (scratch / "thumbnails/x-large").c_str()), 0);
+    ErasedThumbnails thumbnails;
+    thumbnails.add(FileUrl::fromPath(home), "`a; (caf\xE9)");
+    thumbnails.add(FileUrl::fromPath("/v/.Trash-1/files"), "b#");
+    thumbnails.remove();
+    for (const std::string& file : gone)
+        EXPECT_FALSE(test::exists(file)) << file;
+    for (const std::string& file : kept)
+        EXPECT_TRUE(test::exists(file)) << file;
 }
 
 }  // namespace
