@@ -8,7 +8,7 @@
 #include <cstdlib>
 
 #include "base/WriteAll.h"
-#include "viewer/Decoders.h"
+#include "viewer/MediaDecoder.h"
 
 using namespace kestrin;
 
