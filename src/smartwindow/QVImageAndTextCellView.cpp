@@ -32,8 +32,7 @@ void QVImageAndTextCellView::paint(QPainter* painter, const QStyleOptionViewItem
     painter->setOpacity(isHidden ? kGhost : 1);
     index.data(Qt::DecorationRole)
         .value<QIcon>()
-        .paint(painter, QStyle::alignedRect(option.direction, Qt::AlignLeading | Qt::AlignVCenter,
-                                            iconSize, content));
+        .paint(painter, iconRect(option.rect, iconSize, option.direction));
     painter->setOpacity(1);
 
     const QRect texts = QStyle::visualRect(option.direction, content,
@@ -52,6 +51,12 @@ void QVImageAndTextCellView::paint(QPainter* painter, const QStyleOptionViewItem
     painter->setPen(textColor(option, isHidden));
     drawLine(*painter, place, name, Qt::ElideMiddle);
     paintFolder(*painter, option, texts, width, index);
+}
+
+QRect QVImageAndTextCellView::iconRect(const QRect& cell, QSize iconSize,
+                                       Qt::LayoutDirection direction) {
+    return QStyle::alignedRect(direction, Qt::AlignLeading | Qt::AlignVCenter, iconSize,
+                               cell.adjusted(kMargin, 0, -kMargin, 0));
 }
 
 int QVImageAndTextCellView::paintLabel(QPainter& painter, const QStyleOptionViewItem& option,

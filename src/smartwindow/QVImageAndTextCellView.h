@@ -24,6 +24,9 @@ class QVImageAndTextCellView : public ContentCell {
                const QModelIndex& index) const override;
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 
+    /// Where an icon of that size lies in a cell.
+    static QRect iconRect(const QRect& cell, QSize iconSize, Qt::LayoutDirection direction);
+
  private:
     /// Draws the badge behind a name of that width, or where it is cut for it; returns the width
     /// that both take.

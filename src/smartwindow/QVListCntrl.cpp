@@ -13,6 +13,7 @@
 #include "smartwindow/QVListCntrl_erase.h"
 #include "smartwindow/QVTableHeaderCntrl.h"
 #include "smartwindow/SmartWindowNotifications.h"
+#include "smartwindow/preview/QVItemPreviewCntrl.h"
 
 namespace kestrin {
 namespace {
@@ -59,6 +60,7 @@ QVListCntrl::QVListCntrl(const SmartWindowServices& services, ListOutlets outlet
     connect(&m_model, &ContentListModel::sortWasRequested, this, &QVListCntrl::sortWasRequested);
     connect(&table, &QVContentTableView::checkToggled, this, &QVListCntrl::toggleMarksOfSelection);
     setupContextualMenu();
+    makePreviewCntrl();
     observe();
     m_services.center.post(Key::kContentListDidLoad, &Key::kContentListDidLoad);
 }
@@ -96,7 +98,8 @@ void QVListCntrl::showSelectedItems(const std::shared_ptr<QVSourceItem>& source)
     m_model.setRows(std::make_shared<ItemList>());
     freeOnListQueue([formerSource = std::move(formerSource), formerItems = std::move(formerItems),
                      formerRows = std::move(formerRows)] {});
-    selectionChanged();
+    updateInfo();
+    showStoredSelection();
     m_outlets.showProgressView(false);
     if (source) {
         observeSource();
@@ -107,6 +110,7 @@ void QVListCntrl::showSelectedItems(const std::shared_ptr<QVSourceItem>& source)
             first.ascending ? Qt::AscendingOrder : Qt::DescendingOrder);
         makeRowsAnew();
     }
+    Q_EMIT selectionDidChange();
     Q_EMIT rowsDidChange();
 }
 
@@ -231,8 +235,9 @@ void QVListCntrl::showRows(const ContentRows& rows) {
         if (!selected.empty())
             table.scrollTo(m_model.index(selected.back(), ContentListModel::Name));
     }
-    // The figures of what is selected may have grown.
+    // What is selected may have grown, and stands in other rows.
     updateInfo();
+    prepareToShowPreview();
     if (!keepsSelection) Q_EMIT selectionDidChange();
     Q_EMIT rowsDidChange();
 }
@@ -246,15 +251,9 @@ ItemList QVListCntrl::selectedItems() const {
     return items;
 }
 
-PreviewItemList QVListCntrl::selectedItemsForPreview() const {
-    PreviewItemList items;
-    for (const int row : selectedRows(m_outlets.tableView))
-        items.push_back(std::make_shared<QVPreviewItem>(m_model.itemAt(row), row));
-    return items;
-}
-
 void QVListCntrl::selectionChanged() {
     updateInfo();
+    prepareToShowPreview();
     Q_EMIT selectionDidChange();
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <QObject>
+#include <QRect>
 #include <QString>
 #include <QTimer>
 #include <chrono>
@@ -12,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "base/NotificationCenter.h"
@@ -23,17 +25,26 @@
 #include "smartwindow/ItemFilter.h"
 #include "smartwindow/SmartWindowServices.h"
 
+class QKeyEvent;
 class QLabel;
 class QMenu;
+class QWidget;
 
 namespace kestrin {
 
+class PreviewCollectionView;
 class QVContentTableView;
+class QVItemPreviewCntrl;
+struct PreviewServices;
 
 /// What the controller moves in the window, all of which outlives it. Every function is given.
 struct ListOutlets {
     QVContentTableView& tableView;
     QLabel& infoFld;  ///< tells what is selected
+    const PreviewServices& previewServices;
+    PreviewCollectionView& collectionPreview;  ///< shows what is selected
+    QWidget& emptyPreviewView;                 ///< stands in its place while nothing is
+    const QObject& splitView;                  ///< tells when it collapses the preview
     /// Shows the view of work in progress in the place of the table, or the table again.
     std::function<void(bool isShown)> showProgressView;
     /// 8: the window stays on top; 0: it is one among others.
@@ -66,8 +77,25 @@ class QVListCntrl : public QObject {
 
     /// The selected entries, in row order.
     ItemList selectedItems() const;
-    /// The same as previews show them, with their rows.
+
+    // --- The preview (QVListCntrl_preview.cpp) ---
+
+    QVItemPreviewCntrl& previewCntrl() { return *m_previewCntrl; }
+    /// The selected entries as previews show them, in row order.
     PreviewItemList selectedItemsForPreview() const;
+    /// The entry of a row as previews show it; nullptr for a row that is not there.
+    std::shared_ptr<QVPreviewItem> previewItem(int index) const;
+    /// Hands the selection to the controller of the preview.
+    void prepareToShowPreview();
+    void setEmptyPreview();  ///< has the preview show nothing
+
+    /// The place of an entry's icon on the screen, in points; empty when it is not to be seen.
+    QRect rectOfItem(const QVSmartWindowItem& item) const;
+    /// The visible part of the column of names on the screen, in points.
+    QRect rectOfNameColumn() const;
+    bool isItemVisible(const QVSmartWindowItem& item) const;
+    /// The rows that can be seen, in part at least: the first one, and how many.
+    std::pair<int, int> visibleItemsRange() const;
 
     // --- Marks ---
 
@@ -129,6 +157,15 @@ class QVListCntrl : public QObject {
     void showRows(const ContentRows& rows);
     void selectionChanged();
     void updateInfo();
+
+    // The preview
+    void makePreviewCntrl();
+    void showStoredSelection();
+    void splitViewDidCollapse();
+    void splitViewDidUncollapse();
+    bool passKeyToTable(const QKeyEvent& event);
+
+    // Figures
     void updateCheckedFigures();
     void setCheckedFigures(const CheckedFigures& figures);
     SourceItems usableSources() const;
@@ -163,6 +200,7 @@ class QVListCntrl : public QObject {
     const SmartWindowServices& m_services;
     const ListOutlets m_outlets;
     ContentListModel m_model;
+    std::unique_ptr<QVItemPreviewCntrl> m_previewCntrl;
     std::shared_ptr<QVSourceItem> m_sourceItem;
     ItemFilter m_filter;
     SharedItemList m_sorted;      ///< all entries of the shown source; nullptr at first

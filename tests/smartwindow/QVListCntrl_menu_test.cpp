@@ -64,9 +64,14 @@ class ContextMenuTest : public ::testing::Test, protected WindowWorld {
         std::make_shared<QVSourceItem>(volume("Disk").trashes.front(), 1);
     QVContentTableView table{dates};
     QLabel info;
+    ListPreview preview{*this};
     QVListCntrl list{theServices,
                      ListOutlets{.tableView = table,
                                  .infoFld = info,
+                                 .previewServices = preview.services,
+                                 .collectionPreview = preview.collectionView,
+                                 .emptyPreviewView = preview.emptyView,
+                                 .splitView = preview.splitView,
                                  .showProgressView = [](bool) {},
                                  .setWindowLevel = [](int) {},
                                  .closeWindow = [] {},

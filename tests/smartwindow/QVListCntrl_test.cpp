@@ -14,6 +14,7 @@
 #include "smartwindow/QVContentTableView.h"
 #include "smartwindow/QVTableHeaderCntrl.h"
 #include "smartwindow/SmartWindowNotifications.h"
+#include "smartwindow/preview/QVItemPreviewCntrl.h"
 #include "smartwindow/support/WindowWorld.h"
 #include "support/RecordingProgressView.h"
 #include "support/ScopedVariable.h"
@@ -53,6 +54,10 @@ class QVListCntrlTest : public ::testing::Test, protected WindowWorld {
         list = std::make_unique<QVListCntrl>(
             theServices, ListOutlets{.tableView = table,
                                      .infoFld = info,
+                                     .previewServices = preview.services,
+                                     .collectionPreview = preview.collectionView,
+                                     .emptyPreviewView = preview.emptyView,
+                                     .splitView = preview.splitView,
                                      .showProgressView = [](bool) {},
                                      .setWindowLevel = [this](int to) { levels.push_back(to); },
                                      .closeWindow = [this] { ++closed; },
@@ -69,6 +74,13 @@ class QVListCntrlTest : public ::testing::Test, protected WindowWorld {
         }));
     }
 
+    /// The names of what the preview shows.
+    std::string previewed() const {
+        std::string names;
+        for (const auto& item : list->previewCntrl().shownItems())
+            names += (names.empty() ? "" : " ") + item->name().toStdString();
+        return names;
+    }
     /// A volume whose trash holds these entries, on disk too.
     std::shared_ptr<QVSourceItem> addSource(const std::string& name,
                                             const std::vector<std::string>& entries) {
@@ -142,6 +154,7 @@ class QVListCntrlTest : public ::testing::Test, protected WindowWorld {
     SourceItems sources;
     QVContentTableView table{dates};
     QLabel info;
+    ListPreview preview{*this};
     std::vector<int> levels;
     int closed = 0;
     int markSums = 0;
@@ -149,25 +162,37 @@ class QVListCntrlTest : public ::testing::Test, protected WindowWorld {
     std::unique_ptr<QVListCntrl> list;
 };
 
+constexpr auto kAddRow = QItemSelectionModel::Select | QItemSelectionModel::Rows;
+
 TEST_F(QVListCntrlTest, EverySourceKeepsItsSelectionAndOrderWhileAnotherIsShown) {
     const auto disk = addSource("Disk", {"b", "a", "c"});
     const auto camera = addSource("Camera", {"x"});
     show(disk);
     EXPECT_THAT(shown(), ElementsAre("a", "b", "c"));
-    selectRows(table, {0, 1});
+    table.setCurrentIndex(list->model().index(0, 0));
+    table.selectionModel()->select(list->model().index(1, 0), kAddRow);
+    EXPECT_TRUE(waitFor([this] { return previewed() == "a b"; }));
     list->model().sort(ContentListModel::Name, Qt::DescendingOrder);
     ASSERT_TRUE(waitFor([this] { return shown().front() == "c"; }));
     EXPECT_EQ(list->selectedItems().size(), 2u);
     EXPECT_EQ(info.text(), QStringLiteral("2 selected, 20 B"));
+    EXPECT_TRUE(waitFor([this] { return previewed() == "b a"; }));
 
     show(camera);
     EXPECT_THAT(shown(), ElementsAre("x"));
+    EXPECT_TRUE(waitFor([this] { return previewed().empty(); }));
     EXPECT_THAT(list->selectedItems(), IsEmpty());
     EXPECT_TRUE(info.text().isEmpty());
     EXPECT_EQ(table.headerCntrl().sortIndicatorOrder(), Qt::AscendingOrder);
     show(disk);
     EXPECT_THAT(shown(), ElementsAre("c", "b", "a"));
     EXPECT_THAT(selectedRows(table), ElementsAre(1, 2));
+    EXPECT_TRUE(waitFor([this] { return previewed() == "b a"; }));
+
+    center.post(Key::kSplitViewDidCollapse, &preview.splitView);
+    EXPECT_TRUE(waitFor([this] { return previewed().empty(); })) << "nobody sees it";
+    center.post(Key::kSplitViewDidUncollapse, &preview.splitView);
+    EXPECT_TRUE(waitFor([this] { return previewed() == "b a"; }));
 
     // What was begun for a source that is shown no more comes to nothing.
     list->setFilter(QStringLiteral("c"));

@@ -20,6 +20,8 @@
 #include "inventory/QVSmartWindowItem.h"
 #include "inventory/TrashListing.h"
 #include "smartwindow/SmartWindowServices.h"
+#include "smartwindow/preview/PreviewCollectionView.h"
+#include "smartwindow/preview/PreviewServices.h"
 #include "support/ScriptedAlertPanel.h"
 #include "support/TestEnvironment.h"
 
@@ -148,6 +150,29 @@ struct WindowWorld {
     std::vector<std::string> opened;
     std::vector<LaunchResult> launchResults;  ///< the answer to the next `open`
     QStringList told;
+};
+
+/// The preview beside a list, of which nothing is decoded.
+struct ListPreview {
+    explicit ListPreview(WindowWorld& world)
+        : services{.center = world.center,
+                   .texts = world.texts,
+                   .numbers = world.numbers,
+                   .dates = world.dates,
+                   .files = QVFilesUtilities::sharedControl(),
+                   .beep = [] {},
+                   .reveal = [](const auto&) {},
+                   .open = [](const auto&, const auto&) {},
+                   .iconOf = [](const auto&) { return QIcon(); },
+                   .request = [](const auto&, const auto&) { return nullptr; },
+                   .known = [](const auto&) { return nullptr; },
+                   .requestDetails = [](const auto&, const auto&) { return nullptr; },
+                   .imageMakers = {}} {}
+
+    const PreviewServices services;
+    PreviewCollectionView collectionView{services, false};
+    QWidget emptyView;
+    QObject splitView;
 };
 
 }  // namespace kestrin::test
