@@ -283,7 +283,10 @@ bool PreviewPanel::handleKey(QKeyEvent& event) {
         if (event.isAccepted()) return true;
     }
     if (handleKeyOfEitherWindow(event)) return true;
-    if (isPlain && (event.key() == Qt::Key_PageUp || event.key() == Qt::Key_PageDown)) {
+    const bool isOfContent = isPlain
+                                 ? event.key() == Qt::Key_PageUp || event.key() == Qt::Key_PageDown
+                                 : event.modifiers().testFlag(Qt::ControlModifier);
+    if (isOfContent) {
         event.accept();
         QCoreApplication::sendEvent(m_view, &event);
         if (event.isAccepted()) return true;

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "smartwindow/preview/QVQuickLookView.h"
 
+#include <QAbstractScrollArea>
 #include <QApplication>
 #include <QBoxLayout>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QScrollBar>
 #include <QStackedLayout>
 #include <QStyleOptionFocusRect>
 #include <algorithm>
@@ -20,6 +22,7 @@
 #include "smartwindow/preview/PreviewFooter.h"
 #include "smartwindow/preview/PreviewNotifications.h"
 #include "smartwindow/preview/PreviewTexts.h"
+#include "smartwindow/preview/ScrollKeys.h"
 #include "smartwindow/preview/TextView.h"
 #include "viewer/ViewerProtocol.h"
 
@@ -308,21 +311,44 @@ void QVQuickLookView::settle() {
 }
 
 void QVQuickLookView::keyPressEvent(QKeyEvent* event) {
-    const bool turns = m_pageCount > 1;
+    const bool isHandled = event->modifiers().testFlag(Qt::ControlModifier)
+                               ? zoomByKey(event->key())
+                               : turnPageByKey(*event);
+    if (!isHandled) QWidget::keyPressEvent(event);
+}
+
+bool QVQuickLookView::turnPageByKey(const QKeyEvent& event) {
+    const bool isNext = event.key() == Qt::Key_PageDown;
+    if (!isNext && event.key() != Qt::Key_PageUp) return false;
+    if (m_pageCount > 1) {
+        setPage(isNext ? m_page + 1 : m_page - 1);
+        return true;
+    }
+    const QWidget* const content = m_contents->currentWidget();
+    const auto* const area = qobject_cast<const QAbstractScrollArea*>(
+        content->focusProxy() ? content->focusProxy() : content);
+    if (!area || isKeyOfTheWindow(event, *area)) return false;
+    area->verticalScrollBar()->triggerAction(isNext ? QAbstractSlider::SliderPageStepAdd
+                                                    : QAbstractSlider::SliderPageStepSub);
+    return true;
+}
+
+bool QVQuickLookView::zoomByKey(int key) {
     const QPointF middle = QRectF(m_picture->rect()).center();
-    const bool zooms = m_contents->currentWidget() == m_picture;
-    if (turns && event->key() == Qt::Key_PageUp) {
-        setPage(m_page - 1);
-    } else if (turns && event->key() == Qt::Key_PageDown) {
-        setPage(m_page + 1);
-    } else if (zooms && (event->key() == Qt::Key_Plus || event->key() == Qt::Key_Equal)) {
-        m_picture->zoomBy(kZoomOfAKey, middle);
-    } else if (zooms && event->key() == Qt::Key_Minus) {
-        m_picture->zoomBy(1 / kZoomOfAKey, middle);
-    } else if (zooms && event->key() == Qt::Key_0) {
-        m_picture->zoomToFit();
-    } else {
-        QWidget::keyPressEvent(event);
+    if (m_contents->currentWidget() != m_picture) return false;
+    switch (key) {
+        case Qt::Key_Plus:
+        case Qt::Key_Equal:  // where "+" is above it
+            m_picture->zoomBy(kZoomOfAKey, middle);
+            return true;
+        case Qt::Key_Minus:
+            m_picture->zoomBy(1 / kZoomOfAKey, middle);
+            return true;
+        case Qt::Key_0:
+            m_picture->zoomToFit();
+            return true;
+        default:
+            return false;
     }
 }
 

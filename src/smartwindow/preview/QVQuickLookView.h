@@ -25,8 +25,8 @@ class TextView;
 /// hidden it asks for nothing and holds nothing. Nothing in a content acts: it is looked at,
 /// scrolled, zoomed, and text is copied.
 ///
-/// Keys, while it has the focus: Page Up and Page Down turn pages, "+", "-" and "0" zoom. Space,
-/// Escape, and the arrows where nothing scrolls, go on to its parent.
+/// Keys, while it has the focus: Page Up and Page Down turn pages or scroll; "+", "-" and "0" with
+/// Ctrl zoom a picture. Space, Escape, and the arrows where nothing scrolls, go on to its parent.
 class QVQuickLookView : public QWidget {
     Q_OBJECT
 
@@ -58,7 +58,8 @@ class QVQuickLookView : public QWidget {
     QSize minimumSizeHint() const override { return {0, 0}; }
 
  Q_SIGNALS:
-    /// preview() or the entry is another one.
+    /// Another entry is shown, another page of it, or what is known of it. More pixels of the same
+    /// are no change.
     void contentDidChange();
     /// The view gets another size now. When that has settled, "viewDidEndLiveResize" is posted with
     /// this as the sender.
@@ -86,6 +87,8 @@ class QVQuickLookView : public QWidget {
     void describe();
     void updateFooter();
     void settle();
+    bool turnPageByKey(const QKeyEvent& event);
+    bool zoomByKey(int key);
     TextView& textView();
     EntriesView& entriesView();
 

@@ -182,12 +182,13 @@ QMimeData* TextView::createMimeDataFromSelection() const {
     const QTextCursor cursor = textCursor();
     QString text;
     QTextBlock block = document()->findBlock(cursor.selectionStart());
-    for (; block.isValid() && block.position() < cursor.selectionEnd(); block = block.next()) {
+    while (block.isValid() && block.position() < cursor.selectionEnd()) {
         const int begin = std::max(cursor.selectionStart() - block.position(), 0);
         const int end = cursor.selectionEnd() - block.position();
-        if (begin == 0 && !text.isNull() && block.userState() != kContinued)
-            text += QLatin1Char('\n');
         text += QStringView(block.text()).mid(begin, end - begin);
+        const bool goesOn = end >= block.length();
+        block = block.next();
+        if (goesOn && block.isValid() && block.userState() != kContinued) text += QLatin1Char('\n');
     }
     auto* const copied = new QMimeData;
     copied->setText(text);

@@ -156,6 +156,13 @@ TEST_F(QVQuickLookViewTest, TurnsThePagesOfADocument) {
     EXPECT_EQ(view.caption(), QStringLiteral("Page 2 of 2"));
     view.setPage(7);
     EXPECT_EQ(view.page(), 1U);
+    EXPECT_EQ(view.accessibleName(), QStringLiteral("Picture of first.png"));
+    EXPECT_EQ(view.accessibleDescription(), QStringLiteral("Page 2 of 2"));
+    const auto* const shown = view.findChild<PictureView*>();
+    QTest::keyClick(&view, Qt::Key_Plus, Qt::ControlModifier);
+    EXPECT_GT(shown->zoom(), 1);
+    QTest::keyClick(&view, Qt::Key_0, Qt::ControlModifier);
+    EXPECT_EQ(shown->zoom(), 1);
     view.setPreviewItem(second.item);
     EXPECT_EQ(world.asked.back().request.page, 0U);
 }
@@ -163,16 +170,22 @@ TEST_F(QVQuickLookViewTest, TurnsThePagesOfADocument) {
 TEST_F(QVQuickLookViewTest, ShowsTextAsNothingButText) {
     view.setPreviewItem(first.item);
     const std::string longLine(2500, 'x');
-    world.answer(text("<b>bold</b>\r\n\tback\xE2\x80\xAEwards\x1b[1m\n" + longLine + "\nend"));
+    world.answer(text("<b>bold</b>\r\n\n\tback\xE2\x80\xAEwards\x1b[1m\n" + longLine + "\nend"));
     auto* const shown = view.findChild<TextView*>();
     EXPECT_TRUE(shown->toPlainText().startsWith(
-        QStringLiteral("<b>bold</b>\n\tback‹U+202E›wards‹U+001B›[1m\n")));
+        QStringLiteral("<b>bold</b>\n\n\tback‹U+202E›wards‹U+001B›[1m\n")));
     EXPECT_EQ(view.caption(), QStringLiteral("UTF-8"));
     shown->selectAll();
     shown->copy();
     const QString copied = QApplication::clipboard()->text();
-    EXPECT_EQ(copied.section(u'\n', 2), QString::fromStdString(longLine) + QStringLiteral("\nend"))
+    EXPECT_EQ(copied.section(u'\n', 3), QString::fromStdString(longLine) + QStringLiteral("\nend"))
         << "a line that was cut to be laid out is whole again";
+    QTextCursor lines = shown->textCursor();
+    lines.setPosition(11);
+    lines.setPosition(12, QTextCursor::KeepAnchor);
+    shown->setTextCursor(lines);
+    shown->copy();
+    EXPECT_EQ(QApplication::clipboard()->text(), QStringLiteral("\n")) << "an empty line counts";
     shown->setFocus();
     for (const auto key : {Qt::Key_Space, Qt::Key_Escape})
         QTest::keyClick(shown, key);
@@ -193,6 +206,8 @@ TEST_F(QVQuickLookViewTest, FillsALongTextInPiecesAndStopsAtTheNextEntry) {
     world.answer(text(lines));
     EXPECT_TRUE(QTest::qWaitFor([shown] { return shown->isFilled(); }, 20'000));
     EXPECT_EQ(shown->blockCount(), TextView::kMostLines);
+    QTest::keyClick(&view, Qt::Key_PageDown);
+    EXPECT_GT(shown->verticalScrollBar()->value(), 0);
     EXPECT_EQ(view.caption(), QStringLiteral("UTF-8 · Only the first 50,000 lines are shown"));
 }
 
