@@ -15,34 +15,51 @@ namespace kestrin {
 namespace {
 
 using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
 
 constexpr double kPointsPerInch = 72;
 /// Where readers of PDF files look for the beginning.
 constexpr std::size_t kHeaderBytes = 1024;
-/// What stands on the page by then is shown. A file has five seconds of processor time in all.
+/// A page that is not ready by then is shown as it is, if anything of it was told; and is given up
+/// a little later. A file has five seconds of processor time in all.
+constexpr auto kLongRendering = 2s;
 constexpr auto kLongestRendering = 3s;
 
-/// The page, as large as the box allows.
-QImage render(const Poppler::Page& page, QSizeF points, QSize box, bool& isPartial) {
+/// The page while it is drawn, as the functions that Poppler calls meanwhile see it.
+struct Drawing {
+    const Clock::time_point begin = Clock::now();
+    QImage beginning;  ///< what stood on the page when that took long already
+    bool isGivenUp = false;
+
+    static Drawing& of(const QVariant& payload) {
+        return *static_cast<Drawing*>(payload.value<void*>());
+    }
+    static bool isLong(const QVariant& payload) {
+        Drawing& drawing = of(payload);
+        return drawing.beginning.isNull() && Clock::now() > drawing.begin + kLongRendering;
+    }
+    static void keep(const QImage& image, const QVariant& payload) {
+        of(payload).beginning = image.copy();
+    }
+    static bool isTooLong(const QVariant& payload) {
+        Drawing& drawing = of(payload);
+        drawing.isGivenUp |= Clock::now() > drawing.begin + kLongestRendering;
+        return drawing.isGivenUp;
+    }
+};
+
+/// The page, as large as the box allows; null when that failed. `drawing` tells whether it took too
+/// long.
+QImage render(const Poppler::Page& page, QSizeF points, QSize box, Drawing& drawing) {
     const QSize size = filling(points, box);
     // The two differ where a page is so narrow that a pixel is more than its share.
     const double horizontal = size.width() * kPointsPerInch / points.width();
     const double vertical = size.height() * kPointsPerInch / points.height();
-    struct Clock {
-        std::chrono::steady_clock::time_point deadline;
-        bool hasStruck = false;
-    } clock{std::chrono::steady_clock::now() + kLongestRendering};
-    const auto isLate = [](const QVariant& payload) {
-        auto* told = static_cast<Clock*>(payload.value<void*>());
-        told->hasStruck |= std::chrono::steady_clock::now() > told->deadline;
-        return told->hasStruck;
-    };
-    QImage image = page.renderToImage(
-        horizontal, vertical, 0, 0, size.width(), size.height(), Poppler::Page::Rotate0,
-        [](const QImage&, const QVariant&) {}, [](const QVariant&) { return false; }, isLate,
-        QVariant::fromValue(static_cast<void*>(&clock)));
-    isPartial = clock.hasStruck;
-    return previewFrame(image, size);
+    const QImage image =
+        page.renderToImage(horizontal, vertical, 0, 0, size.width(), size.height(),
+                           Poppler::Page::Rotate0, Drawing::keep, Drawing::isLong,
+                           Drawing::isTooLong, QVariant::fromValue(static_cast<void*>(&drawing)));
+    return previewFrame(drawing.isGivenUp ? drawing.beginning : image, size);
 }
 
 Preview pageOf(const Poppler::Document& document, const DecodeRequest& request) {
@@ -54,13 +71,14 @@ Preview pageOf(const Poppler::Document& document, const DecodeRequest& request) 
     const auto isLength = [](double length) { return std::isfinite(length) && length > 0; };
     if (!isLength(points.width()) || !isLength(points.height()))
         return withoutPicture(PreviewFault::Damaged);
-    bool isPartial = false;
-    QImage image = render(*page, points, boxOf(request), isPartial);
-    if (image.isNull()) return withoutPicture(PreviewFault::Damaged);
+    Drawing drawing;
+    QImage image = render(*page, points, boxOf(request), drawing);
+    if (image.isNull())
+        return withoutPicture(drawing.isGivenUp ? PreviewFault::TooSlow : PreviewFault::Damaged);
     const auto rounded = [](double length) { return int(std::clamp(length, 1.0, 1e9)); };
     Preview preview =
         withPicture(std::move(image), {rounded(points.width()), rounded(points.height())});
-    preview.facts.isPartial = isPartial;
+    preview.facts.isPartial = drawing.isGivenUp;
     preview.facts.page = number;
     preview.facts.pageCount = std::uint32_t(count);
     preview.facts.title = document.info(QStringLiteral("Title")).trimmed().toStdString();

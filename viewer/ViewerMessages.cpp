@@ -42,7 +42,7 @@ struct RequestPacket {
 
 struct AnswerPacket {
     std::uint32_t mark = kAnswerMark;
-    std::uint32_t reserved = 0;
+    std::uint32_t isLast = 0;  // or 1
     std::uint64_t number = 0;
 };
 
@@ -183,15 +183,17 @@ Result<ReceivedRequest> receiveRequest(int socket) {
                            std::move(received->file)};
 }
 
-MaybeError sendAnswer(int socket, std::uint64_t number, int preview) {
+MaybeError sendAnswer(int socket, std::uint64_t number, int preview, bool isLast) {
     if (preview < 0) return errorFromErrno(EINVAL, HostAccess::Write);
-    return sendPacket(socket, AnswerPacket{.number = number}, preview);
+    return sendPacket(socket, AnswerPacket{.isLast = isLast, .number = number}, preview);
 }
 
 Result<DecodeAnswer> receiveAnswer(int socket) {
     auto received = receivePacket<AnswerPacket>(socket, 1);
     if (!received) return received.error();
-    return DecodeAnswer{received->packet.number, std::move(received->file)};
+    if (received->packet.isLast > 1) return failure(EPROTO);
+    return DecodeAnswer{received->packet.number, std::move(received->file),
+                        received->packet.isLast == 1};
 }
 
 }  // namespace kestrin

@@ -125,6 +125,7 @@ struct ReceivedRequest {
 struct DecodeAnswer {
     std::uint64_t number = 0;
     UniqueFd preview;
+    bool isLast = false;  ///< the decoder ends, and takes no other request
 };
 
 // Each of these sends or takes one packet; whether it waits is as the socket is set. A descriptor
@@ -138,7 +139,7 @@ MaybeError sendGreeting(int socket, const ViewerGreeting& greeting);
 Result<ViewerGreeting> receiveGreeting(int socket);
 MaybeError sendRequest(int socket, const DecodeRequest& request, int file);
 Result<ReceivedRequest> receiveRequest(int socket);
-MaybeError sendAnswer(int socket, std::uint64_t number, int preview);
+MaybeError sendAnswer(int socket, std::uint64_t number, int preview, bool isLast = false);
 Result<DecodeAnswer> receiveAnswer(int socket);
 
 }  // namespace kestrin

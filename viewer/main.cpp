@@ -61,22 +61,35 @@ Preview decodeWithinMemory(InputFile& file, const DecodeRequest& request) {
     }
 }
 
-MaybeError answer(ReceivedRequest received) {
+/// Whether what libraries kept of the files so far may be missing for the next one: an exception
+/// that comes out of a library leaves behind what that had in its hands.
+bool isWorn() {
+    constexpr std::size_t kKept = 128 << 20;
+    const struct mallinfo2 heap = ::mallinfo2();
+    return heap.arena + heap.hblkhd > kKept;
+}
+
+/// True when there is no other to come.
+Result<bool> answer(ReceivedRequest received) {
     InputFile file(std::move(received.file));
     auto preview = writePreview(decodeWithinMemory(file, received.request));
     if (!preview) preview = writePreview({.fault = PreviewFault::TooLarge});
     if (!preview) return preview.error();
-    return sendAnswer(kSocket, received.request.number, preview->get());
+    const bool isLast = isWorn();
+    if (auto error = sendAnswer(kSocket, received.request.number, preview->get(), isLast))
+        return *error;
+    return isLast;
 }
 
 int serve(const ViewerProtections& protections) {
-    MaybeError failure = sendGreeting(kSocket, {.protections = protections});
-    while (!failure) {
+    if (sendGreeting(kSocket, {.protections = protections})) return 1;
+    while (true) {
         auto received = receiveRequest(kSocket);
         if (!received) return received.error().systemError == ECONNRESET ? 0 : 1;
-        failure = answer(std::move(*received));
+        const auto isLast = answer(std::move(*received));
+        if (!isLast) return 1;
+        if (*isLast) return 0;
     }
-    return 1;
 }
 
 }  // namespace

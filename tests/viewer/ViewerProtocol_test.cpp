@@ -195,10 +195,11 @@ TEST_F(ViewerMessages, arriveAsTheyWereSent) {
     EXPECT_EQ(bytesOf(received->file.get()), "content");
     EXPECT_EQ(::fcntl(received->file.get(), F_GETFD), FD_CLOEXEC);
 
-    ASSERT_FALSE(sendAnswer(m_theirs.get(), 77, file.get()));
+    ASSERT_FALSE(sendAnswer(m_theirs.get(), 77, file.get(), true));
     const auto answer = receiveAnswer(m_ours.get());
     ASSERT_TRUE(answer);
     EXPECT_EQ(answer->number, 77u);
+    EXPECT_TRUE(answer->isLast);
 
     EXPECT_EQ(receiveAnswer(m_ours.get()).error().systemError, EAGAIN);
     m_theirs.reset();

@@ -19,17 +19,22 @@ bool waitToRead(int socket) {
     return ::poll(&waiting, 1, 20'000) == 1;
 }
 
-std::optional<Preview> answerOf(const ChildProgram& decoder, const QByteArray& bytes) {
+struct Answer {
+    std::optional<Preview> preview;
+    bool isLast = false;
+};
+
+Answer answerOf(const ChildProgram& decoder, const QByteArray& bytes) {
     const auto file = sealedFile({bytes.constData(), static_cast<std::size_t>(bytes.size())});
     static std::uint64_t number = 0;
     const DecodeRequest request{.number = ++number, .width = 800, .height = 600};
     if (!file || sendRequest(decoder.socket(), request, file->get()) ||
         !waitToRead(decoder.socket())) {
-        return std::nullopt;
+        return {};
     }
     const auto answer = receiveAnswer(decoder.socket());
-    if (!answer || answer->number != number) return std::nullopt;
-    return readPreview(answer->preview.get());
+    if (!answer || answer->number != number) return {};
+    return {readPreview(answer->preview.get()), answer->isLast};
 }
 
 /// Enough pixels for Qt to share the work among threads.
@@ -43,14 +48,20 @@ QByteArray largePicture() {
     return bytes;
 }
 
-/// A word in a font that is not in the file.
-const QByteArray kPage =
-    "%PDF-1.4\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
-    "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
-    "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 300 100]/Contents 4 0 R/Resources<</Font<<"
-    "/F<</Type/Font/Subtype/Type1/BaseFont/Times-Italic>>>>>>>>endobj\n"
-    "4 0 obj<</Length 36>>stream\nBT /F 20 Tf 9 9 Td (Sealed) Tj ET  \nendstream endobj\n"
-    "trailer<</Root 1 0 R>>\n%%EOF\n";
+/// A page with that content, and a font that is not in the file.
+QByteArray page(const QByteArray& content) {
+    // Packed, without the length that Qt puts before it.
+    const QByteArray packed = qCompress(content).mid(4);
+    return "%PDF-1.4\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
+           "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n"
+           "3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 300 100]/Contents 4 0 R/Resources<</Font"
+           "<</F<</Type/Font/Subtype/Type1/BaseFont/Times-Italic>>>>>>>>endobj\n"
+           "4 0 obj<</Filter/FlateDecode/Length " +
+           QByteArray::number(packed.size()) + ">>stream\n" + packed +
+           "\nendstream endobj\ntrailer<</Root 1 0 R>>\n%%EOF\n";
+}
+
+const QByteArray kPage = page("BT /F 20 Tf 9 9 Td (Sealed) Tj ET");
 
 TEST(Viewer, showsBehindItsSealWhatIsSeenInTheOpen) {
     auto decoder = ChildProgram::start(FileUrl::fromPath(KESTRIN_VIEWER), {});
@@ -70,7 +81,7 @@ TEST(Viewer, showsBehindItsSealWhatIsSeenInTheOpen) {
     for (const QByteArray& bytes : {largePicture(), kPage, drawing}) {
         InputFile file = test::fileOf({bytes.constData(), static_cast<std::size_t>(bytes.size())});
         const Preview open = decode(file, {.width = 800, .height = 600});
-        const auto sealed = answerOf(*decoder, bytes);
+        const auto sealed = answerOf(*decoder, bytes).preview;
         ASSERT_TRUE(sealed) << bytes.left(4).toStdString();
         ASSERT_EQ(open.frames.size(), 1u);
         ASSERT_EQ(sealed->frames.size(), 1u);
@@ -78,6 +89,11 @@ TEST(Viewer, showsBehindItsSealWhatIsSeenInTheOpen) {
                   open.frames[0].convertToFormat(QImage::Format_ARGB32))
             << bytes.left(4).toStdString();
     }
+    if (!plan.limitsMemory) return;
+    // A page that saves its state again and again until there is no memory left.
+    const Answer exhausted = answerOf(*decoder, page(QByteArray("q ").repeated(5'000'000)));
+    EXPECT_TRUE(exhausted.preview && exhausted.preview->fault == PreviewFault::TooLarge);
+    EXPECT_TRUE(exhausted.isLast) << "the next file would find no memory";
 }
 
 }  // namespace

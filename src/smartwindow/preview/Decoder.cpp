@@ -60,6 +60,7 @@ Decoder::State Decoder::hearAnswer() {
     }
     if (m_state != State::Working || answer->number != m_number) return State::Gone;
     m_answer = std::move(answer->preview);
+    m_isLastAnswer = answer->isLast;
     return State::Answered;
 }
 
@@ -75,13 +76,13 @@ Decoder::State Decoder::give(const DecodeRequest& request, int file) {
 std::shared_ptr<const Preview> Decoder::takeAnswer() {
     auto preview = readPreview(m_answer.get());
     m_answer.reset();
-    become(preview ? State::Ready : State::Gone);
+    become(preview && !m_isLastAnswer ? State::Ready : State::Gone);
     return preview ? std::make_shared<const Preview>(std::move(*preview)) : nullptr;
 }
 
 void Decoder::dropAnswer() {
     m_answer.reset();
-    become(State::Ready);
+    become(m_isLastAnswer ? State::Gone : State::Ready);
 }
 
 }  // namespace kestrin

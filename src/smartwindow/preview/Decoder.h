@@ -49,8 +49,8 @@ class Decoder {
 
     /// Hands it a file; the descriptor stays the caller's. Requires: Ready.
     State give(const DecodeRequest& request, int file);
-    /// What it answered, and none when that is odd: then it is Gone. It is Ready otherwise.
-    /// Requires: Answered.
+    /// What it answered, and none when that is odd: then it is Gone. It is Ready otherwise, unless it
+    /// said that it ends with this answer. Requires: Answered.
     std::shared_ptr<const Preview> takeAnswer();
     /// Passes over the answer without reading it. Requires: Answered.
     void dropAnswer();
@@ -77,6 +77,7 @@ class Decoder {
     int m_givenFiles = 0;
     std::uint64_t m_number = 0;  ///< of the last request
     UniqueFd m_answer;
+    bool m_isLastAnswer = false;
     PreviewFault m_fault = PreviewFault::Crashed;
 };
 

@@ -30,7 +30,7 @@ constexpr int kSocket = STDIN_FILENO;
 void sendTwoDescriptors(int file) {
     struct {
         std::uint32_t mark = 0x3141'564b;
-        std::uint32_t reserved = 0;
+        std::uint32_t isLast = 0;
         std::uint64_t number = 1;
     } packet;
     iovec part{&packet, sizeof packet};
@@ -69,7 +69,8 @@ void answer(const std::string& deed, const ReceivedRequest& received, const std:
         ::send(kSocket, &number, sizeof number, MSG_NOSIGNAL);
         std::_Exit(1);
     }
-    sendAnswer(kSocket, number, file.get());
+    sendAnswer(kSocket, number, file.get(), deed == "worn");
+    if (deed == "worn") std::this_thread::sleep_for(1h);
     if (deed == "twice") sendAnswer(kSocket, number, file.get());
     if (deed == "last") std::_Exit(1);
 }
