@@ -2,6 +2,7 @@
 #include "smartwindow/QVContentViewCntrl.h"
 
 #include <QGridLayout>
+#include <QItemSelectionModel>
 #include <QLabel>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -15,6 +16,7 @@
 #include "smartwindow/SmartWindowNotifications.h"
 #include "smartwindow/SmartWindowServices.h"
 #include "smartwindow/preview/PreviewCollectionView.h"
+#include "smartwindow/preview/PreviewPanel.h"
 #include "widgets/BusySpinner.h"
 #include "widgets/ElidedLabel.h"
 #include "widgets/Fade.h"
@@ -61,6 +63,7 @@ QVContentViewCntrl::QVContentViewCntrl(const SmartWindowServices& services, Outl
 
 /// The controller goes before the views that it works with, and these before what they work with.
 QVContentViewCntrl::~QVContentViewCntrl() {
+    delete m_panel;
     delete m_listCntrl;
     delete m_splitView;
 }
@@ -152,8 +155,15 @@ void QVContentViewCntrl::makeListCntrl() {
     connect(m_listCntrl, &QVListCntrl::rowsDidChange, this, &QVContentViewCntrl::showEmptyState);
     connect(m_listCntrl, &QVListCntrl::rowsDidChange, m_collectionView,
             &PreviewCollectionView::updateFigures);
+    // The question is put upon the window, and nothing beside it can be used meanwhile.
+    connect(m_listCntrl, &QVListCntrl::isErasingDidChange, this,
+            &QVContentViewCntrl::closeQLWindow);
     connect(m_tableView, &QVContentTableView::spacePressed, this, [this] {
-        if (m_listCntrl->selectedItems().empty()) m_services.beep();
+        if (m_tableView->selectionModel()->hasSelection()) {
+            quickLookAction();
+        } else {
+            m_services.beep();
+        }
     });
 }
 

@@ -18,6 +18,7 @@ namespace kestrin {
 
 class CollapsingSplitter;
 class PreviewCollectionView;
+class PreviewPanel;
 class QVContentTableView;
 class QVListCntrl;
 class QVWorkingProgressView;
@@ -51,6 +52,18 @@ class QVContentViewCntrl : public QWidget {
     /// To be called when sources came or went, or what they say of themselves changed.
     void sourcesDidChange();
 
+    // --- The quick-look window (QVContentViewCntrl_panel.cpp) ---
+
+    /// Closes the quick-look window when it is open, else opens it when the event loop is reached
+    /// again.
+    void quickLookAction();
+    void closeQLWindow();
+    /// What the panel asks and tells whoever controls it. Its coming and going is posted as
+    /// "quickLookWindowVisibilityWillChange", with the window as the sender.
+    bool acceptsPreviewPanelControl(const PreviewPanel& panel) const;
+    void beginPreviewPanelControl(PreviewPanel& panel);
+    void endPreviewPanelControl(PreviewPanel& panel);
+
     /// Starts the erase of everything that is checked.
     void deleteItemsAction();
     /// True from the erase command to its end. Meanwhile no mark changes and the window stays open.
@@ -61,6 +74,7 @@ class QVContentViewCntrl : public QWidget {
 
  protected:
     void showEvent(QShowEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
     QWidget* makeListPane();
@@ -71,6 +85,10 @@ class QVContentViewCntrl : public QWidget {
     void showEmptyState();
     void showProgressView(bool isShown);
     void splitViewDidResize(bool isCollapsed);
+    PreviewPanel& panel();
+    void qlWindowWillClose(const QWidget& window);
+    void qlPanelIsClosing();
+    void postPanelIsVisible(bool isVisible);
 
     const SmartWindowServices& m_services;
     const Outlets m_outlets;
@@ -86,6 +104,8 @@ class QVContentViewCntrl : public QWidget {
     CollapsingSplitter* m_splitView = nullptr;
     bool m_wasShown = false;
     QVListCntrl* m_listCntrl = nullptr;
+    PreviewPanel* m_panel = nullptr;  ///< made when it is opened first
+    bool m_panelIsVisible = false;    ///< as was posted last
 };
 
 }  // namespace kestrin

@@ -329,6 +329,7 @@ void QVWindowCntrl::closeEvent(QCloseEvent* event) {
 void QVWindowCntrl::windowWillClose() {
     if (!std::exchange(m_isOpen, false)) return;
     m_services.defaults.setQuietly(kFrameSetting, stringFromFrame(frameToSave()));
+    m_content->closeQLWindow();
     m_sources->windowWillClose();
     m_content->listCntrl().windowWillClose();
     hide();

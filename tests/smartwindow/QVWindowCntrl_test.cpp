@@ -20,6 +20,8 @@
 #include "smartwindow/QVSourceTableView.h"
 #include "smartwindow/SmartWindowNotifications.h"
 #include "smartwindow/WindowFrame.h"
+#include "smartwindow/preview/PreviewNotifications.h"
+#include "smartwindow/preview/PreviewPanel.h"
 #include "smartwindow/support/WindowWorld.h"
 #include "widgets/Sheet.h"
 
@@ -157,6 +159,44 @@ TEST_F(QVWindowCntrlTest, keepsItsFrameAndWhatItShowsWhenItCloses) {
     EXPECT_TRUE(test::waitFor([this] { return table->model()->rowCount() == 3; }));
     window->letGo();
     EXPECT_EQ(closed, 2);
+}
+
+TEST_F(QVWindowCntrlTest, opensAndClosesQuickLookFromItsList) {
+    std::vector<bool> comings;
+    const Observation observation = center.observe(
+        PreviewNotification::kQuickLookWindowVisibilityWillChange,
+        [&](const Notification& change) {
+            comings.push_back(change.userInfo.value<bool>(PreviewNotification::kIsVisible));
+        },
+        window.data());
+    QTest::keyClick(table, Qt::Key_Space);
+    EXPECT_EQ(beeps, 1) << "nothing is selected";
+    const auto opens = [&](const QString& title) {
+        QTest::keyClick(table, Qt::Key_Space);
+        return test::waitFor([&] {
+            const auto* const panel = window->findChild<PreviewPanel*>();
+            return panel && panel->isVisible() && panel->windowTitle() == title;
+        });
+    };
+    table->setCurrentIndex(table->model()->index(1, 1));
+    window->findChild<QVContentViewCntrl*>()->setIsCollapsed(true);
+    EXPECT_TRUE(opens(QStringLiteral("two"))) << "also with the preview folded away";
+    auto* const panel = window->findChild<PreviewPanel*>();
+    table->setCurrentIndex(table->model()->index(0, 1));
+    EXPECT_TRUE(test::waitFor([&] { return panel->windowTitle() == QLatin1String("one"); }));
+    QTest::keyClick(panel->windowHandle(), Qt::Key_Down);
+    EXPECT_TRUE(test::waitFor([&] { return panel->windowTitle() == QLatin1String("two"); }));
+    QTest::keyClick(table, Qt::Key_Escape);
+    EXPECT_FALSE(panel->isOpen());
+    EXPECT_TRUE(opens(QStringLiteral("two")));
+    QTest::keyClick(table, Qt::Key_Space);
+    EXPECT_FALSE(panel->isOpen());
+    EXPECT_TRUE(opens(QStringLiteral("two")));
+    panel->close();
+    EXPECT_TRUE(opens(QStringLiteral("two")));
+    EXPECT_TRUE(window->close());
+    EXPECT_FALSE(panel->isVisible());
+    EXPECT_EQ(comings, (std::vector<bool>{true, false, true, false, true, false, true, false}));
 }
 
 TEST_F(QVWindowCntrlTest, staysUnderASheetAndIsKeptUntilThatAndAMenuHaveGone) {
