@@ -2,7 +2,6 @@
 #include "viewer/CallFilter.h"
 
 #include <fcntl.h>
-#include <linux/sched.h>
 #include <seccomp.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
@@ -39,13 +38,9 @@ constexpr int kAllowed[] = {
     SCMP_SYS(munmap),
     SCMP_SYS(mremap),
     SCMP_SYS(madvise),
-    // threads of its own, which Qt wakes by descriptors
-    SCMP_SYS(eventfd2),
+    // the threads that there are
     SCMP_SYS(futex),
     SCMP_SYS(futex_time64),
-    SCMP_SYS(set_robust_list),
-    SCMP_SYS(rseq),
-    SCMP_SYS(set_tid_address),
     SCMP_SYS(gettid),
     SCMP_SYS(getpid),
     SCMP_SYS(sched_yield),
@@ -79,19 +74,18 @@ constexpr int kAllowed[] = {
 class Filter {
  public:
     Filter() : m_context(::seccomp_init(kRefused)) {
-        if (!m_context) m_failure = ENOMEM;
+        if (!m_context)
+            m_failure = ENOMEM;
+        else  // for every thread
+            m_failure = -::seccomp_attr_set(m_context.get(), SCMP_FLTATR_CTL_TSYNC, 1);
     }
 
-    void allow(int call) { add(SCMP_ACT_ALLOW, call, nullptr, 0); }
+    void allow(int call) { add(call, nullptr, 0); }
     template <class... Comparison>
     void allowIf(int call, Comparison... comparison) {
         const scmp_arg_cmp all[]{comparison...};
-        add(SCMP_ACT_ALLOW, call, all, sizeof...(comparison));
+        add(call, all, sizeof...(comparison));
     }
-    void answer(int call, std::uint16_t systemError) {
-        add(SCMP_ACT_ERRNO(systemError), call, nullptr, 0);
-    }
-
     /// 0 or an errno.
     int load() {
         if (m_failure == 0) m_failure = -::seccomp_load(m_context.get());
@@ -99,10 +93,10 @@ class Filter {
     }
 
  private:
-    void add(std::uint32_t action, int call, const scmp_arg_cmp* comparisons, unsigned count) {
+    void add(int call, const scmp_arg_cmp* comparisons, unsigned count) {
         if (m_failure != 0) return;
         const int result =
-            ::seccomp_rule_add_array(m_context.get(), action, call, count, comparisons);
+            ::seccomp_rule_add_array(m_context.get(), SCMP_ACT_ALLOW, call, count, comparisons);
         if (result != 0 && result != -EDOM) m_failure = -result;  // EDOM: not on this processor
     }
 
@@ -146,19 +140,6 @@ void allowMemory(Filter& filter) {
     filter.allowIf(SCMP_SYS(mprotect), bits(2, PROT_EXEC, 0));
 }
 
-void allowThreads(Filter& filter) {
-    constexpr std::uint64_t kSpaces = CLONE_NEWNS | CLONE_NEWCGROUP | CLONE_NEWUTS | CLONE_NEWIPC |
-                                      CLONE_NEWUSER | CLONE_NEWPID | CLONE_NEWNET;
-#if defined(__s390__)
-    constexpr unsigned kFlags = 1;
-#else
-    constexpr unsigned kFlags = 0;
-#endif
-    filter.allowIf(SCMP_SYS(clone), bits(kFlags, CLONE_THREAD | kSpaces, CLONE_THREAD));
-    // Its flags lie in memory. The C library then takes the call above.
-    filter.answer(SCMP_SYS(clone3), ENOSYS);
-}
-
 }  // namespace
 
 int filterCalls(bool allowsOpening) {
@@ -170,7 +151,6 @@ int filterCalls(bool allowsOpening) {
     filter.allowIf(SCMP_SYS(recvmsg), bits(2, kWholeInt, MSG_CMSG_CLOEXEC));
     allowFiles(filter, allowsOpening);
     allowMemory(filter);
-    allowThreads(filter);
     return filter.load();
 }
 

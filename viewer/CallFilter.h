@@ -4,9 +4,10 @@
 
 namespace kestrin {
 
-/// Lets this thread, and those it starts, make no other system calls than those of the list in the
-/// source; all others fail with EPERM. `allowsOpening`: files may be opened for reading. 0, or the
-/// errno that tells why the filter does not hold. Requires: no new privileges (prctl(2)).
+/// Lets the threads of this process make no other system calls than those of the list in the
+/// source; all others fail with EPERM, also those that make threads. `allowsOpening`: files may be
+/// opened for reading. 0, or the errno that tells why the filter does not hold. Requires: no new
+/// privileges (prctl(2)).
 int filterCalls(bool allowsOpening);
 
 }  // namespace kestrin

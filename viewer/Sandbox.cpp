@@ -94,7 +94,8 @@ bool isSanitizedBuild() {
 }
 
 Result<ViewerProtections> enterSandbox(int socket, const std::vector<std::string>& readableFolders,
-                                       const SandboxPlan& plan) {
+                                       const SandboxPlan& plan,
+                                       const std::function<void()>& startThreads) {
     // The thread sanitizer has one of its own, which reads nothing.
     if (!hasOneThread() && !isSanitizedBuild()) return failure(EBUSY);
     volunteerForLackOfMemory();
@@ -108,6 +109,7 @@ Result<ViewerProtections> enterSandbox(int socket, const std::vector<std::string
         if (const int refused = closeFiles(plan.fileRules, readableFolders))
             return failure(refused);
     }
+    startThreads();
     if (plan.filtersCalls) {  // the last: it lets none of the calls above through
         if (const int refused = filterCalls(plan.allowsOpening)) return failure(refused);
     }

@@ -2,6 +2,7 @@
 // What a decoder gives up before it reads the first byte of a stranger's file.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -41,11 +42,14 @@ bool isSanitizedBuild();
 /// Leaves this process the descriptor `socket` (all others lead to /dev/null), no capability, no
 /// way to gain rights, no core dumps, bounded memory, output and number of descriptors, and of all
 /// files those below `readableFolders`, to be read; nothing can be written, executed, connected to
-/// or signalled. What holds of the plan comes back. Errors: what the kernel refused although it is
-/// planned, and EBUSY when there is more than one thread, since most of this holds for the one that
-/// asks. After an error the process is in no state to read anything, and has to end.
+/// or signalled. `startThreads` is called when all of this holds but the call filter, which holds
+/// for those threads as well and lets no more be made; it returns when they run. What holds of the
+/// plan comes back. Errors: what the kernel refused although it is planned, and EBUSY when there is
+/// more than one thread, since most of this holds for the one that asks. After an error the process
+/// is in no state to read anything, and has to end.
 /// Source: prctl(2), seccomp(2), landlock(7), capabilities(7), setrlimit(2).
-Result<ViewerProtections> enterSandbox(int socket, const std::vector<std::string>& readableFolders,
-                                       const SandboxPlan& plan);
+Result<ViewerProtections> enterSandbox(
+    int socket, const std::vector<std::string>& readableFolders, const SandboxPlan& plan,
+    const std::function<void()>& startThreads = [] {});
 
 }  // namespace kestrin

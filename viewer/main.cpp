@@ -9,9 +9,11 @@
 #include <QGuiApplication>
 #include <QThreadPool>
 #include <algorithm>
+#include <barrier>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <memory>
 
 #include "viewer/Decoders.h"
 #include "viewer/LoadEverything.h"
@@ -40,12 +42,18 @@ bool prepareProcess() {
            ::close_range(kSocket + 3, ~0U, 0) == 0 && ::chdir("/") == 0;
 }
 
-/// Qt waits for ever for a thread that could not be made: few, with small stacks, and they stay.
-void limitThreads() {
+/// Qt shares the work on large pictures among the threads of its pool, and waits for ever for one
+/// that could not be made. So they are made at once, and stay.
+void startThreads() {
     QThreadPool& pool = *QThreadPool::globalInstance();
-    pool.setMaxThreadCount(std::min(pool.maxThreadCount(), 4));
+    const int count = std::clamp(pool.maxThreadCount(), 1, 4);
+    pool.setMaxThreadCount(count);
     pool.setStackSize(1 << 20);
     pool.setExpiryTimeout(-1);
+    const auto together = std::make_shared<std::barrier<>>(count + 1);
+    for (int index = 0; index < count; ++index)
+        pool.start([together] { together->arrive_and_wait(); });
+    together->arrive_and_wait();
 }
 
 Preview decodeWithinMemory(InputFile& file, const DecodeRequest& request) {
@@ -100,14 +108,13 @@ int main(int argc, char** argv) {
         return 1;
     }
     QGuiApplication application(argc, argv);
-    limitThreads();
     loadEverything();
     const SandboxPlan plan = planSandbox(askKernel(), isSanitizedBuild());
     if (isSanitizedBuild()) {
         std::fputs("This build of a sanitizer decodes WITHOUT memory limit and call filter.\n",
                    stderr);
     }
-    const auto protections = enterSandbox(kSocket, readableFolders(), plan);
+    const auto protections = enterSandbox(kSocket, readableFolders(), plan, startThreads);
     // What libraries do at the end is not foreseen by the sandbox.
     std::_Exit(protections ? serve(*protections) : 1);
 }

@@ -21,6 +21,8 @@
 #include <cerrno>
 #include <ctime>
 #include <functional>
+#include <latch>
+#include <system_error>
 #include <thread>
 
 #include "support/TestEnvironment.h"
@@ -66,6 +68,15 @@ int fork() {
     const pid_t child = ::fork();
     if (child == 0) ::_exit(0);
     return outcome(child);
+}
+
+int startThread() {
+    try {
+        std::thread([] {}).join();
+    } catch (const std::system_error& refusal) {
+        return refusal.code().value();
+    }
+    return 0;
 }
 
 int writeAt(off_t offset) {
@@ -147,6 +158,7 @@ const Attempt kAttempts[] = {
      [](S) { return outcome(::socket(AF_INET, SOCK_DGRAM, 0)); }},
     {"connect to a service", RefusedBy::Calls, [](S s) { return connectTo(s / "service"); }},
     {"start a process", RefusedBy::Calls, [](S) { return fork(); }},
+    {"start a thread", RefusedBy::Calls, [](S) { return startThread(); }},
     {"signal the program", RefusedBy::Calls, [](S) { return outcome(::kill(::getppid(), 0)); }},
     {"trace", RefusedBy::Calls, [](S) { return outcome(::ptrace(PTRACE_TRACEME, 0, 0, 0)); }},
     {"make code", RefusedBy::Calls, [](S) { return takeMemory(PROT_READ | PROT_EXEC, 1); }},
@@ -246,7 +258,6 @@ TEST_F(Sandbox, takesRootsPowersAndTheWayBackToThem) {
 TEST_F(Sandbox, leavesWhatDecodersNeed) {
     const auto readFont = [](S s) { return outcome(::open((s / "fonts/font").c_str(), O_RDONLY)); };
     const auto decode = [](S s) {
-        std::thread([] {}).join();
         char byte = 0;
         return ::pread(s.handed, &byte, 1, 0) == 1 && writePreview({}) &&
                        takeMemory(PROT_READ | PROT_WRITE, 300) == 0
@@ -270,6 +281,28 @@ TEST_F(Sandbox, isNotEnteredByOneThreadOfSeveral) {
         return entered ? 0 : entered.error().systemError;
     };
     EXPECT_EQ(resultOf(enter, nullptr), EBUSY);
+}
+
+TEST_F(Sandbox, holdsForTheThreadsThatAreMadeWithin) {
+    const auto tryFromThread = [](S s) {
+        std::latch runs(1), entered(1);
+        int calls = 0, files = 0;
+        std::thread other;
+        const auto start = [&] {
+            other = std::thread([&] {
+                runs.count_down();
+                entered.wait();
+                calls = outcome(::socket(AF_INET, SOCK_DGRAM, 0));
+                files = outcome(::open((s / "secret").c_str(), O_RDONLY));
+            });
+            runs.wait();
+        };
+        if (!enterSandbox(0, {}, planSandbox(askKernel(), false), start)) return 255;
+        entered.count_down();
+        other.join();
+        return calls == EPERM && files == EACCES ? 0 : 1;
+    };
+    EXPECT_EQ(resultOf(tryFromThread, nullptr), 0);
 }
 
 TEST(SandboxPlan, takesWhatEachKernelOffers) {
