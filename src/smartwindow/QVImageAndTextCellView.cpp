@@ -3,6 +3,7 @@
 
 #include <QIcon>
 #include <QPainter>
+#include <QPainterPath>
 #include <QStyle>
 #include <algorithm>
 
@@ -68,7 +69,16 @@ int QVImageAndTextCellView::paintLabel(QPainter& painter, const QStyleOptionView
             label, QSizeF(kLabelSide, kLabelSide), scale);
     const QRect place(texts.left() + nameWidth + kLabelGap,
                       texts.top() + (texts.height() - kLabelSide) / 2, kLabelSide, kLabelSide);
-    painter.drawImage(QStyle::visualRect(option.direction, texts, place), badge);
+    const QRect shown = QStyle::visualRect(option.direction, texts, place);
+    if (option.state.testFlag(QStyle::State_Selected)) {
+        // Otherwise it is lost upon a ground of nearly the same colour.
+        QPainterPath ring;
+        ring.addEllipse(QRectF(shown).adjusted(-1, -1, 1, 1));
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.fillPath(ring, textColor(option, false));
+        painter.setRenderHint(QPainter::Antialiasing, false);
+    }
+    painter.drawImage(shown, badge);
     return nameWidth + kLabelGap + kLabelSide;
 }
 
