@@ -3,6 +3,7 @@
 // and answers each with what the file looks like. It ends when the other side has gone.
 #include <fcntl.h>
 #include <malloc.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -37,8 +38,11 @@ bool prepareProcess() {
     ::umask(077);
     // A heap for each thread would take 64 MB of the address space.
     ::mallopt(M_ARENA_MAX, 1);
+    int type = 0;
+    socklen_t length = sizeof type;
     const int flags = ::fcntl(kSocket, F_GETFL);
-    return flags >= 0 && ::fcntl(kSocket, F_SETFL, flags & ~O_NONBLOCK) == 0 &&
+    return ::getsockopt(kSocket, SOL_SOCKET, SO_TYPE, &type, &length) == 0 && flags >= 0 &&
+           ::fcntl(kSocket, F_SETFL, flags & ~O_NONBLOCK) == 0 &&
            ::close_range(kSocket + 3, ~0U, 0) == 0 && ::chdir("/") == 0;
 }
 
@@ -104,7 +108,7 @@ int serve(const ViewerProtections& protections) {
 
 int main(int argc, char** argv) {
     if (!prepareProcess()) {
-        std::perror("started without a socket as standard input");
+        std::perror("Kestrin starts this program by itself, with a socket as its standard input");
         return 1;
     }
     QGuiApplication application(argc, argv);

@@ -63,8 +63,11 @@ QByteArray page(const QByteArray& content) {
 
 const QByteArray kPage = page("BT /F 20 Tf 9 9 Td (Sealed) Tj ET");
 
-TEST(Viewer, showsBehindItsSealWhatIsSeenInTheOpen) {
-    auto decoder = ChildProgram::start(FileUrl::fromPath(KESTRIN_VIEWER), {});
+class Viewer : public testing::TestWithParam<const char*> {};
+INSTANTIATE_TEST_SUITE_P(Programs, Viewer, testing::Values(KESTRIN_VIEWERS));
+
+TEST_P(Viewer, showsBehindItsSealWhatIsSeenInTheOpen) {
+    auto decoder = ChildProgram::start(FileUrl::fromPath(GetParam()), {});
     ASSERT_TRUE(decoder);
     ASSERT_TRUE(waitToRead(decoder->socket()));
     const auto greeting = receiveGreeting(decoder->socket());
