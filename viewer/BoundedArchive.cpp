@@ -26,8 +26,7 @@ BoundedArchive::BoundedArchive(InputFile& file, ArchiveKinds kinds, std::chrono:
     archive_read_set_read_callback(m_archive, readBlock);
     archive_read_set_skip_callback(m_archive, skipBytes);
     archive_read_set_seek_callback(m_archive, seekTo);
-    // A failure comes again from the first header.
-    archive_read_open1(m_archive);
+    m_isOpen = archive_read_open1(m_archive) == ARCHIVE_OK;
 }
 
 BoundedArchive::~BoundedArchive() {
@@ -96,7 +95,7 @@ la_int64_t BoundedArchive::seekTo(archive* /*a*/, void* self, la_int64_t offset,
 }
 
 bool BoundedArchive::next() {
-    if (isOutOfTime()) return false;
+    if (!m_isOpen || isOutOfTime()) return false;
     const int status = archive_read_next_header(m_archive, &m_entry);
     m_isAtEnd = status == ARCHIVE_EOF;
     // A warning is about what lists do not show.
@@ -108,17 +107,18 @@ bool BoundedArchive::isOutOfTime() const {
 }
 
 bool BoundedArchive::hasHiddenNames() const {
+    if (!m_isOpen) return false;
     // The names of a zip are in the clear, also when the entries are encrypted.
     const bool isZip = (archive_format(m_archive) & ARCHIVE_FORMAT_BASE_MASK) == ARCHIVE_FORMAT_ZIP;
     return !isZip && archive_read_has_encrypted_entries(m_archive) > 0;
 }
 
 bool BoundedArchive::isSingleFile() const {
-    return archive_format(m_archive) == ARCHIVE_FORMAT_RAW;
+    return m_isOpen && archive_format(m_archive) == ARCHIVE_FORMAT_RAW;
 }
 
 bool BoundedArchive::isCompressed() const {
-    return archive_filter_count(m_archive) > 1;
+    return m_isOpen && archive_filter_count(m_archive) > 1;
 }
 
 bool BoundedArchive::isSurelyCompressed() const {

@@ -74,6 +74,7 @@ class BoundedArchive {
     archive_entry* m_entry = nullptr;
     std::uint64_t m_offset = 0;  ///< of the file's byte to be read next
     std::array<char, 16 << 10> m_block{};
+    bool m_isOpen = false;  ///< false: of the library's object hardly anything may be asked
     bool m_isAtEnd = false;
 };
 
