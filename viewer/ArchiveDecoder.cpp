@@ -18,6 +18,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kTime = 1500ms;
+constexpr auto kTimeWithoutDirectory = 500ms;
 constexpr std::size_t kMostShown = 1000;
 constexpr std::size_t kMostNameBytes = 512 << 10;  ///< of all that are shown
 constexpr std::uint64_t kMostCounted = 200'000;
@@ -105,6 +106,14 @@ std::optional<Preview> withoutEntries(InputFile& file, const BoundedArchive& arc
         if (single.next()) return listed(single);
     }
     if (archive.isAtEnd()) return Preview{.kind = PreviewKind::Entries};
+    if (archive.isOutOfTime()) {
+        BoundedArchive beginning(file, ArchiveKinds::ZipFromItsStart, kTimeWithoutDirectory);
+        if (beginning.next()) {
+            Preview preview = listed(beginning);
+            preview.facts.isPartial = true;
+            return preview;
+        }
+    }
     if (archive.hasHiddenNames()) return Preview{.fault = PreviewFault::Encrypted};
     return Preview{.fault = archive.isOutOfTime() ? PreviewFault::TooSlow : PreviewFault::Damaged};
 }

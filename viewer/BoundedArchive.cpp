@@ -41,6 +41,10 @@ void BoundedArchive::support(ArchiveKinds kinds) {
         archive_read_support_format_zip_seekable(m_archive);
         return;
     }
+    if (kinds == ArchiveKinds::ZipFromItsStart) {
+        archive_read_support_format_zip_streamable(m_archive);
+        return;
+    }
     archive_read_support_format_raw(m_archive);
     // Not among these: the filters that are programs, and uuencoded data, which any text may hold.
     for (const auto filter :

@@ -22,6 +22,7 @@ enum class ArchiveKinds {
     Any,  ///< every format that needs no other file, also compressed, and single compressed files
     SingleFile,  ///< a compressed one alone
     Zip,
+    ZipFromItsStart,  ///< without its directory, which may be too long to read
 };
 
 /// The entries of an archive, one after the other. Thread: one.

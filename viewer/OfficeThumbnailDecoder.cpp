@@ -18,7 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kTime = 1500ms;
+constexpr auto kTime = 500ms;
 constexpr std::uint64_t kMostBytes = 16 << 20;
 constexpr int kMostEntries = 20'000;
 
