@@ -1291,6 +1291,10 @@ Label: %@</translation>
         <source></source>
         <translation>Text of %@</translation>
     </message>
+    <message id="preview_at_least">
+        <source></source>
+        <translation>At least %@</translation>
+    </message>
     <message id="preview_fault_crashed">
         <source></source>
         <translation>No preview could be made of this file. It may be damaged.</translation>

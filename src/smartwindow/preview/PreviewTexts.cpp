@@ -84,13 +84,13 @@ QString previewCaption(const Preview& preview, const StringTable& texts,
         } else if (facts.isPartial) {
             told += texts.text("preview_partial_text"_key);
         }
+    } else if (preview.kind == PreviewKind::Entries && facts.isPartial) {
+        told += StringTable::filled(texts.text("preview_first_entries"_key),
+                                    {numbers.numberToFormatString(double(shown))});
     } else if (preview.kind == PreviewKind::Entries && facts.entryCount > shown) {
         told += StringTable::filled(texts.text("preview_partial_entries"_key),
                                     {numbers.numberToFormatString(double(shown)),
                                      numbers.numberToFormatString(double(facts.entryCount))});
-    } else if (preview.kind == PreviewKind::Entries && facts.isPartial) {
-        told += StringTable::filled(texts.text("preview_first_entries"_key),
-                                    {numbers.numberToFormatString(double(shown))});
     }
     return told.join(QStringLiteral(" · "));
 }
@@ -104,7 +104,9 @@ QString previewTotals(const Preview& preview, const StringTable& texts,
     QStringList told{StringTable::filled(format, {numbers.numberToFormatString(double(count))})};
     if (preview.facts.contentSize > 0)
         told += numbers.sizeToFormatString(preview.facts.contentSize, kLargestUnit, true);
-    return told.join(QStringLiteral(" · "));
+    const QString totals = told.join(QStringLiteral(" · "));
+    if (!preview.facts.isPartial) return totals;
+    return StringTable::filled(texts.text("preview_at_least"_key), {totals});
 }
 
 QString previewFaultText(PreviewFault fault, bool isFolder, const StringTable& texts) {

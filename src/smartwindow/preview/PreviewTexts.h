@@ -17,7 +17,8 @@ struct Preview;
 QString previewCaption(const Preview& preview, const StringTable& texts,
                        const QVNumberUtilities& numbers);
 
-/// How many entries a folder or an archive holds, and what they take together.
+/// How many entries a folder or an archive holds, and what they take together; "at least" so much
+/// where the count was ended before all were seen.
 QString previewTotals(const Preview& preview, const StringTable& texts,
                       const QVNumberUtilities& numbers);
 

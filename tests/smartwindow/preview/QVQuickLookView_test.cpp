@@ -225,6 +225,9 @@ TEST_F(QVQuickLookViewTest, ListsWhatIsInAFolder) {
     EXPECT_EQ(view.caption(), QStringLiteral("The first 2 of 1,500 items"));
     EXPECT_EQ(previewTotals(content, world.texts, world.numbers),
               QStringLiteral("1,500 items · 5.00 MB"));
+    content.facts.isPartial = true;
+    EXPECT_EQ(previewTotals(content, world.texts, world.numbers),
+              QStringLiteral("At least 1,500 items · 5.00 MB"));
 }
 
 TEST(PreviewTexts, HasASentenceForEveryFault) {
