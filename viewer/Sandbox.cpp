@@ -39,7 +39,8 @@ bool leadDescriptorsNowhere(int socket) {
         if (fd == socket || fd == nowhere.get() || ::fcntl(fd, F_GETFD) < 0) continue;
         if (::dup3(nowhere.get(), fd, O_CLOEXEC) < 0) return false;
     }
-    return ::close_range(kDecoderDescriptors, ~0U, 0) == 0;
+    ::closefrom(kDecoderDescriptors);
+    return true;
 }
 
 /// Where memory runs short, the kernel ends this process before any other. It may have no such

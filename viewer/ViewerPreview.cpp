@@ -154,8 +154,8 @@ bool isPremultiplied(QRgb pixel) {
     return (qRed(pixel) <= alpha) & (qGreen(pixel) <= alpha) & (qBlue(pixel) <= alpha);
 }
 
-/// Whether a line holds colours alone that its alpha allows. Without a branch in the loop, so that
-/// the compiler makes vectors of it.
+/// Whether a line holds colours alone that its alpha allows. Without a branch for each of millions
+/// of pixels.
 bool isPremultiplied(const QRgb* line, int width) {
     bool isRight = true;
     for (int x = 0; x < width; ++x)

@@ -38,12 +38,12 @@ bool prepareProcess() {
     ::umask(077);
     // A heap for each thread would take 64 MB of the address space.
     ::mallopt(M_ARENA_MAX, 1);
+    ::closefrom(STDERR_FILENO + 1);
     int type = 0;
     socklen_t length = sizeof type;
     const int flags = ::fcntl(kSocket, F_GETFL);
     return ::getsockopt(kSocket, SOL_SOCKET, SO_TYPE, &type, &length) == 0 && flags >= 0 &&
-           ::fcntl(kSocket, F_SETFL, flags & ~O_NONBLOCK) == 0 &&
-           ::close_range(kSocket + 3, ~0U, 0) == 0 && ::chdir("/") == 0;
+           ::fcntl(kSocket, F_SETFL, flags & ~O_NONBLOCK) == 0 && ::chdir("/") == 0;
 }
 
 /// Qt shares the work on large pictures among the threads of its pool, and waits for ever for one
