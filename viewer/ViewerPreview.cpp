@@ -17,6 +17,7 @@
 
 #include "base/WriteAll.h"
 #include "platform/items/HostErrors.h"
+#include "platform/items/SealedFile.h"
 #include "viewer/ViewerProtocol.h"
 
 namespace kestrin {
@@ -214,20 +215,17 @@ int faultOf(const Preview& preview, const FileHeader& header) {
 class Mapping {
  public:
     static std::shared_ptr<const Mapping> of(int fd) {
-        constexpr int kSeals = F_SEAL_WRITE | F_SEAL_GROW | F_SEAL_SHRINK;
-        const int seals = ::fcntl(fd, F_GET_SEALS);  // fails for everything but memory files
+        const auto sealed = sizeOfSealedFile(fd, kLargestPreviewBytes);
         struct stat status {};
         struct statfs kind {};
-        if (seals < 0 || (seals & kSeals) != kSeals || ::fstat(fd, &status) != 0 ||
-            ::fstatfs(fd, &kind) != 0 || kind.f_type != TMPFS_MAGIC) {  // no pages of another size
+        // No pages of another size; and a hole would be filled as it is read, and where there is no
+        // memory left, end the reader.
+        if (!sealed || *sealed < sizeof(FileHeader) || ::fstatfs(fd, &kind) != 0 ||
+            kind.f_type != TMPFS_MAGIC || ::fstat(fd, &status) != 0 ||
+            static_cast<std::uint64_t>(status.st_blocks) * 512 < *sealed) {
             return {};
         }
-        const auto size = static_cast<std::uint64_t>(status.st_size);
-        // A hole would be filled as it is read, and where there is no memory left, end the reader.
-        if (size < sizeof(FileHeader) || size > kLargestPreviewBytes ||
-            static_cast<std::uint64_t>(status.st_blocks) * 512 < size) {
-            return {};
-        }
+        const std::size_t size = *sealed;
         void* address = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0);
         if (address == MAP_FAILED) return {};
         return std::shared_ptr<const Mapping>(
