@@ -23,6 +23,7 @@ constexpr double kWheelStep = 120;     // eighths of a degree, as wheels count
 constexpr double kTiny = 64;           // points: a picture up to this side is enlarged ...
 constexpr double kTinyEnlarged = 128;  // ... by a whole number, up to this side
 constexpr int kSquare = 8;             // points: a square of the ground behind what is transparent
+constexpr float kEdge = 0.3F;          // of black in the edge of a page
 constexpr int kShortestFrame =
     20;                           // milliseconds; what asks for less would only burn the processor
 constexpr int kUsualFrame = 100;  // milliseconds, where a file names no delay
@@ -163,15 +164,7 @@ void PictureView::resizeEvent(QResizeEvent* event) {
 
 // --- Drawing ---
 
-void PictureView::paintGround(QPainter& painter, const QRectF& place) const {
-    if (m_preview->facts.pageCount > 0) {
-        painter.fillRect(place, Qt::white);
-        painter.setPen(QPen(blendedColor(palette().color(QPalette::Window),
-                                         palette().color(QPalette::WindowText), 0.3F),
-                            0));
-        painter.drawRect(place.adjusted(-1, -1, 0, 0));
-        return;
-    }
+void PictureView::paintSquares(QPainter& painter, const QRectF& place) const {
     const bool isDark = isDarkAppearance(palette());
     const QColor light = isDark ? QColor(0x6A, 0x6A, 0x6A) : QColor(Qt::white);
     const QColor dark = isDark ? QColor(0x5C, 0x5C, 0x5C) : QColor(0xE4, 0xE4, 0xE4);
@@ -184,16 +177,29 @@ void PictureView::paintGround(QPainter& painter, const QRectF& place) const {
     painter.drawTiledPixmap(place, squares);
 }
 
+/// White paper has an edge on a white ground.
+void PictureView::paintEdge(QPainter& painter, const QRectF& place) const {
+    const double pixel = 1 / devicePixelRatioF();
+    painter.setPen(QPen(blendedColor(Qt::white, Qt::black, kEdge), 0));
+    painter.drawRect(place.adjusted(0, 0, -pixel, -pixel));
+}
+
 void PictureView::paintEvent(QPaintEvent*) {
     if (!m_preview || m_preview->frames.empty()) return;
     const QRectF place = pictureRect();
     const QImage& frame = m_preview->frames[m_frame];
+    const bool isPage = m_preview->facts.pageCount > 0;
     QPainter painter(this);
-    paintGround(painter, place);
+    if (isPage) {
+        painter.fillRect(place, Qt::white);
+    } else {
+        paintSquares(painter, place);
+    }
     // The pixels of tiny pictures stay the squares that they are.
     const bool isTiny = longerSide(frame.size()) <= kTiny;
     painter.setRenderHint(QPainter::SmoothPixmapTransform, !isTiny);
     painter.drawImage(place, frame);
+    if (isPage) paintEdge(painter, place);
 }
 
 // --- Pointer ---

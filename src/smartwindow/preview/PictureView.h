@@ -63,7 +63,8 @@ class PictureView : public QWidget {
     QSizeF fittedSize() const;
     void moveBy(const QPointF& distance);
     void keepInView();
-    void paintGround(QPainter& painter, const QRectF& place) const;
+    void paintSquares(QPainter& painter, const QRectF& place) const;
+    void paintEdge(QPainter& painter, const QRectF& place) const;
     void waitForNextFrame();
 
     std::shared_ptr<const Preview> m_preview;

@@ -58,6 +58,7 @@ PreviewFooter::PreviewFooter(const StringTable& texts, QWidget* parent)
     QFont font = m_caption->font();
     font.setPointSizeF(font.pointSizeF() * kSizeOfText);
     m_caption->setFont(font);
+    m_caption->setForegroundRole(QPalette::WindowText);
     QSizePolicy policy = m_spinner->sizePolicy();
     policy.setRetainSizeWhenHidden(false);
     m_spinner->setSizePolicy(policy);
