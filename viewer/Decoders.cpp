@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "viewer/Pictures.h"
+
 namespace kestrin {
 namespace {
 
@@ -46,6 +48,17 @@ std::optional<Preview> decodeByHintThenContent(InputFile& file, const DecodeRequ
     return std::nullopt;
 }
 
+/// What a file is that no decoder knows. Under the name of a kind that has marks to be known by it
+/// is damaged; there is no saying what else may be called a text, or an image of an unknown format.
+Preview unknown(std::string_view type) {
+    const auto isDamaged = [type](const Decoder& decoder) {
+        if (!isHintedAt(decoder, type) || decoder.decode == decodeText) return false;
+        return decoder.decode != decodeImage || isImageType(type);
+    };
+    const bool any = std::any_of(decoders().begin(), decoders().end(), isDamaged);
+    return {.fault = any ? PreviewFault::Damaged : PreviewFault::None};
+}
+
 }  // namespace
 
 Preview decode(InputFile& file, const DecodeRequest& request) {
@@ -54,7 +67,8 @@ Preview decode(InputFile& file, const DecodeRequest& request) {
         return decodeCachedThumbnail(file, request).value_or(Preview{});
     char first = 0;
     (void)file.readAt(0, {&first, 1});  // also where no decoder asks
-    Preview preview = decodeByHintThenContent(file, request).value_or(Preview{});
+    auto known = decodeByHintThenContent(file, request);
+    Preview preview = known ? *std::move(known) : unknown(request.type);
     // What the disk did not give looks like damage to who reads it.
     if (preview.kind == PreviewKind::None && file.hasFailed())
         preview.fault = PreviewFault::Unreadable;

@@ -216,6 +216,11 @@ std::optional<Preview> decodeImageOf(QIODevice& device, const DecodeRequest& req
     return preview;
 }
 
+bool isImageType(std::string_view type) {
+    return QImageReader::supportedMimeTypes().contains(
+        QByteArrayView(type.data(), qsizetype(type.size())));
+}
+
 std::optional<Preview> decodeImage(InputFile& file, const DecodeRequest& request) {
     const std::unique_ptr<QIODevice> device = file.device();
     return decodeImageOf(*device, request);

@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QSize>
 #include <optional>
+#include <string_view>
 
 #include "viewer/ViewerProtocol.h"
 
@@ -41,5 +42,8 @@ Preview withPicture(QImage frame, QSize natural);
 /// Errors: TooLarge by the size that it tells, before memory is taken; Damaged. A file that breaks
 ///         off shows what there is of it, as partial.
 std::optional<Preview> decodeImageOf(QIODevice& device, const DecodeRequest& request);
+
+/// Whether the image plug-ins that are installed read files of that MIME type.
+bool isImageType(std::string_view type);
 
 }  // namespace kestrin

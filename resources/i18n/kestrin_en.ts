@@ -1370,6 +1370,10 @@ Label: %@</translation>
         <source></source>
         <translation>Only the first %@ lines are shown</translation>
     </message>
+    <message id="preview_partial_picture">
+        <source></source>
+        <translation>Only a part is shown</translation>
+    </message>
     <message id="preview_partial_text">
         <source></source>
         <translation>Only the first megabyte is shown</translation>

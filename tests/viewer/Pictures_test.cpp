@@ -182,6 +182,14 @@ TEST(ImageDecoder, takesForAnImageOnlyWhatIsOne) {
               PreviewKind::Image);
 }
 
+TEST(Decoders, callDamagedWhatIsNotWhatItsNameSays) {
+    const std::string noise("\1\2\xff\0\0\xfe", 6);
+    for (const char* type : {"image/png", "image/svg+xml", "application/pdf", "font/ttf"})
+        EXPECT_EQ(test::decodedBytes(noise, type).fault, PreviewFault::Damaged) << type;
+    for (const char* type : {"", "text/plain", "image/of-another-world"})
+        EXPECT_EQ(test::decodedBytes(noise, type).fault, PreviewFault::None) << type;
+}
+
 /// An animation of as many frames of one pixel.
 QByteArray gif(int frames) {
     QByteArray bytes("GIF89a\4\0\4\0\x80\0\0\xff\0\0\0\0\xff", 19);

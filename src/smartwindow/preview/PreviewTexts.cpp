@@ -87,6 +87,8 @@ QString previewCaption(const Preview& preview, const StringTable& texts,
     } else if (preview.kind == PreviewKind::Entries && facts.isPartial) {
         told += StringTable::filled(texts.text("preview_first_entries"_key),
                                     {numbers.numberToFormatString(double(shown))});
+    } else if (preview.kind == PreviewKind::Image && facts.isPartial) {
+        told += texts.text("preview_partial_picture"_key);
     } else if (preview.kind == PreviewKind::Entries && facts.entryCount > shown) {
         told += StringTable::filled(texts.text("preview_partial_entries"_key),
                                     {numbers.numberToFormatString(double(shown)),
