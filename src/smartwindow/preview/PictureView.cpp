@@ -91,18 +91,20 @@ void PictureView::hideEvent(QHideEvent* event) {
 
 // --- Geometry ---
 
-/// In points. The frames tell the proportions, since a file may tell its size before it is turned.
+/// In points; a pixel of the picture is one of the screen. The frames tell the proportions, since a
+/// file may tell its size before it is turned.
 QSizeF PictureView::naturalSize() const {
     const QSizeF frame = m_preview->frames.front().size();
     const QSizeF told(m_preview->facts.naturalWidth, m_preview->facts.naturalHeight);
-    if (longerSide(told) == 0) return frame / devicePixelRatioF();
-    return frame * (longerSide(told) / longerSide(frame));
+    const double scale = longerSide(told) == 0 ? 1 : longerSide(told) / longerSide(frame);
+    return frame * scale / devicePixelRatioF();
 }
 
 double PictureView::largestScale() const {
     // What comes with more pixels than it has is drawn, not photographed: it is sharp at any size.
     const double natural = longerSide(naturalSize());
-    const bool isDrawn = longerSide(m_preview->frames.front().size()) > natural;
+    const double shown = longerSide(m_preview->frames.front().size()) / devicePixelRatioF();
+    const bool isDrawn = shown > natural + 0.5;
     if (isDrawn || m_preview->facts.pageCount > 0) return std::numeric_limits<double>::infinity();
     return natural <= kTiny ? std::floor(kTinyEnlarged / natural) : 1;
 }
