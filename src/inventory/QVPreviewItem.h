@@ -56,6 +56,13 @@ class QVPreviewItem : public std::enable_shared_from_this<QVPreviewItem> {
 
     /// The entry; nullptr once nobody keeps it any more. Thread: any.
     std::shared_ptr<QVSmartWindowItem> item() const { return m_item.lock(); }
+    /// Whether the entry is that one. It costs less than item().
+    bool shows(const std::shared_ptr<QVSmartWindowItem>& entry) const {
+        return !m_item.owner_before(entry) && !entry.owner_before(m_item);
+    }
+    bool showsSameAs(const QVPreviewItem& other) const {
+        return !m_item.owner_before(other.m_item) && !other.m_item.owner_before(m_item);
+    }
     /// The row of the entry when it was selected.
     int index() const { return m_index; }
     void setIndex(int index) { m_index = index; }

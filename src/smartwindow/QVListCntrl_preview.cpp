@@ -48,12 +48,27 @@ std::shared_ptr<QVPreviewItem> QVListCntrl::previewItem(int index) const {
     return item ? std::make_shared<QVPreviewItem>(item, index) : nullptr;
 }
 
+/// Most often a selection grows or shrinks by a row: what is shown at both ends of it already is
+/// used again, so that a hundred thousand rows are not made anew at every key.
 PreviewItemList QVListCntrl::selectedItemsForPreview() const {
     const std::vector<int> rows = selectedRows(m_outlets.tableView);
-    PreviewItemList items;
-    items.reserve(rows.size());
-    for (const int row : rows)
-        items.push_back(previewItem(row));
+    const PreviewItemList& known = m_previewCntrl->shownItems();
+    PreviewItemList items(rows.size());
+    const auto use = [&](std::size_t at, const std::shared_ptr<QVPreviewItem>& item) {
+        if (!item->shows(m_model.itemAt(rows[at]))) return false;
+        item->setIndex(rows[at]);
+        items[at] = item;
+        return true;
+    };
+    const std::size_t most = std::min(known.size(), rows.size());
+    std::size_t front = 0;
+    while (front < most && use(front, known[front]))
+        ++front;
+    std::size_t back = 0;
+    while (front + back < most && use(rows.size() - 1 - back, known[known.size() - 1 - back]))
+        ++back;
+    for (std::size_t at = front; at < rows.size() - back; ++at)
+        items[at] = previewItem(rows[at]);
     return items;
 }
 

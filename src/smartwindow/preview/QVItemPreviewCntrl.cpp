@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#include <span>
 #include <unordered_map>
 #include <utility>
 
@@ -29,15 +30,32 @@ namespace Name = PreviewNotification;
 constexpr QSize kBackgroundSize{100, 100};
 constexpr double kMetadataFontSize = 12;  // points
 
+using Items = std::span<const std::shared_ptr<QVPreviewItem>>;
+
 /// The items of a list by their entries, so that two long lists are compared in one go through
 /// each. Those whose entry has gone are left out.
-std::unordered_map<const QVSmartWindowItem*, const QVPreviewItem*> byEntry(
-    const PreviewItemList& items) {
+std::unordered_map<const QVSmartWindowItem*, const QVPreviewItem*> byEntry(Items items) {
     std::unordered_map<const QVSmartWindowItem*, const QVPreviewItem*> found;
     found.reserve(items.size());
     for (const auto& item : items)
         if (const auto entry = item->item()) found.emplace(entry.get(), item.get());
     return found;
+}
+
+/// How many items both lists begin with, and end with.
+std::pair<std::size_t, std::size_t> commonEnds(Items one, Items other) {
+    const auto isSame = [](const auto& item, const auto& another) {
+        return item == another || item->showsSameAs(*another);
+    };
+    const std::size_t most = std::min(one.size(), other.size());
+    std::size_t front = 0;
+    while (front < most && isSame(one[front], other[front]))
+        ++front;
+    std::size_t back = 0;
+    while (front + back < most &&
+           isSame(*(one.rbegin() + std::ptrdiff_t(back)), *(other.rbegin() + std::ptrdiff_t(back))))
+        ++back;
+    return {front, back};
 }
 
 bool isBefore(const std::shared_ptr<QVPreviewItem>& one,
@@ -136,22 +154,29 @@ void QVItemPreviewCntrl::updateShownItems(PreviewItemList items) {
 
 /// Entries that stay keep their items, and with them their cells.
 void QVItemPreviewCntrl::updateCollectionViewItems(const PreviewItemList& items) {
-    const auto wanted = byEntry(items);
+    const auto [front, back] = commonEnds(m_shownItems, items);
+    for (std::size_t at = 0; at < front; ++at)
+        m_shownItems[at]->setIndex(items[at]->index());
+    for (std::size_t at = 1; at <= back; ++at)
+        m_shownItems[m_shownItems.size() - at]->setIndex(items[items.size() - at]->index());
+
+    const Items former = Items(m_shownItems).subspan(front, m_shownItems.size() - front - back);
+    const Items latter = Items(items).subspan(front, items.size() - front - back);
+    const auto there = byEntry(former);
+    const auto wanted = byEntry(latter);
+    PreviewItemList added;
+    std::ranges::copy_if(latter, std::back_inserter(added),
+                         [&](const auto& item) { return !there.contains(item->item().get()); });
     std::vector<std::size_t> removed;
-    for (std::size_t index = 0; index < m_shownItems.size(); ++index) {
-        QVPreviewItem& shown = *m_shownItems[index];
-        const auto found = wanted.find(shown.item().get());
+    for (std::size_t at = front; at < front + former.size(); ++at) {
+        const auto found = wanted.find(m_shownItems[at]->item().get());
         if (found == wanted.end()) {
-            removed.push_back(index);
+            removed.push_back(at);
         } else {
-            shown.setIndex(found->second->index());
+            m_shownItems[at]->setIndex(found->second->index());
         }
     }
     deleteItems(removed);
-    const auto there = byEntry(m_shownItems);
-    PreviewItemList added;
-    std::ranges::copy_if(items, std::back_inserter(added),
-                         [&](const auto& item) { return !there.contains(item->item().get()); });
     if (std::ranges::is_sorted(m_shownItems, isBefore)) return insertItems(std::move(added));
     // The rows are in another order, and so are most of the cells.
     std::ranges::move(added, std::back_inserter(m_shownItems));
