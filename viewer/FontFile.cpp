@@ -4,6 +4,7 @@
 #include <QGlyphRun>
 #include <QImage>
 #include <QPainter>
+#include <QPainterPath>
 #include <QTextLayout>
 #include <QTextOption>
 #include <QtEndian>
@@ -49,6 +50,24 @@ QRawFont rawFont(const QByteArray& bytes) {
     // Hinting would run programs of the font's.
     font.loadFromData(bytes, kUsualPixels, QFont::PreferNoHinting);
     return font;
+}
+
+/// Draws a glyph by its outline where it has one: broken outlines that FreeType cannot make pixels
+/// of would end the process where Qt keeps drawn glyphs.
+void drawGlyph(QPainter& painter, const QRawFont& font, quint32 glyph, QPointF at) {
+    const QPainterPath outline = font.pathForGlyph(glyph);
+    if (!outline.isEmpty()) return painter.fillPath(outline.translated(at), painter.pen().brush());
+    QGlyphRun run;
+    run.setRawFont(font);
+    run.setGlyphIndexes({glyph});
+    run.setPositions({at});
+    painter.drawGlyphRun({}, run);
+}
+
+/// Whether its glyphs are pictures, or have colours, which outlines do not tell.
+bool isColoured(const QRawFont& font) {
+    return std::ranges::any_of(std::array{"CBDT", "COLR", "SVG ", "sbix"},
+                               [&font](const char* tag) { return !font.fontTable(tag).isEmpty(); });
 }
 
 double heightOf(const QRawFont& font) {
@@ -129,11 +148,7 @@ void FontFile::drawFirstGlyphs(QPainter& painter, const QRectF& area, double pix
         if (at.x() + box.right() > area.right() && at.x() > area.left())
             at = {area.left(), at.y() + heightOf(font)};
         if (at.y() + font.descent() > area.bottom()) return;
-        QGlyphRun run;
-        run.setRawFont(font);
-        run.setGlyphIndexes({glyph});
-        run.setPositions({at});
-        painter.drawGlyphRun({}, run);
+        drawGlyph(painter, font, glyph, at);
         at.rx() += box.right() + heightOf(font) / 8;
     }
 }
@@ -177,7 +192,14 @@ QSizeF FontFile::drawAsIs(QPainter* painter, QPointF corner, const QString& text
                 size.height() + std::ceil(line.height())};
     }
     layout.endLayout();
-    if (painter) layout.draw(painter, corner);
+    if (painter && isColoured(font)) layout.draw(painter, corner);
+    if (!painter || isColoured(font)) return size;
+    for (const QGlyphRun& run : layout.glyphRuns()) {
+        const QList<quint32> glyphs = run.glyphIndexes();
+        const QList<QPointF> positions = run.positions();
+        for (qsizetype at = 0; at < std::min(glyphs.size(), positions.size()); ++at)
+            drawGlyph(*painter, run.rawFont(), glyphs[at], corner + positions[at]);
+    }
     return size;
 }
 
