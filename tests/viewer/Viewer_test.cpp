@@ -8,6 +8,7 @@
 
 #include "platform/items/SealedFile.h"
 #include "platform/processes/ChildProgram.h"
+#include "support/TestEnvironment.h"
 #include "viewer/DecodedBytes.h"
 #include "viewer/Sandbox.h"
 
@@ -98,6 +99,21 @@ TEST_P(Viewer, showsBehindItsSealWhatIsSeenInTheOpen) {
     EXPECT_TRUE(exhausted.preview && exhausted.preview->fault == PreviewFault::TooLarge);
     EXPECT_TRUE(exhausted.isLast) << "the next file would find no memory";
 }
+
+#ifdef KESTRIN_MEDIA_VIEWER
+TEST(MediaViewer, decodesVideosBehindItsSeal) {
+    auto decoder = ChildProgram::start(FileUrl::fromPath(KESTRIN_MEDIA_VIEWER), {});
+    ASSERT_TRUE(decoder);
+    ASSERT_TRUE(waitToRead(decoder->socket()));
+    ASSERT_TRUE(receiveGreeting(decoder->socket()));
+    for (const char* const name : {"h264.mp4", "vp9.webm", "mpeg4.avi", "theora.ogv"}) {
+        const std::string bytes = test::readFile(std::string(KESTRIN_MEDIA_SAMPLES "/") + name);
+        const auto preview = answerOf(*decoder, QByteArray::fromStdString(bytes)).preview;
+        ASSERT_TRUE(preview && preview->kind == PreviewKind::Image) << name;
+        EXPECT_EQ(preview->frames.at(0).size(), QSize(32, 32)) << name;
+    }
+}
+#endif
 
 }  // namespace
 }  // namespace kestrin
