@@ -6,17 +6,22 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <QBuffer>
+#include <QImage>
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <future>
 #include <memory>
+#include <random>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "inventory/QVSmartWindowItem.h"
+#include "inventory/ThumbnailCache.h"
 #include "platform/items/ItemKinds.h"
+#include "support/ScopedVariable.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
@@ -218,6 +223,84 @@ TEST_F(PreviewLoaderTest, DecodersAreReplacedWhenWornAndEndWhenIdle) {
     EXPECT_EQ(faultOf("show x"), PreviewFault::None);
     m_loader->setWindowIsOpen(false);
     EXPECT_TRUE(test::waitFor([] { return children().empty(); }, 250));
+}
+
+// --- With the decoder that ships ---
+
+/// A picture of noise, which takes a while to read.
+std::string noise(int width, int height, const char* format = "PNG", const std::string& uri = "",
+                  int modified = 0) {
+    QImage image(width, height, QImage::Format_RGB32);
+    std::mt19937 random(7);
+    std::generate_n(reinterpret_cast<std::uint32_t*>(image.bits()), width * height, random);
+    image.setText(QStringLiteral("Thumb::URI"), QString::fromStdString(uri));
+    image.setText(QStringLiteral("Thumb::MTime"), QString::number(modified));
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    EXPECT_TRUE(image.save(&buffer, format));
+    return bytes.toStdString();
+}
+
+TEST_F(PreviewLoaderTest, FilesThatChangeWhileTheyAreReadHarmNothing) {
+    m_limits.decode = 8000ms;
+    start(KESTRIN_VIEWER);
+    const std::string picture = noise(1200, 900), path = m_scratch / "p.png";
+    const std::string good = m_scratch / "good.png";
+    test::writeFile(good, picture);
+    const timespec longAgo[2] = {{1000, 0}, {2000, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, good.c_str(), longAgo, 0), 0);
+    const std::vector<std::function<void()>> changes{
+        [&] { std::filesystem::resize_file(path, 3000); },
+        [&] { std::filesystem::resize_file(path, 0); },
+        [&] { std::ofstream(path, std::ios::app) << picture; },
+        [&] { std::filesystem::remove(path); }, [&] { std::filesystem::rename(good, path); }};
+    for (const auto& change : changes) {
+        for (const auto delay : {0ms, 2ms, 10ms, 40ms}) {
+            const PreviewTicket ticket = ask(write("p.png", picture));
+            const auto answer = m_answers.back();
+            std::this_thread::sleep_for(delay);
+            change();
+            ASSERT_TRUE(test::waitFor([&] { return *answer != nullptr; }));
+            EXPECT_NE((*answer)->fault, PreviewFault::Crashed);
+            if (!test::exists(good)) test::writeFile(good, picture);
+        }
+    }
+    ASSERT_EQ(utimensat(AT_FDCWD, good.c_str(), longAgo, 0), 0);
+    EXPECT_EQ(previewOf(item("good.png")).kind, PreviewKind::Image);
+    struct stat status {};
+    ASSERT_EQ(::stat(good.c_str(), &status), 0);
+    EXPECT_EQ(status.st_atime, 1000);
+}
+
+TEST_F(PreviewLoaderTest, ThumbnailsComeFromTheCacheWhenTheyAreOfThisFileAndElseFromTheFile) {
+    start(KESTRIN_VIEWER);
+    const test::ScopedVariable cache("XDG_CACHE_HOME", m_scratch.path());
+    const auto file = write("f.png", noise(300, 150));
+    const int modified = 1'700'000'000;
+    const timespec times[2] = {{modified, 0}, {modified, 999'000'000}};
+    ASSERT_EQ(utimensat(AT_FDCWD, file->path().c_str(), times, 0), 0);
+    const auto thumbnails = cachedThumbnailsOf(file->url());
+    const auto thumbnail = [&](int side) {
+        auto made = std::async([&, side] { return m_loader->thumbnail(*file, side).size(); });
+        return made.get();
+    };
+    const auto isOfTheCache = [](QSize size) { return size.height() < size.width() / 10; };
+    const auto cacheAt = [&](std::size_t index, int width, const std::string& uri, int time) {
+        test::writeFile(thumbnails[index].file.path(), noise(width, 10, "PNG", uri, time));
+    };
+    const std::string uri = thumbnailUri(file->url());
+    cacheAt(0, 128, uri, modified - 1);
+    cacheAt(1, 256, "file:///elsewhere", modified);
+    EXPECT_EQ(thumbnail(100), QSize(100, 50)) << "of another time, of another file";
+    cacheAt(0, 128, uri, modified);
+    EXPECT_TRUE(isOfTheCache(thumbnail(100))) << "the smallest that need not be enlarged";
+    EXPECT_EQ(thumbnail(200), QSize(200, 100)) << "better than one that must be";
+    cacheAt(2, 512, uri, modified);
+    EXPECT_TRUE(isOfTheCache(thumbnail(200)));
+    test::writeFile(file->path(), "\x89PNG is broken");
+    ASSERT_EQ(utimensat(AT_FDCWD, file->path().c_str(), times, 0), 0);
+    std::filesystem::remove(thumbnails[2].file.path());
+    EXPECT_TRUE(isOfTheCache(thumbnail(200))) << "better than none";
 }
 
 }  // namespace
