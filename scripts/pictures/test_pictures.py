@@ -5,9 +5,12 @@ Run by ../run, one look a process, with the surroundings of the tests (../../tes
 KESTRIN_PICTURES for the folder that the pictures go to. Needs root.
 """
 
+import io
 import os
 import shutil
 import sys
+import wave
+import zipfile
 
 sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../tests/desktop"))
 from desktop import BACKGROUND, DesktopTest  # noqa: E402  (after the path)
@@ -278,6 +281,98 @@ class SmartWindowPicturesTest(Looks, DesktopTest):
         self.slow.open()
         self.wait(lambda: self.app.find("dialog"), "the report")
         self.picture("report")
+
+
+class PreviewPicturesTest(Looks, DesktopTest):
+    """The pane beside the list and Quick Look, with an entry of every kind and with what cannot be shown."""
+
+    SUBJECT = "preview"
+    PDF = (b"%PDF-1.4\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj 2 0 obj<</Type/Pages/Kids[3 0 R 3 0 R]/Count 2>>endobj "
+           b"3 0 obj<</Type/Page/Parent 2 0 R/MediaBox[0 0 420 595]/Contents 4 0 R/Resources<</Font<</F 5 0 R>>>>>>endobj "
+           b"4 0 obj<</Length 60>>stream\nBT /F 30 Tf 60 480 Td (The report of last year) Tj ET      \nendstream endobj "
+           b"5 0 obj<</Type/Font/Subtype/Type1/BaseFont/Helvetica>>endobj trailer<</Root 1 0 R>>")
+    SVG = (b'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 300 200"><rect width="300" height="200" fill="#dde8f0"/>'
+           b'<circle cx="150" cy="100" r="70" fill="#c2410c"/></svg>')
+
+    def draw(self, *arguments):
+        """A picture as the tools of the desktop make it."""
+        name = arguments[-1]
+        self.tool("convert", *arguments[:-1], os.path.join(self.home, name.encode()))
+        with open(os.path.join(self.home, name.encode()), "rb") as file:
+            return file.read()
+
+    @staticmethod
+    def pack(**members):
+        packed = io.BytesIO()
+        with zipfile.ZipFile(packed, "w") as archive:
+            for name, content in members.items():
+                archive.writestr(name, content)
+        return packed.getvalue()
+
+    @staticmethod
+    def sound():
+        sound = io.BytesIO()
+        with wave.open(sound, "wb") as file:
+            file.setparams((1, 2, 8000, 0, "NONE", ""))
+            file.writeframes(bytes(16000 * 65))
+        return sound.getvalue()
+
+    def fill(self):
+        photo = self.draw("-size", "1600x1000", "plasma:tomato-steelblue", "photo.jpg")
+        font = self.tool("fc-match", "-f", "%{file}", "DejaVu Sans")
+        with open(font, "rb") as file:
+            self.trash.file("a font.ttf", file.read())
+        for name, content in {
+                "animation.gif": self.draw("-delay", "20", "-size", "200x120", "xc:red", "xc:blue", "loop.gif"),
+                "archive.zip": self.pack(**{f"folder/page {number}.txt": b"x" * number * 900 for number in range(40)}),
+                "drawing.svg": self.SVG, "empty.txt": b"", "letter.odt": self.pack(**{
+                    "mimetype": b"application/vnd.oasis.opendocument.text",
+                    "Thumbnails/thumbnail.png": self.draw("-size", "180x256", "gradient:white-wheat", "page.png")}),
+                "photo.jpg": photo, "photo, cut short.jpg": photo[:900], "report.pdf": self.PDF, "sound.wav": self.sound(),
+                "source.py": b"def walk(folder):\n    for entry in sorted(folder):\n        yield entry\n" * 40,
+                "tiny.png": self.draw("-size", "16x16", "xc:green", "tiny.png"), "unknown.bin": bytes(range(256)) * 9}.items():
+            self.trash.file(name, content, original="/home/you/Documents/" + name)
+        self.trash.tree("tree of files", [f"part {number}/file" for number in range(12)])
+        os.mkfifo(self.trash.path("a pipe"))
+
+    def steady_picture(self, step):
+        """Keeps what the screen shows when it has stopped to change."""
+        shots = [os.path.join(os.fsdecode(self.home), name) for name in ("one.png", "other.png")]
+
+        def is_steady():
+            seen = []
+            for shot in shots:
+                self.run_as_user("scrot", "-o", shot)
+                seen.append(self.tool("convert", shot, "-depth", "8", "rgb:-"))
+            return seen[0] == seen[1]
+        self.wait(is_steady, "the screen to stop changing")
+        self.picture(step)
+
+    def panel_name(self):
+        """The entry that Quick Look shows; None while it shows none."""
+        return next((window.name for window in self.app.children if window.name in self.names), None)
+
+    def walk(self):
+        self.fill()
+        self.names = [name.decode() for name in self.trash.names()]
+        self.start_program_without_icon("--smart-window")
+        window = self.wait(lambda: self.app.find("frame"), "the window")
+        self.wait(lambda: window.find("cell", "tree of files"), "the entries")
+        self.wait(lambda: window.find("list", None), "the trashes")
+        self.key("Tab", "End", "Home", "space")
+        for _ in self.names:
+            shown = self.wait(self.panel_name, "the panel")
+            self.steady_picture(shown.replace(" ", "-"))
+            self.key("Down")
+            self.wait(lambda shown=shown: self.panel_name() != shown or shown == "unknown.bin", "the next entry")
+        self.key("ctrl+a", "ctrl+Return")
+        self.steady_picture("index-sheet")
+        self.key("ctrl+Return", "Home", "F11")
+        self.steady_picture("full-screen")
+        self.key("Escape", "Escape")
+        self.steady_picture("pane")
+        self.key("Down", "Down", "shift+Down", "shift+Down")
+        self.steady_picture("pane-with-several")
 
 
 class WindowsPicturesTest(Looks, DesktopTest):

@@ -18,6 +18,7 @@ from harness import (TIME_FACTOR, USER, EndToEndTest, TrashCan, _become, as_root
 
 PROGRAM = os.environ.get("KESTRIN", "")
 SCREEN = (1280, 800)
+VIEWER = os.environ.get("KESTRIN_VIEWER", "")  # without one no content is shown
 # The background: of a colour that no window has.
 BACKGROUND_NAME, BACKGROUND = "#5a6b7b", "(90,107,123)"
 NEEDED = ("Xvfb", "openbox", "trayer", "xdotool", "xwininfo", "xprop", "xsetroot", "dbus-daemon")
@@ -34,6 +35,8 @@ class DesktopTest(EndToEndTest):
         self._parts, self._gated = {}, []
         self.kestrin = self.app = None
         self.lend("libkestrin_app.so")
+        if VIEWER:
+            self.show(VIEWER, b"lib/kestrin")
         self.write_settings()
         self.start_session()
 
@@ -268,6 +271,22 @@ class DesktopTest(EndToEndTest):
     def window(self, title):
         """The window in which that stands; None while there is none."""
         return next((window for window in self.app.children if window.find(name=title)), None)
+
+    def smart_window(self):
+        return self.app.find("frame", "Smart Window")
+
+    def wait_for_smart_window(self):
+        return self.wait(self.smart_window, "the Smart Window")
+
+    def states_of(self, window, role, name):
+        """The states of what bears that name."""
+        node = window.find(role, name)
+        return node.states if node else set()
+
+    def topmost(self):
+        """The title of the window that lies upon all others."""
+        stack = self.tool("xprop", "-root", "_NET_CLIENT_LIST_STACKING").split()
+        return self.tool("xprop", "-id", stack[-1], "_NET_WM_NAME")
 
     def progress(self):
         """The window of the erase that runs; None while there is none."""

@@ -6,22 +6,6 @@ from harness import exists, listing
 
 
 class SmartWindowTest(DesktopTest):
-    def smart_window(self):
-        return self.app.find("frame", "Smart Window")
-
-    def wait_for_smart_window(self):
-        return self.wait(self.smart_window, "the Smart Window")
-
-    def states_of(self, window, role, name):
-        """The states of what bears that name."""
-        node = window.find(role, name)
-        return node.states if node else set()
-
-    def topmost(self):
-        """The title of the window that lies upon all others."""
-        stack = self.tool("xprop", "-root", "_NET_CLIENT_LIST_STACKING").split()
-        return self.tool("xprop", "-id", stack[-1], "_NET_WM_NAME")
-
     def test_erase_over_two_volumes_by_the_keyboard(self):
         """From the menu to the end, as a screen reader follows it. Exactly what is checked goes."""
         for name in ("keep.txt", "odd \n name", b"\xff last.txt"):

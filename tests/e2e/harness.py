@@ -229,9 +229,7 @@ class EndToEndTest(unittest.TestCase):
         os.chmod(self.scratch, 0o755)
         self._add_account()
         # The build folder may be closed to other users: the program is shown at a place of its own.
-        self.program = os.path.join(self.scratch, b"kestrin")
-        open(self.program, "wb").close()
-        run_as_root("mount", "--bind", PROGRAM, self.program)
+        self.program = self.show(PROGRAM, b"bin")
         self.home = self.folder_of_user("home")
         self.outside = self.folder_of_user("outside")
         os.setegid(USER)
@@ -243,6 +241,14 @@ class EndToEndTest(unittest.TestCase):
         self.environment = {"HOME": os.fsdecode(self.home), "PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8",
                             "LANGUAGE": "en", "DBUS_SYSTEM_BUS_ADDRESS": "unix:path=/nonexistent",
                             **sanitizer_options()}
+
+    def show(self, program, folder):
+        """A program of the build in this folder of the scratch folder; answers its path there."""
+        place = os.path.join(self.scratch, folder, os.path.basename(to_bytes(program)))
+        run_as_root("mkdir", "-p", os.path.dirname(place))
+        run_as_root("touch", place)
+        run_as_root("mount", "--bind", program, place)
+        return place
 
     def lend(self, library):
         """One of the program's libraries, which it looks for beside itself; under the address sanitizer it
