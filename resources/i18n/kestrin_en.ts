@@ -1052,6 +1052,14 @@ Label: %@</translation>
         <source></source>
         <translation>The log file can’t be opened, so nothing was erased. Make room for the log or allow Kestrin to write to its log folder, or turn the log off in the preferences.</translation>
     </message>
+    <message id="panel_between">
+        <source></source>
+        <translation> – </translation>
+    </message>
+    <message id="panel_changed">
+        <source></source>
+        <translation>changed %@</translation>
+    </message>
     <message id="panel_full_screen">
         <source></source>
         <translation>Full Screen</translation>

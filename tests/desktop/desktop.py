@@ -18,7 +18,7 @@ from harness import (TIME_FACTOR, USER, EndToEndTest, TrashCan, _become, as_root
 
 PROGRAM = os.environ.get("KESTRIN", "")
 SCREEN = (1280, 800)
-VIEWER = os.environ.get("KESTRIN_VIEWER", "")  # without one no content is shown
+VIEWERS = os.environ.get("KESTRIN_VIEWERS", "").split()  # without them no content is shown
 # The background: of a colour that no window has.
 BACKGROUND_NAME, BACKGROUND = "#5a6b7b", "(90,107,123)"
 NEEDED = ("Xvfb", "openbox", "trayer", "xdotool", "xwininfo", "xprop", "xsetroot", "dbus-daemon")
@@ -35,8 +35,8 @@ class DesktopTest(EndToEndTest):
         self._parts, self._gated = {}, []
         self.kestrin = self.app = None
         self.lend("libkestrin_app.so")
-        if VIEWER:
-            self.show(VIEWER, b"lib/kestrin")
+        for viewer in VIEWERS:
+            self.show(viewer, b"lib/kestrin")
         self.write_settings()
         self.start_session()
 

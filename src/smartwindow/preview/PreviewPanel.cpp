@@ -8,6 +8,7 @@
 #include <QGraphicsOpacityEffect>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QPlainTextEdit>
 #include <QPropertyAnimation>
 #include <QScreen>
 #include <QStackedWidget>
@@ -21,6 +22,7 @@
 
 #include "base/StringTable.h"
 #include "format/QVNumberUtilities.h"
+#include "smartwindow/preview/ItemDetails.h"
 #include "smartwindow/preview/PreviewCollectionView.h"
 #include "smartwindow/preview/PreviewServices.h"
 #include "smartwindow/preview/PreviewZoom.h"
@@ -115,9 +117,11 @@ void PreviewPanel::makeToolBar() {
     m_indexSheet->setShortcuts({Qt::CTRL | Qt::Key_Return, Qt::CTRL | Qt::Key_Enter});
     connect(m_indexSheet, &QAction::toggled, this, &PreviewPanel::showContent);
     m_toolsOfSeveral.push_back(m_indexSheet);
-    auto* const space = new QWidget;
-    space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-    m_bar->addWidget(space);
+    m_facts = new ElidedLabel(Qt::ElideRight);
+    m_facts->setAlignment(Qt::AlignCenter);
+    m_facts->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    m_facts->setContentsMargins(kMargin, 0, kMargin, 0);
+    m_bar->addWidget(m_facts);
     QAction* const reveal = addTool(Tool::Reveal, texts.text("panel_reveal"_key));
     connect(reveal, &QAction::triggered, this, [this] { command(m_outlets.reveal); });
     QAction* const open = addTool(Tool::Open, texts.text("panel_open"_key));
@@ -157,6 +161,7 @@ void PreviewPanel::colourTools() {
     QPalette faint = palette();
     faint.setColor(QPalette::WindowText, faintTextColor(faint));
     m_nothing->setPalette(faint);
+    m_facts->setPalette(faint);
 }
 
 void PreviewPanel::changeEvent(QEvent* event) {
@@ -214,8 +219,16 @@ void PreviewPanel::step(int by) {
 }
 
 void PreviewPanel::showCurrentItem() {
+    const auto shown = entryOf(m_item);
     m_item = m_count == 0 ? nullptr : m_source.previewItemAtIndex(m_index);
     m_view->setPreviewItem(m_item);
+    if (const auto entry = entryOf(m_item); entry != shown) {
+        showFacts(entry ? knownDetails(*entry) : ItemDetails());
+        m_detailsTicket =
+            entry ? m_services.requestDetails(
+                        entry, [this](const ItemDetails& details) { showFacts(details); })
+                  : nullptr;
+    }
     setWindowTitle(m_item ? plainWindowTitle(m_item->previewItemTitle())
                           : m_services.texts.text("panel_title"_key));
     const auto number = [this](std::size_t value) {
@@ -231,6 +244,16 @@ void PreviewPanel::showCurrentItem() {
     m_next->setEnabled(m_index + 1 < m_count);
     showContent();
     growToContent();
+}
+
+void PreviewPanel::showFacts(const ItemDetails& details) {
+    const QString changed = details.dateModified.isEmpty()
+                                ? QString()
+                                : StringTable::filled(m_services.texts.text("panel_changed"_key),
+                                                      {details.dateModified});
+    QStringList facts{details.kind, details.size, changed};
+    facts.removeAll(QString());
+    m_facts->setFullText(facts.join(m_services.texts.text("panel_between"_key)));
 }
 
 void PreviewPanel::showContent() {
@@ -291,9 +314,11 @@ bool PreviewPanel::handleKey(QKeyEvent& event) {
         QCoreApplication::sendEvent(m_view, &event);
         if (event.isAccepted()) return true;
     }
+    const auto* const text = qobject_cast<QPlainTextEdit*>(focusWidget());
     const bool isOfText =
-        focusWidget() && m_view->isAncestorOf(focusWidget()) &&
-        (event.matches(QKeySequence::Copy) || event.matches(QKeySequence::SelectAll));
+        text && text->isVisible() &&
+        (event.matches(QKeySequence::SelectAll) ||
+         (event.matches(QKeySequence::Copy) && text->textCursor().hasSelection()));
     return !isOfText && m_source.handleEvent && m_source.handleEvent(event);
 }
 

@@ -15,6 +15,7 @@
 #include "inventory/QVPreviewItem.h"
 #include "platform/desktop/ui/TrashIcon.h"
 #include "smartwindow/preview/PreviewPanelSource.h"
+#include "smartwindow/preview/PreviewRequest.h"
 
 class QAction;
 class QKeyEvent;
@@ -24,9 +25,11 @@ class QToolBar;
 
 namespace kestrin {
 
+class ElidedLabel;
 class PreviewCollectionView;
 class PreviewZoom;
 class QVQuickLookView;
+struct ItemDetails;
 struct PreviewServices;
 
 /// It belongs to a window, above which it stays and which gets the keyboard back. Whoever controls
@@ -35,8 +38,9 @@ struct PreviewServices;
 /// leaves the full screen. The arrows to the left and right walk through several items, Ctrl and
 /// Return shows all of them; the page keys are the content's, any other key is the source's.
 ///
-/// It is as large as what it shows first, and grows when something larger comes, within the screen.
-/// A size that the user gives it stays until it closes.
+/// Beside its tools it tells kind, size and date of the entry, for those without a content, too. It
+/// is as large as what it shows first, and grows when something larger comes, within the screen. A
+/// size that the user gives it stays until it closes.
 class PreviewPanel : public QWidget {
     Q_OBJECT
 
@@ -87,6 +91,7 @@ class PreviewPanel : public QWidget {
     std::optional<std::size_t> indexOfShownItem() const;
     void showCurrentItem();
     void showContent();
+    void showFacts(const ItemDetails& details);
     void makeIndexSheet();
     void step(int by);
     bool handleKey(QKeyEvent& event);
@@ -109,9 +114,11 @@ class PreviewPanel : public QWidget {
     bool m_wasSizedByUser = false;
     QSize m_givenSize;  ///< by the panel itself
     QPointer<PreviewZoom> m_zoom;
+    PreviewTicket m_detailsTicket;
 
     QToolBar* m_bar = nullptr;
     QLabel* m_position = nullptr;
+    ElidedLabel* m_facts = nullptr;  ///< kind, size and date
     QAction* m_previous = nullptr;
     QAction* m_next = nullptr;
     QAction* m_indexSheet = nullptr;

@@ -16,6 +16,7 @@
 #include "smartwindow/preview/PreviewZoom.h"
 #include "smartwindow/preview/support/PreviewWorld.h"
 #include "support/TestEnvironment.h"
+#include "widgets/ElidedLabel.h"
 
 namespace kestrin {
 namespace {
@@ -128,6 +129,12 @@ TEST_F(PreviewPanelTest, followsTheSelectionAndStaysWhenNothingIsLeftOfIt) {
     EXPECT_EQ(panel.currentPreviewItemIndex(), 2U) << "it stays at its item";
     select({"zero"});
     EXPECT_EQ(panel.windowTitle(), QStringLiteral("zero"));
+    ItemDetails details;
+    details.kind = QStringLiteral("Text");
+    details.dateModified = QStringLiteral("yesterday");
+    askedDetails.back().answer(details);
+    EXPECT_EQ(panel.findChild<ElidedLabel*>()->fullText(),
+              QStringLiteral("Text – changed yesterday"));
     EXPECT_FALSE(tool(QStringLiteral("Next"))->isVisible());
     items.clear();
     panel.reloadData();
