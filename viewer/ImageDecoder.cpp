@@ -3,6 +3,7 @@
 #include <QImageReader>
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstring>
 
 #include "viewer/Decoders.h"
@@ -23,7 +24,7 @@ constexpr qint64 kMostJpegPixels = 2'000'000'000;
 /// From here on a failure is likelier one of memory than of the file.
 constexpr qint64 kManyPixels = 1LL << 25;
 
-constexpr std::size_t kMostAnimationBytes = 32 << 20;
+constexpr std::size_t kMostAnimationBytes = 48 << 20;
 constexpr std::size_t kMostAnimationFrames = 250;
 constexpr auto kLongestAnimationReading = 1500ms;
 
@@ -68,15 +69,17 @@ class ImageFile {
         if (image.isNull()) return failure(pixels);
         if (!m_stored.isValid()) m_stored = m_isTurned ? image.size().transposed() : image.size();
         const QSize natural = m_isTurned ? m_stored.transposed() : m_stored;
-        const QSize size = fitting(natural, boxOf(m_request));
+        const bool isPlayed =
+            m_reader.supportsAnimation() && m_request.purpose == DecodePurpose::Preview;
+        const QSize fitted = fitting(natural, boxOf(m_request));
+        const QSize size = isPlayed ? sizeToPlay(fitted) : fitted;
         QImage frame = previewFrame(image, size);
         if (frame.isNull()) return withoutPicture(PreviewFault::TooLarge);
         Preview preview = withPicture(std::move(frame), natural);
         preview.facts.isPartial = m_isPartial;
         preview.facts.page = m_page;
         preview.facts.pageCount = m_pageCount;
-        if (m_reader.supportsAnimation() && m_request.purpose == DecodePurpose::Preview)
-            addFrames(preview, size);
+        if (isPlayed) addFrames(preview, size);
         return preview;
     }
 
@@ -166,14 +169,29 @@ class ImageFile {
         return std::any_of(bytes, bytes + image.sizeInBytes(), [](uchar byte) { return byte; });
     }
 
+    static std::size_t bytesOf(QSize size) {
+        return std::size_t(size.width()) * std::size_t(size.height()) * 4;
+    }
+
+    /// A smaller size, if more of the animation fits the bounds then. Below half the side it is
+    /// better to see less of it.
+    QSize sizeToPlay(QSize fitted) const {
+        const std::size_t frames =
+            std::min(std::size_t(std::max(m_reader.imageCount(), 1)), kMostAnimationFrames);
+        const double share = double(kMostAnimationBytes) / double(bytesOf(fitted) * frames);
+        if (share >= 1) return fitted;
+        const double scale = std::max(0.5, std::sqrt(share));
+        return {std::max(1, int(fitted.width() * scale)),
+                std::max(1, int(fitted.height() * scale))};
+    }
+
     /// Adds the frames after the first one.
     void addFrames(Preview& preview, QSize size) {
         const auto deadline = std::chrono::steady_clock::now() + kLongestAnimationReading;
-        const std::size_t frameBytes = std::size_t(size.width()) * std::size_t(size.height()) * 4;
         preview.frameDelays.front() = delay();
         while (m_reader.canRead()) {
             if (preview.frames.size() >= kMostAnimationFrames ||
-                (preview.frames.size() + 1) * frameBytes > kMostAnimationBytes ||
+                (preview.frames.size() + 1) * bytesOf(size) > kMostAnimationBytes ||
                 std::chrono::steady_clock::now() > deadline) {
                 preview.facts.isPartial = true;
                 return;

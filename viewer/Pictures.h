@@ -35,10 +35,11 @@ Preview withoutPicture(PreviewFault fault);
 Preview withPicture(QImage frame, QSize natural);
 
 /// The raster image that begins where the device stands, by the image plug-ins of Qt, which are
-/// chosen by content. None when it is no raster image. Shapes: turned as its orientation says,
-/// fitted into the box of the request. Of an animation
-///         the frames from the first on that fit the bounds of a preview; of a file of several
-///         pages the page asked for; of an icon its largest picture.
+/// chosen by content. None when it is no raster image.
+/// Shapes: turned as its orientation says, fitted into the box of the request. Of an animation the
+///         frames from the first on that fit the bounds of a preview, down to half the size where
+///         more of them fit then; of a file of several pages the page asked for; of an icon its
+///         largest picture.
 /// Errors: TooLarge by the size that it tells, before memory is taken; Damaged. A file that breaks
 ///         off shows what there is of it, as partial.
 std::optional<Preview> decodeImageOf(QIODevice& device, const DecodeRequest& request);

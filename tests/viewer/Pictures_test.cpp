@@ -198,6 +198,10 @@ TEST(ImageDecoder, playsWhatFitsOfAnAnimation) {
     const Preview many = decoded(gif(2000), kBox);
     EXPECT_EQ(many.frames.size(), 250u);
     EXPECT_TRUE(many.facts.isPartial);
+    const QByteArray large = gif(100).replace(6, 4, "\x58\2\xc2\1", 4);  // 600 x 450
+    const Preview smaller = decoded(large, {.width = 800, .height = 600});
+    EXPECT_EQ(smaller.frames.size(), 100u) << "rather smaller than only a part";
+    EXPECT_TRUE(sizeOf(smaller).width() > 300 && sizeOf(smaller).width() < 600);
     DecodeRequest thumbnail = kBox;
     thumbnail.purpose = DecodePurpose::Thumbnail;
     EXPECT_EQ(decoded(gif(3), thumbnail).frames.size(), 1u);
