@@ -188,7 +188,8 @@ void QVQuickLookView::take(std::shared_ptr<const Preview> preview) {
 // --- Showing ---
 
 void QVQuickLookView::showContent() {
-    m_pageCount = std::max(m_pageCount, m_preview->facts.pageCount);
+    // Where a page cannot be shown, the others are still there to turn to.
+    if (isPicture(m_preview.get())) m_pageCount = m_preview->facts.pageCount;
     m_picture->setPlaying(m_autostarts);
     change(fillContent());
 }
