@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "viewer/FontFile.h"
 
+#include <ft2build.h>
+#include FT_FREETYPE_H
+
 #include <QGlyphRun>
 #include <QImage>
 #include <QPainter>
@@ -12,6 +15,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <memory>
 
 namespace kestrin {
 namespace {
@@ -52,11 +56,12 @@ QRawFont rawFont(const QByteArray& bytes) {
     return font;
 }
 
-/// Draws a glyph by its outline where it has one: broken outlines that FreeType cannot make pixels
-/// of would end the process where Qt keeps drawn glyphs.
-void drawGlyph(QPainter& painter, const QRawFont& font, quint32 glyph, QPointF at) {
-    const QPainterPath outline = font.pathForGlyph(glyph);
-    if (!outline.isEmpty()) return painter.fillPath(outline.translated(at), painter.pen().brush());
+/// Draws a glyph by its outline in a font that has them: broken ones that FreeType cannot make
+/// pixels of would end the process where Qt keeps drawn glyphs.
+void drawGlyph(QPainter& painter, const QRawFont& font, bool hasOutlines, quint32 glyph,
+               QPointF at) {
+    if (hasOutlines)
+        return painter.fillPath(font.pathForGlyph(glyph).translated(at), painter.pen().brush());
     QGlyphRun run;
     run.setRawFont(font);
     run.setGlyphIndexes({glyph});
@@ -68,6 +73,32 @@ void drawGlyph(QPainter& painter, const QRawFont& font, quint32 glyph, QPointF a
 bool isColoured(const QRawFont& font) {
     return std::ranges::any_of(std::array{"CBDT", "COLR", "SVG ", "sbix"},
                                [&font](const char* tag) { return !font.fontTable(tag).isEmpty(); });
+}
+
+enum class Glyphs { Outlines, Bitmaps, Damaged };
+
+/// What the glyphs of the only font in these bytes are. Damaged are bitmaps that have a size and no
+/// pixels: Qt would copy them all the same.
+Glyphs glyphsOf(const QByteArray& bytes) {
+    FT_Library library = nullptr;
+    if (FT_Init_FreeType(&library) != 0) return Glyphs::Damaged;
+    const std::unique_ptr<FT_LibraryRec_, decltype(&FT_Done_FreeType)> owner(library,
+                                                                             FT_Done_FreeType);
+    FT_Face face = nullptr;  // goes with the library
+    if (FT_New_Memory_Face(library, reinterpret_cast<const FT_Byte*>(bytes.constData()),
+                           static_cast<FT_Long>(bytes.size()), 0, &face) != 0) {
+        return Glyphs::Damaged;
+    }
+    if (FT_IS_SCALABLE(face)) return Glyphs::Outlines;
+    for (int size = 0; size < face->num_fixed_sizes; ++size) {
+        if (FT_Select_Size(face, size) != 0) return Glyphs::Damaged;
+        for (FT_Long glyph = 0; glyph < face->num_glyphs; ++glyph) {
+            if (FT_Load_Glyph(face, static_cast<FT_UInt>(glyph), FT_LOAD_DEFAULT) != 0) continue;
+            const FT_Bitmap& bitmap = face->glyph->bitmap;
+            if (!bitmap.buffer && bitmap.rows > 0 && bitmap.width > 0) return Glyphs::Damaged;
+        }
+    }
+    return Glyphs::Bitmaps;
 }
 
 double heightOf(const QRawFont& font) {
@@ -92,11 +123,13 @@ std::optional<FontFile> FontFile::load(const QByteArray& bytes, std::uint32_t nu
     FontFile file;
     file.m_faceCount = facesIn(bytes);
     if (number >= file.m_faceCount) return std::nullopt;
-    file.m_font = rawFont(withOneFace(bytes, number));
+    const QByteArray face = withOneFace(bytes, number);
+    file.m_font = rawFont(face);
     if (!file.m_font.isValid()) return std::nullopt;
-    QRawFont larger = file.m_font;
-    larger.setPixelSize(2 * kUsualPixels);
-    if (heightOf(larger) == heightOf(file.m_font)) file.m_bitmapHeight = heightOf(larger);
+    if (isColoured(file.m_font)) return file;
+    const Glyphs glyphs = glyphsOf(face);
+    if (glyphs == Glyphs::Damaged) return std::nullopt;
+    if (glyphs == Glyphs::Bitmaps) file.m_bitmapHeight = std::max(1.0, heightOf(file.m_font));
     return file;
 }
 
@@ -148,7 +181,7 @@ void FontFile::drawFirstGlyphs(QPainter& painter, const QRectF& area, double pix
         if (at.x() + box.right() > area.right() && at.x() > area.left())
             at = {area.left(), at.y() + heightOf(font)};
         if (at.y() + font.descent() > area.bottom()) return;
-        drawGlyph(painter, font, glyph, at);
+        drawGlyph(painter, font, hasOutlines(), glyph, at);
         at.rx() += box.right() + heightOf(font) / 8;
     }
 }
@@ -198,7 +231,7 @@ QSizeF FontFile::drawAsIs(QPainter* painter, QPointF corner, const QString& text
         const QList<quint32> glyphs = run.glyphIndexes();
         const QList<QPointF> positions = run.positions();
         for (qsizetype at = 0; at < std::min(glyphs.size(), positions.size()); ++at)
-            drawGlyph(*painter, run.rawFont(), glyphs[at], corner + positions[at]);
+            drawGlyph(*painter, run.rawFont(), hasOutlines(), glyphs[at], corner + positions[at]);
     }
     return size;
 }
