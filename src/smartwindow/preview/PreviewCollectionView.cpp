@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "smartwindow/preview/PreviewCollectionView.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -268,7 +268,8 @@ bool PreviewCollectionView::event(QEvent* event) {
     const bool wasTaken = QAbstractScrollArea::event(event);
     if (event->type() == QEvent::LayoutRequest && m_needsLayout) layOut();
     if (event->type() == QEvent::LayoutDirectionChange) needsLayout();
-    if (event->type() == QEvent::FocusIn && m_current) cellFor(*m_current)->setFocus();
+    if (event->type() == QEvent::FocusIn && m_current && cellAt(*m_current))
+        cellAt(*m_current)->setFocus();
     return wasTaken;
 }
 
@@ -297,18 +298,23 @@ void PreviewCollectionView::paintEvent(QPaintEvent*) {
 }
 
 void PreviewCollectionView::scrollContentsBy(int, int) {
-    if (!m_isLayingOut) layOutCells();
+    if (m_isLayingOut) return;
+    if (m_needsLayout)
+        layOut();
+    else
+        layOutCells();
 }
 
 // --- The current tile of a grid ---
 
 void PreviewCollectionView::setCurrentIndex(std::size_t index) {
     if (!m_isByGrid || index >= count()) return;
-    const bool hasFocus = isAncestorOf(focusWidget()) || this->hasFocus();
+    const QWidget* const focus = QApplication::focusWidget();
+    const bool hadFocus = focus == this || isAncestorOf(focus);
     m_current = index;
     m_scrollsTo = index;
     layOut();
-    if (hasFocus) cellFor(index)->setFocus();
+    if (hadFocus) cellFor(index)->setFocus();
     Q_EMIT currentIndexDidChange();
 }
 

@@ -70,6 +70,9 @@ QVPreview::QVPreview(const PreviewServices& services, const PreviewCollectionVie
                                    "entry_time"_key, "entry_bit_rate"_key},
                                   "x_position_TAG_field"_key, m_songFields);
     makeDescriptionView();
+    m_folderIcon = QIcon::fromTheme(
+        QStringLiteral("folder"),
+        QPixmap::fromImage(m_services.files.drawnIconWithSize(kFolderDrawing, true)));
     m_horizontalSeparator = makeSeparator(this);
     m_horizontalSeparator2 = makeSeparator(this);
     const PathView::Positions positions{kOriginalFinderTagX, kOriginalPathIconX,
@@ -256,9 +259,7 @@ void QVPreview::setDetails(const ItemDetails& details) {
     m_informationView->setDetails(m_details, m_diskHasAnswered);
     const auto& labels = QVFinderLabels::sharedControl();
     const PathView::Icons icons{
-        .folder = QIcon::fromTheme(
-            QStringLiteral("folder"),
-            QPixmap::fromImage(m_services.files.drawnIconWithSize(kFolderDrawing, true))),
+        .folder = m_folderIcon,
         .entry = m_services.iconOf(*item),
         .badge = [this](int label) { return QPixmap::fromImage(finderTagImage(label, false)); },
         .labelName = [&labels](int label) { return labels.labelNameWithKey(label); }};

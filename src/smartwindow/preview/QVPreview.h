@@ -2,6 +2,7 @@
 // The cell of the collection that shows one selected entry. Main thread.
 #pragma once
 
+#include <QIcon>
 #include <QImage>
 #include <QWidget>
 #include <array>
@@ -150,6 +151,8 @@ class QVPreview : public QWidget {
     PathView* m_pathTableView = nullptr;       ///< the place in rows
     QMenu* m_pathMenu = nullptr;
     QMenu* m_oldPathMenu = nullptr;
+
+    QIcon m_folderIcon;
 
     std::shared_ptr<QVPreviewItem> m_previewItem;
     ItemDetails m_details;
