@@ -16,6 +16,7 @@
 #include "smartwindow/SmartWindowNotifications.h"
 #include "smartwindow/SmartWindowServices.h"
 #include "smartwindow/preview/PreviewCollectionView.h"
+#include "smartwindow/preview/PreviewNotifications.h"
 #include "smartwindow/preview/PreviewPanel.h"
 #include "widgets/BusySpinner.h"
 #include "widgets/ElidedLabel.h"
@@ -28,7 +29,7 @@ namespace {
 namespace Name = SmartWindowNotification;
 
 constexpr int kSpinnerSide = 32;
-constexpr int kPreviewWidth = 260;
+constexpr int kPreviewWidth = 230;
 constexpr int kLeastPreviewWidth = 216;  // a long date is not cut in it
 constexpr int kLeastListWidth = 260;
 constexpr int kMargin = 6;
@@ -58,6 +59,9 @@ QVContentViewCntrl::QVContentViewCntrl(const SmartWindowServices& services, Outl
     layout->addWidget(m_splitView);
     connect(m_splitView, &CollapsingSplitter::collapseDidChange, this,
             &QVContentViewCntrl::splitViewDidResize);
+    connect(m_splitView, &QSplitter::splitterMoved, this, [this] {
+        m_services.center.post(PreviewNotification::kSplitViewPositionDidSwitch, window());
+    });
     makeListCntrl();
 }
 
