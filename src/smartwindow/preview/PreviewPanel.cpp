@@ -96,6 +96,7 @@ PreviewPanel::PreviewPanel(const PreviewServices& services, Outlets outlets, QWi
 
 PreviewPanel::~PreviewPanel() {
     orderOut();
+    delete m_zoom;
 }
 
 // --- Its bar ---
