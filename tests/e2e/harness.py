@@ -250,6 +250,15 @@ class EndToEndTest(unittest.TestCase):
         run_as_root("mount", "--bind", program, place)
         return place
 
+    def make_thumbnail(self, path):
+        """As the desktop's programs name those of a file."""
+        uri = "file://" + quote_from_bytes(path, safe="-_.!~*'()/&=:@+$,")
+        folder = os.path.join(self.home, b".cache/thumbnails/large")
+        os.makedirs(folder, exist_ok=True)
+        thumbnail = os.path.join(folder, hashlib.md5(uri.encode()).hexdigest().encode() + b".png")
+        open(thumbnail, "wb").close()
+        return thumbnail
+
     def lend(self, library):
         """One of the program's libraries, which it looks for beside itself; under the address sanitizer it
         does not."""

@@ -17,12 +17,14 @@ class NamesTest(EndToEndTest):
         for path in [*paths, *(os.path.join(inside, name) for name in NAMES)]:
             with open(path, "wb") as file:
                 file.write(b"123")
+        thumbnails = [self.make_thumbnail(path) for path in paths]
         for command in (["show"], ["empty", "--dry-run"]):
             self.check_output(self.succeed(*command))
         shown = {path_of(entry["url"]) for entry in self.succeed("show", "--json").json}
         self.assertEqual(shown, {*paths, self.trash.path("folder")})
         self.check_output(self.succeed("erase", "--yes", "--", *paths[::2]))
         self.assertEqual(self.trash.names(), sorted([*NAMES[1::2], b"folder"]))
+        self.assertEqual([path for path in thumbnails if os.path.exists(path)], thumbnails[1::2])
         for name in NAMES[1::2]:
             if len(name) + len(b".trashinfo") <= 255:
                 self.trash.record(name)

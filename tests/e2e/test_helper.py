@@ -89,8 +89,10 @@ class Authorised(HelperTest):
         self.empty("--no-log")
         self.assertIsNone(self.bus.process_of(), "nothing needed the helper")
         self.fill()
+        thumbnails = [self.make_thumbnail(path) for path in (self.locked, self.forbidden, self.plain)]
         run = self.empty()
         self.assertGone()
+        self.assertEqual([path for path in thumbnails if os.path.exists(path)], [])
         # The folder, its two files and its folder; the two others.
         self.assertEqual(run.json, {"erasedCount": 6, "erasedSize": 5 + 3 + 10, "notErased": [],
                                     "wasStoppedByUser": False, "dryRun": False})
