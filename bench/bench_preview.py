@@ -15,14 +15,13 @@ from Xlib.ext import xtest
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../tests/desktop"))
 
-from desktop import PROGRAM, SCREEN, DesktopTest  # noqa: E402
-from harness import USER, as_root, run_as_root  # noqa: E402
+from desktop import SCREEN, DesktopTest  # noqa: E402
+from harness import USER  # noqa: E402
 
 PICTURES = int(os.environ.get("KESTRIN_BENCH_PICTURES", "1000"))
 WIDTH, HEIGHT = 2048, 1536
 REPEAT, PAUSE = 1 / 30, 0.4  # seconds between two keys: held down, and one after the other
 SINGLE_KEYS = 50
-DECODER = "com.quorvane.Kestrin3Viewer"
 # Each is given the pictures' folder and the first of them, and the key that goes on.
 PEERS = {"feh": (("feh", "--scale-down", "--geometry", "1200x700", "{folder}"), "Right"),
          "qimgv": (("qimgv", "{first}"), "Right"),
@@ -54,19 +53,7 @@ class PreviewBench(DesktopTest):
         super().setUp()
         self.environment.pop("QT_LINUX_ACCESSIBILITY_ALWAYS_ON")
         self.screen = display.Display(self.environment["DISPLAY"])
-        self.place_program()
         self.make_pictures()
-
-    def place_program(self):
-        """The decoder is where the program looks for it."""
-        with as_root():
-            for folder, program in (("bin", PROGRAM), ("lib/kestrin", os.path.join(
-                    os.path.dirname(PROGRAM), "../../viewer", DECODER))):
-                place = os.path.join(self.scratch, os.fsencode(folder), os.fsencode(os.path.basename(program)))
-                os.makedirs(os.path.dirname(place))
-                open(place, "wb").close()
-                run_as_root("mount", "--bind", program, place)
-        self.program = os.path.join(self.scratch, b"bin/kestrin")
 
     def make_pictures(self):
         """Photographs as far as a decoder can tell, of 3 megapixels, each with a colour of its own in the middle."""
