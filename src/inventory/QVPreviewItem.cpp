@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <deque>
 #include <exception>
+#include <mutex>
 #include <utility>
 
 #include "base/MainThread.h"
@@ -19,7 +21,38 @@ namespace {
 
 constexpr std::uint16_t kSizeScale = 4;
 constexpr std::string_view kVolumes = "Volumes";
-constexpr auto kPatience = std::chrono::seconds(2);  // with a disk that does not answer
+/// With a disk that does not answer. It is more than a decoder may take, which knows its own end.
+constexpr auto kPatience = std::chrono::seconds(40);
+/// Who scrolls through ten thousand tiles keeps the images of the last ones.
+constexpr qsizetype kMostImageBytes = qsizetype{32} << 20;
+
+/// What is to be made on the queue. The newest comes first: it is what somebody looks at. Thread:
+/// any.
+class ImagesToMake {
+ public:
+    static ImagesToMake& shared() {
+        static auto& images = *new ImagesToMake;
+        return images;
+    }
+    void add(std::function<void()> make) {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_waiting.push_back(std::move(make));
+        }
+        singlePreviewLoadingOperationQueue().enqueue([this] { takeNewest()(); });
+    }
+
+ private:
+    std::function<void()> takeNewest() {
+        const std::lock_guard lock(m_mutex);
+        std::function<void()> newest = std::move(m_waiting.back());
+        m_waiting.pop_back();
+        return newest;
+    }
+
+    std::mutex m_mutex;
+    std::vector<std::function<void()>> m_waiting;  ///< as many as there are operations for
+};
 
 }  // namespace
 
@@ -134,9 +167,22 @@ void QVPreviewItem::requestPreviewImageWithValue(double value, const PreviewImag
         post(image.value_or(QImage()));
     };
     try {
-        singlePreviewLoadingOperationQueue().enqueue(make);
+        ImagesToMake::shared().add(make);
     } catch (const std::exception&) {  // no thread is to be had: it can be asked for again
         m_image.reset();
+    }
+}
+
+/// Lets go of the oldest images when there are too many.
+void QVPreviewItem::keepImage() {
+    static auto& kept = *new std::deque<std::pair<std::weak_ptr<QVPreviewItem>, qsizetype>>;
+    static qsizetype bytes = 0;
+    kept.emplace_back(weak_from_this(), m_image->image.sizeInBytes());
+    bytes += kept.back().second;
+    while (bytes > kMostImageBytes && kept.size() > 1) {
+        if (const auto oldest = kept.front().first.lock()) oldest->m_image.reset();
+        bytes -= kept.front().second;
+        kept.pop_front();
     }
 }
 
@@ -144,7 +190,11 @@ void QVPreviewItem::requestPreviewImageWithValue(double value, const PreviewImag
 void QVPreviewItem::takeImage(const QImage& image) {
     m_image->image = image;
     const auto waiting = std::exchange(m_image->waiting, {});
-    if (image.isNull()) m_image.reset();
+    if (image.isNull()) {
+        m_image.reset();
+    } else {
+        keepImage();
+    }
     for (const auto& done : waiting)
         done();
 }

@@ -104,18 +104,19 @@ class QVPreviewItem : public std::enable_shared_from_this<QVPreviewItem> {
 
     // --- The image ---
 
-    /// A null image until it was made.
+    /// A null image until it was made, and when so many others were made since that it was let go.
     const QImage& previewImage() const;
     /// Has the image made, unless there is one: that of a link at once by `makers.icon`, any other
-    /// by `makers.thumbnail`. `done` is called later, as soon as the image is there, or stays null
-    /// because the disk was silent for two seconds; never when it was there already, or when this
-    /// goes before. Several may ask; the first one's makers count.
+    /// by `makers.thumbnail`, the newest request first. `done` is called later, as soon as the
+    /// image is there, or stays null because none came; never when it was there already, or when
+    /// this goes before. Several may ask; the first one's makers count.
     void requestPreviewImageWithValue(double value, const PreviewImageMakers& makers,
                                       std::function<void()> done);
 
  private:
     struct Image;
     void takeImage(const QImage& image);
+    void keepImage();
 
     const std::weak_ptr<QVSmartWindowItem> m_item;
     std::unique_ptr<Image> m_image;  ///< nullptr until one is asked for

@@ -6,6 +6,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
@@ -157,6 +158,17 @@ TEST(PreviewItem, ImagesAreMadeOnceAndALinksIsThereAtOnce) {
     request(file, 64);
     EXPECT_FALSE(waitFor([&] { return done > 4; }, 50)) << "it is there already";
     EXPECT_EQ(thumbnails, 2);
+    std::vector<PreviewedEntry> tiles;
+    for (int i = 0; i < 60; ++i)
+        tiles.emplace_back("tile");
+    for (const PreviewedEntry& tile : tiles)
+        request(tile, 512);
+    EXPECT_TRUE(waitFor([&] { return done == 64; }));
+    EXPECT_EQ(
+        std::ranges::count_if(
+            tiles, [](const PreviewedEntry& tile) { return !tile.item->previewImage().isNull(); }),
+        32)
+        << "those of a megabyte each that fit";
     EXPECT_EQ(serviceDictionaryWithURL({}).name_col, QStringLiteral("Item not found"));
 }
 
