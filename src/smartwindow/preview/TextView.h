@@ -42,7 +42,6 @@ class TextView : public QPlainTextEdit {
 
  private:
     class Numbers;
-    friend class Numbers;
 
     void useFont();
     void fill(qsizetype characters);
