@@ -125,11 +125,13 @@ QImage scaled(const AVFrame& frame, QSize size) {
 /// Where the library reads.
 struct MediaFile::Source {
     InputFile& file;
+    const std::chrono::steady_clock::time_point end;
     std::int64_t position = 0;
 
     static int read(void* opaque, std::uint8_t* bytes, int length) {
         auto& self = *static_cast<Source*>(opaque);
         if (length <= 0) return AVERROR(EINVAL);
+        if (std::chrono::steady_clock::now() >= self.end) return AVERROR_EXIT;
         const std::size_t got =
             self.file.readAt(static_cast<std::uint64_t>(self.position),
                              {reinterpret_cast<char*>(bytes), static_cast<std::size_t>(length)});
@@ -151,7 +153,7 @@ struct MediaFile::Source {
 };
 
 MediaFile::MediaFile(InputFile& file, std::chrono::milliseconds time)
-    : m_source(new Source{file}), m_end(std::chrono::steady_clock::now() + time) {
+    : m_end(std::chrono::steady_clock::now() + time), m_source(new Source{file, m_end}) {
     av_log_set_level(AV_LOG_QUIET);
 }
 
@@ -179,10 +181,6 @@ MediaFile::Outcome MediaFile::open() {
     m_format->probesize = kMostProbed;
     m_format->max_analyze_duration = 2 * AV_TIME_BASE;
     m_format->max_streams = 64;
-    m_format->interrupt_callback.opaque = this;
-    m_format->interrupt_callback.callback = [](void* self) {
-        return static_cast<MediaFile*>(self)->isOutOfTime() ? 1 : 0;
-    };
     if (avformat_open_input(&m_format, "", format, nullptr) < 0) return Outcome::Damaged;
     if (avformat_find_stream_info(m_format, nullptr) < 0) return Outcome::Damaged;
     return m_format->nb_streams > 0 ? Outcome::Open : Outcome::Damaged;

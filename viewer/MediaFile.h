@@ -58,8 +58,8 @@ class MediaFile {
     void seekFrom(const AVStream& stream);
     int videoStream() const;  ///< its index; negative for none
 
-    const std::unique_ptr<Source> m_source;
     const std::chrono::steady_clock::time_point m_end;
+    const std::unique_ptr<Source> m_source;
     AVIOContext* m_io = nullptr;
     AVFormatContext* m_format = nullptr;
 };
