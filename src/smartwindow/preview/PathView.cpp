@@ -35,7 +35,10 @@ class PathView::Row final : public QStyledItemDelegate {
 
     QSize sizeHint(const QStyleOptionViewItem&, const QModelIndex& index) const override {
         if (m_view.flow() == TopToBottom) return {0, m_view.rowHeight()};
-        return {m_view.m_widths.at(std::size_t(index.row())), m_view.rowHeight()};
+        // Assistive tools may ask for a part before all of them are there.
+        const auto part = std::size_t(index.row());
+        const bool isMeasured = part < m_view.m_widths.size();
+        return {isMeasured ? m_view.m_widths[part] : 0, m_view.rowHeight()};
     }
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
