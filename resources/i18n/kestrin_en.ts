@@ -1329,7 +1329,7 @@ Label: %@</translation>
     </message>
     <message id="preview_fault_no_viewer">
         <source></source>
-        <translation>Previews are not available, since the program that makes them could not be started.</translation>
+        <translation>The program that makes previews could not be started.</translation>
     </message>
     <message id="preview_fault_not_a_file">
         <source></source>

@@ -38,29 +38,38 @@ void IconView::setReason(const QString& reason) {
     m_reason->setText(reason);
     m_reason->setVisible(!reason.isEmpty());
     placeReason();
+    update();
 }
 
 QString IconView::reason() const {
     return m_reason->text();
 }
 
+int IconView::reasonWidth() const {
+    return std::clamp(width() - 2 * kMargin, 0, kWidestLine);
+}
+
+int IconView::roomOfReason() const {
+    return m_reason->isHidden() ? 0 : kGap + m_reason->heightForWidth(reasonWidth());
+}
+
 QRect IconView::iconPlace() const {
-    const double room = std::min(width(), height()) * kShareOfIcon;
-    const auto side = std::ranges::find_if(kSides, [room](int each) { return each <= room; });
+    const int room = roomOfReason();
+    const double most =
+        std::min<double>(std::min(width(), height()) * kShareOfIcon, height() - room);
+    const auto side = std::ranges::find_if(kSides, [most](int each) { return each <= most; });
     const int points = side == kSides.end() ? kSides.back() : *side;
     // Some themes have nothing that large; the line below follows what they have.
     QRect place(QPoint(), m_icon.actualSize({points, points}));
     place.moveCenter(rect().center());
+    if (place.bottom() + room >= height()) place.moveBottom(std::max(0, height() - room - 1));
     return place;
 }
 
 void IconView::placeReason() {
-    const QRect icon = iconPlace();
-    const int lineWidth = std::clamp(width() - 2 * kMargin, 0, kWidestLine);
-    const int top = icon.bottom() + kGap;
-    const int room = std::max(0, height() - top);
-    const int lineHeight = std::min(room, m_reason->heightForWidth(lineWidth));
-    m_reason->setGeometry((width() - lineWidth) / 2, top, lineWidth, lineHeight);
+    const int top = iconPlace().bottom() + kGap;
+    m_reason->setGeometry((width() - reasonWidth()) / 2, top, reasonWidth(),
+                          m_reason->heightForWidth(reasonWidth()));
 }
 
 void IconView::paintEvent(QPaintEvent*) {

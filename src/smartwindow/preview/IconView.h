@@ -10,7 +10,7 @@ class QLabel;
 namespace kestrin {
 
 /// An icon in the middle, as large as there is room for, and below it one line why there is nothing
-/// else. The icon keeps its place with and without.
+/// else. The icon keeps its place with and without, as long as there is room.
 class IconView : public QWidget {
     Q_OBJECT
 
@@ -32,6 +32,9 @@ class IconView : public QWidget {
 
  private:
     QRect iconPlace() const;
+    int reasonWidth() const;
+    /// In points, with the gap above it; 0 without a reason.
+    int roomOfReason() const;
     void placeReason();
 
     QIcon m_icon;

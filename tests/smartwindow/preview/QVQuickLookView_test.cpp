@@ -5,6 +5,7 @@
 
 #include <QBoxLayout>
 #include <QClipboard>
+#include <QLabel>
 #include <QPlainTextEdit>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -13,6 +14,7 @@
 #include <QTreeView>
 #include <set>
 
+#include "smartwindow/preview/IconView.h"
 #include "smartwindow/preview/PictureView.h"
 #include "smartwindow/preview/PreviewNotifications.h"
 #include "smartwindow/preview/PreviewTexts.h"
@@ -228,6 +230,15 @@ TEST_F(QVQuickLookViewTest, ListsWhatIsInAFolder) {
     content.facts.isPartial = true;
     EXPECT_EQ(previewTotals(content, world.texts, world.numbers),
               QStringLiteral("At least 1,500 items · 5.00 MB"));
+}
+
+TEST_F(QVQuickLookViewTest, SaysTheWholeReasonInANarrowPane) {
+    view.resize(140, 120);
+    view.setPreviewItem(first.item);
+    world.answer({.fault = PreviewFault::NoViewer});
+    const auto* const reason = view.findChild<IconView*>()->findChild<QLabel*>();
+    EXPECT_GE(reason->height(), reason->heightForWidth(reason->width()));
+    EXPECT_TRUE(reason->parentWidget()->rect().contains(reason->geometry()));
 }
 
 TEST(PreviewTexts, HasASentenceForEveryFault) {
