@@ -357,8 +357,7 @@ class PreviewPicturesTest(Looks, DesktopTest):
         self.names = [name.decode() for name in self.trash.names()]
         self.start_program_without_icon("--smart-window")
         window = self.wait(lambda: self.app.find("frame"), "the window")
-        self.wait(lambda: window.find("cell", "tree of files"), "the entries")
-        self.wait(lambda: window.find("list", None), "the trashes")
+        self.wait(lambda: window.find("cell", "a font"), "the entries")
         self.key("Tab", "End", "Home", "space")
         for _ in self.names:
             shown = self.wait(self.panel_name, "the panel")
