@@ -260,8 +260,8 @@ void PreviewPanel::showFacts(const ItemDetails& details) {
 void PreviewPanel::showContent() {
     if (m_indexSheet->isChecked()) {
         if (!m_sheet) makeIndexSheet();
-        m_sheet->setCurrentIndex(m_index);
-        return m_stack->setCurrentWidget(m_sheet);
+        m_stack->setCurrentWidget(m_sheet);  // which gives it the size that it scrolls in
+        return m_sheet->setCurrentIndex(m_index);
     }
     m_stack->setCurrentWidget(m_item ? static_cast<QWidget*>(m_view) : m_nothing);
 }
