@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Raster images.
 #include <QImageReader>
+#include <QtEndian>
+#include <QtGlobal>
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstring>
@@ -33,12 +36,37 @@ bool isOneOf(const QByteArray& format, std::initializer_list<const char*> names)
                        [&](const char* name) { return format == name; });
 }
 
+/// Notes, while it lives, whether the library for JPEG misses data that the file should have. Its
+/// plug-in fills that with grey, calls it a success, and hands on the library's complaint alone.
+class MissingDataWatch {
+ public:
+    MissingDataWatch() {
+        s_isMissing = false;
+        s_next = qInstallMessageHandler(handleMessage);
+    }
+    ~MissingDataWatch() { qInstallMessageHandler(s_next); }
+    MissingDataWatch(const MissingDataWatch&) = delete;
+    MissingDataWatch& operator=(const MissingDataWatch&) = delete;
+
+    bool isMissing() const { return s_isMissing; }
+
+ private:
+    static void handleMessage(QtMsgType type, const QMessageLogContext& context,
+                              const QString& message) {
+        if (message.contains(u"premature end", Qt::CaseInsensitive)) s_isMissing = true;
+        if (s_next) s_next(type, context, message);
+    }
+
+    static inline QtMessageHandler s_next = nullptr;
+    static inline std::atomic<bool> s_isMissing = false;
+};
+
 /// One file that a plug-in of Qt takes for its own.
 class ImageFile {
  public:
     /// With an empty format the plug-in is chosen by content.
     ImageFile(QIODevice& device, const DecodeRequest& request, const QByteArray& format = {})
-        : m_reader(&device, format), m_request(request) {
+        : m_start(device.pos()), m_reader(&device, format), m_request(request) {
         m_reader.setAutoDetectImageFormat(format.isEmpty());
         m_reader.setDecideFormatFromContent(format.isEmpty());
         m_reader.setAutoTransform(true);
@@ -135,7 +163,11 @@ class ImageFile {
             if (size != m_stored) m_reader.setScaledSize(size);
         }
         QImage image = emptyImage(size);
-        if (m_reader.read(&image)) return image;
+        const MissingDataWatch watch;
+        if (m_reader.read(&image)) {
+            m_isPartial = watch.isMissing() || (m_format == "bmp" && isShorterThanItSays());
+            return image;
+        }
         const bool isUpright = m_reader.transformation() == QImageIOHandler::TransformationNone;
         if (image.size() != size || !isUpright || !hasContent(image)) return {};
         m_isPartial = true;
@@ -143,6 +175,17 @@ class ImageFile {
         if (image.format() == QImage::Format_RGB32)
             image.reinterpretAsFormat(QImage::Format_ARGB32_Premultiplied);
         return image;
+    }
+
+    /// Whether a bitmap's header, which tells the size of the file, tells more than there is.
+    bool isShorterThanItSays() const {
+        QIODevice& device = *m_reader.device();
+        quint32 size = 0;
+        constexpr int kSizeAt = 2;
+        if (!device.seek(m_start + kSizeAt) ||
+            device.read(reinterpret_cast<char*>(&size), sizeof size) != sizeof size)
+            return true;
+        return device.size() - m_start < qFromLittleEndian(size);
     }
 
     /// What the plug-in will fill, empty; null when that is not known or too much. From here on the
@@ -210,6 +253,7 @@ class ImageFile {
         return milliseconds > 10 ? std::uint32_t(std::min(milliseconds, 60'000)) : 100u;
     }
 
+    const qint64 m_start;
     QImageReader m_reader;
     const DecodeRequest& m_request;
     QByteArray m_format;
