@@ -121,8 +121,8 @@ void QVItemPreviewCntrl::showAppropriateView(bool isEmpty) {
 void QVItemPreviewCntrl::showPreviewWithArray(PreviewItemList items) {
     showAppropriateView(items.empty());
     if (m_splitViewIsCollapsed) {
-        m_pendingItems.reset();
         if (!m_qlPanelIsVisible) return;
+        m_pendingItems.reset();
         m_forceUpdate = true;
         m_shownItems = std::move(items);
         return reloadPanel();
@@ -213,6 +213,11 @@ void QVItemPreviewCntrl::insertItems(PreviewItemList added) {
 // --- The quick-look panel ---
 
 void QVItemPreviewCntrl::quickLookWindowVisibilityWillChange(const Notification& change) {
+    // While nobody saw them, the items may have become those of a former selection.
+    if (!wantsItems()) {
+        m_shownItems.clear();
+        m_forceUpdate = true;
+    }
     m_panel = change.userInfo.value<PreviewPanel*>(Name::kQlPanel);
     m_qlPanelIsVisible = change.userInfo.value<bool>(Name::kIsVisible);
     updateQuickLookPanelDelegate();

@@ -154,8 +154,12 @@ TEST_F(QVItemPreviewCntrlTest, AFoldedPaneShowsNothingAndAnOpenPanelIsFedAllTheS
     EXPECT_TRUE(controller.previewPanelHandleEvent(press));
     EXPECT_FALSE(controller.previewPanelHandleEvent(release));
     EXPECT_THAT(keys, ElementsAre(int(Qt::Key_Down)));
+    controller.setSplitViewIsCollapsed(true);
     panel.orderOut();
     EXPECT_FALSE(controller.qlPanelIsVisible());
+    selected = {6};
+    panel.makeKeyAndOrderFront();
+    EXPECT_THAT(shown(), ElementsAre(6)) << "it was not told while nobody looked";
 }
 
 TEST_F(QVItemPreviewCntrlTest, ItemsAreFoundByEntryIndexAndPlaceAndHaveNoMetadata) {
