@@ -107,7 +107,6 @@ PreviewServices QVContentViewCntrl::previewServices() {
     return {.center = m_services.center,
             .texts = m_services.texts,
             .numbers = m_services.numbers,
-            .dates = m_services.dates,
             .files = m_services.files,
             .beep = m_services.beep,
             .reveal = m_services.reveal,

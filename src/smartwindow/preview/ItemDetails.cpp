@@ -109,10 +109,10 @@ void ItemDetailsReader::askNext(const std::string& trash) {
         m_trashes.erase(trash);
         return;
     }
-    const Question question = std::move(asked.waiting.back());
+    Question question = std::move(asked.waiting.back());
     asked.waiting.pop_back();
     asked.isAsked = runAbandoned([ask = m_ask, self = std::weak_ptr(m_self), trash,
-                                  question]() mutable {
+                                  question = std::move(question)]() mutable {
         ItemFacts facts = ask(*question.item);
         // What the question holds is of the main thread, and so goes there.
         MainThread::post([self, trash, question = std::move(question), facts = std::move(facts)] {

@@ -279,7 +279,6 @@ void PreviewCollectionView::resizeEvent(QResizeEvent* event) {
         needsLayout();  // a scroll bar came or went
     else
         layOut();
-    Q_EMIT frameDidChange();
 }
 
 /// Draws a line between two cells.

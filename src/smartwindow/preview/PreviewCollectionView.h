@@ -72,7 +72,6 @@ class PreviewCollectionView : public QAbstractScrollArea {
     void setCurrentIndex(std::size_t index);
 
  Q_SIGNALS:
-    void frameDidChange();  ///< the size of the view is another one
     void currentIndexDidChange();
     void itemActivated(std::size_t index);  ///< by Return or a double click
 

@@ -16,7 +16,6 @@
 namespace kestrin {
 
 class NotificationCenter;
-class QVDateUtilities;
 class QVNumberUtilities;
 class StringTable;
 struct ItemDetails;
@@ -27,7 +26,6 @@ struct PreviewServices {
     NotificationCenter& center;
     const StringTable& texts;
     QVNumberUtilities& numbers;
-    QVDateUtilities& dates;
     QVFilesUtilities& files;
     std::function<void()> beep;
     /// Shows items in the desktop's file manager.

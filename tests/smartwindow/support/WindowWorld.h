@@ -158,7 +158,6 @@ struct ListPreview {
         : services{.center = world.center,
                    .texts = world.texts,
                    .numbers = world.numbers,
-                   .dates = world.dates,
                    .files = QVFilesUtilities::sharedControl(),
                    .beep = [] {},
                    .reveal = [](const auto&) {},

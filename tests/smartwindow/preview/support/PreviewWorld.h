@@ -12,7 +12,6 @@
 
 #include "base/NotificationCenter.h"
 #include "base/StringTable.h"
-#include "format/QVDateUtilities.h"
 #include "format/QVNumberUtilities.h"
 #include "inventory/QVPreviewItem.h"
 #include "smartwindow/preview/ItemDetails.h"
@@ -37,7 +36,6 @@ struct PreviewWorld {
     NotificationCenter center;
     StringTable texts{QStringLiteral("en")};
     QVNumberUtilities numbers{"en_US", texts};
-    QVDateUtilities dates;
     QVFilesUtilities files;
     std::shared_ptr<const Preview> known;  ///< what is remembered of any entry
     std::deque<Asked> asked;               ///< in their order, withdrawn ones too
@@ -50,7 +48,6 @@ struct PreviewWorld {
         .center = center,
         .texts = texts,
         .numbers = numbers,
-        .dates = dates,
         .files = files,
         .beep = [this] { ++beeps; },
         .reveal = [this](const std::vector<FileUrl>& urls) { revealed = urls; },
