@@ -102,7 +102,6 @@ class PreviewBench(DesktopTest):
         self.xdotool("mousemove", "600", "300", "click", "1")
         self.press("Home")
         time.sleep(0.7)
-        self.tool("scrot", "-o", "/tmp/scratch-loader/fail.png")
         return self.find_picture()
 
     def measure_peer(self, name, command, key):

@@ -105,6 +105,11 @@ TEST_F(QVItemPreviewCntrlTest, WhatStaysSelectedKeepsItsItemAndItsCell) {
     show({3, 5});
     EXPECT_THAT(shown(), ElementsAre(3, 5));
     EXPECT_EQ(controller.shownItems()[1], before[0]) << "the same entry in another row";
+    for (const auto& rows : {std::vector{0, 4, 6}, {1, 5, 7}}) {
+        entries.insert(entries.begin(), PreviewedEntry("above all").entry);
+        show(rows);
+        EXPECT_EQ(shown(), rows) << "what stays has moved down";
+    }
     controller.showPreviewWithArray(select({1}));
     controller.showPreviewWithArray(select({2}));
     show({});
