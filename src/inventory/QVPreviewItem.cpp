@@ -35,11 +35,9 @@ class ImagesToMake {
         return images;
     }
     void add(std::function<void()> make) {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_waiting.push_back(std::move(make));
-        }
+        const std::lock_guard lock(m_mutex);
         singlePreviewLoadingOperationQueue().enqueue([this] { takeNewest()(); });
+        m_waiting.push_back(std::move(make));
     }
 
  private:

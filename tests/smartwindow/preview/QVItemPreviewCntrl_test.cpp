@@ -10,6 +10,7 @@
 #include "smartwindow/preview/PreviewCollectionView.h"
 #include "smartwindow/preview/PreviewNotifications.h"
 #include "smartwindow/preview/PreviewPanel.h"
+#include "smartwindow/preview/QVPreview.h"
 #include "smartwindow/preview/support/PreviewWorld.h"
 #include "support/TestEnvironment.h"
 #include "widgets/Fade.h"
@@ -159,6 +160,13 @@ TEST_F(QVItemPreviewCntrlTest, AFoldedPaneShowsNothingAndAnOpenPanelIsFedAllTheS
     EXPECT_TRUE(controller.previewPanelHandleEvent(press));
     EXPECT_FALSE(controller.previewPanelHandleEvent(release));
     EXPECT_THAT(keys, ElementsAre(int(Qt::Key_Down)));
+    controller.showPreviewWithArray(select({9}));
+    controller.setSplitViewIsCollapsed(true);
+    show({5});
+    EXPECT_THAT(shown(), ElementsAre(5));
+    controller.setSplitViewIsCollapsed(false);
+    show({5});
+    EXPECT_EQ(collection.cellAt(0)->previewItem(), controller.shownItems()[0]);
     controller.setSplitViewIsCollapsed(true);
     panel.orderOut();
     EXPECT_FALSE(controller.qlPanelIsVisible());
