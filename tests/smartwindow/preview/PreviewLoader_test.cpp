@@ -205,6 +205,11 @@ TEST_F(PreviewLoaderTest, ASpareTakesOverFromADecoderAtWorkThatNobodyWants) {
     ticket.reset();
     EXPECT_EQ(previewOf(write("b", "show b")).text, "b");
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 500ms);
+    m_loader->setWindowIsOpen(false);
+    ticket = ask(write("c", "hangs"));
+    ASSERT_TRUE(test::waitFor([] { return children().size() == 2; }));
+    ticket.reset();
+    EXPECT_TRUE(test::waitFor([] { return children().empty(); }, 2000)) << "nobody asks again";
 }
 
 TEST_F(PreviewLoaderTest, DecodersAreReplacedWhenWornAndEndWhenIdle) {
