@@ -122,6 +122,8 @@ const Attempt kAttempts[] = {
      }},
     {"open for writing", RefusedBy::Both,
      [](S s) { return outcome(::open((s / "secret").c_str(), O_WRONLY)); }},
+    {"open a font for writing", RefusedBy::Both,
+     [](S s) { return outcome(::open((s / "fonts/font").c_str(), O_WRONLY)); }},
     {"open the file to decode for writing", RefusedBy::Both,
      [](S s) {
          return outcome(::open(("/proc/self/fd/" + std::to_string(s.handed)).c_str(), O_RDWR));
@@ -162,6 +164,12 @@ const Attempt kAttempts[] = {
     {"signal the program", RefusedBy::Calls, [](S) { return outcome(::kill(::getppid(), 0)); }},
     {"trace", RefusedBy::Calls, [](S) { return outcome(::ptrace(PTRACE_TRACEME, 0, 0, 0)); }},
     {"make code", RefusedBy::Calls, [](S) { return takeMemory(PROT_READ | PROT_EXEC, 1); }},
+    {"turn memory into code", RefusedBy::Calls,
+     [](S) {
+         void* const page =
+             ::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+         return outcome(::mprotect(page, 4096, PROT_READ | PROT_EXEC));
+     }},
     {"take more processor time", RefusedBy::Calls, spendProcessorTime},
 };
 
@@ -233,9 +241,15 @@ TEST_F(Sandbox, refusesEveryAttempt) {
 TEST_F(Sandbox, holdsAsFarAsTheKernelGoes) {
     const SandboxPlan withoutRules = planSandbox({.hasCallFilter = true}, false);
     const SandboxPlan withoutFilter = planSandbox({m_kernel.landlockVersion, false}, false);
+    SandboxPlan readsAnything = planSandbox(m_kernel, false);
+    readsAnything.fileRules = {};
     for (const Attempt& attempt : kAttempts) {
         int result = resultOf(attempt.tryIt, &withoutRules);
         EXPECT_TRUE(isRefusal(result)) << attempt.name << " without file rules: " << result;
+        const std::string_view name = attempt.name;
+        if (!name.starts_with("read") && !name.starts_with("list")) {
+            EXPECT_TRUE(isRefusal(resultOf(attempt.tryIt, &readsAnything))) << name;
+        }
         if (attempt.refusedBy == RefusedBy::Calls) continue;
         result = resultOf(attempt.tryIt, &withoutFilter);
         EXPECT_TRUE(isRefusal(result)) << attempt.name << " without call filter: " << result;

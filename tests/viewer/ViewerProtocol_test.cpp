@@ -92,9 +92,11 @@ TEST(ViewerPreview, carriesEachKind) {
 
 TEST(ViewerPreview, isNotWrittenWhenItCannotBeRead) {
     const QImage dot = coloured(1, 1, Qt::red), wide = coloured(4097, 1, Qt::red);
+    const QImage tall = coloured(1, 4097, Qt::red);
     const std::vector<Preview> wrong{
         {.kind = PreviewKind::Image},
         {.kind = PreviewKind::Image, .frames = {wide}},
+        {.kind = PreviewKind::Image, .frames = {tall}},
         {.kind = PreviewKind::Image, .frames = {dot, wide}},
         {.kind = PreviewKind::Image,
          .frames = std::vector<QImage>(2, coloured(4096, 4096, Qt::red))},
@@ -107,6 +109,8 @@ TEST(ViewerPreview, isNotWrittenWhenItCannotBeRead) {
         {.kind = PreviewKind::Entries,
          .entries = std::vector<PreviewEntry>(kMostPreviewEntries + 1)},
         {.facts = {.naturalWidth = 1u << 31}},
+        {.facts = {.contentSize = ~std::uint64_t{0}}},
+        {.kind = PreviewKind{4}},
     };
     for (const Preview& preview : wrong)
         EXPECT_FALSE(writePreview(preview)) << &preview - &wrong[0];
@@ -132,8 +136,23 @@ TEST(ViewerPreview, refusesWhatIsOdd) {
     std::string wrong = bytesOf(writePreview(animation())->get());
     wrong.back() = '\x7f';  // an alpha below its colours
     EXPECT_FALSE(readPreview(memoryFile(wrong, kAllSeals).get()));
-    UniqueFd holes(::memfd_create("test", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    ASSERT_EQ(::ftruncate(holes.get(), 1 << 20), 0);
+    const std::string right = bytesOf(writePreview(archive())->get());
+    const std::size_t name = right.find("a\n\xff");
+    for (const auto& [at, value] : {std::pair<std::size_t, char>{0, 'x'},
+                                    {12, 2},
+                                    {right.find("bad "), '\xff'},
+                                    {name, 0},
+                                    {name - 8, 2},
+                                    {right.size() - 1, 1}}) {
+        wrong = right;
+        wrong[at] = value;
+        EXPECT_FALSE(readPreview(memoryFile(wrong, kAllSeals).get())) << at;
+    }
+    const Preview clear{.kind = PreviewKind::Image, .frames = {coloured(1, 3000, Qt::transparent)}};
+    const std::string header = bytesOf(writePreview(clear)->get()).substr(0, 96);
+    EXPECT_TRUE(readPreview(memoryFile(header + std::string(16 + 12000, 0), kAllSeals).get()));
+    UniqueFd holes = memoryFile(header, 0);
+    ASSERT_EQ(::ftruncate(holes.get(), 96 + 16 + 12000), 0);
     ASSERT_EQ(::fcntl(holes.get(), F_ADD_SEALS, kAllSeals), 0);
     EXPECT_FALSE(readPreview(holes.get()));
     EXPECT_FALSE(readPreview(UniqueFd(::open("/proc/self/exe", O_RDONLY)).get()));
@@ -226,10 +245,19 @@ TEST_F(ViewerMessages, refuseWhatIsOdd) {
         send(answer, files);
         EXPECT_EQ(receiveAnswer(m_ours.get()).error().systemError, EPROTO) << files;
     }
-    for (const std::string& wrong : {answer + "x", answer.substr(1), std::string(16, 'x')}) {
+    std::string twiceLast = answer;
+    twiceLast[4] = 2;
+    for (const std::string& wrong :
+         {answer + "x", answer.substr(1), std::string(16, 'x'), twiceLast}) {
         send(wrong, 1);
         EXPECT_EQ(receiveAnswer(m_ours.get()).error().systemError, EPROTO);
     }
+    ASSERT_FALSE(sendRequest(m_theirs.get(), {.width = 1, .height = 1}, file.get()));
+    std::string request(200, '\0');
+    request.resize(static_cast<std::size_t>(::recv(m_ours.get(), request.data(), 200, 0)));
+    request[16] = 0;  // the width
+    send(request, 1);
+    EXPECT_EQ(receiveRequest(m_ours.get()).error().systemError, EPROTO);
     send(answer, 1);
     EXPECT_EQ(receiveGreeting(m_ours.get()).error().systemError, EPROTO);
     EXPECT_EQ(nextDescriptor(), next) << "nothing that came stays open";
