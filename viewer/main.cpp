@@ -3,6 +3,8 @@
 // and answers each with what the file looks like. It ends when the other side has gone.
 #include <fcntl.h>
 #include <malloc.h>
+#include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -29,7 +31,9 @@ constexpr int kSocket = STDIN_FILENO;
 
 /// Whoever starts a decoder decides nothing of what libraries do and where they look.
 bool prepareProcess() {
-    if (::clearenv() != 0) return false;
+    // Nobody else would end one that reads from a disk that hangs, or that a file has taken over,
+    // when the program was killed. A program that is gone already hands over no file.
+    if (::prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0) != 0 || ::clearenv() != 0) return false;
     ::setenv("LC_ALL", "C.UTF-8", 1);
     ::setenv("HOME", "/nonexistent", 1);             // fonts and settings of the system alone
     ::setenv("XDG_RUNTIME_DIR", "/nonexistent", 1);  // nothing is made there

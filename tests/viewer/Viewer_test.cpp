@@ -2,6 +2,10 @@
 // The decoder as it ships.
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <QBuffer>
 #include <QPainter>
@@ -98,6 +102,24 @@ TEST_P(Viewer, showsBehindItsSealWhatIsSeenInTheOpen) {
     const Answer exhausted = answerOf(*decoder, page(QByteArray("q ").repeated(5'000'000)));
     EXPECT_TRUE(exhausted.preview && exhausted.preview->fault == PreviewFault::TooLarge);
     EXPECT_TRUE(exhausted.isLast) << "the next file would find no memory";
+}
+
+TEST_P(Viewer, endsWithItsProgramEvenWhereItHearsNothing) {
+    ASSERT_EQ(::prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
+    const pid_t program = ::fork();
+    if (program == 0) {
+        ::setpgid(0, 0);
+        const auto decoder = ChildProgram::start(FileUrl::fromPath(GetParam()), {});
+        if (decoder && waitToRead(decoder->socket())) ::kill(0, SIGSTOP);  // both
+        ::_exit(1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(program, &status, WUNTRACED), program);
+    ASSERT_TRUE(WIFSTOPPED(status));
+    ::kill(program, SIGKILL);
+    ASSERT_EQ(::waitpid(program, &status, 0), program);
+    EXPECT_TRUE(test::waitFor([&] { return ::waitpid(-program, &status, WNOHANG) > 0; }, 2000));
+    ::kill(-program, SIGKILL);
 }
 
 #ifdef KESTRIN_MEDIA_VIEWER
