@@ -85,11 +85,17 @@ bool isWorn() {
     return heap.arena + heap.hblkhd > kKept;
 }
 
-/// True when there is no other to come.
-Result<bool> answer(ReceivedRequest received) {
+/// The file is closed before the answer: where the disk hangs at that, the time is this file's, not
+/// the next one's.
+Result<UniqueFd> previewOf(ReceivedRequest& received) {
     InputFile file(std::move(received.file));
     auto preview = writePreview(decodeWithinMemory(file, received.request));
-    if (!preview) preview = writePreview({.fault = PreviewFault::TooLarge});
+    return preview ? std::move(preview) : writePreview({.fault = PreviewFault::TooLarge});
+}
+
+/// True when there is no other to come.
+Result<bool> answer(ReceivedRequest received) {
+    const auto preview = previewOf(received);
     if (!preview) return preview.error();
     const bool isLast = isWorn();
     if (auto error = sendAnswer(kSocket, received.request.number, preview->get(), isLast))

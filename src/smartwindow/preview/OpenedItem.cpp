@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "smartwindow/preview/OpenedItem.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -11,6 +13,7 @@
 #include "inventory/ThumbnailCache.h"
 #include "platform/items/ItemAttributes.h"
 #include "platform/items/OpenRegularFile.h"
+#include "platform/processes/AnswerWithin.h"
 #include "smartwindow/preview/FolderPreview.h"
 
 namespace kestrin {
@@ -42,14 +45,29 @@ std::vector<std::pair<OpenedFile, int>> openCachedThumbnails(const FileUrl& item
         auto file = openRegularFile(thumbnail.file, {});
         if (!file) continue;
         opened.emplace_back(
-            OpenedFile{std::move(*file), DecodePurpose::CachedThumbnail, thumbnailUri(item),
-                       std::to_string(seconds + kReferenceDateSince1970)},
+            OpenedFile{HeldFile(std::move(*file)), DecodePurpose::CachedThumbnail,
+                       thumbnailUri(item), std::to_string(seconds + kReferenceDateSince1970)},
             thumbnail.side);
     }
     return opened;
 }
 
 }  // namespace
+
+HeldFile& HeldFile::operator=(HeldFile&& other) noexcept {
+    if (this != &other) {
+        close();
+        m_file = std::move(other.m_file);
+    }
+    return *this;
+}
+
+void HeldFile::close() noexcept {
+    if (!m_file) return;
+    const int file = m_file.release();
+    // Where no thread is to be had, a wait is less likely than one file after the other left open.
+    if (!runAbandoned([file] { ::close(file); })) ::close(file);
+}
 
 std::shared_ptr<const Preview> previewOfFault(PreviewFault fault) {
     Preview preview;
@@ -75,7 +93,7 @@ OpenedItem openForPreview(const PreviewedItem& item, DecodePurpose purpose, int 
         std::ranges::find_if(cached, [&](const auto& c) { return c.second >= side; });
     for (auto& [thumbnail, ofSide] : std::ranges::subrange(cached.begin(), larger))
         opened.files.push_back(std::move(thumbnail));
-    opened.files.push_back({std::move(*file), purpose, {}, {}});
+    opened.files.push_back({HeldFile(std::move(*file)), purpose, {}, {}});
     for (auto& [thumbnail, ofSide] :
          std::ranges::subrange(larger, cached.end()) | std::views::reverse)
         opened.files.push_back(std::move(thumbnail));

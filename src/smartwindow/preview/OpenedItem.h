@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/FileUrl.h"
@@ -20,8 +21,26 @@ struct PreviewedItem {
     bool isFolder = false;
 };
 
+/// An open file of a volume that may hang. A file system of another process, or of another
+/// computer, is asked when a file is closed, too, so that is left to a thread that can be
+/// abandoned.
+class HeldFile {
+ public:
+    HeldFile() = default;
+    explicit HeldFile(UniqueFd file) : m_file(std::move(file)) {}
+    HeldFile(HeldFile&&) noexcept = default;
+    HeldFile& operator=(HeldFile&& other) noexcept;
+    ~HeldFile() { close(); }
+
+    int get() const { return m_file.get(); }
+    void close() noexcept;
+
+ private:
+    UniqueFd m_file;
+};
+
 struct OpenedFile {
-    UniqueFd file;
+    HeldFile file;
     DecodePurpose purpose{};
     // Of a cached thumbnail: what must stand in it, or it is of something else.
     std::string thumbnailUri;

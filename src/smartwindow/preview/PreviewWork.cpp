@@ -48,10 +48,11 @@ void PreviewWork::run() {
         dropWithdrawn();
         expireOpenings();
         expireDecoders();
+        // First the decoders: one that is started while a file is open begins with it, and waits
+        // where the volume hangs when it is closed.
+        keepDecoders();
         startOpenings();
-        keepDecoders();
         giveNewest();
-        keepDecoders();
         wait();
     }
     if (m_decoded) m_jobs.push_back(std::move(*m_decoded));
@@ -174,13 +175,14 @@ void PreviewWork::keepDecoders() {
     }
     if (!m_worker) m_worker = std::move(m_spare);
     if (!m_decoded) matchWorker();
-    if (m_decoded && !m_spare) startDecoder(m_spare, Decoder::Kind::Documents);
+    if (hasWork && !m_spare) startDecoder(m_spare, Decoder::Kind::Documents);
 }
 
 /// Has the next to work be of the kind that the next file needs. The other is kept as the spare:
 /// who looks through a mixed folder needs both.
 void PreviewWork::matchWorker() {
-    const auto job = newest(Stage::Opened);
+    auto job = newest(Stage::Opened);
+    if (job == m_jobs.end() && !m_jobs.empty()) --job;
     const bool hasFile = job != m_jobs.end();
     const auto kind =
         hasFile ? Decoder::kindFor(m_program, job->wanted.request.type) : Decoder::Kind::Documents;
@@ -242,7 +244,7 @@ void PreviewWork::giveNewest() {
         return;
     }
     // The decoder has its own: a file that is kept open keeps its volume, and its space.
-    m_givenFile.file.reset();
+    m_givenFile.file.close();
     job->opened.files.pop_back();
     m_decoded = std::move(*job);
     m_jobs.erase(job);
