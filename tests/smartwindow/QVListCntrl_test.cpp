@@ -193,6 +193,11 @@ TEST_F(QVListCntrlTest, EverySourceKeepsItsSelectionAndOrderWhileAnotherIsShown)
     EXPECT_TRUE(waitFor([this] { return previewed().empty(); })) << "nobody sees it";
     center.post(Key::kSplitViewDidUncollapse, &preview.splitView);
     EXPECT_TRUE(waitFor([this] { return previewed() == "b a"; }));
+    disk->children.push_back(listedItem("z"));
+    center.post(Key::kUpdateItemsList, disk.get());
+    ASSERT_TRUE(waitFor([this] { return shown().size() == 4; }));
+    table.selectionModel()->select(list->model().index(1, 0), kAddRow);
+    EXPECT_TRUE(waitFor([this] { return previewed() == "c b a"; })) << "in the order of the rows";
 
     // What was begun for a source that is shown no more comes to nothing.
     list->setFilter(QStringLiteral("c"));
