@@ -246,6 +246,9 @@ class QVFilesUtilities {
     /// the theme icon of its kind, else a drawing of the program's own; the placeholder for no
     /// item. Reads the icon theme anew: callers keep icons by kind.
     QImage iconOfItemWithURL(const FileUrl& url, QSize forSize) const;
+    /// The same by the item's kind alone: it is asked for nothing but its attributes, since anybody
+    /// may have made its content.
+    QImage kindIconOfItemWithURL(const FileUrl& url, QSize forSize) const;
     QImage iconForItemPath(const std::string& path) const;
     /// A grey rounded rectangle of at least 20 by 20, clipped to the image.
     QImage placeholderImageWithSize(QSize size) const;

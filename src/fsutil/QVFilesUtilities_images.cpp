@@ -161,6 +161,11 @@ Drawing drawingFor(const FileUrl& item, const ItemAttributes& attributes) {
     return attributes.isDirectory() ? paintFolder : paintDocument;
 }
 
+QImage kindIconOf(const FileUrl& item, const ItemAttributes& attributes, QSize size) {
+    const QImage icon = themeIcon(kindIconNames(item, attributes), size);
+    return icon.isNull() ? drawnIcon(drawingFor(item, attributes), size) : icon;
+}
+
 }  // namespace
 
 QImage QVFilesUtilities::iconOfItemWithURL(const FileUrl& url, QSize forSize) const {
@@ -168,9 +173,16 @@ QImage QVFilesUtilities::iconOfItemWithURL(const FileUrl& url, QSize forSize) co
     const auto attributes = itemAttributes(item);
     if (item.isEmpty() || !attributes || forSize.isEmpty())
         return placeholderImageWithSize(forSize);
-    QImage icon = themeIcon(customIconNames(item, *attributes), forSize);
-    if (icon.isNull()) icon = themeIcon(kindIconNames(item, *attributes), forSize);
-    return icon.isNull() ? drawnIcon(drawingFor(item, *attributes), forSize) : icon;
+    const QImage icon = themeIcon(customIconNames(item, *attributes), forSize);
+    return icon.isNull() ? kindIconOf(item, *attributes, forSize) : icon;
+}
+
+QImage QVFilesUtilities::kindIconOfItemWithURL(const FileUrl& url, QSize forSize) const {
+    const FileUrl item = hostLocation(url);
+    const auto attributes = itemAttributes(item);
+    if (item.isEmpty() || !attributes || forSize.isEmpty())
+        return placeholderImageWithSize(forSize);
+    return kindIconOf(item, *attributes, forSize);
 }
 
 QImage QVFilesUtilities::iconForItemPath(const std::string& path) const {

@@ -105,7 +105,7 @@ class QVSmartWindowItem {
     static QString valueForString(const QString& string, bool direction);
 
     // --- Icons and thumbnails (QVSmartWindowItem_images.cpp) ---
-    // Each is made at the call. Sizes are in points.
+    // Each is made at the call. Sizes are in points. No icon asks for the content of the item.
 
     /// 32 by 32, ghosted when the item is invisible; a null image for a location without a scheme.
     QImage fileIcon() const;

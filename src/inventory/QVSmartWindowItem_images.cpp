@@ -23,7 +23,7 @@ QImage QVSmartWindowItem::fileIconWithSize(QSize iconSize) const {
     const QVFilesUtilities& files = QVFilesUtilities::sharedControl();
     const FileUrl item = url();
     if (item.path().empty() || !item.hasScheme()) return files.placeholderImageWithSize(iconSize);
-    const QImage icon = files.iconOfItemWithURL(item, iconSize);
+    const QImage icon = files.kindIconOfItemWithURL(item, iconSize);
     return isInvisible() ? files.ghostIconWithIcon(icon, iconSize) : icon;
 }
 

@@ -2,6 +2,7 @@
 #include "inventory/QVSmartWindowItem.h"
 
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
 #include <unistd.h>
 
 #include <QCryptographicHash>
@@ -10,6 +11,7 @@
 #include <limits>
 
 #include "inventory/ThumbnailCache.h"
+#include "platform/items/UniqueFd.h"
 #include "support/ScopedVariable.h"
 #include "support/TestEnvironment.h"
 
@@ -67,7 +69,16 @@ TEST(Thumbnail, IsWhatTheDecoderMakesFittedOrTheIcon) {
     };
     EXPECT_EQ(sizeWith(QSize(80, 10)), QSize(80, 10));
     EXPECT_EQ(sizeWith(QSize(400, 50)), QSize(100, 12));
-    EXPECT_EQ(sizeWith(QSize()), QSize(100, 100));
+    const std::string entry = scratch / "f.desktop";
+    test::writeFile(entry, "[Desktop Entry]\nIcon=folder\n");
+    const UniqueFd opened(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    ASSERT_GE(::inotify_add_watch(opened.get(), entry.c_str(), IN_OPEN), 0);
+    for (const char* const name : {"f", "f.desktop"}) {
+        item->name = name;
+        EXPECT_EQ(sizeWith(QSize()), QSize(100, 100));
+    }
+    char events[4096];
+    EXPECT_LT(::read(opened.get(), events, sizeof events), 0) << "an icon asks no content";
 }
 
 TEST(Thumbnail, GoesWithAnErasedEntryFromEveryFolderOfTheCacheAndNoneElsewhere) {
