@@ -63,11 +63,6 @@ class Sheet {
         add(shown, pixels * std::min(1.0, width() / std::max(1.0, natural)), kUnbounded);
     }
 
-    /// Adds what the font has of a text in one line that the page may cut.
-    void addCut(const QString& text, double pixels) {
-        add(m_font.supported(text).trimmed(), pixels, kUnbounded);
-    }
-
     /// Adds as many of the words as fit in a line, and at least one.
     void addWords(const QStringList& words, double pixels) {
         QString line = words.value(0);
@@ -131,9 +126,11 @@ void fillSheet(Sheet& sheet, const FontFile& font) {
         if (characters.isEmpty()) sheet.addGlyphs(usual);
         return;
     }
+    const QStringList sentence =
+        font.supported(QStringLiteral("The quick brown fox jumps over the lazy dog."))
+            .split(QLatin1Char(' '), Qt::SkipEmptyParts);
     for (const double factor : {0.4, 0.5, 0.6, 0.8, 1.0, 1.25, 1.5, 2.0, 2.5, 3.0, 4.0})
-        sheet.addCut(QStringLiteral("The quick brown fox jumps over the lazy dog."),
-                     factor * usual);
+        sheet.addWords(sentence, factor * usual);
 }
 
 /// Two letters, in the middle of the image and as large as they can be.
