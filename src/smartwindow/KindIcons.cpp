@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <QPixmap>
+#include <array>
 
 #include "fsutil/QVFilesUtilities.h"
 #include "platform/items/ItemKinds.h"
@@ -11,7 +12,7 @@
 namespace kestrin {
 namespace {
 
-constexpr QSize kDrawingSize{64, 64};
+constexpr std::array kDrawingSides{64, 256};  // points: for rows, and for large previews
 
 std::uint32_t modeOf(bool isFolder) {
     return isFolder ? S_IFDIR : S_IFREG;
@@ -26,12 +27,18 @@ const QIcon& KindIcons::iconOf(std::string_view name, bool isFolder) {
     return m_icons.emplace(std::move(type), makeIcon(name, isFolder)).first->second;
 }
 
-QIcon KindIcons::makeIcon(std::string_view name, bool isFolder) const {
+QIcon KindIcons::makeIcon(std::string_view name, bool isFolder) {
     for (const std::string& iconName : kindOfItem(name, modeOf(isFolder)).iconNames) {
         const QIcon icon = QIcon::fromTheme(QString::fromStdString(iconName));
         if (!icon.isNull()) return icon;
     }
-    return QPixmap::fromImage(m_files.drawnIconWithSize(kDrawingSize, isFolder));
+    QIcon& drawing = isFolder ? m_folderDrawing : m_documentDrawing;
+    if (drawing.isNull()) {
+        for (const int side : kDrawingSides)
+            drawing.addPixmap(
+                QPixmap::fromImage(m_files.drawnIconWithSize({side, side}, isFolder)));
+    }
+    return drawing;
 }
 
 }  // namespace kestrin

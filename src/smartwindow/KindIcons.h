@@ -25,10 +25,11 @@ class KindIcons {
     const QIcon& iconOf(std::string_view name, bool isFolder);
 
  private:
-    QIcon makeIcon(std::string_view name, bool isFolder) const;
+    QIcon makeIcon(std::string_view name, bool isFolder);
 
     const QVFilesUtilities& m_files;
     std::unordered_map<std::string, QIcon> m_icons;  ///< by type identifier
+    QIcon m_folderDrawing, m_documentDrawing;        ///< null until they are wanted
 };
 
 }  // namespace kestrin
