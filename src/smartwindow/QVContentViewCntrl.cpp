@@ -29,8 +29,8 @@ namespace {
 namespace Name = SmartWindowNotification;
 
 constexpr int kSpinnerSide = 32;
-constexpr int kPreviewWidth = 230;
-constexpr int kLeastPreviewWidth = 216;  // a long date is not cut in it
+// A long date is not cut in it, and a window of the first size has room for all columns beside it.
+constexpr int kLeastPreviewWidth = 216;
 constexpr int kLeastListWidth = 260;
 constexpr int kMargin = 6;
 
@@ -208,7 +208,7 @@ void QVContentViewCntrl::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     if (std::exchange(m_wasShown, true)) return;
     // Before this has its size, a splitter keeps none of its panes'.
-    m_splitView->setSizes({width() - kPreviewWidth, kPreviewWidth});
+    m_splitView->setSizes({width() - kLeastPreviewWidth, kLeastPreviewWidth});
     if (width() < kLeastListWidth + kLeastPreviewWidth) setIsCollapsed(true);
 }
 
