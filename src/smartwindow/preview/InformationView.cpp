@@ -20,12 +20,6 @@ constexpr int kLeastLine = 72;  // points: with less room the value stands below
 constexpr int kLineMargin = 2;  // that a field keeps beside its text
 constexpr int kTitleGap = 8;
 
-/// The text with a capital where a line begins with it.
-QString capitalised(QString text) {
-    if (!text.isEmpty()) text[0] = text[0].toUpper();
-    return text;
-}
-
 }  // namespace
 
 /// A field that nobody writes in: its text can be selected and copied.
@@ -141,9 +135,9 @@ void InformationView::setDetails(const ItemDetails& details, bool diskHasAnswere
     const QString size = orUnknown(details.size, m_texts.text("entry_size_is_measured"_key));
     m_fields[Name]->setFullText(details.name);
     m_fields[KindAndSize]->setFullText(
-        details.isThere ? StringTable::filled(m_texts.text("entry_kind_and_size"_key),
-                                              {capitalised(details.kind), size})
-                        : m_texts.text("entry_is_gone"_key));
+        details.isThere
+            ? StringTable::filled(m_texts.text("entry_kind_and_size"_key), {details.kind, size})
+            : m_texts.text("entry_is_gone"_key));
     m_fields[DateModified]->setFullText(orUnknown(details.dateModified, unknown));
     m_fields[DateCreated]->setFullText(orUnknown(details.dateCreated, unknown));
     const QString none = m_texts.text("entry_unknown"_key);

@@ -27,8 +27,11 @@ QString dateText(double seconds) {
                                                               false);
 }
 
+/// With a capital, since lines begin with it.
 QString kindText(const QVSmartWindowItem& item, std::uint32_t mode) {
-    return displayName(kindOfItem(item.name, mode).description);
+    QString kind = displayName(kindOfItem(item.name, mode).description);
+    if (!kind.isEmpty()) kind[0] = kind[0].toUpper();
+    return kind;
 }
 
 std::uint32_t knownMode(const QVSmartWindowItem& item) {
