@@ -69,7 +69,7 @@ std::shared_ptr<QVSmartWindowItem> entryOf(const std::shared_ptr<QVPreviewItem>&
 }  // namespace
 
 PreviewPanel::PreviewPanel(const PreviewServices& services, Outlets outlets, QWidget& window)
-    : QWidget(&window, kFrame), m_services(services), m_outlets(std::move(outlets)) {
+    : QDialog(&window, kFrame), m_services(services), m_outlets(std::move(outlets)) {
     setObjectName(QStringLiteral("preview_panel"));
     setAttribute(Qt::WA_QuitOnClose, false);
     setMinimumSize(kLeastSize);
@@ -166,7 +166,7 @@ void PreviewPanel::colourTools() {
 }
 
 void PreviewPanel::changeEvent(QEvent* event) {
-    QWidget::changeEvent(event);
+    QDialog::changeEvent(event);
     const bool isOfTexts =
         event->type() == QEvent::PaletteChange || event->type() == QEvent::LayoutDirectionChange;
     if (isOfTexts && m_fullScreen) colourTools();
@@ -289,7 +289,7 @@ bool PreviewPanel::eventFilter(QObject* watched, QEvent* event) {
     if (watched == windowHandle() && event->type() == QEvent::KeyPress &&
         !QApplication::activePopupWidget() && handleKey(static_cast<QKeyEvent&>(*event)))
         return true;
-    return QWidget::eventFilter(watched, event);
+    return QDialog::eventFilter(watched, event);
 }
 
 bool PreviewPanel::handleKey(QKeyEvent& event) {
@@ -351,7 +351,7 @@ bool PreviewPanel::handleKeyOfEitherWindow(QKeyEvent& event) {
 // --- Its size ---
 
 void PreviewPanel::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
+    QDialog::resizeEvent(event);
     const bool fillsScreen = isFullScreen() || isMaximized();
     if (isVisible() && !fillsScreen && size() != m_givenSize) m_wasSizedByUser = true;
 }

@@ -3,8 +3,8 @@
 // thread.
 #pragma once
 
+#include <QDialog>
 #include <QPointer>
-#include <QWidget>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -41,7 +41,7 @@ struct PreviewServices;
 /// Beside its tools it tells kind, size and date of the entry, for those without a content, too. It
 /// is as large as what it shows first, and grows when something larger comes, within the screen. A
 /// size that the user gives it stays until it closes.
-class PreviewPanel : public QWidget {
+class PreviewPanel : public QDialog {
     Q_OBJECT
 
  public:
