@@ -104,13 +104,14 @@ PreviewServices QVContentViewCntrl::previewServices() {
     const auto iconOf = [this](const QVSmartWindowItem& item) {
         return m_kindIcons.iconOf(item.name, item.isFolder);
     };
+    const auto open = [this](const auto& paths) { m_listCntrl->launchPaths(paths); };
     return {.center = m_services.center,
             .texts = m_services.texts,
             .numbers = m_services.numbers,
             .files = m_services.files,
             .beep = m_services.beep,
             .reveal = m_services.reveal,
-            .open = m_services.open,
+            .open = open,
             .iconOf = iconOf,
             .request = m_services.requestPreview,
             .known = m_services.knownPreview,

@@ -116,6 +116,8 @@ class QVListCntrl : public QObject {
     /// manager, 102 opens them, 103 copies the name and 104 the path of a single one; 105 inverts
     /// their marks, 106 unmarks and 107 marks them. Any other tag does nothing.
     void contextualMenuAction(int tag, const ItemList& items);
+    /// Opens items anywhere with their default programs, and says why one was not opened.
+    void launchPaths(const std::vector<std::string>& paths);
 
     // --- Erasing (QVListCntrl_erase.cpp) ---
 
@@ -181,7 +183,8 @@ class QVListCntrl : public QObject {
     static void contextualMenuCopy(const ItemList& items, bool wantsPath);
     void revealInFinder(const ItemList& items);
     void launchInFinder(const ItemList& items);
-    void tellWhatStayedClosed(const ItemList& items, const std::vector<LaunchResult>& results);
+    void tellWhatStayedClosed(const std::vector<std::string>& paths,
+                              const std::vector<LaunchResult>& results);
 
     // Erasing
     void gatherChecked();

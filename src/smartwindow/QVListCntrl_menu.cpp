@@ -205,13 +205,17 @@ void QVListCntrl::launchInFinder(const ItemList& items) {
     std::vector<std::string> paths;
     for (const auto& item : items)
         paths.push_back(item->path());
-    m_services.open(std::move(paths), [self = QPointer(this), items](const auto& results) {
-        if (self) self->tellWhatStayedClosed(items, results);
+    launchPaths(paths);
+}
+
+void QVListCntrl::launchPaths(const std::vector<std::string>& paths) {
+    m_services.open(paths, [self = QPointer(this), paths](const auto& results) {
+        if (self) self->tellWhatStayedClosed(paths, results);
     });
 }
 
 /// One report for all of them, with the reason that they share.
-void QVListCntrl::tellWhatStayedClosed(const ItemList& items,
+void QVListCntrl::tellWhatStayedClosed(const std::vector<std::string>& paths,
                                        const std::vector<LaunchResult>& results) {
     const auto isClosed = [](LaunchResult result) { return result != LaunchResult::Opened; };
     const auto first = std::ranges::find_if(results, isClosed);
@@ -220,9 +224,9 @@ void QVListCntrl::tellWhatStayedClosed(const ItemList& items,
     const bool areAlike = std::ranges::all_of(
         results, [&](LaunchResult result) { return !isClosed(result) || result == *first; });
     const std::string_view reason = areAlike ? reasonOf(*first) : "open_several_reasons"_errorKey;
-    const auto& item = items.at(static_cast<std::size_t>(first - results.begin()));
+    const auto& path = paths.at(static_cast<std::size_t>(first - results.begin()));
     const QString name = count == 1
-                             ? displayName(item->name)
+                             ? displayName(FileUrl::fromPath(path).lastPathComponent())
                              : m_services.numbers.numberToFormatString(static_cast<double>(count));
     m_services.presenter.showErrorForWindow(
         m_outlets.tableView.window(),

@@ -140,6 +140,9 @@ TEST_F(ContextMenuTest, OpensAndTellsWhatWasNotOpened) {
     launchResults = {Refused, Opened, Silent};
     list.contextualMenuAction(102, items);
     EXPECT_THAT(titles(), ElementsAre("2 items were not opened."));
+    launchResults = {Unreadable};
+    list.launchPaths({"/media/closed folder"});
+    EXPECT_THAT(titles(), ElementsAre("“closed folder” was not opened."));
     opened.clear();
     list.contextualMenuAction(102, ItemList(21, items[0]));
     EXPECT_THAT(opened, IsEmpty());

@@ -30,9 +30,9 @@ struct PreviewServices {
     std::function<void()> beep;
     /// Shows items in the desktop's file manager.
     std::function<void(const std::vector<FileUrl>&)> reveal;
-    /// Opens items, given by their paths, with their default programs. The answer has one result
-    /// for each path, in their order.
-    std::function<void(std::vector<std::string>, LaunchAnswer)> open;
+    /// Opens items, given by their paths, with their default programs, and tells the user which of
+    /// them were not opened, and why.
+    std::function<void(std::vector<std::string>)> open;
     /// The icon of an entry by its name and kind, from memory.
     std::function<QIcon(const QVSmartWindowItem&)> iconOf;
     /// Asks for a preview.

@@ -11,7 +11,6 @@
 #include <QStyle>
 #include <QStyleOptionViewItem>
 #include <QVBoxLayout>
-#include <algorithm>
 #include <utility>
 
 #include "base/StringTable.h"
@@ -39,11 +38,20 @@ constexpr QSizeF kTagSize{11, 11};
 constexpr int kThumbnailSide = 96;
 constexpr QSize kIconSize{64, 64};
 constexpr int kTileMargin = 6;
+constexpr int kEdgeAlpha = 77;  // of black in the edge of a thumbnail
 constexpr QSize kFolderDrawing{64, 64};
 
 /// A part that is not seen takes no keys and is not read out either.
 void setAlpha(QWidget* part, double alpha) {
     part->setVisible(alpha != 0);
+}
+
+/// White paper stands out from a white ground. Icons do not reach their corners.
+void paintEdge(QImage& image) {
+    if (qAlpha(image.pixel(0, 0)) < 255) return;
+    QPainter painter(&image);
+    painter.setPen(QColor(0, 0, 0, kEdgeAlpha));
+    painter.drawRect(image.rect().adjusted(0, 0, -1, -1));
 }
 
 QFrame* makeSeparator(QWidget* parent) {
@@ -304,6 +312,7 @@ void QVPreview::showThumbnail() {
     const QSize box = QSize(kThumbnailSide, kThumbnailSide) * ratio;
     if (image.width() > box.width() || image.height() > box.height())
         image = image.scaled(box, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    paintEdge(image);
     image.setDevicePixelRatio(ratio);
     m_thumbnail->setPixmap(QPixmap::fromImage(image));
 }
@@ -353,11 +362,7 @@ void QVPreview::revealInFinder() {
 }
 
 void QVPreview::launchInFinder() {
-    if (m_clickedUrl.isEmpty()) return;
-    m_services.open({m_clickedUrl.path()}, [beep = m_services.beep](const auto& results) {
-        const auto isOpened = [](LaunchResult result) { return result == LaunchResult::Opened; };
-        if (!std::ranges::all_of(results, isOpened)) beep();
-    });
+    if (!m_clickedUrl.isEmpty()) m_services.open({m_clickedUrl.path()});
 }
 
 // --- Live resize ---

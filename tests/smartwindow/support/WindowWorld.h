@@ -161,7 +161,7 @@ struct ListPreview {
                    .files = QVFilesUtilities::sharedControl(),
                    .beep = [] {},
                    .reveal = [](const auto&) {},
-                   .open = [](const auto&, const auto&) {},
+                   .open = [](const auto&) {},
                    .iconOf = [](const auto&) { return QIcon(); },
                    .request = [](const auto&, const auto&) { return nullptr; },
                    .known = [](const auto&) { return nullptr; },

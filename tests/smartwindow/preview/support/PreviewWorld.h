@@ -51,7 +51,7 @@ struct PreviewWorld {
         .files = files,
         .beep = [this] { ++beeps; },
         .reveal = [this](const std::vector<FileUrl>& urls) { revealed = urls; },
-        .open = [this](std::vector<std::string> paths, const LaunchAnswer&) { opened = paths; },
+        .open = [this](std::vector<std::string> paths) { opened = std::move(paths); },
         .iconOf =
             [](const QVSmartWindowItem& item) {
                 return QApplication::style()->standardIcon(item.isFolder ? QStyle::SP_DirIcon
