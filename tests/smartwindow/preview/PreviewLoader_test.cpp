@@ -208,6 +208,7 @@ TEST_F(PreviewLoaderTest, ASpareTakesOverFromADecoderAtWorkThatNobodyWants) {
     m_loader->setWindowIsOpen(false);
     ticket = ask(write("c", "hangs"));
     ASSERT_TRUE(test::waitFor([] { return children().size() == 2; }));
+    std::this_thread::sleep_for(300ms);
     ticket.reset();
     EXPECT_TRUE(test::waitFor([] { return children().empty(); }, 2000)) << "nobody asks again";
 }
