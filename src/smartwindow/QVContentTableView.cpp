@@ -8,6 +8,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "format/NameSortKey.h"
@@ -27,6 +28,13 @@ constexpr double kFrameRadius = 4;
 /// The part of a sort key that says which letters a text has; case and accents follow it.
 std::string letters(const std::string& key) {
     return key.substr(0, key.find('\x01'));
+}
+
+bool movesByRows(const QKeyEvent& event) {
+    if ((event.modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier) return false;
+    constexpr std::array kKeys{Qt::Key_Up,  Qt::Key_Down,   Qt::Key_Home,
+                               Qt::Key_End, Qt::Key_PageUp, Qt::Key_PageDown};
+    return std::ranges::find(kKeys, event.key()) != kKeys.end();
 }
 
 }  // namespace
@@ -120,7 +128,12 @@ void QVContentTableView::keyPressEvent(QKeyEvent* event) {
     if (isSpace && event->modifiers() == Qt::ControlModifier) return checkToggled();
     if (isSpace) return spacePressed();
     if (event->matches(QKeySequence::Copy)) return copyRequested();
+    const QModelIndex former = currentIndex();
     QTreeView::keyPressEvent(event);
+    // A list that gets the keyboard is at its first row, which is not selected by that. A key that
+    // leads no further selects it, or that of a single row could not be.
+    const bool leadsNowhere = movesByRows(*event) && former.isValid() && former == currentIndex();
+    if (leadsNowhere && !selectionModel()->hasSelection()) setCurrentIndex(former);
 }
 
 void QVContentTableView::selectAll() {

@@ -82,6 +82,19 @@ class QuickLookTest(DesktopTest):
         self.wait(lambda: "selected" in self.states_of(window, "cell", "^one"), "what was chosen in the panel")
         self.assertEqual(len(self.trash.names()), 3)
 
+    def test_volume_that_hangs(self):
+        """Its entry has a line that says so, and the next entry shows."""
+        hanging = self.gated("Hanging")
+        hanging.trash.file("silent.txt", b"content")
+        window = self.open_list()
+        self.key("shift+Tab", "Down")
+        self.wait(lambda: window.find("cell", "^silent"), "the entry of the volume")
+        hanging.shut(b"all")
+        self.key("Tab", "End")
+        self.wait(lambda: window.find("label", "^The disk does not answer"), "the reason", 5)
+        self.key("shift+Tab", "Up", "Tab", "End", "Home")
+        self.wait(lambda: window.find("text", "Text of one"), "the next content", 5)
+
     def test_goes_with_its_window_and_with_an_erase(self):
         window = self.open_list()
         self.key("ctrl+space", "space")
