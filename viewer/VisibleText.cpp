@@ -27,7 +27,7 @@ void appendUtf8(std::string& text, char32_t c) {
 bool isUnreadable(char32_t c) {
     return c < 0x20 || isIn(c, 0x7F, 0x9F) || c == 0x061C || isIn(c, 0x200E, 0x200F) ||
            isIn(c, 0x2028, 0x202E) || isIn(c, 0x2066, 0x206F) || c == 0xFEFF ||
-           isIn(c, 0xFFF9, 0xFFFB) || isIn(c, 0xE0000, 0xE007F);
+           isIn(c, 0xFFF9, 0xFFFC) || isIn(c, 0xE0000, 0xE007F);
 }
 
 void appendVisible(std::string& text, char32_t c) {

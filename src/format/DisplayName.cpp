@@ -40,8 +40,8 @@ Character firstCharacter(std::string_view bytes) {
 bool isUnreadable(char32_t c) {
     const auto isIn = [c](char32_t first, char32_t last) { return c >= first && c <= last; };
     return c < 0x20 || isIn(0x7F, 0x9F) || c == 0x061C || isIn(0x200E, 0x200F) ||
-           isIn(0x2028, 0x202E) || isIn(0x2066, 0x206F) || c == 0xFEFF || isIn(0xFFF9, 0xFFFB) ||
-           isIn(0xE0000, 0xE007F);
+           isIn(0x2028, 0x202E) || isIn(0x2066, 0x206F) || isIn(0xFDD0, 0xFDEF) || c == 0xFEFF ||
+           isIn(0xFFF9, 0xFFFC) || isIn(0xE0000, 0xE007F);
 }
 
 /// The letter after the backslash of a control character that has one; 0 for others.

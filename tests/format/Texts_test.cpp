@@ -26,7 +26,7 @@ TEST(DisplayName, MakesVisibleWhatWouldActOnTheReaderAndNothingElse) {
         {"a\nb\rc\td", QStringLiteral("a\\nb\\rc\\td")},
         {"\x1b[31m\x7f\0\u009B"s, QStringLiteral("‹U+001B›[31m‹U+007F›‹U+0000›‹U+009B›")},
         {"\u202E\u2067\u200F\u2028", QStringLiteral("‹U+202E›‹U+2067›‹U+200F›‹U+2028›")},
-        {"\uFEFF\u061C\uFFF9\U000E0041", QStringLiteral("‹U+FEFF›‹U+061C›‹U+FFF9›‹U+E0041›")},
+        {"\uFEFF\u061C\uFFFC\U000E0041", QStringLiteral("‹U+FEFF›‹U+061C›‹U+FFFC›‹U+E0041›")},
     };
     for (const auto& [bytes, shown] : names) {
         EXPECT_EQ(displayName(bytes), shown);
