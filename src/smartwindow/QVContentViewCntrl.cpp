@@ -29,8 +29,8 @@ namespace {
 namespace Name = SmartWindowNotification;
 
 constexpr int kSpinnerSide = 32;
-// A long date is not cut in it, and a window of the first size has room for all columns beside it.
-constexpr int kLeastPreviewWidth = 216;
+constexpr int kPreviewWidth = 230;
+constexpr int kLeastPreviewWidth = 216;  // a long date is not cut in it
 constexpr int kLeastListWidth = 260;
 constexpr int kMargin = 6;
 
@@ -209,7 +209,7 @@ void QVContentViewCntrl::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     if (std::exchange(m_wasShown, true)) return;
     // Before this has its size, a splitter keeps none of its panes'.
-    m_splitView->setSizes({width() - kLeastPreviewWidth, kLeastPreviewWidth});
+    m_splitView->setSizes({width() - kPreviewWidth, kPreviewWidth});
     if (width() < kLeastListWidth + kLeastPreviewWidth) setIsCollapsed(true);
 }
 

@@ -14,7 +14,8 @@ class QVSourceTableView : public QListView {
  public:
     explicit QVSourceTableView(QWidget* parent = nullptr);
 
-    QSize sizeHint() const override { return {240, 360}; }
+    /// Leaves room for all columns of the list in a window of the first size.
+    QSize sizeHint() const override { return {224, 360}; }
 
  Q_SIGNALS:
     /// A menu is wanted for a row that can be used, at a place on the screen.
