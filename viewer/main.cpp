@@ -35,8 +35,9 @@ bool prepareProcess() {
     // when the program was killed. A program that is gone already hands over no file.
     if (::prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0) != 0 || ::clearenv() != 0) return false;
     ::setenv("LC_ALL", "C.UTF-8", 1);
-    ::setenv("HOME", "/nonexistent", 1);             // fonts and settings of the system alone
-    ::setenv("XDG_RUNTIME_DIR", "/nonexistent", 1);  // nothing is made there
+    // Fonts and settings of the system alone; not even root can make a folder there.
+    ::setenv("HOME", "/dev/null", 1);
+    ::setenv("XDG_RUNTIME_DIR", "/dev/null", 1);
     ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
     ::setenv("QT_NO_GLIB", "1", 1);
     ::umask(077);
