@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "smartwindow/preview/Decoder.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <optional>
 #include <utility>
@@ -12,6 +13,14 @@ using namespace std::chrono_literals;
 
 /// How much processor time a file may take.
 constexpr auto kProcessorTime = 5s;
+
+/// Pixels that nobody asked for would cost the main thread time to draw, and memory.
+bool fitsInto(const DecodeRequest& request, const Preview& preview) {
+    return std::ranges::all_of(preview.frames, [&](const QImage& frame) {
+        return std::uint32_t(frame.width()) <= request.width &&
+               std::uint32_t(frame.height()) <= request.height;
+    });
+}
 
 }  // namespace
 
@@ -58,7 +67,7 @@ Decoder::State Decoder::hearAnswer() {
         if (error == ECONNRESET && m_child.ranOutOfProcessorTime()) m_fault = PreviewFault::TooSlow;
         return State::Gone;
     }
-    if (m_state != State::Working || answer->number != m_number) return State::Gone;
+    if (m_state != State::Working || answer->number != m_request.number) return State::Gone;
     m_answer = std::move(answer->preview);
     m_isLastAnswer = answer->isLast;
     return State::Answered;
@@ -66,7 +75,7 @@ Decoder::State Decoder::hearAnswer() {
 
 Decoder::State Decoder::give(const DecodeRequest& request, int file) {
     ++m_givenFiles;
-    m_number = request.number;
+    m_request = request;
     const bool isGiven =
         !m_child.limitProcessorTime(kProcessorTime) && !sendRequest(socket(), request, file);
     become(isGiven ? State::Working : State::Gone);
@@ -76,6 +85,7 @@ Decoder::State Decoder::give(const DecodeRequest& request, int file) {
 std::shared_ptr<const Preview> Decoder::takeAnswer() {
     auto preview = readPreview(m_answer.get());
     m_answer.reset();
+    if (preview && !fitsInto(m_request, *preview)) preview.reset();
     become(preview && !m_isLastAnswer ? State::Ready : State::Gone);
     return preview ? std::make_shared<const Preview>(std::move(*preview)) : nullptr;
 }

@@ -49,8 +49,9 @@ class Decoder {
 
     /// Hands it a file; the descriptor stays the caller's. Requires: Ready.
     State give(const DecodeRequest& request, int file);
-    /// What it answered, and none when that is odd: then it is Gone. It is Ready otherwise, unless it
-    /// said that it ends with this answer. Requires: Answered.
+    /// What it answered, and none when that is odd, or larger than the box of the request: then it
+    /// is Gone. It is Ready otherwise, unless it said that it ends with this answer. Requires:
+    /// Answered.
     std::shared_ptr<const Preview> takeAnswer();
     /// Passes over the answer without reading it. Requires: Answered.
     void dropAnswer();
@@ -75,7 +76,7 @@ class Decoder {
     bool m_hasGreeted = false;
     ViewerProtections m_protections;
     int m_givenFiles = 0;
-    std::uint64_t m_number = 0;  ///< of the last request
+    DecodeRequest m_request;  ///< the last one
     UniqueFd m_answer;
     bool m_isLastAnswer = false;
     PreviewFault m_fault = PreviewFault::Crashed;

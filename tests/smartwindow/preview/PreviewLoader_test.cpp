@@ -124,7 +124,7 @@ TEST_F(PreviewLoaderTest, GivesWhatTheDecoderSaysAndRemembersIt) {
 
 TEST_F(PreviewLoaderTest, BelievesNothingAndSurvivesEveryEndOfADecoder) {
     start();
-    for (const char* deed : {"dies", "half", "lie", "unsealed", "short", "long", "two"})
+    for (const char* deed : {"dies", "half", "lie", "unsealed", "short", "long", "two", "large"})
         EXPECT_EQ(faultOf(deed), PreviewFault::Crashed) << deed;
     EXPECT_EQ(faultOf("hangs"), PreviewFault::TooSlow);
     for (const char* deed : {"twice", "last", "worn", "show"}) {

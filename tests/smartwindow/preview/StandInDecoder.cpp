@@ -54,6 +54,12 @@ void answer(const std::string& deed, const ReceivedRequest& received, const std:
     preview.text = text;
     preview.facts.title = std::to_string(::getpid());
     preview.facts.page = static_cast<std::uint32_t>(received.request.purpose);
+    if (deed == "large") {
+        preview.kind = PreviewKind::Image;
+        preview.frames.emplace_back(int(received.request.width) + 1, 1,
+                                    QImage::Format_ARGB32_Premultiplied);
+        preview.frames.back().fill(0);
+    }
     UniqueFd file = std::move(*writePreview(preview));
     const std::string bytes = *readSealedFile(file.get(), kLargestPreviewBytes);
     std::uint64_t number = received.request.number;
