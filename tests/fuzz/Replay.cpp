@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -28,5 +29,10 @@ int main(int argc, char** argv) {
         }
     }
     std::printf("%d inputs\n", inputs);
+#ifdef __SANITIZE_THREAD__
+    // It cannot see how Qt waits for the threads of its pool when that goes.
+    std::fflush(stdout);
+    std::_Exit(inputs == 0);
+#endif
     return inputs == 0;
 }
