@@ -145,8 +145,7 @@ TEST(MediaDecoder, readsNothingButTheFile) {
 }
 
 TEST(MediaDecoder, survivesWhatIsDamaged) {
-    for (const std::string& whole :
-         {video("matroska"), video("mov"), song("cover")}) {
+    for (const std::string& whole : {video("matroska"), video("mov"), song("cover")}) {
         for (std::size_t tenth = 1; tenth < 10; ++tenth) {
             decodedMedia(whole.substr(0, whole.size() * tenth / 10));
             std::string broken = whole;

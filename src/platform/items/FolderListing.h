@@ -35,9 +35,9 @@ struct ListedEntry {
     ItemIdentity identity{};  ///< not known in that case
 };
 
-/// Holds (O_PATH) the folder for a listing. No link at its last component is followed. May hang with
-/// its volume. Errors: ESTALE (kPOSIXErrorDomain) for another item under the name than `expected`,
-/// else those of open(2), ENOTDIR for a link or a file among them. Thread: any.
+/// Holds (O_PATH) the folder for a listing. No link at its last component is followed. May hang
+/// with its volume. Errors: ESTALE (kPOSIXErrorDomain) for another item under the name than
+/// `expected`, else those of open(2), ENOTDIR for a link or a file among them. Thread: any.
 Result<UniqueFd> holdFolder(const FileUrl& folder, const ItemIdentity& expected);
 
 /// A listing under way. Thread: any, several at once.
