@@ -441,7 +441,7 @@ Examples:
     </message>
     <message id="cli_option_needs_value">
         <source></source>
-        <translation>The option "%@" needs a value.</translation>
+        <translation>The option "%@" needs a value; known are: %@.</translation>
     </message>
     <message id="cli_option_takes_no_value">
         <source></source>
@@ -520,7 +520,7 @@ Examples:
     </message>
     <message id="cli_unknown_option_value">
         <source></source>
-        <translation>Unknown value "%@" for the option "%@".</translation>
+        <translation>Unknown value "%@" for the option "%@"; known are: %@.</translation>
     </message>
     <message id="cli_unknown_volume">
         <source></source>

@@ -40,33 +40,43 @@ using Store = bool (*)(Arguments& arguments, std::string_view value);
 struct OptionTraits {
     std::string_view name;
     unsigned commands;  ///< those that know it, a bit each
-    bool takesValue;
     Store store;
+    std::string (*values)() = nullptr;  ///< the values that are known; nullptr: it takes none
 };
 
-bool storeRefused(RefusedEntries& choice, std::string_view value) {
-    if (value == "ask") {
-        choice = RefusedEntries::Ask;
-    } else if (value == "skip") {
-        choice = RefusedEntries::Skip;
-    } else if (value == "erase") {
-        choice = RefusedEntries::Erase;
-    } else {
-        return false;
-    }
-    return true;
+template <class Value>
+struct Choice {
+    std::string_view word;
+    Value value;
+};
+
+constexpr std::array<Choice<RefusedEntries>, 3> kRefusedEntries{{
+    {"ask", RefusedEntries::Ask},
+    {"skip", RefusedEntries::Skip},
+    {"erase", RefusedEntries::Erase},
+}};
+
+constexpr std::array<Choice<SortOrder>, 3> kSortOrders{{
+    {"name", SortOrder::Name},
+    {"size", SortOrder::Size},
+    {"date", SortOrder::Date},
+}};
+
+/// The words of the choices, as a list to be read.
+template <const auto& kChoices>
+std::string wordsOf() {
+    std::string words;
+    for (const auto& choice : kChoices)
+        words.append(words.empty() ? "" : ", ").append(choice.word);
+    return words;
 }
 
-bool storeSort(Arguments& arguments, std::string_view value) {
-    if (value == "name") {
-        arguments.sort = SortOrder::Name;
-    } else if (value == "size") {
-        arguments.sort = SortOrder::Size;
-    } else if (value == "date") {
-        arguments.sort = SortOrder::Date;
-    } else {
-        return false;
-    }
+template <const auto& kChoices, auto Member>
+bool storeChoice(Arguments& arguments, std::string_view value) {
+    const auto choice =
+        std::ranges::find_if(kChoices, [value](const auto& known) { return known.word == value; });
+    if (choice == kChoices.end()) return false;
+    arguments.*Member = choice->value;
     return true;
 }
 
@@ -82,23 +92,20 @@ bool storeFlag(Arguments& arguments, std::string_view) {
     return arguments.*Flag = true;
 }
 
-template <RefusedEntries Arguments::*Choice>
-bool storeChoice(Arguments& arguments, std::string_view value) {
-    return storeRefused(arguments.*Choice, value);
-}
-
 constexpr std::array<OptionTraits, 10> kOptions{{
-    {"-h", kEverything, false, storeHelp},
-    {"--help", kEverything, false, storeHelp},
-    {"--json", kErasing | bit(Command::List) | bit(Command::Show), false,
-     storeFlag<&Arguments::json>},
-    {"--sort", bit(Command::Show), true, storeSort},
-    {"--yes", kErasing, false, storeFlag<&Arguments::yes>},
-    {"--dry-run", kErasing, false, storeFlag<&Arguments::dryRun>},
-    {"--no-log", kErasing, false, storeFlag<&Arguments::noLog>},
-    {"--quiet", kErasing, false, storeFlag<&Arguments::quiet>},
-    {"--locked", kErasing, true, storeChoice<&Arguments::locked>},
-    {"--forbidden", kErasing, true, storeChoice<&Arguments::forbidden>},
+    {"-h", kEverything, storeHelp},
+    {"--help", kEverything, storeHelp},
+    {"--json", kErasing | bit(Command::List) | bit(Command::Show), storeFlag<&Arguments::json>},
+    {"--sort", bit(Command::Show), storeChoice<kSortOrders, &Arguments::sort>,
+     wordsOf<kSortOrders>},
+    {"--yes", kErasing, storeFlag<&Arguments::yes>},
+    {"--dry-run", kErasing, storeFlag<&Arguments::dryRun>},
+    {"--no-log", kErasing, storeFlag<&Arguments::noLog>},
+    {"--quiet", kErasing, storeFlag<&Arguments::quiet>},
+    {"--locked", kErasing, storeChoice<kRefusedEntries, &Arguments::locked>,
+     wordsOf<kRefusedEntries>},
+    {"--forbidden", kErasing, storeChoice<kRefusedEntries, &Arguments::forbidden>,
+     wordsOf<kRefusedEntries>},
 }};
 
 const CommandTraits* findCommand(std::string_view name) {
@@ -169,7 +176,7 @@ void WordReader::readOption(const std::string& word) {
     if (option == nullptr) return fail("cli_unknown_option"_key, {name});
     const std::optional<std::string> value = valueOf(*option, word);
     if (value && !option->store(m_arguments, *value)) {
-        fail("cli_unknown_option_value"_key, {*value, name});
+        fail("cli_unknown_option_value"_key, {*value, name, option->values()});
     }
 }
 
@@ -178,14 +185,14 @@ std::optional<std::string> WordReader::valueOf(const OptionTraits& option,
                                                const std::string& word) {
     const std::string name(option.name);
     const bool hasValue = word.size() > name.size();
-    if (!option.takesValue) {
+    if (option.values == nullptr) {
         if (!hasValue) return std::string();
         fail("cli_option_takes_no_value"_key, {name});
         return std::nullopt;
     }
     if (hasValue) return word.substr(name.size() + 1);
     if (m_next < m_words.size()) return m_words[m_next++];
-    fail("cli_option_needs_value"_key, {name});
+    fail("cli_option_needs_value"_key, {name, option.values()});
     return std::nullopt;
 }
 

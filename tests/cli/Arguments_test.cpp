@@ -22,12 +22,12 @@ Arguments accepted(const Words& words) {
     return arguments == nullptr ? Arguments{} : *arguments;
 }
 
-/// The key of the error and the first name that it tells.
-std::pair<std::string, std::string> refused(const Words& words) {
+/// The key of the error and the names that it tells.
+std::pair<std::string, Words> refused(const Words& words) {
     const ParsedArguments parsed = parseArguments(words);
     const auto* const error = std::get_if<UsageError>(&parsed);
-    if (error == nullptr) return {"accepted", ""};
-    return {std::string(error->textKey), error->names.empty() ? "" : error->names.front()};
+    if (error == nullptr) return {"accepted", {}};
+    return {std::string(error->textKey), error->names};
 }
 
 TEST(Arguments, OptionsStandAnywhereAndTakeTheirValueEitherWay) {
@@ -48,24 +48,26 @@ TEST(Arguments, OptionsStandAnywhereAndTakeTheirValueEitherWay) {
 }
 
 TEST(Arguments, MistakesAreNamed) {
-    using Error = std::pair<std::string, std::string>;
+    using Error = std::pair<std::string, Words>;
     const std::vector<std::pair<Words, Error>> cases{
-        {{}, {"cli_no_command", ""}},
-        {{"empt"}, {"cli_unknown_command", "empt"}},
-        {{"--quit"}, {"cli_needs_desktop", "--quit"}},
-        {{"--login"}, {"cli_needs_desktop", "--login"}},
-        {{"--empty-all", "x"}, {"cli_too_many_operands", "x"}},
-        {{"help", "empt"}, {"cli_unknown_command", "empt"}},
-        {{"help", "list", "show"}, {"cli_too_many_operands", "show"}},
-        {{"erase"}, {"cli_too_few_operands", "erase"}},
-        {{"erase", "--yes", "--"}, {"cli_too_few_operands", "erase"}},
-        {{"erase", "a", ""}, {"cli_empty_operand", ""}},
-        {{"list", "--yes"}, {"cli_unknown_option", "--yes"}},
-        {{"empty", "--bogus=1"}, {"cli_unknown_option", "--bogus"}},
-        {{"empty", "--yes=no"}, {"cli_option_takes_no_value", "--yes"}},
-        {{"empty", "--locked"}, {"cli_option_needs_value", "--locked"}},
-        {{"empty", "--locked="}, {"cli_unknown_option_value", ""}},
-        {{"show", "--sort=kind"}, {"cli_unknown_option_value", "kind"}},
+        {{}, {"cli_no_command", {}}},
+        {{"empt"}, {"cli_unknown_command", {"empt"}}},
+        {{"--quit"}, {"cli_needs_desktop", {"--quit"}}},
+        {{"--login"}, {"cli_needs_desktop", {"--login"}}},
+        {{"--empty-all", "x"}, {"cli_too_many_operands", {"x"}}},
+        {{"help", "empt"}, {"cli_unknown_command", {"empt"}}},
+        {{"help", "list", "show"}, {"cli_too_many_operands", {"show"}}},
+        {{"erase"}, {"cli_too_few_operands", {"erase"}}},
+        {{"erase", "--yes", "--"}, {"cli_too_few_operands", {"erase"}}},
+        {{"erase", "a", ""}, {"cli_empty_operand", {}}},
+        {{"list", "--yes"}, {"cli_unknown_option", {"--yes"}}},
+        {{"empty", "--bogus=1"}, {"cli_unknown_option", {"--bogus"}}},
+        {{"empty", "--yes=no"}, {"cli_option_takes_no_value", {"--yes"}}},
+        {{"empty", "--locked"}, {"cli_option_needs_value", {"--locked", "ask, skip, erase"}}},
+        {{"empty", "--locked="},
+         {"cli_unknown_option_value", {"", "--locked", "ask, skip, erase"}}},
+        {{"show", "--sort", "Size"},
+         {"cli_unknown_option_value", {"Size", "--sort", "name, size, date"}}},
     };
     for (const auto& [words, error] : cases)
         EXPECT_EQ(refused(words), error);
