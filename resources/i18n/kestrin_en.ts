@@ -273,7 +273,7 @@ menu of all trashes. A program that runs already is used:
 
 Commands:
   list            show every trash with its items and bytes
-  show [VOLUME]   show what is in one trash or in all
+  show [VOLUME…]  show what is in all trashes, or in those of the named volumes
   empty [VOLUME…] empty all trashes, or those of the named volumes
   erase PATH…     erase only these entries of a trash
   help [COMMAND]  explain a command
@@ -385,10 +385,10 @@ Exit status:
     </message>
     <message id="cli_help_show">
         <source></source>
-        <translation>Usage: kestrin show [VOLUME] [--sort name|size|date] [--json]
+        <translation>Usage: kestrin show [VOLUME…] [--sort name|size|date] [--json]
 
-Show the entries of one trash or of all: name, size, items that go with
-it, date added, original path. Changes nothing on disk.
+Show the entries of all trashes, or of those of the named volumes: name, size,
+items that go with it, date added, original path. Changes nothing on disk.
 
 VOLUME is the path of a volume, or its name when only one has that name.
 

@@ -23,7 +23,7 @@ constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);
 constexpr std::array<CommandTraits, 5> kCommands{{
     {"help", Command::Help, 0, 1},
     {"list", Command::List, 0, 0},
-    {"show", Command::Show, 0, 1},
+    {"show", Command::Show, 0, kAnyNumber},
     {"empty", Command::Empty, 0, kAnyNumber},
     {"erase", Command::Erase, 1, kAnyNumber},
 }};

@@ -70,7 +70,9 @@ class VolumesTest(EndToEndTest):
         self.succeed("empty", "--yes", "One")
         self.assertEqual([c.names() for c in cans.values()], [[], [b"entry"], [b"entry"]])
         cans["One"].file("entry")
-        self.succeed("empty", "--yes", "One", "/media/Two/")
+        both = ["One", "/media/Two/"]
+        self.assertEqual(len(self.succeed("show", "--json", *both).json), 2)
+        self.succeed("empty", "--yes", *both)
         self.assertEqual([c.names() for c in cans.values()], [[], [], [b"entry"]])
         self.assertEqual(self.trash.names(), [b"entry"])
         run = self.succeed("empty", "--yes", "--json")
