@@ -835,6 +835,46 @@ Examples:
         <source></source>
         <translation>Super</translation>
     </message>
+    <message id="kind_all">
+        <source></source>
+        <translation>All kinds</translation>
+    </message>
+    <message id="kind_archives">
+        <source></source>
+        <translation>Archives</translation>
+    </message>
+    <message id="kind_documents">
+        <source></source>
+        <translation>Documents</translation>
+    </message>
+    <message id="kind_folders">
+        <source></source>
+        <translation>Folders</translation>
+    </message>
+    <message id="kind_fonts">
+        <source></source>
+        <translation>Fonts</translation>
+    </message>
+    <message id="kind_images">
+        <source></source>
+        <translation>Images</translation>
+    </message>
+    <message id="kind_movies">
+        <source></source>
+        <translation>Movies</translation>
+    </message>
+    <message id="kind_other">
+        <source></source>
+        <translation>Other</translation>
+    </message>
+    <message id="kind_sounds">
+        <source></source>
+        <translation>Sounds</translation>
+    </message>
+    <message id="kind_text">
+        <source></source>
+        <translation>Text</translation>
+    </message>
     <message id="label_blue">
         <source></source>
         <translation>Blue</translation>

@@ -25,5 +25,8 @@ struct ItemKind {
 ItemKind kindOfItem(std::string_view name, std::uint32_t mode);
 /// Its type identifier alone, which costs microseconds.
 std::string typeOfItem(std::string_view name, std::uint32_t mode);
+/// Whether a type is plain text with a meaning of its own (source code, XML, settings): the MIME
+/// database derives it from "text/plain". Thread: any.
+bool isPlainTextType(const std::string& typeIdentifier);
 
 }  // namespace kestrin

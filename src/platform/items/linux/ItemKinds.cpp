@@ -84,4 +84,10 @@ std::string typeOfItem(std::string_view name, std::uint32_t mode) {
     return typeOf(name, mode).name().toStdString();
 }
 
+bool isPlainTextType(const std::string& typeIdentifier) {
+    const QMimeDatabase database;
+    return database.mimeTypeForName(QString::fromStdString(typeIdentifier))
+        .inherits(QStringLiteral("text/plain"));
+}
+
 }  // namespace kestrin
