@@ -5,15 +5,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "base/FileUrl.h"
 
 namespace kestrin {
-
-/// The folders of shared data, the user's own first: $XDG_DATA_HOME, then those of $XDG_DATA_DIRS
-/// (default /usr/local/share and /usr/share).
-std::vector<FileUrl> dataFolders();
 
 /// The desktop entry with the id `identifier`, with or without ".desktop": the first in the
 /// `applications` folders. A "-" in the id may stand for a subfolder, after the FreeDesktop.org

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "base/FileUrl.h"
 #include "base/HomeFolder.h"
@@ -11,6 +12,9 @@ namespace kestrin {
 
 /// $XDG_DATA_HOME when it is an absolute path, else "~/.local/share".
 std::string dataHomeFolder();
+/// The folders of shared data, the user's own first: dataHomeFolder(), then those of $XDG_DATA_DIRS
+/// (default /usr/local/share and /usr/share).
+std::vector<FileUrl> dataFolders();
 
 enum class Place {
     Logs,          ///< root of the erase logs: $XDG_STATE_HOME/Kestrin 3, else ~/.local/state/…

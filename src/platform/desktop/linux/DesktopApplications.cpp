@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/desktop/DesktopApplications.h"
 
-#include <cstdlib>
-
 #include "platform/desktop/Places.h"
 #include "platform/items/ItemAttributes.h"
 #include "platform/items/KeyFile.h"
@@ -38,19 +36,6 @@ std::optional<FileUrl> findEntry(const FileUrl& folder, std::string_view id) {
 }
 
 }  // namespace
-
-std::vector<FileUrl> dataFolders() {
-    std::vector<FileUrl> folders{FileUrl::fromPath(dataHomeFolder())};
-    const char* variable = std::getenv("XDG_DATA_DIRS");
-    std::string_view list = variable && *variable ? variable : "/usr/local/share:/usr/share";
-    while (!list.empty()) {
-        const std::size_t colon = list.find(':');
-        const std::string_view folder = list.substr(0, colon);
-        if (folder.starts_with('/')) folders.push_back(FileUrl::fromPath(std::string(folder)));
-        list.remove_prefix(colon == std::string_view::npos ? list.size() : colon + 1);
-    }
-    return folders;
-}
 
 std::optional<FileUrl> desktopEntryWithId(std::string_view identifier) {
     if (identifier.ends_with(kSuffix)) identifier.remove_suffix(kSuffix.size());

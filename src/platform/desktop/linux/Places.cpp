@@ -39,6 +39,19 @@ std::string dataHomeFolder() {
     return folderOrBelowHome("XDG_DATA_HOME", ".local/share").path();
 }
 
+std::vector<FileUrl> dataFolders() {
+    std::vector<FileUrl> folders{FileUrl::fromPath(dataHomeFolder())};
+    const char* variable = std::getenv("XDG_DATA_DIRS");
+    std::string_view list = variable && *variable ? variable : "/usr/local/share:/usr/share";
+    while (!list.empty()) {
+        const std::size_t colon = list.find(':');
+        const std::string_view folder = list.substr(0, colon);
+        if (folder.starts_with('/')) folders.push_back(FileUrl::fromPath(std::string(folder)));
+        list.remove_prefix(colon == std::string_view::npos ? list.size() : colon + 1);
+    }
+    return folders;
+}
+
 FileUrl location(Place place) {
     switch (place) {
         case Place::Logs:

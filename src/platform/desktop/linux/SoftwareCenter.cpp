@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/desktop/DesktopApplications.h"
+#include "platform/desktop/Places.h"
 #include "platform/items/ItemAttributes.h"
 #include "platform/items/KeyFile.h"
 

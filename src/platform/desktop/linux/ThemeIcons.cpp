@@ -5,7 +5,6 @@
 #include <charconv>
 #include <cstdlib>
 
-#include "platform/desktop/DesktopApplications.h"
 #include "platform/desktop/Places.h"
 #include "platform/items/ItemAttributes.h"
 #include "platform/items/KeyFile.h"

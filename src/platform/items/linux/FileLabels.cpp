@@ -5,6 +5,7 @@
 #include <array>
 #include <string>
 
+#include "base/AsciiCase.h"
 #include "platform/items/ItemAttributes.h"
 
 namespace kestrin {
@@ -17,9 +18,7 @@ constexpr std::array kFinderInformation{"user.com.apple.FinderInfo", "osx.com.ap
 
 /// The names of labels and tags are ASCII, and no other character folds to one of their letters.
 bool isCaseFolded(std::string_view tag, std::string_view name) {
-    return std::ranges::equal(tag, name, {}, [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
+    return std::ranges::equal(tag, name, {}, smallLetter);
 }
 
 std::string_view withoutSpaces(std::string_view text) {

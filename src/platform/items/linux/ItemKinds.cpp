@@ -7,11 +7,17 @@
 #include <QMimeType>
 #include <algorithm>
 #include <array>
+#include <utility>
+
+#include "base/AsciiCase.h"
+#include "platform/items/MimeGlobs.h"
 
 namespace kestrin {
 namespace {
 
 using namespace std::string_view_literals;
+
+constexpr std::string_view kUnknownType = "application/octet-stream";
 
 // Folders that other systems and their programs treat as one document, which reach a Linux
 // disk by external volumes and shares.
@@ -26,15 +32,6 @@ constexpr std::array kBundleExtensions = {
     "xcodeproj"sv, "xcworkspace"sv, "xpc"sv,
     // clang-format on
 };
-
-std::string lowerCase(std::string_view text) {
-    std::string lower(text);
-    // This is not tolower(), because the bytes of a name have no locale.
-    for (char& letter : lower) {
-        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-    }
-    return lower;
-}
 
 const char* inodeType(std::uint32_t mode) {
     switch (mode & S_IFMT) {
@@ -55,25 +52,16 @@ const char* inodeType(std::uint32_t mode) {
     }
 }
 
-QMimeType typeOf(std::string_view name, std::uint32_t mode) {
-    const QMimeDatabase database;
-    if (const char* inode = inodeType(mode)) {
-        return database.mimeTypeForName(QLatin1String(inode));
-    }
-    // The decoded name is only compared with patterns.
-    const QString text = QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
-    return database.mimeTypeForFile(text, QMimeDatabase::MatchExtension);
-}
-
 }  // namespace
 
 bool isBundleExtension(std::string_view extension) {
-    return std::ranges::find(kBundleExtensions, lowerCase(extension)) != kBundleExtensions.end();
+    return std::ranges::find(kBundleExtensions, smallLetters(extension)) != kBundleExtensions.end();
 }
 
 ItemKind kindOfItem(std::string_view name, std::uint32_t mode) {
-    const QMimeType type = typeOf(name, mode);
-    ItemKind kind{type.name().toStdString(), type.comment().toStdString(), {}};
+    std::string identifier = typeOfItem(name, mode);
+    const QMimeType type = QMimeDatabase().mimeTypeForName(QString::fromStdString(identifier));
+    ItemKind kind{std::move(identifier), type.comment().toStdString(), {}};
     if (S_ISDIR(mode)) kind.iconNames.emplace_back("folder");
     kind.iconNames.push_back(type.iconName().toStdString());
     kind.iconNames.push_back(type.genericIconName().toStdString());
@@ -81,7 +69,10 @@ ItemKind kindOfItem(std::string_view name, std::uint32_t mode) {
 }
 
 std::string typeOfItem(std::string_view name, std::uint32_t mode) {
-    return typeOf(name, mode).name().toStdString();
+    if (const char* inode = inodeType(mode)) return inode;
+    const auto globs = MimeGlobs::shared();
+    const std::string_view type = globs->typeOfName(name);
+    return std::string(type.empty() ? kUnknownType : type);
 }
 
 bool isPlainTextType(const std::string& typeIdentifier) {

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Letters of names and tables, which are bytes: unlike tolower() it knows no locale, so that an
+// answer is the same on every machine, and what is no ASCII stays as it is.
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+namespace kestrin {
+
+constexpr char smallLetter(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+inline std::string smallLetters(std::string_view text) {
+    std::string small(text);
+    std::ranges::transform(small, small.begin(), smallLetter);
+    return small;
+}
+
+}  // namespace kestrin
