@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "base/FileUrl.h"
+#include "platform/items/FinderInformation.h"
 
 namespace kestrin {
 
@@ -36,7 +37,7 @@ std::int8_t fileLabelOf(const FileUrl& item);
 /// The label that a list of tags, joined by commas, gives: that of the first tag which names one,
 /// whatever its case. None when no tag does.
 std::optional<std::int8_t> fileLabelFromTags(std::string_view tags);
-/// The label in Finder information, which are 32 bytes; 0 for bytes that are no such information.
-std::int8_t fileLabelFromFinderInformation(std::string_view bytes);
+/// The label that three bits of the flags number.
+std::int8_t fileLabelFromFinderInformation(const FinderInformation& information);
 
 }  // namespace kestrin

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "base/FileUrl.h"
@@ -37,12 +39,15 @@ bool pathExists(const std::string& path);
 /// Where a symbolic link points, as its bytes say. Errors: not a link, unreadable.
 Result<std::string> symbolicLinkDestination(const FileUrl& link);
 
-/// An extended attribute's bytes, read without following links; none when absent or unreadable.
+/// An extended attribute's bytes, read without following links. None when it is absent or
+/// unreadable, and errno says why.
 std::optional<std::string> extendedAttribute(const FileUrl& item, const char* name);
 
-/// True when the item's name is listed in the `.hidden` file of its folder (one name a line); that
-/// file is read when it is a regular one. Inside a trash folder the list is not looked at, so that
-/// trashed data decides nothing.
+/// The names that the `.hidden` file of the folder lists (one a line); that file is read when it is
+/// a regular one of at most 1 MiB. Inside a trash folder it is not looked at, so that trashed data
+/// decides nothing.
+std::set<std::string, std::less<>> namesListedAsHidden(const FileUrl& folder);
+/// True when the list of the item's folder has its name.
 bool isListedAsHidden(const FileUrl& item);
 
 }  // namespace kestrin

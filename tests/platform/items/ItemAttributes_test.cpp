@@ -55,9 +55,9 @@ TEST(ItemAttributes, TheFirstTagThatNamesALabelCountsAndElseTheFinderInformation
     std::string finder(32, '\0');
     finder[8] = '\x0e';  // flags of other things, around the three bits
     finder[9] = '\xf1' | (7 << 1);
-    EXPECT_EQ(fileLabelFromFinderInformation(finder), 7);
-    EXPECT_EQ(fileLabelFromFinderInformation(finder.substr(1)), 0);
-    EXPECT_EQ(fileLabelFromFinderInformation(std::string(60000, '\xff')), 0);
+    EXPECT_EQ(fileLabelFromFinderInformation(*finderInformationFrom(finder)), 7);
+    for (const std::string& none : {finder.substr(1), std::string(60000, '\xff')})
+        EXPECT_FALSE(finderInformationFrom(none)) << none.size();
 
     const ScratchFolder scratch;
     const auto labelWith = [&](const char* name, std::string_view value) {

@@ -2,7 +2,6 @@
 #include "platform/items/FileLabels.h"
 
 #include <algorithm>
-#include <array>
 #include <string>
 
 #include "base/AsciiCase.h"
@@ -11,10 +10,7 @@
 namespace kestrin {
 namespace {
 
-constexpr std::size_t kFinderInformationSize = 32;
-constexpr std::size_t kLabelByte = 9;  // the low one of the flags, which are big endian
 constexpr const char* kTags = "user.xdg.tags";
-constexpr std::array kFinderInformation{"user.com.apple.FinderInfo", "osx.com.apple.FinderInfo"};
 
 /// The names of labels and tags are ASCII, and no other character folds to one of their letters.
 bool isCaseFolded(std::string_view tag, std::string_view name) {
@@ -34,19 +30,13 @@ std::optional<std::int8_t> labelOfTag(std::string_view tag) {
     return std::nullopt;
 }
 
-/// What the attribute holds; empty when there is none.
-std::string attribute(const FileUrl& item, const char* name) {
-    return extendedAttribute(item, name).value_or(std::string());
-}
-
 }  // namespace
 
 std::int8_t fileLabelOf(const FileUrl& item) {
-    if (const auto label = fileLabelFromTags(attribute(item, kTags))) return *label;
-    for (const char* const name : kFinderInformation)
-        if (const std::string bytes = attribute(item, name); !bytes.empty())
-            return fileLabelFromFinderInformation(bytes);
-    return 0;
+    const std::string tags = extendedAttribute(item, kTags).value_or(std::string());
+    if (const auto label = fileLabelFromTags(tags)) return *label;
+    const auto information = finderInformationOf(item);
+    return information ? fileLabelFromFinderInformation(*information) : std::int8_t{0};
 }
 
 std::optional<std::int8_t> fileLabelFromTags(std::string_view tags) {
@@ -58,9 +48,8 @@ std::optional<std::int8_t> fileLabelFromTags(std::string_view tags) {
     return std::nullopt;
 }
 
-std::int8_t fileLabelFromFinderInformation(std::string_view bytes) {
-    if (bytes.size() != kFinderInformationSize) return 0;
-    return static_cast<std::int8_t>((static_cast<unsigned char>(bytes[kLabelByte]) >> 1) & 7);
+std::int8_t fileLabelFromFinderInformation(const FinderInformation& information) {
+    return static_cast<std::int8_t>(information.finderFlags >> 1 & 7);
 }
 
 }  // namespace kestrin

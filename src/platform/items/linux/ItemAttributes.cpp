@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <sstream>
 #include <string_view>
 
 #include "platform/items/HostErrors.h"
@@ -67,22 +68,13 @@ bool isTrashName(std::string_view name) {
     return name == "Trash" || name == ".Trash" || name.starts_with(".Trash-");
 }
 
-/// True below ".../Trash/files", ".../.Trash-UID/files" and ".../.Trash/UID/files".
-bool isInsideTrash(const FileUrl& item) {
-    for (FileUrl folder = item.parent(); folder.path().size() > 1; folder = folder.parent()) {
+/// True at and below ".../Trash/files", ".../.Trash-UID/files" and ".../.Trash/UID/files".
+bool isInsideTrash(FileUrl folder) {
+    for (; folder.path().size() > 1; folder = folder.parent()) {
         if (folder.lastPathComponent() != "files") continue;
         const FileUrl trash = folder.parent();
         if (isTrashName(trash.lastPathComponent())) return true;
         if (trash.parent().lastPathComponent() == ".Trash") return true;
-    }
-    return false;
-}
-
-bool hasLine(std::string_view text, std::string_view line) {
-    while (!text.empty()) {
-        const auto end = std::min(text.find('\n'), text.size());
-        if (text.substr(0, end) == line) return true;
-        text.remove_prefix(std::min(end + 1, text.size()));
     }
     return false;
 }
@@ -127,13 +119,20 @@ std::optional<std::string> extendedAttribute(const FileUrl& item, const char* na
     });
 }
 
-bool isListedAsHidden(const FileUrl& item) {
+std::set<std::string, std::less<>> namesListedAsHidden(const FileUrl& folder) {
     constexpr std::size_t kLimit = std::size_t{1} << 20;
-    const std::string_view name = item.lastPathComponent();
-    if (name.empty() || name == "/" || isInsideTrash(item)) return false;
-    const FileUrl list = item.parent().appending(".hidden");
-    const auto text = readRegularFile(AT_FDCWD, list.path().c_str(), kLimit);
-    return text && hasLine(*text, name);
+    if (folder.isEmpty() || isInsideTrash(folder)) return {};
+    const FileUrl list = folder.appending(".hidden");
+    std::istringstream lines(
+        readRegularFile(AT_FDCWD, list.path().c_str(), kLimit).value_or(std::string()));
+    std::set<std::string, std::less<>> names;
+    for (std::string name; std::getline(lines, name);)
+        names.insert(std::move(name));
+    return names;
+}
+
+bool isListedAsHidden(const FileUrl& item) {
+    return namesListedAsHidden(item.parent()).contains(item.lastPathComponent());
 }
 
 }  // namespace kestrin
