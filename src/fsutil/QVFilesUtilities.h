@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The program's questions about files, folders, volumes and trashes. One class, one source file a
-// subject: attributes, lists, bookmarks, paths, images and applications here; volumes, trash
+// subject: attributes, kinds, lists, bookmarks, paths, images and applications here; volumes, trash
 // locations and folder sizes in inventory/. Every query answers false, none, 0 or an empty text
 // when the file system refuses; none reports to the user. Thread: any, but for
 // trashesAndVolumesLocations.
@@ -27,6 +27,7 @@
 
 #include "base/FileUrl.h"
 #include "base/Result.h"
+#include "platform/items/FinderInformation.h"
 
 class QMimeData;
 
@@ -115,6 +116,11 @@ class SizeIterationDelegate {
     virtual std::optional<bool> wasStopped() const = 0;
 };
 
+class QVFilesUtilities;
+/// An operation that gives the flat text of a table of file kinds, and one that gives its list.
+using FlatTableOperation = std::string (QVFilesUtilities::*)() const;
+using ListTableOperation = std::vector<std::string> (QVFilesUtilities::*)() const;
+
 class QVFilesUtilities {
  public:
     static constexpr std::size_t kNotFound = static_cast<std::size_t>(-1);
@@ -162,6 +168,81 @@ class QVFilesUtilities {
     bool isLockedWithURL(const FileUrl& url) const;
     /// True when the attribute was cleared or not set; an ordinary user may not clear it.
     bool unlockWithURL(const FileUrl& url) const;
+
+    // --- Kinds of files (QVFilesUtilities_kinds.cpp) ---
+    // By a type code (0: unknown) and an extension without the full stop (empty: absent). Either
+    // makes a file one of the kind, and both are compared exactly, in upper and lower case.
+
+    /// Of the extensions, neither "PSD" nor "ARW" is one of an image, but "SD" and "AR" are.
+    bool isImage(OSType typeCode, std::string_view extension) const;
+    bool isAACFile(OSType typeCode, std::string_view extension) const;
+    bool isMP3File(OSType typeCode, std::string_view extension) const;
+    bool isSound(OSType typeCode, std::string_view extension) const;
+    /// An extension that is a single blank counts.
+    bool isCompressed(OSType typeCode, std::string_view extension) const;
+    bool isFont(OSType typeCode, std::string_view extension) const;
+
+    /// True when the location has an extension and the list has exactly that one.
+    bool isFileURL(const FileUrl& url, const std::vector<std::string>& inExtensions) const;
+    /// The files with one of the extensions among the locations and directly in the folders among
+    /// them, in the order of the locations, those of a folder by their bytes. Hidden files of a
+    /// folder are left out; packages are neither taken nor looked into, and only regular files
+    /// count. Nothing is taken out that is named twice. `foldersFound` (none: not wanted) gets
+    /// each folder that holds one of them, once.
+    std::vector<FileUrl> actualUrlsArray(const std::vector<FileUrl>& locations,
+                                         const std::vector<std::string>& withExtension,
+                                         std::vector<FileUrl>* foldersFound = nullptr) const;
+    /// The same for absolute paths.
+    std::vector<FileUrl> actualUrlsArray(const std::vector<std::string>& paths,
+                                         const std::vector<std::string>& withExtension,
+                                         std::vector<FileUrl>* foldersFound = nullptr) const;
+    /// The list, and behind it the members of the table that it lacks, in the table's order.
+    std::vector<std::string> extensionsMissingInArray(std::vector<std::string> array,
+                                                      FlatTableOperation withSelector) const;
+    std::vector<std::string> extensionsMissingInArray(std::vector<std::string> array,
+                                                      ListTableOperation withSelector) const;
+    /// The text in Unicode's compatibility decomposition (NFKD). Bytes that are not UTF-8 stay as
+    /// they are.
+    std::string normalizeString(std::string_view text) const;
+    /// What the file's Finder information begins with, all zero when it has none. `error` is 0, or
+    /// 1 when that cannot be read; then all is zero, too. Links are not followed.
+    FinderInformation finderFileInfoWithPath(const std::string& path, int& error) const;
+    /// The file's type code; 0 when it has none or cannot be read.
+    OSType OSTypeWithURL(const FileUrl& url) const;
+
+    // --- Tables of file kinds (QVFilesUtilities_tables.cpp) ---
+    // The members stand in FileKindTables.h. A name that begins with "array" gives texts to show,
+    // of three or four members each, joined by commas (of two when the table has no more). Other
+    // texts are flat: all members joined by commas, type codes in single quotes unless it says
+    // otherwise. Lists have one member an entry.
+
+    std::string imagesTypes() const;
+    std::vector<std::string> imagesOSTypesArray() const;
+    std::vector<std::string> arrayImagesTypes() const;
+    std::string imagesExtensions() const;
+    std::vector<std::string> arrayImagesExtensions() const;
+    std::string imagesForContentCheckTypes() const;
+    std::vector<std::string> arrayImagesForContentCheckTypes() const;  ///< a list
+    std::vector<std::string> imagesContentCheckExtensions() const;
+    std::string musicExtensions() const;
+    std::vector<std::string> arrayMusicExtensions() const;
+    std::string musicOSTypes() const;  ///< without quotes
+    std::vector<std::string> musicOSTypesArray() const;
+    std::vector<std::string> musicForTagCheckExtensions() const;
+    std::vector<std::string> musicForTagCheckTypes() const;
+    std::string moviesExtensions() const;
+    std::vector<std::string> moviesContentCheckExtensions() const;
+    std::vector<std::string> arrayMoviesOSTypes() const;
+    std::vector<std::string> moviesOSTypesArray() const;
+    std::string archiveExtensions() const;
+    std::vector<std::string> archiveOSTYpesArray() const;
+    std::string documentExtensions() const;
+    std::vector<std::string> documentOSTypesArray() const;
+    std::vector<std::string> textExtensions() const;
+    std::vector<std::string> arrayTextExtensions() const;
+    std::vector<std::string> arrayTextOSTypes() const;
+    std::string PDFExtensions() const;
+    std::vector<std::string> arrayPDFOSTypes() const;
 
     // --- Lists and filters (QVFilesUtilities_lists.cpp) ---
 
