@@ -199,7 +199,7 @@ std::vector<std::string> namesBeginningWith(int folder, std::string_view beginni
     constexpr std::size_t kMostNames = 1000;
     std::vector<std::string> names;
     for (ListedName& entry : FolderListing(folder).next(kMostNames)) {
-        if (!entry.isFolder && entry.name.starts_with(beginning))
+        if (!S_ISDIR(entry.mode) && entry.name.starts_with(beginning))
             names.push_back(std::move(entry.name));
     }
     std::sort(names.begin(), names.end());

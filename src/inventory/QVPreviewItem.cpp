@@ -155,7 +155,7 @@ void QVPreviewItem::requestPreviewImageWithValue(double value, const PreviewImag
             if (const auto there = self.lock()) there->takeImage(image);
         });
     };
-    if (entry->isLink) {
+    if (entry->isLink()) {
         m_image->image = makers.icon(*entry, side);
         return post(m_image->image);
     }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "inventory/QVSmartWindowItem.h"
 
+#include <sys/stat.h>
+
 #include <limits>
 
 #include "format/QVDateUtilities.h"
@@ -32,6 +34,14 @@ QString formattedDate(double seconds) {
 
 std::shared_ptr<QVSmartWindowItem> QVSmartWindowItem::item() {
     return std::make_shared<QVSmartWindowItem>();
+}
+
+bool QVSmartWindowItem::isFolder() const {
+    return S_ISDIR(mode);
+}
+
+bool QVSmartWindowItem::isLink() const {
+    return S_ISLNK(mode);
 }
 
 bool QVSmartWindowItem::isDirectory() const {

@@ -56,10 +56,9 @@ class QVSmartWindowItem {
     std::string name;         ///< on disk as exact bytes, which is not the display name
     ItemIdentity identity{};  ///< as listed: another item that has taken the name is not this one
     double dateAdded = 0;     ///< to the trash, seconds since 1 January 2001 UTC; 0 when unknown
-    bool isFolder = false;
-    bool isHidden = false;  ///< lists show it dimmed
-    bool isLink = false;    ///< a symbolic link, wherever that points
-    std::string nameKey;    ///< of the name, by nameSortKey
+    std::uint32_t mode = 0;   ///< its type bits (stat(2)); 0 when they are not known
+    bool isHidden = false;    ///< lists show it dimmed
+    std::string nameKey;      ///< of the name, by nameSortKey
     /// The folder that it was trashed from, exact bytes, shared among the entries from there;
     /// nullptr when unknown.
     std::shared_ptr<const std::string> originalFolder;
@@ -77,6 +76,9 @@ class QVSmartWindowItem {
     /// for it while a trash is listed would make that longer by half.
     std::atomic<std::int8_t> label = kUnknownLabel;
     static constexpr std::int8_t kUnknownLabel = -1;
+
+    bool isFolder() const;  ///< false for a symbolic link, wherever that points
+    bool isLink() const;
 
     /// The location, made at the call; none without a trash.
     FileUrl url() const { return trash ? trash->appending(name) : FileUrl(); }

@@ -119,17 +119,16 @@ std::shared_ptr<QVSmartWindowItem> TrashReader::itemOf(ListedName name) {
     item->trash = m_trash;
     item->name = std::move(entry->name);
     item->identity = entry->identity;
-    item->isFolder = entry->isFolder;
+    item->mode = entry->mode;
     item->isHidden = item->name.starts_with('.');
-    item->isLink = entry->isLink;
     item->nameKey = nameSortKey(item->name);
     if (const auto record = m_folder.recordOf(item->name, m_volume)) takeRecord(*record, *item);
-    if (!entry->isFolder) {
+    if (!item->isFolder()) {
         item->size = entry->size.value_or(0);
         item->actualCount = entry->size ? 1 : 0;
     }
     // What is mounted on a folder is not of this trash, and is not measured.
-    item->isMeasured = !entry->isFolder || entry->isMountRoot;
+    item->isMeasured = !item->isFolder() || entry->isMountRoot;
     return item;
 }
 

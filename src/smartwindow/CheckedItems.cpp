@@ -10,7 +10,7 @@ namespace {
 
 /// 1 for a folder, which its count of entries leaves out.
 std::uint64_t itself(const QVSmartWindowItem& item) {
-    return item.isFolder ? 1 : 0;
+    return item.isFolder() ? 1 : 0;
 }
 
 QVItemToErase itemToErase(const QVSmartWindowItem& item) {
@@ -19,7 +19,7 @@ QVItemToErase itemToErase(const QVSmartWindowItem& item) {
             .identity = item.identity,
             .size = item.size,
             .count = item.actualCount + itself(item),
-            .isDirectory = item.isFolder};
+            .isDirectory = item.isFolder()};
 }
 
 SharedItemList checkedChildren(const QVSourceItem& source) {

@@ -176,7 +176,7 @@ QVariant ContentListModel::checkData(const QVSmartWindowItem& item, int role) co
 
 QVariant ContentListModel::nameData(const QVSmartWindowItem& item, int role) const {
     if (role == Qt::DisplayRole) return displayName(item.name);
-    if (role == Qt::DecorationRole) return m_icons.iconOf(item.name, item.isFolder);
+    if (role == Qt::DecorationRole) return m_icons.iconOf(item.name, item.mode);
     // For those who hear a row by its name; the cell draws no check box.
     if (role == Qt::CheckStateRole) return item.isMarked ? Qt::Checked : Qt::Unchecked;
     return role == Qt::AccessibleTextRole ? spokenName(item) : QVariant();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QIcon>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -12,8 +13,8 @@ namespace kestrin {
 class QVFilesUtilities;
 
 /// The icons of the desktop's theme, one a kind, each looked up when it is wanted first. An item's
-/// name alone tells its kind: nothing in a trash is asked, so that a list of any length can draw.
-/// Main thread.
+/// name and the type bits of its mode tell its kind: nothing in a trash is asked, so that a list of
+/// any length can draw. Main thread.
 class KindIcons {
  public:
     /// `files` must outlive this.
@@ -22,10 +23,10 @@ class KindIcons {
     KindIcons& operator=(const KindIcons&) = delete;
 
     /// Never a null icon: where the theme has none it is a drawing of the program's own.
-    const QIcon& iconOf(std::string_view name, bool isFolder);
+    const QIcon& iconOf(std::string_view name, std::uint32_t mode);
 
  private:
-    QIcon makeIcon(std::string_view name, bool isFolder);
+    QIcon makeIcon(std::string_view name, std::uint32_t mode);
 
     const QVFilesUtilities& m_files;
     std::unordered_map<std::string, QIcon> m_icons;  ///< by type identifier

@@ -102,7 +102,7 @@ QWidget* QVContentViewCntrl::makeListPane() {
 
 PreviewServices QVContentViewCntrl::previewServices() {
     const auto iconOf = [this](const QVSmartWindowItem& item) {
-        return m_kindIcons.iconOf(item.name, item.isFolder);
+        return m_kindIcons.iconOf(item.name, item.mode);
     };
     const auto open = [this](const auto& paths) { m_listCntrl->launchPaths(paths); };
     return {.center = m_services.center,

@@ -105,7 +105,7 @@ void addChildren(QVSourceItem& source, const ItemList& items, ItemList& folders)
         if (!item->isMeasured) {
             ++source.gatheringSizeCount;
             folders.push_back(item);
-        } else if (item->isFolder || item->actualCount != 0) {
+        } else if (item->isFolder() || item->actualCount != 0) {
             ++source.count;
             source.size += item->size;
         }
@@ -116,7 +116,7 @@ void addChildren(QVSourceItem& source, const ItemList& items, ItemList& folders)
 void takeFromTotals(QVSourceItem& source, QVSmartWindowItem& item) {
     if (!item.isMeasured.exchange(true)) {
         --source.gatheringSizeCount;
-    } else if (item.isFolder || item.actualCount != 0) {
+    } else if (item.isFolder() || item.actualCount != 0) {
         --source.count;
         source.size -= item.size;
     }

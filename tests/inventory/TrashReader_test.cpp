@@ -74,8 +74,8 @@ TEST_F(TrashReaderTest, TellsOfEachEntryWhatListsShow) {
     EXPECT_EQ(folder.dateAdded, 0);
     EXPECT_FALSE(link.originalFolder);
     EXPECT_TRUE(hidden.isHidden && !file.isHidden);
-    EXPECT_TRUE(folder.isFolder && !folder.isMeasured && folder.actualCount == 0);
-    EXPECT_TRUE(!link.isFolder && link.isMeasured && link.size == 6);
+    EXPECT_TRUE(folder.isFolder() && !folder.isMeasured && folder.actualCount == 0);
+    EXPECT_TRUE(link.isLink() && !link.isFolder() && link.isMeasured && link.size == 6);
     EXPECT_TRUE(file.isMeasured && file.size == 5 && file.actualCount == 1);
     EXPECT_EQ(presenceOf(file.url(), file.identity), ItemPresence::There);
 }
@@ -103,7 +103,8 @@ TEST_F(TrashReaderTest, KeepsWhatItCannotLookAtAndSaysWhatItCannotList) {
     Items items = all();
     ASSERT_EQ(items.size(), 2);
     EXPECT_TRUE(items["file"]->isMeasured && items["file"]->actualCount == 0);
-    EXPECT_TRUE(items["folder"]->isFolder && !items["folder"]->identity.isKnown());
+    EXPECT_EQ(items["file"]->mode, S_IFREG);
+    EXPECT_TRUE(items["folder"]->isFolder() && !items["folder"]->identity.isKnown());
     chmod(files("").c_str(), 0);
     items.clear();
     EXPECT_TRUE(reader()->readAll({}, into(items)));
@@ -115,7 +116,7 @@ TEST_F(TrashReaderTest, TakesNothingOfWhatIsMountedInATrash) {
     const test::TestVolume volume(test::TestVolume::Kind::Tmpfs, files("mounted"));
     ASSERT_TRUE(volume.isMounted());
     Items items = all();
-    EXPECT_TRUE(items["mounted"]->isFolder && items["mounted"]->isMeasured);
+    EXPECT_TRUE(items["mounted"]->isFolder() && items["mounted"]->isMeasured);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <QLabel>
 #include <algorithm>
@@ -91,10 +92,10 @@ class QVListCntrlTest : public ::testing::Test, protected WindowWorld {
             trash(name, entry);
             auto item = listedItem(entry.substr(0, entry.find('/')));
             item->trash = source->trash;
-            item->isFolder = entry.find('/') != std::string::npos;
-            item->isMeasured = !item->isFolder;
-            item->size = item->isFolder ? 0 : 10;
-            item->actualCount = item->isFolder ? 0 : 1;
+            item->mode = entry.find('/') != std::string::npos ? S_IFDIR : S_IFREG;
+            item->isMeasured = !item->isFolder();
+            item->size = item->isFolder() ? 0 : 10;
+            item->actualCount = item->isFolder() ? 0 : 1;
             item->identity = identityAt(AT_FDCWD, item->path().c_str());
             source->children.push_back(std::move(item));
         }

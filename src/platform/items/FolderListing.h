@@ -19,15 +19,14 @@ namespace kestrin {
 
 /// A name as the folder tells it.
 struct ListedName {
-    std::string name;       ///< exact bytes
-    bool isFolder = false;  ///< false also where the file system does not tell
+    std::string name;        ///< exact bytes
+    std::uint32_t mode = 0;  ///< the type bits of stat(2); 0 where the file system does not tell
 };
 
 /// An entry directly inside a folder.
 struct ListedEntry {
     std::string name;
-    bool isFolder = false;
-    bool isLink = false;       ///< a symbolic link
+    std::uint32_t mode = 0;    ///< the type bits of stat(2); 0 when nobody tells
     bool isMountRoot = false;  ///< something is mounted here
     /// Bytes of a file or of a link itself; 0 for anything else. None when the entry is there and
     /// cannot be looked at.

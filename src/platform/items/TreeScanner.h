@@ -20,6 +20,7 @@ struct ScannedEntry {
     std::uint64_t size = 0;   ///< bytes of a file or link; of a folder the sum of what it holds
     std::uint64_t count = 1;  ///< 1, and for a folder every entry inside it at any depth besides
     bool isDirectory = false;
+    std::uint32_t mode = 0;   ///< its type bits (stat(2)); 0 when nobody tells
     ItemIdentity identity{};  ///< not known when the entry could not be looked at
 };
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "smartwindow/preview/FolderPreview.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <string>
@@ -82,7 +84,7 @@ Preview previewOfFolder(const FileUrl& folder, const ItemIdentity& identity) {
         auto entry = listing.examine(std::move(name));
         if (!entry) continue;  // it has gone meanwhile
         preview.entries.push_back(
-            {std::move(entry->name), entry->size.value_or(0), entry->isFolder});
+            {std::move(entry->name), entry->size.value_or(0), S_ISDIR(entry->mode)});
     }
     return preview;
 }

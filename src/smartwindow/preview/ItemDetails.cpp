@@ -34,10 +34,6 @@ QString kindText(const QVSmartWindowItem& item, std::uint32_t mode) {
     return kind;
 }
 
-std::uint32_t knownMode(const QVSmartWindowItem& item) {
-    return item.isLink ? S_IFLNK : item.isFolder ? S_IFDIR : S_IFREG;
-}
-
 void setLabel(ItemDetails& details, std::int8_t label) {
     details.labelNumber = label;
     details.label =
@@ -61,7 +57,7 @@ ItemDetails detailsWith(const QVSmartWindowItem& item, const ItemFacts& facts) {
 
 ItemDetails knownDetails(const QVSmartWindowItem& item) {
     ItemDetails details{.name = displayName(item.name),
-                        .kind = kindText(item, knownMode(item)),
+                        .kind = kindText(item, item.mode),
                         .dateAdded = dateText(item.dateAdded)};
     if (item.isMeasured)
         details.size =

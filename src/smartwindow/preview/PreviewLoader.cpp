@@ -48,9 +48,9 @@ WantedPreview wantedPreview(const QVSmartWindowItem& item, QSize pixels, DecodeP
         return static_cast<std::uint32_t>(std::clamp(length, 1, int(kLargestPreviewSide)));
     };
     constexpr std::size_t kLongestType = 127;
-    std::string type = typeOfItem(item.name, item.isFolder ? S_IFDIR : S_IFREG);
+    std::string type = typeOfItem(item.name, item.mode);
     if (type.size() > kLongestType) type.clear();
-    return {.item = {item.url(), item.identity, item.isFolder},
+    return {.item = {item.url(), item.identity, item.isFolder()},
             .volume = item.trash ? item.trash->path() : std::string(),
             .request = {.purpose = purpose,
                         .width = side(pixels.width()),

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "smartwindow/preview/QVQuickLookView.h"
 
+#include <sys/stat.h>
+
 #include <QAbstractScrollArea>
 #include <QApplication>
 #include <QBoxLayout>
@@ -208,7 +210,8 @@ QWidget* QVQuickLookView::fillContent() {
         return m_entries;
     }
     m_iconView->setIcon(m_services.iconOf(*m_entry));
-    m_iconView->setReason(previewFaultText(m_preview->fault, m_entry->isFolder, m_services.texts));
+    m_iconView->setReason(
+        previewFaultText(m_preview->fault, m_entry->isFolder(), m_services.texts));
     return m_iconView;
 }
 
@@ -222,7 +225,7 @@ EntriesView& QVQuickLookView::entriesView() {
     const auto iconOfEntry = [this](const PreviewEntry& entry) {
         QVSmartWindowItem item;
         item.name = entry.name;
-        item.isFolder = entry.isFolder;
+        item.mode = entry.isFolder ? S_IFDIR : S_IFREG;
         return m_services.iconOf(item);
     };
     m_entries = new EntriesView(m_services.texts, m_services.numbers, iconOfEntry);

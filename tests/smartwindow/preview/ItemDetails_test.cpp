@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -134,7 +135,7 @@ TEST(ItemDetails, AVolumeThatHangsIsAskedOnceAndKeepsNobodyElseBack) {
 
 TEST(PreviewItem, ImagesAreMadeOnceAndALinksIsThereAtOnce) {
     const PreviewedEntry link("link"), file("file");
-    link.entry->isLink = true;
+    link.entry->mode = S_IFLNK;
     QImage small(3, 3, QImage::Format_RGB32);
     std::atomic<int> thumbnails = 0;
     const PreviewImageMakers makers{[&](const QVSmartWindowItem&, int) { return small; },

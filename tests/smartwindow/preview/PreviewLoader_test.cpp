@@ -69,7 +69,7 @@ class PreviewLoaderTest : public ::testing::Test {
         item->trash = m_trash;
         item->name = name;
         item->identity = identityAt(AT_FDCWD, item->path().c_str());
-        item->isFolder = std::filesystem::is_directory(item->path());
+        item->mode = std::filesystem::is_directory(item->path()) ? S_IFDIR : S_IFREG;
         return item;
     }
     std::shared_ptr<const QVSmartWindowItem> write(const std::string& name,

@@ -70,7 +70,7 @@ std::vector<ListedName> FolderListing::next(std::size_t most) {
     const std::lock_guard lock(m_stream->mutex);
     while (names.size() < most && m_stream->hasMore()) {
         const RawEntry& entry = m_stream->piece[m_stream->taken++];
-        names.push_back({entry.name, entry.type == DT_DIR});
+        names.push_back({entry.name, DTTOIF(entry.type)});
     }
     return names;
 }
@@ -82,17 +82,16 @@ MaybeError FolderListing::error() const {
 }
 
 std::optional<ListedEntry> FolderListing::examine(ListedName name) const {
-    ListedEntry entry{.name = std::move(name.name), .isFolder = name.isFolder, .size = {}};
+    ListedEntry entry{.name = std::move(name.name), .mode = name.mode, .size = {}};
     struct statx status {};
     if (statx(m_folder, entry.name.c_str(),
               AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC,
               kIdentityMask | STATX_SIZE, &status) != 0) {
         return errno == ENOENT ? std::nullopt : std::optional(std::move(entry));
     }
-    entry.isFolder = S_ISDIR(status.stx_mode);
-    entry.isLink = S_ISLNK(status.stx_mode);
+    entry.mode = status.stx_mode & S_IFMT;
     entry.isMountRoot = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
-    const bool hasBytes = S_ISREG(status.stx_mode) || S_ISLNK(status.stx_mode);
+    const bool hasBytes = S_ISREG(entry.mode) || S_ISLNK(entry.mode);
     entry.size = hasBytes ? status.stx_size : 0;
     entry.identity = identityFrom(status, m_stream->inodesLast);
     return entry;

@@ -2,6 +2,7 @@
 #include "platform/items/RemoveNamedFiles.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <string>
@@ -22,7 +23,7 @@ void removeIn(int folder, int depth, const std::function<bool(std::string_view)>
     for (auto names = listing.next(kPiece); !names.empty(); names = listing.next(kPiece)) {
         for (const ListedName& entry : names) {
             if (isMeant(entry.name)) meant.push_back(entry.name);
-            if (entry.isFolder && depth > 0) folders.push_back(entry.name);
+            if (S_ISDIR(entry.mode) && depth > 0) folders.push_back(entry.name);
         }
     }
     for (const std::string& name : meant)

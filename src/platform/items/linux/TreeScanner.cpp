@@ -67,8 +67,7 @@ class Scanner {
         std::vector<RawEntry> entries;
         while (stream.read(m_root, entries, false)) {
             for (const RawEntry& entry : entries) {
-                m_types.push_back(entry.type);
-                m_results.push_back({entry.name});
+                m_results.push_back({.name = entry.name, .mode = DTTOIF(entry.type)});
             }
         }
         if (errno != 0) return errorFromErrno(errno, HostAccess::Read);
@@ -136,10 +135,9 @@ class Scanner {
         std::vector<ScanTask> folders;
         for (std::size_t i = begin; i < end && !m_stop.stop_requested(); ++i) {
             ScannedEntry& result = m_results[i];
-            result.isDirectory = m_types[i] == DT_DIR;
             struct statx status {};
             if (examine(m_root, result.name.c_str(), kIdentityMask | STATX_SIZE, status)) {
-                result.isDirectory = S_ISDIR(status.stx_mode);
+                result.mode = status.stx_mode & S_IFMT;
                 result.size = sizeFrom(status);
                 result.identity = identityFrom(status, m_inodesLast);
             } else if (errno == ENOENT) {  // it went after the listing
@@ -147,6 +145,7 @@ class Scanner {
                 m_hasVanished = true;
                 continue;
             }
+            result.isDirectory = S_ISDIR(result.mode);
             if (result.isDirectory) folders.push_back({nullptr, result.name, i, 0});
         }
         std::reverse(folders.begin(), folders.end());
@@ -226,7 +225,6 @@ class Scanner {
     DescriptorCache m_descriptors;
     WorkStack<ScanTask> m_tasks;
     std::vector<ScannedEntry> m_results;
-    std::vector<unsigned char> m_types;       ///< of the results, as the folder told them
     std::atomic<bool> m_hasVanished = false;  ///< some results have lost their names
 };
 

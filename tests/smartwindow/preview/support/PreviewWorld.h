@@ -54,8 +54,8 @@ struct PreviewWorld {
         .open = [this](std::vector<std::string> paths) { opened = std::move(paths); },
         .iconOf =
             [](const QVSmartWindowItem& item) {
-                return QApplication::style()->standardIcon(item.isFolder ? QStyle::SP_DirIcon
-                                                                         : QStyle::SP_FileIcon);
+                return QApplication::style()->standardIcon(item.isFolder() ? QStyle::SP_DirIcon
+                                                                           : QStyle::SP_FileIcon);
             },
         .request =
             [this](PreviewRequest request, PreviewAnswer answer) {
