@@ -37,20 +37,22 @@ std::optional<std::string> unquoted(const std::string& piece) {
 class KindCheck {
  public:
     template <class Codes, class Extensions>
-    KindCheck(const Codes& codes, const Extensions& extensions)
-        : m_extensions(extensions.begin(), extensions.end()) {
-        std::ranges::transform(codes, std::back_inserter(m_codes), typeCodeOf);
-        std::ranges::sort(m_codes);
-        std::ranges::sort(m_extensions);
+    KindCheck(const Codes& codes, const Extensions& extensions) {
+        for (const std::string_view code : codes)
+            m_codes.insert(typeCodeOf(code));
+        for (const std::string_view extension : extensions)
+            m_extensions.emplace(extension);
     }
     bool accepts(OSType code, std::string_view extension) const {
-        return std::ranges::binary_search(m_codes, code) ||
-               std::ranges::binary_search(m_extensions, extension);
+        return m_codes.contains(code) || m_extensions.contains(extension);
     }
 
  private:
-    std::vector<OSType> m_codes;
-    Texts m_extensions;
+    struct Hash : std::hash<std::string_view> {
+        using is_transparent = void;
+    };
+    std::unordered_set<OSType> m_codes;
+    std::unordered_set<std::string, Hash, std::equal_to<>> m_extensions;
 };
 
 KindCheck imageCheck(const QVFilesUtilities& utilities) {
