@@ -9,6 +9,7 @@
 #include <unordered_map>
 
 #include "base/StringTable.h"
+#include "fsutil/FileKindTables.h"
 #include "platform/items/ItemKinds.h"
 
 namespace kestrin {
@@ -18,7 +19,7 @@ using namespace std::string_view_literals;
 
 // --- What type is of what kind ---
 // A pattern is the name of a type, or the beginning of several with a "*" behind it. What no line
-// names is Text when it is derived from plain text, else Other.
+// names is Text when it is derived from plain text. Else the extension alone decides.
 
 // clang-format off
 constexpr std::array kDocuments = {
@@ -135,12 +136,43 @@ bool matches(std::string_view pattern, std::string_view type) {
     return type.starts_with(pattern.substr(0, pattern.size() - 1));
 }
 
-EntryKind kindOfType(const std::string& type) {
+std::optional<EntryKind> kindOfType(const std::string& type) {
     for (const TypesOfKind& line : kTypes) {
         const auto matchesType = [&](std::string_view pattern) { return matches(pattern, type); };
         if (std::ranges::any_of(line.patterns, matchesType)) return line.kind;
     }
-    return isPlainTextType(type) ? EntryKind::Text : EntryKind::Other;
+    return isPlainTextType(type) ? std::optional(EntryKind::Text) : std::nullopt;
+}
+
+struct ExtensionsOfKind {
+    EntryKind kind;
+    ExtensionTable table;
+};
+/// The first line with the extension decides: "mpg" is a movie though it is listed as a sound, too,
+/// and "rtfd" is a document though it is listed as text.
+constexpr std::array kExtensions = {
+    // clang-format off
+    ExtensionsOfKind{EntryKind::Images, ExtensionTable::Images},
+    ExtensionsOfKind{EntryKind::Movies, ExtensionTable::Movies},
+    ExtensionsOfKind{EntryKind::Sounds, ExtensionTable::Sounds},
+    ExtensionsOfKind{EntryKind::Archives, ExtensionTable::Archives},
+    ExtensionsOfKind{EntryKind::Documents, ExtensionTable::Documents},
+    ExtensionsOfKind{EntryKind::Text, ExtensionTable::Text},
+    ExtensionsOfKind{EntryKind::Fonts, ExtensionTable::Fonts},
+    // clang-format on
+};
+
+/// The kind by what stands behind the last full stop, if anything does on both of its sides.
+EntryKind kindOfExtension(std::string_view name) {
+    const std::size_t stop = name.rfind('.');
+    if (stop == std::string_view::npos || stop == 0 || stop + 1 == name.size())
+        return EntryKind::Other;
+    const std::string_view extension = name.substr(stop + 1);
+    const auto hasIt = [&](const ExtensionsOfKind& line) {
+        return isListed(line.table, extension);
+    };
+    const auto found = std::ranges::find_if(kExtensions, hasIt);
+    return found == kExtensions.end() ? EntryKind::Other : found->kind;
 }
 
 // --- What kinds are called ---
@@ -167,10 +199,10 @@ EntryKind entryKindOf(std::string_view name, std::uint32_t mode) {
     if (S_ISDIR(mode)) return EntryKind::Folders;
     if (!S_ISREG(mode)) return EntryKind::Other;
     // A trash has entries by the hundred thousand, and of a few types.
-    thread_local std::unordered_map<std::string, EntryKind> kinds;
-    const auto [known, isNew] = kinds.try_emplace(typeOfItem(name, S_IFREG), EntryKind::Other);
+    thread_local std::unordered_map<std::string, std::optional<EntryKind>> kinds;
+    const auto [known, isNew] = kinds.try_emplace(typeOfItem(name, S_IFREG));
     if (isNew) known->second = kindOfType(known->first);
-    return known->second;
+    return known->second ? *known->second : kindOfExtension(name);
 }
 
 std::string_view kindWord(EntryKind kind) {

@@ -29,7 +29,8 @@ inline constexpr std::array kEntryKinds = {
 
 /// The kind of an entry with the exact name `name` and the type bits of `mode` (stat(2)). A regular
 /// file is of the kind to which the type belongs that the shared MIME database gives its name, in
-/// any case of letters; nothing is opened. An entry whose type bits are not known is Other.
+/// any case of letters. Where that tells nothing the tables of extensions are asked. Nothing is
+/// opened. An entry whose type bits are not known is Other.
 EntryKind entryKindOf(std::string_view name, std::uint32_t mode);
 
 /// The word for a kind on the command line and in JSON: "images", "sounds", and so on to "other".

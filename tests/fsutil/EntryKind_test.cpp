@@ -111,7 +111,14 @@ TEST(EntryKind, OfWhatIsNoRegularFileDoesNotGoByItsName) {
     EXPECT_EQ(entryKindOf("a.jpg", S_IFDIR | 0700), Folders);
     EXPECT_EQ(entryKindOf("Library.photoslibrary", S_IFDIR), Folders);
     EXPECT_EQ(entryKindOf("\xff\n.JPG", S_IFREG), Images);
-    for (const char* plain : {"", ".", "..", "jpg", ".jpg", "a.", "a.jpg.", "a.jpg~", "\xff"})
+    // Of these the database says nothing, and the tables of extensions do.
+    const std::map<std::string, EntryKind> listed = {
+        {"a.FPIX", Images},  {"a.m75", Movies},     {"a.swa", Sounds},  {"a.BIN", Archives},
+        {"a.sea", Archives}, {"a.rtfd", Documents}, {"a.WEBLOC", Text}, {"a.dfont", Fonts}};
+    for (const auto& [name, kind] : listed)
+        EXPECT_EQ(entryKindOf(name, S_IFREG), kind) << name;
+    for (const char* plain :
+         {"", ".", "..", "jpg", ".jpg", "a.", "a.jpg.", "a.jpg~", "\xff", ".bin", "bin", "a.fpix."})
         EXPECT_EQ(entryKindOf(plain, S_IFREG), Other) << plain;
 }
 
