@@ -69,27 +69,30 @@ std::vector<Name> makeNames() {
 
 bool measureTables(const std::vector<Name>& names) {
     using Check = bool (QVFilesUtilities::*)(OSType, std::string_view) const;
-    const std::array<std::pair<const char*, Check>, 6> checks{
-        {{"isImage", &QVFilesUtilities::isImage},
-         {"isAACFile", &QVFilesUtilities::isAACFile},
-         {"isMP3File", &QVFilesUtilities::isMP3File},
-         {"isSound", &QVFilesUtilities::isSound},
-         {"isCompressed", &QVFilesUtilities::isCompressed},
-         {"isFont", &QVFilesUtilities::isFont}}};
+    struct NamedCheck {
+        const char* name;
+        Check check;
+    };
+    const std::array<NamedCheck, 6> checks{{{"isImage", &QVFilesUtilities::isImage},
+                                            {"isAACFile", &QVFilesUtilities::isAACFile},
+                                            {"isMP3File", &QVFilesUtilities::isMP3File},
+                                            {"isSound", &QVFilesUtilities::isSound},
+                                            {"isCompressed", &QVFilesUtilities::isCompressed},
+                                            {"isFont", &QVFilesUtilities::isFont}}};
     const QVFilesUtilities utilities;
     bool isFast = true;
-    for (const auto& [what, check] : checks) {
+    for (const NamedCheck& named : checks) {
         std::size_t found = 0;
         double shortest = 1e9;  // of several: other programs only ever make it longer
         for (int round = 0; round < 5; ++round) {
             found = 0;
-            shortest = std::min(shortest, milliseconds([&] {
-                                    for (const Name& name : names)
-                                        found +=
-                                            (utilities.*check)(name.code, name.extension) ? 1 : 0;
-                                }));
+            shortest = std::min(
+                shortest, milliseconds([&] {
+                    for (const Name& name : names)
+                        found += (utilities.*named.check)(name.code, name.extension) ? 1 : 0;
+                }));
         }
-        isFast = report(what, shortest, kTablesLimit) && isFast;
+        isFast = report(named.name, shortest, kTablesLimit) && isFast;
         std::printf("%8zu\n", found);
     }
     return isFast;

@@ -18,21 +18,21 @@ using KindTable = std::array<std::string_view, count>;
 // --- What makes one table of another; a name that the table does not have does not compile ---
 
 template <std::size_t count>
-consteval std::size_t placeIn(const KindTable<count>& table, std::string_view member) {
+constexpr std::size_t placeIn(const KindTable<count>& table, std::string_view member) {
     const auto found = std::ranges::find(table, member);
     if (found == table.end()) throw "the table has no such member";
     return static_cast<std::size_t>(found - table.begin());
 }
 
 template <std::size_t first, std::size_t second>
-consteval auto joined(const KindTable<first>& table, const KindTable<second>& behind) {
+constexpr auto joined(const KindTable<first>& table, const KindTable<second>& behind) {
     KindTable<first + second> both;
     std::ranges::copy(behind, std::ranges::copy(table, both.begin()).out);
     return both;
 }
 
 template <std::size_t count>
-consteval auto without(const KindTable<count>& table, std::string_view member) {
+constexpr auto without(const KindTable<count>& table, std::string_view member) {
     KindTable<count - 1> rest;
     const auto at = table.begin() + placeIn(table, member);
     std::copy(at + 1, table.end(), std::copy(table.begin(), at, rest.begin()));
@@ -40,7 +40,7 @@ consteval auto without(const KindTable<count>& table, std::string_view member) {
 }
 
 template <std::size_t count>
-consteval auto withAfter(const KindTable<count>& table, std::string_view member,
+constexpr auto withAfter(const KindTable<count>& table, std::string_view member,
                          std::string_view added) {
     KindTable<count + 1> more;
     const auto behind = table.begin() + placeIn(table, member) + 1;
@@ -51,7 +51,7 @@ consteval auto withAfter(const KindTable<count>& table, std::string_view member,
 }
 
 template <std::size_t count>
-consteval auto withInstead(KindTable<count> table, std::string_view member,
+constexpr auto withInstead(KindTable<count> table, std::string_view member,
                            std::string_view other) {
     table[placeIn(table, member)] = other;
     return table;
@@ -161,13 +161,13 @@ inline constexpr KindTable<3> kFontTypes{"FFIL", "LWFN", "tfil"};
 inline constexpr KindTable<3> kFontExtensions{"ttf", "dfont", "otf"};
 // clang-format on
 
-/// The tables of extensions, as one asks them who does not mind how a name is spelled.
+/// The tables of extensions, for callers to whom upper and lower case are the same.
 enum class ExtensionTable : std::uint8_t {
     Images,
-    Sounds,  ///< of music, and what else counts as a sound; "mpg" is one and a movie, too
+    Sounds,  ///< music, and what isSound accepts, "mpg" among them, which is a movie, too
     Movies,
     Archives,
-    Documents,  ///< PDF files, too
+    Documents,  ///< with PDF files
     Text,
     Fonts,
 };

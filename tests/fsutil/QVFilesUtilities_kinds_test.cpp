@@ -86,7 +86,7 @@ TEST(FileKinds, TablesHoldTheDescribedMembersInTheirForms) {
             const std::string quote = form == "quoted" ? "'" : "";
             std::string text;
             for (const std::string& member : members)
-                text += (text.empty() ? "" : ",") + quote + member + quote;
+                text.append(text.empty() ? "" : ",").append(quote).append(member).append(quote);
             EXPECT_EQ((files.*flat.at(name))(), text);
             EXPECT_EQ(files.extensionsMissingInArray({members[1], "own"}, flat.at(name)).at(2),
                       members[0]);
