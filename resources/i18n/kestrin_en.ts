@@ -626,7 +626,7 @@ Examples:
     </message>
     <message id="empty_no_match_hint">
         <source></source>
-        <translation>Change or clear the filter. What is checked stays checked.</translation>
+        <translation>Clear the text and choose “All kinds” to see every item. What is checked stays checked.</translation>
     </message>
     <message id="empty_no_trash">
         <source></source>
@@ -1552,6 +1552,13 @@ Label: %@</translation>
             <numerusform>&amp;Erase %@ Checked Items…</numerusform>
         </translation>
     </message>
+    <message id="smart_window_erase_hidden" numerus="yes">
+        <source></source>
+        <translation>
+            <numerusform>&amp;Erase %@ Checked Item (%@ Hidden)…</numerusform>
+            <numerusform>&amp;Erase %@ Checked Items (%@ Hidden)…</numerusform>
+        </translation>
+    </message>
     <message id="smart_window_erase_none">
         <source></source>
         <translation>&amp;Erase Checked Items…</translation>
@@ -1570,6 +1577,10 @@ Label: %@</translation>
             <numerusform>%@ of the checked items is hidden by the filter.</numerusform>
             <numerusform>%@ of the checked items are hidden by the filter.</numerusform>
         </translation>
+    </message>
+    <message id="smart_window_kind">
+        <source></source>
+        <translation>Kind of the items that are shown</translation>
     </message>
     <message id="smart_window_loading">
         <source></source>

@@ -22,13 +22,15 @@ char lowerCase(char letter) {
 
 }  // namespace
 
-ItemFilter::ItemFilter(const QString& text) : m_folded(folded(text)) {
+ItemFilter::ItemFilter(const QString& text, std::optional<EntryKind> kind)
+    : m_kind(kind), m_folded(folded(text)) {
     const std::string bytes = m_folded.toStdString();
     if (isAscii(bytes)) m_ascii = bytes;
 }
 
 /// Nearly all names are ASCII; to decode and fold each of 100,000 would take too long.
 bool ItemFilter::isIn(std::string_view bytes) const {
+    if (m_folded.isEmpty()) return true;
     if (!isAscii(bytes)) {
         const auto length = static_cast<qsizetype>(bytes.size());
         return folded(QString::fromUtf8(bytes.data(), length)).contains(m_folded);
@@ -38,8 +40,13 @@ bool ItemFilter::isIn(std::string_view bytes) const {
                                            m_ascii.end(), isSameLetter) != bytes.end();
 }
 
+bool ItemFilter::isOfKind(const QVSmartWindowItem& item) const {
+    return !m_kind || entryKindOf(item.name, item.mode) == *m_kind;
+}
+
 bool ItemFilter::passes(const QVSmartWindowItem& item) const {
-    return isEmpty() || isIn(item.name) || (item.originalFolder && isIn(*item.originalFolder));
+    const bool hasText = isIn(item.name) || (item.originalFolder && isIn(*item.originalFolder));
+    return hasText && isOfKind(item);
 }
 
 SharedItemList ItemFilter::passing(const SharedItemList& items) const {
@@ -53,7 +60,8 @@ SharedItemList ItemFilter::passing(const SharedItemList& items) const {
     };
     auto passing = std::make_shared<ItemList>();
     for (const auto& item : *items)
-        if (isIn(item->name) || folderPasses(item->originalFolder)) passing->push_back(item);
+        if ((isIn(item->name) || folderPasses(item->originalFolder)) && isOfKind(*item))
+            passing->push_back(item);
     if (passing->size() == items->size()) return items;
     return passing;
 }

@@ -176,10 +176,9 @@ void QVListCntrl::sortIsDue() {
     makeRowsAnew();
 }
 
-void QVListCntrl::setFilter(const QString& text) {
-    ItemFilter filter(text);
+void QVListCntrl::setFilter(const ItemFilter& filter) {
     if (filter == m_filter) return;
-    m_filter = std::move(filter);
+    m_filter = filter;
     makeRowsAnew();
     updateCheckedFigures();
 }

@@ -71,8 +71,8 @@ class QVListCntrl : public QObject {
     const std::shared_ptr<QVSourceItem>& sourceItem() const { return m_sourceItem; }
     /// Whether the rows of the shown source have still to come.
     bool isLoading() const { return m_isLoading; }
-    /// Hides the entries of every source whose name and original folder lack `text`. Marks stay.
-    void setFilter(const QString& text);
+    /// Hides the entries of every source that the filter does not pass. Marks stay.
+    void setFilter(const ItemFilter& filter);
     const ItemFilter& filter() const { return m_filter; }
 
     /// The selected entries, in row order.

@@ -4,6 +4,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -21,6 +22,7 @@
 #include "base/StringTable.h"
 #include "base/UserDefaults.h"
 #include "format/QVNumberUtilities.h"
+#include "fsutil/EntryKind.h"
 #include "smartwindow/QVContentTableView.h"
 #include "smartwindow/QVContentViewCntrl.h"
 #include "smartwindow/QVListCntrl.h"
@@ -201,12 +203,7 @@ void QVWindowCntrl::makeToolBar() {
     refresh->setShortcuts(QKeySequence::Refresh);
     connect(refresh, &QAction::triggered, m_sources, &QVSmartWindowSourceViewCntrl::refreshAction);
     m_tools = {{sources, Tool::LeftPane}, {refresh, Tool::Refresh}, {preview, Tool::RightPane}};
-    m_filter = new QLineEdit;
-    m_filter->setClearButtonEnabled(true);
-    m_filter->setMaximumWidth(kFilterWidth);
-    m_filter->setPlaceholderText(texts.text("smart_window_filter"_key));
-    m_filter->setAccessibleName(m_filter->placeholderText());
-    connect(m_filter, &QLineEdit::textChanged, &m_content->listCntrl(), &QVListCntrl::setFilter);
+    makeFilter();
     m_checkedInfo = new QLabel;
     m_checkedInfo->setTextFormat(Qt::PlainText);
     m_checkedInfo->setContentsMargins(kMargin, 0, kMargin, 0);
@@ -215,10 +212,42 @@ void QVWindowCntrl::makeToolBar() {
     colourTools();
     bar->addAction(sources);
     bar->addAction(refresh);
+    bar->addWidget(m_kind);
     bar->addWidget(m_filter);
     bar->addWidget(space);
     bar->addWidget(m_checkedInfo);
     bar->addAction(preview);
+}
+
+void QVWindowCntrl::makeFilter() {
+    const auto& texts = m_services.texts;
+    m_kind = new QComboBox;
+    m_kind->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    m_kind->addItem(texts.text("kind_all"_key));
+    for (const EntryKind kind : kEntryKinds)
+        m_kind->addItem(texts.text(kindTextKey(kind)), int(kind));
+    m_kind->setMaxVisibleItems(m_kind->count());
+    m_kind->setAccessibleName(texts.text("smart_window_kind"_key));
+    m_kind->setToolTip(m_kind->accessibleName());
+    m_filter = new QLineEdit;
+    m_filter->setClearButtonEnabled(true);
+    m_filter->setMaximumWidth(kFilterWidth);
+    m_filter->setPlaceholderText(texts.text("smart_window_filter"_key));
+    m_filter->setAccessibleName(m_filter->placeholderText());
+    connect(m_kind, &QComboBox::currentIndexChanged, this, &QVWindowCntrl::applyFilter);
+    connect(m_filter, &QLineEdit::textChanged, this, &QVWindowCntrl::applyFilter);
+}
+
+void QVWindowCntrl::clearFilter() {
+    m_kind->setCurrentIndex(0);
+    m_filter->clear();
+}
+
+void QVWindowCntrl::applyFilter() {
+    const QVariant kind = m_kind->currentData();
+    m_content->listCntrl().setFilter(ItemFilter(
+        m_filter->text(),
+        kind.isValid() ? std::optional(static_cast<EntryKind>(kind.toInt())) : std::nullopt));
 }
 
 QAction* QVWindowCntrl::addPaneAction(const QString& text, Qt::Key key) {
@@ -248,12 +277,14 @@ void QVWindowCntrl::makeShortcuts() {
         m_filter->setFocus(Qt::ShortcutFocusReason);
         m_filter->selectAll();
     });
-    auto* const leave = new QShortcut(QKeySequence(Qt::Key_Escape), m_filter);
-    leave->setContext(Qt::WidgetShortcut);
-    connect(leave, &QShortcut::activated, this, [this] {
-        m_filter->clear();
-        m_content->tableView().setFocus(Qt::ShortcutFocusReason);
-    });
+    for (QWidget* const part : {static_cast<QWidget*>(m_kind), static_cast<QWidget*>(m_filter)}) {
+        auto* const leave = new QShortcut(QKeySequence(Qt::Key_Escape), part);
+        leave->setContext(Qt::WidgetShortcut);
+        connect(leave, &QShortcut::activated, this, [this] {
+            clearFilter();
+            m_content->tableView().setFocus(Qt::ShortcutFocusReason);
+        });
+    }
     auto* const close = new QShortcut(QKeySequence(QKeySequence::Close), this);
     connect(close, &QShortcut::activated, this, &QWidget::close);
 }
@@ -308,6 +339,7 @@ void QVWindowCntrl::mousePressEvent(QMouseEvent* event) {
 void QVWindowCntrl::showWindow() {
     if (!std::exchange(m_isOpen, true)) {
         restoreFrame();
+        clearFilter();
         show();
         m_sources->viewDidAppear();
     }
@@ -364,8 +396,14 @@ void QVWindowCntrl::showFigures() {
         return StringTable::filled(format, QStringList(number) + more);
     };
     const bool isSome = figures.count != 0;
-    m_eraseBtn->setText(isSome ? text("smart_window_erase"_key, figures.count)
-                               : m_services.texts.text("smart_window_erase_none"_key));
+    if (figures.hiddenCount != 0) {
+        const auto hidden = static_cast<double>(figures.hiddenCount);
+        m_eraseBtn->setText(text("smart_window_erase_hidden"_key, figures.count,
+                                 {m_services.numbers.numberToFormatString(hidden)}));
+    } else {
+        m_eraseBtn->setText(isSome ? text("smart_window_erase"_key, figures.count)
+                                   : m_services.texts.text("smart_window_erase_none"_key));
+    }
     m_checkedInfo->setText(
         isSome ? text("smart_window_checked"_key, figures.count,
                       {m_services.numbers.sizeToFormatString(figures.size, 4, true)})

@@ -11,6 +11,7 @@
 #include "smartwindow/SmartWindowServices.h"
 
 class QAction;
+class QComboBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -39,7 +40,8 @@ class QVWindowCntrl : public QMainWindow {
 
     /// Shows the window in front.
     void showWindow();
-    /// Whether it shows; a closed window keeps what it showed until it is let go.
+    /// Whether it shows; a closed window keeps what it showed, but for the filter, until it is let
+    /// go.
     bool isOpen() const { return m_isOpen; }
     /// To be called when somebody filled or emptied a trash.
     void trashContentsDidChange();
@@ -57,6 +59,9 @@ class QVWindowCntrl : public QMainWindow {
     QWidget* makeBottomBar();
     void openSourceMenu(const QModelIndex& row, const QPoint& place);
     void makeToolBar();
+    void makeFilter();
+    void clearFilter();
+    void applyFilter();
     QAction* addPaneAction(const QString& text, Qt::Key key);
     void colourTools();
     void makeShortcuts();
@@ -75,7 +80,8 @@ class QVWindowCntrl : public QMainWindow {
     QVContentViewCntrl* m_content = nullptr;
     QVSmartWindowSplitViewCntrl* m_splitView = nullptr;
     QVSmartWindowSourceViewCntrl* m_sources = nullptr;
-    QLineEdit* m_filter = nullptr;
+    QComboBox* m_kind = nullptr;      ///< the kind that the list shows; its data is an EntryKind
+    QLineEdit* m_filter = nullptr;    ///< the text that shown entries have
     QLabel* m_checkedInfo = nullptr;  ///< in the toolbar
     QLabel* m_hiddenInfo = nullptr;   ///< beside the erase button
     QPushButton* m_eraseBtn = nullptr;

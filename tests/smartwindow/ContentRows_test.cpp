@@ -2,6 +2,7 @@
 #include "smartwindow/ContentRows.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <QAbstractItemModelTester>
 #include <QScrollBar>
@@ -29,10 +30,11 @@ class ContentRowsTest : public ::testing::Test, protected WindowWorld {
         if (folder) item->originalFolder = std::make_shared<std::string>(folder);
         source->children.push_back(std::move(item));
     }
-    ContentRows rows(std::vector<SortDescriptor> order, const char* filter = "") const {
+    ContentRows rows(std::vector<SortDescriptor> order, const char* filter = "",
+                     std::optional<EntryKind> kind = {}) const {
         return makeRows({.source = source,
                          .order = std::move(order),
-                         .filter = ItemFilter(QString::fromUtf8(filter)),
+                         .filter = ItemFilter(QString::fromUtf8(filter), kind),
                          .sorted = nullptr,
                          .tracked = model.rows()});
     }
@@ -79,6 +81,13 @@ TEST_F(ContentRowsTest, FiltersByNameAndOriginalFolderWhateverTheirCaseAndEncodi
     EXPECT_THAT(passing("NAME"), ElementsAre("bad\xFF Name"));
     EXPECT_THAT(passing("nothing"), IsEmpty());
     EXPECT_EQ(passing("").size(), 3u);
+    for (const std::uint32_t mode : {S_IFREG, S_IFDIR, S_IFLNK, S_IFIFO}) {
+        add("pictures/holiday.png");
+        source->children.back()->mode = mode;
+    }
+    EXPECT_EQ(rows({}, "holiday", EntryKind::Images).shown->size(), 1u);
+    EXPECT_EQ(rows({}, "", EntryKind::Folders).shown->size(), 1u);
+    EXPECT_THAT(*rows({}, "sea", EntryKind::Images).shown, IsEmpty());
 }
 
 TEST_F(ContentRowsTest, OtherRowsKeepSelectionCurrentEntryAndPosition) {

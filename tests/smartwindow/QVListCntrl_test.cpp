@@ -201,7 +201,7 @@ TEST_F(QVListCntrlTest, EverySourceKeepsItsSelectionAndOrderWhileAnotherIsShown)
     EXPECT_TRUE(waitFor([this] { return previewed() == "c b a"; })) << "in the order of the rows";
 
     // What was begun for a source that is shown no more comes to nothing.
-    list->setFilter(QStringLiteral("c"));
+    list->setFilter(ItemFilter(QStringLiteral("c")));
     center.post(Key::kShowSelectedItems, &Key::kShowSelectedItems,
                 UserInfo().set(Key::kSourceItem, camera));
     sources.erase(sources.begin() + 1);
@@ -246,7 +246,7 @@ TEST_F(QVListCntrlTest, AFilterUnchecksNothingAndTypingEndsWithTheLastText) {
     mark({0, 1});
     EXPECT_EQ(list->checkedFigures(), (CheckedFigures{.count = 3, .size = 30}));
     for (const char* text : {"p", "pl", "plu", "pe"})
-        list->setFilter(QString::fromLatin1(text));
+        list->setFilter(ItemFilter(QString::fromLatin1(text)));
     EXPECT_TRUE(waitFor([this] { return list->checkedFigures().hiddenCount == 2; }));
     EXPECT_TRUE(waitFor([this] { return shown().size() == 1; }));
     EXPECT_THAT(shown(), ElementsAre("pear"));
@@ -258,6 +258,8 @@ TEST_F(QVListCntrlTest, AFilterUnchecksNothingAndTypingEndsWithTheLastText) {
     EXPECT_EQ(alerts.models.back().details.count, 5u) << "two headings and three entries";
     alerts.answerSheet(kAlertSecondButton);
     EXPECT_TRUE(ends());
+    list->setFilter(ItemFilter(QString(), EntryKind::Folders));
+    EXPECT_TRUE(waitFor([this] { return list->checkedFigures().hiddenCount == 3; }));
     list->setFilter({});
     EXPECT_EQ(list->checkedFigures(), (CheckedFigures{.count = 3, .size = 30}));
 }

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QComboBox>
 #include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
@@ -129,7 +130,21 @@ TEST_F(QVWindowCntrlTest, tellsWhatIsCheckedAndWhatTheFilterHidesOfIt) {
         });
     };
     EXPECT_TRUE(test::waitFor(isTold));
-    EXPECT_EQ(eraseText(), QStringLiteral("&Erase 2 Checked Items…"));
+    EXPECT_EQ(eraseText(), QStringLiteral("&Erase 2 Checked Items (1 Hidden)…"));
+    auto* const kinds = window->findChild<QComboBox*>();
+    QTest::keyClicks(kinds, QStringLiteral("Fo"));
+    EXPECT_EQ(kinds->currentText(), QStringLiteral("Fonts"));
+    EXPECT_TRUE(test::waitFor(
+        [this] { return eraseText() == QStringLiteral("&Erase 2 Checked Items (2 Hidden)…"); }));
+    kinds->setFocus();
+    QTest::keyClick(kinds, Qt::Key_Escape);
+    EXPECT_TRUE(
+        test::waitFor([this] { return eraseText() == QStringLiteral("&Erase 2 Checked Items…"); }));
+    EXPECT_TRUE(test::waitFor([this] { return table->model()->rowCount() == 2; }));
+    kinds->setCurrentIndex(1);
+    EXPECT_TRUE(window->close());
+    window->showWindow();
+    EXPECT_EQ(kinds->currentText(), QStringLiteral("All kinds"));
 }
 
 TEST_F(QVWindowCntrlTest, namesWhatIsShownInItsTitleWhileTheTrashesAreFoldedAway) {

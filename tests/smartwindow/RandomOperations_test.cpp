@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include <QAbstractItemModelTester>
+#include <QComboBox>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QHeaderView>
@@ -286,6 +287,7 @@ void RandomOperations::step() {
     const auto filter = [this] {
         const QString texts[] = {{}, QStringLiteral("1"), QStringLiteral("HOME/2")};
         m_window->findChild<QLineEdit*>()->setText(texts[pick(3)]);
+        m_window->findChild<QComboBox*>()->setCurrentIndex(static_cast<int>(pick(2) * pick(10)));
     };
     const auto another = [this] {
         m_window->letGo();
