@@ -15,6 +15,10 @@ std::string dataHomeFolder();
 /// The folders of shared data, the user's own first: dataHomeFolder(), then those of $XDG_DATA_DIRS
 /// (default /usr/local/share and /usr/share).
 std::vector<FileUrl> dataFolders();
+/// The folders that hold installed applications, in the order in which they are looked through.
+/// Linux: "applications" in each of the data folders. macOS: "/Applications",
+/// "/Developer/Applications" and "/Network/Applications".
+std::vector<FileUrl> applicationFolders();
 
 enum class Place {
     Logs,          ///< root of the erase logs: $XDG_STATE_HOME/Kestrin 3, else ~/.local/state/…

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/items/SmallFile.h"
 
@@ -28,6 +29,9 @@ class KeyFile {
     /// The text in the user's interface language ("Name[de_DE]", "Name[de]"), or the plain one
     /// where the file does not have it.
     std::string localizedText(std::string_view group, std::string_view key) const;
+    /// The texts of a list, which semicolons separate or end; "\;" is one of a text. Empty texts
+    /// are left out.
+    std::vector<std::string> list(std::string_view group, std::string_view key) const;
     /// True for the value "true".
     bool flag(std::string_view group, std::string_view key) const;
 

@@ -40,8 +40,8 @@ std::optional<FileUrl> findEntry(const FileUrl& folder, std::string_view id) {
 std::optional<FileUrl> desktopEntryWithId(std::string_view identifier) {
     if (identifier.ends_with(kSuffix)) identifier.remove_suffix(kSuffix.size());
     if (!isPlainName(identifier)) return std::nullopt;
-    for (const FileUrl& folder : dataFolders()) {
-        auto entry = findEntry(folder.appending("applications"), identifier);
+    for (const FileUrl& folder : applicationFolders()) {
+        auto entry = findEntry(folder, identifier);
         if (!entry) continue;
         const auto content = KeyFile::read(*entry, LastLink::Follow);
         if (!content || content->flag("Desktop Entry", "Hidden")) return std::nullopt;

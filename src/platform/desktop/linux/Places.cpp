@@ -52,6 +52,13 @@ std::vector<FileUrl> dataFolders() {
     return folders;
 }
 
+std::vector<FileUrl> applicationFolders() {
+    std::vector<FileUrl> folders;
+    for (const FileUrl& folder : dataFolders())
+        folders.push_back(folder.appending("applications"));
+    return folders;
+}
+
 FileUrl location(Place place) {
     switch (place) {
         case Place::Logs:

@@ -12,21 +12,13 @@
 namespace kestrin {
 namespace {
 
-/// Whether one of the desktop entries of a list such as "a.desktop;b.desktop;" is there.
-bool hasEntry(std::string_view list) {
-    while (!list.empty()) {
-        const std::string_view entry = list.substr(0, list.find(';'));
-        if (desktopEntryWithId(entry)) return true;
-        list.remove_prefix(std::min(entry.size() + 1, list.size()));
-    }
-    return false;
-}
-
 bool opensSoftware(const FileUrl& dataFolder) {
     const auto cache =
         KeyFile::read(dataFolder.appending("applications/mimeinfo.cache"), LastLink::Follow);
-    return cache &&
-           hasEntry(cache->rawValue("MIME Cache", "x-scheme-handler/appstream").value_or(""));
+    return cache && std::ranges::any_of(cache->list("MIME Cache", "x-scheme-handler/appstream"),
+                                        [](const std::string& entry) {
+                                            return desktopEntryWithId(entry).has_value();
+                                        });
 }
 
 }  // namespace

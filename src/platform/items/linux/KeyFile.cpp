@@ -3,7 +3,7 @@
 
 #include <QLocale>
 #include <QStringList>
-#include <vector>
+#include <algorithm>
 
 namespace kestrin {
 namespace {
@@ -101,6 +101,20 @@ std::string KeyFile::localizedText(std::string_view group, std::string_view key)
         if (const auto raw = rawValue(group, localizedKey)) return withoutEscapes(*raw);
     }
     return text(group, key);
+}
+
+std::vector<std::string> KeyFile::list(std::string_view group, std::string_view key) const {
+    std::vector<std::string> texts;
+    std::string_view rest = rawValue(group, key).value_or(std::string_view{});
+    while (!rest.empty()) {
+        std::size_t end = 0;
+        while (end < rest.size() && rest[end] != ';')
+            end += rest[end] == '\\' ? 2 : 1;
+        end = std::min(end, rest.size());
+        if (end > 0) texts.push_back(withoutEscapes(rest.substr(0, end)));
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    return texts;
 }
 
 bool KeyFile::flag(std::string_view group, std::string_view key) const {
