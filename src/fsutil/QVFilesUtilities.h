@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The program's questions about files, folders, volumes and trashes. One class, one source file a
-// subject: attributes, kinds, lists, bookmarks, paths, images and applications here; volumes, trash
-// locations and folder sizes in inventory/. Every query answers false, none, 0 or an empty text
-// when the file system refuses; none reports to the user. Thread: any, but for
+// subject: attributes, kinds, lists, bookmarks, paths, images, applications and declared types
+// here; volumes, trash locations and folder sizes in inventory/. Every query answers false, none, 0
+// or an empty text when the file system refuses; none reports to the user. Thread: any, but for
 // trashesAndVolumesLocations.
 #pragma once
 
@@ -16,6 +16,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -28,6 +29,7 @@
 #include "base/FileUrl.h"
 #include "base/Result.h"
 #include "platform/items/FinderInformation.h"
+#include "platform/items/TypeIdentifiers.h"
 
 class QMimeData;
 
@@ -120,6 +122,18 @@ class QVFilesUtilities;
 /// An operation that gives the flat text of a table of file kinds, and one that gives its list.
 using FlatTableOperation = std::string (QVFilesUtilities::*)() const;
 using ListTableOperation = std::vector<std::string> (QVFilesUtilities::*)() const;
+
+/// What all installed applications declare; each value is followed by a comma.
+struct DeclaredTypes {
+    std::string extensionsString;
+    std::string typesString;  ///< type codes
+};
+
+/// The tags of one kind of document, each once.
+struct KindTags {
+    std::vector<std::string> types;  ///< type codes
+    std::vector<std::string> extensions;
+};
 
 class QVFilesUtilities {
  public:
@@ -357,6 +371,30 @@ class QVFilesUtilities {
     /// either. Main thread, `done` too; needs a QGuiApplication.
     void launchItems(std::vector<std::string> paths, LaunchAnswer done,
                      std::chrono::milliseconds patience = std::chrono::seconds(10)) const;
+
+    // --- Types that applications declare (QVFilesUtilities_declared.cpp) ---
+
+    /// The text, to which the document types of an application are appended, each followed by a
+    /// comma: an application bundle's own, or those of a desktop entry's MIME types. A value is
+    /// left out when the text contains it anywhere, in whatever case, and when it tells no
+    /// documents apart ("*", "****", "????", "fold", four blanks); a type code also when it has not
+    /// four characters. The text stays as it is when nothing is declared or can be read.
+    std::string& multiTypesFromURL(const FileUrl& url, TagClass kindOfType,
+                                   std::string& indentifiersString) const;
+    /// Appends to both texts what the applications in the folder and in its subfolders declare, in
+    /// the order of their names. Packages are not entered, nor are links to folders.
+    void iterateFolderDocuments(const FileUrl& folder, std::string& types,
+                                std::string& extensions) const;
+    /// The same of all folders that hold installed applications.
+    DeclaredTypes availableExtensionsAnTypes() const;
+    /// The members of the two texts, which commas separate, by the system's name of their kind; a
+    /// member that the system does not know, as the empty one after a last comma, is of the kind
+    /// "no_file_kind". Type codes of folders are left out. Type codes of less than three characters
+    /// in all are not looked at, nor is an extension text of one. `orderedResult` gets the names in
+    /// the order in which they came first.
+    std::map<QString, KindTags> kindNamesWithTypes(const std::string& types,
+                                                   const std::string& andExtensions,
+                                                   QStringList* orderedResult = nullptr) const;
 
     // --- Volumes and trash locations (inventory/QVFilesUtilities_volumes.cpp) ---
 
