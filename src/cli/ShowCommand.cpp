@@ -105,7 +105,7 @@ void Listing::writeEntry(JsonWriter& json, const ShownEntry& shown) const {
     json.key("count");
     json.number(shown.entry.count);
     json.key("isDirectory");
-    json.boolean(shown.entry.isDirectory);
+    json.boolean(shown.entry.isDirectory());
     json.key("dateAdded");
     json.stringOrNull(stringOrNone(localTimeText(record.deletionDate, 'T')));
     json.key("originalPath");

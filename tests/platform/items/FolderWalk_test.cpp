@@ -131,13 +131,17 @@ TEST(FolderWalk, VisitsNamesAsBytesWithTheirTypesInFoldersOnly) {
     }
 }
 
-/// "name COUNT SIZE" of each entry.
-std::vector<std::string> scanned(const std::string& folder) {
+/// "name COUNT SIZE" of each entry, with a mark of its type behind the name.
+std::vector<std::string> scanned(const std::string& folder,
+                                 const std::function<bool(const ScannedEntry&)>& isWanted = {}) {
+    const std::map<std::uint32_t, std::string> marks{
+        {S_IFDIR, "/"}, {S_IFLNK, "@"}, {S_IFIFO, "|"}};
     std::vector<std::string> entries;
-    const auto result = scanTree(FileUrl::fromPath(folder), {});
+    const auto result = scanTree(FileUrl::fromPath(folder), {}, isWanted);
     for (const ScannedEntry& entry : *result) {
-        entries.push_back(entry.name + (entry.isDirectory ? "/ " : " ") +
-                          std::to_string(entry.count) + " " + std::to_string(entry.size));
+        const std::string mark = entry.mode == S_IFREG ? "" : marks.at(entry.mode);
+        entries.push_back(entry.name + mark + " " + std::to_string(entry.count) + " " +
+                          std::to_string(entry.size));
     }
     return entries;
 }
@@ -196,7 +200,9 @@ TEST(TreeScanner, CountsEveryEntryAtEveryDepthOfItsMountWithoutFollowingLinks) {
 
     EXPECT_THAT(scanned(trash), ::testing::UnorderedElementsAre(
                                     ".hidden 1 3", "folder/ 5 8", "empty/ 1 0", "mounts/ 2 0",
-                                    "link 1 6", "fifo 1 0", "secret/ 1 0"));
+                                    "link@ 1 6", "fifo| 1 0", "secret/ 1 0"));
+    EXPECT_THAT(scanned(trash, [](const auto& entry) { return entry.name[0] == 'f'; }),
+                ::testing::UnorderedElementsAre("folder/ 5 8", "fifo| 1 0"));
     EXPECT_EQ(scanTree(FileUrl::fromPath(trash + "/secret"), {}).error().code,
               kFileReadNoPermission);
     EXPECT_EQ(scanTree(FileUrl::fromPath(trash + "/link"), {}).error().code, ENOTDIR);
@@ -214,7 +220,9 @@ TEST(TreeScanner, ManyEntriesAreCountedOnceAndInTheirOrder) {
     EXPECT_THAT(first, ::testing::Contains("d/ 601 300"));
     std::stop_source stop;
     stop.request_stop();
-    EXPECT_TRUE(scanTree(FileUrl::fromPath(scratch / "trash"), stop.get_token()));
+    const FileUrl trash = FileUrl::fromPath(scratch / "trash");
+    EXPECT_TRUE(scanTree(trash, stop.get_token()));
+    EXPECT_TRUE(scanTree(trash, stop.get_token(), [](const auto&) { return false; })->empty());
 }
 
 }  // namespace

@@ -22,6 +22,8 @@
 namespace kestrin {
 namespace {
 
+using IsWanted = std::function<bool(const ScannedEntry&)>;
+
 /// First-level entries examined by one task.
 constexpr std::size_t kRange = 1024;
 
@@ -60,15 +62,15 @@ std::uint64_t sizeOfEntry(int folder, const RawEntry& entry, bool& isFolder) {
 
 class Scanner {
  public:
-    Scanner(int root, std::stop_token stop) : m_root(root), m_stop(std::move(stop)) {}
+    Scanner(int root, std::stop_token stop, const IsWanted& isWanted)
+        : m_root(root), m_stop(std::move(stop)), m_isWanted(isWanted) {}
 
     MaybeError listFirstLevel() {
         DirectoryStream stream;
         std::vector<RawEntry> entries;
         while (stream.read(m_root, entries, false)) {
-            for (const RawEntry& entry : entries) {
+            for (const RawEntry& entry : entries)
                 m_results.push_back({.name = entry.name, .mode = DTTOIF(entry.type)});
-            }
         }
         if (errno != 0) return errorFromErrno(errno, HostAccess::Read);
         return std::nullopt;
@@ -88,7 +90,8 @@ class Scanner {
             m_tasks.push(ranges);
         }
         if (!m_tasks.isEmpty()) runWorkers();
-        if (m_hasVanished)
+        if (m_isWanted && m_stop.stop_requested()) return {};  // not every one was asked about
+        if (m_hasGaps)
             std::erase_if(m_results, [](const ScannedEntry& entry) { return entry.name.empty(); });
         return std::move(m_results);
     }
@@ -135,21 +138,27 @@ class Scanner {
         std::vector<ScanTask> folders;
         for (std::size_t i = begin; i < end && !m_stop.stop_requested(); ++i) {
             ScannedEntry& result = m_results[i];
-            struct statx status {};
-            if (examine(m_root, result.name.c_str(), kIdentityMask | STATX_SIZE, status)) {
-                result.mode = status.stx_mode & S_IFMT;
-                result.size = sizeFrom(status);
-                result.identity = identityFrom(status, m_inodesLast);
-            } else if (errno == ENOENT) {  // it went after the listing
+            if (!completeFirst(result) || (m_isWanted && !m_isWanted(result))) {
                 result.name.clear();
-                m_hasVanished = true;
-                continue;
+                m_hasGaps = true;
+            } else if (result.isDirectory()) {
+                folders.push_back({nullptr, result.name, i, 0});
             }
-            result.isDirectory = S_ISDIR(result.mode);
-            if (result.isDirectory) folders.push_back({nullptr, result.name, i, 0});
         }
         std::reverse(folders.begin(), folders.end());
         m_tasks.push(folders);
+    }
+
+    /// Adds what one look tells of a first-level entry. False when it went after the listing.
+    bool completeFirst(ScannedEntry& entry) const {
+        struct statx status {};
+        if (!examine(m_root, entry.name.c_str(), kIdentityMask | STATX_SIZE, status)) {
+            return errno != ENOENT;
+        }
+        entry.mode = status.stx_mode & S_IFMT;
+        entry.size = sizeFrom(status);
+        entry.identity = identityFrom(status, m_inodesLast);
+        return true;
     }
 
     void countFolder(ScanTask& task, DirectoryStream& stream) {
@@ -222,19 +231,25 @@ class Scanner {
     const int m_root;
     const bool m_inodesLast = hasLastingInodes(m_root);
     const std::stop_token m_stop;
+    const IsWanted& m_isWanted;
     DescriptorCache m_descriptors;
     WorkStack<ScanTask> m_tasks;
     std::vector<ScannedEntry> m_results;
-    std::atomic<bool> m_hasVanished = false;  ///< some results have lost their names
+    std::atomic<bool> m_hasGaps = false;  ///< some results have lost their names
 };
 
 }  // namespace
 
-Result<std::vector<ScannedEntry>> scanTree(const FileUrl& folder, std::stop_token stop) {
+bool ScannedEntry::isDirectory() const {
+    return S_ISDIR(mode);
+}
+
+Result<std::vector<ScannedEntry>> scanTree(const FileUrl& folder, std::stop_token stop,
+                                           const IsWanted& isWanted) {
     constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
     UniqueFd root(openQuietly(AT_FDCWD, folder.path().c_str(), kFlags));
     if (!root) return errorFromErrno(errno, HostAccess::Read);
-    Scanner scanner(root.get(), std::move(stop));
+    Scanner scanner(root.get(), std::move(stop), isWanted);
     if (auto error = scanner.listFirstLevel()) return *std::move(error);
     return scanner.scan();
 }
