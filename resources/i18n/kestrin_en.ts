@@ -221,6 +221,10 @@
         <source></source>
         <translation>Items</translation>
     </message>
+    <message id="cli_column_kind">
+        <source></source>
+        <translation>Kind</translation>
+    </message>
     <message id="cli_column_name">
         <source></source>
         <translation>Name</translation>
@@ -430,6 +434,10 @@ Examples:
     <message id="cli_no_trash">
         <source></source>
         <translation>No volume with a trash was found.</translation>
+    </message>
+    <message id="cli_none_of_kind">
+        <source></source>
+        <translation>The trash holds nothing of the kind "%@".</translation>
     </message>
     <message id="cli_not_answering">
         <source></source>

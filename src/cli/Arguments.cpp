@@ -34,6 +34,9 @@ constexpr unsigned bit(Command command) {
 constexpr unsigned kErasing = bit(Command::Empty) | bit(Command::Erase);
 constexpr unsigned kEverything = ~0U;
 
+/// The value of "--kind" that stands for entries of every kind.
+constexpr std::string_view kAllKinds = "all";
+
 /// Stores an option; `value` is empty for one that takes none. False when the value is not known.
 using Store = bool (*)(Arguments& arguments, std::string_view value);
 
@@ -56,10 +59,11 @@ constexpr std::array<Choice<RefusedEntries>, 3> kRefusedEntries{{
     {"erase", RefusedEntries::Erase},
 }};
 
-constexpr std::array<Choice<SortOrder>, 3> kSortOrders{{
+constexpr std::array<Choice<SortOrder>, 4> kSortOrders{{
     {"name", SortOrder::Name},
     {"size", SortOrder::Size},
     {"date", SortOrder::Date},
+    {"kind", SortOrder::Kind},
 }};
 
 /// The words of the choices, as a list to be read.
@@ -80,6 +84,18 @@ bool storeChoice(Arguments& arguments, std::string_view value) {
     return true;
 }
 
+std::string kindWords() {
+    std::string words(kAllKinds);
+    for (const EntryKind kind : kEntryKinds)
+        words.append(", ").append(kindWord(kind));
+    return words;
+}
+
+bool storeKind(Arguments& arguments, std::string_view value) {
+    arguments.kind = kindWithWord(value);
+    return arguments.kind || value == kAllKinds;
+}
+
 /// Turns the command into a request for its help page.
 bool storeHelp(Arguments& arguments, std::string_view) {
     arguments.helpTopic = arguments.command;
@@ -92,12 +108,13 @@ bool storeFlag(Arguments& arguments, std::string_view) {
     return arguments.*Flag = true;
 }
 
-constexpr std::array<OptionTraits, 10> kOptions{{
+constexpr std::array<OptionTraits, 11> kOptions{{
     {"-h", kEverything, storeHelp},
     {"--help", kEverything, storeHelp},
     {"--json", kErasing | bit(Command::List) | bit(Command::Show), storeFlag<&Arguments::json>},
     {"--sort", bit(Command::Show), storeChoice<kSortOrders, &Arguments::sort>,
      wordsOf<kSortOrders>},
+    {"--kind", bit(Command::Show), storeKind, kindWords},
     {"--yes", kErasing, storeFlag<&Arguments::yes>},
     {"--dry-run", kErasing, storeFlag<&Arguments::dryRun>},
     {"--no-log", kErasing, storeFlag<&Arguments::noLog>},

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "erase/QVDeleteItems.h"
+#include "fsutil/EntryKind.h"
 
 namespace kestrin {
 
@@ -18,6 +19,7 @@ enum class SortOrder {
     Name,  ///< by bytes, letters of both cases alike
     Size,  ///< largest first
     Date,  ///< newest first, entries without a date last
+    Kind,  ///< in the order of EntryKind
 };
 
 /// A command with its options. Options that a command does not know keep their defaults.
@@ -34,6 +36,7 @@ struct Arguments {
     RefusedEntries locked = RefusedEntries::Ask;
     RefusedEntries forbidden = RefusedEntries::Ask;
     SortOrder sort = SortOrder::Name;
+    std::optional<EntryKind> kind{};  ///< only entries of this kind; none: of every kind
 };
 
 /// Why the words make no command.

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdio>
 #include <ctime>
+#include <functional>
 #include <limits>
 #include <tuple>
 
@@ -27,11 +28,11 @@ bool nameComesFirst(const ShownEntry& left, const ShownEntry& right) {
     return std::tie(a, left.trash) < std::tie(b, right.trash);
 }
 
-/// Sorts descending by a key, then by name.
-template <class Key>
-void sortBy(std::vector<ShownEntry>& entries, Key key) {
+/// Sorts by a key, then by name.
+template <class Order, class Key>
+void sortBy(std::vector<ShownEntry>& entries, Order comesFirst, Key key) {
     std::ranges::sort(entries, [&](const ShownEntry& left, const ShownEntry& right) {
-        if (key(left) != key(right)) return key(left) > key(right);
+        if (key(left) != key(right)) return comesFirst(key(left), key(right));
         return nameComesFirst(left, right);
     });
 }
@@ -48,10 +49,13 @@ void sortEntries(std::vector<ShownEntry>& entries, SortOrder order) {
             std::ranges::sort(entries, nameComesFirst);
             break;
         case SortOrder::Size:
-            sortBy(entries, [](const auto& shown) { return shown.entry.size; });
+            sortBy(entries, std::greater(), [](const auto& shown) { return shown.entry.size; });
             break;
         case SortOrder::Date:
-            sortBy(entries, dateKey);
+            sortBy(entries, std::greater(), dateKey);
+            break;
+        case SortOrder::Kind:
+            sortBy(entries, std::less(), [](const auto& shown) { return shown.kind; });
             break;
     }
 }

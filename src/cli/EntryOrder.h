@@ -9,14 +9,17 @@
 #include <vector>
 
 #include "cli/Arguments.h"
+#include "fsutil/EntryKind.h"
 #include "platform/items/TreeScanner.h"
 
 namespace kestrin {
 
 struct ShownEntry {
     ScannedEntry entry;
-    std::size_t trash = 0;                     ///< index of the trash that holds it
-    std::optional<std::int64_t> deletionDate;  ///< seconds since 1970 UTC; filled in to sort by it
+    std::size_t trash = 0;  ///< index of the trash that holds it
+    // The following are filled in to sort by them.
+    std::optional<std::int64_t> deletionDate{};  ///< seconds since 1970 UTC
+    EntryKind kind = EntryKind::Other;
 };
 
 /// Puts entries in order. Entries that are alike in it are ordered by their names.

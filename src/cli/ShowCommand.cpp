@@ -37,32 +37,36 @@ std::optional<TrashRecord> recordOf(const ShownTrash& trash, const std::string& 
     return trash.records->recordOf(name, trash.location.volumeURL);
 }
 
-/// The trashes with their entries in the order wanted. Records are read when an entry is printed,
+/// The trashes with their entries as they are wanted. Records are read when an entry is printed,
 /// and besides that only to sort by date: a trash may hold a million entries.
 class Listing {
  public:
-    explicit Listing(Console& console) : m_console(console) {}
+    Listing(const Arguments& arguments, Console& console)
+        : m_arguments(arguments), m_console(console) {}
 
     /// False after a complaint: the trash cannot be read.
     bool add(const TrashLocation& location);
-    void sort(SortOrder order);
+    void sort();
     bool isEmpty() const { return m_entries.empty(); }
     void writeJson() const;
     void writeText() const;
 
  private:
     void readDates();
+    bool showsKinds() const { return m_arguments.sort == SortOrder::Kind; }
     void writeEntry(JsonWriter& json, const ShownEntry& shown) const;
     QStringList rowOf(const ShownEntry& shown) const;
+    QStringList headings() const;
     std::vector<Column> columns() const;
 
+    const Arguments& m_arguments;
     Console& m_console;
     std::vector<ShownTrash> m_trashes;
     std::vector<ShownEntry> m_entries;
 };
 
 bool Listing::add(const TrashLocation& location) {
-    Result<std::vector<ScannedEntry>> entries = entriesOfTrash(location.trashURL);
+    Result<std::vector<ScannedEntry>> entries = entriesOfTrash(location.trashURL, m_arguments.kind);
     if (!entries) {
         complainOfTrash(m_console, location.trashURL, entries.error());
         return false;
@@ -71,14 +75,18 @@ bool Listing::add(const TrashLocation& location) {
     m_trashes.push_back({location, records ? std::optional(std::move(*records)) : std::nullopt});
     m_entries.reserve(m_entries.size() + entries->size());
     for (ScannedEntry& entry : *entries) {
-        m_entries.push_back({std::move(entry), m_trashes.size() - 1, std::nullopt});
+        m_entries.push_back({std::move(entry), m_trashes.size() - 1});
     }
     return true;
 }
 
-void Listing::sort(SortOrder order) {
-    if (order == SortOrder::Date) readDates();
-    sortEntries(m_entries, order);
+void Listing::sort() {
+    if (m_arguments.sort == SortOrder::Date) readDates();
+    if (showsKinds()) {
+        for (ShownEntry& shown : m_entries)
+            shown.kind = entryKindOf(shown.entry.name, shown.entry.mode);
+    }
+    sortEntries(m_entries, m_arguments.sort);
 }
 
 void Listing::readDates() {
@@ -106,6 +114,8 @@ void Listing::writeEntry(JsonWriter& json, const ShownEntry& shown) const {
     json.number(shown.entry.count);
     json.key("isDirectory");
     json.boolean(shown.entry.isDirectory());
+    json.key("kind");
+    json.string(kindWord(entryKindOf(shown.entry.name, shown.entry.mode)));
     json.key("dateAdded");
     json.stringOrNull(stringOrNone(localTimeText(record.deletionDate, 'T')));
     json.key("originalPath");
@@ -128,37 +138,48 @@ void Listing::writeJson() const {
 QStringList Listing::rowOf(const ShownEntry& shown) const {
     const TrashRecord record =
         recordOf(m_trashes[shown.trash], shown.entry.name).value_or(TrashRecord());
-    return {displayName(shown.entry.name), m_console.size(shown.entry.size),
-            m_console.number(shown.entry.count),
-            QString::fromStdString(localTimeText(record.deletionDate, ' ')),
-            displayName(record.originalPath)};
+    QStringList row{displayName(shown.entry.name)};
+    if (showsKinds()) row << m_console.text(kindTextKey(shown.kind));
+    return row << m_console.size(shown.entry.size) << m_console.number(shown.entry.count)
+               << QString::fromStdString(localTimeText(record.deletionDate, ' '))
+               << displayName(record.originalPath);
+}
+
+QStringList Listing::headings() const {
+    QStringList headings{m_console.text("cli_column_name"_key)};
+    if (showsKinds()) headings << m_console.text("cli_column_kind"_key);
+    return headings << m_console.text("cli_column_size"_key)
+                    << m_console.text("cli_column_items"_key)
+                    << m_console.text("cli_column_date_added"_key)
+                    << m_console.text("cli_column_original_path"_key);
 }
 
 std::vector<Column> Listing::columns() const {
     int nameWidth = displayWidth(m_console.text("cli_column_name"_key));
+    int kindWidth = displayWidth(m_console.text("cli_column_kind"_key));
     std::uint64_t highestCount = 0;
     for (const ShownEntry& shown : m_entries) {
         highestCount = std::max(highestCount, shown.entry.count);
         if (nameWidth >= kWidestName) continue;
         nameWidth = std::max(nameWidth, displayWidth(displayName(shown.entry.name)));
     }
+    for (const EntryKind kind : kEntryKinds)
+        kindWidth = std::max(kindWidth, displayWidth(m_console.text(kindTextKey(kind))));
     const int countWidth = std::max(displayWidth(m_console.text("cli_column_items"_key)),
                                     displayWidth(m_console.number(highestCount)));
-    return {{.width = std::min(nameWidth, kWidestName)},
-            {.width = kSizeWidth, .alignsRight = true},
-            {.width = countWidth, .alignsRight = true},
-            {.width = kDateWidth},
-            {}};
+    std::vector<Column> columns{{.width = std::min(nameWidth, kWidestName)}};
+    if (showsKinds()) columns.push_back({.width = kindWidth});
+    columns.insert(columns.end(), {{.width = kSizeWidth, .alignsRight = true},
+                                   {.width = countWidth, .alignsRight = true},
+                                   {.width = kDateWidth},
+                                   {}});
+    return columns;
 }
 
 void Listing::writeText() const {
-    if (m_entries.empty()) return m_console.output().line(m_console.text("cli_trash_is_empty"_key));
+    if (m_entries.empty()) return sayThatNothingIsThere(m_arguments.kind, m_console);
     const std::vector<Column> widths = columns();
-    const QStringList headings{
-        m_console.text("cli_column_name"_key), m_console.text("cli_column_size"_key),
-        m_console.text("cli_column_items"_key), m_console.text("cli_column_date_added"_key),
-        m_console.text("cli_column_original_path"_key)};
-    m_console.output().line(rowText(headings, widths));
+    m_console.output().line(rowText(headings(), widths));
     for (const ShownEntry& shown : m_entries) {
         if (m_console.output().failure() != 0) return;
         m_console.output().line(rowText(rowOf(shown), widths));
@@ -173,12 +194,12 @@ int runShow(const Arguments& arguments, Console& console) {
     const std::optional<ChosenTrashes> chosen =
         chooseTrashes(arguments.operands, *volumes, console);
     if (!chosen) return 2;
-    Listing listing(console);
+    Listing listing(arguments, console);
     bool allRead = chosen->isComplete;
     for (const TrashLocation& location : chosen->trashes) {
         if (!listing.add(location)) allRead = false;
     }
-    listing.sort(arguments.sort);
+    listing.sort();
     // Only trashes that could be read are said to be empty.
     if (arguments.json) {
         listing.writeJson();

@@ -3,6 +3,7 @@
 
 #include <QEventLoop>
 #include <cerrno>
+#include <functional>
 #include <string_view>
 #include <utility>
 
@@ -23,8 +24,16 @@ std::optional<std::vector<ListedVolume>> listVolumes(Console& console) {
     return std::nullopt;
 }
 
-Result<std::vector<ScannedEntry>> entriesOfTrash(const FileUrl& trash, std::stop_token stop) {
-    Result<std::vector<ScannedEntry>> entries = scanTree(trash, std::move(stop));
+Result<std::vector<ScannedEntry>> entriesOfTrash(const FileUrl& trash,
+                                                 std::optional<EntryKind> kind,
+                                                 std::stop_token stop) {
+    std::function<bool(const ScannedEntry&)> isWanted;
+    if (kind) {
+        isWanted = [wanted = *kind](const ScannedEntry& entry) {
+            return entryKindOf(entry.name, entry.mode) == wanted;
+        };
+    }
+    Result<std::vector<ScannedEntry>> entries = scanTree(trash, std::move(stop), isWanted);
     if (!entries && entries.error().systemError == ENOENT) return std::vector<ScannedEntry>();
     return entries;
 }
@@ -40,6 +49,11 @@ EntrySums sumsOfEntry(const FileUrl& entry, std::stop_token stop) {
     for (const ScannedEntry& inside : *below)
         sums += {inside.size, inside.count};
     return sums;
+}
+
+void sayThatNothingIsThere(std::optional<EntryKind> kind, Console& console) {
+    if (!kind) return console.output().line(console.text("cli_trash_is_empty"_key));
+    console.output().line(console.text("cli_none_of_kind"_key, {displayName(kindWord(*kind))}));
 }
 
 void complainOfTrash(Console& console, const FileUrl& trash, const HostError& error) {

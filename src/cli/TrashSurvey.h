@@ -9,6 +9,7 @@
 
 #include "base/FileUrl.h"
 #include "base/Result.h"
+#include "fsutil/EntryKind.h"
 #include "inventory/TrashCount.h"
 #include "inventory/TrashListing.h"
 #include "platform/items/TreeScanner.h"
@@ -24,8 +25,11 @@ std::optional<std::vector<ListedVolume>> listVolumes(Console& console);
 /// The exit status of a command then.
 inline constexpr int kStatusVolumesUnknown = 1;
 
-/// The entries directly inside a trash, each with the sums of what lies below it. Thread: any.
-Result<std::vector<ScannedEntry>> entriesOfTrash(const FileUrl& trash, std::stop_token stop = {});
+/// The entries directly inside a trash, of one kind or of all, each with the sums of what lies
+/// below it. When `stop` is requested what it returns is of no use. Thread: any.
+Result<std::vector<ScannedEntry>> entriesOfTrash(const FileUrl& trash,
+                                                 std::optional<EntryKind> kind,
+                                                 std::stop_token stop = {});
 
 using EntrySums = TrashFigures;
 
@@ -33,6 +37,8 @@ using EntrySums = TrashFigures;
 /// entry without bytes. Thread: any.
 EntrySums sumsOfEntry(const FileUrl& entry, std::stop_token stop = {});
 
+/// Says on standard output that the trashes are empty, or hold nothing of that kind. Main thread.
+void sayThatNothingIsThere(std::optional<EntryKind> kind, Console& console);
 /// Tells the user that a trash cannot be read. Main thread.
 void complainOfTrash(Console& console, const FileUrl& trash, const HostError& error);
 /// Tells the user that a volume does not answer, or that a trash on it may not be used. False when

@@ -43,12 +43,16 @@ TEST(Arguments, OptionsStandAnywhereAndTakeTheirValueEitherWay) {
     }
     EXPECT_EQ(accepted({"empty", "--forbidden=erase", "--forbidden=skip"}).forbidden,
               RefusedEntries::Skip);
+    EXPECT_EQ(accepted({"empty", "A", "--kind=sounds", "B"}).kind, EntryKind::Sounds);
+    EXPECT_EQ(accepted({"show", "--kind=sounds", "--kind", "all"}).kind, std::nullopt);
     EXPECT_EQ(accepted({"erase", "-", "a=b", "--", "--json", "-x", "--"}).operands,
               (Words{"-", "a=b", "--json", "-x", "--"}));
 }
 
 TEST(Arguments, MistakesAreNamed) {
     using Error = std::pair<std::string, Words>;
+    const std::string kinds =
+        "all, images, sounds, movies, archives, documents, text, fonts, folders, other";
     const std::vector<std::pair<Words, Error>> cases{
         {{}, {"cli_no_command", {}}},
         {{"empt"}, {"cli_unknown_command", {"empt"}}},
@@ -62,12 +66,16 @@ TEST(Arguments, MistakesAreNamed) {
         {{"erase", "a", ""}, {"cli_empty_operand", {}}},
         {{"list", "--yes"}, {"cli_unknown_option", {"--yes"}}},
         {{"empty", "--bogus=1"}, {"cli_unknown_option", {"--bogus"}}},
+        {{"erase", "--kind=images", "a"}, {"cli_unknown_option", {"--kind"}}},
+        {{"empty", "--yes", "--kind", "Images"},
+         {"cli_unknown_option_value", {"Images", "--kind", kinds}}},
+        {{"show", "--kind"}, {"cli_option_needs_value", {"--kind", kinds}}},
         {{"empty", "--yes=no"}, {"cli_option_takes_no_value", {"--yes"}}},
         {{"empty", "--locked"}, {"cli_option_needs_value", {"--locked", "ask, skip, erase"}}},
         {{"empty", "--locked="},
          {"cli_unknown_option_value", {"", "--locked", "ask, skip, erase"}}},
         {{"show", "--sort", "Size"},
-         {"cli_unknown_option_value", {"Size", "--sort", "name, size, date"}}},
+         {"cli_unknown_option_value", {"Size", "--sort", "name, size, date, kind"}}},
     };
     for (const auto& [words, error] : cases)
         EXPECT_EQ(refused(words), error);

@@ -34,6 +34,10 @@ ShownEntry entry(std::string name, std::uint64_t size = 0,
     return {{.name = std::move(name), .size = size}, 0, date};
 }
 
+ShownEntry entry(std::string name, EntryKind kind) {
+    return {.entry = {.name = std::move(name)}, .kind = kind};
+}
+
 std::vector<std::string> sortedNames(std::vector<ShownEntry> entries, SortOrder order) {
     sortEntries(entries, order);
     std::vector<std::string> names;
@@ -53,6 +57,10 @@ TEST(EntryOrder, NamesGoByBytesLargestAndNewestComeFirstAndUndatedLast) {
     EXPECT_EQ(sortedNames({entry("none"), entry("old", 0, -5), entry("new", 0, 7), entry("also")},
                           SortOrder::Date),
               (Names{"new", "old", "also", "none"}));
+    EXPECT_EQ(sortedNames({entry("z", EntryKind::Images), entry("b", EntryKind::Other),
+                           entry("a", EntryKind::Other), entry("c", EntryKind::Sounds)},
+                          SortOrder::Kind),
+              (Names{"z", "c", "a", "b"}));
 }
 
 TEST(EntryOrder, DatesAreLocalTime) {

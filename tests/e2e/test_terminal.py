@@ -78,8 +78,8 @@ class JsonTest(EndToEndTest):
         os.unlink(self.trash.record_path(b"\xff"))
         shown = {entry["url"]: entry for entry in self.succeed("show", "--json").json}
         for entry in shown.values():
-            self.assertEqual(set(entry), {"name", "url", "size", "count", "isDirectory", "dateAdded",
-                                          "originalPath", "volumePath"})
+            self.assertEqual(set(entry), {"name", "url", "size", "count", "isDirectory", "kind",
+                                          "dateAdded", "originalPath", "volumePath"})
         folder = shown[url_of(self.trash.path("folder"))]
         self.assertEqual((folder["name"], folder["size"], folder["count"], folder["isDirectory"]),
                          ("folder", 10, 4, True))
