@@ -303,6 +303,8 @@ Empty all trashes, or those of the named volumes, for good.
 VOLUME is the path of a volume, or its name when only one has that name.
 
 Options:
+  --kind=KIND        erase only the items of one kind, hidden ones too: those
+                     that "kestrin show" lists with this option
   --yes              do not ask for confirmation
   --dry-run          list what would go, change nothing
   --locked=WHAT      what to do with locked items: ask, skip or erase
@@ -318,13 +320,14 @@ items takes Kestrin’s helper and an administrator’s password.
 Ctrl-C stops at the next item, a second Ctrl-C at once.
 
 Exit status:
-  0  the trashes are empty
+  0  the trashes are empty; with --kind, all items of that kind are gone
   1  something stayed
   2  usage error; or no terminal to ask on and no --yes
   3  declined or stopped
 
 Examples:
   kestrin empty --dry-run
+  kestrin empty --kind=movies
   kestrin empty Backup --yes --locked=skip</translation>
     </message>
     <message id="cli_help_erase">
@@ -389,7 +392,7 @@ Exit status:
     </message>
     <message id="cli_help_show">
         <source></source>
-        <translation>Usage: kestrin show [VOLUME…] [--sort name|size|date] [--json]
+        <translation>Usage: kestrin show [VOLUME…] [OPTION…]
 
 Show the entries of all trashes, or of those of the named volumes: name, size,
 items that go with it, date added, original path. Changes nothing on disk.
@@ -397,12 +400,19 @@ items that go with it, date added, original path. Changes nothing on disk.
 VOLUME is the path of a volume, or its name when only one has that name.
 
 Options:
+  --kind=KIND  only items of one kind: images, sounds, movies, archives,
+               documents, text, fonts, folders or other; all is the default
   --sort=name  by name; this is the default
   --sort=size  largest first
   --sort=date  newest first, entries without a date last
+  --sort=kind  in the order of the kinds above, which a column then tells
   --json       print an array of objects with "name", "url", "size", "count",
-               "isDirectory", "dateAdded", "originalPath" and "volumePath"
+               "isDirectory", "kind", "dateAdded", "originalPath" and
+               "volumePath"
   -h, --help   print this page
+
+Every item is of one kind, by its name; a folder is of the kind folders, and
+a link of the kind other, whatever they are called.
 
 The "url" holds the exact bytes of a name, and "kestrin erase" takes it.
 
@@ -413,7 +423,7 @@ Exit status:
 
 Examples:
   kestrin show --sort=size
-  kestrin show /media/backup --json</translation>
+  kestrin show --kind=movies /media/backup --json</translation>
     </message>
     <message id="cli_mounts_unknown">
         <source></source>

@@ -114,7 +114,7 @@ constexpr std::array<OptionTraits, 11> kOptions{{
     {"--json", kErasing | bit(Command::List) | bit(Command::Show), storeFlag<&Arguments::json>},
     {"--sort", bit(Command::Show), storeChoice<kSortOrders, &Arguments::sort>,
      wordsOf<kSortOrders>},
-    {"--kind", bit(Command::Show), storeKind, kindWords},
+    {"--kind", bit(Command::Show) | bit(Command::Empty), storeKind, kindWords},
     {"--yes", kErasing, storeFlag<&Arguments::yes>},
     {"--dry-run", kErasing, storeFlag<&Arguments::dryRun>},
     {"--no-log", kErasing, storeFlag<&Arguments::noLog>},

@@ -152,15 +152,12 @@ int reportDryRun(const ItemsToErase& items, const Arguments& arguments, Console&
         forecast.emplace(items, request, stop);
         TreeRemover(*forecast).rehearse(*forecast);
     });
-    if (!wentOn) {
-        const EraseResult stopped{.end = EraseResult::End::Declined, .wasStopped = true};
-        return reportErase(stopped, arguments, console);
-    }
+    if (!wentOn) return reportStop(arguments, console);
     const EraseResult result = forecast->result();
     if (arguments.json) {
         writeEraseJson(result, true, console);
     } else if (items.empty()) {
-        console.output().line(console.text("cli_trash_is_empty"_key));
+        sayThatNothingIsThere(arguments.kind, console);
     } else {
         if (result.erasedCount != 0) writeItems(items, forecast->sums(), console);
         if (!arguments.quiet) writeSums(result, console);

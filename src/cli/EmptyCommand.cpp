@@ -15,6 +15,7 @@
 #include "cli/DryRun.h"
 #include "cli/EraseReport.h"
 #include "cli/EraseSession.h"
+#include "cli/KindErase.h"
 #include "cli/TrashSurvey.h"
 #include "cli/VolumeChoice.h"
 
@@ -104,10 +105,7 @@ class EmptyRun {
 };
 
 int EmptyRun::run() {
-    if (!survey()) {
-        const EraseResult stopped{.end = EraseResult::End::Declined, .wasStopped = true};
-        return reportErase(stopped, m_arguments, m_console);
-    }
+    if (!survey()) return reportStop(m_arguments, m_console);
     for (const auto& [trash, error] : m_survey.unreadable)
         complainOfTrash(m_console, trash, error);
     m_isComplete = m_chosen.isComplete && m_survey.unreadable.empty();
@@ -165,7 +163,7 @@ int EmptyRun::tidyUp() {
         return reportErase(result, m_arguments, m_console);
     }
     if (m_isComplete && !m_arguments.quiet) {
-        m_console.output().line(m_console.text("cli_trash_is_empty"_key));
+        sayThatNothingIsThere({}, m_console);
     }
     return 0;
 }
@@ -187,6 +185,7 @@ int runEmpty(const Arguments& arguments, Console& console, const SessionMaker& m
     const std::optional<ChosenTrashes> chosen =
         chooseTrashes(arguments.operands, *volumes, console);
     if (!chosen || !mayBegin(arguments, console)) return kStatusUsageError;
+    if (arguments.kind) return eraseKind(arguments, *chosen, console, makeSession());
     return EmptyRun(arguments, *chosen, console, makeSession()).run();
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// "kestrin empty": all trashes, or those of the volumes named.
+// "kestrin empty": all trashes, or those of the volumes named, or what they hold of one kind.
 #pragma once
 
 #include "cli/EraseOptions.h"

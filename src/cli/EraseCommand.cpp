@@ -16,6 +16,7 @@
 #include "cli/EraseReport.h"
 #include "cli/EraseSession.h"
 #include "cli/Paths.h"
+#include "cli/SmartErase.h"
 #include "cli/TrashSurvey.h"
 #include "format/DisplayName.h"
 #include "platform/disks/Volumes.h"
@@ -86,35 +87,15 @@ std::vector<TrashLocation> trashesOf(const ItemsToErase& entries) {
     return found;
 }
 
-EraseRequest requestFor(const SharedItemsToErase& items, std::vector<TrashLocation> trashes,
-                        const Arguments& arguments, const Console& console) {
-    EraseRequest request = requestWithOptions(arguments, console);
-    request.isSmartErase = true;
-    for (const QVItemToErase& item : *items) {
-        request.size += item.size;
-        request.count += item.count;
-    }
-    request.trashes = std::move(trashes);
-    request.itemsDict.set(EraseNotification::kItemsToErase, items);
-    return request;
-}
-
 int eraseEntries(const ItemsToErase& entries, const Arguments& arguments, Console& console,
                  EraseSession& session) {
     if (arguments.dryRun) return reportDryRun(entries, arguments, console, session);
-    SharedItemsToErase items;
-    std::vector<TrashLocation> trashes;
+    ChosenEntries chosen;
     const bool wentOn = session.runInBackground([&](const std::stop_token& stop) {
-        items = std::make_shared<const ItemsToErase>(counted(entries, stop));
-        trashes = trashesOf(entries);
+        chosen = {.items = counted(entries, stop), .trashes = trashesOf(entries)};
     });
-    if (!wentOn) {
-        const EraseResult stopped{.end = EraseResult::End::Declined, .wasStopped = true};
-        return reportErase(stopped, arguments, console);
-    }
-    EraseResult result = session.erase(requestFor(items, trashes, arguments, console), items);
-    addWhatIsStillThere(result, *items, console);
-    return reportErase(result, arguments, console);
+    if (!wentOn) return reportStop(arguments, console);
+    return eraseChosen(std::move(chosen), arguments, console, session);
 }
 
 }  // namespace

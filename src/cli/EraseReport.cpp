@@ -148,4 +148,8 @@ int reportErase(const EraseResult& result, const Arguments& arguments, Console& 
     return status;
 }
 
+int reportStop(const Arguments& arguments, Console& console) {
+    return reportErase({.end = EraseResult::End::Declined, .wasStopped = true}, arguments, console);
+}
+
 }  // namespace kestrin

@@ -21,6 +21,9 @@ void addWhatIsStillThere(EraseResult& result, const ItemsToErase& items, const C
 /// or the erase could not begin, 3 when it was declined or stopped.
 int reportErase(const EraseResult& result, const Arguments& arguments, Console& console);
 
+/// The same for a command that the user stopped before anything was touched.
+int reportStop(const Arguments& arguments, Console& console);
+
 /// Names what stayed, with the reasons, below a heading. `headingKey` is of a text with plural
 /// forms that takes the number of entries. Only the first entries of a long list are named.
 void nameStayed(const std::vector<StayedEntry>& stayed, std::string_view headingKey,

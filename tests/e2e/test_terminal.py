@@ -32,6 +32,8 @@ class UsageTest(EndToEndTest):
             self.refuse("empty", "--yes", "/", bad, naming=bad.encode())
         for arguments in (["empty"], ["erase", self.good], ["empty", "--yes", "--frobnicate"]):
             self.refuse(*arguments)
+        for arguments in (["--kind=pictures"], ["--kind"], ["--kind=", "Disk"]):
+            self.refuse("empty", "--yes", *arguments, naming=b"all, images, sounds, ")
 
     def test_paths_that_are_no_entry_of_the_trash(self):
         others = self.volume_trash(self.ext4("Disk"), OTHER_USER)
@@ -113,11 +115,26 @@ class ConfirmationTest(EndToEndTest):
             self.assertIn(b"42", text)
             self.assertGone()
 
+    def test_what_comes_of_a_kind_during_the_question_stays(self):
+        for name in ("goes.png", "taken.png", "folder.png"):
+            self.trash.file(name)
+        other = self.trash.file("other")
+
+        def change():
+            os.rename(other, self.trash.path("taken.png"))
+            os.unlink(self.trash.path("folder.png"))
+            self.trash.tree("folder.png")
+            self.trash.file("comes.png")
+        status, text = self.ask(b"y\n", "empty", "--kind=images", meanwhile=change)
+        self.assertEqual((status, self.trash.names()), (1, [b"comes.png", b"folder.png", b"taken.png"]), text)
+        self.assertIn(b"3 items", text)
+
     def test_volume_that_goes_during_the_question(self):
         """Its entries stay with it, also when another one comes, and nothing says otherwise."""
         self.trash.tree("home")
         for name, come, *command in (("A", "", "empty", "A"), ("B", "", "erase"),
                                      ("C", "mount -t tmpfs none", "empty", "C"),
+                                     ("K", "mount -t tmpfs none", "empty", "K", "--kind=folders"),
                                      ("D", "mount -t tmpfs none", "erase"), ("E", "", "empty")):
             point = self.ext4(name)
             trash = self.volume_trash(point)
