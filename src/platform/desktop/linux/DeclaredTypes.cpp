@@ -38,6 +38,7 @@ std::optional<PropertyList> dictionaryOfEntry(const FileUrl& entry) {
 }  // namespace
 
 std::optional<PropertyList> applicationDictionary(const FileUrl& application) {
+    if (application.isEmpty()) return std::nullopt;
     return application.pathExtension() == "desktop" ? dictionaryOfEntry(application)
                                                     : dictionaryOfBundle(application);
 }
