@@ -38,8 +38,9 @@ std::string caseFolded(std::string_view text) {
 /// The texts of a list; none when `value` is no list.
 Texts textsOf(const PropertyList* value) {
     const auto* const list = value ? value->get<PropertyList::Array>() : nullptr;
+    if (!list) return {};
     Texts texts;
-    for (const PropertyList& member : list ? *list : PropertyList::Array())
+    for (const PropertyList& member : *list)
         if (const auto* text = member.get<std::string>()) texts.push_back(*text);
     return texts;
 }
@@ -115,8 +116,9 @@ struct NamedKind {
 NamedKind kindWithTag(TagClass tagClass, std::string_view tag) {
     const auto type = typeForTag(tagClass, tag);
     const auto description = type ? descriptionOfType(*type) : std::nullopt;
-    if (!description) return {StringTable::sharedControl().text("no_file_kind"_key)};
-    return {displayText(*description), type == kFolderType || description == kFolderKind};
+    return {description ? displayText(*description)
+                        : StringTable::sharedControl().text("no_file_kind"_key),
+            type == kFolderType || description == kFolderKind};
 }
 
 }  // namespace

@@ -36,7 +36,8 @@ class MimeGlobs {
     /// counts before a suffix, and a suffix before any other pattern. Among those of one form the
     /// greatest weight decides, then the longest pattern, then the most important folder, then the
     /// order of the types' names. The full stop that begins a name begins no extension.
-    /// Letters of ASCII match in either case, unless the database says that a pattern does not.
+    /// Letters of ASCII match in either case, but for patterns of which the database says that case
+    /// counts; those come before others like them.
     std::string_view typeOfName(std::string_view name) const;
 
  private:

@@ -11,8 +11,8 @@
 namespace kestrin {
 
 enum class TagClass : std::uint8_t {
-    TypeCode,   ///< the four characters of a classic file type, "PDF " with its blank
-    Extension,  ///< of a file name, without the full stop; any case
+    Extension = 0,  ///< of a file name, without the full stop; any case
+    TypeCode = 1,   ///< the four characters of a classic file type, "PDF " with its blank
 };
 
 /// The type of files that have the tag; none when nothing tells.

@@ -116,7 +116,8 @@ MimeGlobs::MimeGlobs(const std::vector<FileUrl>& dataFolders) {
 }
 
 std::shared_ptr<const MimeGlobs> MimeGlobs::shared() {
-    static SharedGlobs globs;
+    // Never destroyed: threads that nobody waits for may still ask when the process ends.
+    static auto& globs = *new SharedGlobs;
     return globs.current();
 }
 
