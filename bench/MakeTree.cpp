@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -18,6 +19,9 @@
 namespace {
 
 using kestrin::UniqueFd;
+
+/// Of the names of single files, so that they are of several kinds.
+constexpr std::array kEndings{"", ".jpg", ".PNG", ".txt", ".pdf", ".mp3", ".tar.gz", ".cpp"};
 
 struct Shape {
     unsigned folders = 40;        ///< top-level folders
@@ -85,7 +89,8 @@ void makeTrash(const std::string& path, const Shape& shape) {
         makeRecord(info.get(), name, number);
     }
     for (unsigned number = 0; number < shape.singles; ++number) {
-        const std::string name = "single" + std::to_string(number);
+        const std::string name =
+            "single" + std::to_string(number) + kEndings[number % kEndings.size()];
         makeFile(files.get(), name, std::string_view(content).substr(number % shape.bytes));
         makeRecord(info.get(), name, number);
     }

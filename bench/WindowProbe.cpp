@@ -9,6 +9,7 @@
 #include <time.h>
 
 #include <QApplication>
+#include <QComboBox>
 #include <QEventLoop>
 #include <QGenericPlugin>
 #include <QHeaderView>
@@ -101,6 +102,7 @@ class Probe : public QObject {
     void sort();
     void scroll();
     void filter();
+    void filterByKind();
     void checkAll();
     void eraseSome(int count);
     void scrollWhileMeasuring();
@@ -165,6 +167,14 @@ class Probe : public QObject {
         return m_list && m_sources && m_list->model() && m_sources->model();
     }
     int rows() const { return m_list->model()->rowCount(); }
+    int rowsWith(const std::function<bool(const QString& name)>& has) const {
+        int found = 0;
+        for (int row = 0; row < rows(); ++row) {
+            const QModelIndex name = m_list->model()->index(row, kestrin::ContentListModel::Name);
+            if (has(name.data().toString())) ++found;
+        }
+        return found;
+    }
     bool isChecked(int row) const {
         return m_list->model()->index(row, 0).data(Qt::CheckStateRole) == Qt::Checked;
     }
@@ -223,6 +233,7 @@ void Probe::run() {
     if (task == "figures") {
         sort();
         scroll();
+        filterByKind();
         filter();
         checkAll();
         eraseSome(std::atoi(std::getenv("KESTRIN_PROBE_ERASE")));
@@ -271,11 +282,7 @@ void Probe::filter() {
     auto* const text = m_window->findChild<QLineEdit*>();
     const QString wanted = QStringLiteral("single99");
     const int all = rows();
-    int expected = 0;
-    for (int row = 0; row < all; ++row) {
-        const QModelIndex name = m_list->model()->index(row, kestrin::ContentListModel::Name);
-        if (name.data().toString().contains(wanted)) ++expected;
-    }
+    const int expected = rowsWith([&](const QString& name) { return name.contains(wanted); });
     time(
         "filter", [&] { text->insert(wanted); }, [&] { return rows() == expected; });
     time(
@@ -285,6 +292,23 @@ void Probe::filter() {
             text->del();
         },
         [&] { return rows() == all; });
+}
+
+/// The first time, the worker knows the kind of no type.
+void Probe::filterByKind() {
+    auto* const kinds = m_window->findChild<QComboBox*>();
+    const int all = rows();
+    const int images = rowsWith([](const QString& name) {
+        return name.endsWith(QLatin1String(".jpg")) || name.endsWith(QLatin1String(".PNG"));
+    });
+    for (const char* const step : {"kind filter, for the first time", "kind filter"}) {
+        time(
+            step, [&] { kinds->setCurrentText(QStringLiteral("Images")); },
+            [&] { return rows() == images; });
+        time(
+            "no kind filter", [&] { kinds->setCurrentText(QStringLiteral("All kinds")); },
+            [&] { return rows() == all; });
+    }
 }
 
 void Probe::checkAll() {

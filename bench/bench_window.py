@@ -26,6 +26,8 @@ FOLDERS, FILES_A_FOLDER, ERASED = 1000, 50, 1000
 SINGLES = int(os.environ.get("KESTRIN_BENCH_SINGLES", "100000"))
 CHANGES = 60_000
 IN_OPEN = 0x20
+# In milliseconds: until a step is on the screen, and the longest stall of the main thread in it.
+LIMITS = {"kind filter, for the first time": (300, 16), "kind filter": (300, 16), "no kind filter": (300, 16)}
 
 
 class WindowBench(DesktopTest):
@@ -71,6 +73,7 @@ class WindowBench(DesktopTest):
         self.see_from_outside("kestrin", self.program, "--smart-window")
         self.probe("scroll", rows)
         self.probe("figures", rows)
+        beyond = self.beyond_limits()
         self.assertEqual(len(self.trash.names()), rows - ERASED)
         self.assertEqual(len(self.trash.records()), rows - ERASED)
         self.fill(FOLDERS, SINGLES)
@@ -79,6 +82,7 @@ class WindowBench(DesktopTest):
         else:
             print(f"{FILE_MANAGER[0]} is not installed")
         self.change_all_the_time(rows)
+        self.assertEqual(beyond, [], "limits that did not hold")
 
     def test_million(self):
         self.fill(0, 1_000_000)
@@ -112,6 +116,14 @@ class WindowBench(DesktopTest):
 
     def print_told(self):
         print(re.sub("(?m)^probe: ", "  ", self.told()), end="", flush=True)
+
+    def beyond_limits(self):
+        """What the probe told that took longer than it may."""
+        limits = {what: limit for step, (whole, stall) in LIMITS.items()
+                  for what, limit in ((step, whole), (f"longest stall, {step}", stall))}
+        told = re.findall(r"(?m)^probe: (.+): ([\d.]+) ms$", self.told())
+        self.assertLessEqual(limits.keys(), dict(told).keys(), "every step is measured")
+        return [f"{what}: {figure} ms" for what, figure in told if float(figure) > limits.get(what, 1e9)]
 
     def quit(self):
         self.run_program("--quit")

@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """The window that browses the trashes."""
 
+import os
+
 from desktop import EMPTY_ALL, DesktopTest
 from harness import exists, listing
 
@@ -12,8 +14,9 @@ class SmartWindowTest(DesktopTest):
             self.trash.file(name)
         self.trash.tree("letters", ["a", "b/c"])
         can = self.volume_trash(self.ext4("Backup"))
-        for number in range(3):
-            can.file(f"photo {number}.jpg")
+        for name in ("photo 1.jpg", "photo 2.JPG", "photo 3.png", "notes.txt"):
+            can.file(name)
+        os.mkfifo(can.path("pipe.jpg"))
         outside = listing(self.outside)
         self.start_program()
         self.open_menu()
@@ -32,9 +35,15 @@ class SmartWindowTest(DesktopTest):
         self.key("shift+Up", "ctrl+space")
         self.wait(lambda: window.find("button", "Erase 2 Checked Items"), "the figure of the button")
         self.wait(lambda: "checked" in self.states_of(window, "cell", "^letters"), "the check of the folder")
-        self.key("shift+Tab", "Down", "ctrl+space")
-        self.wait(lambda: "checked" in self.states_of(window, "list item", "^Backup: 3 items.*checked 3"), "the check")
-        self.wait(lambda: window.find("button", "Erase 5 Checked Items"), "the figure of the button")
+        self.key("shift+Tab", "Down")
+        self.wait(lambda: window.find("cell", "^pipe"), "the entries of the volume")
+        self.key("ctrl+f", "shift+Tab")
+        self.xdotool("type", "im")
+        self.wait(lambda: window.find("button", r"Erase 2 Checked Items \(2 Hidden\)"), "the figure of what is hidden")
+        self.wait(lambda: not window.find("cell", "^(pipe|notes)"), "the images alone")
+        self.key("Tab", "Tab", "Tab", "ctrl+a", "ctrl+space")
+        self.wait(lambda: window.find("list item", "^Backup: 5 items.*checked 3"), "the check of what is shown")
+        self.wait(lambda: window.find("button", r"Erase 5 Checked Items \(2 Hidden\)"), "the figure of the button")
         self.key("alt+e")
         sheet = self.wait_for_window("Erase the checked items")
         self.wait_for_text(sheet, "^8 items")
@@ -45,7 +54,7 @@ class SmartWindowTest(DesktopTest):
         self.key("alt+e")
         sheet = self.wait_for_window("Erase the checked items")
         self.answer_by_return(sheet)
-        self.wait(lambda: not can.names(), "the trash of the volume to be empty")
+        self.wait(lambda: can.names() == [b"notes.txt", b"pipe.jpg"], "the images of the volume to go")
         self.wait(lambda: not self.smart_window(), "the window to close")
         self.assertEqual(self.trash.names(), sorted([b"keep.txt", b"\xff last.txt"]))
         self.assertEqual(self.trash.records(), self.trash.names())
