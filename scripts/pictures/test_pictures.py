@@ -246,7 +246,13 @@ class SmartWindowPicturesTest(Looks, DesktopTest):
         self.xdotool("type", "x")
         self.wait(lambda: not window.find("cell", "report"), "the filter")
         self.picture("filter-without-match")
-        self.key("Escape")
+        self.key("Escape", "ctrl+f", "shift+Tab", "alt+Down")
+        self.wait(lambda: self.app.find("list item", "^Movies$"), "the list of kinds")
+        self.picture("kinds")
+        self.key("Escape", "Home", "Down")
+        self.wait(lambda: not window.find("cell", "report"), "the images alone")
+        self.picture("kind-of-items")
+        self.key("Home", "Tab", "Escape")
 
     def see_panes(self, window):
         self.key("F9", "F11")

@@ -203,7 +203,7 @@ void QVWindowCntrl::makeToolBar() {
     refresh->setShortcuts(QKeySequence::Refresh);
     connect(refresh, &QAction::triggered, m_sources, &QVSmartWindowSourceViewCntrl::refreshAction);
     m_tools = {{sources, Tool::LeftPane}, {refresh, Tool::Refresh}, {preview, Tool::RightPane}};
-    makeFilter();
+    auto* const filter = makeFilter();
     m_checkedInfo = new QLabel;
     m_checkedInfo->setTextFormat(Qt::PlainText);
     m_checkedInfo->setContentsMargins(kMargin, 0, kMargin, 0);
@@ -212,14 +212,13 @@ void QVWindowCntrl::makeToolBar() {
     colourTools();
     bar->addAction(sources);
     bar->addAction(refresh);
-    bar->addWidget(m_kind);
-    bar->addWidget(m_filter);
+    bar->addWidget(filter);
     bar->addWidget(space);
     bar->addWidget(m_checkedInfo);
     bar->addAction(preview);
 }
 
-void QVWindowCntrl::makeFilter() {
+QWidget* QVWindowCntrl::makeFilter() {
     const auto& texts = m_services.texts;
     m_kind = new QComboBox;
     m_kind->setSizeAdjustPolicy(QComboBox::AdjustToContents);
@@ -236,11 +235,13 @@ void QVWindowCntrl::makeFilter() {
     m_filter->setAccessibleName(m_filter->placeholderText());
     connect(m_kind, &QComboBox::currentIndexChanged, this, &QVWindowCntrl::applyFilter);
     connect(m_filter, &QLineEdit::textChanged, this, &QVWindowCntrl::applyFilter);
-}
-
-void QVWindowCntrl::clearFilter() {
-    m_kind->setCurrentIndex(0);
-    m_filter->clear();
+    auto* const both = new QWidget;
+    auto* const row = new QHBoxLayout(both);
+    row->setContentsMargins(kMargin / 2, 0, 0, 0);
+    row->setSpacing(kMargin / 2);
+    row->addWidget(m_kind);
+    row->addWidget(m_filter);
+    return both;
 }
 
 void QVWindowCntrl::applyFilter() {
@@ -277,14 +278,12 @@ void QVWindowCntrl::makeShortcuts() {
         m_filter->setFocus(Qt::ShortcutFocusReason);
         m_filter->selectAll();
     });
-    for (QWidget* const part : {static_cast<QWidget*>(m_kind), static_cast<QWidget*>(m_filter)}) {
-        auto* const leave = new QShortcut(QKeySequence(Qt::Key_Escape), part);
-        leave->setContext(Qt::WidgetShortcut);
-        connect(leave, &QShortcut::activated, this, [this] {
-            clearFilter();
-            m_content->tableView().setFocus(Qt::ShortcutFocusReason);
-        });
-    }
+    auto* const leave = new QShortcut(QKeySequence(Qt::Key_Escape), m_filter);
+    leave->setContext(Qt::WidgetShortcut);
+    connect(leave, &QShortcut::activated, this, [this] {
+        m_filter->clear();
+        m_content->tableView().setFocus(Qt::ShortcutFocusReason);
+    });
     auto* const close = new QShortcut(QKeySequence(QKeySequence::Close), this);
     connect(close, &QShortcut::activated, this, &QWidget::close);
 }
@@ -339,7 +338,8 @@ void QVWindowCntrl::mousePressEvent(QMouseEvent* event) {
 void QVWindowCntrl::showWindow() {
     if (!std::exchange(m_isOpen, true)) {
         restoreFrame();
-        clearFilter();
+        m_kind->setCurrentIndex(0);
+        m_filter->clear();
         show();
         m_sources->viewDidAppear();
     }

@@ -59,8 +59,7 @@ class QVWindowCntrl : public QMainWindow {
     QWidget* makeBottomBar();
     void openSourceMenu(const QModelIndex& row, const QPoint& place);
     void makeToolBar();
-    void makeFilter();
-    void clearFilter();
+    QWidget* makeFilter();
     void applyFilter();
     QAction* addPaneAction(const QString& text, Qt::Key key);
     void colourTools();
