@@ -43,9 +43,11 @@ TEST(ItemKinds, NameDecidesAboutFilesAndTypeAboutTheRest) {
 TEST(KeyFile, ReadsGroupsAndPassesOverWhatIsNone) {
     const KeyFile file = KeyFile::parse(
         "Stray=1\n# [A]\n[A]\r\n Name = one two \r\nName=second\nno equals\nEmpty=\n"
-        "[broken\nStray=lost\n[B]\nName=b\n[A]\nLater=a\\sb\\\\n\\n\\q\\");
+        "[broken\nStray=lost\n[B]\nName=b\n[A]\nLater=a\\sb\\\\n\\n\\q\\\nList=;a\\;b;;c\\\\;\\s;"
+        "d\\");
     EXPECT_EQ(file.text("A", "Name"), "one two");
     EXPECT_EQ(file.text("A", "Later"), "a b\\n\nq\\");
+    EXPECT_EQ(file.list("A", "List"), (std::vector<std::string>{"a;b", "c\\", " ", "d\\"}));
     EXPECT_EQ(file.text("B", "Name"), "b");
     EXPECT_EQ(file.rawValue("A", "Empty"), "");
     EXPECT_FALSE(file.rawValue("A", "Stray"));

@@ -19,8 +19,8 @@ namespace kestrin {
 namespace {
 
 constexpr std::size_t kMaximumBytes = std::size_t{4} << 20;
-constexpr std::size_t kLongestField = 255;  // bytes, as no name is longer
-constexpr std::size_t kMostWildcards = 1000;
+constexpr std::size_t kLongestField = 255;   // bytes, as no name is longer
+constexpr std::size_t kMostWildcards = 200;  // a database has about 15
 constexpr int kGreatestWeight = 100;
 constexpr std::string_view kNoGlobs = "__NOGLOBS__";
 constexpr std::string_view kSpecialLetters = "*?[\\";
