@@ -20,7 +20,7 @@ const QIcon& KindIcons::iconOf(std::string_view name, std::uint32_t mode) {
     std::string type = typeOfItem(name, mode);
     const auto known = m_icons.find(type);
     if (known != m_icons.end()) return known->second;
-    return m_icons.emplace(std::move(type), makeIcon(name, S_ISDIR(mode))).first->second;
+    return m_icons.emplace(std::move(type), makeIcon(name, mode)).first->second;
 }
 
 QIcon KindIcons::makeIcon(std::string_view name, std::uint32_t mode) {

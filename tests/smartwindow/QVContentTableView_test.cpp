@@ -2,6 +2,7 @@
 #include "smartwindow/QVContentTableView.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <sys/xattr.h>
 
 #include <QApplication>
@@ -66,6 +67,17 @@ TEST_F(QVContentTableViewTest, AClickIntoTheFirstColumnChecksAndSelectsNothing) 
 
     view.selectAll();
     EXPECT_THAT(selectedRows(view), ElementsAre(0, 1, 2));
+}
+
+TEST_F(QVContentTableViewTest, AFolderHasAnotherIconThanAFileOfItsName) {
+    show({listedItem("a.jpg"), listedItem("a.jpg")});
+    rows[0]->mode = S_IFDIR;
+    rows[1]->mode = S_IFREG;
+    const auto icon = [&](int row) {
+        const QModelIndex name = model.index(row, ContentListModel::Name);
+        return name.data(Qt::DecorationRole).value<QIcon>().cacheKey();
+    };
+    EXPECT_NE(icon(0), icon(1));
 }
 
 TEST_F(QVContentTableViewTest, TheRightButtonAndTheMenuKeyNameTheRowAndLeaveTheSelection) {
