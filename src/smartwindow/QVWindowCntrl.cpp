@@ -240,7 +240,8 @@ QWidget* QVWindowCntrl::makeFilter() {
     row->setContentsMargins(kMargin / 2, 0, 0, 0);
     row->setSpacing(kMargin / 2);
     row->addWidget(m_kind);
-    row->addWidget(m_filter);
+    row->addWidget(m_filter, 1);
+    row->addStretch();  // what the field does not take beyond its widest
     return both;
 }
 

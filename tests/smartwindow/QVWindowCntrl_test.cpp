@@ -118,6 +118,9 @@ struct QVWindowCntrlTest : ::testing::Test, test::WindowWorld {
 };
 
 TEST_F(QVWindowCntrlTest, tellsWhatIsCheckedAndWhatTheFilterHidesOfIt) {
+    auto* const kinds = window->findChild<QComboBox*>();
+    window->resize(1400, 600);
+    EXPECT_EQ(kinds->width(), kinds->sizeHint().width()) << "however much room there is";
     EXPECT_EQ(eraseText(), QStringLiteral("&Erase Checked Items…"));
     QTest::keyClick(window->findChild<QVSourceTableView*>(), Qt::Key_Space, Qt::ControlModifier);
     EXPECT_TRUE(
@@ -131,7 +134,6 @@ TEST_F(QVWindowCntrlTest, tellsWhatIsCheckedAndWhatTheFilterHidesOfIt) {
     };
     EXPECT_TRUE(test::waitFor(isTold));
     EXPECT_EQ(eraseText(), QStringLiteral("&Erase 2 Checked Items (1 Hidden)…"));
-    auto* const kinds = window->findChild<QComboBox*>();
     QTest::keyClicks(kinds, QStringLiteral("Fo"));
     EXPECT_EQ(kinds->currentText(), QStringLiteral("Fonts"));
     EXPECT_TRUE(test::waitFor(
