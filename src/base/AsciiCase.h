@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Letters of names and tables, which are bytes: unlike tolower() it knows no locale, so that an
-// answer is the same on every machine, and what is no ASCII stays as it is.
+// Upper case made lower in names and tables, which are bytes. Unlike tolower() this knows no
+// locale, so that an answer is the same on every machine. What is no ASCII letter stays as it is.
 #pragma once
 
 #include <algorithm>

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "base/AsciiCase.h"
+
 namespace kestrin {
 
 namespace {
@@ -12,8 +14,7 @@ std::string plainWord(std::string_view line) {
     std::string word;
     for (const char character : line) {
         if (character == ' ' || character == '\t' || character == '\r') continue;
-        const bool isUpper = character >= 'A' && character <= 'Z';
-        word += isUpper ? static_cast<char>(character - 'A' + 'a') : character;
+        word += smallLetter(character);
     }
     return word;
 }

@@ -9,13 +9,14 @@
 #include <limits>
 #include <tuple>
 
+#include "base/AsciiCase.h"
+
 namespace kestrin {
 
 namespace {
 
 unsigned char lowered(char character) {
-    const bool isUpper = character >= 'A' && character <= 'Z';
-    return static_cast<unsigned char>(isUpper ? character - 'A' + 'a' : character);
+    return static_cast<unsigned char>(smallLetter(character));
 }
 
 bool nameComesFirst(const ShownEntry& left, const ShownEntry& right) {

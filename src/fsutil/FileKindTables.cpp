@@ -5,29 +5,24 @@
 #include <string>
 #include <vector>
 
+#include "base/AsciiCase.h"
+
 namespace kestrin {
 namespace {
 
 using Members = std::span<const std::string_view>;
 
-std::string folded(std::string_view extension) {
-    std::string lower(extension);
-    for (char& letter : lower)
-        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-    return lower;
-}
-
-/// Folded and in order, each once.
+/// Members in small letters, in order.
 class FoldedTable {
  public:
     explicit FoldedTable(std::initializer_list<Members> tables) {
         for (const Members& table : tables)
             for (const std::string_view member : table)
-                m_members.push_back(folded(member));
+                m_members.push_back(smallLetters(member));
         std::ranges::sort(m_members);
     }
     bool contains(std::string_view extension) const {
-        return std::ranges::binary_search(m_members, folded(extension));
+        return std::ranges::binary_search(m_members, smallLetters(extension));
     }
 
  private:

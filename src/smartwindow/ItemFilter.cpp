@@ -5,6 +5,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "base/AsciiCase.h"
+
 namespace kestrin {
 namespace {
 
@@ -14,10 +16,6 @@ QString folded(const QString& text) {
 
 bool isAscii(std::string_view bytes) {
     return std::ranges::all_of(bytes, [](char byte) { return (byte & 0x80) == 0; });
-}
-
-char lowerCase(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
 }
 
 }  // namespace
@@ -35,7 +33,9 @@ bool ItemFilter::isIn(std::string_view bytes) const {
         const auto length = static_cast<qsizetype>(bytes.size());
         return folded(QString::fromUtf8(bytes.data(), length)).contains(m_folded);
     }
-    const auto isSameLetter = [](char ofName, char ofText) { return lowerCase(ofName) == ofText; };
+    const auto isSameLetter = [](char ofName, char ofText) {
+        return smallLetter(ofName) == ofText;
+    };
     return !m_ascii.empty() && std::search(bytes.begin(), bytes.end(), m_ascii.begin(),
                                            m_ascii.end(), isSameLetter) != bytes.end();
 }
