@@ -37,7 +37,7 @@ bool isListed(ExtensionTable table, std::string_view extension) {
         FoldedTable{kMusicExtensions, kSoundExtensions},
         FoldedTable{kMovieExtensions},
         FoldedTable{kArchiveExtensions},
-        FoldedTable{kDocumentExtensions, kPDFExtensions},
+        FoldedTable{without(without(kDocumentExtensions, "txt"), "text"), kPDFExtensions},
         FoldedTable{kTextExtensions},
         FoldedTable{kFontExtensions},
     };

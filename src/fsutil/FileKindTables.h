@@ -167,7 +167,7 @@ enum class ExtensionTable : std::uint8_t {
     Sounds,  ///< music, and what isSound accepts, "mpg" among them, which is a movie, too
     Movies,
     Archives,
-    Documents,  ///< with PDF files
+    Documents,  ///< with PDF files, and without "txt" and "text", which Text has
     Text,
     Fonts,
 };

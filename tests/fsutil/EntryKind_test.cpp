@@ -113,8 +113,8 @@ TEST(EntryKind, OfWhatIsNoRegularFileDoesNotGoByItsName) {
     EXPECT_EQ(entryKindOf("\xff\n.JPG", S_IFREG), Images);
     // Of these the database says nothing, and the tables of extensions do.
     const std::map<std::string, EntryKind> listed = {
-        {"a.FPIX", Images},  {"a.m75", Movies},     {"a.swa", Sounds},  {"a.BIN", Archives},
-        {"a.sea", Archives}, {"a.rtfd", Documents}, {"a.WEBLOC", Text}, {"a.dfont", Fonts}};
+        {"a.FPIX", Images},  {"a.m75", Movies},     {"a.swa", Sounds}, {"a.BIN", Archives},
+        {"a.sea", Archives}, {"a.rtfd", Documents}, {"a.text", Text},  {"a.dfont", Fonts}};
     for (const auto& [name, kind] : listed)
         EXPECT_EQ(entryKindOf(name, S_IFREG), kind) << name;
     for (const char* plain :

@@ -156,6 +156,7 @@ TEST(FileKinds, TablesCanBeAskedInAnyCase) {
                                            {Text, "C++"},
                                            {Fonts, "TTF"}})
         EXPECT_TRUE(isListed(table, extension)) << extension;
+    EXPECT_FALSE(isListed(Documents, "txt")) << "it is text";
     for (const char* const none : {"", "sd", "ps", "psd ", "\xff"})
         EXPECT_FALSE(isListed(Images, none)) << none;
 }
