@@ -71,6 +71,7 @@ constexpr std::array kArchives = {
     "application/x-shar"sv, "application/x-stuffit*"sv, "application/x-sv4c*"sv,
     "application/x-xar"sv, "application/x-zoo"sv, "application/mac-binhex40"sv,
     "application/x-macbinary"sv, "application/vnd.ms-cab-compressed"sv, "application/ovf"sv,
+    "application/x-asar"sv, "application/x-pak"sv,
     // Packages of software
     "application/vnd.debian.binary-package"sv, "application/x-deb"sv, "application/x-rpm"sv,
     "application/x-source-rpm"sv, "application/vnd.android.package-archive"sv,
@@ -83,7 +84,9 @@ constexpr std::array kArchives = {
     "application/x-raw-floppy-disk-image"sv, "application/x-apple-diskimage"sv,
     "application/x-discjuggler-cd-image"sv, "application/x-ms-wim"sv, "application/x-qed-disk"sv,
     "application/x-qemu-disk"sv, "application/x-vdi-disk"sv, "application/x-vhd-disk"sv,
-    "application/x-vhdx-disk"sv, "application/x-vmdk-disk"sv,
+    "application/x-vhdx-disk"sv, "application/x-vmdk-disk"sv, "application/x-amiga-disk-format"sv,
+    "application/x-fds-disk"sv, "application/x-hfe-floppy-image"sv, "application/x-mame-chd"sv,
+    "application/x-thomson-sap-image"sv,
 };
 constexpr std::array kMovies = {
     "application/annodex"sv, "application/mxf"sv, "application/ogg"sv, "application/vnd.ms-asf"sv,
