@@ -4,13 +4,16 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <memory>
 #include <span>
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 #include "base/StringTable.h"
 #include "fsutil/FileKindTables.h"
 #include "platform/items/ItemKinds.h"
+#include "platform/items/MimeGlobs.h"
 
 namespace kestrin {
 namespace {
@@ -147,6 +150,26 @@ std::optional<EntryKind> kindOfType(const std::string& type) {
     return isPlainTextType(type) ? std::optional(EntryKind::Text) : std::nullopt;
 }
 
+/// The kinds of the types that a thread has met: a trash has entries by the hundred thousand, and
+/// of a few types. They are forgotten when the database changes.
+class KnownTypes {
+ public:
+    std::optional<EntryKind> kindOfName(std::string_view name) {
+        auto globs = MimeGlobs::shared();
+        if (globs != m_globs) {
+            m_kinds.clear();
+            m_globs = std::move(globs);
+        }
+        const auto [known, isNew] = m_kinds.try_emplace(m_globs->typeOfName(name));
+        if (isNew) known->second = kindOfType(std::string(known->first));
+        return known->second;
+    }
+
+ private:
+    std::shared_ptr<const MimeGlobs> m_globs;
+    std::unordered_map<std::string_view, std::optional<EntryKind>> m_kinds;  ///< types of m_globs
+};
+
 struct ExtensionsOfKind {
     EntryKind kind;
     ExtensionTable table;
@@ -201,11 +224,9 @@ const KindNames& namesOf(EntryKind kind) {
 EntryKind entryKindOf(std::string_view name, std::uint32_t mode) {
     if (S_ISDIR(mode)) return EntryKind::Folders;
     if (!S_ISREG(mode)) return EntryKind::Other;
-    // A trash has entries by the hundred thousand, and of a few types.
-    thread_local std::unordered_map<std::string, std::optional<EntryKind>> kinds;
-    const auto [known, isNew] = kinds.try_emplace(typeOfItem(name, S_IFREG));
-    if (isNew) known->second = kindOfType(known->first);
-    return known->second ? *known->second : kindOfExtension(name);
+    thread_local KnownTypes types;
+    if (const auto kind = types.kindOfName(name)) return *kind;
+    return kindOfExtension(name);
 }
 
 std::string_view kindWord(EntryKind kind) {

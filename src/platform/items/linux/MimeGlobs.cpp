@@ -65,10 +65,13 @@ using Stamp = std::tuple<time_t, long, ino_t, off_t>;
 std::vector<Stamp> stampsOf(const std::vector<FileUrl>& dataFolders) {
     std::vector<Stamp> stamps;
     for (const FileUrl& folder : dataFolders) {
-        struct stat status {};
-        ::stat(folder.appending("mime/globs2").path().c_str(), &status);
-        stamps.emplace_back(status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_ino,
-                            status.st_size);
+        // The cache is written last, and has what Qt knows of the types.
+        for (const char* const file : {"mime/globs2", "mime/mime.cache"}) {
+            struct stat status {};
+            ::stat(folder.appending(file).path().c_str(), &status);
+            stamps.emplace_back(status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_ino,
+                                status.st_size);
+        }
     }
     return stamps;
 }
