@@ -425,6 +425,10 @@ Examples:
   kestrin show --sort=size
   kestrin show --kind=movies /media/backup --json</translation>
     </message>
+    <message id="cli_kind_not_known">
+        <source></source>
+        <translation>Some items of the trash "%@" could not be looked at, and stay: they may be of any kind.</translation>
+    </message>
     <message id="cli_mounts_unknown">
         <source></source>
         <translation>Which volumes are mounted could not be found out.</translation>

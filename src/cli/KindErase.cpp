@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/StringTable.h"
 #include "cli/Arguments.h"
 #include "cli/Console.h"
 #include "cli/DryRun.h"
@@ -14,46 +15,55 @@
 #include "cli/SmartErase.h"
 #include "cli/TrashSurvey.h"
 #include "cli/VolumeChoice.h"
+#include "format/DisplayName.h"
 
 namespace kestrin {
 
 namespace {
 
-/// Adds the entries of that kind in a trash. Returns why it cannot be read, if so.
-MaybeError addEntries(const TrashLocation& location, EntryKind kind, const std::stop_token& stop,
-                      ChosenEntries& chosen) {
+struct Search {
+    ChosenEntries chosen;
+    std::vector<UnreadableTrash> unreadable;
+    std::vector<FileUrl> doubtful;  ///< trashes with entries that may be of any kind
+};
+
+/// Adds what a trash holds of that kind.
+void lookInto(const TrashLocation& location, EntryKind kind, const std::stop_token& stop,
+              Search& search) {
     Result<std::vector<ScannedEntry>> entries = entriesOfTrash(location.trashURL, kind, stop);
-    if (!entries) return entries.error();
-    if (entries->empty()) return std::nullopt;
-    chosen.trashes.push_back(location);
+    if (!entries) return search.unreadable.push_back({location.trashURL, entries.error()});
+    // An entry that nobody could look at is listed as Other, and may be of any kind.
+    if (std::erase_if(*entries, [](const ScannedEntry& entry) { return entry.mode == 0; }) != 0)
+        search.doubtful.push_back(location.trashURL);
+    if (entries->empty()) return;
+    search.chosen.trashes.push_back(location);
     const auto trash = std::make_shared<const FileUrl>(location.trashURL);
     for (ScannedEntry& entry : *entries) {
-        chosen.items.push_back({.trash = trash,
-                                .name = std::move(entry.name),
-                                .identity = entry.identity,
-                                .size = entry.size,
-                                .count = entry.count,
-                                .isDirectory = entry.isDirectory()});
+        search.chosen.items.push_back({.trash = trash,
+                                       .name = std::move(entry.name),
+                                       .identity = entry.identity,
+                                       .size = entry.size,
+                                       .count = entry.count,
+                                       .isDirectory = entry.isDirectory()});
     }
-    return std::nullopt;
 }
 
 }  // namespace
 
 int eraseKind(const Arguments& arguments, const ChosenTrashes& trashes, Console& console,
               EraseSession& session) {
-    ChosenEntries chosen{.leftOut = trashes.leftOut};
-    std::vector<UnreadableTrash> unreadable;
+    Search search{.chosen = {.leftOut = trashes.leftOut}};
     const bool wentOn = session.runInBackground([&](const std::stop_token& stop) {
-        for (const TrashLocation& location : trashes.trashes) {
-            if (auto error = addEntries(location, *arguments.kind, stop, chosen))
-                unreadable.push_back({location.trashURL, *std::move(error)});
-        }
+        for (const TrashLocation& location : trashes.trashes)
+            lookInto(location, *arguments.kind, stop, search);
     });
     if (!wentOn) return reportStop(arguments, console);
+    auto& [chosen, unreadable, doubtful] = search;
     for (const auto& [trash, error] : unreadable)
         complainOfTrash(console, trash, error);
-    const bool isComplete = trashes.isComplete && unreadable.empty();
+    for (const FileUrl& trash : doubtful)
+        console.complain(console.text("cli_kind_not_known"_key, {displayName(trash.path())}));
+    const bool isComplete = trashes.isComplete && unreadable.empty() && doubtful.empty();
     int status = 0;
     if (chosen.items.empty() && !arguments.json) {
         // Nobody knows what a trash holds that could not be read.

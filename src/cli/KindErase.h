@@ -10,8 +10,8 @@ class Console;
 class EraseSession;
 
 /// Lists the entries of the kind wanted, as "show" does, then asks and erases exactly those: what
-/// comes later, or takes the name of one, stays. Returns the exit status. Requires: `arguments` has
-/// a kind. Main thread.
+/// comes later stays, as does what takes the name of one, and what could not be looked at. Returns
+/// the exit status. Requires: `arguments` has a kind. Main thread.
 int eraseKind(const Arguments& arguments, const ChosenTrashes& trashes, Console& console,
               EraseSession& session);
 
