@@ -207,13 +207,10 @@ void QVWindowCntrl::makeToolBar() {
     m_checkedInfo = new QLabel;
     m_checkedInfo->setTextFormat(Qt::PlainText);
     m_checkedInfo->setContentsMargins(kMargin, 0, kMargin, 0);
-    auto* const space = new QWidget;
-    space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     colourTools();
     bar->addAction(sources);
     bar->addAction(refresh);
     bar->addWidget(filter);
-    bar->addWidget(space);
     bar->addWidget(m_checkedInfo);
     bar->addAction(preview);
 }
@@ -241,7 +238,7 @@ QWidget* QVWindowCntrl::makeFilter() {
     row->setSpacing(kMargin / 2);
     row->addWidget(m_kind);
     row->addWidget(m_filter, 1);
-    row->addStretch();  // what the field does not take beyond its widest
+    row->addStretch();  // holds what stands behind it at the end of the tool bar
     return both;
 }
 
