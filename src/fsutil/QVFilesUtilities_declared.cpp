@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "base/StringTable.h"
+#include "fsutil/FlatText.h"
 #include "fsutil/HostLocation.h"
 #include "fsutil/QVFilesUtilities.h"
 #include "platform/desktop/DeclaredTypes.h"
@@ -19,17 +20,6 @@ constexpr std::string_view kFolderKind = "Folder";
 constexpr std::string_view kFolderType = "inode/directory";
 /// What documents are never told apart by.
 constexpr std::string_view kRefused[] = {"", "*", "    ", "****", "????", "fold"};
-
-/// The pieces between commas; one for a text without any.
-Texts piecesOf(std::string_view text) {
-    Texts pieces;
-    while (true) {
-        const std::size_t comma = text.find(',');
-        pieces.emplace_back(text.substr(0, comma));
-        if (comma == std::string_view::npos) return pieces;
-        text.remove_prefix(comma + 1);
-    }
-}
 
 std::string caseFolded(std::string_view text) {
     return displayText(text).toCaseFolded().toStdString();

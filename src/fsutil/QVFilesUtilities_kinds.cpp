@@ -3,11 +3,11 @@
 #include <QStringConverter>
 #include <algorithm>
 #include <iterator>
-#include <sstream>
 #include <unordered_set>
 
 #include "base/XmlCharacters.h"
 #include "fsutil/FileKindTables.h"
+#include "fsutil/FlatText.h"
 #include "fsutil/HostLocation.h"
 #include "fsutil/QVFilesUtilities.h"
 #include "platform/items/FolderWalk.h"
@@ -17,15 +17,6 @@ namespace kestrin {
 namespace {
 
 using Texts = std::vector<std::string>;
-
-/// The pieces of a flat text.
-Texts pieces(const std::string& flatText) {
-    std::istringstream rest(flatText);
-    Texts pieces;
-    for (std::string piece; std::getline(rest, piece, ',');)
-        pieces.push_back(piece);
-    return pieces;
-}
 
 /// What a piece has between its quotes; none when it has no quotes.
 std::optional<std::string> unquoted(const std::string& piece) {
@@ -57,17 +48,17 @@ class KindCheck {
 
 KindCheck imageCheck(const QVFilesUtilities& utilities) {
     Texts codes;
-    for (const std::string& piece : pieces(utilities.imagesTypes()))
+    for (const std::string& piece : piecesOf(utilities.imagesTypes()))
         codes.push_back(unquoted(piece).value_or(std::string()));
     // The flat text of type codes begins and ends with a quote, that of extensions with a letter:
     // its first and its last member lose one here, which is wanted.
     const std::string extensions = utilities.imagesExtensions();
-    return {codes, pieces(extensions.substr(1, extensions.size() - 2))};
+    return {codes, piecesOf(extensions.substr(1, extensions.size() - 2))};
 }
 
 Texts withMissing(Texts array, const Texts& tableTexts) {
     for (const std::string& text : tableTexts) {
-        for (const std::string& piece : pieces(text)) {
+        for (const std::string& piece : piecesOf(text)) {
             const std::string member = unquoted(piece).value_or(piece);
             if (std::ranges::find(array, member) == array.end()) array.push_back(member);
         }
