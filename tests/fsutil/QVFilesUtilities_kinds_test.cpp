@@ -27,7 +27,7 @@ Texts split(const std::string& text, char separator) {
 }
 
 /// The lines of kinds.txt: the form and the operation, and the members.
-std::map<std::pair<std::string, std::string>, Texts> describedKinds() {
+std::map<std::pair<std::string, std::string>, Texts> listedKinds() {
     std::map<std::pair<std::string, std::string>, Texts> kinds;
     for (const std::string& line : split(readFile(KESTRIN_KINDS), '\n')) {
         if (line.starts_with('#')) continue;
@@ -45,7 +45,7 @@ OSType codeOf(const std::string& text) {
     return byte(0) << 24 | byte(1) << 16 | byte(2) << 8 | byte(3);
 }
 
-TEST(FileKinds, TablesHoldTheDescribedMembersInTheirForms) {
+TEST(FileKinds, TablesHoldTheirMembersInEveryForm) {
     const std::map<std::string, FlatTableOperation> flat{
         {"imagesTypes", &Files::imagesTypes},
         {"imagesExtensions", &Files::imagesExtensions},
@@ -77,7 +77,7 @@ TEST(FileKinds, TablesHoldTheDescribedMembersInTheirForms) {
         {"arrayPDFOSTypes", &Files::arrayPDFOSTypes}};
     const Files files;
     std::size_t checked = 0;
-    for (const auto& [line, members] : describedKinds()) {
+    for (const auto& [line, members] : listedKinds()) {
         const auto& [form, name] = line;
         SCOPED_TRACE(name);
         if (form == "codes" || form == "extensions") continue;
@@ -109,7 +109,7 @@ TEST(FileKinds, TablesHoldTheDescribedMembersInTheirForms) {
 }
 
 TEST(FileKinds, ChecksAcceptTheirMembersAndNothingThatIsNearThem) {
-    const auto kinds = describedKinds();
+    const auto kinds = listedKinds();
     std::set<std::string> tried{"", " ", "  "};
     for (const auto& [line, members] : kinds) {
         for (const std::string& member : members) {
