@@ -22,7 +22,8 @@ using namespace std::string_view_literals;
 
 // --- What type is of what kind ---
 // A pattern is the name of a type, or the beginning of several with a "*" behind it. What no line
-// names is Text when it is derived from plain text. Else the extension alone decides.
+// names, by any of its names, is Text when it is derived from plain text. Else the extension alone
+// decides.
 
 // clang-format off
 constexpr std::array kDocuments = {
@@ -142,11 +143,18 @@ bool matches(std::string_view pattern, std::string_view type) {
     return type.starts_with(pattern.substr(0, pattern.size() - 1));
 }
 
-std::optional<EntryKind> kindOfType(const std::string& type) {
+std::optional<EntryKind> listedKind(const std::string& type) {
     for (const TypesOfKind& line : kTypes) {
         const auto matchesType = [&](std::string_view pattern) { return matches(pattern, type); };
         if (std::ranges::any_of(line.patterns, matchesType)) return line.kind;
     }
+    return std::nullopt;
+}
+
+std::optional<EntryKind> kindOfType(const std::string& type) {
+    if (const auto kind = listedKind(type)) return kind;
+    for (const std::string& alias : aliasesOfType(type))
+        if (const auto kind = listedKind(alias)) return kind;
     return isPlainTextType(type) ? std::optional(EntryKind::Text) : std::nullopt;
 }
 

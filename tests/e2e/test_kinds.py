@@ -6,12 +6,22 @@ import os
 from harness import EndToEndTest, listing, path_of
 
 NAMES = {"images": [b"PHOTO.PNG", b".hidden.jpg", b"\xff\n.Jpeg"], "sounds": [b"SONG.MP3"],
-         "movies": [b"Film.mkV"], "archives": [b"BACKUP.TAR.GZ"], "documents": [b"REPORT.PDF", b"a.rtf"],
+         "movies": [b"Film.mkV"], "archives": [b"BACKUP.TAR.GZ", b"own.ZOO2"], "documents": [b"REPORT.PDF", b"a.rtf"],
          "text": [b"Main.PY", b"README"], "fonts": [b"SANS.TTF"], "folders": [b"folder.jpg", b".git"],
          "other": [b"link.jpg", b"fifo.jpg", b"unknown", b".png."]}
+# A database of the user's own: what it calls own/zoo has another name elsewhere.
+OWN_TYPE = """<mime-info xmlns="http://www.freedesktop.org/standards/shared-mime-info">
+<mime-type type="own/zoo"><alias type="application/x-zoo"/><glob pattern="*.zoo2"/></mime-type></mime-info>"""
 
 
 class KindsTest(EndToEndTest):
+    def setUp(self):
+        super().setUp()
+        os.makedirs(os.path.join(self.home, b".local/share/mime/packages"))
+        for name, text in ((b"globs2", "50:own/zoo:*.zoo2\n"), (b"packages/own.xml", OWN_TYPE)):
+            with open(os.path.join(self.home, b".local/share/mime", name), "w") as file:
+                file.write(text)
+
     def fill(self, can):
         for name in (name for names in NAMES.values() for name in names):
             if name in NAMES["folders"]:

@@ -25,6 +25,9 @@ struct ItemKind {
 ItemKind kindOfItem(std::string_view name, std::uint32_t mode);
 /// Its type identifier alone, which costs microseconds.
 std::string typeOfItem(std::string_view name, std::uint32_t mode);
+/// The other names of a type in the MIME database; databases differ in which of them is the name.
+/// Thread: any.
+std::vector<std::string> aliasesOfType(const std::string& typeIdentifier);
 /// Whether a type is plain text with a meaning of its own (source code, XML, settings): the MIME
 /// database derives it from "text/plain". Thread: any.
 bool isPlainTextType(const std::string& typeIdentifier);

@@ -52,6 +52,10 @@ const char* inodeType(std::uint32_t mode) {
     }
 }
 
+QMimeType typeNamed(const std::string& identifier) {
+    return QMimeDatabase().mimeTypeForName(QString::fromStdString(identifier));
+}
+
 }  // namespace
 
 bool isBundleExtension(std::string_view extension) {
@@ -60,7 +64,7 @@ bool isBundleExtension(std::string_view extension) {
 
 ItemKind kindOfItem(std::string_view name, std::uint32_t mode) {
     std::string identifier = typeOfItem(name, mode);
-    const QMimeType type = QMimeDatabase().mimeTypeForName(QString::fromStdString(identifier));
+    const QMimeType type = typeNamed(identifier);
     ItemKind kind{std::move(identifier), type.comment().toStdString(), {}};
     if (S_ISDIR(mode)) kind.iconNames.emplace_back("folder");
     kind.iconNames.push_back(type.iconName().toStdString());
@@ -75,10 +79,15 @@ std::string typeOfItem(std::string_view name, std::uint32_t mode) {
     return std::string(type.empty() ? kUnknownType : type);
 }
 
+std::vector<std::string> aliasesOfType(const std::string& typeIdentifier) {
+    std::vector<std::string> aliases;
+    for (const QString& alias : typeNamed(typeIdentifier).aliases())
+        aliases.push_back(alias.toStdString());
+    return aliases;
+}
+
 bool isPlainTextType(const std::string& typeIdentifier) {
-    const QMimeDatabase database;
-    return database.mimeTypeForName(QString::fromStdString(typeIdentifier))
-        .inherits(QStringLiteral("text/plain"));
+    return typeNamed(typeIdentifier).inherits(QStringLiteral("text/plain"));
 }
 
 }  // namespace kestrin
