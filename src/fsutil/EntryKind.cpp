@@ -119,6 +119,8 @@ constexpr std::array kImages = {
     "image/*"sv,
 };
 constexpr std::array kText = {"text/*"sv, "message/*"sv};
+// Derived from plain text, which it may be armoured as, but what is encrypted is of any kind.
+constexpr std::array kOther = {"application/pgp-encrypted"sv};
 // clang-format on
 
 struct TypesOfKind {
@@ -135,6 +137,7 @@ constexpr std::array kTypes = {
     TypesOfKind{EntryKind::Sounds, kSounds},
     TypesOfKind{EntryKind::Images, kImages},
     TypesOfKind{EntryKind::Text, kText},
+    TypesOfKind{EntryKind::Other, kOther},
     // clang-format on
 };
 

@@ -43,7 +43,7 @@ const std::map<EntryKind, std::string> kExtensions = {
     {Fonts,
      "ttf otf ttc woff woff2 pfb pfa bdf afm"},
     {Other,
-     "exe dll so o class pyc torrent sqlite3 db nes gba lnk"},
+     "exe dll so o class pyc torrent sqlite3 db nes gba lnk gpg"},
 };
 // clang-format on
 
