@@ -2,8 +2,13 @@
 // The attributes that keep even root from removing an entry: immutable and append-only.
 #pragma once
 
+#include <cstdint>
+#include <string>
+
 #include "base/FileUrl.h"
 #include "base/Result.h"
+#include "platform/items/FileHandle.h"
+#include "platform/items/ItemIdentity.h"
 #include "platform/items/UniqueFd.h"
 
 namespace kestrin {
@@ -16,6 +21,38 @@ enum class LockState {
 /// The state of the entry `name` in the open folder `folder`. Nothing is opened and no link is
 /// followed. Where something is mounted, the state is Unknown.
 LockState lockStateAt(int folder, const char* name);
+
+/// A file or folder whose attributes are cleared for a while, as whoever puts them back can find
+/// it.
+struct UnlockedItem {
+    FileHandle handle;
+    ItemIdentity identity;
+    std::string path;  ///< by which people know it; empty when it is longer than the kernel tells
+    int flags = 0;     ///< the attributes that were set, by their bits of ioctl_iflags(2)
+};
+
+/// Hears of every item whose attributes are cleared, so that somebody else can put them back when
+/// this process is ended in between. Called from several threads at once.
+class LockObserver {
+ public:
+    virtual ~LockObserver() = default;
+    /// Called before the attributes are cleared; false has them left as they are. `id` is another
+    /// one each time, and never 0.
+    virtual bool willClear(std::uint64_t id, const UnlockedItem& item) = 0;
+    /// The attributes are back, are to stay cleared, or the item has gone. This is never called for
+    /// an item that could not get its attributes back.
+    virtual void didSettle(std::uint64_t id) = 0;
+};
+/// Has the attributes that this process clears told to `observer`, which must outlive that; nullptr
+/// for nobody. To be called while there is one thread.
+void setLockObserver(LockObserver* observer);
+
+/// Puts the attributes back that another process had cleared and not put back. The item is found by
+/// its handle; where the file system gives none by its path, and then only if it was made in the
+/// same moment. An item that exists no more needs nothing. Errors: why the attributes are not back,
+/// by errorFromErrno with Write: ESTALE when nothing tells whether this is still the same item;
+/// ENODEV when its mount is gone. Needs CAP_LINUX_IMMUTABLE and CAP_DAC_READ_SEARCH.
+MaybeError putBackLocks(const UnlockedItem& item);
 
 /// The immutable and append-only attributes of one file or folder, cleared while this lives. When
 /// it goes they are put back, unless the entry has lost its last name: a removed file that has
@@ -43,9 +80,11 @@ class ClearedLocks {
     void leaveCleared() { m_flags = 0; }
 
  private:
-    ClearedLocks(UniqueFd fd, int flags) : m_fd(std::move(fd)), m_flags(flags) {}
+    ClearedLocks(UniqueFd fd, int flags, std::uint64_t id)
+        : m_fd(std::move(fd)), m_flags(flags), m_id(id) {}
     UniqueFd m_fd;
     int m_flags;
+    std::uint64_t m_id;  ///< for the observer; 0: it was told nothing
 };
 
 /// Clears the attributes of one item for good. Links are followed on the way to it, and never at

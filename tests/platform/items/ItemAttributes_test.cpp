@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <map>
 
 #include "platform/items/FileLabels.h"
 #include "platform/items/ItemIdentity.h"
@@ -112,6 +113,61 @@ TEST(ItemAttributes, UnlockingNeedsRootAndRefusesWhatIsNoFileOrFolder) {
     EXPECT_TRUE(itemAttributes(file)->isImmutable);
     EXPECT_FALSE(clearLocks(file));
     EXPECT_EQ(unlink(file.path().c_str()), 0) << "nor is it append-only";
+}
+
+class RecordingObserver final : public LockObserver {
+ public:
+    ~RecordingObserver() override { setLockObserver(nullptr); }
+    bool willClear(std::uint64_t id, const UnlockedItem& item) override {
+        open.emplace(id, item);
+        return allows;
+    }
+    void didSettle(std::uint64_t id) override { EXPECT_EQ(open.erase(id), 1u); }
+    std::map<std::uint64_t, UnlockedItem> open;
+    bool allows = true;
+};
+
+TEST(ItemAttributes, UnlockingIsToldSoThatSomebodyElseCanPutItBack) {
+    KESTRIN_REQUIRE_ROOT();
+    const ScratchFolder scratch;
+    const std::string file = scratch / "file", moved = scratch / "moved";
+    writeFile(file);
+    if (runAsRoot("chattr +i +a " + file) != 0) GTEST_SKIP() << "no such attributes here";
+    const AsRoot root;
+    RecordingObserver observer;
+    setLockObserver(&observer);
+    const UniqueFd folder(open(scratch.path().c_str(), O_PATH));
+    const auto clear = [&] { return ClearedLocks::clear(folder.get(), "file"); };
+    const auto isLocked = [](const std::string& path) {
+        return lockStateAt(AT_FDCWD, path.c_str()) == LockState::Locked;
+    };
+    observer.allows = false;
+    EXPECT_EQ(clear().error().code, ECANCELED);
+    EXPECT_TRUE(isLocked(file) && observer.open.empty());
+    observer.allows = true;
+    UnlockedItem told;
+    {
+        const auto cleared = clear();
+        ASSERT_EQ(observer.open.size(), 1u);
+        told = observer.open.begin()->second;
+        EXPECT_EQ(told.path, file);
+        // As if this process ended here. The name leads to something else by then.
+        ASSERT_EQ(rename(file.c_str(), moved.c_str()), 0);
+        writeFile(file);
+        EXPECT_FALSE(putBackLocks(told));
+        EXPECT_TRUE(isLocked(moved) && !isLocked(file));
+    }
+    EXPECT_TRUE(observer.open.empty());
+    UnlockedItem byPath = told, other = told;
+    byPath.handle = {};
+    EXPECT_EQ(putBackLocks(byPath)->code, ESTALE) << "another file has the name";
+    other.handle = handleOf(UniqueFd(open(file.c_str(), O_PATH)).get());
+    EXPECT_EQ(putBackLocks(other)->code, ESTALE) << "what is found is not what was told";
+    EXPECT_FALSE(isLocked(file));
+    ASSERT_FALSE(clearLocks(url(moved)));
+    ASSERT_EQ(unlink(moved.c_str()), 0);
+    EXPECT_TRUE(observer.open.empty());
+    EXPECT_FALSE(putBackLocks(told)) << "what has gone needs nothing";
 }
 
 TEST(ItemAttributes, ReadsLinksOfAnyLength) {

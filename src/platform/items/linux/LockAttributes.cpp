@@ -2,23 +2,29 @@
 #include "platform/items/LockAttributes.h"
 
 #include <fcntl.h>
+#include <limits.h>
 #include <linux/fs.h>
 #include <linux/openat2.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <string>
 #include <utility>
 
 #include "platform/items/HostErrors.h"
+#include "platform/items/linux/Identity.h"
 #include "platform/items/linux/LockFlags.h"
 
 namespace kestrin {
 namespace {
 
 constexpr int kLockFlags = FS_IMMUTABLE_FL | FS_APPEND_FL;
+
+LockObserver* s_observer = nullptr;
 
 /// Holds the entry without opening it: what it is can then be asked before anything happens to it.
 UniqueFd holdEntry(int folder, const char* name) {
@@ -45,7 +51,53 @@ bool hasOtherNames(int fd) {
     return fstat(fd, &status) != 0 || (!S_ISDIR(status.st_mode) && status.st_nlink > 1);
 }
 
+/// None known, with errno, when it cannot be asked.
+ItemIdentity identityOf(int fd) {
+    struct statx status {};
+    if (statx(fd, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, kIdentityMask, &status) != 0) return {};
+    return identityFrom(status, hasLastingInodes(fd));
+}
+
+/// Where the item is, as the kernel tells; empty when that is too long for it.
+std::string pathOf(int fd) {
+    const std::string link = "/proc/self/fd/" + std::to_string(fd);
+    std::string path(PATH_MAX, '\0');
+    const ssize_t length = readlink(link.c_str(), path.data(), path.size());
+    path.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+    return path;
+}
+
+/// Tells the observer; false when it forbids to go on.
+bool tellOfClearing(int fd, ClearedFlags& cleared) {
+    static std::atomic<std::uint64_t> lastId = 0;
+    if (!s_observer) return true;
+    cleared.id = ++lastId;
+    return s_observer->willClear(cleared.id,
+                                 {handleOf(fd), identityOf(fd), pathOf(fd), cleared.flags});
+}
+
+/// Holds the entry at a path that nobody vouches for.
+UniqueFd holdByPath(const std::string& path) {
+    open_how how{};
+    how.flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+    how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
+    return UniqueFd(
+        static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
+}
+
+/// Adds the flags to those that are set. 0 or an errno.
+int setLockFlags(int fd, int added) {
+    int flags = 0;
+    if (ioctl(fd, FS_IOC_GETFLAGS, &flags) != 0) return errno;
+    flags |= added;
+    return ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0 ? 0 : errno;
+}
+
 }  // namespace
+
+void setLockObserver(LockObserver* observer) {
+    s_observer = observer;
+}
 
 LockState lockStateAt(int folder, const char* name) {
     struct statx status {};
@@ -58,21 +110,49 @@ LockState lockStateAt(int folder, const char* name) {
     return isLocked ? LockState::Locked : LockState::Unlocked;
 }
 
-int clearLockFlags(int fd, int& cleared) {
+int clearLockFlags(int fd, ClearedFlags& cleared) {
     int flags = 0;
     if (ioctl(fd, FS_IOC_GETFLAGS, &flags) != 0) return errno;
-    cleared = flags & kLockFlags;
+    cleared = {flags & kLockFlags, 0};
+    if (cleared.flags == 0) return 0;
+    int error = tellOfClearing(fd, cleared) ? 0 : ECANCELED;
     flags &= ~kLockFlags;
-    return cleared == 0 || ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0 ? 0 : errno;
+    if (error == 0 && ioctl(fd, FS_IOC_SETFLAGS, &flags) != 0) error = errno;
+    if (error != 0) settleLockFlags(cleared);
+    return error;
 }
 
-void restoreLockFlags(int fd, int cleared) {
+void restoreLockFlags(int fd, ClearedFlags& cleared) {
     struct stat status {};
-    int flags = 0;
-    if (cleared == 0 || fstat(fd, &status) != 0 || status.st_nlink == 0) return;
-    if (ioctl(fd, FS_IOC_GETFLAGS, &flags) != 0) return;
-    flags |= cleared;
-    ioctl(fd, FS_IOC_SETFLAGS, &flags);
+    if (cleared.flags != 0) {
+        if (fstat(fd, &status) != 0) return;
+        if (status.st_nlink != 0 && setLockFlags(fd, cleared.flags) != 0) return;
+    }
+    settleLockFlags(cleared);
+}
+
+void settleLockFlags(ClearedFlags& cleared) {
+    if (cleared.id != 0 && s_observer) s_observer->didSettle(cleared.id);
+    cleared = {};
+}
+
+MaybeError putBackLocks(const UnlockedItem& item) {
+    const bool hasHandle = item.handle.isKnown();
+    if (!hasHandle && item.identity.birthTime == 0)
+        return errorFromErrno(ESTALE, HostAccess::Write);
+    const UniqueFd held = hasHandle ? holdByHandle(item.handle) : holdByPath(item.path);
+    if (!held && hasHandle && errno == ESTALE) return std::nullopt;
+    if (!held) return errorFromErrno(errno, HostAccess::Write);
+    const ItemIdentity found = identityOf(held.get());
+    if (!found.isKnown() || !(found == item.identity)) {
+        return errorFromErrno(ESTALE, HostAccess::Write);
+    }
+    const UniqueFd fd = openHeld(held.get());
+    if (!fd) return errorFromErrno(errno, HostAccess::Write);
+    ClearedFlags cleared{item.flags & kLockFlags, 0};
+    restoreLockFlags(fd.get(), cleared);
+    if (cleared.flags != 0) return errorFromErrno(errno, HostAccess::Write);
+    return std::nullopt;
 }
 
 Result<ClearedLocks> ClearedLocks::clear(int folder, const char* name, OtherNames otherNames) {
@@ -88,11 +168,11 @@ Result<ClearedLocks> ClearedLocks::clear(int folder, const char* name, OtherName
 Result<ClearedLocks> ClearedLocks::clearFolder(int folder) {
     UniqueFd fd = openHeld(folder);
     if (!fd) return errorFromErrno(errno, HostAccess::Write);
-    int cleared = 0;
+    ClearedFlags cleared;
     if (const int error = clearLockFlags(fd.get(), cleared)) {
         return errorFromErrno(error, HostAccess::Write);
     }
-    return ClearedLocks(std::move(fd), cleared);
+    return ClearedLocks(std::move(fd), cleared.flags, cleared.id);
 }
 
 MaybeError clearLocks(const FileUrl& item) {
@@ -106,7 +186,8 @@ MaybeError clearLocks(const FileUrl& item) {
 }
 
 ClearedLocks::~ClearedLocks() {
-    if (m_fd) restoreLockFlags(m_fd.get(), m_flags);
+    ClearedFlags cleared{m_flags, m_id};
+    if (m_fd) restoreLockFlags(m_fd.get(), cleared);
 }
 
 }  // namespace kestrin

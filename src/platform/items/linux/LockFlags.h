@@ -2,13 +2,24 @@
 // The inode flags behind the immutable and append-only attributes; see ioctl_iflags(2).
 #pragma once
 
+#include <cstdint>
+
 namespace kestrin {
 
-/// Clears both flags on an open file or folder, and sets `cleared` to those that were set. Returns
-/// 0 or an errno.
-int clearLockFlags(int fd, int& cleared);
+/// What was cleared on one file or folder.
+struct ClearedFlags {
+    int flags = 0;
+    std::uint64_t id = 0;  ///< for the observer; 0: it was told nothing
+};
 
-/// Sets them again, unless the file or folder has no name any more.
-void restoreLockFlags(int fd, int cleared);
+/// Clears both flags on an open file or folder, and sets `cleared` to those that were set. Returns
+/// 0 or an errno: ECANCELED when the observer forbids it.
+int clearLockFlags(int fd, ClearedFlags& cleared);
+
+/// Sets them again, unless the file or folder has no name any more, and forgets them.
+void restoreLockFlags(int fd, ClearedFlags& cleared);
+
+/// Forgets the flags of what was removed, or is to stay as it is.
+void settleLockFlags(ClearedFlags& cleared);
 
 }  // namespace kestrin

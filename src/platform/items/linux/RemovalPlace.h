@@ -21,6 +21,7 @@
 #include "platform/items/linux/DescriptorCache.h"
 #include "platform/items/linux/EntryFacts.h"
 #include "platform/items/linux/Identity.h"
+#include "platform/items/linux/LockFlags.h"
 
 namespace kestrin {
 
@@ -30,8 +31,8 @@ struct RemovalFolder : FolderNode {
     std::unique_ptr<RemovalItem> ownItem;  ///< at depth 0: what removal was asked for
     const RemovalItem* item = nullptr;     ///< that of the folder's ancestor at depth 0
     bool modeWasWidened = false;
-    int clearedLocks = 0;  ///< attributes to be put back when it stays
-    FolderRights rights;   ///< for a rehearsal
+    ClearedFlags clearedLocks;  ///< attributes to be put back when it stays
+    FolderRights rights;        ///< for a rehearsal
     unsigned passes = 0;
     std::atomic<std::uint32_t> pending = 1;  ///< the listing and the folders below
     std::atomic<bool> somethingStayed = false;

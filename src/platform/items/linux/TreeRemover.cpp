@@ -415,7 +415,8 @@ class Remover {
                 if (folder.above()) m_descriptors.unpin(*folder.above());
             }
         }
-        if (step == Step::Stayed) restoreFolder(folder);
+        // What has gone for somebody else may only have another name.
+        if (step != Step::Again) restoreFolder(folder);
         return step;
     }
 
@@ -427,6 +428,8 @@ class Remover {
         if (m_policy.shouldStop()) return Step::Stayed;
         const int error = unlinkEntry(place, name, folder.facts, AT_REMOVEDIR);
         if (error == 0) {
+            settleLockFlags(folder.clearedLocks);
+            folder.modeWasWidened = false;
             m_policy.didRemove(entry);
             return Step::Gone;
         }
@@ -454,7 +457,7 @@ class Remover {
 
     /// What was changed to empty the folder is changed back.
     void restoreFolder(RemovalFolder& folder) {
-        if (!folder.modeWasWidened && folder.clearedLocks == 0) return;
+        if (!folder.modeWasWidened && folder.clearedLocks.flags == 0) return;
         const int descriptor = m_descriptors.pin(folder);
         if (descriptor < 0) return;
         if (folder.modeWasWidened) restoreMode(descriptor, folder.facts, false);

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The kernel's own name of a file or folder, which holds whatever its path becomes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "platform/items/UniqueFd.h"
+
+namespace kestrin {
+
+/// Names one file or folder of one file system for as long as it exists: another one that gets its
+/// inode number has another handle. See name_to_handle_at(2).
+struct FileHandle {
+    static constexpr std::size_t kMaximumBytes = 128;  ///< MAX_HANDLE_SZ
+
+    std::int32_t mountId = 0;  ///< MountEntry::id of the mount through which it was asked
+    std::int32_t type = 0;
+    std::string bytes{};  ///< empty: the file system gives no handles
+
+    bool isKnown() const { return !bytes.empty(); }
+    /// Whether both name one file, if they are of one file system. The mounts are not compared.
+    bool isSameAs(const FileHandle& other) const {
+        return isKnown() && type == other.type && bytes == other.bytes;
+    }
+};
+
+/// The handle of what is open, also with O_PATH. It is not known where the file system gives none.
+FileHandle handleOf(int fd);
+
+/// Holds (O_PATH) what the handle names, without opening it. No descriptor, with errno, on failure:
+/// ESTALE when it exists no more, ENODEV when its mount is gone. Needs CAP_DAC_READ_SEARCH.
+UniqueFd holdByHandle(const FileHandle& handle);
+
+}  // namespace kestrin
