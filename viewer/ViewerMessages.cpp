@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <sys/socket.h>
-#include <sys/uio.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <type_traits>
 #include <utility>
 
 #include "platform/items/HostErrors.h"
+#include "platform/processes/PacketSocket.h"
 #include "viewer/ViewerProtocol.h"
 
 namespace kestrin {
@@ -52,44 +49,10 @@ HostError failure(int systemError) {
 
 /// `file` -1: none goes along.
 template <class Packet>
-MaybeError sendPacket(int socket, Packet packet, int file) {
+MaybeError send(int socket, Packet packet, int file) {
     static_assert(std::has_unique_object_representations_v<Packet>);
-    iovec part{&packet, sizeof packet};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))]{};
-    if (file >= 0) {
-        message.msg_control = control;
-        message.msg_controllen = sizeof control;
-        cmsghdr* header = CMSG_FIRSTHDR(&message);
-        header->cmsg_level = SOL_SOCKET;
-        header->cmsg_type = SCM_RIGHTS;
-        header->cmsg_len = CMSG_LEN(sizeof(int));
-        std::memcpy(CMSG_DATA(header), &file, sizeof file);
-    }
-    ssize_t length = 0;
-    do {
-        length = ::sendmsg(socket, &message, MSG_NOSIGNAL);
-    } while (length < 0 && errno == EINTR);
-    if (length < 0) return errorFromErrno(errno, HostAccess::Write);
-    return std::nullopt;
-}
-
-/// Takes every descriptor that came along, so that none stays open unowned.
-std::vector<UniqueFd> takeDescriptors(msghdr& message) {
-    std::vector<UniqueFd> files;
-    for (cmsghdr* header = CMSG_FIRSTHDR(&message); header;
-         header = CMSG_NXTHDR(&message, header)) {
-        if (header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS) continue;
-        const std::size_t count = (header->cmsg_len - CMSG_LEN(0)) / sizeof(int);
-        for (std::size_t index = 0; index < count; ++index) {
-            int file = -1;
-            std::memcpy(&file, CMSG_DATA(header) + index * sizeof(int), sizeof file);
-            files.emplace_back(file);
-        }
-    }
-    return files;
+    return sendPacket(socket, {reinterpret_cast<const char*>(&packet), sizeof packet},
+                      {&file, file >= 0 ? 1U : 0U});
 }
 
 template <class Packet>
@@ -99,29 +62,17 @@ struct Received {
 };
 
 template <class Packet>
-Result<Received<Packet>> receivePacket(int socket, std::size_t descriptors) {
+Result<Received<Packet>> receive(int socket, std::size_t descriptors) {
     Received<Packet> received;
     const std::uint32_t mark = received.packet.mark;
-    iovec part{&received.packet, sizeof received.packet};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    alignas(cmsghdr) char control[CMSG_SPACE(4 * sizeof(int))]{};
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
-    ssize_t length = 0;
-    do {
-        length = ::recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
-    } while (length < 0 && errno == EINTR);
-    if (length < 0) return failure(errno);
-    std::vector<UniqueFd> files = takeDescriptors(message);
-    if (length == 0 && files.empty()) return failure(ECONNRESET);
-    if (static_cast<std::size_t>(length) != sizeof(Packet) ||
-        (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 || received.packet.mark != mark ||
-        files.size() != descriptors) {
+    auto packet = receivePacket(
+        socket, {reinterpret_cast<char*>(&received.packet), sizeof received.packet});
+    if (!packet) return packet.error();
+    if (packet->size != sizeof(Packet) || received.packet.mark != mark ||
+        packet->descriptors.size() != descriptors) {
         return failure(EPROTO);
     }
-    if (!files.empty()) received.file = std::move(files.front());
+    if (descriptors > 0) received.file = std::move(packet->descriptors.front());
     return received;
 }
 
@@ -138,16 +89,16 @@ bool isWithinBounds(const RequestPacket& packet) {
 
 MaybeError sendGreeting(int socket, const ViewerGreeting& greeting) {
     const ViewerProtections& holds = greeting.protections;
-    return sendPacket(socket,
-                      GreetingPacket{.version = greeting.version,
-                                     .protections = (holds.callFilter ? kCallFilterBit : 0) |
-                                                    (holds.fileRules ? kFileRulesBit : 0) |
-                                                    (holds.memoryLimit ? kMemoryLimitBit : 0)},
-                      -1);
+    return send(socket,
+                GreetingPacket{.version = greeting.version,
+                               .protections = (holds.callFilter ? kCallFilterBit : 0) |
+                                              (holds.fileRules ? kFileRulesBit : 0) |
+                                              (holds.memoryLimit ? kMemoryLimitBit : 0)},
+                -1);
 }
 
 Result<ViewerGreeting> receiveGreeting(int socket) {
-    const auto received = receivePacket<GreetingPacket>(socket, 0);
+    const auto received = receive<GreetingPacket>(socket, 0);
     if (!received) return received.error();
     const std::uint32_t holds = received->packet.protections;
     return ViewerGreeting{received->packet.version,
@@ -166,11 +117,11 @@ MaybeError sendRequest(int socket, const DecodeRequest& request, int file) {
                              std::min(request.type.size(), packet.type.size()))};
     std::copy_n(request.type.begin(), packet.typeLength, packet.type.begin());
     if (file < 0 || !isWithinBounds(packet)) return errorFromErrno(EINVAL, HostAccess::Write);
-    return sendPacket(socket, packet, file);
+    return send(socket, packet, file);
 }
 
 Result<ReceivedRequest> receiveRequest(int socket) {
-    auto received = receivePacket<RequestPacket>(socket, 1);
+    auto received = receive<RequestPacket>(socket, 1);
     if (!received) return received.error();
     const RequestPacket& packet = received->packet;
     if (!isWithinBounds(packet)) return failure(EPROTO);
@@ -185,11 +136,11 @@ Result<ReceivedRequest> receiveRequest(int socket) {
 
 MaybeError sendAnswer(int socket, std::uint64_t number, int preview, bool isLast) {
     if (preview < 0) return errorFromErrno(EINVAL, HostAccess::Write);
-    return sendPacket(socket, AnswerPacket{.isLast = isLast, .number = number}, preview);
+    return send(socket, AnswerPacket{.isLast = isLast, .number = number}, preview);
 }
 
 Result<DecodeAnswer> receiveAnswer(int socket) {
-    auto received = receivePacket<AnswerPacket>(socket, 1);
+    auto received = receive<AnswerPacket>(socket, 1);
     if (!received) return received.error();
     if (received->packet.isLast > 1) return failure(EPROTO);
     return DecodeAnswer{received->packet.number, std::move(received->file),
