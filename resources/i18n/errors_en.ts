@@ -49,9 +49,17 @@
         <source></source>
         <translation>Kestrin’s helper could not do its work (%@).</translation>
     </message>
+    <message id="helper_hangs">
+        <source></source>
+        <translation>Kestrin’s helper was stopped while a disk did not answer. What it was erasing there may still go.</translation>
+    </message>
     <message id="helper_install_failed">
         <source></source>
         <translation>Kestrin’s helper could not be installed or removed: %@</translation>
+    </message>
+    <message id="helper_interrupted">
+        <source></source>
+        <translation>Kestrin’s helper was interrupted before its work was done.</translation>
     </message>
     <message id="helper_no_bus">
         <source></source>

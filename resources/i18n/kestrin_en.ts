@@ -1704,6 +1704,10 @@ Label: %@</translation>
         <source></source>
         <translation>ask an administrator</translation>
     </message>
+    <message id="stayed_help_left_unlocked">
+        <source></source>
+        <translation>lock it again (chattr), or ask an administrator</translation>
+    </message>
     <message id="stayed_help_locked">
         <source></source>
         <translation>ask an administrator</translation>
@@ -1723,6 +1727,10 @@ Label: %@</translation>
     <message id="stayed_help_skipped">
         <source></source>
         <translation>do not skip it</translation>
+    </message>
+    <message id="stayed_left_unlocked">
+        <source></source>
+        <translation>it was locked, and could not be locked again</translation>
     </message>
     <message id="stayed_locked">
         <source></source>

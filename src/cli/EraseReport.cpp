@@ -43,6 +43,8 @@ std::string_view reasonName(StayReason reason) {
             return "read-only";
         case StayReason::Replaced:
             return "replaced";
+        case StayReason::LeftUnlocked:
+            return "left-unlocked";
         case StayReason::Error:
             break;
     }

@@ -43,6 +43,9 @@ class QuietDelegate final : public HelperDelegate {
     void writeLogEntryWithPath(const std::string& path, std::uint64_t itemSize) override {
         m_delegate.writeLogEntryWithPath(path, itemSize);
     }
+    void attributesNotRestored(const std::string& path) override {
+        m_delegate.attributesNotRestored(path);
+    }
     void showErrorWithError(const HostError& error) override {
         m_delegate.showErrorWithError(error);
     }

@@ -235,6 +235,10 @@ void EraseDecisions::couldNotBegin(const FileUrl& entry, const HostError& error)
          reason == StayReason::Error ? error.localizedDescription() : std::string());
 }
 
+void EraseDecisions::noteLeftUnlocked(const FileUrl& entry) {
+    note(entry, StayReason::LeftUnlocked, false);
+}
+
 void EraseDecisions::noteWhatTheHelperLeft() {
     const std::vector<HelperItem> locked = unlockItems(), forbidden = permissionsItems();
     std::vector<HelperItem> items = locked;

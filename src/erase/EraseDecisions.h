@@ -29,7 +29,16 @@ enum class RefusedEntries {
     Erase,  ///< treat the question as answered with "erase" for all
 };
 
-enum class StayReason { Locked, Forbidden, Busy, MountPoint, ReadOnly, Replaced, Error };
+enum class StayReason {
+    Locked,
+    Forbidden,
+    Busy,
+    MountPoint,
+    ReadOnly,
+    Replaced,
+    LeftUnlocked,
+    Error
+};
 
 /// An entry that an erase left where it was: the refused entry itself, not the folders around it.
 struct StayedEntry {
@@ -94,6 +103,8 @@ class EraseDecisions {
 
     /// Notes an entry that could not even be begun, since its folder cannot be opened.
     void couldNotBegin(const FileUrl& entry, const HostError& error);
+    /// Notes what the helper unlocked and could not lock again.
+    void noteLeftUnlocked(const FileUrl& entry);
     /// Notes what of the helper's share is still there. Called when the helper is done, or has not
     /// been asked.
     void noteWhatTheHelperLeft();

@@ -241,6 +241,10 @@ void EraseRun::writeLogEntryWithPath(const std::string& path, std::uint64_t item
     if (isTrashFolder(url.parent())) m_thumbnails.add(url.parent(), url.lastPathComponent());
 }
 
+void EraseRun::attributesNotRestored(const std::string& path) {
+    m_decisions.noteLeftUnlocked(FileUrl::fromPath(path));
+}
+
 void EraseRun::showErrorWithError(const HostError& error) {
     const std::lock_guard lock(m_lock);
     m_helperError = error.localizedDescription();

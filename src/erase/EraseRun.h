@@ -84,6 +84,7 @@ class EraseRun final : public std::enable_shared_from_this<EraseRun>,
     void setNotErasedCount(std::uint64_t count) override;
     void setIsWorking(bool working) override;
     void writeLogEntryWithPath(const std::string& path, std::uint64_t itemSize) override;
+    void attributesNotRestored(const std::string& path) override;
     void showErrorWithError(const HostError& error) override;
     bool isStoppedByUser() const override { return shouldStop(); }
 

@@ -47,6 +47,8 @@ class HelperDelegate {
     virtual void setNotErasedCount(std::uint64_t count) = 0;
     virtual void setIsWorking(bool working) = 0;
     virtual void writeLogEntryWithPath(const std::string& path, std::uint64_t itemSize) = 0;
+    /// The helper unlocked the file or folder at `path` and could not lock it again.
+    virtual void attributesNotRestored(const std::string& path) = 0;
     /// What went wrong, to be shown at the end. Called before setIsWorking tells that end.
     virtual void showErrorWithError(const HostError& error) = 0;
     virtual bool isStoppedByUser() const = 0;

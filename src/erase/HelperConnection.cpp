@@ -210,8 +210,16 @@ void HelperConnection::itemsErased(const ErasedItems& items) {
     if (isCalledByHelper()) m_handlers.itemsErased(items);
 }
 
+void HelperConnection::attributesNotRestored(const QStringList& items) {
+    if (isCalledByHelper()) m_handlers.attributesNotRestored(items);
+}
+
 void HelperConnection::finishedWithNonErasedCount(quint64 count) {
     if (isCalledByHelper()) m_handlers.finishedWithNonErasedCount(count);
+}
+
+void HelperConnection::interrupted(bool mayGoOn) {
+    if (isCalledByHelper()) m_handlers.interrupted(mayGoOn);
 }
 
 }  // namespace kestrin

@@ -8,6 +8,7 @@
 #include <QDBusServiceWatcher>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <functional>
 #include <memory>
 #include <string_view>
@@ -42,9 +43,13 @@ class HelperConnection : public QObject, protected QDBusContext {
 
  public:
     struct Handlers {
-        std::function<void(const ErasedItems&)> itemsErased;
-        std::function<void(quint64 count)> finishedWithNonErasedCount;
-        std::function<void()> invalidated;  ///< called once at most; the connection is of no use
+        std::function<void(const ErasedItems&)> itemsErased = [](const ErasedItems&) {};
+        std::function<void(const QStringList& paths)> attributesNotRestored =
+            [](const QStringList&) {};
+        std::function<void(quint64 count)> finishedWithNonErasedCount = [](quint64) {};
+        std::function<void(bool mayGoOn)> interrupted = [](bool) {};
+        /// Called once at most; the connection is of no use.
+        std::function<void()> invalidated = [] {};
     };
 
     /// Errors: no bus.
@@ -73,7 +78,9 @@ class HelperConnection : public QObject, protected QDBusContext {
 
     // Called by the helper over the bus; anybody else is refused.
     void itemsErased(const kestrin::ErasedItems& items);
+    void attributesNotRestored(const QStringList& items);
     void finishedWithNonErasedCount(quint64 count);
+    void interrupted(bool mayGoOn);
 
  private:
     HelperConnection(const QDBusConnection& bus, const StringTable& texts, Handlers handlers);

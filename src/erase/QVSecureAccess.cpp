@@ -46,6 +46,14 @@ std::uint64_t countOf(const HelperRequest& request) {
     return request.unlockItems.size() + request.permissionsItems.size();
 }
 
+HostError endedEarly(std::string_view key, const StringTable& texts) {
+    const QString text = texts.text(key, StringTable::Table::Errors);
+    return {std::string(kBusErrorDomain),
+            QDBusError::Disconnected,
+            0,
+            {{"errorString", text.toStdString()}}};
+}
+
 /// The user has read so in the question that led here.
 bool isCancelled(const HostError& error) {
     return error.domain == kOSStatusErrorDomain && error.code == kAuthorizationCancelled;
@@ -172,10 +180,14 @@ void QVSecureAccess::connectAndExecuteCommandBlock(
 }
 
 HelperConnection::Handlers QVSecureAccess::handlers() {
-    return {.itemsErased = [this](const ErasedItems& items) { itemsErased(items); },
-            .finishedWithNonErasedCount =
-                [this](quint64 count) { later([this, count] { commandFinished(count); }); },
-            .invalidated = [this] { later([this] { connectionInvalidated(); }); }};
+    return {
+        .itemsErased = [this](const ErasedItems& items) { itemsErased(items); },
+        .attributesNotRestored = [this](const QStringList& paths) { attributesNotRestored(paths); },
+        .finishedWithNonErasedCount =
+            [this](quint64 count) { later([this, count] { commandFinished(count); }); },
+        .interrupted =
+            [this](bool mayGoOn) { later([this, mayGoOn] { commandInterrupted(mayGoOn); }); },
+        .invalidated = [this] { later([this] { connectionInvalidated(); }); }};
 }
 
 void QVSecureAccess::connectionInvalidated() {
@@ -183,11 +195,7 @@ void QVSecureAccess::connectionInvalidated() {
         m_helperToolConnection.reset();
     qCInfo(lcErase, "connectToHelperTool: connection invalidated");
     if (!m_run) return;
-    const QString text = m_services.texts.text("helper_ended"_errorKey, StringTable::Table::Errors);
-    endRun(countStillThere(), HostError{std::string(kBusErrorDomain),
-                                        QDBusError::Disconnected,
-                                        0,
-                                        {{"errorString", text.toStdString()}}});
+    endRun(countStillThere(), endedEarly("helper_ended"_errorKey, m_services.texts));
 }
 
 /// Not on the stack of a call from the bus: at the end of a run the delegate may let this object,
@@ -249,6 +257,8 @@ void QVSecureAccess::commandAnswered(const QDBusError& answer) {
         return;
     }
     const HostError error = helperError(answer, m_services.texts);
+    // A command that waits for its turn is refused when Stop takes it back.
+    if (m_delegate->isStoppedByUser() && isCancelled(error)) return endRun(countStillThere(), {});
     const std::string text = error.localizedDescription();
     if (isOfHelper(answer)) {
         qCInfo(lcErase, "eraseWithAuthorization error %s / %d  %s", error.domain.c_str(),
@@ -270,12 +280,27 @@ void QVSecureAccess::itemsErased(const ErasedItems& items) {
     }
 }
 
+void QVSecureAccess::attributesNotRestored(const QStringList& paths) {
+    if (!m_run) return;
+    for (const QString& path : paths) {
+        const std::string encoded = path.toStdString();
+        m_delegate->attributesNotRestored(percentDecode(encoded).value_or(encoded));
+    }
+}
+
 void QVSecureAccess::commandFinished(std::uint64_t nonErasedCount) {
     if (!m_run) return;
     m_run->nonErasedCount += nonErasedCount;
     if (m_run->batches.isAtEnd()) return endRun(m_run->nonErasedCount, {});
     if (m_delegate->isStoppedByUser()) return endRun(countStillThere(), {});
     sendNextCommand();
+}
+
+/// The helper does not know what stayed, so that the disk is asked.
+void QVSecureAccess::commandInterrupted(bool mayGoOn) {
+    if (!m_run) return;
+    const auto key = mayGoOn ? "helper_hangs"_errorKey : "helper_interrupted"_errorKey;
+    endRun(countStillThere(), endedEarly(key, m_services.texts));
 }
 
 /// The error comes before the end, which is reported with it. The delegate may let this object go

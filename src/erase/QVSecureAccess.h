@@ -93,7 +93,9 @@ class QVSecureAccess final : public HelperClient {
     MaybeError sendCommand(const EraseItems& items);
     void commandAnswered(const QDBusError& answer);
     void itemsErased(const ErasedItems& items);
+    void attributesNotRestored(const QStringList& paths);
     void commandFinished(std::uint64_t nonErasedCount);
+    void commandInterrupted(bool mayGoOn);
     void stopAnswered(const QDBusError& answer);
     void endRun(std::uint64_t nonErasedCount, MaybeError error);
     std::uint64_t countStillThere() const;

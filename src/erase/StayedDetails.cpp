@@ -28,6 +28,8 @@ std::string_view reasonKey(StayReason reason) {
             return "stayed_read_only"_key;
         case StayReason::Replaced:
             return "stayed_replaced"_key;
+        case StayReason::LeftUnlocked:
+            return "stayed_left_unlocked"_key;
         case StayReason::Error:
             break;
     }
@@ -49,14 +51,20 @@ std::string_view helpKey(const StayedEntry& entry) {
             return "stayed_help_read_only"_key;
         case StayReason::Replaced:
             return "stayed_help_replaced"_key;
+        case StayReason::LeftUnlocked:
+            return "stayed_help_left_unlocked"_key;
         case StayReason::Error:
             break;
     }
     return "stayed_help_error"_key;
 }
 
-bool hasReplaced(const std::vector<StayedEntry>& stayed) {
-    return std::ranges::find(stayed, StayReason::Replaced, &StayedEntry::reason) != stayed.end();
+/// What must not pass unseen, whatever was counted: what the user chose is gone, and something else
+/// has its name; or a lock is missing that nobody asked to take away.
+bool hasSurprise(const std::vector<StayedEntry>& stayed) {
+    return std::ranges::any_of(stayed, [](const StayedEntry& entry) {
+        return entry.reason == StayReason::Replaced || entry.reason == StayReason::LeftUnlocked;
+    });
 }
 
 AlertDetail detailOf(const StayedEntry& entry, const StringTable& texts) {
@@ -95,8 +103,7 @@ std::optional<ErrorReport> endReport(EraseDecisions& decisions, const StringTabl
     } else if (decisions.notErasedCount != 0) {
         report.error =
             decisions.isHelperAuthorized() ? "not_erased"_errorKey : "user_not_authorized"_errorKey;
-    } else if (hasReplaced(stayed)) {
-        // What the user chose is gone, and something else has its name: that must not pass unseen.
+    } else if (hasSurprise(stayed)) {
         report.error = "not_erased"_errorKey;
     } else {
         return std::nullopt;

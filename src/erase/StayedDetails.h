@@ -22,7 +22,8 @@ QString stayedReason(const StayedEntry& entry, const StringTable& texts);
 /// to be read, whatever the names hold. `texts` must outlive the list.
 AlertDetails stayedDetails(std::vector<StayedEntry> stayed, const StringTable& texts);
 
-/// The report of the end, with that list; none when nothing was busy, refused or replaced.
+/// The report of the end, with that list; none when nothing was busy, refused,
+/// replaced or left unlocked.
 std::optional<ErrorReport> endReport(EraseDecisions& decisions, const StringTable& texts,
                                      const QVNumberUtilities& numbers);
 

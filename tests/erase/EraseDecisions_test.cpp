@@ -87,7 +87,7 @@ class EraseDecisionsTest : public ::testing::Test {
     std::vector<std::string> stayed() const {
         std::vector<std::string> found;
         for (const auto& [url, reason, cause, skipped] : decisions->stayedEntries())
-            found.push_back("LFBMRXE"[int(reason)] + std::string(skipped ? " skipped " : " ") +
+            found.push_back("LFBMRXUE"[int(reason)] + std::string(skipped ? " skipped " : " ") +
                             url.path());
         return found;
     }

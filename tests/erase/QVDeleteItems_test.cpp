@@ -199,6 +199,7 @@ struct FailingHelper final : HelperClient {
     explicit FailingHelper(HelperDelegate& toTell) : delegate(toTell) {}
     void authorizedEraseWithDictionary(const HelperRequest& request) override {
         delegate.setNotErasedCount(request.unlockItems.size());
+        delegate.attributesNotRestored("/left");
         delegate.showErrorWithError({"d", 1, 0, {{"errorString", "It is busy."}}});
         delegate.setIsWorking(false);
     }
@@ -247,7 +248,8 @@ TEST_F(QVDeleteItemsTest, ProgressShowsAfterSevenTenthsAndStopEndsTheErase) {
     EXPECT_EQ(alerts.models[2].title,
               texts.text("not_erased"_errorKey, StringTable::Table::Errors));
     EXPECT_EQ(alerts.models[2].text, QStringLiteral("It is busy."));
-    EXPECT_EQ(alerts.models[2].details.count, 2u);
+    EXPECT_EQ(alerts.models[2].details.count, 3u);
+    EXPECT_EQ(engine->stayedEntries().at(0).reason, StayReason::LeftUnlocked);
 }
 
 TEST_F(QVDeleteItemsTest, DeclinedOrStoppedBeforeTheFirstEntryItKeepsThemAll) {

@@ -66,6 +66,7 @@ class RecordingDelegate final : public HelperDelegate {
     void writeLogEntryWithPath(const std::string& path, std::uint64_t itemSize) override {
         log.push_back(std::to_string(itemSize) + " " + path);
     }
+    void attributesNotRestored(const std::string& path) override { unlocked.push_back(path); }
     void showErrorWithError(const HostError& error) override {
         EXPECT_EQ(ends, 0) << "the end is reported with it";
         errors.push_back(QString::fromStdString(error.localizedDescription()));
@@ -73,7 +74,7 @@ class RecordingDelegate final : public HelperDelegate {
     bool isStoppedByUser() const override { return isStopped; }
 
     std::vector<std::uint64_t> counts, sizes, notErased;
-    std::vector<std::string> log;
+    std::vector<std::string> log, unlocked;
     std::vector<QString> errors;
     int ends = 0;
     bool isStopped = false;
@@ -135,8 +136,10 @@ TEST_F(QVSecureAccessTest, ItemsAreHandedOverAndLoggedAndZeroFiguresChangeNothin
     EXPECT_EQ(helper->commands[0], expected);
     helper->tellErased(helper->caller, {{4, 35, 5, QStringLiteral("/a%FF%0A")}, {0, 36, 1, {}}});
     helper->tellErased(helper->caller, {{6, 0, 0, QStringLiteral("/c%")}});
+    helper->tellNotRestored(helper->caller, {QStringLiteral("/u%FF")});
     helper->tellFinished(helper->caller, 2);
     ASSERT_TRUE(waitForEnd());
+    EXPECT_THAT(delegate.unlocked, ElementsAre("/u\xff"));
     EXPECT_THAT(delegate.counts, ElementsAre(4, 6));
     EXPECT_THAT(delegate.sizes, ElementsAre(35, 36));
     EXPECT_THAT(delegate.log, ElementsAre("5 /a\xff\n", "1 ", "0 /c%"));
@@ -149,8 +152,11 @@ TEST_F(QVSecureAccessTest, NobodyButTheHelperIsBelieved) {
     begin(request());
     stranger.tellErased(helper->caller, {{9, 9, 9, QStringLiteral("/lie")}});
     stranger.tellFinished(helper->caller, 0);
-    ASSERT_TRUE(waitFor([&] { return stranger.refusals == 2; }));
+    stranger.tellInterrupted(helper->caller, false);
+    stranger.tellNotRestored(helper->caller, {QStringLiteral("/lie")});
+    ASSERT_TRUE(waitFor([&] { return stranger.refusals == 4; }));
     EXPECT_THAT(delegate.log, IsEmpty());
+    EXPECT_THAT(delegate.unlocked, IsEmpty());
     EXPECT_EQ(delegate.ends, 0);
     helper->tellFinished(helper->caller, 1);
     EXPECT_TRUE(waitForEnd());
@@ -175,6 +181,26 @@ TEST_F(QVSecureAccessTest, ARunEndsWithItsHelperOrItsBusAndTheNextOneConnectsAga
             helper.emplace(address());
         }
     }
+}
+
+TEST_F(QVSecureAccessTest, WhatTheHelperCannotTellIsLookedUp) {
+    for (const bool mayGoOn : {false, true}) {
+        begin(request());
+        std::filesystem::remove(scratch / "forbidden");
+        helper->tellInterrupted(helper->caller, mayGoOn);
+        ASSERT_TRUE(waitForEnd());
+        EXPECT_THAT(delegate.notErased, ElementsAre(1)) << "one is still there";
+        EXPECT_THAT(delegate.errors,
+                    ElementsAre(errorText(mayGoOn ? "helper_hangs"_errorKey
+                                                  : "helper_interrupted"_errorKey)));
+    }
+    // The refusal of a command that Stop took back is no error.
+    helper->holdsCommands = true;
+    begin(request());
+    delegate.isStopped = true;
+    helper->refuse(HelperErrorName::kCancelled);
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_THAT(delegate.errors, IsEmpty());
 }
 
 TEST_F(QVSecureAccessTest, LongListsComeAsFilesAndSplitOnesCountOn) {

@@ -77,9 +77,7 @@ class HelperOfHost : public std::enable_shared_from_this<HelperOfHost> {
     void askVersion(Found found) {
         if (!pathExists(m_services.helperFile.path()))
             return MainThread::post([found = std::move(found)] { found({}); });
-        const auto opened =
-            HelperConnection::open(m_services.openBus, m_services.texts,
-                                   {[](const ErasedItems&) {}, [](quint64) {}, [] {}});
+        const auto opened = HelperConnection::open(m_services.openBus, m_services.texts, {});
         if (!opened)
             return MainThread::post(
                 [found = std::move(found), state = stateOf(opened.error())] { found(state); });

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 
 namespace kestrin::test {
@@ -58,6 +57,7 @@ void FakeHelper::take(const std::string& xml, bool isFile) {
     commands.push_back(*std::move(items));
     cameAsFile.push_back(isFile);
     setDelayedReply(true);
+    m_held = message();
     if (!holdsCommands) m_bus.send(message().createReply());
     commanded();
 }
@@ -68,6 +68,18 @@ void FakeHelper::tellErased(const QString& program, const ErasedItems& items) {
 
 void FakeHelper::tellFinished(const QString& program, quint64 count) {
     call(program, "finishedWithNonErasedCount", count);
+}
+
+void FakeHelper::tellInterrupted(const QString& program, bool mayGoOn) {
+    call(program, "interrupted", mayGoOn);
+}
+
+void FakeHelper::tellNotRestored(const QString& program, const QStringList& paths) {
+    call(program, "attributesNotRestored", paths);
+}
+
+void FakeHelper::refuse(const char* error) {
+    m_bus.send(m_held.createErrorReply(QLatin1String(error), QString()));
 }
 
 void FakeHelper::call(const QString& program, const char* method, const QVariant& argument) {

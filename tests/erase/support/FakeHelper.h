@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QDBusConnection>
 #include <QDBusContext>
+#include <QDBusMessage>
 #include <QDBusUnixFileDescriptor>
 #include <QObject>
 #include <QString>
@@ -29,6 +30,11 @@ class FakeHelper : public QObject, protected QDBusContext {
     // Calls the program back.
     void tellErased(const QString& program, const ErasedItems& items);
     void tellFinished(const QString& program, quint64 count);
+    void tellInterrupted(const QString& program, bool mayGoOn);
+    void tellNotRestored(const QString& program, const QStringList& paths);
+
+    /// Refuses the command that is held.
+    void refuse(const char* error);
 
     QString version = QLatin1String(kHelperVersion);
     bool holdsCommands = false;               ///< as during the question for a password
@@ -50,6 +56,7 @@ class FakeHelper : public QObject, protected QDBusContext {
     void call(const QString& program, const char* method, const QVariant& argument);
 
     QDBusConnection m_bus;
+    QDBusMessage m_held;
 };
 
 }  // namespace kestrin::test
