@@ -19,6 +19,7 @@
 
 #include "platform/items/LockAttributes.h"
 #include "platform/items/UniqueFd.h"
+#include "support/SilentVolume.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
@@ -62,7 +63,7 @@ class AnEraseCommand : public ::testing::Test {
     std::uint64_t run(const EraseItems& items, unsigned workers = 0) {
         std::optional<AsRoot> root;
         if (geteuid() != 0) root.emplace();
-        UserTrashes trashes(kTestUser, m_scratch / "home", {});
+        UserTrashes trashes(kTestUser, m_scratch / "home", currentMounts());
         return runEraseCommand(trashes, items, m_progress, m_stop, workers).nonErasedCount;
     }
     static bool isLocked(const std::string& path) {
@@ -129,7 +130,7 @@ TEST_F(AnEraseCommand, LeavesTheAttributesToTheOtherNamesOfAFile) {
     if (!lock(outside, "+ia")) GTEST_SKIP() << "no such attributes here";
     {
         const AsRoot root;
-        UserTrashes trashes(kTestUser, m_scratch / "home", {});
+        UserTrashes trashes(kTestUser, m_scratch / "home", currentMounts());
         EXPECT_EQ(runUnlockCommand(trashes, {name}, m_stop), std::vector<bool>{false});
     }
     EXPECT_TRUE(isLocked(outside));
@@ -165,7 +166,7 @@ TEST_F(AnEraseCommand, NeverUnlocksTheOtherNamesOfAFile) {
         ASSERT_TRUE(setLocked(file.get(), true) && fstat(file.get(), &status) == 0);
         if (status.st_nlink == 1) continue;  // the name went before the lock came
         ++tried;
-        UserTrashes trashes(kTestUser, m_scratch / "home", {});
+        UserTrashes trashes(kTestUser, m_scratch / "home", currentMounts());
         runUnlockCommand(trashes, {name}, m_stop);
         ASSERT_TRUE(isLocked(outside)) << "in round " << round;
     }
@@ -180,7 +181,7 @@ TEST_F(AnEraseCommand, UnlocksEntriesOnDemandAndErasesNothing) {
     if (!lock(file) || !lock(inner)) GTEST_SKIP() << "no such attributes here";
     ASSERT_TRUE(lock(m_files + "/tree") && lock(m_scratch / "outside"));
     const AsRoot root;
-    UserTrashes trashes(kTestUser, m_scratch / "home", {});
+    UserTrashes trashes(kTestUser, m_scratch / "home", currentMounts());
     EXPECT_EQ(runUnlockCommand(trashes,
                                {file, m_files + "/absent", m_files + "/tree", plain,
                                 m_scratch / "outside", m_files + "/link", ""},
@@ -233,6 +234,31 @@ TEST_F(AnEraseCommand, LeavesWhatHasTakenTheNameOfAnItem) {
     EXPECT_EQ(run(items), 0u) << "a caller that tells no identities";
     for (const char* name : {"/file", "/folder", "/left"})
         EXPECT_FALSE(exists(m_files + name)) << name;
+}
+
+TEST_F(AnEraseCommand, AsksNothingOfAVolumeThatTheUserServes) {
+    KESTRIN_REQUIRE_MOUNTS();
+    const std::string entry = m_files + "/entry";
+    const EraseItems items{
+        .unlockItems = {entry, m_files + "/silent", m_files + "/silent/inside"},
+        .permissionsItems = {m_files + "/tree", m_files + "/tree/silent"},
+        .notTrashedBecauseFolderNotEmpty = {{m_files + "/left", m_files + "/left/silent"}}};
+    for (const char* place : {"/files/silent", "/files/tree/silent", "/files/left/silent",
+                              "/info/entry.trashinfo", "/directorysizes"}) {
+        for (const char* folder : {"/silent", "/tree/silent", "/left/silent"})
+            makeFolder(m_files + folder);
+        trashed("entry");
+        writeFile(m_trash + "/directorysizes", "5 1 entry\n5 1 silent\n");
+        SilentVolume volume(m_trash + place);
+        ASSERT_TRUE(volume.isMounted()) << place;
+        EXPECT_TRUE(volume.doesNotHold([&] {
+            const AsRoot root;
+            UserTrashes trashes(kTestUser, m_scratch / "home", currentMounts());
+            runUnlockCommand(trashes, items.unlockItems, m_stop);
+            runEraseCommand(trashes, items, m_progress, m_stop);
+        })) << place;
+        EXPECT_FALSE(exists(entry));
+    }
 }
 
 TEST_F(AnEraseCommand, StopsAtTheNextEntry) {

@@ -11,6 +11,8 @@
 #include <cerrno>
 #include <vector>
 
+#include "platform/items/linux/KnownStatus.h"
+
 namespace kestrin {
 namespace {
 
@@ -21,16 +23,15 @@ rlim_t descriptorLimit() {
     return getrlimit(RLIMIT_NOFILE, &limit) == 0 ? limit.rlim_cur : 1024;
 }
 
-bool isMountRoot(int fd) {
+bool isMounted(int fd) {
     struct statx status {};
-    return statx(fd, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_TYPE, &status) == 0 &&
-           (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    return knownStatus(fd, STATX_TYPE, status) && isMountRoot(status);
 }
 
 /// For kernels before 5.6 and sandboxes that forbid openat2.
 int openFolderWithoutOpenat2(int parent, const char* name, int flags) {
     UniqueFd fd(openat(parent, name, flags));
-    if (fd && isMountRoot(fd.get())) {
+    if (fd && isMounted(fd.get())) {
         errno = EXDEV;
         return -1;
     }
@@ -38,8 +39,9 @@ int openFolderWithoutOpenat2(int parent, const char* name, int flags) {
 }
 
 bool hasIdentity(int fd, std::uint64_t device, std::uint64_t inode) {
-    struct stat status {};
-    return fstat(fd, &status) == 0 && status.st_dev == device && status.st_ino == inode;
+    struct statx status {};
+    return knownStatus(fd, STATX_INO, status) && deviceOf(status) == device &&
+           status.stx_ino == inode;
 }
 
 }  // namespace
@@ -71,11 +73,11 @@ unsigned affordableWorkers(unsigned wanted) {
 DescriptorCache::DescriptorCache() : m_budget(std::clamp<rlim_t>(descriptorLimit() / 2, 16, 512)) {}
 
 bool DescriptorCache::adopt(FolderNode& node, UniqueFd fd) {
-    struct stat status {};
-    if (fstat(fd.get(), &status) != 0) return false;
+    struct statx status {};
+    if (!knownStatus(fd.get(), STATX_INO, status)) return false;
     const std::lock_guard lock(m_mutex);
-    node.m_device = status.st_dev;
-    node.m_inode = status.st_ino;
+    node.m_device = deviceOf(status);
+    node.m_inode = status.stx_ino;
     node.m_pins = 1;
     keep(node, std::move(fd));
     return true;

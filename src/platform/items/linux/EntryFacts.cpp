@@ -8,6 +8,7 @@
 #include <string>
 
 #include "platform/items/linux/Identity.h"
+#include "platform/items/linux/KnownStatus.h"
 
 namespace kestrin {
 namespace {
@@ -25,16 +26,14 @@ bool setMode(int descriptor, mode_t mode, bool isPathOnly) {
 
 int examine(int folder, const char* name, EntryFacts& facts) {
     struct statx status {};
-    if (statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC,
-              kIdentityMask | STATX_MODE | STATX_UID | STATX_SIZE, &status) != 0) {
-        return errno;
-    }
+    constexpr unsigned kMask = kIdentityMask | STATX_MODE | STATX_UID | STATX_SIZE;
+    if (!knownStatus(folder, name, kMask, status)) return errno;
     facts.mode = status.stx_mode;
     facts.owner = status.stx_uid;
     facts.size = S_ISREG(status.stx_mode) || S_ISLNK(status.stx_mode) ? status.stx_size : 0;
     facts.isImmutable = (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
     facts.isAppendOnly = (status.stx_attributes & STATX_ATTR_APPEND) != 0;
-    facts.isMountRoot = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    facts.isMountRoot = isMountRoot(status);
     facts.identity = identityFrom(status, true);
     return 0;
 }
@@ -63,10 +62,7 @@ FolderRights rightsIn(int folder) {
     FolderRights rights;
     if (faccessat(folder, ".", W_OK | X_OK, AT_EACCESS) != 0) rights.error = errno;
     struct statx status {};
-    if (statx(folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_MODE | STATX_UID, &status) !=
-        0) {
-        return rights;
-    }
+    if (!knownStatus(folder, STATX_MODE | STATX_UID, status)) return rights;
     if (rights.error == 0 && (status.stx_attributes & STATX_ATTR_APPEND) != 0) rights.error = EPERM;
     rights.keepsOthersEntries =
         (status.stx_mode & S_ISVTX) != 0 && status.stx_uid != geteuid() && geteuid() != 0;

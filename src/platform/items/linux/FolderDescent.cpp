@@ -8,13 +8,15 @@
 #include <sys/syscall.h>
 #include <sys/sysmacros.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <string_view>
 
 #include "platform/items/linux/DescriptorCache.h"
+#include "platform/items/linux/KnownStatus.h"
 #include "platform/items/linux/PlainName.h"
 
 namespace kestrin {
-
 UniqueFd holdFolder(int parent, const std::string& name) {
     if (!isPlainName(name)) {
         errno = EINVAL;
@@ -35,11 +37,8 @@ UniqueFd holdMountRoot(const MountEntry& mount) {
         syscall(SYS_openat2, AT_FDCWD, mount.mountPoint.c_str(), &how, sizeof how)));
     if (!root) return root;
     struct statx status {};
-    if (statx(root.get(), "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_MNT_ID, &status) != 0) {
-        return {};
-    }
-    const bool isMount = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0 &&
-                         (status.stx_mask & STATX_MNT_ID) != 0 &&
+    if (!knownStatus(root.get(), STATX_MNT_ID, status)) return {};
+    const bool isMount = isMountRoot(status) && (status.stx_mask & STATX_MNT_ID) != 0 &&
                          status.stx_mnt_id == static_cast<std::uint64_t>(mount.id);
     if (isMount) return root;
     errno = ESTALE;
@@ -48,22 +47,20 @@ UniqueFd holdMountRoot(const MountEntry& mount) {
 
 bool examineFolder(int folder, FolderFacts& facts) {
     struct statx status {};
-    if (statx(folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC,
-              STATX_TYPE | STATX_MODE | STATX_UID | STATX_INO | STATX_MNT_ID, &status) != 0) {
-        return false;
-    }
+    constexpr unsigned kMask = STATX_TYPE | STATX_MODE | STATX_UID | STATX_INO | STATX_MNT_ID;
+    if (!knownStatus(folder, kMask, status)) return false;
     facts.userId = status.stx_uid;
     facts.isSticky = (status.stx_mode & S_ISVTX) != 0;
     facts.isLocked = (status.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
-    facts.deviceId = makedev(status.stx_dev_major, status.stx_dev_minor);
+    facts.deviceId = deviceOf(status);
     facts.inode = status.stx_ino;
     facts.mountId = status.stx_mask & STATX_MNT_ID ? status.stx_mnt_id : 0;
     return true;
 }
 
 bool isCertainlyAbsent(int folder, const std::string& name) {
-    struct stat status {};
-    return fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 && errno == ENOENT;
+    struct statx status {};
+    return !knownStatus(folder, name.c_str(), STATX_TYPE, status) && errno == ENOENT;
 }
 
 }  // namespace kestrin

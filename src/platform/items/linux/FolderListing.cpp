@@ -12,6 +12,7 @@
 #include "platform/items/UniqueFd.h"
 #include "platform/items/linux/DirectoryStream.h"
 #include "platform/items/linux/Identity.h"
+#include "platform/items/linux/KnownStatus.h"
 #include "platform/items/linux/QuietOpen.h"
 
 namespace kestrin {
@@ -42,7 +43,7 @@ struct FolderListing::Stream {
 Result<UniqueFd> holdFolder(const FileUrl& folder, const ItemIdentity& expected) {
     UniqueFd held(::open(folder.path().c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct statx status {};
-    if (!held || ::statx(held.get(), "", AT_EMPTY_PATH, kIdentityMask, &status) != 0) {
+    if (!held || !knownStatus(held.get(), kIdentityMask, status)) {
         return errorFromErrno(errno, HostAccess::Read);
     }
     if (!isSameItem(expected, identityFrom(status, hasLastingInodes(held.get())))) {
@@ -84,13 +85,11 @@ MaybeError FolderListing::error() const {
 std::optional<ListedEntry> FolderListing::examine(ListedName name) const {
     ListedEntry entry{.name = std::move(name.name), .mode = name.mode, .size = {}};
     struct statx status {};
-    if (statx(m_folder, entry.name.c_str(),
-              AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC,
-              kIdentityMask | STATX_SIZE, &status) != 0) {
+    if (!knownStatus(m_folder, entry.name.c_str(), kIdentityMask | STATX_SIZE, status)) {
         return errno == ENOENT ? std::nullopt : std::optional(std::move(entry));
     }
     entry.mode = status.stx_mode & S_IFMT;
-    entry.isMountRoot = (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+    entry.isMountRoot = isMountRoot(status);
     const bool hasBytes = S_ISREG(entry.mode) || S_ISLNK(entry.mode);
     entry.size = hasBytes ? status.stx_size : 0;
     entry.identity = identityFrom(status, m_stream->inodesLast);

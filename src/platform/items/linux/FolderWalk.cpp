@@ -13,6 +13,7 @@
 #include "platform/items/UniqueFd.h"
 #include "platform/items/linux/DescriptorCache.h"
 #include "platform/items/linux/DirectoryStream.h"
+#include "platform/items/linux/KnownStatus.h"
 #include "platform/items/linux/QuietOpen.h"
 
 namespace kestrin {
@@ -43,10 +44,7 @@ EntryType typeOfMode(unsigned mode) {
 bool examine(int folder, const char* name, WalkedEntry& entry) {
     if (entry.type == EntryType::Directory || entry.type == EntryType::Other) return true;
     struct statx status {};
-    if (statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC,
-              STATX_TYPE | STATX_SIZE, &status) != 0) {
-        return errno != ENOENT;
-    }
+    if (!knownStatus(folder, name, STATX_TYPE | STATX_SIZE, status)) return errno != ENOENT;
     entry.type = typeOfMode(status.stx_mode);
     if (entry.type == EntryType::RegularFile || entry.type == EntryType::SymbolicLink) {
         entry.size = status.stx_size;

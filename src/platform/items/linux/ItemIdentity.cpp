@@ -13,6 +13,7 @@
 
 #include "platform/items/UniqueFd.h"
 #include "platform/items/linux/Identity.h"
+#include "platform/items/linux/KnownStatus.h"
 
 namespace kestrin {
 namespace {
@@ -67,7 +68,7 @@ bool hasLastingInodes(int folder) {
 
 ItemIdentity identityFrom(const struct statx& status, bool inodesLast) {
     ItemIdentity identity;
-    identity.deviceId = makedev(status.stx_dev_major, status.stx_dev_minor);
+    identity.deviceId = deviceOf(status);
     if (inodesLast) identity.inode = status.stx_ino;
     if (status.stx_mask & STATX_BTIME) {
         // Unsigned: a damaged disk may tell any second.
@@ -80,8 +81,7 @@ ItemIdentity identityFrom(const struct statx& status, bool inodesLast) {
 
 ItemIdentity identityAt(int folder, const char* name) {
     struct statx status {};
-    constexpr int kFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
-    if (::statx(folder, name, kFlags, kIdentityMask, &status) != 0) return {};
+    if (!knownStatus(folder, name, kIdentityMask, status)) return {};
     return identityFrom(status, hasLastingInodes(folder));
 }
 

@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <linux/fs.h>
-#include <linux/openat2.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -16,7 +15,9 @@
 #include <utility>
 
 #include "platform/items/HostErrors.h"
+#include "platform/items/linux/HeldEntry.h"
 #include "platform/items/linux/Identity.h"
+#include "platform/items/linux/KnownStatus.h"
 #include "platform/items/linux/LockFlags.h"
 
 namespace kestrin {
@@ -26,19 +27,11 @@ constexpr int kLockFlags = FS_IMMUTABLE_FL | FS_APPEND_FL;
 
 LockObserver* s_observer = nullptr;
 
-/// Holds the entry without opening it: what it is can then be asked before anything happens to it.
-UniqueFd holdEntry(int folder, const char* name) {
-    open_how how{};
-    how.flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
-    how.resolve = RESOLVE_NO_XDEV | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS | RESOLVE_BENEATH;
-    return UniqueFd(static_cast<int>(syscall(SYS_openat2, folder, name, &how, sizeof how)));
-}
-
 /// Opens what `held` holds, if it is a file or a folder.
 UniqueFd openHeld(int held) {
-    struct stat status {};
-    if (fstat(held, &status) != 0) return {};
-    if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
+    struct statx status {};
+    if (!knownStatus(held, STATX_TYPE, status)) return {};
+    if (!S_ISREG(status.stx_mode) && !S_ISDIR(status.stx_mode)) {
         errno = EPERM;
         return {};
     }
@@ -47,14 +40,15 @@ UniqueFd openHeld(int held) {
 }
 
 bool hasOtherNames(int fd) {
-    struct stat status {};
-    return fstat(fd, &status) != 0 || (!S_ISDIR(status.st_mode) && status.st_nlink > 1);
+    struct statx status {};
+    return !knownStatus(fd, STATX_TYPE | STATX_NLINK, status) ||
+           (!S_ISDIR(status.stx_mode) && status.stx_nlink > 1);
 }
 
 /// None known, with errno, when it cannot be asked.
 ItemIdentity identityOf(int fd) {
     struct statx status {};
-    if (statx(fd, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, kIdentityMask, &status) != 0) return {};
+    if (!knownStatus(fd, kIdentityMask, status)) return {};
     return identityFrom(status, hasLastingInodes(fd));
 }
 
@@ -101,9 +95,7 @@ void setLockObserver(LockObserver* observer) {
 
 LockState lockStateAt(int folder, const char* name) {
     struct statx status {};
-    constexpr int kFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
-    if (statx(folder, name, kFlags, STATX_TYPE, &status) != 0 ||
-        (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
+    if (!knownStatus(folder, name, STATX_TYPE, status) || isMountRoot(status)) {
         return LockState::Unknown;
     }
     const bool isLocked = (status.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
@@ -123,10 +115,10 @@ int clearLockFlags(int fd, ClearedFlags& cleared) {
 }
 
 void restoreLockFlags(int fd, ClearedFlags& cleared) {
-    struct stat status {};
+    struct statx status {};
     if (cleared.flags != 0) {
-        if (fstat(fd, &status) != 0) return;
-        if (status.st_nlink != 0 && setLockFlags(fd, cleared.flags) != 0) return;
+        if (!knownStatus(fd, STATX_NLINK, status)) return;
+        if (status.stx_nlink != 0 && setLockFlags(fd, cleared.flags) != 0) return;
     }
     settleLockFlags(cleared);
 }

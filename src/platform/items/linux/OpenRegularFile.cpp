@@ -9,6 +9,7 @@
 
 #include "platform/items/HostErrors.h"
 #include "platform/items/linux/Identity.h"
+#include "platform/items/linux/KnownStatus.h"
 #include "platform/items/linux/QuietOpen.h"
 
 namespace kestrin {
@@ -19,7 +20,7 @@ Result<UniqueFd> openRegularFile(const FileUrl& item, const ItemIdentity& expect
     };
     const UniqueFd look(::open(item.path().c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct statx status {};
-    if (!look || ::statx(look.get(), "", AT_EMPTY_PATH, kIdentityMask, &status) != 0) {
+    if (!look || !knownStatus(look.get(), kIdentityMask, status)) {
         return failure(errno);
     }
     if (!S_ISREG(status.stx_mode)) return failure(EINVAL);

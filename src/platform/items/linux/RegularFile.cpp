@@ -6,8 +6,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "platform/items/UniqueFd.h"
+#include "platform/items/linux/HeldEntry.h"
+#include "platform/items/linux/KnownStatus.h"
 #include "platform/items/linux/QuietOpen.h"
 
 namespace kestrin {
@@ -33,17 +36,31 @@ std::optional<std::string> readAll(int fd, std::size_t limit, off_t size = 0) {
 
 }  // namespace
 
-std::optional<std::string> readRegularFile(int folder, const char* name, std::size_t limit,
-                                           struct stat* statusOfRead) {
-    struct stat status;
+std::optional<std::string> readRegularFile(int folder, const char* name, std::size_t limit) {
+    struct statx look {};
     // The file is examined before it is opened as well, since opening alone can act on a device.
-    if (fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(status.st_mode)) {
+    if (!knownStatus(folder, name, STATX_TYPE, look) || !S_ISREG(look.stx_mode)) {
         return std::nullopt;
     }
     const UniqueFd file(openQuietly(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat status;
     if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-    if (statusOfRead) *statusOfRead = status;
     return readAll(file.get(), limit, status.st_size);
+}
+
+std::optional<ReadFile> readRegularFileOfMount(int folder, const char* name, std::size_t limit) {
+    const UniqueFd held = holdEntry(folder, name);
+    struct statx status {};
+    constexpr unsigned kMask = STATX_TYPE | STATX_MODE | STATX_UID | STATX_GID | STATX_SIZE;
+    if (!held || !knownStatus(held.get(), kMask, status) || !S_ISREG(status.stx_mode)) {
+        return std::nullopt;
+    }
+    const std::string link = "/proc/self/fd/" + std::to_string(held.get());
+    const UniqueFd file(openQuietly(AT_FDCWD, link.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!file) return std::nullopt;
+    auto content = readAll(file.get(), limit, static_cast<off_t>(status.stx_size));
+    if (!content) return std::nullopt;
+    return ReadFile{std::move(*content), status.stx_uid, status.stx_gid, status.stx_mode};
 }
 
 std::string readSystemFile(const char* path) {

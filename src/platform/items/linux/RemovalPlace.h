@@ -21,6 +21,7 @@
 #include "platform/items/linux/DescriptorCache.h"
 #include "platform/items/linux/EntryFacts.h"
 #include "platform/items/linux/Identity.h"
+#include "platform/items/linux/KnownStatus.h"
 #include "platform/items/linux/LockFlags.h"
 
 namespace kestrin {
@@ -107,8 +108,7 @@ class Entry final : public RemovalEntry {
     std::size_t itemTag() const override { return m_place.item.tag; }
     bool folderIsImmutable() const override {
         struct statx status {};
-        return statx(m_place.folder, "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_TYPE, &status) ==
-                   0 &&
+        return knownStatus(m_place.folder, STATX_TYPE, status) &&
                (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
     }
     MaybeError clearImmutable() const override {

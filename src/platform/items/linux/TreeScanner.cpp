@@ -15,6 +15,7 @@
 #include "platform/items/linux/DescriptorCache.h"
 #include "platform/items/linux/DirectoryStream.h"
 #include "platform/items/linux/Identity.h"
+#include "platform/items/linux/KnownStatus.h"
 #include "platform/items/linux/QuietOpen.h"
 #include "platform/items/linux/WorkStack.h"
 #include "platform/items/linux/WorkerBudget.h"
@@ -44,18 +45,12 @@ std::uint64_t sizeFrom(const struct statx& status) {
     return S_ISREG(status.stx_mode) || S_ISLNK(status.stx_mode) ? status.stx_size : 0;
 }
 
-/// False when the entry cannot be examined.
-bool examine(int folder, const char* name, unsigned mask, struct statx& status) {
-    return statx(folder, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC, mask,
-                 &status) == 0;
-}
-
 /// Bytes of a file or link; 0 for anything else and what cannot be examined. `isFolder` is set when
 /// it turns out to be one.
 std::uint64_t sizeOfEntry(int folder, const RawEntry& entry, bool& isFolder) {
     if (entry.type != DT_REG && entry.type != DT_LNK && entry.type != DT_UNKNOWN) return 0;
     struct statx status {};
-    if (!examine(folder, entry.name, STATX_TYPE | STATX_SIZE, status)) return 0;
+    if (!knownStatus(folder, entry.name, STATX_TYPE | STATX_SIZE, status)) return 0;
     isFolder = S_ISDIR(status.stx_mode);
     return sizeFrom(status);
 }
@@ -152,7 +147,7 @@ class Scanner {
     /// Adds what one look tells of a first-level entry. False when it went after the listing.
     bool completeFirst(ScannedEntry& entry) const {
         struct statx status {};
-        if (!examine(m_root, entry.name.c_str(), kIdentityMask | STATX_SIZE, status)) {
+        if (!knownStatus(m_root, entry.name.c_str(), kIdentityMask | STATX_SIZE, status)) {
             return errno != ENOENT;
         }
         entry.mode = status.stx_mode & S_IFMT;

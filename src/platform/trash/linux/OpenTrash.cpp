@@ -12,6 +12,7 @@
 #include "base/WriteAll.h"
 #include "platform/items/FolderDescent.h"
 #include "platform/items/HostErrors.h"
+#include "platform/items/linux/KnownStatus.h"
 #include "platform/items/linux/PlainName.h"
 #include "platform/items/linux/RegularFile.h"
 #include "platform/trash/TrashFolders.h"
@@ -85,15 +86,14 @@ bool isOwnedBy(int folder, std::uint32_t owner) {
 }
 
 /// Root's helper works in the trash of another user, who must keep the file.
-bool giveTo(int fd, const struct stat& former) {
-    return (former.st_uid == geteuid() || fchown(fd, former.st_uid, former.st_gid) == 0) &&
-           fchmod(fd, former.st_mode & 0777) == 0;
+bool giveTo(int fd, const ReadFile& former) {
+    return (former.userId == geteuid() || fchown(fd, former.userId, former.groupId) == 0) &&
+           fchmod(fd, former.mode & 0777) == 0;
 }
 
 /// Replaces the file `name` of `folder`, whose owner and mode are those of `former`, in one step,
 /// or leaves it as it is.
-void replaceFile(int folder, const char* name, const struct stat& former,
-                 std::string_view content) {
+void replaceFile(int folder, const char* name, const ReadFile& former, std::string_view content) {
     static std::atomic<unsigned> s_counter = 0;
     const std::string temporary = std::string(name) + ".kestrin-" + std::to_string(getpid()) + "-" +
                                   std::to_string(s_counter++);
@@ -110,13 +110,13 @@ void replaceFile(int folder, const char* name, const struct stat& former,
 
 /// Records stay while their file's data may still be on its way into the trash.
 bool isOldRecord(int info, const char* name, std::chrono::seconds age) {
-    struct stat status;
-    if (fstatat(info, name, &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(status.st_mode)) {
+    struct statx status {};
+    if (!knownStatus(info, name, STATX_TYPE | STATX_MTIME, status) || !S_ISREG(status.stx_mode)) {
         return false;
     }
     timespec now;
     clock_gettime(CLOCK_REALTIME, &now);
-    return now.tv_sec - status.st_mtim.tv_sec > age.count();
+    return now.tv_sec - status.stx_mtime.tv_sec > age.count();
 }
 
 std::vector<std::string> orphanRecords(DIR* info, int files, std::chrono::seconds age) {
@@ -179,13 +179,12 @@ MaybeError OpenTrash::removeRecord(std::string_view name) {
 }
 
 void OpenTrash::tidyDirectorySizes() {
-    struct stat status;
-    const auto text =
-        readRegularFile(m_trash.get(), kDirectorySizes, kDirectorySizesLimit, &status);
+    const auto sizes = readRegularFileOfMount(m_trash.get(), kDirectorySizes, kDirectorySizesLimit);
     // What root could read of a stranger's file must not get into one of the user's.
-    if (!text || (m_owner && status.st_uid != *m_owner)) return;
-    const std::string kept = withoutAbsentEntries(*text, m_files.get());
-    if (kept.size() != text->size()) replaceFile(m_trash.get(), kDirectorySizes, status, kept);
+    if (!sizes || (m_owner && sizes->userId != *m_owner)) return;
+    const std::string kept = withoutAbsentEntries(sizes->content, m_files.get());
+    if (kept.size() != sizes->content.size())
+        replaceFile(m_trash.get(), kDirectorySizes, *sizes, kept);
 }
 
 std::size_t OpenTrash::removeOrphanRecords(std::chrono::seconds age) {
