@@ -27,13 +27,6 @@ std::string homeOf(std::uint32_t user) {
     return found && found->pw_dir ? found->pw_dir : "";
 }
 
-/// A mount whose files an unprivileged user's own program serves.
-bool isServedByUser(const MountEntry& mount) {
-    if (!mount.fileSystemType.starts_with("fuse")) return false;
-    const auto& options = mount.superOptions;
-    return std::find(options.begin(), options.end(), "user_id=0") == options.end();
-}
-
 std::string below(const std::string& folder, const std::string& name) {
     return (folder == "/" ? "" : folder) + "/" + name;
 }
@@ -135,17 +128,13 @@ UniqueFd UserTrashes::openHome() const {
     UniqueFd home = holdSystemFolder(m_home);
     FolderFacts facts;
     if (!home || !examineFolder(home.get(), facts)) return {};
-    const auto isServed =
-        std::any_of(m_mounts.begin(), m_mounts.end(), [&](const MountEntry& mount) {
-            return static_cast<std::uint64_t>(mount.id) == facts.mountId && isServedByUser(mount);
-        });
-    if (!isServed) return home;
+    if (isTrustedMount(m_mounts, facts.mountId)) return home;
     errno = EPERM;
     return {};
 }
 
 Result<UniqueFd> UserTrashes::openTrashFolder(const Place& place) const {
-    UniqueFd folder = place.mount ? holdMountRoot(*place.mount) : openHome();
+    UniqueFd folder = place.mount ? holdMountRoot(*place.mount, m_mounts) : openHome();
     bool mustBeSticky = place.isShared;
     for (const std::string& step : place.steps) {
         if (folder) folder = holdFolder(folder.get(), step);

@@ -12,6 +12,7 @@
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "helper/TrashPath.h"
 #include "helper/UserTrashes.h"
@@ -29,8 +30,12 @@ void require(bool condition) {
 struct World {
     std::string home;
     std::string files;
+    std::vector<MountEntry> mounts = currentMounts();
 
     World() {
+        // Trusted, and without a trash that a path could lead to.
+        for (MountEntry& mount : mounts)
+            mount.fileSystemType = "autofs";
         home = "/tmp/kestrin-fuzz-XXXXXX";
         require(mkdtemp(home.data()) != nullptr);
         files = home + "/.local/share/Trash/files";
@@ -86,7 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!path.empty() && path[0] == 'F') path.replace(0, 1, world().files);
     if (!path.empty() && path[0] == 'H') path.replace(0, 1, world().home);
     checkBytes(path);
-    UserTrashes trashes(getuid(), world().home, {});
+    UserTrashes trashes(getuid(), world().home, world().mounts);
     const auto folder = trashes.folderOf(path, UserTrashes::Locks::Keep);
     if (!folder) return 0;
     require(isPlainPath(path) && !partBelow(path, world().files).empty());

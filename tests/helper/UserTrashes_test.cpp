@@ -7,8 +7,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
+#include "support/SilentVolume.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
@@ -24,15 +26,14 @@ class TheTrashesOfAUser : public ::testing::Test {
         makeFolder(m_trash + "/info");
     }
     /// 0 when the path leads to an entry's folder, else the errno.
-    int refusal(const std::string& path, const std::vector<MountEntry>& mounts = {}) const {
+    int refusal(const std::string& path,
+                const std::vector<MountEntry>& mounts = currentMounts()) const {
         UserTrashes trashes(kTestUser, m_scratch / "home", mounts);
         const auto folder = trashes.folderOf(path, Locks::Keep);
         return folder ? 0 : folder.error().systemError;
     }
-    std::vector<MountEntry> tableWith(const std::string& mountPoint) const {
-        auto mounts = currentMounts();
-        std::erase_if(mounts, [&](const MountEntry& m) { return m.mountPoint != mountPoint; });
-        return mounts;
+    static MountEntry& entryOf(std::vector<MountEntry>& mounts, const std::string& mountPoint) {
+        return *std::ranges::find(mounts, mountPoint, &MountEntry::mountPoint);
     }
 
     ScratchFolder m_scratch;
@@ -41,7 +42,7 @@ class TheTrashesOfAUser : public ::testing::Test {
 };
 
 TEST_F(TheTrashesOfAUser, HoldWhatIsBelowFilesOnly) {
-    UserTrashes trashes(kTestUser, m_scratch / "home/", {});
+    UserTrashes trashes(kTestUser, m_scratch / "home/", currentMounts());
     const auto top = trashes.folderOf(m_files + "/entry", Locks::Keep);
     ASSERT_TRUE(top);
     EXPECT_TRUE((*top)->isFiles());
@@ -72,7 +73,7 @@ TEST_F(TheTrashesOfAUser, AreFoldersOfTheirOwn) {
                         "/info'; touch '" + m_trash + "/info/entry.trashinfo'"),
               0);
     const AsRoot root;
-    UserTrashes trashes(kTestUser, m_scratch / "home", {});
+    UserTrashes trashes(kTestUser, m_scratch / "home", currentMounts());
     auto folder = trashes.folderOf(m_files + "/entry", Locks::Keep);
     ASSERT_TRUE(folder);
     EXPECT_FALSE((*folder)->trash->folder.removeRecord("entry"));
@@ -81,6 +82,7 @@ TEST_F(TheTrashesOfAUser, AreFoldersOfTheirOwn) {
 
 TEST_F(TheTrashesOfAUser, AreOnEveryMountWhereTheyBelong) {
     KESTRIN_REQUIRE_MOUNTS();
+    const auto before = currentMounts();
     const TestVolume volume(TestVolume::Kind::Tmpfs, m_scratch / "disk");
     const std::string user = std::to_string(kTestUser);
     const std::string own = volume.mountPoint() + "/.Trash-" + user + "/files";
@@ -88,31 +90,41 @@ TEST_F(TheTrashesOfAUser, AreOnEveryMountWhereTheyBelong) {
     const std::string other = volume.mountPoint() + "/.Trash-0/files";
     for (const std::string& files : {own, shared, other})
         makeFolder(files + "/folder");
-    const auto mounts = tableWith(volume.mountPoint());
-    ASSERT_EQ(mounts.size(), 1u);
-    EXPECT_EQ(refusal(own + "/folder/entry", mounts), 0);
-    EXPECT_EQ(refusal(own + "/folder/entry"), EINVAL) << "not in the table";
-    EXPECT_EQ(refusal(other + "/entry", mounts), EINVAL);
-    EXPECT_EQ(refusal(shared + "/entry", mounts), EPERM) << "not sticky";
+    EXPECT_EQ(refusal(own + "/folder/entry"), 0);
+    EXPECT_EQ(refusal(own + "/folder/entry", before), EINVAL) << "not in the table";
+    EXPECT_EQ(refusal(other + "/entry"), EINVAL);
+    EXPECT_EQ(refusal(shared + "/entry"), EPERM) << "not sticky";
     ASSERT_EQ(chmod((volume.mountPoint() + "/.Trash").c_str(), 01777), 0);
-    EXPECT_EQ(refusal(shared + "/entry", mounts), 0);
+    EXPECT_EQ(refusal(shared + "/entry"), 0);
 
-    auto served = mounts;
-    served[0].fileSystemType = "fuse.sshfs";
-    served[0].superOptions = {"rw", "user_id=1000"};
+    auto served = currentMounts();
+    MountEntry& mount = entryOf(served, volume.mountPoint());
+    mount.fileSystemType = "fuse.sshfs";
+    mount.superOptions = {"rw", "user_id=1000"};
     EXPECT_EQ(refusal(own + "/entry", served), EINVAL);
-    served[0].superOptions = {"rw", "user_id=0"};
+    mount.superOptions = {"rw", "user_id=0"};
     EXPECT_EQ(refusal(own + "/entry", served), 0);
 }
 
 TEST_F(TheTrashesOfAUser, AreNotInAHomeThatTheUserServes) {
     auto mounts = currentMounts();
     EXPECT_EQ(refusal(m_files + "/entry", mounts), 0);
+    EXPECT_EQ(refusal(m_files + "/entry", {}), EPERM) << "mounted after the table was read";
     for (MountEntry& mount : mounts) {
         mount.fileSystemType = "fuse.encfs";
         mount.superOptions = {"rw", "user_id=1000"};
     }
     EXPECT_EQ(refusal(m_files + "/entry", mounts), EPERM);
+}
+
+TEST_F(TheTrashesOfAUser, AreNotLookedForBehindWhatTheUserServes) {
+    KESTRIN_REQUIRE_MOUNTS();
+    const TestVolume disk(TestVolume::Kind::Tmpfs, m_scratch / "outer/disk");
+    SilentVolume outer(m_scratch / "outer");
+    ASSERT_TRUE(outer.isMounted());
+    const std::string entry =
+        disk.mountPoint() + "/.Trash-" + std::to_string(kTestUser) + "/files/entry";
+    EXPECT_TRUE(outer.doesNotHold([&] { EXPECT_EQ(refusal(entry, currentMounts()), ESTALE); }));
 }
 
 TEST_F(TheTrashesOfAUser, EndWhereSomethingIsMounted) {
@@ -131,7 +143,7 @@ TEST_F(TheTrashesOfAUser, EndWhereSomethingIsMounted) {
 
     // A table that names a mount which something else has covered since.
     const TestVolume volume(TestVolume::Kind::Tmpfs, m_scratch / "disk");
-    const auto mounts = tableWith(volume.mountPoint());
+    const auto mounts = currentMounts();
     const TestVolume cover(TestVolume::Kind::Tmpfs, m_scratch / "disk");
     const std::string files =
         volume.mountPoint() + "/.Trash-" + std::to_string(kTestUser) + "/files";

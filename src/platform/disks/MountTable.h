@@ -40,6 +40,13 @@ std::vector<MountEntry> currentMounts();
 /// resolved.
 const MountEntry* mountOfPath(const std::vector<MountEntry>& mounts, std::string_view path);
 
+/// Whether an ordinary user's own program serves the files of the mount (FUSE, mounted by him).
+bool isServedByUser(const MountEntry& mount);
+
+/// Whether root may look up names in the mount of that number (mnt_id of statx(2)): it is in the
+/// table and no user serves it. What is mounted since the table was read is not known.
+bool isTrustedMount(const std::vector<MountEntry>& mounts, std::uint64_t mountId);
+
 /// Whether a file system of this type lies on another computer, as far as the name tells.
 bool isNetworkFileSystem(std::string_view type);
 

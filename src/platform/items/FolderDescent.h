@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "platform/disks/MountTable.h"
 #include "platform/items/UniqueFd.h"
@@ -29,9 +30,10 @@ UniqueFd holdFolder(int parent, const std::string& name);
 /// Holds the folder at an absolute path of the system's own, following links.
 UniqueFd holdSystemFolder(const std::string& path);
 
-/// Holds the root folder of that very mount. Its path may lead elsewhere by now: then nothing is
-/// held, and errno is ESTALE. No link is followed.
-UniqueFd holdMountRoot(const MountEntry& mount);
+/// Holds the root folder of that very mount of the table. Its path may lead elsewhere by now: then
+/// nothing is held, and errno is ESTALE. No link is followed, and nothing is looked up in a mount
+/// that is not trusted (isTrustedMount): then errno is ESTALE, too.
+UniqueFd holdMountRoot(const MountEntry& mount, const std::vector<MountEntry>& mounts);
 
 /// Fills in `facts`. False, with errno, when the folder cannot be examined.
 bool examineFolder(int folder, FolderFacts& facts);

@@ -92,6 +92,17 @@ bool MountEntry::isReadOnly() const {
     return contains(options, "ro") || contains(superOptions, "ro");
 }
 
+bool isServedByUser(const MountEntry& mount) {
+    return mount.fileSystemType.starts_with("fuse") && !contains(mount.superOptions, "user_id=0");
+}
+
+bool isTrustedMount(const std::vector<MountEntry>& mounts, std::uint64_t mountId) {
+    const auto mount = std::ranges::find_if(mounts, [mountId](const MountEntry& entry) {
+        return static_cast<std::uint64_t>(entry.id) == mountId;
+    });
+    return mount != mounts.end() && !isServedByUser(*mount);
+}
+
 bool isNetworkFileSystem(std::string_view type) {
     constexpr auto kTypes = std::to_array<std::string_view>({"9p",
                                                              "afs",

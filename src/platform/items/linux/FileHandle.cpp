@@ -46,7 +46,7 @@ UniqueFd holdByHandle(const FileHandle& handle) {
         errno = ENODEV;
         return {};
     }
-    const UniqueFd held = holdMountRoot(*mount);
+    const UniqueFd held = holdMountRoot(*mount, mounts);
     if (!held) {
         errno = ENODEV;  // something else lies over it by now
         return {};

@@ -17,6 +17,18 @@
 #include "platform/items/linux/PlainName.h"
 
 namespace kestrin {
+namespace {
+
+/// Holds a folder inside an open one, or what is mounted on it.
+UniqueFd enterFolder(int parent, const char* name) {
+    open_how how{};
+    how.flags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
+    return UniqueFd(static_cast<int>(syscall(SYS_openat2, parent, name, &how, sizeof how)));
+}
+
+}  // namespace
+
 UniqueFd holdFolder(int parent, const std::string& name) {
     if (!isPlainName(name)) {
         errno = EINVAL;
@@ -29,18 +41,22 @@ UniqueFd holdSystemFolder(const std::string& path) {
     return UniqueFd(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
-UniqueFd holdMountRoot(const MountEntry& mount) {
-    open_how how{};
-    how.flags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-    how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
-    UniqueFd root(static_cast<int>(
-        syscall(SYS_openat2, AT_FDCWD, mount.mountPoint.c_str(), &how, sizeof how)));
-    if (!root) return root;
-    struct statx status {};
-    if (!knownStatus(root.get(), STATX_MNT_ID, status)) return {};
-    const bool isMount = isMountRoot(status) && (status.stx_mask & STATX_MNT_ID) != 0 &&
-                         status.stx_mnt_id == static_cast<std::uint64_t>(mount.id);
-    if (isMount) return root;
+UniqueFd holdMountRoot(const MountEntry& mount, const std::vector<MountEntry>& mounts) {
+    UniqueFd folder(open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    std::string_view way = mount.mountPoint;
+    for (;;) {
+        struct statx status {};
+        if (!folder || !knownStatus(folder.get(), STATX_MNT_ID, status)) return {};
+        const bool isKnown = (status.stx_mask & STATX_MNT_ID) != 0;
+        way.remove_prefix(std::min(way.find_first_not_of('/'), way.size()));
+        const bool isThere = way.empty() && isMountRoot(status) &&
+                             status.stx_mnt_id == static_cast<std::uint64_t>(mount.id);
+        if (isKnown && isThere) return folder;
+        if (!isKnown || way.empty() || !isTrustedMount(mounts, status.stx_mnt_id)) break;
+        const std::string step(way.substr(0, way.find('/')));
+        folder = enterFolder(folder.get(), step.c_str());
+        way.remove_prefix(step.size());
+    }
     errno = ESTALE;
     return {};
 }
