@@ -228,8 +228,14 @@ MaybeError sendMessage(int service, const WorkerMessage& message) {
     return std::visit([service](const auto& one) { return sendIt(service, one); }, message);
 }
 
-WorkerMessages::WorkerMessages(WorkerKind kind, UniqueFd socket)
-    : m_kind(kind), m_socket(std::move(socket)), m_packet(kPacket) {}
+WorkerMessages::WorkerMessages(WorkerKind kind, UniqueFd socket, UnlockedItems unlocked)
+    : m_kind(kind),
+      m_socket(std::move(socket)),
+      m_outstanding(std::move(unlocked)),
+      m_packet(kPacket) {
+    for (const auto& [id, item] : m_outstanding)
+        m_outstandingBytes += bytesOf(item);
+}
 
 Result<WorkerMessage> WorkerMessages::receive() {
     for (;;) {

@@ -114,7 +114,7 @@ struct LocksToClear {
     std::uint64_t id = 0;
     UnlockedItem item;
 };
-/// The attributes of these are back, or are no longer wanted.
+/// The attributes of these are back, or are no longer wanted. Told by a PutBack worker as well.
 struct LocksSettled {
     std::vector<std::uint64_t> ids;
 };
@@ -144,7 +144,8 @@ MaybeError sendMessage(int service, const WorkerMessage& message);
 /// Thread: any, one at a time.
 class WorkerMessages {
  public:
-    WorkerMessages(WorkerKind kind, UniqueFd socket);
+    /// `unlocked` is what a PutBack worker is to put back; nothing for the others.
+    WorkerMessages(WorkerKind kind, UniqueFd socket, UnlockedItems unlocked = {});
 
     int socket() const { return m_socket.get(); }
 
@@ -156,8 +157,9 @@ class WorkerMessages {
 
     /// Whether the worker told its end: CommandFinished or CommandRefused.
     bool hasFinished() const { return m_hasFinished; }
-    /// The items whose attributes the worker may have cleared and not put back, as far as it told.
-    /// Once it has gone these are to be put back.
+    /// The items whose attributes the worker may have cleared and not put back, or of a PutBack
+    /// worker those that it has not put back, as far as it told. Once it has gone these are to be
+    /// put back.
     const UnlockedItems& outstanding() const { return m_outstanding; }
 
  private:
