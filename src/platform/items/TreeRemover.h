@@ -2,6 +2,7 @@
 // Removes entries with all they hold, by descriptor. The only code that removes files of users.
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -13,6 +14,10 @@
 #include "platform/items/ItemIdentity.h"
 
 namespace kestrin {
+
+/// The errno of a folder that was closed on the way, and that nothing tells from another one that
+/// may be in its place by now.
+inline constexpr int kNotFoundAgain = ENOTUNIQ;
 
 /// One entry as the remover meets it. Valid only during the call that is handed it.
 class RemovalEntry {
@@ -116,8 +121,10 @@ enum class LockedEntries {
 /// - A folder that cannot be listed is never taken for empty: when it cannot be removed as it is,
 ///   that is reported as kFileReadNoPermission.
 /// - A tree may have any depth, also beyond PATH_MAX and the descriptor limit: folders that wait
-///   are closed and opened again, and then must be the same folder. Memory grows with the depth of
-///   the folders under way: each worker keeps only one path.
+///   are closed and opened again, and then must be the same folder, by the kernel's file handle or
+///   else by the time of birth: inode numbers are used again. Where there is neither, a remover
+///   with more rights than a user leaves the folder (kNotFoundAgain). Memory grows with the depth
+///   of the folders under way: each worker keeps only one path.
 /// - What vanishes meanwhile counts as gone. It is reported neither as removed nor as failed.
 class TreeRemover {
  public:

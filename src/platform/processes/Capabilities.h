@@ -11,4 +11,7 @@ namespace kestrin {
 /// while there is one thread.
 bool keepCapabilities(std::uint64_t kept);
 
+/// Whether this thread has the capability of that number in effect.
+bool hasCapability(unsigned number);
+
 }  // namespace kestrin

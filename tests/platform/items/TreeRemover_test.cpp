@@ -10,6 +10,7 @@
 #include <array>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <set>
 
 #include "platform/items/LockAttributes.h"
@@ -96,6 +97,18 @@ class TreeRemoverTest : public ::testing::Test {
         return items.outcomes;
     }
 
+    static ino_t inodeOf(const std::string& path) {
+        struct stat status {};
+        return stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
+    }
+    static std::string manyFolders() {
+        std::string path;
+        for (int depth = 0; depth < 40; ++depth)
+            path += "/d";
+        return path;
+    }
+
+    const std::string deep = manyFolders();  ///< more than few descriptors keep open
     ScratchFolder scratch;
     const std::string trash = scratch / "trash", outside = scratch / "outside";
     RecordingPolicy policy;
@@ -170,29 +183,12 @@ TEST_F(TreeRemoverTest, DoesNotFollowALinkThatTakesAFoldersPlace) {
     EXPECT_TRUE(exists(scratch / "moved/inner/file"));
 }
 
-TEST_F(TreeRemoverTest, FindsItsWayBackWithFewDescriptorsAndKnowsAnAncestorThatWasSwapped) {
-    std::string down;
-    for (int depth = 0; depth < 40; ++depth)
-        down += "/d";
-    for (const char* name : {"/whole/one", "/whole/two", "/swapped/top/one", "/swapped/top/two"})
-        writeFile(trash + name + down + "/file");
-    for (const char* name : {"/one/precious", "/two/precious"})
-        writeFile(outside + name);
+TEST_F(TreeRemoverTest, FindsItsWayBackWithFewDescriptors) {
+    for (const char* name : {"/whole/one", "/whole/two"})
+        writeFile(trash + name + deep + "/file");
     const FewDescriptors few;
     EXPECT_EQ(remove({"whole"}, 1).at("whole"), RemovalOutcome::Gone);
     EXPECT_THAT(policy.failed, ::testing::IsEmpty());
-
-    // What stays below makes nobody open the folders above again, until the other half is entered.
-    const std::string top = trash + "/swapped/top", moved = scratch / "moved";
-    policy.leave = {"file"};
-    policy.onLeave = [&] {
-        if (exists(moved)) return;
-        rename(top.c_str(), moved.c_str());
-        rename(outside.c_str(), top.c_str());
-    };
-    EXPECT_EQ(remove({"swapped"}, 1).at("swapped"), RemovalOutcome::Stayed);
-    EXPECT_THAT(policy.failed, ElementsAre(std::pair(top, ESTALE)));
-    EXPECT_TRUE(exists(top + "/one/precious") && exists(top + "/two/precious"));
 
     // A folder that nobody may list is opened twice, and here there is no descriptor left for that.
     const std::string shut = trash + "/shut";
@@ -207,6 +203,60 @@ TEST_F(TreeRemoverTest, FindsItsWayBackWithFewDescriptorsAndKnowsAnAncestorThatW
     taken.clear();
     EXPECT_EQ(items.outcomes.at("shut"), RemovalOutcome::Stayed);
     EXPECT_EQ(std::filesystem::status(shut).permissions(), std::filesystem::perms::none);
+}
+
+/// Somebody else's folder gets the name and the inode number of an ancestor that went, and what was
+/// in that is moved into it.
+TEST_F(TreeRemoverTest, KnowsAFolderThatGotTheInodeNumberOfAnAncestor) {
+    KESTRIN_REQUIRE_MOUNTS();
+    const TestVolume volume(TestVolume::Kind::Ext4, scratch / "volume");
+    for (const bool isRoot : {false, true}) {
+        const std::string base = volume.mountPoint() + (isRoot ? "/root" : "/user");
+        const std::string ancestor = base + "/entry/ancestor";
+        for (const char* child : {"/one", "/two"})
+            writeFile(ancestor + child + deep + "/file");
+        policy.onRemove = [&, wasExchanged = false](const RemovalEntry& entry) mutable {
+            if (std::exchange(wasExchanged, true)) return;
+            const std::string first = entry.path().substr(ancestor.size(), 4);
+            const ino_t inode = inodeOf(ancestor);
+            for (const char* child : {"/one", "/two"})
+                rename((ancestor + child).c_str(), (base + child).c_str());
+            ASSERT_EQ(rmdir(ancestor.c_str()), 0);
+            std::string taken;
+            for (int made = 0; inodeOf(taken) != inode && made < 100; ++made)
+                makeFolder(taken = base + "/made" + std::to_string(made));
+            ASSERT_EQ(inodeOf(taken), inode);
+            for (const char* child : {"/one", "/two"})
+                if (child != first) writeFile(taken + child + "/precious");
+            rename((base + first).c_str(), (taken + first).c_str());
+            rename(taken.c_str(), ancestor.c_str());
+        };
+        policy.failed.clear();
+        Items items(base, {"entry"});
+        {
+            const FewDescriptors few;
+            std::optional<AsRoot> root;
+            if (isRoot) root.emplace();
+            TreeRemover(policy, 1).remove(items);
+        }
+        EXPECT_EQ(items.outcomes.at("entry"), RemovalOutcome::Stayed);
+        EXPECT_THAT(policy.failed, ::testing::Contains(std::pair(ancestor, ESTALE)));
+        EXPECT_NE(exists(ancestor + "/one/precious"), exists(ancestor + "/two/precious"));
+    }
+}
+
+TEST_F(TreeRemoverTest, LeavesAFolderThatNothingTellsFromAnotherToTheRightsOfAUser) {
+    KESTRIN_REQUIRE_MOUNTS();
+    makeFolder(trash);  // on a file system that keeps neither handles nor times of birth
+    ASSERT_EQ(runAsRoot("mount -t ramfs none '" + trash + "' && chmod 777 '" + trash + "'"), 0);
+    for (const char* name : {"/user", "/root"})
+        writeFile(trash + name + deep + "/file");
+    const FewDescriptors few;
+    EXPECT_EQ(remove({"user"}, 1).at("user"), RemovalOutcome::Gone);
+    const AsRoot root;
+    EXPECT_EQ(remove({"root"}, 1).at("root"), RemovalOutcome::Stayed);
+    EXPECT_EQ(policy.failed.size(), 1u);
+    EXPECT_EQ(policy.failed.at(0).second, kNotFoundAgain);
 }
 
 TEST_F(TreeRemoverTest, OpensAFolderAgainInTheDescriptorOfOneThatWaits) {

@@ -1,17 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/items/linux/DescriptorCache.h"
 
+#include <linux/capability.h>
 #include <linux/openat2.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <vector>
 
+#include "platform/items/TreeRemover.h"
+#include "platform/items/linux/Identity.h"
 #include "platform/items/linux/KnownStatus.h"
+#include "platform/processes/Capabilities.h"
 
 namespace kestrin {
 namespace {
@@ -38,10 +43,29 @@ int openFolderWithoutOpenat2(int parent, const char* name, int flags) {
     return fd.release();
 }
 
-bool hasIdentity(int fd, std::uint64_t device, std::uint64_t inode) {
+/// With its inode number also where such numbers do not last. Not known, with errno, when it cannot
+/// be asked.
+ItemIdentity identityOf(int folder) {
     struct statx status {};
-    return knownStatus(fd, STATX_INO, status) && deviceOf(status) == device &&
-           status.stx_ino == inode;
+    if (!knownStatus(folder, kIdentityMask, status)) return {};
+    return identityFrom(status, true);
+}
+
+bool hasMoreRightsThanAUser() {
+    return geteuid() == 0 || hasCapability(CAP_DAC_OVERRIDE);
+}
+
+/// Whether the open folder is the one that had this identity, and this handle when it was closed.
+/// False with errno.
+bool isStill(int folder, const ItemIdentity& identity, const FileHandle& handle) {
+    const ItemIdentity found = identityOf(folder);
+    if (!found.isKnown()) return false;
+    errno = ESTALE;
+    if (!isSameItem(found, identity)) return false;
+    if (handle.isKnown()) return handleOf(folder).isSameAs(handle);
+    const bool wasBornThen = found.birthTime != 0 && identity.birthTime != 0;
+    errno = kNotFoundAgain;
+    return wasBornThen || !hasMoreRightsThanAUser();
 }
 
 }  // namespace
@@ -73,11 +97,10 @@ unsigned affordableWorkers(unsigned wanted) {
 DescriptorCache::DescriptorCache() : m_budget(std::clamp<rlim_t>(descriptorLimit() / 2, 16, 512)) {}
 
 bool DescriptorCache::adopt(FolderNode& node, UniqueFd fd) {
-    struct statx status {};
-    if (!knownStatus(fd.get(), STATX_INO, status)) return false;
+    const ItemIdentity identity = identityOf(fd.get());
+    if (!identity.isKnown()) return false;
     const std::lock_guard lock(m_mutex);
-    node.m_device = deviceOf(status);
-    node.m_inode = status.stx_ino;
+    node.m_identity = identity;
     node.m_pins = 1;
     keep(node, std::move(fd));
     return true;
@@ -88,7 +111,16 @@ void DescriptorCache::keep(FolderNode& node, UniqueFd fd) {
     if (node.parent) node.parent->m_openChild = &node;
     ++m_open;
     while (m_open > m_budget && !m_idle.empty())
-        closeIdleNode(*m_idle.front());
+        closeLongestIdle();
+}
+
+/// Closes a folder that will be needed again.
+void DescriptorCache::closeLongestIdle() {
+    FolderNode& node = *m_idle.front();
+    const int folder = node.m_fd.get();
+    // A handle that is made of an inode number that does not last says nothing, either.
+    if (!node.m_handle.isKnown() && hasLastingInodes(folder)) node.m_handle = handleOf(folder);
+    closeIdleNode(node);
 }
 
 void DescriptorCache::closeIdleNode(FolderNode& node) {
@@ -107,7 +139,7 @@ int DescriptorCache::pin(FolderNode& node) {
     UniqueFd fd(reopen(node));
     if (!fd && errno == EMFILE) {
         while (!m_idle.empty())
-            closeIdleNode(*m_idle.front());
+            closeLongestIdle();
         fd.reset(reopen(node));
     }
     if (!fd) return -1;
@@ -119,7 +151,7 @@ int DescriptorCache::pin(FolderNode& node) {
 int DescriptorCache::reopen(FolderNode& node) {
     if (node.m_openChild) {
         UniqueFd fd(openat(node.m_openChild->m_fd.get(), "..", kFolderFlags));
-        if (fd && hasIdentity(fd.get(), node.m_device, node.m_inode)) return fd.release();
+        if (fd && isStill(fd.get(), node.m_identity, node.m_handle)) return fd.release();
     }
     return reopenByName(node);
 }
@@ -136,10 +168,7 @@ int DescriptorCache::reopenByName(FolderNode& node) {
     for (auto step = way.rbegin(); step != way.rend(); ++step) {
         UniqueFd next(openFolderAt(from, (*step)->name.c_str(), *step == &node ? 0 : O_PATH));
         if (!next) return -1;
-        if (!hasIdentity(next.get(), (*step)->m_device, (*step)->m_inode)) {
-            errno = ESTALE;
-            return -1;
-        }
+        if (!isStill(next.get(), (*step)->m_identity, (*step)->m_handle)) return -1;
         current = std::move(next);
         from = current.get();
     }
@@ -159,7 +188,7 @@ void DescriptorCache::close(FolderNode& node) {
 void DescriptorCache::closeIdle() {
     const std::lock_guard lock(m_mutex);
     while (!m_idle.empty())
-        closeIdleNode(*m_idle.front());
+        closeLongestIdle();
 }
 
 }  // namespace kestrin

@@ -5,11 +5,12 @@
 
 #include <fcntl.h>
 
-#include <cstdint>
 #include <list>
 #include <mutex>
 #include <string>
 
+#include "platform/items/FileHandle.h"
+#include "platform/items/ItemIdentity.h"
 #include "platform/items/UniqueFd.h"
 
 namespace kestrin {
@@ -29,16 +30,14 @@ struct FolderNode {
     unsigned depth = 0;
 
     /// Whether it was this folder when it was first opened.
-    bool is(std::uint64_t device, std::uint64_t inode) const {
-        return m_device == device && m_inode == inode;
-    }
+    bool is(const ItemIdentity& folder) const { return isSameItem(m_identity, folder); }
 
  private:
     friend class DescriptorCache;
-    std::uint64_t m_device = 0;  ///< what the folder was when it was first opened
-    std::uint64_t m_inode = 0;
+    ItemIdentity m_identity;  ///< what the folder was when it was first opened
     // Guarded by the cache's mutex:
     UniqueFd m_fd;
+    FileHandle m_handle;                ///< once it was closed
     FolderNode* m_openChild = nullptr;  ///< a folder inside that is open, if one is known
     unsigned m_pins = 0;
     std::list<FolderNode*>::iterator m_idle;  ///< valid while open and not pinned
@@ -57,12 +56,14 @@ class DescriptorCache {
 
     /// The folder's descriptor, which stays open until `unpin`. A closed folder is opened again,
     /// through ".." of a folder inside that is open, else by name from the nearest folder above
-    /// that is open, and must be the same folder as at first. -1 with errno on failure (ESTALE: it
-    /// is another one).
+    /// that is open, and must be the same folder as at first, which its inode number alone does not
+    /// tell: when it went, another one may have got that. Where the file system keeps nothing else,
+    /// who has more rights than a user opens no folder again. -1 with errno on failure: ESTALE when
+    /// it is another one, kNotFoundAgain when nobody can tell.
     int pin(FolderNode& node);
     void unpin(FolderNode& node);
 
-    /// Closes the folder. Requires: not pinned.
+    /// Closes a folder that is not needed any more. Requires: not pinned.
     void close(FolderNode& node);
 
     /// Closes every folder that waits, so that descriptors are free.
@@ -70,6 +71,7 @@ class DescriptorCache {
 
  private:
     void closeIdleNode(FolderNode& node);
+    void closeLongestIdle();
     int reopen(FolderNode& node);
     int reopenByName(FolderNode& node);
     void keep(FolderNode& node, UniqueFd fd);

@@ -41,6 +41,7 @@ struct RemovalFolder : FolderNode {
     std::list<RemovalFolder>::iterator self;  ///< among the folders under way
 
     RemovalFolder* above() const { return static_cast<RemovalFolder*>(parent); }
+    bool wasChanged() const { return modeWasWidened || clearedLocks.flags != 0; }
 };
 
 inline std::string pathOf(const RemovalFolder& folder) {

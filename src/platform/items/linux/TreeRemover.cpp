@@ -251,16 +251,20 @@ class Remover {
         opened = {folder, fd.get()};
         if (m_isRehearsal) folder->rights = rightsIn(fd.get());
         if (folder->rights.error == EACCES && canBeWidened(facts)) folder->rights.error = 0;
-        if (isToBeUnlocked(facts)) error = clearLockFlags(fd.get(), folder->clearedLocks);
-        if (error == 0 && m_descriptors.adopt(*folder, std::move(fd))) {
-            const ItemIdentity& seen = facts.identity;
-            if (place.above || folder->is(seen.deviceId, seen.inode)) return Step::Entered;
-            error = ENOTDIR;  // exchanged between the look and the opening
-            m_descriptors.unpin(*folder);
-            restoreFolder(*folder);
-            m_descriptors.close(*folder);
+        if (!m_descriptors.adopt(*folder, std::move(fd))) {
+            error = errno;
+            letGo(*folder);
+            return Step::Stayed;
         }
-        if (error == 0) error = errno;
+        if (!place.above && !folder->is(facts.identity)) {
+            error = ENOTDIR;  // exchanged between the look and the opening
+        } else if (isToBeUnlocked(facts)) {
+            error = clearLockFlags(opened.descriptor, folder->clearedLocks);
+        }
+        if (error == 0) return Step::Entered;
+        putBack(*folder, opened.descriptor);
+        m_descriptors.unpin(*folder);
+        m_descriptors.close(*folder);
         letGo(*folder);
         return Step::Stayed;
     }
@@ -406,21 +410,26 @@ class Remover {
 
     /// Removes a folder when nothing stayed in it: Gone, Stayed, or Again.
     Step removeFolder(RemovalFolder& folder) {
+        // Held, since it may have another name by now, and another folder its own.
+        const int held = folder.wasChanged() ? m_descriptors.pin(folder) : -1;
         Step step = Step::Stayed;
         if (!folder.somethingStayed && !m_policy.shouldStop()) {
             const int parent =
                 folder.above() ? pin(*folder.above()) : folder.item->parentDescriptor;
             if (parent >= 0) {
-                step = removeEmptyFolder(folder, parent);
+                step = removeEmptyFolder(folder, parent, held);
                 if (folder.above()) m_descriptors.unpin(*folder.above());
             }
         }
-        // What has gone for somebody else may only have another name.
-        if (step != Step::Again) restoreFolder(folder);
+        if (held >= 0) {
+            if (step != Step::Again) putBack(folder, held);
+            m_descriptors.unpin(folder);
+        }
         return step;
     }
 
-    Step removeEmptyFolder(RemovalFolder& folder, int parent) {
+    /// `held` is the folder itself where something is to be put back on it, or -1.
+    Step removeEmptyFolder(RemovalFolder& folder, int parent, int held) {
         const char* name = folder.name.c_str();
         const Place place = placeIn(folder.above(), *folder.item, parent);
         const Entry entry(place, name, folder.facts);
@@ -428,8 +437,7 @@ class Remover {
         if (m_policy.shouldStop()) return Step::Stayed;
         const int error = unlinkEntry(place, name, folder.facts, AT_REMOVEDIR);
         if (error == 0) {
-            settleLockFlags(folder.clearedLocks);
-            folder.modeWasWidened = false;
+            if (held >= 0) putBack(folder, held);  // before anybody is told, since telling may wait
             m_policy.didRemove(entry);
             return Step::Gone;
         }
@@ -456,12 +464,17 @@ class Remover {
     }
 
     /// What was changed to empty the folder is changed back.
-    void restoreFolder(RemovalFolder& folder) {
-        if (!folder.modeWasWidened && folder.clearedLocks.flags == 0) return;
-        const int descriptor = m_descriptors.pin(folder);
-        if (descriptor < 0) return;
-        if (folder.modeWasWidened) restoreMode(descriptor, folder.facts, false);
+    static void putBack(RemovalFolder& folder, int descriptor) {
+        if (std::exchange(folder.modeWasWidened, false)) {
+            restoreMode(descriptor, folder.facts, false);
+        }
         restoreLockFlags(descriptor, folder.clearedLocks);
+    }
+
+    void restoreFolder(RemovalFolder& folder) {
+        const int descriptor = folder.wasChanged() ? m_descriptors.pin(folder) : -1;
+        if (descriptor < 0) return;
+        putBack(folder, descriptor);
         m_descriptors.unpin(folder);
     }
 

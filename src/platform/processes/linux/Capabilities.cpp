@@ -38,4 +38,11 @@ bool keepCapabilities(std::uint64_t kept) {
     return ::syscall(SYS_capset, &header, data) == 0;
 }
 
+bool hasCapability(unsigned number) {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[2]{};
+    return ::syscall(SYS_capget, &header, data) == 0 &&
+           (data[number / 32].effective >> number % 32 & 1) != 0;
+}
+
 }  // namespace kestrin
