@@ -15,6 +15,7 @@
 #include <iterator>
 #include <system_error>
 
+#include "base/SanitizedBuild.h"
 #include "base/WriteAll.h"
 #include "platform/items/HostErrors.h"
 #include "platform/items/UniqueFd.h"
@@ -83,22 +84,11 @@ SandboxPlan planSandbox(const KernelSupport& kernel, bool isSanitized) {
             .fileRules = fileRulesFor(kernel.landlockVersion)};
 }
 
-bool isSanitizedBuild() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return true;
-#elif defined(__has_feature)
-    return __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) ||
-           __has_feature(memory_sanitizer);
-#else
-    return false;
-#endif
-}
-
 Result<ViewerProtections> enterSandbox(int socket, const std::vector<std::string>& readableFolders,
                                        const SandboxPlan& plan,
                                        const std::function<void()>& startThreads) {
     // The thread sanitizer has one of its own, which reads nothing.
-    if (!hasOneThread() && !isSanitizedBuild()) return failure(EBUSY);
+    if (!hasOneThread() && !kIsSanitizedBuild) return failure(EBUSY);
     volunteerForLackOfMemory();
     if (!leadDescriptorsNowhere(socket) || !limitResources(plan.limitsMemory) ||
         ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||

@@ -36,9 +36,6 @@ struct SandboxPlan {
 /// memory does not fit into the limit and whose calls are its own.
 SandboxPlan planSandbox(const KernelSupport& kernel, bool isSanitized);
 
-/// Whether this is a build of the address, memory or thread sanitizer.
-bool isSanitizedBuild();
-
 /// Leaves this process the descriptor `socket` (all others lead to /dev/null), no capability, no
 /// way to gain rights, no core dumps, bounded memory, output and number of descriptors, and of all
 /// files those below `readableFolders`, to be read; nothing can be written, executed, connected to

@@ -18,6 +18,7 @@
 #include <exception>
 #include <memory>
 
+#include "base/SanitizedBuild.h"
 #include "viewer/Decoders.h"
 #include "viewer/LoadEverything.h"
 #include "viewer/MediaDecoder.h"
@@ -124,8 +125,8 @@ int main(int argc, char** argv) {
     }
     QGuiApplication application(argc, argv);
     loadEverything();
-    const SandboxPlan plan = planSandbox(askKernel(), isSanitizedBuild());
-    if (isSanitizedBuild()) {
+    const SandboxPlan plan = planSandbox(askKernel(), kIsSanitizedBuild);
+    if (kIsSanitizedBuild) {
         std::fputs("This build of a sanitizer decodes WITHOUT memory limit and call filter.\n",
                    stderr);
     }

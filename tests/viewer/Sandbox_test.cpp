@@ -25,6 +25,7 @@
 #include <system_error>
 #include <thread>
 
+#include "base/SanitizedBuild.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
@@ -181,7 +182,7 @@ bool isRefusal(int result) {
 class Sandbox : public testing::Test {
  protected:
     void SetUp() override {
-        if (isSanitizedBuild()) GTEST_SKIP() << "a sanitizer needs memory and calls of its own";
+        if (kIsSanitizedBuild) GTEST_SKIP() << "a sanitizer needs memory and calls of its own";
         if (m_kernel.landlockVersion == 0 || !m_kernel.hasCallFilter)
             GTEST_SKIP() << "this kernel lacks Landlock or the filter of calls";
     }

@@ -10,6 +10,7 @@
 #include <QBuffer>
 #include <QPainter>
 
+#include "base/SanitizedBuild.h"
 #include "platform/items/SealedFile.h"
 #include "platform/processes/ChildProgram.h"
 #include "support/TestEnvironment.h"
@@ -77,7 +78,7 @@ TEST_P(Viewer, showsBehindItsSealWhatIsSeenInTheOpen) {
     ASSERT_TRUE(waitToRead(decoder->socket()));
     const auto greeting = receiveGreeting(decoder->socket());
     ASSERT_TRUE(greeting);
-    const SandboxPlan plan = planSandbox(askKernel(), isSanitizedBuild());
+    const SandboxPlan plan = planSandbox(askKernel(), kIsSanitizedBuild);
     EXPECT_EQ(greeting->protections.callFilter, plan.filtersCalls);
     EXPECT_EQ(greeting->protections.fileRules, plan.fileRules.size > 0);
     EXPECT_EQ(greeting->protections.memoryLimit, plan.limitsMemory);

@@ -80,7 +80,9 @@ Result<ReceivedPacket> receivePacket(int socket, std::span<char> room) {
     ssize_t length = 0;
     do {
         length = ::recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
-    } while (length < 0 && errno == EINTR);
+        // ECONNRESET only says, once, that the other side has gone without reading everything. What
+        // it sent before is still to come.
+    } while (length < 0 && (errno == EINTR || errno == ECONNRESET));
     if (length < 0) return failure(errno);
     ReceivedPacket packet{static_cast<std::size_t>(length), takeDescriptors(message)};
     if (length == 0 && packet.descriptors.empty()) return failure(ECONNRESET);
