@@ -1,18 +1,24 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "helper/Hardening.h"
 
+#include <fcntl.h>
 #include <linux/capability.h>
+#include <linux/securebits.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "base/SanitizedBuild.h"
+#include "base/WriteAll.h"
+#include "platform/items/UniqueFd.h"
 #include "platform/processes/Capabilities.h"
 
 namespace kestrin {
@@ -21,10 +27,14 @@ namespace {
 /// Bits of capabilities(7).
 constexpr std::uint64_t kNeeded =
     std::uint64_t{1} << CAP_DAC_OVERRIDE |     // folders of others, without their rights
-    std::uint64_t{1} << CAP_DAC_READ_SEARCH |  //
+    std::uint64_t{1} << CAP_DAC_READ_SEARCH |  // and files by their handles
     std::uint64_t{1} << CAP_FOWNER |           // sticky folders; modes of others' files
     std::uint64_t{1} << CAP_CHOWN |            // `directorysizes` stays the user's own
     std::uint64_t{1} << CAP_LINUX_IMMUTABLE;   // locked entries
+
+/// A list of 256 MB takes 1.1 GB while it is read.
+constexpr rlim_t kWorkerMemory = rlim_t{1536} << 20;
+constexpr rlim_t kDescriptors = 4096;
 
 void require(bool condition, const char* what) {
     if (condition) return;
@@ -41,23 +51,60 @@ void fixEnvironment() {
     ::umask(077);
 }
 
-void limitResources() {
-    const rlimit none{0, 0};
-    require(::setrlimit(RLIMIT_CORE, &none) == 0, "RLIMIT_CORE");
-    rlimit files{};
-    if (::getrlimit(RLIMIT_NOFILE, &files) == 0) {
-        files.rlim_cur = files.rlim_max < 65536 ? files.rlim_max : 65536;
-        ::setrlimit(RLIMIT_NOFILE, &files);
-    }
+void limit(__rlimit_resource resource, rlim_t most, const char* what) {
+    rlimit now{};
+    require(::getrlimit(resource, &now) == 0, what);
+    const rlim_t bounded = std::min(most, now.rlim_max);
+    now = {bounded, bounded};
+    require(::setrlimit(resource, &now) == 0, what);
+}
+
+/// The user id alone gives nothing to what is executed, nor to who takes it again. Only root may
+/// say so, and who may not has nothing to lose.
+void separateUserIdFromCapabilities() {
+    constexpr unsigned long kBits =
+        SECBIT_NOROOT | SECBIT_NOROOT_LOCKED | SECBIT_NO_SETUID_FIXUP_LOCKED |
+        SECBIT_KEEP_CAPS_LOCKED | SECBIT_NO_CAP_AMBIENT_RAISE | SECBIT_NO_CAP_AMBIENT_RAISE_LOCKED;
+    require(::prctl(PR_SET_SECUREBITS, kBits, 0, 0, 0) == 0 || errno == EPERM, "securebits");
+}
+
+void closeAllBut(int one, int other) {
+    const auto [low, high] = std::minmax(one, other);
+    const auto close = [](int first, int last) {
+        if (first > last) return;
+        require(::close_range(static_cast<unsigned>(first), static_cast<unsigned>(last), 0) == 0,
+                "close_range");
+    };
+    close(STDERR_FILENO + 1, low - 1);
+    close(low + 1, high - 1);
+    require(::close_range(static_cast<unsigned>(high) + 1, ~0U, 0) == 0, "close_range");
 }
 
 }  // namespace
 
-void giveUpWhatIsNotNeeded() {
+void giveUpWhatNobodyNeeds() {
     fixEnvironment();
-    limitResources();
+    limit(RLIMIT_CORE, 0, "RLIMIT_CORE");
+    limit(RLIMIT_NOFILE, kDescriptors, "RLIMIT_NOFILE");
     require(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0, "PR_SET_NO_NEW_PRIVS");
+    separateUserIdFromCapabilities();
+}
+
+void giveUpAllCapabilities() {
+    require(keepCapabilities(0), "capabilities");
+}
+
+void keepCapabilitiesForFiles() {
     require(keepCapabilities(kNeeded), "capabilities");
+    require(::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0, "PR_SET_DUMPABLE");
+}
+
+void limitWorker(int list, int socket) {
+    closeAllBut(list, socket);
+    require(::setpgid(0, 0) == 0, "setpgid");
+    if (!kIsSanitizedBuild) limit(RLIMIT_DATA, kWorkerMemory, "RLIMIT_DATA");
+    const UniqueFd score(::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC));
+    if (score) (void)writeAll(score.get(), "500");  // some kernels have none
 }
 
 }  // namespace kestrin

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The privileged helper: a root service that the system bus starts on demand.
-#include <signal.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <QCoreApplication>
@@ -11,13 +9,16 @@
 #include <cstdio>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "base/MainThread.h"
 #include "helper/Hardening.h"
 #include "helper/HelperProtocol.h"
 #include "helper/HelperService.h"
+#include "helper/Parent.h"
 #include "helper/QVHelperToolProtocolAdaptor.h"
 #include "platform/items/UniqueFd.h"
+#include "platform/processes/PacketSocket.h"
 
 namespace {
 
@@ -48,28 +49,22 @@ std::optional<std::chrono::seconds> idleTime(int argc, char** argv) {
     return std::chrono::seconds(seconds);
 }
 
-/// A descriptor that tells of SIGTERM and SIGINT. It must be made before there are other threads.
-UniqueFd takeSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
-    return UniqueFd(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
-}
-
-int serve(std::chrono::seconds idle, int signals) {
+int serveOnBus(std::chrono::seconds idle, int parent) {
+    const UniqueFd signals = takeSignals(Signals::OfTheEnd);
     MainThread mailbox;
     registerHelperTypes();
     QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected()) return fail("there is no system bus");
     HelperService service(bus, idle);
     new QVHelperToolProtocolAdaptor(&service);
-    QSocketNotifier signalled(signals, QSocketNotifier::Read);
-    QObject::connect(&signalled, &QSocketNotifier::activated, &service, [&] {
-        signalled.setEnabled(false);
-        service.shutDown();
-    });
+    QSocketNotifier signalled(signals.get(), QSocketNotifier::Read);
+    QSocketNotifier parentGone(parent, QSocketNotifier::Read);  // it never says anything
+    for (QSocketNotifier* const end : {&signalled, &parentGone}) {
+        QObject::connect(end, &QSocketNotifier::activated, &service, [&service, end] {
+            end->setEnabled(false);
+            service.shutDown();
+        });
+    }
     bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                 QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
                 &service, SLOT(shutDown()));
@@ -79,6 +74,13 @@ int serve(std::chrono::seconds idle, int signals) {
     }
     if (!service.start()) return fail("the name on the system bus is taken, or not to be had");
     return QCoreApplication::exec();
+}
+
+int runService(std::chrono::seconds idle, int parent, char** argv) {
+    keepCapabilitiesForFiles();
+    int applicationArguments = 1;
+    const QCoreApplication application(applicationArguments, argv);
+    return serveOnBus(idle, parent);
 }
 
 }  // namespace
@@ -94,9 +96,16 @@ int main(int argc, char** argv) {
         return 2;
     }
     if (::geteuid() != 0) return fail("must be started as root, by the system bus");
-    giveUpWhatIsNotNeeded();
-    const UniqueFd signals = takeSignals();
-    int applicationArguments = 1;
-    const QCoreApplication application(applicationArguments, argv);
-    return serve(*idle, signals.get());
+    giveUpWhatNobodyNeeds();
+    auto sockets = packetSockets();
+    // There is one process to be trusted with root's powers, and another that reads the bus.
+    const pid_t service = sockets ? ::fork() : -1;
+    if (service < 0) return fail("the process of the service cannot be made");
+    if (service == 0) {
+        sockets->one.reset();
+        return runService(*idle, sockets->other.get(), argv);
+    }
+    sockets->other.reset();
+    keepCapabilitiesForFiles();
+    return runParent(std::move(sockets->one), service);
 }

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The process that the bus starts: it holds the helper's powers, and starts a worker for each
+// command of the service.
+#pragma once
+
+#include <sys/types.h>
+
+#include "platform/items/UniqueFd.h"
+
+namespace kestrin {
+
+/// Blocks the signals that end the helper, for this process and those it starts, and answers a
+/// descriptor that tells of them. `ofChildren`: the end of a process started here, too.
+enum class Signals { OfTheEnd, OfTheEndAndChildren };
+UniqueFd takeSignals(Signals signals);
+
+/// Starts and kills workers as the service asks at the other end of `service`, until the service,
+/// the child process `serviceProcess`, has ended; SIGTERM and SIGINT go on to it. Then the workers,
+/// whose sockets have been closed with the service, have 5 s to put everything back and end. What
+/// has not ended by then is killed; what the kernel cannot kill is left behind.
+/// It reads requests of fixed size alone, and touches no file but those of /proc. A service that
+/// asks for anything odd is killed, and so ends, in order, all that it began.
+/// Answers the exit status of the service, or 1 when a signal ended it. To be called while there is
+/// one thread, and signals are not taken yet.
+int runParent(UniqueFd service, pid_t serviceProcess);
+
+}  // namespace kestrin
