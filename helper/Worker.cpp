@@ -207,8 +207,13 @@ bool putBack(const StartRequest& request, ServiceChannel& service) {
     if (!items) return false;
     // Stop does not count: what was changed is to be put back in any case.
     for (const auto& [id, item] : *items) {
-        if (const auto error = putBackLocks(item)) service.send(LocksLost{id, error->systemError});
+        if (const auto error = putBackLocks(item)) {
+            service.send(LocksLost{id, error->systemError});
+        } else {
+            service.didSettle(id);
+        }
     }
+    service.flush();
     service.send(CommandFinished{});
     return true;
 }

@@ -136,13 +136,14 @@ class AWorker : public ::testing::Test {
         for (const char* folder : {"/files", "/info"})
             makeFolder(trash + folder);
     }
-    WorkerMessages start(ParentProcess& parent, WorkerKind kind, std::string_view list) {
+    WorkerMessages start(ParentProcess& parent, WorkerKind kind, std::string_view list,
+                         UnlockedItems unlocked = {}) {
         auto sockets = workerSockets();
         const auto file = sealedFile(list);
         const StartWorker request{++m_number, kTestUser, kind};
         EXPECT_FALSE(
             sendStartWorker(parent.service(), request, file->get(), sockets->worker.get()));
-        return {kind, std::move(sockets->service)};
+        return {kind, std::move(sockets->service), std::move(unlocked)};
     }
     /// A locked folder with more in it than a worker tells without being heard.
     std::string lockedFolder() {
@@ -205,17 +206,18 @@ TEST_F(AWorker, ThatIsKilledLeavesNothingUnlocked) {
     ASSERT_EQ(erase.outstanding().size(), 1u);
     EXPECT_EQ(erase.outstanding().begin()->second.path, folder);
     EXPECT_TRUE(isUnlocked(folder));
-    UnlockedItems items2 = erase.outstanding();
-    UnlockedItem gone = items2.begin()->second;
+    UnlockedItems lost = erase.outstanding();
+    UnlockedItem gone = lost.begin()->second;
     gone.handle.bytes.back() = static_cast<char>(gone.handle.bytes.back() + 1);
-    items2.emplace(99, gone);
+    lost.emplace(99, gone);
     gone.handle.mountId = 1 << 30;
-    items2.emplace(100, gone);
-    WorkerMessages restorer = start(parent, WorkerKind::PutBack, putBackList(items2));
+    lost.emplace(100, gone);
+    WorkerMessages restorer = start(parent, WorkerKind::PutBack, putBackList(lost), lost);
     const Told last = readAll(restorer);
     ASSERT_EQ(last.lost.size(), 1u) << "an item that exists no more needs nothing";
-    EXPECT_EQ(last.lost[0].id, 100u);
     EXPECT_EQ(last.lost[0].systemError, ENODEV);
+    ASSERT_EQ(restorer.outstanding().size(), 1u);
+    EXPECT_EQ(restorer.outstanding().begin()->first, 100u);
     EXPECT_TRUE(last.finished && isLocked(folder));
 }
 
