@@ -32,12 +32,19 @@ class WholePolicy : public RemovalPolicy {
         if (m_failures++ >= kLogged) return;
         qCWarning(lcHelper, "%s stays: %s",
                   percentEncode(entry.path(), true).substr(0, kLongestText).c_str(),
-                  error.localizedDescription().c_str());
+                  reason(entry, error).c_str());
     }
     bool shouldStop() const override { return m_stop; }
     std::uint64_t failures() const { return m_failures; }
 
  private:
+    static std::string reason(const RemovalEntry& entry, const HostError& error) {
+        if (entry.isLockedWithOtherNames()) return "it is locked and has other names";
+        if (entry.isReplaced()) return "something else has its name";
+        if (error.systemError == kNotFoundAgain) return "it could not be found again safely";
+        return error.localizedDescription();
+    }
+
     EraseProgress& m_progress;
     const std::atomic<bool>& m_stop;
     std::atomic<std::uint64_t> m_failures = 0;
@@ -70,8 +77,7 @@ bool unlock(UserTrashes& trashes, const std::string& path) {
     const std::string name(splitPath(path).name);
     const auto state = lockStateAt((*folder)->descriptor(), name.c_str());
     if (state != LockState::Locked) return state == LockState::Unlocked;
-    auto locks = ClearedLocks::clear((*folder)->descriptor(), name.c_str(),
-                                     ClearedLocks::OtherNames::Refuse);
+    auto locks = ClearedLocks::clear((*folder)->descriptor(), name.c_str());
     if (!locks) return false;
     locks->leaveCleared();
     return true;

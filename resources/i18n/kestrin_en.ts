@@ -1716,6 +1716,14 @@ Label: %@</translation>
         <source></source>
         <translation>unmount that volume</translation>
     </message>
+    <message id="stayed_help_not_found_again">
+        <source></source>
+        <translation>look at the trash again, and erase what is left</translation>
+    </message>
+    <message id="stayed_help_other_names">
+        <source></source>
+        <translation>ask an administrator to unlock it</translation>
+    </message>
     <message id="stayed_help_read_only">
         <source></source>
         <translation>make the volume writable</translation>
@@ -1743,6 +1751,14 @@ Label: %@</translation>
     <message id="stayed_name">
         <source></source>
         <translation>Name</translation>
+    </message>
+    <message id="stayed_not_found_again">
+        <source></source>
+        <translation>it could not be found again safely</translation>
+    </message>
+    <message id="stayed_other_names">
+        <source></source>
+        <translation>it is locked and has other names</translation>
     </message>
     <message id="stayed_read_only">
         <source></source>

@@ -45,6 +45,10 @@ std::string_view reasonName(StayReason reason) {
             return "replaced";
         case StayReason::LeftUnlocked:
             return "left-unlocked";
+        case StayReason::HasOtherNames:
+            return "other-names";
+        case StayReason::NotFoundAgain:
+            return "not-found-again";
         case StayReason::Error:
             break;
     }

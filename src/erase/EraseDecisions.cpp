@@ -85,7 +85,9 @@ EraseDecisions::Decision EraseDecisions::decideLocked(const RemovalEntry& entry)
     // A file that was looked at goes at once: another one could take its name during the question.
     if (entry.isDirectory()) waitWhileAQuestionIsOpen();
     if (!entry.isImmutable()) return Decision::Proceed;
-    const Decision made = decision(entry, checkForLockedFile(entry), StayReason::Locked);
+    const StayReason reason =
+        entry.isLockedWithOtherNames() ? StayReason::HasOtherNames : StayReason::Locked;
+    const Decision made = decision(entry, checkForLockedFile(entry), reason);
     return made == Decision::Proceed ? Decision::Unlock : made;
 }
 
@@ -110,9 +112,10 @@ void EraseDecisions::didRemove(const RemovalEntry& entry) {
 
 EraseDecisions::Check EraseDecisions::checkForLockedFile(const RemovalEntry& entry) {
     if (m_settings.locked == RefusedEntries::Skip) return Check::Skipped;
-    if (!isHelperAuthorized()) {
+    // Nobody is asked about what the helper would leave, too.
+    if (!isHelperAuthorized() || entry.isLockedWithOtherNames()) {
         ++notErasedCount;
-        return Check::NotAuthorized;
+        return Check::Refused;
     }
     return userWantsLocked(entry) ? Check::Passed : Check::Skipped;
 }
@@ -137,7 +140,7 @@ EraseDecisions::Check EraseDecisions::checkForNoPermissions(const RemovalEntry& 
     if (m_settings.forbidden == RefusedEntries::Skip) return Check::Skipped;
     if (!isHelperAuthorized()) {
         ++notErasedCount;
-        return Check::NotAuthorized;
+        return Check::Refused;
     }
     if (!isHidden(entry) && !userWantsForbidden(entry)) return Check::Skipped;
     const std::lock_guard lock(m_lists);
@@ -191,6 +194,10 @@ void EraseDecisions::didFail(const RemovalEntry& entry, const HostError& error) 
         const std::lock_guard lock(m_lists);
         if (m_unlockItems.contains(entry.path())) return;  // the helper's now
     }
+    if (isNoPermission(error) && entry.isLockedWithOtherNames()) {  // append-only
+        ++notErasedCount;
+        return note(FileUrl::fromPath(entry.path()), StayReason::HasOtherNames, false);
+    }
     manageError(entry, error);
     if (m_settings.classifiesTwice) manageError(entry, error);
     noteFailure(entry, error);
@@ -211,6 +218,7 @@ void EraseDecisions::noteFailure(const RemovalEntry& entry, const HostError& err
     if (entry.isMountRoot()) return note(url, StayReason::MountPoint, false);
     if (isBusy(error)) return note(url, StayReason::Busy, false);
     if (error.systemError == EROFS) return note(url, StayReason::ReadOnly, false);
+    if (error.systemError == kNotFoundAgain) return note(url, StayReason::NotFoundAgain, false);
     if (!isNoPermission(error)) {
         return note(url, StayReason::Error, false, error.localizedDescription());
     }

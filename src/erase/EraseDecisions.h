@@ -37,6 +37,8 @@ enum class StayReason {
     ReadOnly,
     Replaced,
     LeftUnlocked,
+    HasOtherNames,  ///< it is locked, and its other names may lie outside the trash
+    NotFoundAgain,  ///< nothing tells the folder from one that took its place meanwhile
     Error
 };
 
@@ -122,7 +124,7 @@ class EraseDecisions {
     std::atomic<std::uint64_t> itemBusyCount = 0;
 
  private:
-    enum class Check { Passed, NotAuthorized, Skipped, HandedOver };
+    enum class Check { Passed, Refused, Skipped, HandedOver };
     /// A list of entries in which each path stands once.
     struct Entries {
         std::vector<HelperItem> list;

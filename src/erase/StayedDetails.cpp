@@ -30,6 +30,10 @@ std::string_view reasonKey(StayReason reason) {
             return "stayed_replaced"_key;
         case StayReason::LeftUnlocked:
             return "stayed_left_unlocked"_key;
+        case StayReason::HasOtherNames:
+            return "stayed_other_names"_key;
+        case StayReason::NotFoundAgain:
+            return "stayed_not_found_again"_key;
         case StayReason::Error:
             break;
     }
@@ -53,6 +57,10 @@ std::string_view helpKey(const StayedEntry& entry) {
             return "stayed_help_replaced"_key;
         case StayReason::LeftUnlocked:
             return "stayed_help_left_unlocked"_key;
+        case StayReason::HasOtherNames:
+            return "stayed_help_other_names"_key;
+        case StayReason::NotFoundAgain:
+            return "stayed_help_not_found_again"_key;
         case StayReason::Error:
             break;
     }
@@ -60,10 +68,12 @@ std::string_view helpKey(const StayedEntry& entry) {
 }
 
 /// What must not pass unseen, whatever was counted: what the user chose is gone, and something else
-/// has its name; or a lock is missing that nobody asked to take away.
+/// has its name; a lock is missing that nobody asked to take away; or one is there that nobody was
+/// asked about, since the helper does not take it away.
 bool hasSurprise(const std::vector<StayedEntry>& stayed) {
     return std::ranges::any_of(stayed, [](const StayedEntry& entry) {
-        return entry.reason == StayReason::Replaced || entry.reason == StayReason::LeftUnlocked;
+        return entry.reason == StayReason::Replaced || entry.reason == StayReason::LeftUnlocked ||
+               entry.reason == StayReason::HasOtherNames;
     });
 }
 

@@ -22,15 +22,20 @@ class RefusalsTest(EndToEndTest):
         inner = os.path.join(self.trash.tree("tree", ["locked", "other"]), b"locked")
         folder, grows = (self.trash.tree(name, ["inside"]) for name in ("folder", "grows"))
         self.trash.file("goes")
-        self.lock(locked, inner, folder)
-        self.lock(append_only, grows, attribute="+a")
+        named = [self.trash.file(name) for name in ("named", "named too")]
+        for path in named:
+            os.link(path, os.path.join(self.home, os.path.basename(path)))
+        self.lock(locked, inner, folder, named[0])
+        self.lock(append_only, grows, named[1], attribute="+a")
         run = self.empty()
         for path, reason in ((locked, "locked"), (inner, "locked"), (append_only, "forbidden"),
-                             (os.path.join(grows, b"inside"), "forbidden")):
+                             (os.path.join(grows, b"inside"), "forbidden"),
+                             *((path, "other-names") for path in named)):
             self.assertStayed(run, path, reason)
         self.assertIn("locked", {entry["reason"] for entry in run.json["notErased"]
                                  if path_of(entry["url"]).startswith(folder)})
-        self.assertEqual(self.trash.names(), [b"append-only", b"folder", b"grows", b"locked", b"tree"])
+        self.assertEqual(self.trash.names(), [b"append-only", b"folder", b"grows", b"locked", b"named",
+                                              b"named too", b"tree"])
         self.assertEqual(os.listdir(self.trash.path("tree")), [b"locked"])
         self.assertEqual(run.json["erasedCount"], 2)
         logged = [line.split(" ", 1)[1].encode() for line in self.log_lines() if " /" in line]

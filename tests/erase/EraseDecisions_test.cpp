@@ -25,7 +25,7 @@ using ::testing::IsEmpty;
 
 using Decision = EraseDecisions::Decision;
 
-enum class Kind { Plain, Locked, Forbidden, MountPoint, InLockedFolder, Replaced };
+enum class Kind { Plain, Locked, OtherNames, Forbidden, MountPoint, InLockedFolder, Replaced };
 
 class Entry : public RemovalEntry {
  public:
@@ -37,7 +37,10 @@ class Entry : public RemovalEntry {
     bool isMountRoot() const override { return m_kind == Kind::MountPoint; }
     bool isReplaced() const override { return m_kind == Kind::Replaced; }
     ItemIdentity identity() const override { return {}; }
-    bool isImmutable() const override { return m_kind == Kind::Locked; }
+    bool isImmutable() const override {
+        return m_kind == Kind::Locked || (m_kind == Kind::OtherNames && m_name != "append-only");
+    }
+    bool isLockedWithOtherNames() const override { return m_kind == Kind::OtherNames; }
     std::uint64_t size() const override { return 10; }
     bool isWritingDenied() const override { return m_kind == Kind::Forbidden; }
     std::size_t itemTag() const override { return 0; }
@@ -87,7 +90,7 @@ class EraseDecisionsTest : public ::testing::Test {
     std::vector<std::string> stayed() const {
         std::vector<std::string> found;
         for (const auto& [url, reason, cause, skipped] : decisions->stayedEntries())
-            found.push_back("LFBMRXUE"[int(reason)] + std::string(skipped ? " skipped " : " ") +
+            found.push_back("LFBMRXUONE"[int(reason)] + std::string(skipped ? " skipped " : " ") +
                             url.path());
         return found;
     }
@@ -122,10 +125,14 @@ TEST_F(EraseDecisionsTest, TheLockedQuestionIsAskedOnceAnEntryUntilItHoldsForAll
     EXPECT_EQ(willRemove("a", Kind::Locked), Decision::Leave);
     EXPECT_EQ(willRemove("b", Kind::Locked), Decision::Proceed);
     EXPECT_EQ(willRemove("c", Kind::Locked), Decision::Proceed);
-    didFail("c", EPERM, Kind::Locked);  // it waits for the helper
-    EXPECT_THAT(asked, ElementsAre("a", "b"));
-    EXPECT_THAT(stayed(), ElementsAre("L skipped /t/files/a"));
+    didFail("c", EPERM, Kind::Locked);         // it waits for the helper
     EXPECT_EQ(decisions->notErasedCount, 0u);  // what the user skipped is not counted
+    EXPECT_EQ(willRemove("o", Kind::OtherNames), Decision::Leave);
+    didFail("append-only", EPERM, Kind::OtherNames);
+    EXPECT_EQ(decisions->notErasedCount, 2u);
+    EXPECT_THAT(asked, ElementsAre("a", "b"));
+    EXPECT_THAT(stayed(),
+                ElementsAre("L skipped /t/files/a", "O /t/files/o", "O /t/files/append-only"));
     EXPECT_THAT(decisions->unlockItems(), ElementsAre(url("b"), url("c")));
     EXPECT_THAT(decisions->permissionsItems(), IsEmpty());
 }
@@ -178,12 +185,13 @@ TEST_F(EraseDecisionsTest, FailuresAreNamedWithTheirReasonAndSomeAreCounted) {
         didFail("i", EPERM, Kind::InLockedFolder);
         didFail("r", EROFS);
         didFail("x", ESTALE, Kind::Replaced);
+        didFail("n", kNotFoundAgain);
         didFail("e", EIO);
         decisions->couldNotBegin(FileUrl::fromPath("/g"), errorFromErrno(ENOENT, HostAccess::Read));
         decisions->couldNotBegin(FileUrl::fromPath("/l"), errorFromErrno(ELOOP, HostAccess::Read));
-        EXPECT_THAT(stayed(),
-                    ElementsAre("B /t/files/b", "M /t/files/m", "F /t/files/f", "L /t/files",
-                                "R /t/files/r", "X /t/files/x", "E /t/files/e", "E /l"));
+        EXPECT_THAT(stayed(), ElementsAre("B /t/files/b", "M /t/files/m", "F /t/files/f",
+                                          "L /t/files", "R /t/files/r", "X /t/files/x",
+                                          "N /t/files/n", "E /t/files/e", "E /l"));
         EXPECT_EQ(decisions->itemBusyCount, twice ? 4u : 2u);
         EXPECT_EQ(decisions->notErasedCount, twice ? 8u : 4u);
     }

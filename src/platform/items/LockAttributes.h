@@ -55,20 +55,17 @@ void setLockObserver(LockObserver* observer);
 MaybeError putBackLocks(const UnlockedItem& item);
 
 /// The immutable and append-only attributes of one file or folder, cleared while this lives. When
-/// it goes they are put back, unless the entry has lost its last name: a removed file that has
-/// other names keeps its attributes there. Needs CAP_LINUX_IMMUTABLE: for ordinary users clearing
+/// it goes they are put back, unless the entry has lost its last name: a file that got another name
+/// meanwhile keeps its attributes there. Needs CAP_LINUX_IMMUTABLE: for ordinary users clearing
 /// fails with kFileWriteNoPermission. See ioctl_iflags(2). Thread: any, one at a time.
 class ClearedLocks {
  public:
-    enum class OtherNames {
-        Allow,
-        Refuse,  ///< EMLINK for a file that has several names: the others may lie anywhere
-    };
-    /// Clears the attributes of the entry `name` in the open folder `folder`. Only files and
-    /// folders are opened, never a link or what is mounted there. Errors: errorFromErrno with
-    /// Write; EPERM for an entry that can have no such attributes.
-    static Result<ClearedLocks> clear(int folder, const char* name,
-                                      OtherNames otherNames = OtherNames::Allow);
+    /// Clears the attributes of the entry `name` in the open folder `folder`, if it has any. Only
+    /// files and folders are opened, never a link or what is mounted there. A file that has several
+    /// names keeps its attributes, since the others may lie anywhere, and whoever may write to it
+    /// can hold the caller up before it is locked again. Errors: errorFromErrno with Write; EPERM
+    /// for an entry that can have no such attributes; EMLINK for a file with several names.
+    static Result<ClearedLocks> clear(int folder, const char* name);
     /// Clears the attributes of a folder that is open, also with O_PATH.
     static Result<ClearedLocks> clearFolder(int folder);
 
@@ -82,7 +79,7 @@ class ClearedLocks {
  private:
     ClearedLocks(UniqueFd fd, int flags, std::uint64_t id)
         : m_fd(std::move(fd)), m_flags(flags), m_id(id) {}
-    UniqueFd m_fd;
+    UniqueFd m_fd;  ///< none: there was nothing to clear
     int m_flags;
     std::uint64_t m_id;  ///< for the observer; 0: it was told nothing
 };

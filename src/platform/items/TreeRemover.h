@@ -33,6 +33,9 @@ class RemovalEntry {
     virtual ItemIdentity identity() const = 0;
     /// Whether the immutable inode attribute is set, which users know as "locked".
     virtual bool isImmutable() const = 0;
+    /// Whether a file is immutable or append-only and has several names. Nobody clears that: the
+    /// other names may lie anywhere.
+    virtual bool isLockedWithOtherNames() const = 0;
     /// Bytes of a file or link; 0 otherwise.
     virtual std::uint64_t size() const = 0;
     /// Whether the file's rights deny writing to it and the caller cannot change its mode. Never
@@ -67,6 +70,7 @@ class RemovalPolicy {
     virtual void didRemove(const RemovalEntry& entry) = 0;
     /// The entry could not be removed, entered or listed. A mount found below an entry is reported
     /// here with kFileBusy, and so is its own refusal by the kernel. ESTALE: the entry is replaced.
+    /// EMLINK: it isLockedWithOtherNames.
     virtual void didFail(const RemovalEntry& entry, const HostError& error) = 0;
     /// Looked at before every entry. Once true nothing more is entered or removed.
     virtual bool shouldStop() const = 0;
@@ -106,7 +110,7 @@ class RemovalItems {
 enum class LockedEntries {
     Keep,    ///< an entry that has one fails
     Unlock,  ///< they are cleared on what is removed and on the folders in it, and put back on what
-             ///< stays
+             ///< stays; a file with several names fails
 };
 
 /// Removes items with several workers, each of which takes one folder at a time. Items begin in

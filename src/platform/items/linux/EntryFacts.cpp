@@ -26,11 +26,12 @@ bool setMode(int descriptor, mode_t mode, bool isPathOnly) {
 
 int examine(int folder, const char* name, EntryFacts& facts) {
     struct statx status {};
-    constexpr unsigned kMask = kIdentityMask | STATX_MODE | STATX_UID | STATX_SIZE;
+    constexpr unsigned kMask = kIdentityMask | STATX_MODE | STATX_UID | STATX_SIZE | STATX_NLINK;
     if (!knownStatus(folder, name, kMask, status)) return errno;
     facts.mode = status.stx_mode;
     facts.owner = status.stx_uid;
     facts.size = S_ISREG(status.stx_mode) || S_ISLNK(status.stx_mode) ? status.stx_size : 0;
+    facts.names = status.stx_nlink;
     facts.isImmutable = (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
     facts.isAppendOnly = (status.stx_attributes & STATX_ATTR_APPEND) != 0;
     facts.isMountRoot = isMountRoot(status);

@@ -15,7 +15,8 @@ struct EntryFacts {
     mode_t mode = 0;
     uid_t owner = 0;
     std::uint64_t size = 0;
-    ItemIdentity identity;  ///< its inode number is there also where such numbers do not last
+    std::uint32_t names = 0;  ///< hard links
+    ItemIdentity identity;    ///< its inode number is there also where such numbers do not last
     bool isImmutable = false;
     bool isAppendOnly = false;
     bool isMountRoot = false;

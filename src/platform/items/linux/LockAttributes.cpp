@@ -27,22 +27,24 @@ constexpr int kLockFlags = FS_IMMUTABLE_FL | FS_APPEND_FL;
 
 LockObserver* s_observer = nullptr;
 
+bool isLocked(const struct statx& status) {
+    return (status.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
+}
+
+bool isFileOrFolder(const struct statx& status) {
+    return S_ISREG(status.stx_mode) || S_ISDIR(status.stx_mode);
+}
+
 /// Opens what `held` holds, if it is a file or a folder.
 UniqueFd openHeld(int held) {
     struct statx status {};
     if (!knownStatus(held, STATX_TYPE, status)) return {};
-    if (!S_ISREG(status.stx_mode) && !S_ISDIR(status.stx_mode)) {
+    if (!isFileOrFolder(status)) {
         errno = EPERM;
         return {};
     }
     const std::string link = "/proc/self/fd/" + std::to_string(held);
     return UniqueFd(open(link.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-}
-
-bool hasOtherNames(int fd) {
-    struct statx status {};
-    return !knownStatus(fd, STATX_TYPE | STATX_NLINK, status) ||
-           (!S_ISDIR(status.stx_mode) && status.stx_nlink > 1);
 }
 
 /// None known, with errno, when it cannot be asked.
@@ -98,8 +100,7 @@ LockState lockStateAt(int folder, const char* name) {
     if (!knownStatus(folder, name, STATX_TYPE, status) || isMountRoot(status)) {
         return LockState::Unknown;
     }
-    const bool isLocked = (status.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
-    return isLocked ? LockState::Locked : LockState::Unlocked;
+    return isLocked(status) ? LockState::Locked : LockState::Unlocked;
 }
 
 int clearLockFlags(int fd, ClearedFlags& cleared) {
@@ -147,11 +148,17 @@ MaybeError putBackLocks(const UnlockedItem& item) {
     return std::nullopt;
 }
 
-Result<ClearedLocks> ClearedLocks::clear(int folder, const char* name, OtherNames otherNames) {
+Result<ClearedLocks> ClearedLocks::clear(int folder, const char* name) {
     const UniqueFd held = holdEntry(folder, name);
-    if (!held) return errorFromErrno(errno, HostAccess::Write);
-    // This is asked while the file is locked. Afterwards its user could quickly take a name away.
-    if (otherNames == OtherNames::Refuse && hasOtherNames(held.get())) {
+    struct statx status {};
+    if (!held || !knownStatus(held.get(), STATX_TYPE | STATX_NLINK, status)) {
+        return errorFromErrno(errno, HostAccess::Write);
+    }
+    if (!isFileOrFolder(status)) return errorFromErrno(EPERM, HostAccess::Write);
+    // One look tells both: while a file is locked, no name of it is made or taken away. What is not
+    // locked just now may have been unlocked by somebody else, who will lock it again.
+    if (!isLocked(status)) return ClearedLocks({}, 0, 0);
+    if (!S_ISDIR(status.stx_mode) && status.stx_nlink > 1) {
         return errorFromErrno(EMLINK, HostAccess::Write);
     }
     return clearFolder(held.get());

@@ -98,6 +98,9 @@ class Entry final : public RemovalEntry {
         return identity;
     }
     bool isImmutable() const override { return m_facts.isImmutable; }
+    bool isLockedWithOtherNames() const override {
+        return m_facts.isLocked() && !m_facts.isDirectory() && m_facts.names > 1;
+    }
     std::uint64_t size() const override { return m_facts.size; }
     bool isWritingDenied() const override {
         if (!S_ISREG(m_facts.mode)) return false;

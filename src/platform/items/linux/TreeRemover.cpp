@@ -212,19 +212,18 @@ class Remover {
                     const EntryFacts& facts, int& error) {
         if (m_policy.willRemove(entry) == RemovalPolicy::Verdict::Leave) return Step::Stayed;
         if (m_policy.shouldStop()) return Step::Stayed;
-        std::optional<ClearedLocks> cleared;  // until the entry is gone, or not
-        if (isToBeUnlocked(facts)) {
-            auto locks = ClearedLocks::clear(place.folder, name);
-            if (!locks) {
-                error = locks.error().systemError;
-                return Step::Stayed;
-            }
-            cleared.emplace(std::move(*locks));
-        }
-        error = unlinkEntry(place, name, facts, 0);
+        error = isToBeUnlocked(facts) ? unlinkLocked(place, name, facts)
+                                      : unlinkEntry(place, name, facts, 0);
         if (error != 0) return Step::Stayed;
         m_policy.didRemove(entry);
         return Step::Gone;
+    }
+
+    /// Takes the name of a locked file away. The attributes are back, on whatever names the file
+    /// may have got meanwhile, before anybody is told, since telling may wait.
+    int unlinkLocked(const Place& place, const char* name, const EntryFacts& facts) {
+        const auto cleared = ClearedLocks::clear(place.folder, name);
+        return cleared ? unlinkEntry(place, name, facts, 0) : cleared.error().systemError;
     }
 
     Step openForRemoval(const Place& place, const Entry& entry, const char* name, EntryFacts& facts,
