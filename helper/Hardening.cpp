@@ -20,6 +20,7 @@
 #include "base/WriteAll.h"
 #include "platform/items/UniqueFd.h"
 #include "platform/processes/Capabilities.h"
+#include "platform/processes/FileRules.h"
 
 namespace kestrin {
 namespace {
@@ -92,6 +93,13 @@ void giveUpWhatNobodyNeeds() {
 
 void giveUpAllCapabilities() {
     require(keepCapabilities(0), "capabilities");
+}
+
+void giveUpFiles() {
+    const FileRules rules = fileRulesFor(landlockVersion());
+    if (rules.size == 0) return;
+    errno = closeFiles(rules, {"/usr", "/lib", "/lib64", "/proc"});
+    require(errno == 0, "Landlock");
 }
 
 void keepCapabilitiesForFiles() {

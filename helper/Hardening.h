@@ -13,6 +13,10 @@ void giveUpWhatNobodyNeeds();
 /// which the bus and the policy service know it, and the rights that files of root's give it.
 void giveUpAllCapabilities();
 
+/// For the service: gives those rights up as well, where the kernel has Landlock. No file can be
+/// made, changed or removed any more, and none be read but of programs and of processes.
+void giveUpFiles();
+
 /// For the parent and its workers: of root's capabilities only those stay that erasing needs, and
 /// no other process of root's may look into this one.
 void keepCapabilitiesForFiles();

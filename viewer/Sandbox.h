@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "base/Result.h"
-#include "viewer/FileRules.h"
+#include "platform/processes/FileRules.h"
 #include "viewer/ViewerProtocol.h"
 
 namespace kestrin {

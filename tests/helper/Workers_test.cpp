@@ -22,6 +22,7 @@
 #include "helper/Parent.h"
 #include "helper/WorkerProtocol.h"
 #include "platform/items/SealedFile.h"
+#include "platform/processes/FileRules.h"
 #include "platform/processes/PacketSocket.h"
 #include "support/TestEnvironment.h"
 
@@ -291,6 +292,36 @@ TEST_F(AWorker, IsNotStartedForAServiceThatAsksForAnythingOdd) {
         oddities[index](parent.service());
         EXPECT_EQ(parent.wait(), 1) << index;
     }
+}
+
+TEST(AService, HasNothingOfRootButTheUserId) {
+    KESTRIN_REQUIRE_ROOT();
+    const ScratchFolder scratch;
+    const std::string file = scratch / "file", made = scratch / "made";
+    writeFile(file);
+    ASSERT_EQ(runAsRoot("chown root " + file + " " + scratch.path()), 0);
+    const AsRoot root;
+    const pid_t service = fork();
+    if (service == 0) {
+        if (setresuid(0, 0, 0) != 0) _exit(1);
+        giveUpWhatNobodyNeeds();
+        giveUpAllCapabilities();
+        giveUpFiles();
+        const auto isClosed = [](const std::string& path, int flags) {
+            return open(path.c_str(), flags | O_CLOEXEC, 0600) < 0 && errno == EACCES;
+        };
+        const std::string status = readFile("/proc/self/status");
+        int found = 0;
+        for (const char* set : {"CapPrm", "CapEff", "CapInh", "CapBnd", "CapAmb"})
+            found += status.find(std::string(set) + ":\t0000000000000000\n") != status.npos;
+        const bool hasRules = landlockVersion() == 0 ||
+                              (isClosed(file, O_RDONLY) && isClosed(file, O_WRONLY) &&
+                               isClosed(made, O_WRONLY | O_CREAT) && unlink(file.c_str()) != 0);
+        _exit(found == 5 && hasRules && sealedFile("bytes") ? 0 : 2);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(service, &status, 0), service);
+    EXPECT_EQ(status, 0);
 }
 
 /// A worker that has been taken over.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Which files a decoder can still reach by name.
+// Which files a process can still reach by name.
 #pragma once
 
 #include <cstddef>

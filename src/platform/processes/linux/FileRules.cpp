@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "viewer/FileRules.h"
+#include "platform/processes/FileRules.h"
 
 #include <fcntl.h>
 #include <linux/landlock.h>
