@@ -48,7 +48,7 @@ class Parent {
         while (!m_status) {
             const bool wasInTime = waitForNews();
             collect();
-            if (!m_status && !wasInTime) ::kill(m_serviceProcess, SIGKILL);
+            if (!m_status && !wasInTime) killService();
         }
         m_service.reset();
         endWorkers();
@@ -93,6 +93,8 @@ class Parent {
             if (process == m_serviceProcess) {
                 m_status = WIFEXITED(status) ? WEXITSTATUS(status) : 1;
             }
+            const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : SIGKILL;
+            if (signal != SIGKILL) log("a process was ended", ::strsignal(signal));
             std::erase_if(m_workers, [&](const Worker& one) { return one.process == process; });
         }
     }
@@ -121,7 +123,17 @@ class Parent {
         m_deadline = Clock::now() + kServicePatience;
         if (error == ECONNRESET) return;
         log("the service is killed for what it asked", std::strerror(error));
+        killService();
+    }
+
+    /// What the kernel cannot end is left behind.
+    void killService() {
+        if (std::exchange(m_isServiceKilled, true)) {
+            m_status = 1;
+            return;
+        }
         ::kill(m_serviceProcess, SIGKILL);
+        m_deadline = Clock::now() + kKernelPatience;
     }
 
     void startOne(StartRequest request) {
@@ -153,8 +165,9 @@ class Parent {
     const UniqueFd m_signals;
     std::uint64_t m_lastNumber = 0;
     std::vector<Worker> m_workers;
+    bool m_isServiceKilled = false;
     std::optional<Clock::time_point> m_deadline;  ///< of whatever is waited for
-    std::optional<int> m_status;                  ///< of the service, once it has ended
+    std::optional<int> m_status;                  ///< of the service, once it is over
 };
 
 }  // namespace
