@@ -54,12 +54,15 @@ PropertyList::Array encoded(const std::vector<std::string>& paths) {
     return list;
 }
 
+using Stop = const std::atomic<bool>*;
+
 /// Takes an array of percent-encoded paths out of the dictionary.
-MaybeError takePaths(const PropertyList& value, std::vector<std::string>& paths) {
+MaybeError takePaths(const PropertyList& value, std::vector<std::string>& paths, Stop stop) {
     const auto* const list = value.get<PropertyList::Array>();
     if (!list) return invalid("a list of paths is no array");
     paths.reserve(list->size());
     for (const PropertyList& element : *list) {
+        if (stop && *stop) return invalid("stopped");
         const auto* const text = element.get<std::string>();
         auto path = text ? percentDecode(*text) : std::nullopt;
         if (!path || path->empty() || path->find('\0') != std::string::npos) {
@@ -97,11 +100,13 @@ std::optional<ItemIdentity> identityOf(std::string_view text) {
     return identity;
 }
 
-MaybeError takeIdentities(const PropertyList& value, std::vector<ItemIdentity>& identities) {
+MaybeError takeIdentities(const PropertyList& value, std::vector<ItemIdentity>& identities,
+                          Stop stop) {
     const auto* const list = value.get<PropertyList::Array>();
     if (!list) return invalid("the identities are no array");
     identities.reserve(list->size());
     for (const PropertyList& element : *list) {
+        if (stop && *stop) return invalid("stopped");
         const auto* const text = element.get<std::string>();
         const auto identity = text ? identityOf(*text) : std::nullopt;
         if (!identity) return invalid("an item is no identity");
@@ -123,15 +128,16 @@ MaybeError takeNumber(const PropertyList& value, std::uint64_t& number) {
     return {};
 }
 
-MaybeError takeEntry(const std::string& key, const PropertyList& value, EraseItems& items) {
-    if (key == "unlockItems") return takePaths(value, items.unlockItems);
-    if (key == "permissionsItems") return takePaths(value, items.permissionsItems);
+MaybeError takeEntry(const std::string& key, const PropertyList& value, EraseItems& items,
+                     Stop stop) {
+    if (key == "unlockItems") return takePaths(value, items.unlockItems, stop);
+    if (key == "permissionsItems") return takePaths(value, items.permissionsItems, stop);
     if (key == "erasedSize") return takeNumber(value, items.erasedSize);
     if (key == "erasedCount") return takeNumber(value, items.erasedCount);
     if (key == "notTrashedBecauseFolderNotEmpty") {
-        return takePaths(value, items.notTrashedBecauseFolderNotEmpty.emplace());
+        return takePaths(value, items.notTrashedBecauseFolderNotEmpty.emplace(), stop);
     }
-    if (key == "identities") return takeIdentities(value, items.identities);
+    if (key == "identities") return takeIdentities(value, items.identities, stop);
     return invalid("an unknown key");
 }
 
@@ -208,14 +214,15 @@ std::string EraseItems::toXml() const {
     return kestrin::toXml(std::move(dictionary));
 }
 
-Result<EraseItems> EraseItems::fromXml(std::string_view xml) {
-    const auto list = kestrin::fromXml(xml, {.maximumBytes = kMaximumList, .maximumDepth = 3});
+Result<EraseItems> EraseItems::fromXml(std::string_view xml, const std::atomic<bool>* stop) {
+    const auto list =
+        kestrin::fromXml(xml, {.maximumBytes = kMaximumList, .maximumDepth = 3, .stop = stop});
     if (!list) return list.error();
     const auto* const dictionary = list->get<PropertyList::Dictionary>();
     if (!dictionary) return invalid("the list is no dictionary");
     EraseItems items;
     for (const auto& [key, value] : *dictionary) {
-        if (const MaybeError error = takeEntry(key, value, items)) return *error;
+        if (const MaybeError error = takeEntry(key, value, items, stop)) return *error;
     }
     if (!items.identities.empty() && items.identities.size() != countOfPaths(items)) {
         return invalid("there are not as many identities as paths");

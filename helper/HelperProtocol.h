@@ -8,6 +8,7 @@
 #include <QMetaType>
 #include <QString>
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -81,8 +82,10 @@ struct EraseItems {
     std::string toXml() const;
     /// Errors: those of the property list reader; kPropertyListReadCorrupt for a list that is no
     /// dictionary of these keys and types, a text that is no percent-encoded path, an identity that
-    /// is none, or another number of identities than of paths.
-    static Result<EraseItems> fromXml(std::string_view xml);
+    /// is none, or another number of identities than of paths; or because `stop`, unless it is
+    /// nullptr, became true, which is looked at all the while.
+    static Result<EraseItems> fromXml(std::string_view xml,
+                                      const std::atomic<bool>* stop = nullptr);
 
     friend bool operator==(const EraseItems&, const EraseItems&) = default;
 };

@@ -3,6 +3,7 @@
 // what unprivileged programs wrote.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -65,6 +66,9 @@ struct PropertyListLimits {
     std::size_t maximumBytes = std::size_t{256} << 20;
     std::size_t maximumDepth = 16;
     std::size_t maximumValues = 4'000'000;
+    std::size_t maximumText = std::size_t{64} << 20;  ///< bytes from one "<" to the next
+    /// Looked at all the while, unless it is nullptr: once true, the reading fails.
+    const std::atomic<bool>* stop = nullptr;
 };
 
 /// The XML form, version 1.0: declaration, document type, one value. What XML cannot hold in a text
@@ -76,7 +80,7 @@ std::string toXml(const PropertyList& value);
 /// 3840, "errorString" saying what is wrong and where: bytes that are not UTF-8 XML, an internal
 /// document type subset or entity declaration, an unknown element or attribute, a CDATA section, a
 /// number out of range, a key without value, a repeated key, text outside values, anything after
-/// the list, or more than the limits allow.
+/// the list, more than the limits allow, or a stop.
 Result<PropertyList> fromXml(std::string_view xml, const PropertyListLimits& limits = {});
 
 inline constexpr int kPropertyListReadCorrupt = 3840;

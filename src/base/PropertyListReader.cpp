@@ -17,6 +17,8 @@ namespace kestrin {
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
+/// How many bytes are gone over at once, without a look at whether to stop.
+constexpr std::size_t kPiece = std::size_t{1} << 20;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 struct Entity {
@@ -71,7 +73,9 @@ class Reader {
     };
 
     std::nullopt_t fail(std::string what);
+    bool goesOn();
     bool checkBytes();
+    bool checkTexts();
     Value readDocument();
     bool readDeclaration();
     bool readDocumentType();
@@ -82,6 +86,7 @@ class Reader {
     std::string_view takeName();
     void takeBlanks();
     bool skipBlanksAndComments();
+    bool skipComment();
     std::optional<Tag> readTag();
     bool readClose(std::string_view name);
     std::optional<std::string> readText(const Tag& tag);
@@ -115,6 +120,12 @@ std::nullopt_t Reader::fail(std::string what) {
     return std::nullopt;
 }
 
+/// Looked at once for every piece of work that has a bound.
+bool Reader::goesOn() {
+    if (m_error.empty() && m_limits.stop && *m_limits.stop) m_error = "stopped";
+    return m_error.empty();
+}
+
 Result<PropertyList> Reader::read() {
     if (auto value = checkBytes() ? readDocument() : std::nullopt) return *std::move(value);
     HostError error{std::string(kFileErrorDomain), kPropertyListReadCorrupt, 0, {}};
@@ -127,13 +138,26 @@ bool Reader::checkBytes() {
         fail("more than " + std::to_string(m_limits.maximumBytes) + " bytes");
         return false;
     }
-    while (!m_rest.empty()) {
-        if (takeXmlCharacter(m_rest)) continue;
-        fail("bytes that are not UTF-8, or a character that XML cannot hold");
-        return false;
+    while (!m_rest.empty() && goesOn()) {
+        const std::size_t end = m_rest.size() - std::min(m_rest.size(), kPiece);
+        while (m_rest.size() > end) {
+            if (takeXmlCharacter(m_rest)) continue;
+            fail("bytes that are not UTF-8, or a character that XML cannot hold");
+            return false;
+        }
+    }
+    return m_error.empty() && checkTexts();
+}
+
+/// What lies between two tags is gone over in one piece.
+bool Reader::checkTexts() {
+    for (m_rest = m_document; goesOn() && !m_rest.empty();) {
+        const auto text = m_rest.substr(0, m_rest.find('<'));
+        if (text.size() > m_limits.maximumText) fail("too long a text");
+        m_rest.remove_prefix(std::min(text.size() + 1, m_rest.size()));
     }
     m_rest = m_document;
-    return true;
+    return m_error.empty();
 }
 
 Reader::Value Reader::readDocument() {
@@ -226,16 +250,26 @@ void Reader::takeBlanks() {
 
 bool Reader::skipBlanksAndComments() {
     takeBlanks();
-    while (take("<!--")) {
-        const auto end = m_rest.find("--");
-        if (end == std::string_view::npos || !m_rest.substr(end).starts_with("-->")) {
-            fail("a comment without end");
-            return false;
-        }
-        m_rest.remove_prefix(end + 3);
+    while (goesOn() && take("<!--")) {
+        if (!skipComment()) return false;
         takeBlanks();
     }
-    return true;
+    return m_error.empty();
+}
+
+/// From behind "<!--"; it may hold anything but "--".
+bool Reader::skipComment() {
+    while (goesOn()) {
+        const auto end = m_rest.substr(0, kPiece).find("--");
+        const bool isAtEnd = end != std::string_view::npos;
+        if (isAtEnd && m_rest.substr(end).starts_with("-->")) {
+            m_rest.remove_prefix(end + 3);
+            return true;
+        }
+        if (isAtEnd || m_rest.size() <= kPiece) fail("a comment without end");
+        m_rest.remove_prefix(std::min(m_rest.size(), kPiece - 1));
+    }
+    return false;
 }
 
 std::optional<Reader::Tag> Reader::readTag() {
@@ -261,16 +295,17 @@ bool Reader::readClose(std::string_view name) {
 std::optional<std::string> Reader::readText(const Tag& tag) {
     std::string text;
     if (tag.kind == Tag::Kind::Empty) return text;
-    for (;;) {
-        const auto plain = std::min(m_rest.find_first_of("<&\r"), m_rest.size());
-        text += m_rest.substr(0, plain);
+    while (goesOn()) {
+        const auto piece = m_rest.substr(0, kPiece);
+        const auto plain = std::min(piece.find_first_of("<&\r"), piece.size());
+        text += piece.substr(0, plain);
         m_rest.remove_prefix(plain);
         if (take("\r")) {
             take("\n");
             text += '\n';
         } else if (take("&")) {
             if (!appendEntity(text)) return std::nullopt;
-        } else {
+        } else if (plain < kPiece) {
             break;
         }
     }

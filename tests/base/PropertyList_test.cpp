@@ -108,6 +108,14 @@ TEST(PropertyList, KeepsToItsLimits) {
     EXPECT_FALSE(fromXml(document("<dict><key>a</key><true/></dict>"), {.maximumValues = 2}));
     EXPECT_TRUE(fromXml(three, {.maximumBytes = three.size()}));
     EXPECT_FALSE(fromXml(three, {.maximumBytes = three.size() - 1}));
+    const std::string text((std::size_t{2} << 20) + 1, '-');
+    const std::string commented = document("<!--" + std::string(text.size(), 'x') + "--><true/>");
+    EXPECT_EQ(*fromXml(document("<string>" + text + "</string>")), PropertyList(text));
+    EXPECT_TRUE(fromXml(commented));
+    EXPECT_FALSE(fromXml(commented, {.maximumText = text.size()}));
+    EXPECT_FALSE(fromXml(document("<!--x" + text + "--><true/>")));
+    const std::atomic<bool> stop = true;
+    EXPECT_FALSE(fromXml(three, {.stop = &stop}));
     std::string deep;
     for (int i = 0; i < 1'000'000; ++i)
         deep += "<array>";
