@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "helper/EraseCommand.h"
 
-#include <algorithm>
+#include <functional>
+#include <map>
+#include <utility>
 
 #include "base/FileUrl.h"
 #include "base/SystemLog.h"
@@ -61,18 +63,22 @@ class EmptyFoldersPolicy final : public WholePolicy {
 };
 
 /// A single worker takes the folders one after the other, each before the one that holds it.
-void removeEmptyFolders(UserTrashes& trashes, std::vector<ListedItem> folders,
+void removeEmptyFolders(UserTrashes& trashes, const std::vector<ListedItem>& folders,
                         EraseProgress& progress, const std::atomic<bool>& stop) {
-    std::ranges::stable_sort(folders, [](const ListedItem& one, const ListedItem& other) {
-        return depthOf(one.path) > depthOf(other.path);
-    });
-    ListedItems items(trashes, std::move(folders), Locks::Keep);
+    std::map<std::size_t, std::vector<ListedItem>, std::greater<>> byDepth;
+    for (const ListedItem& folder : folders) {
+        if (stop) return;
+        byDepth[depthOf(folder.path)].push_back(folder);
+    }
     EmptyFoldersPolicy policy(progress, stop);
-    TreeRemover(policy, 1, LockedEntries::Keep).remove(items);
+    for (auto& [depth, ofDepth] : byDepth) {
+        ListedItems items(trashes, std::move(ofDepth), Locks::Keep, stop);
+        TreeRemover(policy, 1, LockedEntries::Keep).remove(items);
+    }
 }
 
-bool unlock(UserTrashes& trashes, const std::string& path) {
-    const auto folder = trashes.folderOf(path, Locks::Keep);
+bool unlock(UserTrashes& trashes, const std::string& path, const std::atomic<bool>& stop) {
+    const auto folder = trashes.folderOf(path, Locks::Keep, stop);
     if (!folder) return false;
     const std::string name(splitPath(path).name);
     const auto state = lockStateAt((*folder)->descriptor(), name.c_str());
@@ -87,11 +93,16 @@ bool unlock(UserTrashes& trashes, const std::string& path) {
 
 EraseOutcome runEraseCommand(UserTrashes& trashes, const EraseItems& items, EraseProgress& progress,
                              const std::atomic<bool>& stop, unsigned workers) {
-    ListedItems listed(trashes, itemsToErase(items), Locks::Clear);
+    std::vector<ListedItem> distinct = itemsToErase(items, stop);
+    if (stop) {  // nothing has begun
+        const std::size_t all = items.unlockItems.size() + items.permissionsItems.size();
+        return {progress.isHeard() ? all : 0, 0};
+    }
+    ListedItems listed(trashes, std::move(distinct), Locks::Clear, stop);
     WholePolicy policy(progress, stop);
     TreeRemover(policy, workers, LockedEntries::Unlock).remove(listed);
-    removeEmptyFolders(trashes, foldersLeftBehind(items), progress, stop);
-    trashes.tidy();
+    removeEmptyFolders(trashes, foldersLeftBehind(items, stop), progress, stop);
+    trashes.tidy(stop);
     return {progress.isHeard() ? listed.countLeft() : 0, policy.failures()};
 }
 
@@ -100,7 +111,7 @@ std::vector<bool> runUnlockCommand(UserTrashes& trashes, const std::vector<std::
     std::vector<bool> unlocked;
     unlocked.reserve(paths.size());
     for (const std::string& path : paths)
-        unlocked.push_back(!stop && unlock(trashes, path));
+        unlocked.push_back(!stop && unlock(trashes, path, stop));
     return unlocked;
 }
 

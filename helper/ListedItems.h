@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -23,36 +24,41 @@ struct ListedItem {
 };
 
 /// The items to erase, with the locked ones first, or the folders left behind. Each path stands
-/// once, in the order in which paths first come. The paths point into `items`.
-std::vector<ListedItem> itemsToErase(const EraseItems& items);
-std::vector<ListedItem> foldersLeftBehind(const EraseItems& items);
+/// once, in the order in which paths first come. The paths point into `items`. Once `stop` is true
+/// the result is of no use.
+std::vector<ListedItem> itemsToErase(const EraseItems& items, const std::atomic<bool>& stop);
+std::vector<ListedItem> foldersLeftBehind(const EraseItems& items, const std::atomic<bool>& stop);
 
 /// Hands out those paths that lie in a trash of the user, in their order, and takes away the record
 /// of each top-level entry that is gone.
 class ListedItems final : public RemovalItems {
  public:
-    /// `trashes` and the bytes behind `items` must outlive this. With Locks::Clear the folders
-    /// above an item are unlocked until it is finished.
-    ListedItems(UserTrashes& trashes, std::vector<ListedItem> items, UserTrashes::Locks locks);
+    /// `trashes`, `stop` and the bytes behind `items` must outlive this. With Locks::Clear the
+    /// folder that holds an item is unlocked until it is finished. Once `stop` is true no further
+    /// item is handed out.
+    ListedItems(UserTrashes& trashes, std::vector<ListedItem> items, UserTrashes::Locks locks,
+                const std::atomic<bool>& stop);
 
     bool next(RemovalItem& item) override;
     void finished(const RemovalItem& item, RemovalOutcome outcome) override;
 
     /// How many items are not gone. Those that were refused or not begun count, and those that
     /// something else has replaced do not. To be called when the removal is over: it looks at the
-    /// disk again.
+    /// disk again, until `stop` is true. From then on, what is not known to be gone counts.
     std::uint64_t countLeft();
 
  private:
+    std::shared_ptr<EntryFolder> end(std::size_t index, bool isLeft);
     bool isThere(const ListedItem& item);
 
     UserTrashes& m_trashes;
     const std::vector<ListedItem> m_items;
     const UserTrashes::Locks m_locks;
+    const std::atomic<bool>& m_stop;
     std::size_t m_next = 0;
-    /// By index; set while the item is under way.
-    std::vector<std::shared_ptr<EntryFolder>> m_folders;
-    std::mutex m_mutex;                 ///< guards what follows
+    std::mutex m_mutex;  ///< guards what follows
+    /// Of the items under way, by index. There are never more of these than workers.
+    std::map<std::size_t, std::shared_ptr<EntryFolder>> m_folders;
     std::vector<std::size_t> m_stayed;  ///< indexes
 };
 

@@ -9,20 +9,20 @@ namespace {
 bool isName(std::string_view component) {
     constexpr std::size_t kLongestName = 255;
     return !component.empty() && component.size() <= kLongestName && component != "." &&
-           component != ".." && component.find('\0') == component.npos;
+           component != "..";
 }
 
 }  // namespace
 
 bool isPlainPath(std::string_view path) {
-    if (!path.starts_with('/')) return false;
-    path.remove_prefix(1);
-    for (;;) {
-        const auto end = path.find('/');
-        if (!isName(path.substr(0, end))) return false;
-        if (end == path.npos) return true;
-        path.remove_prefix(end + 1);
+    if (!path.starts_with('/') || path.find('\0') != path.npos) return false;
+    std::size_t begin = 1;
+    for (std::size_t at = 1; at < path.size(); ++at) {
+        if (path[at] != '/') continue;
+        if (!isName(path.substr(begin, at - begin))) return false;
+        begin = at + 1;
     }
+    return isName(path.substr(begin));
 }
 
 std::string_view partBelow(std::string_view path, std::string_view folder) {

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <optional>
 #include <utility>
 
 #include "base/FileUrl.h"
@@ -43,10 +45,9 @@ UserTrashes::UserTrashes(std::uint32_t user, const std::string& home,
                          const std::vector<MountEntry>& mounts)
     : m_user(user), m_home(FileUrl::fromPath(home).path()), m_mounts(mounts) {
     if (isPlainPath(m_home)) {
-        Place place;
+        Place& place = m_places.emplace_back();
         place.files = m_home + "/.local/share/Trash/files";
         place.steps = {".local", "share", "Trash"};
-        m_places.push_back(std::move(place));
     }
     for (const MountEntry& mount : m_mounts) {
         if (mount.fileSystemType != "autofs" && !isServedByUser(mount)) addPlacesAtTopOf(mount);
@@ -55,17 +56,15 @@ UserTrashes::UserTrashes(std::uint32_t user, const std::string& home,
 
 void UserTrashes::addPlacesAtTopOf(const MountEntry& mount) {
     const std::string user = std::to_string(m_user);
-    Place shared;
+    Place& shared = m_places.emplace_back();
     shared.files = below(mount.mountPoint, ".Trash/" + user + "/files");
     shared.mount = &mount;
     shared.steps = {".Trash", user};
     shared.isShared = true;
-    Place own;
+    Place& own = m_places.emplace_back();
     own.files = below(mount.mountPoint, ".Trash-" + user + "/files");
     own.mount = &mount;
     own.steps = {".Trash-" + user};
-    m_places.push_back(std::move(shared));
-    m_places.push_back(std::move(own));
 }
 
 std::vector<std::string> UserTrashes::candidates() const {
@@ -75,7 +74,13 @@ std::vector<std::string> UserTrashes::candidates() const {
     return files;
 }
 
-Result<std::shared_ptr<EntryFolder>> UserTrashes::folderOf(std::string_view path, Locks locks) {
+const std::atomic<bool>& UserTrashes::neverStopped() {
+    static const std::atomic<bool> s_never = false;
+    return s_never;
+}
+
+Result<std::shared_ptr<EntryFolder>> UserTrashes::folderOf(std::string_view path, Locks locks,
+                                                           const std::atomic<bool>& stop) {
     if (!isPlainPath(path)) return refusal(EINVAL);
     const std::string_view parent = splitPath(path).folder;
     if (m_latest && m_latest->path == parent && m_latestLocks == locks) return m_latest;
@@ -83,10 +88,16 @@ Result<std::shared_ptr<EntryFolder>> UserTrashes::folderOf(std::string_view path
     std::string_view part;
     const auto trash = trashOf(path, part);
     if (!trash) return trash.error();
+    m_latestTrash = *trash;
     auto folder = std::make_shared<EntryFolder>();
     folder->trash = *trash;
     folder->path = parent;
-    if (const MaybeError error = descend(*folder, splitPath(part).folder, locks)) return *error;
+    if (const MaybeError error = descend(*folder, splitPath(part).folder, stop)) return *error;
+    if (locks == Locks::Clear && folder->below) {
+        auto need = m_locks.clear(folder->below.get());
+        if (!need) return need.error();
+        folder->need = std::move(*need);
+    }
     m_latest = folder;
     m_latestLocks = locks;
     return folder;
@@ -97,30 +108,34 @@ Result<std::shared_ptr<EntryFolder>> UserTrashes::folderOf(std::string_view path
 Result<std::shared_ptr<UserTrash>> UserTrashes::trashOf(std::string_view path,
                                                         std::string_view& part) {
     part = {};
-    Place* found = nullptr;
+    const Place* found = nullptr;
+    std::shared_ptr<UserTrash> trash;
     for (Place& place : m_places) {
         const std::string_view below = partBelow(path, place.files);
         if (below.empty() || (found && place.files.size() < found->files.size())) continue;
-        if (found && place.files.size() == found->files.size() && found->trash) continue;
-        open(place);
+        if (found && place.files.size() == found->files.size() && trash) continue;
+        trash = open(place);
         found = &place;
         part = below;
     }
     if (!found) return refusal(EINVAL);
-    if (!found->trash) return refusal(found->error);
-    return found->trash;
+    if (!trash) return refusal(found->error);
+    return trash;
 }
 
-void UserTrashes::open(Place& place) const {
-    if (std::exchange(place.wasTried, true)) return;
+std::shared_ptr<UserTrash> UserTrashes::open(Place& place) const {
+    auto trash = place.trash.lock();
+    if (trash || place.error != 0) return trash;
     auto folder = openTrashFolder(place);
-    auto trash =
+    auto opened =
         folder ? OpenTrash::ofUser(std::move(*folder), m_user) : Result<OpenTrash>(folder.error());
-    if (trash) {
-        place.trash = std::make_shared<UserTrash>(std::move(*trash));
-    } else {
-        place.error = trash.error().systemError;
+    if (!opened) {
+        place.error = opened.error().systemError;
+        return {};
     }
+    trash = std::make_shared<UserTrash>(std::move(*opened), place.somethingWent);
+    place.trash = trash;
+    return trash;
 }
 
 /// A user may mount a file system of his own making on the whole of his home.
@@ -147,22 +162,29 @@ Result<UniqueFd> UserTrashes::openTrashFolder(const Place& place) const {
     return folder;
 }
 
-MaybeError UserTrashes::descend(EntryFolder& folder, std::string_view part, Locks locks) {
+MaybeError UserTrashes::descend(EntryFolder& folder, std::string_view part,
+                                const std::atomic<bool>& stop) {
     while (!part.empty()) {
+        if (stop) return refusal(ECANCELED);
         folder.below = holdFolder(folder.descriptor(), std::string(takeComponent(part)));
         if (!folder.below) return refusal(errno);
-        if (locks == Locks::Keep) continue;
-        auto need = m_locks.clear(folder.below.get());
-        if (!need) return need.error();
-        if (*need) folder.needs.push_back(std::move(*need));
     }
     return std::nullopt;
 }
 
-void UserTrashes::tidy() {
+void UserTrashes::tidy(const std::atomic<bool>& stop) {
     m_latest.reset();
-    for (const Place& place : m_places) {
-        if (place.trash && place.trash->somethingWent) place.trash->folder.tidyDirectorySizes();
+    m_latestTrash.reset();
+    std::optional<std::chrono::steady_clock::time_point> end;
+    const auto isLate = [&] {
+        if (!stop) return false;
+        const auto now = std::chrono::steady_clock::now();
+        if (!end) end = now + std::chrono::milliseconds(100);
+        return now >= *end;
+    };
+    for (Place& place : m_places) {
+        if (!place.somethingWent || isLate()) continue;
+        if (const auto trash = open(place)) trash->folder.tidyDirectorySizes(isLate);
     }
 }
 

@@ -156,23 +156,23 @@ class ServiceChannel final : public EraseProgress, public LockObserver {
     std::thread m_teller;
 };
 
-Result<EraseItems> readItems(int list) {
+Result<EraseItems> readItems(int list, const std::atomic<bool>& stop) {
     const auto xml = readSealedFile(list, kMaximumList);
     if (!xml) return xml.error();
-    return EraseItems::fromXml(*xml);
+    return EraseItems::fromXml(*xml, &stop);
 }
 
 /// The list is gone again when this returns.
-Result<EraseItems> readItemsWithinMemory(int list) {
+Result<EraseItems> readItemsWithinMemory(int list, const std::atomic<bool>& stop) {
     try {
-        return readItems(list);
+        return readItems(list, stop);
     } catch (const std::exception& failure) {
         return errorFromException(failure);
     }
 }
 
 void erase(const StartRequest& request, ServiceChannel& service) {
-    const auto items = readItemsWithinMemory(request.list.get());
+    const auto items = readItemsWithinMemory(request.list.get(), service.stop());
     if (!items) {
         service.send(CommandRefused{items.error().localizedDescription()});
         return;

@@ -66,7 +66,7 @@ struct PropertyListLimits {
     std::size_t maximumBytes = std::size_t{256} << 20;
     std::size_t maximumDepth = 16;
     std::size_t maximumValues = 4'000'000;
-    std::size_t maximumText = std::size_t{64} << 20;  ///< bytes from one "<" to the next
+    std::size_t maximumText = std::size_t{32} << 20;  ///< bytes from one "<" to the next
     /// Looked at all the while, unless it is nullptr: once true, the reading fails.
     const std::atomic<bool>* stop = nullptr;
 };

@@ -12,13 +12,17 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <thread>
 
+#include "base/SanitizedBuild.h"
 #include "platform/items/LockAttributes.h"
 #include "platform/items/UniqueFd.h"
+#include "support/FewDescriptors.h"
 #include "support/SilentVolume.h"
 #include "support/TestEnvironment.h"
 
@@ -272,6 +276,74 @@ TEST_F(AnEraseCommand, StopsAtTheNextEntry) {
     EXPECT_GT(left, 150u);
     m_progress.isThere = false;
     EXPECT_EQ(run({.permissionsItems = paths}), 0u) << "nobody hears the count";
+}
+
+TEST_F(AnEraseCommand, EndsWithinMomentsOfStopWhateverTheList) {
+    constexpr std::size_t kMany = 300'000;
+    EraseItems refused, absent, folders;
+    folders.notTrashedBecauseFolderNotEmpty.emplace();
+    std::string sizes;
+    for (std::size_t number = 0; number < kMany; ++number) {
+        const std::string name = "/x" + std::to_string(number);
+        refused.permissionsItems.push_back(name);
+        absent.unlockItems.push_back(m_files + name);
+        folders.notTrashedBecauseFolderNotEmpty->push_back(m_files + name);
+        sizes += "5 1 " + name.substr(1) + "\n";
+    }
+    const std::string xml = refused.toXml();
+    // The processor's time is measured, so that what else the machine does is left out.
+    std::clock_t stopped = 0;
+    const auto stop = [&] {
+        stopped = std::clock();
+        m_stop = true;
+    };
+    const auto endsSoon = [&](const std::function<void()>& work) {
+        m_stop = false;
+        {
+            const std::jthread stopper([&] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                stop();
+            });
+            work();
+        }
+        EXPECT_LT(std::clock() - stopped, CLOCKS_PER_SEC / 4 * (kIsSanitizedBuild ? 8 : 1));
+    };
+    endsSoon([&] { EXPECT_FALSE(EraseItems::fromXml(xml, &m_stop)); });
+    endsSoon([&] { EXPECT_EQ(run(refused), kMany); });
+    endsSoon([&] { EXPECT_GT(run(absent), kMany / 2) << "counted without a look"; });
+    endsSoon([&] { run(folders); });
+    writeFile(m_trash + "/directorysizes", sizes);
+    m_progress.onItem = stop;
+    endsSoon([&] { run({.permissionsItems = {trashed("entry")}}); });
+}
+
+TEST_F(AnEraseCommand, NeedsFewDescriptors) {
+    KESTRIN_REQUIRE_MOUNTS();
+    std::string folder = "n";
+    for (int depth = 0; depth < 40; ++depth)
+        folder += "/n";
+    EraseItems items{.permissionsItems = {trashed(folder + "/file"), trashed(folder + "/other")}};
+    if (runAsRoot("chattr -R +i '" + m_files + "/n'") != 0) GTEST_SKIP() << "no such attributes";
+    std::vector<std::unique_ptr<TestVolume>> volumes;
+    for (int number = 0; number < 8; ++number) {
+        const auto& volume = volumes.emplace_back(std::make_unique<TestVolume>(
+            TestVolume::Kind::Tmpfs, m_scratch / ("disk" + std::to_string(number))));
+        const std::string trash = volume->mountPoint() + "/.Trash-" + std::to_string(kTestUser);
+        writeFile(trash + "/files/entry");
+        writeFile(trash + "/directorysizes", "5 1 entry\n");
+        items.permissionsItems.push_back(trash + "/files/entry");
+    }
+    {
+        const FewDescriptors few;
+        EXPECT_EQ(run(items), 0u);
+    }
+    for (const std::string& path : items.permissionsItems)
+        EXPECT_FALSE(exists(path)) << path;
+    for (const auto& volume : volumes)
+        EXPECT_EQ(readFile(volume->mountPoint() + "/.Trash-" + std::to_string(kTestUser) +
+                           "/directorysizes"),
+                  "");
+    EXPECT_TRUE(isLocked(m_files + "/n") && isLocked(m_files + "/" + folder));
 }
 
 TEST_F(AnEraseCommand, IsNotLedAstrayByALinkOnTheWay) {

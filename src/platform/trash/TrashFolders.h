@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -87,8 +88,10 @@ class OpenTrash {
 
     /// Takes the lines of entries that no longer exist out of `directorysizes`, replacing the file
     /// in one step by one of the same owner and mode; nothing is written when there is no such
-    /// line. In the trash of `ofUser` a file of somebody else is neither read nor replaced.
-    void tidyDirectorySizes();
+    /// line. In the trash of `ofUser` a file of somebody else is neither read nor replaced. The
+    /// file may have a million lines: what is not looked at when `shouldEnd`, if any, answers true
+    /// stays.
+    void tidyDirectorySizes(const std::function<bool()>& shouldEnd = {});
 
     /// Removes records without data that are older than `age`, and returns how many it removed.
     std::size_t removeOrphanRecords(std::chrono::seconds age);

@@ -63,9 +63,11 @@ std::optional<std::string> entryOfLine(std::string_view line) {
     return name && isPlainName(*name) ? name : std::nullopt;
 }
 
-std::string withoutAbsentEntries(std::string_view text, int files) {
+std::string withoutAbsentEntries(std::string_view text, int files,
+                                 const std::function<bool()>& shouldEnd) {
     std::string kept;
     while (!text.empty()) {
+        if (shouldEnd && shouldEnd()) return kept.append(text);
         const auto newline = text.find('\n');
         const std::string_view line =
             text.substr(0, newline == text.npos ? text.size() : newline + 1);
@@ -178,11 +180,11 @@ MaybeError OpenTrash::removeRecord(std::string_view name) {
     return errorFromErrno(errno, HostAccess::Write);
 }
 
-void OpenTrash::tidyDirectorySizes() {
+void OpenTrash::tidyDirectorySizes(const std::function<bool()>& shouldEnd) {
     const auto sizes = readRegularFileOfMount(m_trash.get(), kDirectorySizes, kDirectorySizesLimit);
     // What root could read of a stranger's file must not get into one of the user's.
     if (!sizes || (m_owner && sizes->userId != *m_owner)) return;
-    const std::string kept = withoutAbsentEntries(sizes->content, m_files.get());
+    const std::string kept = withoutAbsentEntries(sizes->content, m_files.get(), shouldEnd);
     if (kept.size() != sizes->content.size())
         replaceFile(m_trash.get(), kDirectorySizes, *sizes, kept);
 }
