@@ -43,7 +43,8 @@ class FolderLocks {
     };
 
     std::mutex m_mutex;
-    std::map<Need::Key, Cleared> m_cleared;  ///< by device and inode
+    std::map<Need::Key, Cleared> m_cleared;  ///< by device and inode, which nobody else gets
+                                             ///< while the folder is held open here
 };
 
 }  // namespace kestrin

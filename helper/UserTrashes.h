@@ -27,6 +27,7 @@ struct UserTrash {
 };
 
 /// A folder inside a trash, or its `files`, held open with what it takes to remove entries from it.
+/// It stays the folder that was checked, whatever gets its name or its inode number later.
 struct EntryFolder {
     std::shared_ptr<UserTrash> trash;
     std::string path;  ///< as the caller spells it

@@ -6,6 +6,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -51,6 +52,15 @@ ItemIdentity identityOf(int folder) {
     return identityFrom(status, true);
 }
 
+/// Whether what tells a folder from others is made up by a server, or set by a user, as it may be
+/// on FUSE and SMB (which has two magic numbers); see statfs(2).
+bool isToldByAnybody(int folder) {
+    struct statfs status {};
+    if (fstatfs(folder, &status) != 0) return true;
+    const auto type = static_cast<std::uint32_t>(status.f_type);
+    return type == 0x65735546 || type == 0xfe534d42 || type == 0xff534d42;
+}
+
 bool hasMoreRightsThanAUser() {
     return geteuid() == 0 || hasCapability(CAP_DAC_OVERRIDE);
 }
@@ -63,9 +73,11 @@ bool isStill(int folder, const ItemIdentity& identity, const FileHandle& handle)
     errno = ESTALE;
     if (!isSameItem(found, identity)) return false;
     if (handle.isKnown()) return handleOf(folder).isSameAs(handle);
+    if (!hasMoreRightsThanAUser()) return true;
     const bool wasBornThen = found.birthTime != 0 && identity.birthTime != 0;
+    if (wasBornThen && !isToldByAnybody(folder)) return true;
     errno = kNotFoundAgain;
-    return wasBornThen || !hasMoreRightsThanAUser();
+    return false;
 }
 
 }  // namespace
@@ -118,8 +130,7 @@ void DescriptorCache::keep(FolderNode& node, UniqueFd fd) {
 void DescriptorCache::closeLongestIdle() {
     FolderNode& node = *m_idle.front();
     const int folder = node.m_fd.get();
-    // A handle that is made of an inode number that does not last says nothing, either.
-    if (!node.m_handle.isKnown() && hasLastingInodes(folder)) node.m_handle = handleOf(folder);
+    if (!node.m_handle.isKnown() && !isToldByAnybody(folder)) node.m_handle = handleOf(folder);
     closeIdleNode(node);
 }
 
