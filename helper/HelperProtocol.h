@@ -33,10 +33,13 @@ namespace HelperErrorName {
 inline constexpr char kInvalid[] = "com.quorvane.Kestrin3Helper.Error.Invalid";
 /// The policy service said no, or cannot be asked.
 inline constexpr char kNotAuthorized[] = "com.quorvane.Kestrin3Helper.Error.NotAuthorized";
-/// The user dismissed the question of the policy service.
+/// The user dismissed the question of the policy service, or the caller said Stop before the
+/// command had its turn.
 inline constexpr char kCancelled[] = "com.quorvane.Kestrin3Helper.Error.Cancelled";
 /// The caller's last command is not over, or too many callers wait.
 inline constexpr char kBusy[] = "com.quorvane.Kestrin3Helper.Error.Busy";
+/// The command ended before its list was accepted, because what reads the list died or hangs.
+inline constexpr char kInterrupted[] = "com.quorvane.Kestrin3Helper.Error.Interrupted";
 }  // namespace HelperErrorName
 
 inline constexpr std::size_t kMaximumInlineList = std::size_t{1} << 20;

@@ -1,20 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "helper/HelperService.h"
 
+#include <fcntl.h>
+
 #include <QCoreApplication>
 #include <algorithm>
-#include <atomic>
+#include <cerrno>
 #include <utility>
 #include <variant>
 #include <vector>
 
-#include "base/FileUrl.h"
-#include "base/MainThread.h"
 #include "base/SystemLog.h"
-#include "helper/EraseCommand.h"
+#include "helper/CommandRun.h"
 #include "helper/HelperProtocol.h"
-#include "helper/ProgressChannel.h"
 #include "helper/QVCommonHelper.h"
+#include "helper/WorkerProtocol.h"
+#include "platform/items/HostErrors.h"
 #include "platform/items/SealedFile.h"
 
 namespace kestrin {
@@ -27,8 +28,9 @@ constexpr std::size_t kMaximumUnknown = 256;
 /// The most bytes of all calls that wait for their reply. The bus library keeps their messages, and
 /// reads nothing more from the bus, no answer of the policy service either, while it keeps 63 MB.
 constexpr std::size_t kMaximumCallBytes = std::size_t{32} << 20;
-/// The most bytes of all lists that were read and whose command is not over.
-constexpr std::size_t kMaximumListBytes = kMaximumList;
+/// How many commands run at once, each of another user. The kernel's memory for a worker is small;
+/// what a worker takes for itself is bounded where it begins.
+constexpr std::size_t kMaximumRunning = 16;
 
 QString latin1(const char* text) {
     return QString::fromLatin1(text);
@@ -45,63 +47,64 @@ std::size_t bytesOf(const QStringList& texts) {
 
 }  // namespace
 
-/// One command from its call to its end. Main thread, but for what the queues are handed.
+/// One command from its call to its end.
 struct HelperService::Request {
     QString caller;
-    QDBusMessage message;
-    std::string command;  ///< as the interface description names it
+    QDBusMessage message;  ///< until it has its turn
+    std::string command;   ///< as the interface description names it
     std::variant<QByteArray, QDBusUnixFileDescriptor, QStringList> content;
     std::optional<AuthorizationForm> form;
     std::size_t callBytes = 0;          ///< of content that came in the call itself
-    std::size_t listBytes = 0;          ///< of the list that was read
     std::optional<std::uint32_t> user;  ///< as the bus knows the caller; none before it was asked
     std::unique_ptr<CallerCheck> check;
-    std::shared_ptr<ProgressChannel> progress;
-    EraseItems items;
-    std::atomic<bool> stop = false;
-    bool isAccepted = false;
-    std::atomic<bool> hasBegun = false;  ///< by one of the queues
-    bool hasCallerLeft = false;
+    std::unique_ptr<CommandRun> run;  ///< from its turn on
 
-    /// Errors: of sizeOfSealedFile.
-    Result<std::uint64_t> sizeOfList() const;
-    /// Errors: of reading. Thread: any.
-    Result<EraseItems> readItems() const;
+    std::size_t bytesKept() const { return run && run->isAnswered() ? 0 : callBytes; }
+    WorkerKind kind() const;
+    /// The content as a worker gets it: a sealed memory file. Errors: of making one.
+    Result<UniqueFd> list() const;
 };
 
-Result<std::uint64_t> HelperService::Request::sizeOfList() const {
-    const auto* const file = std::get_if<QDBusUnixFileDescriptor>(&content);
-    if (!file) return std::uint64_t{callBytes};
-    return sizeOfSealedFile(file->fileDescriptor(), kMaximumList);
+WorkerKind HelperService::Request::kind() const {
+    return std::holds_alternative<QStringList>(content) ? WorkerKind::Unlock : WorkerKind::Erase;
 }
 
-Result<EraseItems> HelperService::Request::readItems() const {
+Result<UniqueFd> HelperService::Request::list() const {
     if (const auto* const bytes = std::get_if<QByteArray>(&content)) {
-        return EraseItems::fromXml({bytes->constData(), static_cast<std::size_t>(bytes->size())});
+        return sealedFile({bytes->constData(), static_cast<std::size_t>(bytes->size())});
     }
-    const auto& file = std::get<QDBusUnixFileDescriptor>(content);
-    const auto xml = readSealedFile(file.fileDescriptor(), kMaximumList);
-    if (!xml) return xml.error();
-    return EraseItems::fromXml(*xml);
+    if (const auto* const file = std::get_if<QDBusUnixFileDescriptor>(&content)) {
+        UniqueFd own(::fcntl(file->fileDescriptor(), F_DUPFD_CLOEXEC, 0));
+        if (!own) return errorFromErrno(errno, HostAccess::Read);
+        return own;
+    }
+    std::vector<std::string> texts;
+    for (const QString& text : std::get<QStringList>(content))
+        texts.push_back(text.toStdString());
+    return sealedFile(unlockList(texts));
 }
 
-HelperService::HelperService(const QDBusConnection& bus, std::chrono::seconds idleTime)
-    : m_bus(bus) {
+HelperService::HelperService(const QDBusConnection& bus, UniqueFd parent,
+                             std::chrono::seconds idleTime)
+    : m_bus(bus),
+      m_workers(std::move(parent)),
+      m_parentWatch(m_workers.parent(), QSocketNotifier::Read) {
     m_callers.setConnection(m_bus);
     m_callers.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
     QObject::connect(&m_callers, &QDBusServiceWatcher::serviceUnregistered, this,
                      &HelperService::callerLeft);
+    // The parent says nothing: it has gone.
+    QObject::connect(&m_parentWatch, &QSocketNotifier::activated, this, [this] {
+        qCCritical(lcHelper, "The process that starts workers has gone");
+        m_parentWatch.setEnabled(false);
+        shutDown();
+    });
     m_idle.setSingleShot(true);
     m_idle.setInterval(idleTime);
     QObject::connect(&m_idle, &QTimer::timeout, this, &HelperService::leaveWhenIdle);
 }
 
-HelperService::~HelperService() {
-    for (const auto& [caller, request] : m_requests) {
-        request->stop = true;
-        if (request->progress) request->progress->giveUp();
-    }
-}
+HelperService::~HelperService() = default;
 
 bool HelperService::start() {
     m_idle.start();
@@ -112,10 +115,11 @@ void HelperService::shutDown() {
     m_isEnding = true;
     const auto requests = m_requests;  // refusing takes them out
     for (const auto& [caller, request] : requests) {
-        stop(request);
-        if (!request->check) continue;
-        request->check.reset();
-        refuse(request, HelperErrorName::kBusy, QStringLiteral("the helper is ending"));
+        if (request->run) {
+            request->run->stop();
+        } else {
+            refuse(request, HelperErrorName::kBusy, QStringLiteral("the helper is ending"));
+        }
     }
     if (m_requests.empty()) QCoreApplication::quit();
 }
@@ -156,10 +160,10 @@ void HelperService::setStoppedByUser(bool stopped) {
     if (stopped && found != m_requests.end()) stop(found->second);
 }
 
-/// What still waits for its turn need not wait, since it only looks at what is there.
+/// What has not begun need not begin any more.
 void HelperService::stop(const RequestPtr& request) {
-    if (request->stop.exchange(true) || !request->isAccepted) return;
-    m_reader.enqueue([this, request] { carryOut(request); });
+    if (request->run) return request->run->stop();
+    refuse(request, HelperErrorName::kCancelled, QStringLiteral("stopped before it began"));
 }
 
 /// The first step: the form of the command. Nothing of a list is looked at yet.
@@ -216,15 +220,16 @@ bool HelperService::hasRoomFor(const Request& request) const {
     std::size_t bytes = request.callBytes;
     for (const auto& [caller, other] : m_requests) {
         unknown += other->user ? 0 : 1;
-        bytes += other->callBytes;
+        bytes += other->bytesKept();
     }
     return unknown < kMaximumUnknown && bytes <= kMaximumCallBytes;
 }
 
-/// Takes down who the caller is. False when there is no room for one more command of this user.
+/// Takes down who the caller is. False when there is no room for one more command of this user. A
+/// worker that cannot be ended counts for two, as long as that is so.
 bool HelperService::identify(Request& request, std::uint32_t user) const {
     std::size_t ofAll = 0;
-    std::size_t ofUser = 0;
+    std::size_t ofUser = 2 * m_workers.countLeftBehind(user);
     for (const auto& [caller, other] : m_requests) {
         ofAll += other->user ? 1 : 0;
         ofUser += other->user == user ? 1 : 0;
@@ -242,101 +247,64 @@ void HelperService::checked(const RequestPtr& request, const CallerCheck::Answer
                   qPrintable(answer.reason));
         return refuse(request, answer.error, answer.reason);
     }
-    if (request->hasCallerLeft) return end(request);
-    if (std::holds_alternative<QStringList>(request->content)) return waitForTurn(request);
-    readList(request);
-}
-
-/// The bytes of the caller's list are looked at only from here on.
-void HelperService::readList(const RequestPtr& request) {
-    const auto size = request->sizeOfList();
-    if (!size) {
+    const auto* const file = std::get_if<QDBusUnixFileDescriptor>(&request->content);
+    if (file && !sizeOfSealedFile(file->fileDescriptor(), kMaximumList)) {
         return refuse(request, HelperErrorName::kInvalid,
                       QStringLiteral("no sealed memory file of at most 256 MB"));
     }
-    if (m_listBytes + *size > kMaximumListBytes) {
-        return refuse(request, HelperErrorName::kBusy, QStringLiteral("too many commands"));
-    }
-    request->listBytes = *size;
-    m_listBytes += *size;
-    m_reader.enqueue([this, request] {
-        auto items = std::make_shared<Result<EraseItems>>(request->readItems());
-        MainThread::post([this, request, items] { accept(request, std::move(*items)); });
-    });
+    m_waiting.push_back(request);
+    beginNext();
 }
 
-void HelperService::accept(const RequestPtr& request, Result<EraseItems> items) {
+/// Begins what may begin, in the order of the line.
+void HelperService::beginNext() {
+    for (std::size_t index = 0; index < m_waiting.size();) {
+        if (!hasTurn(*m_waiting[index])) {
+            ++index;
+            continue;
+        }
+        const RequestPtr request = m_waiting[index];
+        m_waiting.erase(m_waiting.begin() + static_cast<std::ptrdiff_t>(index));
+        if (const MaybeError error = begin(request)) {
+            qCWarning(lcHelper, "No worker: %s", error->localizedDescription().c_str());
+            refuse(request, HelperErrorName::kBusy, QStringLiteral("no worker can be started"));
+        }
+    }
+}
+
+/// A user's commands run one after the other, so that whatever a user does holds up that user
+/// alone.
+bool HelperService::hasTurn(const Request& request) const {
+    std::size_t running = 0;
+    for (const auto& [caller, other] : m_requests) {
+        if (!other->run) continue;
+        if (other->user == request.user) return false;
+        ++running;
+    }
+    return running < kMaximumRunning;
+}
+
+MaybeError HelperService::begin(const RequestPtr& request) {
+    const auto list = request->list();
+    if (!list) return list.error();
+    CommandRun::Command command{.name = request->command,
+                                .message = request->message,
+                                .user = *request->user,
+                                .kind = request->kind()};
+    if (const auto* const items = std::get_if<QStringList>(&request->content)) {
+        command.unlockItems = *items;
+    }
+    auto run = std::make_unique<CommandRun>(m_bus, m_workers, std::move(command),
+                                            [this, request = std::weak_ptr(request)] {
+                                                if (const RequestPtr over = request.lock())
+                                                    end(over);
+                                            });
+    if (auto error = run->begin(list->get())) return error;
+    request->run = std::move(run);
+    // The run alone keeps the call now.
+    request->message = {};
     request->content = QByteArray();
-    if (!items) {
-        return refuse(request, HelperErrorName::kInvalid,
-                      QString::fromStdString(items.error().localizedDescription()));
-    }
-    if (request->hasCallerLeft) return end(request);
-    request->items = std::move(*items);
-    qCInfo(lcHelper, "%s of user %u accepted: %zu items", request->command.c_str(), *request->user,
-           request->items.unlockItems.size() + request->items.permissionsItems.size());
-    m_bus.send(request->message.createReply());
-    request->message = {};  // the bus library need not keep it for the time of the command
-    request->callBytes = 0;
-    request->progress = std::shared_ptr<ProgressChannel>(
-        new ProgressChannel(m_bus, request->caller,
-                            {request->items.erasedCount, request->items.erasedSize},
-                            [this, weak = std::weak_ptr<Request>(request)] {
-                                if (const RequestPtr lost = weak.lock()) stop(lost);
-                            }),
-        [](ProgressChannel* channel) { channel->deleteLater(); });
-    waitForTurn(request);
-}
-
-void HelperService::waitForTurn(const RequestPtr& request) {
-    request->isAccepted = true;
-    // A command that was stopped before needs no turn.
-    OperationQueue& queue = request->stop ? m_reader : m_eraser;
-    queue.enqueue([this, request] { carryOut(request); });
-}
-
-/// Thread: of a queue.
-void HelperService::carryOut(const RequestPtr& request) {
-    if (request->hasBegun.exchange(true)) return;
-    if (std::holds_alternative<QStringList>(request->content)) {
-        carryOutUnlock(request);
-    } else {
-        carryOutErase(request);
-    }
-}
-
-void HelperService::carryOutErase(const RequestPtr& request) {
-    UserTrashes trashes(*request->user);
-    const EraseOutcome outcome =
-        runEraseCommand(trashes, request->items, *request->progress, request->stop);
-    MainThread::post([this, request, outcome] {
-        const auto totals = request->progress->totals();
-        qCInfo(lcHelper, "Command of user %u over: %llu entries erased, %llu items stay%s",
-               *request->user,
-               static_cast<unsigned long long>(totals.count - request->items.erasedCount),
-               static_cast<unsigned long long>(outcome.nonErasedCount),
-               request->stop ? ", stopped" : "");
-        request->progress->finish(outcome.nonErasedCount, [this, request] { end(request); });
-    });
-}
-
-void HelperService::carryOutUnlock(const RequestPtr& request) {
-    const auto& texts = std::get<QStringList>(request->content);
-    std::vector<std::string> paths;
-    for (const QString& text : texts)
-        paths.push_back(percentDecode(text.toStdString()).value_or(std::string()));
-    UserTrashes trashes(*request->user);
-    const auto unlocked = runUnlockCommand(trashes, paths, request->stop);
-    QStringList answer;
-    for (std::size_t index = 0; index < unlocked.size(); ++index) {
-        if (unlocked[index]) answer << texts[static_cast<qsizetype>(index)];
-    }
-    MainThread::post([this, request, answer] {
-        qCInfo(lcHelper, "%lld entries of user %u unlocked", static_cast<long long>(answer.size()),
-               *request->user);
-        m_bus.send(request->message.createReply(answer));
-        end(request);
-    });
+    return std::nullopt;
 }
 
 void HelperService::refuse(const RequestPtr& request, const char* error, const QString& reason) {
@@ -344,14 +312,25 @@ void HelperService::refuse(const RequestPtr& request, const char* error, const Q
     end(request);
 }
 
+/// The user's other commands go to the end of the line, behind those of users who wait as long.
 void HelperService::end(const RequestPtr& request) {
+    request->check.reset();
+    std::erase(m_waiting, request);
     const auto found = m_requests.find(request->caller);
     if (found != m_requests.end() && found->second == request) {
-        m_listBytes -= request->listBytes;
         m_requests.erase(found);
         m_callers.removeWatchedService(request->caller);
     }
     m_idle.start();
+    if (request->run) {
+        std::ranges::stable_partition(
+            m_waiting, [&](const RequestPtr& other) { return other->user != request->user; });
+        // It is on the stack.
+        m_over.push_back(std::move(request->run));
+        QMetaObject::invokeMethod(
+            this, [this] { m_over.clear(); }, Qt::QueuedConnection);
+        beginNext();
+    }
     if (m_isEnding && m_requests.empty()) QCoreApplication::quit();
 }
 
@@ -359,11 +338,7 @@ void HelperService::callerLeft(const QString& caller) {
     const auto found = m_requests.find(caller);
     if (found == m_requests.end()) return;
     const RequestPtr request = found->second;
-    request->hasCallerLeft = true;
-    if (request->progress) request->progress->giveUp();
-    stop(request);
-    if (!request->check) return;
-    request->check.reset();
+    if (request->run) return request->run->callerLeft();
     end(request);
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The helper on the bus: takes commands, has each checked, lets them run one after the other.
+// The helper on the bus: takes commands, has each checked, and has workers carry them out.
 #pragma once
 
 #include <QByteArray>
@@ -8,35 +8,45 @@
 #include <QDBusServiceWatcher>
 #include <QDBusUnixFileDescriptor>
 #include <QObject>
+#include <QSocketNotifier>
 #include <QStringList>
 #include <QTimer>
 #include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
+#include <vector>
 
-#include "base/OperationQueue.h"
+#include "base/Result.h"
 #include "helper/CallerCheck.h"
+#include "helper/CommandRun.h"
+#include "helper/Workers.h"
+#include "platform/items/UniqueFd.h"
 
 namespace kestrin {
 
 /// Implements QVHelperToolProtocol. A command goes through these steps, each only after the one
-/// before: its form, the caller's credentials, the policy service, whether the caller is still
-/// there; then its list is read, the call is answered, and it waits for its turn. A caller has one
-/// command at a time, a user a few; the number and bytes of what waits are bounded. A caller that
-/// leaves the bus counts as one that said Stop. A command whose caller wants no reply is ignored.
-/// Main thread, which never waits for the bus; erasing and reading run on queues of their own.
+/// before: its form, the caller's credentials, the policy service, its turn. Then a worker is
+/// started, which reads the list, accepts or refuses it, and carries it out; what it unlocked and
+/// did not lock again another worker puts back. A user's commands run one after the other, those of
+/// different users beside each other. A caller has one command at a time, a user a few; the number
+/// and bytes of what waits are bounded. A caller that leaves the bus counts as one that said Stop.
+/// A command whose caller wants no reply is ignored. Nothing of a user's is opened or read here.
+/// Main thread, which never waits.
 class HelperService final : public QObject, protected QDBusContext {
     Q_OBJECT
  public:
-    /// The process ends (QCoreApplication::quit) when nothing was asked for that long.
-    HelperService(const QDBusConnection& bus, std::chrono::seconds idleTime);
+    /// `parent` is the socket to the process that starts workers. The process ends
+    /// (QCoreApplication::quit) when nothing was asked for that long, and when the parent has gone.
+    HelperService(const QDBusConnection& bus, UniqueFd parent, std::chrono::seconds idleTime);
     ~HelperService() override;
 
     /// Takes the helper's name on the bus. False when another helper has it, or when it may not be
     /// had.
     bool start();
-    /// Stops every command at its next entry, and ends the process after the last.
+    /// Refuses what waits, stops every command at its next entry, and ends the process after the
+    /// last.
     Q_SLOT void shutDown();
 
     QString getVersion();
@@ -55,12 +65,9 @@ class HelperService final : public QObject, protected QDBusContext {
     bool hasRoomFor(const Request& request) const;
     bool identify(Request& request, std::uint32_t user) const;
     void checked(const RequestPtr& request, const CallerCheck::Answer& answer);
-    void readList(const RequestPtr& request);
-    void accept(const RequestPtr& request, Result<EraseItems> items);
-    void waitForTurn(const RequestPtr& request);
-    void carryOut(const RequestPtr& request);
-    void carryOutErase(const RequestPtr& request);
-    void carryOutUnlock(const RequestPtr& request);
+    void beginNext();
+    bool hasTurn(const Request& request) const;
+    MaybeError begin(const RequestPtr& request);
     void stop(const RequestPtr& request);
     void refuse(const RequestPtr& request, const char* error, const QString& reason);
     void end(const RequestPtr& request);
@@ -69,13 +76,14 @@ class HelperService final : public QObject, protected QDBusContext {
     void leaveUnlessCalled();
 
     QDBusConnection m_bus;
+    Workers m_workers;
+    QSocketNotifier m_parentWatch;
     QDBusServiceWatcher m_callers;
     QTimer m_idle;
     bool m_isEnding = false;
-    std::map<QString, RequestPtr> m_requests;  ///< by the caller's bus name
-    std::size_t m_listBytes = 0;               ///< of the lists that were read
-    OperationQueue m_reader{"kestrin-reader", 1};
-    OperationQueue m_eraser{"kestrin-eraser", 1};
+    std::map<QString, RequestPtr> m_requests;         ///< by the caller's bus name
+    std::vector<RequestPtr> m_waiting;                ///< for their turn, the next first
+    std::vector<std::unique_ptr<CommandRun>> m_over;  ///< to be let go by the event loop
 };
 
 }  // namespace kestrin

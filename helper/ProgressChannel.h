@@ -4,48 +4,58 @@
 
 #include <QDBusConnection>
 #include <QObject>
+#include <QStringList>
 #include <QTimer>
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <optional>
-#include <string>
 
-#include "helper/EraseCommand.h"
 #include "helper/HelperProtocol.h"
+#include "helper/WorkerProtocol.h"
 
 class ComQuorvaneKestrin3QVHelperToolProtocolProgressInterface;
 
 namespace kestrin {
 
 /// Gathers the entries that went and sends them in calls, each with all that came in 20 ms, so that
-/// the bus carries at most some fifty calls a second. When several calls are unanswered, those who
-/// erase wait. A caller that does not answer for 30 seconds, or answers with an error, is given up.
-/// Thread: the main thread, except for `itemErased` and `isHeard`.
-class ProgressChannel final : public QObject, public EraseProgress {
+/// the bus carries at most some fifty calls a second. When several calls are unanswered there is no
+/// room for more. A caller that does not answer for 30 seconds, or answers with an error, is given
+/// up. Main thread.
+class ProgressChannel final : public QObject {
  public:
     struct Totals {
         std::uint64_t count = 0;
         std::uint64_t size = 0;
     };
-    /// Counts on from `totals`. `lost` is called once when the caller is given up.
+    /// How a command ended.
+    struct End {
+        std::optional<std::uint64_t> nonErasedCount;  ///< none: nobody knows
+        bool mayGoOn = false;                         ///< what was under way may yet go
+        QStringList notRestored{};  ///< percent-encoded paths of what could not be locked again
+    };
+    struct Handlers {
+        std::function<void()> hasRoom;  ///< called whenever there may be room again
+        std::function<void()> lost;     ///< called once when the caller is given up
+    };
+    /// Counts on from `totals`.
     ProgressChannel(const QDBusConnection& bus, const QString& caller, Totals totals,
-                    std::function<void()> lost);
+                    Handlers handlers);
     ~ProgressChannel() override;
 
-    /// Thread: any. Waits while too much is unsent. Entries of a caller that is given up are
-    /// dropped.
-    void itemErased(std::string path, std::uint64_t size) override;
-    bool isHeard() const override;
+    /// Entries of a caller that is given up are only counted.
+    void add(const EntriesErased& erased);
+    /// Whether few enough entries wait. What is added without room is kept all the same.
+    bool hasRoom() const;
+    /// Whether far more waits than an honest worker tells without room.
+    bool isFlooded() const;
 
     /// Sends what is left and then the end. `done` is called when the end is sent, or the caller
     /// given up.
-    void finish(std::uint64_t nonErasedCount, std::function<void()> done);
+    void finish(End end, std::function<void()> done);
     /// Gives the caller up, because nobody listens any more.
     void giveUp();
 
-    Totals totals() const;
+    Totals totals() const { return m_totals; }
 
  private:
     void sendPending();
@@ -53,18 +63,15 @@ class ProgressChannel final : public QObject, public EraseProgress {
     void watch(const QDBusPendingCall& call);
 
     ComQuorvaneKestrin3QVHelperToolProtocolProgressInterface* m_caller;
-    std::function<void()> m_lost;
+    Handlers m_handlers;
     QTimer m_tick;
     int m_unanswered = 0;
-    std::optional<std::uint64_t> m_nonErasedCount;  ///< set once the command is over
-    std::function<void()> m_done;
-
-    mutable std::mutex m_mutex;  ///< guards what follows
-    std::condition_variable m_hasRoom;
     Totals m_totals;
     ErasedItems m_pending;
     std::size_t m_pendingBytes = 0;
     bool m_isGivenUp = false;
+    std::optional<End> m_end;  ///< set once the command is over
+    std::function<void()> m_done;
 };
 
 }  // namespace kestrin

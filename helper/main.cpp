@@ -11,7 +11,6 @@
 #include <string_view>
 #include <utility>
 
-#include "base/MainThread.h"
 #include "helper/Hardening.h"
 #include "helper/HelperProtocol.h"
 #include "helper/HelperService.h"
@@ -49,22 +48,18 @@ std::optional<std::chrono::seconds> idleTime(int argc, char** argv) {
     return std::chrono::seconds(seconds);
 }
 
-int serveOnBus(std::chrono::seconds idle, int parent) {
+int serveOnBus(std::chrono::seconds idle, UniqueFd parent) {
     const UniqueFd signals = takeSignals(Signals::OfTheEnd);
-    MainThread mailbox;
     registerHelperTypes();
     QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected()) return fail("there is no system bus");
-    HelperService service(bus, idle);
+    HelperService service(bus, std::move(parent), idle);
     new QVHelperToolProtocolAdaptor(&service);
     QSocketNotifier signalled(signals.get(), QSocketNotifier::Read);
-    QSocketNotifier parentGone(parent, QSocketNotifier::Read);  // it never says anything
-    for (QSocketNotifier* const end : {&signalled, &parentGone}) {
-        QObject::connect(end, &QSocketNotifier::activated, &service, [&service, end] {
-            end->setEnabled(false);
-            service.shutDown();
-        });
-    }
+    QObject::connect(&signalled, &QSocketNotifier::activated, &service, [&] {
+        signalled.setEnabled(false);
+        service.shutDown();
+    });
     bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                 QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
                 &service, SLOT(shutDown()));
@@ -76,11 +71,12 @@ int serveOnBus(std::chrono::seconds idle, int parent) {
     return QCoreApplication::exec();
 }
 
-int runService(std::chrono::seconds idle, int parent, char** argv) {
-    keepCapabilitiesForFiles();
+int runService(std::chrono::seconds idle, UniqueFd parent, char** argv) {
+    giveUpAllCapabilities();
+    giveUpFiles();
     int applicationArguments = 1;
     const QCoreApplication application(applicationArguments, argv);
-    return serveOnBus(idle, parent);
+    return serveOnBus(idle, std::move(parent));
 }
 
 }  // namespace
@@ -103,7 +99,7 @@ int main(int argc, char** argv) {
     if (service < 0) return fail("the process of the service cannot be made");
     if (service == 0) {
         sockets->one.reset();
-        return runService(*idle, sockets->other.get(), argv);
+        return runService(*idle, std::move(sockets->other), argv);
     }
     sockets->other.reset();
     keepCapabilitiesForFiles();

@@ -39,6 +39,8 @@ QString textOfError(const QDBusError& error, const StringTable& texts) {
         return texts.text(key, StringTable::Table::Errors);
     };
     if (error.name() == QLatin1String(HelperErrorName::kBusy)) return text("helper_busy"_errorKey);
+    if (error.name() == QLatin1String(HelperErrorName::kInterrupted))
+        return text("helper_interrupted"_errorKey);
     switch (error.type()) {
         case QDBusError::ServiceUnknown:
             return text("helper_unknown"_errorKey);

@@ -273,7 +273,9 @@ class EndToEndTest(unittest.TestCase):
         accounts = os.path.join(self.scratch, b"passwd")
         shutil.copy("/etc/passwd", accounts)
         with open(accounts, "ab") as file:
-            file.write(b"kestrin-e2e:x:%d:%d::%s/home:/bin/sh\n" % (USER, USER, self.scratch))
+            for name, user in ((b"", USER), (b"-other", OTHER_USER)):
+                file.write(b"kestrin-e2e%s:x:%d:%d::%s/home%s:/bin/sh\n"
+                           % (name, user, user, self.scratch, name))
         os.chmod(accounts, 0o644)
         run_as_root("mount", "--bind", accounts, "/etc/passwd")
 

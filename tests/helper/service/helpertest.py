@@ -84,8 +84,8 @@ class Agent(Child):
 class Caller(Child):
     """A program with a connection to the bus; see caller.py."""
 
-    def __init__(self, test):
-        super().__init__(test, source_of("caller.py"), [], USER)
+    def __init__(self, test, user=USER):
+        super().__init__(test, source_of("caller.py"), [], user)
         self.items = []     # (count, total, size, path) of every item told
         self.batches = 0
         self.left = []      # the count of every end told
@@ -178,8 +178,8 @@ class HelperTest(EndToEndTest):
         self.tmpfs(self.home)
         self.trash = TrashCan(self.trash.folder)
 
-    def caller(self):
-        return Caller(self)
+    def caller(self, user=USER):
+        return Caller(self, user)
 
     def forbidden(self, name, entries=("a", "b/c")):
         """A trashed folder of root's, which the user cannot empty; answers its path."""

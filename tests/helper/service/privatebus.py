@@ -43,7 +43,7 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Con
 """
 
 RULE = """polkit.addRule(function(action, subject) {
-    if (action.id == "%s" && subject.user == "%s") return polkit.Result.%s;
+    if (action.id == "%s" && subject.user.indexOf("%s") == 0) return polkit.Result.%s;
 });
 """
 

@@ -24,7 +24,7 @@ class ACommand(HelperTest):
         self.assertEqual([item[0] for item in caller.items], [8, 9, 10, 11, 12])
         self.assertEqual(caller.items[-1][1], 115)
 
-    def test_that_is_stopped_need_not_wait_for_its_turn(self):
+    def test_that_is_stopped_or_of_another_user_need_not_wait_for_its_turn(self):
         self.keep_home_in_memory()
         first, second = self.caller(), self.caller()
         first.order(do="answer", answers=False)  # which holds its command up
@@ -33,9 +33,14 @@ class ACommand(HelperTest):
         first.reply(first.send_erase(items_xml(permissions=tops)))
         self.assertEqual(first.reply(first.send_erase(items_xml(permissions=tops)))["error"], BUSY)
         waiting = self.forbidden("waiting")
-        second.reply(second.send_erase(items_xml(permissions=[waiting])))
+        tag = second.send_erase(items_xml(permissions=[waiting]))
+        self.assertEqual(self.caller().version(), ["2.0.0"])
+        self.assertNotIn(tag, second.replies)  # one after the other
         second.send("setStoppedByUser", "(b)", True)
-        self.assertEqual(second.end(timeout=10), 1)
+        self.assertEqual(second.reply(tag, timeout=10)["error"], CANCELLED)
+        self.assertTrue(os.path.exists(waiting))
+        other = self.caller(harness.OTHER_USER)
+        self.assertEqual(other.erase(permissions=[waiting], timeout=10), 1)  # it is not theirs
         self.assertEqual(first.left, [])
 
     def test_is_stopped_before_it_begins(self):
@@ -46,8 +51,7 @@ class ACommand(HelperTest):
         caller.send("setStoppedByUser", "(b)", False)
         for _ in range(500):  # a storm
             caller.send("setStoppedByUser", "(b)", True)
-        self.assertIsNone(caller.reply(tag)["error"])
-        self.assertEqual(caller.end(), 20)
+        self.assertEqual(caller.reply(tag)["error"], CANCELLED)
         self.assertEqual(caller.items, [])
         other = self.caller()
         for _ in range(500):  # of somebody else's command
@@ -123,16 +127,34 @@ class ItsLife(HelperTest):
         self.assertEqual(caller.end(), 0)
         self.assertAlive()
 
-    def test_gives_up_all_rights_but_a_few(self):
+    def test_is_two_processes_of_which_the_one_on_the_bus_has_no_rights(self):
         self.assertAlive()
-        with open(f"/proc/{self.bus.process_of()}/status", encoding="ascii") as file:
-            status = dict(line.rstrip("\n").split(":\t", 1) for line in file)
+        service = self.status(self.bus.process_of())
+        parent = self.status(service["PPid"])
         # CHOWN, DAC_OVERRIDE, DAC_READ_SEARCH, FOWNER, LINUX_IMMUTABLE
-        expected = 1 << 0 | 1 << 1 | 1 << 2 | 1 << 3 | 1 << 9
-        self.assertEqual(int(status["CapEff"], 16), expected)
-        self.assertEqual(int(status["CapBnd"], 16), expected)
-        self.assertEqual(status["NoNewPrivs"].strip(), "1")
-        self.assertEqual(status["Umask"].strip(), "0077")
+        kept = 1 << 0 | 1 << 1 | 1 << 2 | 1 << 3 | 1 << 9
+        for status, expected in ((service, 0), (parent, kept)):
+            self.assertEqual([int(status[name], 16) for name in ("CapPrm", "CapEff", "CapBnd")], [expected] * 3)
+            self.assertEqual([status["NoNewPrivs"], status["Umask"]], ["1", "0077"])
+        self.assertEqual(self.children(service["Pid"]) + self.children(parent["Pid"]), [service["Pid"]])
+        megabytes = sum(self.kilobytes(process["Pid"]) for process in (service, parent)) / 1000
+        self.assertLess(megabytes, 8 if harness.TIME_FACTOR == 1 else 1000)
+
+    @staticmethod
+    def status(process):
+        with open(f"/proc/{process}/status", encoding="ascii") as file:
+            return dict(line.rstrip("\n").replace("\t", "").split(":", 1) for line in file)
+
+    @staticmethod
+    def children(process):
+        with open(f"/proc/{process}/task/{process}/children", encoding="ascii") as file:
+            return file.read().split()
+
+    @staticmethod
+    def kilobytes(process):
+        """What the process takes of the memory, its share of what it shares included."""
+        with harness.as_root(), open(f"/proc/{process}/smaps_rollup", encoding="ascii") as file:
+            return int(next(line for line in file if line.startswith("Pss:")).split()[1])
 
     def test_ends_in_order_when_told_to(self):
         top = self.forbidden("top", [f"f{file}" for file in range(6000)])

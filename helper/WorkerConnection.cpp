@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "helper/WorkerConnection.h"
+
+#include <cerrno>
+#include <utility>
+
+#include "base/SystemLog.h"
+
+namespace kestrin {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// How long a worker may take to end that was stopped or told its end, and one that was killed.
+constexpr auto kStopPatience = 5s;
+constexpr auto kKillPatience = 2s;
+/// How many messages are taken before others have their turn.
+constexpr int kMostAtOnce = 32;
+
+}  // namespace
+
+WorkerConnection::WorkerConnection(int parent, const StartWorker& worker, UniqueFd socket,
+                                   Handlers handlers, UnlockedItems unlocked)
+    : m_parent(parent),
+      m_worker(worker),
+      m_handlers(std::move(handlers)),
+      m_messages(worker.kind, std::move(socket), std::move(unlocked)),
+      m_readable(m_messages.socket(), QSocketNotifier::Read) {
+    QObject::connect(&m_readable, &QSocketNotifier::activated, this, &WorkerConnection::read);
+    m_patience.setSingleShot(true);
+    QObject::connect(&m_patience, &QTimer::timeout, this, &WorkerConnection::losePatience);
+}
+
+void WorkerConnection::read() {
+    for (int count = 0; count < kMostAtOnce && m_readable.isEnabled(); ++count) {
+        const auto message = m_messages.receive();
+        if (!message) {
+            if (message.error().systemError == EAGAIN) return;
+            if (message.error().systemError == EPROTO) {
+                qCWarning(lcHelper, "A worker for user %u said what no worker says", m_worker.user);
+            }
+            // Whether the process has ended or just its socket: it is of no more use.
+            kill();
+            m_readable.setEnabled(false);
+            m_patience.stop();
+            end(End::Died);
+            Q_EMIT gone();
+            return;
+        }
+        if (m_end) continue;  // told by what was left behind
+        m_handlers.told(*message);
+        if (!m_messages.hasFinished()) continue;
+        m_patience.start(kStopPatience);
+        end(End::Finished);
+    }
+}
+
+void WorkerConnection::end(End end) {
+    if (m_end) return;
+    m_end = end;
+    m_isStopped = true;
+    m_handlers.ended(end);
+}
+
+void WorkerConnection::stop() {
+    if (std::exchange(m_isStopped, true)) return;
+    setPaused(false);
+    m_patience.start(kStopPatience);
+    // A worker that cannot be told has gone, which is heard as well.
+    if (sendStop(m_messages.socket())) qCInfo(lcHelper, "A worker could not be told to stop");
+}
+
+void WorkerConnection::kill() {
+    if (std::exchange(m_isKilled, true)) return;
+    m_isStopped = true;
+    setPaused(false);
+    m_patience.start(kKillPatience);
+    if (const MaybeError error = sendKillWorker(m_parent, m_worker.number)) {
+        qCWarning(lcHelper, "A worker cannot be killed: %s", error->localizedDescription().c_str());
+    }
+}
+
+void WorkerConnection::losePatience() {
+    if (!m_isKilled) return kill();
+    m_isLeftBehind = true;
+    qCWarning(lcHelper, "A worker for user %u cannot be ended", m_worker.user);
+    end(End::LeftBehind);
+}
+
+void WorkerConnection::setPaused(bool paused) {
+    m_readable.setEnabled(!paused || m_isStopped);
+}
+
+}  // namespace kestrin
