@@ -117,7 +117,8 @@ enum class LockedEntries {
 /// their order, and a further one only when no folder of those begun waits for a worker.
 /// - It works on descriptors and follows no link. It opens folders, and a file only to clear the
 ///   attributes that lock it; links, FIFOs, sockets and devices are never opened.
-/// - An item is compared with its identity as it begins, and a folder once more when it is opened.
+/// - An item is compared with its identity as it begins, and a folder once more when it is opened
+///   and before its name is taken away.
 /// - It does not enter another mount, not even one of the same device (statx mount-root attribute
 ///   and openat2 without crossing); a nested subvolume is a folder like any other.
 /// - A folder of the caller's own that lacks read, write or search permission gets them on its

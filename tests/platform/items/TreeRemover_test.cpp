@@ -145,9 +145,14 @@ TEST_F(TreeRemoverTest, RemovesAndLeavesAndTellsExactlyThat) {
 }
 
 TEST_F(TreeRemoverTest, LeavesWhatHasTakenTheNameOfAnItem) {
-    for (const char* made : {"/same", "/file", "/folder/inside", "/emptied/inside"})
+    for (const char* made : {"/same", "/file", "/folder/inside", "/emptied/inside", "/late/inside"})
         writeFile(trash + made);
-    Items items(trash, {"same", "file", "folder", "emptied"});
+    Items items(trash, {"same", "file", "folder", "emptied", "late"});
+    policy.onRemove = [&](const RemovalEntry& entry) {
+        if (entry.path() != trash + "/late/inside") return;
+        rename((trash + "/late").c_str(), (scratch / "old late").c_str());
+        makeFolder(trash + "/late");
+    };
     policy.onLook = [&, wasSwapped = false]() mutable {  // as the user may during a question
         if (std::exchange(wasSwapped, true)) return;
         for (const char* name : {"/file", "/folder", "/emptied"})
@@ -160,13 +165,14 @@ TEST_F(TreeRemoverTest, LeavesWhatHasTakenTheNameOfAnItem) {
     EXPECT_EQ(items.outcomes, (Outcomes{{"same", RemovalOutcome::Gone},
                                         {"file", RemovalOutcome::Replaced},
                                         {"folder", RemovalOutcome::Replaced},
-                                        {"emptied", RemovalOutcome::Replaced}}));
+                                        {"emptied", RemovalOutcome::Replaced},
+                                        {"late", RemovalOutcome::Replaced}}));
     EXPECT_THAT(policy.failed,
-                ::testing::UnorderedElementsAre(std::pair(trash + "/file", ESTALE),
-                                                std::pair(trash + "/folder", ESTALE),
-                                                std::pair(trash + "/emptied", ESTALE)));
+                ::testing::UnorderedElementsAre(
+                    std::pair(trash + "/file", ESTALE), std::pair(trash + "/folder", ESTALE),
+                    std::pair(trash + "/emptied", ESTALE), std::pair(trash + "/late", ESTALE)));
     EXPECT_TRUE(exists(trash + "/file") && exists(trash + "/folder/precious") &&
-                exists(trash + "/emptied"));
+                exists(trash + "/emptied") && exists(trash + "/late"));
 }
 
 TEST_F(TreeRemoverTest, DoesNotFollowALinkThatTakesAFoldersPlace) {

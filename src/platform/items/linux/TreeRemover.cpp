@@ -434,6 +434,11 @@ class Remover {
         const Entry entry(place, name, folder.facts);
         if (m_policy.willRemove(entry) == RemovalPolicy::Verdict::Leave) return Step::Stayed;
         if (m_policy.shouldStop()) return Step::Stayed;
+        if (!folder.above() && isReplaced(folder, parent)) {
+            folder.facts.isReplaced = true;
+            fail(entry, ESTALE, HostAccess::Read);
+            return Step::Replaced;
+        }
         const int error = unlinkEntry(place, name, folder.facts, AT_REMOVEDIR);
         if (error == 0) {
             if (held >= 0) putBack(folder, held);  // before anybody is told, since telling may wait
@@ -448,6 +453,12 @@ class Remover {
             return removeEntry(place, name, nullptr);
         }
         return fail(entry, error, HostAccess::Write);
+    }
+
+    /// Whether something else has taken the item's name while the item was emptied.
+    static bool isReplaced(const RemovalFolder& folder, int parent) {
+        const ItemIdentity found = identityAt(parent, folder.name.c_str());
+        return found.isKnown() && !isSameItem(found, folder.facts.identity);
     }
 
     void listAgain(RemovalFolder* folder) {

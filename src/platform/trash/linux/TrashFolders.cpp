@@ -145,6 +145,7 @@ Result<std::vector<TrashFolder>> creatableFolder(const std::vector<TrashPlace>& 
     return *firstError;
 }
 
+/// Requires: one of them is held open, so that nobody else gets its inode number.
 bool isSameFile(const struct stat& first, const struct stat& second) {
     return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
