@@ -17,6 +17,8 @@ INTERFACE = "com.quorvane.Kestrin3.QVHelperToolProtocol"
 PROGRESS_PATH = "/com/quorvane/Kestrin3/Progress"
 PROGRESS = """<node><interface name="com.quorvane.Kestrin3.QVHelperToolProtocolProgress">
 <method name="itemsErased"><arg type="a(ttts)" direction="in"/></method>
+<method name="attributesNotRestored"><arg type="as" direction="in"/></method>
+<method name="interrupted"><arg type="b" direction="in"/></method>
 <method name="finishedWithNonErasedCount"><arg type="t" direction="in"/></method>
 </interface></node>"""
 
@@ -60,7 +62,7 @@ class Program:
         if method == "itemsErased":
             self.tell(event="erased", items=values)
         else:
-            self.tell(event="finished", left=values)
+            self.tell(event=method, value=values)
         if self.answers:
             invocation.return_value(None)
         else:
@@ -77,6 +79,8 @@ class Program:
 
     def do_answer(self, answers):
         self.answers = answers
+        while answers and self.held:
+            self.held.pop(0).return_value(None)
 
     def do_call(self, method, tag, signature="()", arguments=(), interactive=False, fd=None):
         """Calls the helper; the reply comes as an event of that tag."""

@@ -88,7 +88,8 @@ class Caller(Child):
         super().__init__(test, source_of("caller.py"), [], user)
         self.items = []     # (count, total, size, path) of every item told
         self.batches = 0
-        self.left = []      # the count of every end told
+        self.told = {"finishedWithNonErasedCount": [], "interrupted": [], "attributesNotRestored": []}
+        self.left = self.told["finishedWithNonErasedCount"]
         self.replies = {}
         self.has_flooded = False
         self._tags = 0
@@ -115,8 +116,8 @@ class Caller(Child):
         if event["event"] == "erased":
             self.batches += 1
             self.items += [(*item[:3], unquote_to_bytes(item[3])) for item in event["items"]]
-        elif event["event"] == "finished":
-            self.left.append(event["left"])
+        elif event["event"] in self.told:
+            self.told[event["event"]].append(event["value"])
         elif event["event"] == "reply":
             self.replies[event["tag"]] = event
         elif event["event"] == "flooded":
@@ -186,6 +187,24 @@ class HelperTest(EndToEndTest):
         top = self.trash.tree(name, entries)
         run_as_root("chown", "-R", "0:0", top)
         return top
+
+    @staticmethod
+    def status(process):
+        with open(f"/proc/{process}/status", encoding="ascii") as file:
+            return dict(line.rstrip("\n").replace("\t", "").split(":", 1) for line in file)
+
+    @staticmethod
+    def children(process):
+        with open(f"/proc/{process}/task/{process}/children", encoding="ascii") as file:
+            return file.read().split()
+
+    def workers(self):
+        """The processes that carry out commands."""
+        service = str(self.bus.process_of())
+        return [child for child in self.children(self.status(service)["PPid"]) if child != service]
+
+    def attributes(self, path):
+        return self.run_as_user("lsattr", "-d", path).split()[0].decode()
 
     def everything(self):
         """All that must stay as it is, with modes, times and contents."""

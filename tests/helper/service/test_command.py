@@ -6,7 +6,8 @@ import os
 import harness
 from caller import form
 from harness import run_as_root
-from helpertest import BUSY, CANCELLED, DENIED, INVALID, Agent, HelperTest, items_xml
+from helpertest import (BUSY, CANCELLED, DENIED, INVALID, Agent, HelperTest, TrashCan, encoded,
+                        items_xml)
 
 
 class ACommand(HelperTest):
@@ -141,16 +142,6 @@ class ItsLife(HelperTest):
         self.assertLess(megabytes, 8 if harness.TIME_FACTOR == 1 else 1000)
 
     @staticmethod
-    def status(process):
-        with open(f"/proc/{process}/status", encoding="ascii") as file:
-            return dict(line.rstrip("\n").replace("\t", "").split(":", 1) for line in file)
-
-    @staticmethod
-    def children(process):
-        with open(f"/proc/{process}/task/{process}/children", encoding="ascii") as file:
-            return file.read().split()
-
-    @staticmethod
     def kilobytes(process):
         """What the process takes of the memory, its share of what it shares included."""
         with harness.as_root(), open(f"/proc/{process}/smaps_rollup", encoding="ascii") as file:
@@ -188,8 +179,54 @@ class ItsLife(HelperTest):
         except FileNotFoundError:
             return False
 
-    def attributes(self, path):
-        return self.run_as_user("lsattr", "-d", path).split()[0].decode()
+
+class AWorker(HelperTest):
+    def begin(self):
+        """A command in the middle of a locked folder; answers its caller, its worker and the folder."""
+        far = f"{'n' * 250}/" * 4  # so that few entries fill all there is between worker and caller
+        top = self.forbidden("top", [f"{far}{'n' * 240}{file}" for file in range(4000)])
+        self.lock(top)
+        caller = self.caller()
+        caller.order(do="answer", answers=False)  # which holds its command up
+        caller.reply(caller.send_erase(items_xml(unlock=[top])))
+        caller.wait(lambda: caller.items)
+        worker, = self.workers()
+        harness.wait_until(lambda: "i" not in self.attributes(top), "the folder to be unlocked")
+        return caller, worker, top
+
+    def test_that_dies_leaves_nothing_unlocked(self):
+        caller, worker, top = self.begin()
+        run_as_root("kill", "-KILL", worker)
+        caller.order(do="answer", answers=True)
+        caller.wait(lambda: caller.told["interrupted"])
+        self.assertEqual(caller.told, {"finishedWithNonErasedCount": [], "interrupted": [False],
+                                       "attributesNotRestored": []})
+        self.assertIn("i", self.attributes(top))
+        self.assertEqual(caller.erase(unlock=[top]), 0)  # and the next one works
+        self.assertGone()
+
+    def test_that_hangs_holds_up_its_user_alone(self):
+        caller, worker, top = self.begin()
+        run_as_root("kill", "-STOP", worker)
+        again = self.caller()
+        tag = again.send_erase(items_xml(unlock=[top]))
+        self.assertEqual(self.caller(harness.OTHER_USER).erase(permissions=[top], timeout=10), 1)
+        self.assertNotIn(tag, again.replies)
+        caller.order(do="answer", answers=True)
+        caller.send("setStoppedByUser", "(b)", True)
+        caller.wait(lambda: caller.told["interrupted"], timeout=10)
+        self.assertIsNone(again.reply(tag)["error"])
+        self.assertEqual(again.end(), 0)
+
+    def test_that_dies_with_its_volume_leaves_a_name(self):
+        volume = self.tmpfs(self.mount_point("Disk"), "mode=1777")
+        self.trash = TrashCan(os.path.join(volume, b".Trash-%d" % harness.USER))
+        caller, worker, top = self.begin()
+        run_as_root("umount", "--lazy", volume)
+        run_as_root("kill", "-KILL", worker)
+        caller.order(do="answer", answers=True)
+        caller.wait(lambda: caller.told["interrupted"])
+        self.assertEqual(caller.told["attributesNotRestored"], [[encoded(top)]])
 
 
 class WithoutPolicy(HelperTest):
