@@ -5,9 +5,20 @@
 # three others are the contents of the files that make it known: to the bus as a service, to the bus'
 # policy, to the policy service. All four are put in their places or none. Nothing but these words
 # and standard input is read, so that nobody can change what was allowed.
-set -eu
+# A shell of root's may have started this: nothing of its environment takes part. With this variable
+# bash looks for a special command such as "unset" before a function of that name, as others do.
+POSIXLY_CORRECT=1
+unset -f unset export set trap exit [ basename cat chmod dbus-send dirname echo ln mkdir mv printf \
+    rm sed sha256sum sync true umask
+PATH=/usr/sbin:/usr/bin:/sbin:/bin
+IFS=' 
+'
+for variable in $(export -p | sed -n 's/^\(export\|declare -x\) \([A-Za-z_][A-Za-z0-9_]*\).*/\2/p'); do
+    unset "$variable" 2>/dev/null  # bash keeps some
+done
 PATH=/usr/sbin:/usr/bin:/sbin:/bin
 export PATH
+set -eu
 umask 022
 
 label=$1 digest=$2 service=$3 policy=$4 action=$5

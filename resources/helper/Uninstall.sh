@@ -2,6 +2,16 @@
 # Removes the privileged helper and all that makes it known. The program runs this text as root
 # through pkexec: sh -c TEXT NAME [MAJOR]
 # MAJOR is the major version of the program whose helper goes; without it that is this one's.
+# A shell of root's may have started this: nothing of its environment takes part. With this variable
+# bash looks for a special command such as "unset" before a function of that name, as others do.
+POSIXLY_CORRECT=1
+unset -f unset export exit [ dbus-send echo kill rm sed sleep
+PATH=/usr/sbin:/usr/bin:/sbin:/bin
+IFS=' 
+'
+for variable in $(export -p | sed -n 's/^\(export\|declare -x\) \([A-Za-z_][A-Za-z0-9_]*\).*/\2/p'); do
+    unset "$variable" 2>/dev/null  # bash keeps some
+done
 PATH=/usr/sbin:/usr/bin:/sbin:/bin
 export PATH
 
@@ -19,7 +29,8 @@ running() {
         if [ "$process/exe" -ef "$helper_file" ]; then echo "${process#/proc/}"; fi
     done
 }
-if [ -e "$helper_file" ]; then
+# A link leads to a program of somebody else.
+if [ -f "$helper_file" ] && [ ! -L "$helper_file" ]; then
     for attempt in TERM TERM TERM TERM TERM TERM TERM TERM TERM TERM KILL; do
         pids=$(running)
         [ -n "$pids" ] || break

@@ -4,6 +4,7 @@
 import hashlib
 import os
 import shutil
+import socket
 import stat
 import subprocess
 import sys
@@ -45,15 +46,17 @@ class InstallationTest(EndToEndTest):
         return ["/bin/sh", "-c", resource("Install.sh"), "kestrin", LABEL,
                 hashlib.sha256(tool).hexdigest(), *(resource(name) for name in FILES.values())]
 
-    def install(self, tool=None):
-        return self.run_script(self.words(tool or self.tool), tool or self.tool)
+    def install(self, tool=None, shell="/bin/sh", environment=None):
+        words = [shell, *self.words(tool or self.tool)[1:]]
+        return self.run_script(words, tool or self.tool, environment)
 
-    def uninstall(self):
-        return self.run_script(["/bin/sh", "-c", resource("Uninstall.sh"), "kestrin"], b"")
+    def uninstall(self, shell="/bin/sh", environment=None):
+        return self.run_script([shell, "-c", resource("Uninstall.sh"), "kestrin"], b"", environment)
 
-    def run_script(self, words, stdin):
+    def run_script(self, words, stdin, environment=None):
         done = subprocess.run(words, input=stdin, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                              preexec_fn=lambda: harness._become(0), check=False, env={}, cwd="/")
+                              preexec_fn=lambda: harness._become(0), check=False, env=environment or {},
+                              cwd="/", timeout=60)
         self.output = done.stdout
         return done.returncode
 
@@ -113,6 +116,26 @@ class InstallationTest(EndToEndTest):
         self.assertInstalled(self.tool)
         self.assertEqual(harness.listing(self.outside), before)
 
+    def test_nothing_of_the_environment_takes_part(self):
+        """As when a shell of root's starts the scripts, and not pkexec."""
+        bus = socket.socket(socket.AF_UNIX)
+        self._undo.callback(bus.close)
+        bus.bind(b"\0" + self.scratch)
+        bus.listen()
+        bus.setblocking(False)
+        mark = os.path.join(self.scratch, b"mark")
+        environment = {b"DBUS_SYSTEM_BUS_ADDRESS": b"unix:abstract=" + self.scratch, b"IFS": b"/",
+                       b"PATH": self.scratch, b"ENV": mark}
+        for name in (b"dbus-send", b"rm", b"unset", b"export", b"sed", b"mv", b"[", b"echo", b"umask"):
+            environment[b"BASH_FUNC_" + name + b"%%"] = b"() { >" + mark + b"; }"
+        for shell in ("/bin/sh", "/bin/bash"):
+            self.assertEqual(self.install(shell=shell, environment=environment), 0, self.output)
+            self.assertInstalled(self.tool)
+            self.assertEqual(self.uninstall(shell, environment), 0, self.output)
+            self.assertEqual((self.found(), self.output), ([], b""))
+            self.assertRaises(BlockingIOError, bus.accept)
+            self.assertFalse(os.path.exists(mark))
+
     def test_another_program_or_a_strange_name_is_refused(self):
         words = self.words(self.tool)
         self.assertEqual(self.run_script(words, b"another"), 1)
@@ -131,4 +154,9 @@ class InstallationTest(EndToEndTest):
         self._undo.callback(other.kill)
         self.assertEqual(self.uninstall(), 0, self.output)
         self.assertLess(running.wait(timeout=10), 0)
+        # A link at the helper's place is no reason to end what it leads to.
+        with as_root():
+            os.symlink(namesake, HELPER)
+        self.assertEqual(self.uninstall(), 0, self.output)
+        self.assertEqual(self.found(), [])
         self.assertIsNone(other.poll())
