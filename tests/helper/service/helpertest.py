@@ -198,6 +198,14 @@ class HelperTest(EndToEndTest):
         with open(f"/proc/{process}/task/{process}/children", encoding="ascii") as file:
             return file.read().split()
 
+    @staticmethod
+    def is_running(process):
+        try:
+            with open(f"/proc/{process}/stat", "rb") as file:
+                return file.read().rsplit(b")", 1)[1].split()[0] != b"Z"
+        except FileNotFoundError:
+            return False
+
     def workers(self):
         """The processes that carry out commands."""
         service = str(self.bus.process_of())

@@ -6,8 +6,8 @@ import os
 import harness
 from caller import form
 from harness import run_as_root
-from helpertest import (BUSY, CANCELLED, DENIED, INVALID, Agent, HelperTest, TrashCan, encoded,
-                        items_xml)
+from helpertest import (BUSY, CANCELLED, DENIED, INVALID, Agent, Child, HelperTest, TrashCan, encoded,
+                        items_xml, source_of)
 
 
 class ACommand(HelperTest):
@@ -35,7 +35,7 @@ class ACommand(HelperTest):
         self.assertEqual(first.reply(first.send_erase(items_xml(permissions=tops)))["error"], BUSY)
         waiting = self.forbidden("waiting")
         tag = second.send_erase(items_xml(permissions=[waiting]))
-        self.assertEqual(self.caller().version(), ["2.0.0"])
+        self.assertEqual(second.version(), ["2.0.0"])
         self.assertNotIn(tag, second.replies)  # one after the other
         second.send("setStoppedByUser", "(b)", True)
         self.assertEqual(second.reply(tag, timeout=10)["error"], CANCELLED)
@@ -171,14 +171,6 @@ class ItsLife(HelperTest):
         if os.path.exists(top):
             self.assertIn("i", self.attributes(top))
 
-    @staticmethod
-    def is_running(process):
-        try:
-            with open(f"/proc/{process}/stat", "rb") as file:
-                return file.read().rsplit(b")", 1)[1].split()[0] != b"Z"
-        except FileNotFoundError:
-            return False
-
 
 class AWorker(HelperTest):
     def begin(self):
@@ -205,18 +197,29 @@ class AWorker(HelperTest):
         self.assertEqual(caller.erase(unlock=[top]), 0)  # and the next one works
         self.assertGone()
 
-    def test_that_hangs_holds_up_its_user_alone(self):
-        caller, worker, top = self.begin()
-        run_as_root("kill", "-STOP", worker)
-        again = self.caller()
-        tag = again.send_erase(items_xml(unlock=[top]))
-        self.assertEqual(self.caller(harness.OTHER_USER).erase(permissions=[top], timeout=10), 1)
+    def test_that_cannot_be_ended_holds_up_its_user_alone(self):
+        """Not even SIGKILL ends who waits for the lock of a folder."""
+        harness.require("fusermount")
+        top, other = self.forbidden("top"), self.forbidden("other")
+        point = os.path.join(self.home, b"point")
+        os.mkdir(point)
+        holder = Child(self, source_of("folder_holder.py"), [os.fsdecode(top), os.fsdecode(point)], harness.USER)
+        self.assertEqual(holder.line(), "held\n")
+        caller, again = self.caller(), self.caller()
+        self.assertIsNone(caller.reply(caller.send_erase(items_xml(permissions=[top])))["error"])
+        tag = again.send_erase(items_xml(permissions=[other]))
+        self.assertEqual(self.caller(harness.OTHER_USER).erase(permissions=[top], timeout=5), 1)
+        self.assertEqual(again.version(), ["2.0.0"])
         self.assertNotIn(tag, again.replies)
-        caller.order(do="answer", answers=True)
         caller.send("setStoppedByUser", "(b)", True)
         caller.wait(lambda: caller.told["interrupted"], timeout=10)
+        self.assertEqual(caller.told["interrupted"], [True])
         self.assertIsNone(again.reply(tag)["error"])
         self.assertEqual(again.end(), 0)
+        service = self.bus.process_of()
+        parent = self.status(service)["PPid"]
+        run_as_root("kill", parent)
+        harness.wait_until(lambda: not self.is_running(service) and not self.is_running(parent), "the end", 15)
 
     def test_that_dies_with_its_volume_leaves_a_name(self):
         volume = self.tmpfs(self.mount_point("Disk"), "mode=1777")
