@@ -33,9 +33,9 @@ struct EraseOutcome {
 /// in `directorysizes`; then the folders that had been left because they were not empty and now
 /// hold nothing but folders. Before every entry `stop` is looked at: once it is true the command
 /// ends within moments, however long the lists. An item that vanished meanwhile counts as gone. A
-/// locked file with several names stays. An item that is refused, because it lies in no trash of the
-/// user, counts as still there, and so does, after `stop`, everything that is not known to be gone.
-/// Thread: any but the main thread.
+/// locked file with several names stays. An item that is refused, because it lies in no trash of
+/// the user, counts as still there, and so does, after `stop`, everything that is not known to be
+/// gone. Thread: any but the main thread.
 EraseOutcome runEraseCommand(UserTrashes& trashes, const EraseItems& items, EraseProgress& progress,
                              const std::atomic<bool>& stop, unsigned workers = 0);
 

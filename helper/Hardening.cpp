@@ -35,7 +35,10 @@ constexpr std::uint64_t kNeeded =
 
 /// A list of 256 MB takes 1.1 GB while it is read.
 constexpr rlim_t kWorkerMemory = rlim_t{1536} << 20;
-constexpr rlim_t kDescriptors = 4096;
+constexpr rlim_t kWorkerDescriptors = 4096;
+/// The bus library takes 4096 descriptors of calls before it reads no further, and each may be
+/// there three times; a service that has no room for one more loses the bus.
+constexpr rlim_t kDescriptors = 65536;
 
 void require(bool condition, const char* what) {
     if (condition) return;
@@ -110,6 +113,7 @@ void keepCapabilitiesForFiles() {
 void limitWorker(int list, int socket) {
     closeAllBut(list, socket);
     require(::setpgid(0, 0) == 0, "setpgid");
+    limit(RLIMIT_NOFILE, kWorkerDescriptors, "RLIMIT_NOFILE");
     if (!kIsSanitizedBuild) limit(RLIMIT_DATA, kWorkerMemory, "RLIMIT_DATA");
     const UniqueFd score(::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC));
     if (score) (void)writeAll(score.get(), "500");  // some kernels have none

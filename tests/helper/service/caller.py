@@ -105,12 +105,19 @@ class Program:
         self.bus.send_message_with_reply(message, gio.DBusSendMessageFlags.NONE, 0x7fffffff, None,
                                          self.replied, tag)
 
-    def do_flood(self, count):
+    def do_flood(self, count, descriptors=0):
         """Commands that want no reply."""
-        for _ in range(count):
+        for number in range(count):
             message = self.gio.DBusMessage.new_method_call(SERVICE, PATH, INTERFACE, "unlockItems")
             message.set_flags(self.gio.DBusMessageFlags.NO_REPLY_EXPECTED)
             message.set_body(self.glib.Variant("(as)", (["/a"],)))
+            if descriptors:
+                files = self.gio.UnixFDList.new()
+                handles = [self.glib.Variant("h", files.append(0)) for _ in range(descriptors)]
+                message.set_unix_fd_list(files)
+                message.set_body(self.glib.Variant.new_tuple(*handles))
+                if number % 20 == 0:
+                    self.bus.flush_sync(None)
             self.bus.send_message(message, self.gio.DBusSendMessageFlags.NONE)
         self.bus.flush_sync(None)
         self.tell(event="flooded")
