@@ -33,8 +33,8 @@ constexpr std::uint64_t kNeeded =
     std::uint64_t{1} << CAP_CHOWN |            // `directorysizes` stays the user's own
     std::uint64_t{1} << CAP_LINUX_IMMUTABLE;   // locked entries
 
-/// A list of 256 MB takes 1.1 GB while it is read.
-constexpr rlim_t kWorkerMemory = rlim_t{1536} << 20;
+/// A list of 256 MB with four million short paths takes 1.6 GB.
+constexpr rlim_t kWorkerMemory = rlim_t{2048} << 20;
 constexpr rlim_t kWorkerDescriptors = 4096;
 /// The bus library takes 4096 descriptors of calls before it reads no further, and each may be
 /// there three times; a service that has no room for one more loses the bus.
