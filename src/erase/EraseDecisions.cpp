@@ -85,10 +85,9 @@ EraseDecisions::Decision EraseDecisions::decideLocked(const RemovalEntry& entry)
     // A file that was looked at goes at once: another one could take its name during the question.
     if (entry.isDirectory()) waitWhileAQuestionIsOpen();
     if (!entry.isImmutable()) return Decision::Proceed;
-    const Check check = checkForLockedFile(entry);
-    const bool isForItsNames = check == Check::Refused && entry.isLockedWithOtherNames();
-    const Decision made =
-        decision(entry, check, isForItsNames ? StayReason::HasOtherNames : StayReason::Locked);
+    const StayReason reason =
+        entry.isLockedWithOtherNames() ? StayReason::HasOtherNames : StayReason::Locked;
+    const Decision made = decision(entry, checkForLockedFile(entry), reason);
     return made == Decision::Proceed ? Decision::Unlock : made;
 }
 

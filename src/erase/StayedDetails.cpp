@@ -41,7 +41,10 @@ std::string_view reasonKey(StayReason reason) {
 }
 
 std::string_view helpKey(const StayedEntry& entry) {
-    if (entry.skipped) return "stayed_help_skipped"_key;
+    // Not to skip it would not help a file that has other names.
+    if (entry.skipped && entry.reason != StayReason::HasOtherNames) {
+        return "stayed_help_skipped"_key;
+    }
     switch (entry.reason) {
         case StayReason::Locked:
             return "stayed_help_locked"_key;
@@ -73,7 +76,7 @@ std::string_view helpKey(const StayedEntry& entry) {
 bool hasSurprise(const std::vector<StayedEntry>& stayed) {
     return std::ranges::any_of(stayed, [](const StayedEntry& entry) {
         return entry.reason == StayReason::Replaced || entry.reason == StayReason::LeftUnlocked ||
-               entry.reason == StayReason::HasOtherNames;
+               (entry.reason == StayReason::HasOtherNames && !entry.skipped);
     });
 }
 
