@@ -22,6 +22,7 @@
 #include "base/SanitizedBuild.h"
 #include "platform/items/LockAttributes.h"
 #include "platform/items/UniqueFd.h"
+#include "support/DeepChain.h"
 #include "support/FewDescriptors.h"
 #include "support/SilentVolume.h"
 #include "support/TestEnvironment.h"
@@ -315,6 +316,26 @@ TEST_F(AnEraseCommand, EndsWithinMomentsOfStopWhateverTheList) {
     writeFile(m_trash + "/directorysizes", sizes);
     m_progress.onItem = stop;
     endsSoon([&] { run({.permissionsItems = {trashed("entry")}}); });
+}
+
+TEST_F(AnEraseCommand, TakesLittleMemoryForADeepChain) {
+    KESTRIN_REQUIRE_MOUNTS();
+    struct : EraseProgress {
+        void itemErased(std::string, std::uint64_t) override { ++count; }
+        bool isHeard() const override { return true; }
+        std::atomic<int> count = 0;
+    } progress;
+    const TestVolume volume(TestVolume::Kind::Tmpfs, m_scratch / "disk");
+    const std::string files =
+        volume.mountPoint() + "/.Trash-" + std::to_string(kTestUser) + "/files";
+    makeFolder(files);
+    makeDeepChain(files, "entry", 2'500, 0700);
+    const AsRoot root;
+    UserTrashes trashes(kTestUser, m_scratch / "home", currentMounts());
+    const std::size_t before = peakMemory();
+    runEraseCommand(trashes, {.permissionsItems = {files + "/entry"}}, progress, m_stop);
+    EXPECT_EQ(progress.count, 2'500);
+    EXPECT_TRUE(kIsSanitizedBuild || peakMemory() - before < 25'000'000u);
 }
 
 TEST_F(AnEraseCommand, NeedsFewDescriptors) {

@@ -8,14 +8,17 @@
 #include <unistd.h>
 
 #include <array>
+#include <ctime>
 #include <functional>
 #include <mutex>
 #include <optional>
 #include <set>
 
+#include "base/SanitizedBuild.h"
 #include "platform/items/LockAttributes.h"
 #include "platform/items/UniqueFd.h"
 #include "platform/items/linux/DescriptorCache.h"
+#include "support/DeepChain.h"
 #include "support/FewDescriptors.h"
 #include "support/TestEnvironment.h"
 
@@ -322,6 +325,34 @@ TEST_F(TreeRemoverTest, PutsBackWhatItChangedWhenItGivesUp) {
     const AsRoot root;
     giveUp();
     EXPECT_EQ(lockStateAt(AT_FDCWD, inner.c_str()), LockState::Locked);
+}
+
+TEST_F(TreeRemoverTest, LeavesADeepChainSoonAndRemovesItInLittleMemory) {
+    KESTRIN_REQUIRE_MOUNTS();
+    const TestVolume volume(TestVolume::Kind::Tmpfs, trash);
+    makeDeepChain(trash, "entry", 10'000, 0500);
+    struct Policy : RecordingPolicy {
+        Verdict willRemove(const RemovalEntry&) override {
+            if (stopsAtBottom) stop = true;
+            if (stop) stopped = std::clock();
+            return Verdict::Proceed;
+        }
+        void didRemove(const RemovalEntry&) override {}
+        bool stopsAtBottom = true;
+        std::clock_t stopped = 0;
+    } walker;
+    const std::size_t before = peakMemory();
+    for (const RemovalOutcome expected : {RemovalOutcome::Stopped, RemovalOutcome::Gone}) {
+        Items items(trash, {"entry"});
+        TreeRemover(walker, 1).remove(items);
+        EXPECT_EQ(items.outcomes.at("entry"), expected);
+        if (walker.stop) {
+            EXPECT_LT(std::clock() - walker.stopped,
+                      CLOCKS_PER_SEC / 2 * (kIsSanitizedBuild ? 8 : 1));
+        }
+        walker.stop = walker.stopsAtBottom = false;
+    }
+    EXPECT_TRUE(kIsSanitizedBuild || peakMemory() - before < 100'000'000u);
 }
 
 TEST_F(TreeRemoverTest, BeginsInOrderAndStopsBeforeTheNextEntry) {

@@ -32,6 +32,7 @@ struct RemovalFolder : FolderNode {
     std::unique_ptr<RemovalItem> ownItem;  ///< at depth 0: what removal was asked for
     const RemovalItem* item = nullptr;     ///< that of the folder's ancestor at depth 0
     bool modeWasWidened = false;
+    bool wayWasChanged = false;  ///< mode or attributes of a folder above
     ClearedFlags clearedLocks;  ///< attributes to be put back when it stays
     FolderRights rights;        ///< for a rehearsal
     unsigned passes = 0;

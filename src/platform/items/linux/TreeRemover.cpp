@@ -278,6 +278,7 @@ class Remover {
         folder->facts = facts;
         if (place.above) {
             folder->depth = place.above->depth + 1;
+            folder->wayWasChanged = place.above->wayWasChanged || place.above->wasChanged();
             folder->item = place.above->item;
         } else {
             folder->ownItem = std::make_unique<RemovalItem>(place.item);
@@ -409,6 +410,9 @@ class Remover {
 
     /// Removes a folder when nothing stayed in it: Gone, Stayed, or Again.
     Step removeFolder(RemovalFolder& folder) {
+        // Opened through this one, while that can be searched: to find each folder of a deep chain
+        // by name takes the square of its depth.
+        const bool holdsAbove = folder.wayWasChanged && m_descriptors.pin(*folder.above()) >= 0;
         // Held, since it may have another name by now, and another folder its own.
         const int held = folder.wasChanged() ? m_descriptors.pin(folder) : -1;
         Step step = Step::Stayed;
@@ -424,6 +428,7 @@ class Remover {
             if (step != Step::Again) putBack(folder, held);
             m_descriptors.unpin(folder);
         }
+        if (holdsAbove) m_descriptors.unpin(*folder.above());
         return step;
     }
 
