@@ -165,6 +165,10 @@ TEST(ItemAttributes, UnlockingIsToldSoThatSomebodyElseCanPutItBack) {
     EXPECT_EQ(putBackLocks(other)->code, ESTALE) << "what is found is not what was told";
     EXPECT_FALSE(isLocked(file));
     ASSERT_FALSE(clearLocks(url(moved)));
+    byPath.path = moved;
+    EXPECT_FALSE(putBackLocks(byPath));
+    EXPECT_TRUE(isLocked(moved));
+    ASSERT_FALSE(clearLocks(url(moved)));
     ASSERT_EQ(unlink(moved.c_str()), 0);
     EXPECT_TRUE(observer.open.empty());
     EXPECT_FALSE(putBackLocks(told)) << "what has gone needs nothing";
