@@ -104,6 +104,7 @@ class Parent {
         if (!request) return loseService(request.error().systemError);
         if (auto* const start = std::get_if<StartRequest>(&*request)) {
             const std::uint64_t number = start->start.number;
+            collect();  // the service may know already that some have ended
             if (number <= m_lastNumber || m_workers.size() == kMaximumWorkers) {
                 return loseService(EPROTO);
             }
