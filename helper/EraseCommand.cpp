@@ -101,6 +101,9 @@ EraseOutcome runEraseCommand(UserTrashes& trashes, const EraseItems& items, Eras
     ListedItems listed(trashes, std::move(distinct), Locks::Clear, stop);
     WholePolicy policy(progress, stop);
     TreeRemover(policy, workers, LockedEntries::Unlock).remove(listed);
+    if (listed.takeUpWhatWasPutOff()) {
+        TreeRemover(policy, 1, LockedEntries::Unlock).remove(listed);
+    }
     removeEmptyFolders(trashes, foldersLeftBehind(items, stop), progress, stop);
     trashes.tidy(stop);
     return {progress.isHeard() ? listed.countLeft() : 0, policy.failures()};

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "helper/ListedItems.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <memory_resource>
 #include <unordered_set>
@@ -64,9 +65,13 @@ ListedItems::ListedItems(UserTrashes& trashes, std::vector<ListedItem> items,
     : m_trashes(trashes), m_items(std::move(items)), m_locks(locks), m_stop(stop) {}
 
 bool ListedItems::next(RemovalItem& item) {
-    while (m_next < m_items.size() && !m_stop) {
-        const std::size_t index = m_next++;
+    while (m_next < countOfTurn() && !m_stop) {
+        const std::size_t index = indexAt(m_next++);
         const std::string_view path = m_items[index].path;
+        if (isToBePutOff(path)) {
+            m_putOff.push_back(index);
+            continue;
+        }
         auto folder = m_trashes.folderOf(path, m_locks, m_stop);
         const std::lock_guard guard(m_mutex);
         if (!folder) {
@@ -79,6 +84,21 @@ bool ListedItems::next(RemovalItem& item) {
         return true;
     }
     return false;
+}
+
+bool ListedItems::isToBePutOff(std::string_view path) const {
+    const std::lock_guard guard(m_mutex);
+    return std::ranges::any_of(m_folders, [&](const auto& one) {
+        const std::string_view other = m_items[one.first].path;
+        return !partBelow(path, other).empty() || !partBelow(other, path).empty();
+    });
+}
+
+bool ListedItems::takeUpWhatWasPutOff() {
+    if (m_putOff.empty() || m_stop) return false;
+    m_order = std::exchange(m_putOff, {});
+    m_next = 0;
+    return true;
 }
 
 std::shared_ptr<EntryFolder> ListedItems::end(std::size_t index, bool isLeft) {
@@ -103,7 +123,9 @@ std::uint64_t ListedItems::countLeft() {
     std::uint64_t left = 0;
     for (const std::size_t index : m_stayed)
         left += m_stop || isThere(m_items[index]) ? 1 : 0;
-    for (std::size_t index = m_next; index < m_items.size(); ++index)
+    for (std::size_t place = m_next; place < countOfTurn(); ++place)
+        left += m_stop || isThere(m_items[indexAt(place)]) ? 1 : 0;
+    for (const std::size_t index : m_putOff)
         left += m_stop || isThere(m_items[index]) ? 1 : 0;
     return left;
 }

@@ -39,8 +39,14 @@ class ListedItems final : public RemovalItems {
     ListedItems(UserTrashes& trashes, std::vector<ListedItem> items, UserTrashes::Locks locks,
                 const std::atomic<bool>& stop);
 
+    /// An item that lies in another one under way, or around it, is put off: each of the two would
+    /// lock folders again that the other still needs unlocked.
     bool next(RemovalItem& item) override;
     void finished(const RemovalItem& item, RemovalOutcome outcome) override;
+
+    /// Has `next` go on with the items that were put off; false when there are none. To be called
+    /// when all others are finished. They may be given to a single worker only.
+    bool takeUpWhatWasPutOff();
 
     /// How many items are not gone. Those that were refused or not begun count, and those that
     /// something else has replaced do not. To be called when the removal is over: it looks at the
@@ -48,6 +54,11 @@ class ListedItems final : public RemovalItems {
     std::uint64_t countLeft();
 
  private:
+    std::size_t countOfTurn() const { return m_order.empty() ? m_items.size() : m_order.size(); }
+    std::size_t indexAt(std::size_t place) const {
+        return m_order.empty() ? place : m_order[place];
+    }
+    bool isToBePutOff(std::string_view path) const;
     std::shared_ptr<EntryFolder> end(std::size_t index, bool isLeft);
     bool isThere(const ListedItem& item);
 
@@ -55,8 +66,10 @@ class ListedItems final : public RemovalItems {
     const std::vector<ListedItem> m_items;
     const UserTrashes::Locks m_locks;
     const std::atomic<bool>& m_stop;
-    std::size_t m_next = 0;
-    std::mutex m_mutex;  ///< guards what follows
+    std::vector<std::size_t> m_order;  ///< indexes of those to hand out; none: all, as they stand
+    std::size_t m_next = 0;            ///< in that order
+    std::vector<std::size_t> m_putOff;
+    mutable std::mutex m_mutex;  ///< guards what follows
     /// Of the items under way, by index. There are never more of these than workers.
     std::map<std::size_t, std::shared_ptr<EntryFolder>> m_folders;
     std::vector<std::size_t> m_stayed;  ///< indexes

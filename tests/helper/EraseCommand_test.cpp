@@ -126,6 +126,26 @@ TEST_F(AnEraseCommand, LocksAgainWhatStays) {
     EXPECT_EQ(isLocked(m_files + "/busy"), hasMount);
 }
 
+TEST_F(AnEraseCommand, RemovesALockedFolderOfWhichEntriesAreListedToo) {
+    const std::string folder = m_files + "/folder", listed = trashed("folder/0");
+    for (const bool isFolderFirst : {true, false}) {
+        for (int file = 0; file < 9; ++file)
+            writeFile(folder + "/" + std::to_string(file));
+        if (!lock(folder)) GTEST_SKIP() << "no such attributes here";
+        EraseItems items{.unlockItems = {folder}, .permissionsItems = {listed}};
+        if (!isFolderFirst) std::swap(items.unlockItems, items.permissionsItems);
+        // One of the two takes its time.
+        m_progress.onItem = [&, isFirst = true]() mutable {
+            const auto isOtherGone = [&] {
+                return !exists(folder + "/8") || !exists(folder + "/7");
+            };
+            if (std::exchange(isFirst, false)) waitFor(isOtherGone, 300);
+        };
+        EXPECT_EQ(run(items, 2), 0u);
+        ASSERT_FALSE(exists(folder)) << isFolderFirst;
+    }
+}
+
 TEST_F(AnEraseCommand, LeavesALockedFileThatHasOtherNames) {
     const std::string outside = m_scratch / "outside/folder/file";
     const std::string name = m_files + "/name";

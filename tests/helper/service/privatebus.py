@@ -6,6 +6,7 @@ program looks for the system bus, so that no program needs to be told, and the p
 actions and rules at their usual places. All of it ends with the namespace.
 """
 
+import contextlib
 import os
 import shutil
 import subprocess
@@ -61,10 +62,7 @@ class PrivateBus:
             self._prepare(helper, idle_seconds)
             if answer:
                 self._write("rules/10-test.rules", RULE % (ACTION, "kestrin-e2e", answer))
-            self.daemon = self._start("dbus-daemon", f"--config-file={self.folder}/bus.conf",
-                                      "--nofork", "--nopidfile")
-        self._wait(lambda: os.path.exists(SOCKET), "the bus")
-        self._start_policy()
+        self.restart()
 
     def _prepare(self, helper, idle_seconds):
         for name in ("services", "system.d", "actions", "rules"):
@@ -95,6 +93,17 @@ class PrivateBus:
             text = file.read()
         program = f"Exec={os.fsdecode(helper)} --idle-seconds={idle_seconds}"
         self._write(f"services/{SERVICE}.service", text.replace("Exec=/usr/libexec/" + SERVICE, program))
+
+    def restart(self):
+        """Ends what runs, and begins anew."""
+        self.stop()
+        with harness.as_root():
+            with contextlib.suppress(FileNotFoundError):
+                os.unlink(SOCKET)
+            self.daemon = self._start("dbus-daemon", f"--config-file={self.folder}/bus.conf",
+                                      "--nofork", "--nopidfile")
+        self._wait(lambda: os.path.exists(SOCKET), "the bus")
+        self._start_policy()
 
     def _start_policy(self):
         if not os.path.exists(POLKITD):
