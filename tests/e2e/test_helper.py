@@ -3,7 +3,6 @@
 
 import os
 import re
-import signal
 import subprocess
 import sys
 import tempfile
@@ -101,29 +100,6 @@ class Authorised(HelperTest):
         self.assertEqual([int(line.split(" ")[0]) for line in lines], [1, 2, 3, 4, 5, 6], lines)
         named = {line.split(" ", 1)[1] for line in lines}
         self.assertLessEqual({os.fsdecode(self.locked), os.fsdecode(self.forbidden) + "/b/c"}, named)
-
-    def test_killed_in_mid_command(self):
-        """What it did is counted and logged, what is left is named, and the user is told."""
-        self.start_bus(answer="YES")
-        top = self.trash.tree("tree", [f"{i // 100}/{i}" for i in range(10000)])
-        run_as_root("chown", "-R", "0:0", top)
-        self.bus.call(SERVICE, "/com/quorvane/Kestrin3Helper",
-                      "com.quorvane.Kestrin3.QVHelperToolProtocol.getVersion")
-        pid = self.bus.process_of()
-        process = self.start("empty", "--yes", "--json", *ERASE)
-        with as_root():
-            while process.poll() is None and len(os.listdir(os.path.join(top, b"0"))) == 100:
-                pass
-            os.kill(pid, signal.SIGKILL)
-        run = self.finish(process)
-        self.assertEqual(run.status, 1, run)
-        self.assertIn(b"helper ended", run.err)
-        with as_root():
-            left = sum(len(files) for _, _, files in os.walk(top))
-        self.assertGreater(left, 0)
-        self.assertEqual(self.trash.records(), [b"tree"])
-        self.assertGreater(len(run.json["notErased"]), 0)
-        self.assertLessEqual(run.json["erasedCount"], 10101 - left)
 
 
 class OnATerminal(HelperTest):
