@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """Whoever takes part in a command of the helper is killed in the middle of it. KESTRIN_KILL_ROUNDS rounds, 20
-XX
+by default and fewer under a sanitizer; KESTRIN_KILL_SEED is the seed of the first, each further one has the
+next."""
 
 import array
 import contextlib
