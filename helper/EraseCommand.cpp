@@ -9,6 +9,7 @@
 #include "base/SystemLog.h"
 #include "helper/ListedItems.h"
 #include "helper/TrashPath.h"
+#include "platform/items/HostErrors.h"
 #include "platform/items/LockAttributes.h"
 #include "platform/items/TreeRemover.h"
 

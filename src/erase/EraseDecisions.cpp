@@ -7,6 +7,7 @@
 #include <set>
 #include <utility>
 
+#include "platform/items/HostErrors.h"
 #include "platform/processes/AnswerWithin.h"
 
 namespace kestrin {

@@ -2,6 +2,7 @@
 // The one place where an errno becomes an error of the program.
 #pragma once
 
+#include <cerrno>
 #include <exception>
 
 #include "base/Result.h"
@@ -12,6 +13,10 @@ enum class HostAccess {
     Read,   ///< the call looked at something: opened, listed, examined
     Write,  ///< the call changed or removed something
 };
+
+/// The errno of a folder that was closed on the way of a walk, and that nothing tells from another
+/// one that may be in its place by now.
+inline constexpr int kNotFoundAgain = ENOTUNIQ;
 
 /// The error for `systemError`: EACCES and EPERM give kFileErrorDomain with kFileWriteNoPermission
 /// or kFileReadNoPermission, EBUSY gives kOSStatusErrorDomain with kFileBusy, anything else

@@ -2,7 +2,6 @@
 // Removes entries with all they hold, by descriptor. The only code that removes files of users.
 #pragma once
 
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -14,10 +13,6 @@
 #include "platform/items/ItemIdentity.h"
 
 namespace kestrin {
-
-/// The errno of a folder that was closed on the way, and that nothing tells from another one that
-/// may be in its place by now.
-inline constexpr int kNotFoundAgain = ENOTUNIQ;
 
 /// One entry as the remover meets it. Valid only during the call that is handed it.
 class RemovalEntry {

@@ -15,6 +15,7 @@
 #include <set>
 
 #include "base/SanitizedBuild.h"
+#include "platform/items/HostErrors.h"
 #include "platform/items/LockAttributes.h"
 #include "platform/items/UniqueFd.h"
 #include "platform/items/linux/DescriptorCache.h"

@@ -14,7 +14,7 @@
 #include <cerrno>
 #include <vector>
 
-#include "platform/items/TreeRemover.h"
+#include "platform/items/HostErrors.h"
 #include "platform/items/linux/Identity.h"
 #include "platform/items/linux/KnownStatus.h"
 #include "platform/processes/Capabilities.h"

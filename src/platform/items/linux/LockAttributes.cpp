@@ -72,6 +72,12 @@ bool tellOfClearing(int fd, ClearedFlags& cleared) {
                                  {handleOf(fd), identityOf(fd), pathOf(fd), cleared.flags});
 }
 
+/// Forgets the flags: all is as it is to be.
+void settleLockFlags(ClearedFlags& cleared) {
+    if (cleared.id != 0 && s_observer) s_observer->didSettle(cleared.id);
+    cleared = {};
+}
+
 /// Holds the entry at a path that nobody vouches for.
 UniqueFd holdByPath(const std::string& path) {
     open_how how{};
@@ -122,11 +128,6 @@ void restoreLockFlags(int fd, ClearedFlags& cleared) {
         if (status.stx_nlink != 0 && setLockFlags(fd, cleared.flags) != 0) return;
     }
     settleLockFlags(cleared);
-}
-
-void settleLockFlags(ClearedFlags& cleared) {
-    if (cleared.id != 0 && s_observer) s_observer->didSettle(cleared.id);
-    cleared = {};
 }
 
 MaybeError putBackLocks(const UnlockedItem& item) {

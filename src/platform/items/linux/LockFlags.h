@@ -19,7 +19,4 @@ int clearLockFlags(int fd, ClearedFlags& cleared);
 /// Sets them again, unless the file or folder has no name any more, and forgets them.
 void restoreLockFlags(int fd, ClearedFlags& cleared);
 
-/// Forgets the flags of what was removed, or is to stay as it is.
-void settleLockFlags(ClearedFlags& cleared);
-
 }  // namespace kestrin
