@@ -61,8 +61,8 @@ class TerminalClient final : public HelperClient {
  public:
     TerminalClient(HelperLibrary& library, HelperDelegate& delegate, Terminal& terminal)
         : m_delegate(delegate, terminal), m_client(library.makeClient(m_delegate)) {}
-    void authorizedEraseWithDictionary(const HelperRequest& request) override {
-        m_client->authorizedEraseWithDictionary(request);
+    void authorizedEraseWithDictionary(std::shared_ptr<const HelperRequest> request) override {
+        m_client->authorizedEraseWithDictionary(std::move(request));
     }
     void stoppedByUser() override { m_client->stoppedByUser(); }
 

@@ -186,31 +186,31 @@ RefusalAnswer EraseRun::askToErase(const RefusalQuestion& question) const {
 
 bool EraseRun::handToHelper() {
     if (!m_decisions.hasWorkForHelper() || shouldStop()) return false;
+    const auto request = std::make_shared<HelperRequest>();  // it may be long
+    request->unlockItems = m_decisions.unlockItems();
+    request->permissionsItems = m_decisions.permissionsItems();
+    request->erasedSize = m_decisions.totSizeDeleted;
+    request->erasedCount = m_decisions.totItemsDeleted;
+    {
+        const std::lock_guard lock(m_lock);
+        if (!m_notErased.empty()) request->notTrashedBecauseFolderNotEmpty = m_notErased;
+    }
     bool hasBegun = false;
-    MainThread::postAndWait([&] { hasBegun = startHelper(); });
+    MainThread::postAndWait([&] { hasBegun = startHelper(request); });
     return hasBegun;
 }
 
 /// False when Stop came first. Main thread.
-bool EraseRun::startHelper() {
+bool EraseRun::startHelper(std::shared_ptr<const HelperRequest> request) {
     if (shouldStop()) return false;
     m_rootAccess = m_services.helper.makeClient(*this);
-    HelperRequest request;
-    request.unlockItems = m_decisions.unlockItems();
-    request.permissionsItems = m_decisions.permissionsItems();
-    request.erasedSize = m_decisions.totSizeDeleted;
-    request.erasedCount = m_decisions.totItemsDeleted;
-    {
-        const std::lock_guard lock(m_lock);
-        if (!m_notErased.empty()) request.notTrashedBecauseFolderNotEmpty = m_notErased;
-    }
     m_helperStop.emplace(m_stop, [weak = weak_from_this()] {
         MainThread::post([weak] {
             const auto run = weak.lock();
             if (run && run->m_rootAccess) run->m_rootAccess->stoppedByUser();
         });
     });
-    m_rootAccess->authorizedEraseWithDictionary(request);
+    m_rootAccess->authorizedEraseWithDictionary(std::move(request));
     return true;
 }
 

@@ -95,7 +95,7 @@ class EraseRun final : public std::enable_shared_from_this<EraseRun>,
     bool mayOpen(const FileUrl& trash);
     bool isStillThere(const TrashLocation& trash);
     RefusalAnswer askToErase(const RefusalQuestion& question) const;
-    bool startHelper();
+    bool startHelper(std::shared_ptr<const HelperRequest> request);
 
     const EraseServices m_services;
     const std::stop_token m_stop;

@@ -59,7 +59,7 @@ class HelperClient {
  public:
     virtual ~HelperClient() = default;
     /// Hands over the work and returns; the end comes through setNotErasedCount and setIsWorking.
-    virtual void authorizedEraseWithDictionary(const HelperRequest& request) = 0;
+    virtual void authorizedEraseWithDictionary(std::shared_ptr<const HelperRequest> request) = 0;
     virtual void stoppedByUser() = 0;
 };
 

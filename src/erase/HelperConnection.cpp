@@ -84,6 +84,14 @@ HostError helperError(const QDBusError& error, const StringTable& texts) {
     return of(kBusErrorDomain, error.type(), textOfError(error, texts));
 }
 
+Result<CommandList> commandList(const EraseItems& items) {
+    const std::string xml = items.toXml();
+    if (xml.size() <= kMaximumInlineList) return CommandList{QByteArray::fromStdString(xml), {}};
+    Result<UniqueFd> file = sealedFile(xml);
+    if (!file) return file.error();
+    return CommandList{{}, std::move(*file)};
+}
+
 Result<std::shared_ptr<HelperConnection>> HelperConnection::open(const BusOpener& openBus,
                                                                  const StringTable& texts,
                                                                  Handlers handlers) {
@@ -166,21 +174,17 @@ void HelperConnection::askVersion(std::function<void(const Result<QString>&)> an
             });
 }
 
-MaybeError HelperConnection::erase(std::string_view authorization,
-                                   const std::string& itemsDictionary,
-                                   std::function<void(const QDBusError&)> answered) {
-    const bool isShort = itemsDictionary.size() <= kMaximumInlineList;
+void HelperConnection::erase(std::string_view authorization, const CommandList& list,
+                             std::function<void(const QDBusError&)> answered) {
     QDBusMessage command = QDBusMessage::createMethodCall(
         QLatin1String(kHelperService), QLatin1String(kHelperPath),
         QLatin1String(QVHelperToolProtocolProxy::staticInterfaceName()),
-        isShort ? QStringLiteral("erase") : QStringLiteral("eraseFromFile"));
+        list.file ? QStringLiteral("eraseFromFile") : QStringLiteral("erase"));
     command << QByteArray(authorization.data(), static_cast<qsizetype>(authorization.size()));
-    if (isShort) {
-        command << QByteArray::fromStdString(itemsDictionary);
+    if (list.file) {
+        command << QVariant::fromValue(QDBusUnixFileDescriptor(list.file.get()));
     } else {
-        const Result<UniqueFd> file = sealedFile(itemsDictionary);
-        if (!file) return file.error();
-        command << QVariant::fromValue(QDBusUnixFileDescriptor(file->get()));
+        command << list.bytes;
     }
     command.setInteractiveAuthorizationAllowed(true);
     auto* const watcher =
@@ -190,7 +194,6 @@ MaybeError HelperConnection::erase(std::string_view authorization,
                 watcher->deleteLater();
                 answered(watcher->error());
             });
-    return {};
 }
 
 void HelperConnection::setStoppedByUser(std::function<void(const QDBusError&)> answered) {

@@ -2,6 +2,7 @@
 // The connection to the privileged helper over the system bus.
 #pragma once
 
+#include <QByteArray>
 #include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusError>
@@ -15,6 +16,7 @@
 
 #include "base/Result.h"
 #include "helper/HelperProtocol.h"
+#include "platform/items/UniqueFd.h"
 
 class QVHelperToolProtocolProxy;
 
@@ -35,6 +37,14 @@ QDBusConnection openSystemBus(const QString& name);
 /// kAuthorizationDenied or kAuthorizationCancelled, else kBusErrorDomain with QDBusError's type.
 /// "errorString" is a text for the user, "busError" the bus' own name and message.
 HostError helperError(const QDBusError& error, const StringTable& texts);
+
+/// The list of a command as it travels: in the call, or, when it is long, in a memory file.
+struct CommandList {
+    QByteArray bytes;
+    UniqueFd file;  ///< sealed; none when the bytes are all
+};
+/// Makes it, which takes long when the list is. Thread: any. Errors: of the memory file.
+Result<CommandList> commandList(const EraseItems& items);
 
 /// One connection, from its making until it is invalid: when the helper's name lost its owner (it
 /// ended), or the bus went away. Main thread; callbacks come from the event loop.
@@ -66,12 +76,11 @@ class HelperConnection : public QObject, protected QDBusContext {
     /// Asks for it, too, and returns at once; `answered` is called within 5 s, unless the
     /// connection goes before.
     void askVersion(std::function<void(const Result<QString>&)> answered);
-    /// Gives the command to erase, with the bytes of an AuthorizationForm and an EraseItems as XML;
-    /// a long one goes in a memory file. `answered` gets the reply, an error that is not valid when
-    /// the command was accepted, however long that takes: the user may be asked for a password.
-    /// Errors: of the memory file.
-    MaybeError erase(std::string_view authorization, const std::string& itemsDictionary,
-                     std::function<void(const QDBusError&)> answered);
+    /// Gives the command to erase, with the bytes of an AuthorizationForm. `answered` gets the
+    /// reply, an error that is not valid when the command was accepted, however long that takes:
+    /// the user may be asked for a password.
+    void erase(std::string_view authorization, const CommandList& list,
+               std::function<void(const QDBusError&)> answered);
     /// `answered` is called when the helper has answered, what it accepted before being known by
     /// then; with an error when it is not there, or has not answered for 5 s.
     void setStoppedByUser(std::function<void(const QDBusError&)> answered);

@@ -2,6 +2,7 @@
 #include "erase/QVSecureAccess.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <utility>
 
@@ -12,6 +13,7 @@
 #include "erase/HelperBatches.h"
 #include "erase/HelperInstaller.h"
 #include "erase/QVErrorDelegate.h"
+#include "platform/items/HostErrors.h"
 #include "platform/items/ItemAttributes.h"
 #include "platform/processes/AnswerWithin.h"
 
@@ -54,6 +56,20 @@ HostError endedEarly(std::string_view key, const StringTable& texts) {
             {{"errorString", text.toStdString()}}};
 }
 
+/// Of the items handed over. When their volume does not answer they all count. Thread: any.
+std::uint64_t countStillThere(const std::shared_ptr<const HelperRequest>& request) {
+    const auto count = answerWithin<std::uint64_t>(kCountPatience, [request]() -> std::uint64_t {
+        const auto isThere = [](const HelperItem& item) {
+            const ItemPresence presence = presenceOf(item.url, item.identity);
+            return presence == ItemPresence::There || presence == ItemPresence::Unknown;
+        };
+        return static_cast<std::uint64_t>(
+            std::ranges::count_if(request->unlockItems, isThere) +
+            std::ranges::count_if(request->permissionsItems, isThere));
+    });
+    return count.value_or(countOf(*request));
+}
+
 /// The user has read so in the question that led here.
 bool isCancelled(const HostError& error) {
     return error.domain == kOSStatusErrorDomain && error.code == kAuthorizationCancelled;
@@ -65,16 +81,17 @@ bool isCancelled(const HostError& error) {
 struct QVSecureAccess::Run {
     Run(std::shared_ptr<const HelperRequest> work, std::size_t maximumList)
         : request(work),
-          batches(work, maximumList),
+          batches(std::make_shared<HelperBatches>(work, maximumList)),
           erasedCount(work->erasedCount),
           erasedSize(work->erasedSize) {}
 
     std::shared_ptr<const HelperRequest> request;
-    HelperBatches batches;
+    std::shared_ptr<HelperBatches> batches;  ///< in use by the thread that makes the next list
     std::uint64_t erasedCount;
     std::uint64_t erasedSize;
     std::uint64_t nonErasedCount = 0;  ///< of the commands that are over
     int command = 0;                   ///< number of the one under way
+    bool isSent = false;               ///< that one is; before, its list is being made
     bool isAccepted = false;           ///< that one is: it ends by commandFinished
 };
 
@@ -195,7 +212,7 @@ void QVSecureAccess::connectionInvalidated() {
         m_helperToolConnection.reset();
     qCInfo(lcErase, "connectToHelperTool: connection invalidated");
     if (!m_run) return;
-    endRun(countStillThere(), endedEarly("helper_ended"_errorKey, m_services.texts));
+    endRunByLooking(endedEarly("helper_ended"_errorKey, m_services.texts));
 }
 
 /// Not on the stack of a call from the bus: at the end of a run the delegate may let this object,
@@ -208,30 +225,44 @@ void QVSecureAccess::later(std::function<void()> call) {
 
 // --- Commands ---
 
-void QVSecureAccess::authorizedEraseWithDictionary(const HelperRequest& request) {
+void QVSecureAccess::authorizedEraseWithDictionary(std::shared_ptr<const HelperRequest> request) {
     requireMainThread();
-    m_run = std::make_unique<Run>(std::make_shared<const HelperRequest>(request),
-                                  m_services.maximumList);
+    m_run = std::make_shared<Run>(std::move(request), m_services.maximumList);
     // Stop may have come while this client was made.
     if (!m_delegate->isStoppedByUser()) return sendNextCommand();
     later([this] {
-        if (m_run) endRun(countStillThere(), {});
+        if (m_run) endRunByLooking({});
     });
 }
 
+/// The list is made on a thread of its own: a million paths take seconds.
 void QVSecureAccess::sendNextCommand() {
-    const auto items = m_run->batches.next(m_run->erasedCount, m_run->erasedSize);
-    const bool isFirst = m_run->command++ == 0;
-    m_run->isAccepted = false;
-    const MaybeError error = sendCommand(*items);
-    if (!error) return;
-    later([this, error, isFirst] {
-        // Nothing has been tried when even the first command could not be sent.
-        if (m_run) endRun(isFirst ? countOf(*m_run->request) : countStillThere(), error);
+    ++m_run->command;
+    m_run->isSent = m_run->isAccepted = false;
+    const auto made = [this, life = std::weak_ptr(m_life), run = std::weak_ptr(m_run)](auto list) {
+        MainThread::post([this, life, run, list = std::move(list)] {
+            if (!life.expired() && m_run && m_run == run.lock()) listIsMade(*list);
+        });
+    };
+    const bool isBegun = runAbandoned([made, batches = m_run->batches, count = m_run->erasedCount,
+                                       size = m_run->erasedSize] {
+        made(std::make_shared<const Result<CommandList>>(commandList(*batches->next(count, size))));
     });
+    if (isBegun) return;
+    made(std::make_shared<const Result<CommandList>>(errorFromErrno(EAGAIN, HostAccess::Write)));
 }
 
-MaybeError QVSecureAccess::sendCommand(const EraseItems& items) {
+void QVSecureAccess::listIsMade(const Result<CommandList>& list) {
+    if (m_delegate->isStoppedByUser()) return endRunByLooking({});
+    const MaybeError error = list ? sendCommand(*list) : list.error();
+    m_run->isSent = true;
+    if (!error) return;
+    if (m_run->command > 1) return endRunByLooking(error);
+    // Nothing has been tried when even the first command could not be sent.
+    endRun(countOf(*m_run->request), error);
+}
+
+MaybeError QVSecureAccess::sendCommand(const CommandList& list) {
     MaybeError error;
     connectAndExecuteCommandBlock([&](const MaybeError& connectionError) {
         error = connectionError;
@@ -240,13 +271,13 @@ MaybeError QVSecureAccess::sendCommand(const EraseItems& items) {
                    connectionError->code);
             return;
         }
-        error = m_helperToolConnection->erase(
-            m_authorization, items.toXml(),
-            [this, command = m_run->command](const QDBusError& answer) {
-                later([this, command, answer] {
-                    if (m_run && m_run->command == command) commandAnswered(answer);
-                });
-            });
+        m_helperToolConnection->erase(m_authorization, list,
+                                      [this, command = m_run->command](const QDBusError& answer) {
+                                          later([this, command, answer] {
+                                              if (m_run && m_run->command == command)
+                                                  commandAnswered(answer);
+                                          });
+                                      });
     });
     return error;
 }
@@ -258,7 +289,7 @@ void QVSecureAccess::commandAnswered(const QDBusError& answer) {
     }
     const HostError error = helperError(answer, m_services.texts);
     // A command that waits for its turn is refused when Stop takes it back.
-    if (m_delegate->isStoppedByUser() && isCancelled(error)) return endRun(countStillThere(), {});
+    if (m_delegate->isStoppedByUser() && isCancelled(error)) return endRunByLooking({});
     const std::string text = error.localizedDescription();
     if (isOfHelper(answer)) {
         qCInfo(lcErase, "eraseWithAuthorization error %s / %d  %s", error.domain.c_str(),
@@ -267,7 +298,7 @@ void QVSecureAccess::commandAnswered(const QDBusError& answer) {
         qCInfo(lcErase, "authorizedEraseWithDictionary proxyError %s / %d %s", error.domain.c_str(),
                error.code, text.c_str());
     }
-    endRun(countStillThere(), error);
+    endRunByLooking(error);
 }
 
 void QVSecureAccess::itemsErased(const ErasedItems& items) {
@@ -291,8 +322,8 @@ void QVSecureAccess::attributesNotRestored(const QStringList& paths) {
 void QVSecureAccess::commandFinished(std::uint64_t nonErasedCount) {
     if (!m_run) return;
     m_run->nonErasedCount += nonErasedCount;
-    if (m_run->batches.isAtEnd()) return endRun(m_run->nonErasedCount, {});
-    if (m_delegate->isStoppedByUser()) return endRun(countStillThere(), {});
+    if (m_run->batches->isAtEnd()) return endRun(m_run->nonErasedCount, {});
+    if (m_delegate->isStoppedByUser()) return endRunByLooking({});
     sendNextCommand();
 }
 
@@ -300,12 +331,12 @@ void QVSecureAccess::commandFinished(std::uint64_t nonErasedCount) {
 void QVSecureAccess::commandInterrupted(bool mayGoOn) {
     if (!m_run) return;
     const auto key = mayGoOn ? "helper_hangs"_errorKey : "helper_interrupted"_errorKey;
-    endRun(countStillThere(), endedEarly(key, m_services.texts));
+    endRunByLooking(endedEarly(key, m_services.texts));
 }
 
 /// The error comes before the end, which is reported with it. The delegate may let this object go
 /// in any of its calls.
-void QVSecureAccess::endRun(std::uint64_t nonErasedCount, MaybeError error) {
+void QVSecureAccess::endRun(std::uint64_t nonErasedCount, const MaybeError& error) {
     m_run.reset();
     // With the connection ends what the helper may still be at.
     if (error) m_helperToolConnection.reset();
@@ -315,23 +346,28 @@ void QVSecureAccess::endRun(std::uint64_t nonErasedCount, MaybeError error) {
     delegate.setIsWorking(false);
 }
 
-/// Of the items handed over. When their volume does not answer they all count.
-std::uint64_t QVSecureAccess::countStillThere() const {
+/// The end of a run of which nobody tells what stayed: the disk is asked, in the background.
+void QVSecureAccess::endRunByLooking(const MaybeError& error) {
     const std::shared_ptr<const HelperRequest> request = m_run->request;
-    const auto count = answerWithin<std::uint64_t>(kCountPatience, [request]() -> std::uint64_t {
-        const auto isThere = [](const HelperItem& item) {
-            const ItemPresence presence = presenceOf(item.url, item.identity);
-            return presence == ItemPresence::There || presence == ItemPresence::Unknown;
-        };
-        return static_cast<std::uint64_t>(
-            std::ranges::count_if(request->unlockItems, isThere) +
-            std::ranges::count_if(request->permissionsItems, isThere));
-    });
-    return count.value_or(countOf(*request));
+    m_run.reset();
+    if (error) m_helperToolConnection.reset();
+    const auto counted = [this, life = std::weak_ptr(m_life), error](std::uint64_t count) {
+        MainThread::post([this, life, error, count] {
+            if (!life.expired()) endRun(count, error);
+        });
+    };
+    if (!runAbandoned([request, counted] { counted(countStillThere(request)); })) {
+        counted(countOf(*request));
+    }
 }
 
 void QVSecureAccess::stoppedByUser() {
     requireMainThread();
+    if (m_run && !m_run->isSent) {
+        return later([this] {
+            if (m_run && !m_run->isSent) endRunByLooking({});
+        });
+    }
     if (!m_run || !m_helperToolConnection || !m_helperToolConnection->isValid()) return;
     m_helperToolConnection->setStoppedByUser(
         [this, command = m_run->command](const QDBusError& answer) {
@@ -344,9 +380,9 @@ void QVSecureAccess::stoppedByUser() {
 void QVSecureAccess::stopAnswered(const QDBusError& answer) {
     if (!m_run->isAccepted) {  // the user is asked for a password; leaving takes that back
         m_helperToolConnection.reset();
-        endRun(countStillThere(), {});
+        endRunByLooking({});
     } else if (answer.isValid()) {  // it will not tell the end either
-        endRun(countStillThere(), helperError(answer, m_services.texts));
+        endRunByLooking(helperError(answer, m_services.texts));
     }
 }
 

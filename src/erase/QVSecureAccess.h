@@ -79,7 +79,7 @@ class QVSecureAccess final : public HelperClient {
     /// As described in HelperClient. Whatever happens to the helper or the bus, the end comes: the
     /// items that are still there count as not erased, and the delegate shows the error. Requires:
     /// a delegate, and no other work under way.
-    void authorizedEraseWithDictionary(const HelperRequest& request) override;
+    void authorizedEraseWithDictionary(std::shared_ptr<const HelperRequest> request) override;
     /// The helper stops at its next entry, and what is left of the work is not begun. A helper that
     /// does not answer within 5 s is left to itself: the end comes as with one that died.
     void stoppedByUser() override;
@@ -90,15 +90,16 @@ class QVSecureAccess final : public HelperClient {
     HelperConnection::Handlers handlers();
     void connectionInvalidated();
     void sendNextCommand();
-    MaybeError sendCommand(const EraseItems& items);
+    void listIsMade(const Result<CommandList>& list);
+    MaybeError sendCommand(const CommandList& list);
     void commandAnswered(const QDBusError& answer);
     void itemsErased(const ErasedItems& items);
     void attributesNotRestored(const QStringList& paths);
     void commandFinished(std::uint64_t nonErasedCount);
     void commandInterrupted(bool mayGoOn);
     void stopAnswered(const QDBusError& answer);
-    void endRun(std::uint64_t nonErasedCount, MaybeError error);
-    std::uint64_t countStillThere() const;
+    void endRun(std::uint64_t nonErasedCount, const MaybeError& error);
+    void endRunByLooking(const MaybeError& error);
     void later(std::function<void()> call);
 
     const SecureAccessServices m_services;
@@ -106,7 +107,7 @@ class QVSecureAccess final : public HelperClient {
     std::string m_authorization;  ///< the 32 bytes that every command carries
     std::shared_ptr<HelperConnection> m_helperToolConnection;
     HelperDelegate* const m_delegate;
-    std::unique_ptr<Run> m_run;
+    std::shared_ptr<Run> m_run;
     const std::shared_ptr<const bool> m_life = std::make_shared<const bool>(true);
 };
 

@@ -197,8 +197,8 @@ TEST_F(QVDeleteItemsTest, NamesATrashThatCannotBeReadAnyMore) {
 /// Erases nothing and complains.
 struct FailingHelper final : HelperClient {
     explicit FailingHelper(HelperDelegate& toTell) : delegate(toTell) {}
-    void authorizedEraseWithDictionary(const HelperRequest& request) override {
-        delegate.setNotErasedCount(request.unlockItems.size());
+    void authorizedEraseWithDictionary(std::shared_ptr<const HelperRequest> request) override {
+        delegate.setNotErasedCount(request->unlockItems.size());
         delegate.attributesNotRestored("/left");
         delegate.showErrorWithError({"d", 1, 0, {{"errorString", "It is busy."}}});
         delegate.setIsWorking(false);

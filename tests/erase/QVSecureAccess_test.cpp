@@ -112,7 +112,7 @@ class QVSecureAccessTest : public SecureAccessTest {
     void begin(const HelperRequest& work) {
         delegate = {};
         helper->commands.clear();
-        access->authorizedEraseWithDictionary(work);
+        access->authorizedEraseWithDictionary(std::make_shared<HelperRequest>(work));
         ASSERT_TRUE(waitFor([&] { return !helper->commands.empty(); }));
         wait();
     }
@@ -240,11 +240,16 @@ TEST_F(QVSecureAccessTest, StopReachesTheHelperAndNothingMoreBegins) {
     ASSERT_TRUE(waitForEnd());
     EXPECT_THAT(delegate.notErased, ElementsAre(2));
 
-    delegate = {};
-    delegate.isStopped = true;
-    access->authorizedEraseWithDictionary(request());
-    ASSERT_TRUE(waitForEnd());
-    EXPECT_EQ(helper->commands.size(), 1u) << "who has stopped is not asked for a password";
+    for (const bool isLate : {false, true}) {
+        delegate = {};
+        delegate.isStopped = !isLate;
+        access->authorizedEraseWithDictionary(std::make_shared<HelperRequest>(request()));
+        delegate.isStopped = true;  // while the list is made
+        access->stoppedByUser();
+        ASSERT_TRUE(waitForEnd());
+        EXPECT_THAT(delegate.notErased, ElementsAre(2));
+        EXPECT_EQ(helper->commands.size(), 1u) << "who has stopped is not asked for a password";
+    }
 }
 
 /// Keeps how many words it was told, and ends as told.
