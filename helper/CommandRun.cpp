@@ -127,14 +127,14 @@ void CommandRun::tellEnd() {
 /// To a call that is answered at its end: of unlockItems, and one whose list was not accepted.
 QDBusMessage CommandRun::lastReply() const {
     const QDBusMessage& call = m_command.message;
-    if (!m_refusal.empty()) {
-        return call.createErrorReply(QString::fromLatin1(HelperErrorName::kInvalid),
-                                     QString::fromStdString(m_refusal));
-    }
+    const auto refusal = [&call](const char* error, const char* reason) {
+        return call.createErrorReply(QString::fromLatin1(error), QString::fromLatin1(reason));
+    };
     const auto count = static_cast<std::size_t>(m_command.unlockItems.size());
     if (!m_finished || m_isUnlocked.size() != count) {
-        return call.createErrorReply(QString::fromLatin1(HelperErrorName::kInterrupted),
-                                     QStringLiteral("the command was interrupted"));
+        if (m_isStopped) return refusal(HelperErrorName::kCancelled, "stopped before it began");
+        if (!m_refusal.empty()) return refusal(HelperErrorName::kInvalid, m_refusal.c_str());
+        return refusal(HelperErrorName::kInterrupted, "the command was interrupted");
     }
     QStringList unlocked;
     for (std::size_t index = 0; index < count; ++index) {

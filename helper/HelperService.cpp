@@ -2,6 +2,7 @@
 #include "helper/HelperService.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 
 #include <QCoreApplication>
 #include <algorithm>
@@ -328,7 +329,12 @@ void HelperService::end(const RequestPtr& request) {
         // It is on the stack.
         m_over.push_back(std::move(request->run));
         QMetaObject::invokeMethod(
-            this, [this] { m_over.clear(); }, Qt::QueuedConnection);
+            this,
+            [this] {
+                m_over.clear();
+                ::malloc_trim(0);  // what the command took is the kernel's again
+            },
+            Qt::QueuedConnection);
         beginNext();
     }
     if (m_isEnding && m_requests.empty()) QCoreApplication::quit();

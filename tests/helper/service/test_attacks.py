@@ -8,7 +8,7 @@ import plistlib
 
 import harness
 from harness import OTHER_USER, USER, TrashCan, run_as_root
-from helpertest import BUSY, INVALID, HelperTest, encoded, items_xml
+from helpertest import BUSY, CANCELLED, INVALID, HelperTest, encoded, items_xml
 
 MEGABYTE = 1 << 20
 
@@ -164,13 +164,18 @@ class AList(Attack):
         with open(list_file, "wb") as file:
             file.write(good[:at] + paths + good[at:])
         before = harness.listing(self.secret, times="mc")
-        caller = self.caller()
+        self.assertAlive()
+        stopped, caller = self.caller(), self.caller()
+        tag = stopped.send_erase({"copy": os.fsdecode(list_file)})
+        harness.wait_until(self.workers, "the list to be read")
+        stopped.send("setStoppedByUser", "(b)", True)
+        self.assertEqual(stopped.reply(tag, timeout=2)["error"], CANCELLED)
         tag = caller.send_erase({"copy": os.fsdecode(list_file)})
         self.assertEqual(self.caller().version(), ["2.0.0"])  # others are served meanwhile
         self.assertIsNone(caller.reply(tag)["error"])
         self.assertEqual(caller.end(), 500_000)
         self.assertGone()
-        self.assertBounded(500)
+        self.assertBounded(40)  # a worker has read it
         self.assertEqual(harness.listing(self.secret, times="mc"), before)
         self.assertAlive()
 

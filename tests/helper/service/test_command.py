@@ -129,7 +129,8 @@ class ItsLife(HelperTest):
         self.assertAlive()
 
     def test_is_two_processes_of_which_the_one_on_the_bus_has_no_rights(self):
-        self.assertAlive()
+        self.assertEqual(self.caller().erase(permissions=[self.forbidden("top")]), 0)
+        harness.wait_until(lambda: not self.workers(), "the worker to go")
         service = self.status(self.bus.process_of())
         parent = self.status(service["PPid"])
         # CHOWN, DAC_OVERRIDE, DAC_READ_SEARCH, FOWNER, LINUX_IMMUTABLE
