@@ -9,17 +9,20 @@
 
 namespace kestrin {
 
-/// Blocks the signals that end the helper, for this process and those it starts, and answers a
-/// descriptor that tells of them. `ofChildren`: the end of a process started here, too.
-enum class Signals { OfTheEnd, OfTheEndAndChildren };
+enum class Signals {
+    OfTheEnd,             ///< SIGTERM and SIGINT
+    OfTheEndAndChildren,  ///< and SIGCHLD
+};
+/// Blocks the signals for this process and those it starts. The result can be read when one has
+/// come (signalfd(2)), and never waits. To be called while there is one thread.
 UniqueFd takeSignals(Signals signals);
 
 /// Starts and kills workers as the service asks at the other end of `service`, until the service,
 /// the child process `serviceProcess`, has ended; SIGTERM and SIGINT go on to it. Then the workers,
 /// whose sockets have been closed with the service, have 5 s to put everything back and end. What
 /// has not ended by then is killed; what the kernel cannot kill is left behind.
-/// It reads requests of fixed size alone, and touches no file but those of /proc. A service that
-/// asks for anything odd is killed, and so ends, in order, all that it began.
+/// It reads requests of fixed size alone, and opens no file. A service that asks for anything odd
+/// is killed, upon which its workers end in the same order.
 /// Answers the exit status of the service, or 1 when a signal ended it. To be called while there is
 /// one thread, and signals are not taken yet.
 int runParent(UniqueFd service, pid_t serviceProcess);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The privileged helper: a root service that the system bus starts on demand.
+// The privileged helper: a root service that the system bus starts on demand. What the bus starts
+// becomes the parent; the service and the workers are its children.
 #include <unistd.h>
 
 #include <QCoreApplication>
@@ -94,7 +95,8 @@ int main(int argc, char** argv) {
     if (::geteuid() != 0) return fail("must be started as root, by the system bus");
     giveUpWhatNobodyNeeds();
     auto sockets = packetSockets();
-    // There is one process to be trusted with root's powers, and another that reads the bus.
+    // Before anything else is there to be inherited: the process that has root's powers reads
+    // nothing of a user's, and the one that does has none of them.
     const pid_t service = sockets ? ::fork() : -1;
     if (service < 0) return fail("the process of the service cannot be made");
     if (service == 0) {
