@@ -5,10 +5,12 @@ helper answers."""
 
 import os
 import plistlib
+import signal
+import time
 
 import harness
 from harness import OTHER_USER, USER, TrashCan, run_as_root
-from helpertest import BUSY, CANCELLED, INVALID, HelperTest, encoded, items_xml
+from helpertest import BUSY, CANCELLED, INVALID, Child, HelperTest, encoded, items_xml, source_of
 
 MEGABYTE = 1 << 20
 
@@ -114,6 +116,29 @@ class APath(Attack):
         self.assertEqual(sorted(os.listdir(top)), [b"bound", b"bound-file", b"mounted"])
 
 
+    def test_into_what_the_user_serves_and_leaves_unanswered(self):
+        harness.require("fusermount")
+        run_as_root("sh", "-c", 'echo user_allow_other > "$1/fuse.conf"; chmod 644 "$1/fuse.conf"; '
+                    'mount --bind "$1/fuse.conf" /etc/fuse.conf', "sh", self.scratch)
+        top, gone = self.trash.tree("top", ["point/x"]), self.forbidden("gone")
+        inner, point = os.path.join(top, b"point"), self.trash.path("point")
+        for folder in (point, os.path.join(self.home, b"held")):
+            os.mkdir(folder)
+        server = Child(self, source_of("folder_holder.py"),
+                       [os.fsdecode(path) for path in (folder, point)] + ["allow_other"], USER)
+        self.assertEqual(server.line(), "held\n")
+        run_as_root("mount", "--bind", point, inner)
+        harness.send(server.process, signal.SIGSTOP)
+        with open(os.path.join(self.trash.folder, b"directorysizes"), "w", encoding="ascii") as file:
+            file.write("5 1 point\n5 1 gone\n")
+        served = [top, inner, point, os.path.join(inner, b"page"), os.path.join(point, b"page")]
+        caller = self.caller()
+        self.assertEqual(caller.erase(unlock=served, permissions=[gone], folders=served, timeout=10), 5)
+        reply = caller.call("unlockItems", "(as)", [encoded(path) for path in served])
+        self.assertEqual(reply["values"], [[encoded(top)]])
+        self.assertFalse(os.path.exists(gone))
+
+
 class AList(Attack):
     def assertInvalid(self, *lists):
         self.assertAlive()
@@ -125,6 +150,18 @@ class AList(Attack):
         self.assertBounded(60)
         self.assertEqual(self.everything(), before)
         self.assertAlive()
+
+    def begun(self, xml):
+        caller = self.caller()
+        tag = caller.send_erase(xml)
+        harness.wait_until(self.workers, "a worker")
+        return caller, tag
+
+    def assertEndsAtOnce(self, end):
+        began = time.monotonic()
+        end()
+        harness.wait_until(lambda: not self.workers(), "the end of the worker")
+        self.assertLess(time.monotonic() - began, 0.5 * harness.TIME_FACTOR)
 
     def test_that_is_no_list_of_paths(self):
         good = items_xml(permissions=[self.trash.file("file")])
@@ -165,11 +202,15 @@ class AList(Attack):
             file.write(good[:at] + paths + good[at:])
         before = harness.listing(self.secret, times="mc")
         self.assertAlive()
-        stopped, caller = self.caller(), self.caller()
-        tag = stopped.send_erase({"copy": os.fsdecode(list_file)})
-        harness.wait_until(self.workers, "the list to be read")
-        stopped.send("setStoppedByUser", "(b)", True)
-        self.assertEqual(stopped.reply(tag, timeout=2)["error"], CANCELLED)
+        for is_accepted in (False, True):
+            caller, tag = self.begun({"copy": os.fsdecode(list_file)})
+            if is_accepted:
+                self.assertIsNone(caller.reply(tag)["error"])
+            self.assertEndsAtOnce(lambda: caller.send("setStoppedByUser", "(b)", True))
+            self.assertEqual(caller.reply(tag)["error"], None if is_accepted else CANCELLED)
+            self.assertEqual(caller.end() if is_accepted else 1_000_001, 1_000_001)
+        self.assertEndsAtOnce(self.begun({"copy": os.fsdecode(list_file)})[0].kill)
+        caller = self.caller()
         tag = caller.send_erase({"copy": os.fsdecode(list_file)})
         self.assertEqual(self.caller().version(), ["2.0.0"])  # others are served meanwhile
         self.assertIsNone(caller.reply(tag)["error"])
