@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The immutable and append-only attributes of the folders on the way to what is erased.
+// The immutable and append-only attributes of the folders that hold what is erased.
 #pragma once
 
 #include <cstdint>

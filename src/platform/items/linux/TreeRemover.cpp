@@ -333,7 +333,8 @@ class Remover {
                                       : openFolderAt(parent, name, flags);
         };
         int fd = open();
-        for (int tries = 0; fd < 0 && errno == EMFILE && tries < 200; ++tries) {
+        for (int tries = 0; fd < 0 && errno == EMFILE && tries < 200 && !m_policy.shouldStop();
+             ++tries) {
             m_descriptors.closeIdle();
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
             fd = open();
