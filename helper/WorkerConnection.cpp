@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "helper/WorkerConnection.h"
 
+#include <sys/epoll.h>
+
 #include <cerrno>
 #include <utility>
 
@@ -17,6 +19,14 @@ constexpr auto kKillPatience = 2s;
 /// How many messages are taken before others have their turn.
 constexpr int kMostAtOnce = 32;
 
+/// What was sent before the end is still to be read then.
+UniqueFd watchHangUp(int socket) {
+    UniqueFd watch(::epoll_create1(EPOLL_CLOEXEC));
+    epoll_event wanted{};  // the end is told unasked
+    if (::epoll_ctl(watch.get(), EPOLL_CTL_ADD, socket, &wanted) != 0) return {};
+    return watch;
+}
+
 }  // namespace
 
 WorkerConnection::WorkerConnection(int parent, const StartWorker& worker, UniqueFd socket,
@@ -25,8 +35,15 @@ WorkerConnection::WorkerConnection(int parent, const StartWorker& worker, Unique
       m_worker(worker),
       m_handlers(std::move(handlers)),
       m_messages(worker.kind, std::move(socket), std::move(unlocked)),
-      m_readable(m_messages.socket(), QSocketNotifier::Read) {
+      m_readable(m_messages.socket(), QSocketNotifier::Read),
+      m_hangUp(watchHangUp(m_messages.socket())),
+      m_closed(m_hangUp.get(), QSocketNotifier::Read) {
     QObject::connect(&m_readable, &QSocketNotifier::activated, this, &WorkerConnection::read);
+    QObject::connect(&m_closed, &QSocketNotifier::activated, this, [this] {
+        m_closed.setEnabled(false);
+        m_isStopped = true;
+        setPaused(false);
+    });
     m_patience.setSingleShot(true);
     QObject::connect(&m_patience, &QTimer::timeout, this, &WorkerConnection::losePatience);
 }
@@ -42,6 +59,7 @@ void WorkerConnection::read() {
             // Whether the process has ended or just its socket: it is of no more use.
             kill();
             m_readable.setEnabled(false);
+            m_closed.setEnabled(false);
             m_patience.stop();
             end(End::Died);
             Q_EMIT gone();

@@ -43,7 +43,7 @@ class WorkerConnection final : public QObject {
     /// Ends it when it has not told its end by then.
     void killAfter(std::chrono::milliseconds time) { m_patience.start(time); }
     /// Takes no messages for a while; the worker waits meanwhile. A worker that was stopped is
-    /// always heard, since it could not end otherwise.
+    /// always heard, since it could not end otherwise, and so is the rest of one that has gone.
     void setPaused(bool paused);
 
     /// As of WorkerMessages.
@@ -66,6 +66,8 @@ class WorkerConnection final : public QObject {
     const Handlers m_handlers;
     WorkerMessages m_messages;
     QSocketNotifier m_readable;
+    const UniqueFd m_hangUp;  ///< readable when the worker's end is closed; see epoll(7)
+    QSocketNotifier m_closed;
     QTimer m_patience;
     bool m_isStopped = false;
     bool m_isKilled = false;
