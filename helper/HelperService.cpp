@@ -158,7 +158,7 @@ QStringList HelperService::unlockItems(const QStringList& items) {
 void HelperService::setStoppedByUser(bool stopped) {
     m_idle.start();
     const auto found = m_requests.find(message().service());
-    if (stopped && found != m_requests.end()) stop(found->second);
+    if (stopped && found != m_requests.end()) stop(RequestPtr(found->second));  // it may go
 }
 
 /// What has not begun need not begin any more.
