@@ -46,10 +46,9 @@ Timer().loop.run()
 class HelperBench:
     def __init__(self, build, place, undo):
         self.place, self._undo = place, undo
-        self.kestrin = self.copy(build, "src/app/kestrin")
-        self.copy(build, "src/app/libkestrin_helper.so")  # the program looks for it beside itself
-        self.helper = self.copy(build, "helper/com.quorvane.Kestrin3Helper")
+        self.bus = None
         self.make_tree = self.copy(build, "bench/kestrin-make-tree")
+        self.use(build)
         self.trash = os.path.join(place, ".local/share/Trash")
         self.add_account()
         self.install()
@@ -60,8 +59,19 @@ class HelperBench:
         self.bus = PrivateBus(folder, self.helper, answer="YES")
         undo.callback(self.bus.stop)
 
-    def copy(self, build, program):
-        target = os.path.join(self.place, os.path.basename(program))
+    def use(self, build):
+        """Takes program and helper of that build."""
+        self.kestrin = self.copy(build, "src/app/kestrin")
+        self.copy(build, "src/app/libkestrin_helper.so")  # the program looks for it beside itself
+        self.helper = self.copy(build, "helper/com.quorvane.Kestrin3Helper")
+        if self.bus:
+            self.copy(build, "helper/com.quorvane.Kestrin3Helper", "libexec")
+            self.bus.restart()
+
+    def copy(self, build, program, folder=""):
+        target = os.path.join(self.place, folder, os.path.basename(program))
+        if os.path.exists(target):
+            os.unlink(target)  # it may run
         shutil.copy(os.path.join(build, program), target)
         os.chmod(target, 0o755)
         return target
@@ -140,9 +150,28 @@ class HelperBench:
         return told
 
 
+    def idle(self):
+        """How many processes of the helper are left when its commands are over, and the megabytes of memory that
+        they have together, their shares of what is shared included."""
+        time.sleep(1)
+        kilobytes = []
+        with harness.as_root():
+            for process in filter(self.is_helper, filter(str.isdigit, os.listdir("/proc"))):
+                with open(f"/proc/{process}/smaps_rollup", encoding="ascii") as file:
+                    kilobytes += [int(line.split()[1]) for line in file if line.startswith("Pss:")]
+        return len(kilobytes), sum(kilobytes) / 1000
+
+    def is_helper(self, process):
+        try:
+            return os.path.samefile(f"/proc/{process}/exe", self.helper)
+        except OSError:
+            return False
+
+
 def main():
     parser = argparse.ArgumentParser(prog="scripts/bench --helper", description=__doc__)
     parser.add_argument("--build", required=True, help="a build folder of the release preset")
+    parser.add_argument("--beside", metavar="BUILD", help="another build, measured in turn with this one")
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--on", metavar="FOLDER", help="measure on that folder's file system")
     parser.add_argument("--quick", action="store_true", help="a tenth of the files, two rounds")
@@ -160,15 +189,23 @@ def main():
         undo.callback(os.seteuid, 0)
         subject = HelperBench(options.build, place, undo)
         plain, whole, helped, messages = [], [], [], []
+        others = {"one command": [], "--forbidden=erase": []}
         for _ in range(rounds):
+            if options.beside:
+                subject.use(options.beside)
+                others["--forbidden=erase"].append(subject.whole(shape))
+                others["one command"].append(subject.helped(shape)["seconds"])
+                subject.use(options.build)
             plain.append(subject.plain(shape))
             whole.append(subject.whole(shape))
             told = subject.helped(shape)
             helped.append(told["seconds"])
             messages.append(told["batches"] / told["seconds"])
         for name, times in (("one command", helped), ("--forbidden=erase", whole)):
-            bench.report("Erasing", {name: times, "kestrin empty --yes": plain}, name)
+            beside = {"the other build": others[name]} if options.beside else {}
+            bench.report("Erasing", {name: times, "kestrin empty --yes": plain, **beside}, name)
         print(f"  {statistics.median(messages):.0f} messages a second, {told['items']} entries told")
+        print("  %d processes idle, %.1f MB together" % subject.idle())
 
 
 if __name__ == "__main__":
