@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/disks/MountTable.h"
@@ -30,9 +31,13 @@ UniqueFd holdFolder(int parent, const std::string& name);
 /// Holds the folder at an absolute path of the system's own, following links.
 UniqueFd holdSystemFolder(const std::string& path);
 
-/// Holds the root folder of that very mount of the table. Its path may lead elsewhere by now: then
-/// nothing is held, and errno is ESTALE. No link is followed, and nothing is looked up in a mount
-/// that is not trusted (isTrustedMount): then errno is ESTALE, too.
+/// Holds the folder at an absolute path of which a user may have chosen any part. No link is
+/// followed, and nothing is looked up in a mount that is not trusted (isTrustedMount): then errno
+/// is ESTALE.
+UniqueFd holdTrustedFolder(std::string_view path, const std::vector<MountEntry>& mounts);
+
+/// Holds, in the same way, the root folder of that very mount of the table. Its path may lead
+/// elsewhere by now: then nothing is held, and errno is ESTALE.
 UniqueFd holdMountRoot(const MountEntry& mount, const std::vector<MountEntry>& mounts);
 
 /// Fills in `facts`. False, with errno, when the folder cannot be examined.

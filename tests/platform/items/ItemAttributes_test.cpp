@@ -14,6 +14,7 @@
 #include "platform/items/ItemIdentity.h"
 #include "platform/items/LockAttributes.h"
 #include "platform/items/UniqueFd.h"
+#include "support/SilentVolume.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
@@ -172,6 +173,10 @@ TEST(ItemAttributes, UnlockingIsToldSoThatSomebodyElseCanPutItBack) {
     ASSERT_EQ(unlink(moved.c_str()), 0);
     EXPECT_TRUE(observer.open.empty());
     EXPECT_FALSE(putBackLocks(told)) << "what has gone needs nothing";
+    makeFolder(byPath.path = scratch / "silent");
+    SilentVolume volume(byPath.path);
+    byPath.path += "/file";
+    EXPECT_TRUE(volume.doesNotHold([&] { EXPECT_TRUE(putBackLocks(byPath)); }));
 }
 
 TEST(ItemAttributes, ReadsLinksOfAnyLength) {

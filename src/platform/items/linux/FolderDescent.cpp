@@ -41,22 +41,31 @@ UniqueFd holdSystemFolder(const std::string& path) {
     return UniqueFd(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
-UniqueFd holdMountRoot(const MountEntry& mount, const std::vector<MountEntry>& mounts) {
+UniqueFd holdTrustedFolder(std::string_view path, const std::vector<MountEntry>& mounts) {
     UniqueFd folder(open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
-    std::string_view way = mount.mountPoint;
-    for (;;) {
-        struct statx status {};
-        if (!folder || !knownStatus(folder.get(), STATX_MNT_ID, status)) return {};
-        const bool isKnown = (status.stx_mask & STATX_MNT_ID) != 0;
-        way.remove_prefix(std::min(way.find_first_not_of('/'), way.size()));
-        const bool isThere = way.empty() && isMountRoot(status) &&
-                             status.stx_mnt_id == static_cast<std::uint64_t>(mount.id);
-        if (isKnown && isThere) return folder;
-        if (!isKnown || way.empty() || !isTrustedMount(mounts, status.stx_mnt_id)) break;
-        const std::string step(way.substr(0, way.find('/')));
+    while (folder) {
+        path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
+        if (path.empty()) break;
+        FolderFacts facts;
+        if (!examineFolder(folder.get(), facts)) return {};
+        if (!isTrustedMount(mounts, facts.mountId)) {
+            errno = ESTALE;
+            return {};
+        }
+        const std::string step(path.substr(0, path.find('/')));
         folder = enterFolder(folder.get(), step.c_str());
-        way.remove_prefix(step.size());
+        path.remove_prefix(step.size());
     }
+    return folder;
+}
+
+UniqueFd holdMountRoot(const MountEntry& mount, const std::vector<MountEntry>& mounts) {
+    UniqueFd root = holdTrustedFolder(mount.mountPoint, mounts);
+    struct statx status {};
+    if (!root || !knownStatus(root.get(), STATX_MNT_ID, status)) return {};
+    const bool isMount = isMountRoot(status) && (status.stx_mask & STATX_MNT_ID) != 0 &&
+                         status.stx_mnt_id == static_cast<std::uint64_t>(mount.id);
+    if (isMount) return root;
     errno = ESTALE;
     return {};
 }

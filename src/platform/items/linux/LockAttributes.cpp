@@ -6,7 +6,6 @@
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -14,6 +13,8 @@
 #include <string>
 #include <utility>
 
+#include "platform/disks/MountTable.h"
+#include "platform/items/FolderDescent.h"
 #include "platform/items/HostErrors.h"
 #include "platform/items/linux/HeldEntry.h"
 #include "platform/items/linux/Identity.h"
@@ -79,12 +80,16 @@ void settleLockFlags(ClearedFlags& cleared) {
 }
 
 /// Holds the entry at a path that nobody vouches for.
-UniqueFd holdByPath(const std::string& path) {
-    open_how how{};
-    how.flags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
-    how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
-    return UniqueFd(
-        static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
+UniqueFd holdByPath(const FileUrl& item) {
+    const auto mounts = currentMounts();
+    const UniqueFd folder = holdTrustedFolder(item.parent().path(), mounts);
+    FolderFacts facts;
+    if (!folder || !examineFolder(folder.get(), facts)) return {};
+    if (isTrustedMount(mounts, facts.mountId)) {
+        return holdEntry(folder.get(), std::string(item.lastPathComponent()).c_str());
+    }
+    errno = ESTALE;
+    return {};
 }
 
 /// Adds the flags to those that are set. 0 or an errno.
@@ -134,7 +139,8 @@ MaybeError putBackLocks(const UnlockedItem& item) {
     const bool hasHandle = item.handle.isKnown();
     if (!hasHandle && item.identity.birthTime == 0)
         return errorFromErrno(ESTALE, HostAccess::Write);
-    const UniqueFd held = hasHandle ? holdByHandle(item.handle) : holdByPath(item.path);
+    const UniqueFd held =
+        hasHandle ? holdByHandle(item.handle) : holdByPath(FileUrl::fromPath(item.path));
     if (!held && hasHandle && errno == ESTALE) return std::nullopt;
     if (!held) return errorFromErrno(errno, HostAccess::Write);
     const ItemIdentity found = identityOf(held.get());
