@@ -64,16 +64,21 @@ class ACommand(HelperTest):
             for process in filter(str.isdigit, os.listdir("/proc")):
                 with contextlib.suppress(OSError):
                     if os.path.samestat(os.stat(f"/proc/{process}/exe"), program):
-                        yield process
+                        yield int(process)
+
+    def helper_on_bus(self):
+        """The processes of its parent and its service; none when there is no helper."""
+        service = self.bus.process_of()
+        with contextlib.suppress(FileNotFoundError), open(f"/proc/{service}/stat", encoding="ascii") as file:
+            return [int(file.read().rsplit(")", 1)[1].split()[1]), service]
+        return []
 
     def begin(self):
         """Starts a command; answers it, and what the helper's parent and service are."""
         self.bus.call(SERVICE, "/com/quorvane/Kestrin3Helper",
                       "com.quorvane.Kestrin3.QVHelperToolProtocol.getVersion")
-        service = self.bus.process_of()
-        with open(f"/proc/{service}/stat", encoding="ascii") as file:
-            parent = int(file.read().rsplit(")", 1)[1].split()[1])
-        return self.start("empty", "--yes", "--json", "--no-log", *ERASE), parent, service
+        helper = self.helper_on_bus()
+        return self.start("empty", "--yes", "--json", "--no-log", *ERASE), *helper
 
     @staticmethod
     def workers(parent, service):
@@ -115,8 +120,8 @@ class ACommand(HelperTest):
         process, *helper = self.begin()
         self.kill(victim, chance.uniform(-0.1, 1) * life, process, *helper)
         run = self.finish(process)
-        # The two that are idle, of this helper or of one that came after it, or nobody.
-        harness.wait_until(lambda: len(list(self.processes())) in (0, 2), f"the end without the {victim}", 15)
+        # Of this helper, or of one that came after it, nobody is left but the two that are idle.
+        harness.wait_until(lambda: set(self.processes()) == set(self.helper_on_bus()), f"the end of a {victim}", 15)
         after = self.entries()
         self.assertEqual(harness.listing(self.outside, times="mc"), outside)
         named = [] if victim == "program" else self.check_report(run, before, after)

@@ -159,19 +159,6 @@ class ItsLife(HelperTest):
             self.assertFalse(run_as_root("rmdir", top, check=False))
             self.assertIn("i", self.attributes(top))
 
-    def test_ends_with_the_bus(self):
-        top = self.forbidden("top", [f"f{file}" for file in range(3000)])
-        self.lock(top)
-        caller = self.caller()
-        caller.order(do="answer", answers=False)
-        caller.reply(caller.send_erase(items_xml(permissions=[top])))
-        helper = self.bus.process_of()
-        with harness.as_root():
-            self.bus.daemon.kill()
-        harness.wait_until(lambda: not self.is_running(helper), "the end of the helper")
-        if os.path.exists(top):
-            self.assertIn("i", self.attributes(top))
-
 
 class AWorker(HelperTest):
     def begin(self):
