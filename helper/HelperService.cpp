@@ -349,7 +349,9 @@ void HelperService::callerLeft(const QString& caller) {
 }
 
 void HelperService::leaveWhenIdle() {
-    if (!m_requests.empty()) return m_idle.start();
+    // A helper that came after this one would know nothing of workers that cannot be ended, so that
+    // their user could have ever more of them.
+    if (!m_requests.empty() || m_workers.areThere()) return m_idle.start();
     // What is sent to the name from now on starts another helper; what came before is served first.
     m_bus.unregisterService(latin1(kHelperService));
     QMetaObject::invokeMethod(this, &HelperService::leaveUnlessCalled, Qt::QueuedConnection);

@@ -30,6 +30,9 @@ class Workers final : public QObject {
     /// How many workers of the user even the kernel cannot end.
     std::size_t countLeftBehind(std::uint32_t user) const;
 
+    /// Whether any process is still there, one that cannot be ended too.
+    bool areThere() const { return !m_connections.empty(); }
+
     int parent() const { return m_parent.get(); }
 
  private:

@@ -2,6 +2,7 @@
 """What the helper does for a program that is authorised."""
 
 import os
+import time
 
 import harness
 from caller import form
@@ -161,6 +162,8 @@ class ItsLife(HelperTest):
 
 
 class AWorker(HelperTest):
+    idle_seconds = 2
+
     def begin(self):
         """A command in the middle of a locked folder; answers its caller, its worker and the folder."""
         far = f"{'n' * 250}/" * 4  # so that few entries fill all there is between worker and caller
@@ -206,6 +209,8 @@ class AWorker(HelperTest):
         self.assertEqual(again.end(), 0)
         service = self.bus.process_of()
         parent = self.status(service)["PPid"]
+        time.sleep(2.5)  # as long as it is there it counts for its user, and keeps the helper
+        self.assertEqual(self.bus.process_of(), service)
         run_as_root("kill", parent)
         harness.wait_until(lambda: not self.is_running(service) and not self.is_running(parent), "the end", 15)
 
