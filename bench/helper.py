@@ -46,7 +46,6 @@ Timer().loop.run()
 class HelperBench:
     def __init__(self, build, place, undo):
         self.place, self._undo = place, undo
-        self.bus = None
         self.make_tree = self.copy(build, "bench/kestrin-make-tree")
         self.use(build)
         self.trash = os.path.join(place, ".local/share/Trash")
@@ -64,9 +63,13 @@ class HelperBench:
         self.kestrin = self.copy(build, "src/app/kestrin")
         self.copy(build, "src/app/libkestrin_helper.so")  # the program looks for it beside itself
         self.helper = self.copy(build, "helper/com.quorvane.Kestrin3Helper")
-        if self.bus:
+
+    def exchange(self, build):
+        """Takes another build's in their places."""
+        with harness.as_root():
+            self.use(build)
             self.copy(build, "helper/com.quorvane.Kestrin3Helper", "libexec")
-            self.bus.restart()
+        self.bus.restart()
 
     def copy(self, build, program, folder=""):
         target = os.path.join(self.place, folder, os.path.basename(program))
@@ -192,10 +195,10 @@ def main():
         others = {"one command": [], "--forbidden=erase": []}
         for _ in range(rounds):
             if options.beside:
-                subject.use(options.beside)
+                subject.exchange(options.beside)
                 others["--forbidden=erase"].append(subject.whole(shape))
                 others["one command"].append(subject.helped(shape)["seconds"])
-                subject.use(options.build)
+                subject.exchange(options.build)
             plain.append(subject.plain(shape))
             whole.append(subject.whole(shape))
             told = subject.helped(shape)
