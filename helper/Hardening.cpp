@@ -2,8 +2,11 @@
 #include "helper/Hardening.h"
 
 #include <fcntl.h>
+#include <link.h>
 #include <linux/capability.h>
 #include <linux/securebits.h>
+#include <malloc.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -15,6 +18,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 
 #include "base/SanitizedBuild.h"
 #include "base/WriteAll.h"
@@ -117,6 +121,21 @@ void limitWorker(int list, int socket) {
     if (!kIsSanitizedBuild) limit(RLIMIT_DATA, kWorkerMemory, "RLIMIT_DATA");
     const UniqueFd score(::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC));
     if (score) (void)writeAll(score.get(), "500");  // some kernels have none
+}
+
+void giveUpUnusedMemory() {
+    ::malloc_trim(0);
+    const auto giveUpLibrary = [](dl_phdr_info* library, std::size_t, void*) {
+        const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+        for (const ElfW(Phdr) & part : std::span(library->dlpi_phdr, library->dlpi_phnum)) {
+            if (part.p_type != PT_LOAD || (part.p_flags & PF_W) != 0) continue;
+            const std::uintptr_t begin = library->dlpi_addr + part.p_vaddr;
+            const std::uintptr_t first = begin / page * page;
+            ::madvise(reinterpret_cast<void*>(first), begin + part.p_memsz - first, MADV_DONTNEED);
+        }
+        return 0;
+    };
+    ::dl_iterate_phdr(giveUpLibrary, nullptr);
 }
 
 }  // namespace kestrin

@@ -26,4 +26,8 @@ void keepCapabilitiesForFiles();
 /// the standard ones and these two is closed.
 void limitWorker(int list, int socket);
 
+/// Leaves the kernel all memory that is of no use just now: what was freed, and the pages of
+/// program and libraries, which come back from their files when they are needed. Thread: any.
+void giveUpUnusedMemory();
+
 }  // namespace kestrin

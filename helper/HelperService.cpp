@@ -2,7 +2,6 @@
 #include "helper/HelperService.h"
 
 #include <fcntl.h>
-#include <malloc.h>
 
 #include <QCoreApplication>
 #include <algorithm>
@@ -13,6 +12,7 @@
 
 #include "base/SystemLog.h"
 #include "helper/CommandRun.h"
+#include "helper/Hardening.h"
 #include "helper/HelperProtocol.h"
 #include "helper/QVCommonHelper.h"
 #include "helper/WorkerProtocol.h"
@@ -332,7 +332,7 @@ void HelperService::end(const RequestPtr& request) {
             this,
             [this] {
                 m_over.clear();
-                ::malloc_trim(0);  // what the command took is the kernel's again
+                giveUpUnusedMemory();
             },
             Qt::QueuedConnection);
         beginNext();

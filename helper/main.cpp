@@ -69,6 +69,7 @@ int serveOnBus(std::chrono::seconds idle, UniqueFd parent) {
         return fail("the object cannot be registered");
     }
     if (!service.start()) return fail("the name on the system bus is taken, or not to be had");
+    giveUpUnusedMemory();
     return QCoreApplication::exec();
 }
 
@@ -105,5 +106,6 @@ int main(int argc, char** argv) {
     }
     sockets->other.reset();
     keepCapabilitiesForFiles();
+    giveUpUnusedMemory();
     return runParent(std::move(sockets->one), service);
 }
