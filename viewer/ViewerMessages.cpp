@@ -65,8 +65,8 @@ template <class Packet>
 Result<Received<Packet>> receive(int socket, std::size_t descriptors) {
     Received<Packet> received;
     const std::uint32_t mark = received.packet.mark;
-    auto packet = receivePacket(
-        socket, {reinterpret_cast<char*>(&received.packet), sizeof received.packet});
+    auto packet =
+        receivePacket(socket, {reinterpret_cast<char*>(&received.packet), sizeof received.packet});
     if (!packet) return packet.error();
     if (packet->size != sizeof(Packet) || received.packet.mark != mark ||
         packet->descriptors.size() != descriptors) {

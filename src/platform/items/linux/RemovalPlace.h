@@ -33,8 +33,8 @@ struct RemovalFolder : FolderNode {
     const RemovalItem* item = nullptr;     ///< that of the folder's ancestor at depth 0
     bool modeWasWidened = false;
     bool wayWasChanged = false;  ///< mode or attributes of a folder above
-    ClearedFlags clearedLocks;  ///< attributes to be put back when it stays
-    FolderRights rights;        ///< for a rehearsal
+    ClearedFlags clearedLocks;   ///< attributes to be put back when it stays
+    FolderRights rights;         ///< for a rehearsal
     unsigned passes = 0;
     std::atomic<std::uint32_t> pending = 1;  ///< the listing and the folders below
     std::atomic<bool> somethingStayed = false;
