@@ -313,7 +313,7 @@ TEST_F(AnEraseCommand, EndsWithinMomentsOfStopWhateverTheList) {
     }
     const std::string xml = refused.toXml();
     // The processor's time is measured, so that what else the machine does is left out.
-    std::clock_t stopped = 0;
+    std::atomic<std::clock_t> stopped = 0;
     const auto stop = [&] {
         stopped = std::clock();
         m_stop = true;
