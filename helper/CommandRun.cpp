@@ -1,21 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "helper/CommandRun.h"
 
-#include <chrono>
 #include <utility>
 #include <variant>
 
 #include "base/FileUrl.h"
 #include "base/SystemLog.h"
 #include "helper/HelperProtocol.h"
+#include "helper/Patience.h"
 #include "platform/items/SealedFile.h"
 
 namespace kestrin {
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto kPutBackPatience = 30s;
 /// The most bytes of paths that are told at the end, and the most paths that are logged.
 constexpr std::size_t kMaximumTold = std::size_t{1} << 20;
 constexpr std::size_t kMaximumLogged = 20;

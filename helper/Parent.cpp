@@ -13,10 +13,12 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "helper/HelperProtocol.h"
+#include "helper/Patience.h"
 #include "helper/Worker.h"
 #include "helper/WorkerProtocol.h"
 
@@ -24,10 +26,6 @@ namespace kestrin {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-/// What the service may take for its end: its workers are given 7 s, a restoring one 30 s.
-constexpr std::chrono::seconds kServicePatience{60};
-constexpr std::chrono::seconds kWorkerPatience{5};
-constexpr std::chrono::seconds kKernelPatience{2};
 
 /// Nothing but plain text is logged here: what libraries keep open for it would be the workers' as
 /// well.
@@ -58,7 +56,9 @@ class Parent {
  private:
     struct Worker {
         std::uint64_t number;
+        std::uint32_t user;
         pid_t process;
+        bool isKilled = false;
     };
 
     /// Waits for a signal, which it takes, or a request, which it carries out. False when the time
@@ -114,8 +114,13 @@ class Parent {
             const std::uint64_t number = std::get<KillWorker>(*request).number;
             if (number > m_lastNumber) return loseService(EPROTO);
             const auto found = std::ranges::find(m_workers, number, &Worker::number);
-            if (found != m_workers.end()) ::kill(found->process, SIGKILL);
+            if (found != m_workers.end()) kill(*found);
         }
+    }
+
+    static void kill(Worker& worker) {
+        ::kill(worker.process, SIGKILL);
+        worker.isKilled = true;
     }
 
     /// The service is about to end, or is no longer what it was.
@@ -134,30 +139,35 @@ class Parent {
             return;
         }
         ::kill(m_serviceProcess, SIGKILL);
-        m_deadline = Clock::now() + kKernelPatience;
+        m_deadline = Clock::now() + kKillPatience;
     }
 
     void startOne(StartRequest request) {
         const pid_t process = ::fork();
         if (process == 0) runWorker(std::move(request));
         if (process > 0) {
-            m_workers.push_back({request.start.number, process});
+            m_workers.push_back({request.start.number, request.start.user, process});
         } else {
             log("fork", std::strerror(errno));  // the service sees that the socket is closed
         }
     }
 
     void endWorkers() {
-        waitForWorkers(kWorkerPatience);
-        for (const Worker& worker : m_workers)
-            ::kill(worker.process, SIGKILL);
-        waitForWorkers(kKernelPatience);
+        const auto mayEnd = [](const Worker& worker) { return !worker.isKilled; };
+        waitForWorkers(kAlonePatience, [&] { return std::ranges::any_of(m_workers, mayEnd); });
+        for (Worker& worker : m_workers) {
+            if (worker.isKilled) continue;
+            log("a worker is killed", ("of user " + std::to_string(worker.user)).c_str());
+            kill(worker);
+        }
+        waitForWorkers(kKillPatience, [this] { return !m_workers.empty(); });
         if (!m_workers.empty()) log("a worker is left behind", "the kernel cannot end it");
     }
 
-    void waitForWorkers(std::chrono::seconds patience) {
+    template <class Condition>
+    void waitForWorkers(std::chrono::seconds patience, Condition areThere) {
         m_deadline = Clock::now() + patience;
-        for (bool isInTime = true; isInTime && !m_workers.empty(); collect())
+        for (bool isInTime = true; isInTime && areThere(); collect())
             isInTime = waitForNews();
     }
 

@@ -19,8 +19,9 @@ UniqueFd takeSignals(Signals signals);
 
 /// Starts and kills workers as the service asks at the other end of `service`, until the service,
 /// the child process `serviceProcess`, has ended; SIGTERM and SIGINT go on to it. Then the workers,
-/// whose sockets have been closed with the service, have 5 s to put everything back and end. What
-/// has not ended by then is killed; what the kernel cannot kill is left behind.
+/// whose sockets have been closed with the service, have 10 s to put everything back and end. Who
+/// has not ended by then is killed and logged; what the kernel cannot kill is left behind. When all
+/// of that ends, Patience.h tells.
 /// It reads requests of fixed size alone, and opens no file. A service that asks for anything odd
 /// is killed, upon which its workers end in the same order.
 /// Answers the exit status of the service, or 1 when a signal ended it. To be called while there is

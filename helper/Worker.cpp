@@ -4,14 +4,17 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -22,6 +25,7 @@
 #include "helper/Hardening.h"
 #include "helper/HelperProtocol.h"
 #include "helper/Parent.h"
+#include "helper/Patience.h"
 #include "platform/items/HostErrors.h"
 #include "platform/items/SealedFile.h"
 #include "platform/processes/PacketSocket.h"
@@ -35,7 +39,14 @@ constexpr std::chrono::milliseconds kLongestSilence{10};
 /// Above this, those who erase wait for the service.
 constexpr std::size_t kMaximumPendingBytes = std::size_t{256} << 10;
 
-/// Tells the service what the command does, and hears from it when to stop.
+/// How many threads lock items again: one that hangs, since a user holds the item's lock in the
+/// kernel, holds up none of the others.
+constexpr std::size_t kPutBackThreads = 16;
+/// The most items that are written down as not locked again.
+constexpr std::size_t kMaximumLogged = 20;
+
+/// Tells the service what the command does, and hears from it when to stop. What is without its
+/// attributes is known here as well, so that they are put back when the service has gone.
 class ServiceChannel final : public EraseProgress, public LockObserver {
  public:
     explicit ServiceChannel(UniqueFd socket)
@@ -65,10 +76,17 @@ class ServiceChannel final : public EraseProgress, public LockObserver {
     bool isHeard() const override { return !m_isAlone; }
 
     bool willClear(std::uint64_t id, const UnlockedItem& item) override {
+        takeOver({{id, item}});
         return send(LocksToClear{id, item});
+    }
+    /// Takes these for items that are without their attributes.
+    void takeOver(UnlockedItems items) {
+        const std::lock_guard lock(m_mutex);
+        m_outstanding.merge(items);
     }
     void didSettle(std::uint64_t id) override {
         const std::lock_guard lock(m_mutex);
+        m_outstanding.erase(id);
         add(sizeof id);
         m_settled.ids.push_back(id);
     }
@@ -81,6 +99,27 @@ class ServiceChannel final : public EraseProgress, public LockObserver {
         loseService();
         return false;
     }
+    /// Puts the attributes back of all items that are without them, until the threads have ended.
+    /// What cannot be put back is told.
+    std::vector<std::jthread> putBack() {
+        std::vector<std::jthread> threads;
+        const auto last = std::make_shared<std::uint64_t>(0);
+        std::unique_lock lock(m_mutex);
+        const std::size_t count = std::min(m_outstanding.size(), kPutBackThreads);
+        m_restoring += count;
+        lock.unlock();
+        const auto work = [this, last] { putBackAfter(*last); };
+        try {
+            while (threads.size() < count)
+                threads.emplace_back(work);
+        } catch (const std::system_error&) {
+            // The memory may be short. At least this thread is there.
+            for (std::size_t missing = threads.size(); missing < count; ++missing)
+                work();
+        }
+        return threads;
+    }
+
     /// Tells everything that waits. Nothing may be erased any more.
     void flush() {
         {
@@ -96,7 +135,7 @@ class ServiceChannel final : public EraseProgress, public LockObserver {
     void add(std::size_t bytes) {
         const bool isFirst = m_bytes == 0;
         m_bytes += bytes;
-        if (isFirst || m_bytes >= kWorthTelling) m_hasNews.notify_one();
+        if (isFirst || m_bytes >= kWorthTelling) m_hasNews.notify_all();
     }
 
     /// Thread: the teller.
@@ -129,6 +168,49 @@ class ServiceChannel final : public EraseProgress, public LockObserver {
             if (wanted[1].revents != 0) wanted[1].fd = -1;
         }
         loseService();
+        // What shuts this side alone down is no such event.
+        if ((wanted[0].revents & POLLHUP) != 0) endAlone();
+    }
+
+    /// `last` is the item that was taken last, by any of these threads.
+    void putBackAfter(std::uint64_t& last) {
+        std::unique_lock lock(m_mutex);
+        for (;;) {
+            const auto next = m_outstanding.upper_bound(last);
+            if (next == m_outstanding.end()) break;
+            const auto [id, item] = *next;
+            last = id;
+            lock.unlock();
+            if (const auto error = putBackLocks(item)) {
+                send(LocksLost{id, error->systemError});
+            } else {
+                didSettle(id);
+            }
+            lock.lock();
+        }
+        --m_restoring;
+        m_hasNews.notify_all();
+    }
+
+    /// Whatever the command does: nobody is left who would put back what it has not. Thread: the
+    /// listener.
+    void endAlone() {
+        std::unique_lock lock(m_mutex);
+        m_hasNews.wait_for(lock, kAloneCommandPatience, [this] { return m_isOver; });
+        lock.unlock();
+        const auto threads = putBack();
+        lock.lock();
+        m_hasNews.wait_for(lock, kAlonePutBackPatience, [this] { return m_restoring == 0; });
+        std::size_t logged = 0;
+        for (const auto& [id, item] : m_outstanding) {
+            if (logged++ == kMaximumLogged) break;
+            qCWarning(lcHelper, "%s could not be locked again",
+                      percentEncode(item.path, true).c_str());
+        }
+        if (logged > 0) {
+            qCWarning(lcHelper, "%zu items could not be locked again", m_outstanding.size());
+        }
+        lock.unlock();  // before the threads are waited for
     }
 
     void loseService() {
@@ -152,6 +234,8 @@ class ServiceChannel final : public EraseProgress, public LockObserver {
     std::size_t m_bytes = 0;  ///< of what waits to be told
     EntriesErased m_erased;
     LocksSettled m_settled;
+    UnlockedItems m_outstanding;  ///< without their attributes, as far as this process knows
+    std::size_t m_restoring = 0;  ///< how many threads put back
     std::thread m_listener;
     std::thread m_teller;
 };
@@ -203,16 +287,11 @@ bool unlock(const StartRequest& request, ServiceChannel& service) {
 /// False when the list cannot be read.
 bool putBack(const StartRequest& request, ServiceChannel& service) {
     const auto list = readSealedFile(request.list.get(), kMaximumList);
-    const auto items = list ? fromPutBackList(*list) : Result<UnlockedItems>(list.error());
+    auto items = list ? fromPutBackList(*list) : Result<UnlockedItems>(list.error());
     if (!items) return false;
     // Stop does not count: what was changed is to be put back in any case.
-    for (const auto& [id, item] : *items) {
-        if (const auto error = putBackLocks(item)) {
-            service.send(LocksLost{id, error->systemError});
-        } else {
-            service.didSettle(id);
-        }
-    }
+    service.takeOver(std::move(*items));
+    service.putBack().clear();
     service.flush();
     service.send(CommandFinished{});
     return true;

@@ -7,15 +7,11 @@
 #include <utility>
 
 #include "base/SystemLog.h"
+#include "helper/Patience.h"
 
 namespace kestrin {
 namespace {
 
-using namespace std::chrono_literals;
-
-/// How long a worker may take to end that was stopped or told its end, and one that was killed.
-constexpr auto kStopPatience = 5s;
-constexpr auto kKillPatience = 2s;
 /// How many messages are taken before others have their turn.
 constexpr int kMostAtOnce = 32;
 

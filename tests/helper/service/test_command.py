@@ -188,14 +188,30 @@ class AWorker(HelperTest):
         self.assertEqual(caller.erase(unlock=[top]), 0)  # and the next one works
         self.assertGone()
 
-    def test_that_cannot_be_ended_holds_up_its_user_alone(self):
-        """Not even SIGKILL ends who waits for the lock of a folder."""
+    def held_folder(self):
+        """A folder of which the kernel's lock is held: not even SIGKILL ends who waits for it."""
         harness.require("fusermount")
-        top, other = self.forbidden("top"), self.forbidden("other")
-        point = os.path.join(self.home, b"point")
+        top, point = self.forbidden("top"), os.path.join(self.home, b"point")
         os.mkdir(point)
         holder = Child(self, source_of("folder_holder.py"), [os.fsdecode(top), os.fsdecode(point)], harness.USER)
         self.assertEqual(holder.line(), "held\n")
+        return top
+
+    def test_that_hangs_when_the_service_dies_locks_again_by_itself(self):
+        top = self.held_folder()
+        locked = os.path.join(top, b"a")
+        self.lock(locked)
+        caller = self.caller()
+        caller.reply(caller.send_erase(items_xml(unlock=[top])))
+        harness.wait_until(lambda: "i" not in self.attributes(locked), "the file to be unlocked")
+        parent = self.status(self.bus.process_of())["PPid"]
+        run_as_root("kill", "-KILL", str(self.bus.process_of()))
+        harness.wait_until(lambda: "i" in self.attributes(locked), "the file to be locked again", 8)
+        harness.wait_until(lambda: not self.is_running(parent), "the end of the parent", 15)
+        self.assertIn("a worker is killed: of user %d" % harness.USER, self.bus.messages())
+
+    def test_that_cannot_be_ended_holds_up_its_user_alone(self):
+        top, other = self.held_folder(), self.forbidden("other")
         caller, again = self.caller(), self.caller()
         self.assertIsNone(caller.reply(caller.send_erase(items_xml(permissions=[top])))["error"])
         tag = again.send_erase(items_xml(permissions=[other]))
@@ -212,7 +228,7 @@ class AWorker(HelperTest):
         time.sleep(2.5)  # as long as it is there it counts for its user, and keeps the helper
         self.assertEqual(self.bus.process_of(), service)
         run_as_root("kill", parent)
-        harness.wait_until(lambda: not self.is_running(service) and not self.is_running(parent), "the end", 15)
+        harness.wait_until(lambda: not self.is_running(service) and not self.is_running(parent), "the end", 5)
 
     def test_that_dies_with_its_volume_leaves_a_name(self):
         volume = self.tmpfs(self.mount_point("Disk"), "mode=1777")
