@@ -22,7 +22,6 @@
 #include "base/SanitizedBuild.h"
 #include "platform/items/LockAttributes.h"
 #include "platform/items/UniqueFd.h"
-#include "support/DeepChain.h"
 #include "support/FewDescriptors.h"
 #include "support/SilentVolume.h"
 #include "support/TestEnvironment.h"
@@ -144,25 +143,6 @@ TEST_F(AnEraseCommand, RemovesALockedFolderOfWhichEntriesAreListedToo) {
         EXPECT_EQ(run(items, 2), 0u);
         ASSERT_FALSE(exists(folder)) << isFolderFirst;
     }
-}
-
-TEST_F(AnEraseCommand, LeavesALockedFileThatHasOtherNames) {
-    const std::string outside = m_scratch / "outside/folder/file";
-    const std::string name = m_files + "/name";
-    ASSERT_EQ(link(outside.c_str(), name.c_str()), 0);
-    makeFolder(m_files + "/tree");
-    ASSERT_EQ(link(outside.c_str(), (m_files + "/tree/name").c_str()), 0);
-    if (!lock(outside, "+ia")) GTEST_SKIP() << "no such attributes here";
-    {
-        const AsRoot root;
-        UserTrashes trashes(kTestUser, m_scratch / "home", currentMounts());
-        EXPECT_EQ(runUnlockCommand(trashes, {name}, m_stop), std::vector<bool>{false});
-    }
-    EXPECT_TRUE(isLocked(outside));
-    EXPECT_EQ(run({.unlockItems = {name}, .permissionsItems = {m_files + "/tree"}}), 2u);
-    EXPECT_TRUE(exists(name) && exists(m_files + "/tree/name"));
-    EXPECT_TRUE(isLocked(outside));
-    EXPECT_EQ(readFile(outside), "precious");
 }
 
 bool setLocked(int fd, bool isLocked) {
@@ -336,26 +316,6 @@ TEST_F(AnEraseCommand, EndsWithinMomentsOfStopWhateverTheList) {
     writeFile(m_trash + "/directorysizes", sizes);
     m_progress.onItem = stop;
     endsSoon([&] { run({.permissionsItems = {trashed("entry")}}); });
-}
-
-TEST_F(AnEraseCommand, TakesLittleMemoryForADeepChain) {
-    KESTRIN_REQUIRE_MOUNTS();
-    struct : EraseProgress {
-        void itemErased(std::string, std::uint64_t) override { ++count; }
-        bool isHeard() const override { return true; }
-        std::atomic<int> count = 0;
-    } progress;
-    const TestVolume volume(TestVolume::Kind::Tmpfs, m_scratch / "disk");
-    const std::string files =
-        volume.mountPoint() + "/.Trash-" + std::to_string(kTestUser) + "/files";
-    makeFolder(files);
-    makeDeepChain(files, "entry", 2'500, 0700);
-    const AsRoot root;
-    UserTrashes trashes(kTestUser, m_scratch / "home", currentMounts());
-    const std::size_t before = peakMemory();
-    runEraseCommand(trashes, {.permissionsItems = {files + "/entry"}}, progress, m_stop);
-    EXPECT_EQ(progress.count, 2'500);
-    EXPECT_TRUE(kIsSanitizedBuild || peakMemory() - before < 25'000'000u);
 }
 
 TEST_F(AnEraseCommand, NeedsFewDescriptors) {

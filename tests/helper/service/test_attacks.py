@@ -9,7 +9,7 @@ import signal
 import time
 
 import harness
-from harness import OTHER_USER, USER, TrashCan, run_as_root
+from harness import OTHER_USER, USER, TrashCan, as_root, run_as_root
 from helpertest import BUSY, CANCELLED, INVALID, Child, HelperTest, encoded, items_xml, source_of
 
 MEGABYTE = 1 << 20
@@ -37,6 +37,12 @@ class Attack(HelperTest):
         self.assertEqual(caller.items, [])
         self.assertEqual(self.everything(), before)
         self.assertAlive()
+
+    def assertEndsAtOnce(self, end):
+        began = time.monotonic()
+        end()
+        harness.wait_until(lambda: not self.workers(), "the end of the worker")
+        self.assertLess(time.monotonic() - began, 0.5 * harness.TIME_FACTOR)
 
     def keeping(self, folders, erase):
         """Runs `erase`; what is in these folders must not change. They themselves may."""
@@ -139,6 +145,76 @@ class APath(Attack):
         self.assertFalse(os.path.exists(gone))
 
 
+class APatientUser(Attack):
+    """What he does to his entries while they are erased: his program answers no report, so that the worker
+    waits for him."""
+
+    def test_gives_no_folder_the_inode_number_of_one_that_was_closed(self):
+        volume = self._volume("Disk", 32, ["mkfs.ext4", "-q", "-b", "4096", "-I", "128"],  # no times of birth
+                              ["mount", "-o", "loop"])
+        self.trash = self.volume_trash(volume)
+        top = self.trash.tree("top", ["d/" * 700 + f"{'n' * 200}{file}" for file in range(3000)])
+        parent, aside = top + b"/d" * 20, os.path.join(volume, b"aside")
+        caller = self.hold(permissions=[top])
+        inode = os.stat(parent).st_ino
+        os.rename(parent + b"/d", aside)
+        os.rmdir(parent)
+        with as_root():
+            for taken in (b"%s/%d" % (volume, number) for number in range(1000)):
+                os.mkdir(taken)
+                if os.stat(taken).st_ino == inode:
+                    break
+            else:
+                self.skipTest("the file system gives the inode number to nobody")
+            with open(os.path.join(taken, b"precious"), "wb"):
+                os.chmod(taken, 0o1777)
+        os.rename(aside, taken + b"/d")
+        os.makedirs(parent + b"/decoy")  # so that what passes for the folder is listed once more
+        caller.order(do="answer", answers=True)
+        self.assertEqual(caller.end(), 1)
+        self.assertEqual(sorted(os.listdir(taken)), [b"d", b"precious"])
+        self.assertEqual(os.listdir(parent), [b"decoy"])
+
+    def test_has_no_file_unlocked_that_has_other_names(self):
+        """Whoever takes a name out of the folder that he holds sleeps as long as he likes."""
+        top = self.trash.tree("top", [])
+        others = [os.path.join(self.outside, name) for name in (b"file", b"folder/file")]
+        names = [os.path.join(top, b"%d" % number) for number in range(2)]
+        for other, name, attribute in zip(others, names, ("+i", "+a")):
+            os.link(other, name)
+            self.lock(other, attribute=attribute)
+        def writable():
+            return [other for other in others if not {"i", "a"} & set(self.attributes(other))]
+        self.held_folder(top)
+        caller = self.caller()
+        tag = caller.send_erase(items_xml(unlock=names[:1], permissions=[top]))
+        self.assertIsNone(caller.reply(tag)["error"])
+        harness.wait_until(lambda: writable() or not self.workers(), "the worker")
+        self.assertEqual(writable(), [])
+        self.assertEqual(caller.end(), 2)
+        reply = caller.call("unlockItems", "(as)", [encoded(path) for path in names])
+        self.assertEqual(reply["values"], [[]])
+        self.assertEqual(writable(), [])
+
+    def test_takes_little_memory_by_a_deep_chain(self):
+        self.keep_home_in_memory()
+        name, depth = b"n" * 255, 10_000
+        folder = os.open(self.trash.files, os.O_RDONLY)
+        for _ in range(depth):
+            os.mkdir(name, dir_fd=folder)
+            below = os.open(name, os.O_RDONLY, dir_fd=folder)
+            os.close(folder)
+            folder = below
+        os.close(os.open("file", os.O_CREAT, dir_fd=folder))
+        os.close(folder)
+        caller = self.hold(permissions=[self.trash.path(name)])
+        self.assertEqual(len(caller.items[0][3]), len(self.trash.files) + 256 * depth + 5)
+        worker, = self.workers()
+        self.assertBounded(100, worker)
+        self.assertBounded(100)
+        self.assertEndsAtOnce(lambda: caller.send("setStoppedByUser", "(b)", True))
+
+
 class AList(Attack):
     def assertInvalid(self, *lists):
         self.assertAlive()
@@ -156,12 +232,6 @@ class AList(Attack):
         tag = caller.send_erase(xml)
         harness.wait_until(self.workers, "a worker")
         return caller, tag
-
-    def assertEndsAtOnce(self, end):
-        began = time.monotonic()
-        end()
-        harness.wait_until(lambda: not self.workers(), "the end of the worker")
-        self.assertLess(time.monotonic() - began, 0.5 * harness.TIME_FACTOR)
 
     def test_that_is_no_list_of_paths(self):
         good = items_xml(permissions=[self.trash.file("file")])
@@ -250,9 +320,7 @@ class ACaller(Attack):
         self.keep_home_in_memory()
         tops = [self.forbidden(f"top{number}", [f"{'n' * 200}{file}" for file in range(500)])
                 for number in range(20)]
-        deaf = self.caller()
-        deaf.order(do="answer", answers=False)
-        deaf.reply(deaf.send_erase(items_xml(permissions=tops)))
+        self.hold(permissions=tops)
         other = self.caller()
         tag = other.send_erase(items_xml(permissions=[self.forbidden("other")]))
         self.assertIsNone(other.reply(tag)["error"])  # accepted, and waits for its turn

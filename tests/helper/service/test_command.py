@@ -7,8 +7,7 @@ import time
 import harness
 from caller import form
 from harness import run_as_root
-from helpertest import (BUSY, CANCELLED, DENIED, INVALID, Agent, Child, HelperTest, TrashCan, encoded,
-                        items_xml, source_of)
+from helpertest import BUSY, CANCELLED, DENIED, INVALID, Agent, HelperTest, TrashCan, encoded, items_xml
 
 
 class ACommand(HelperTest):
@@ -28,11 +27,10 @@ class ACommand(HelperTest):
 
     def test_that_is_stopped_or_of_another_user_need_not_wait_for_its_turn(self):
         self.keep_home_in_memory()
-        first, second = self.caller(), self.caller()
-        first.order(do="answer", answers=False)  # which holds its command up
+        second = self.caller()
         tops = [self.forbidden(f"top{number}", [f"{'n' * 250}{file}" for file in range(200)])
                 for number in range(60)]
-        first.reply(first.send_erase(items_xml(permissions=tops)))
+        first = self.hold(permissions=tops)
         self.assertEqual(first.reply(first.send_erase(items_xml(permissions=tops)))["error"], BUSY)
         waiting = self.forbidden("waiting")
         tag = second.send_erase(items_xml(permissions=[waiting]))
@@ -169,10 +167,7 @@ class AWorker(HelperTest):
         far = f"{'n' * 250}/" * 4  # so that few entries fill all there is between worker and caller
         top = self.forbidden("top", [f"{far}{'n' * 240}{file}" for file in range(4000)])
         self.lock(top)
-        caller = self.caller()
-        caller.order(do="answer", answers=False)  # which holds its command up
-        caller.reply(caller.send_erase(items_xml(unlock=[top])))
-        caller.wait(lambda: caller.items)
+        caller = self.hold(unlock=[top])
         worker, = self.workers()
         harness.wait_until(lambda: "i" not in self.attributes(top), "the folder to be unlocked")
         return caller, worker, top
@@ -188,17 +183,8 @@ class AWorker(HelperTest):
         self.assertEqual(caller.erase(unlock=[top]), 0)  # and the next one works
         self.assertGone()
 
-    def held_folder(self):
-        """A folder of which the kernel's lock is held: not even SIGKILL ends who waits for it."""
-        harness.require("fusermount")
-        top, point = self.forbidden("top"), os.path.join(self.home, b"point")
-        os.mkdir(point)
-        holder = Child(self, source_of("folder_holder.py"), [os.fsdecode(top), os.fsdecode(point)], harness.USER)
-        self.assertEqual(holder.line(), "held\n")
-        return top
-
     def test_that_hangs_when_the_service_dies_locks_again_by_itself(self):
-        top = self.held_folder()
+        top = self.held_folder(self.forbidden("top"))
         locked = os.path.join(top, b"a")
         self.lock(locked)
         caller = self.caller()
@@ -211,7 +197,7 @@ class AWorker(HelperTest):
         self.assertIn("a worker is killed: of user %d" % harness.USER, self.bus.messages())
 
     def test_that_cannot_be_ended_holds_up_its_user_alone(self):
-        top, other = self.held_folder(), self.forbidden("other")
+        top, other = self.held_folder(self.forbidden("top")), self.forbidden("other")
         caller, again = self.caller(), self.caller()
         self.assertIsNone(caller.reply(caller.send_erase(items_xml(permissions=[top])))["error"])
         tag = again.send_erase(items_xml(permissions=[other]))
