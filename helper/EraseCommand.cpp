@@ -84,7 +84,7 @@ bool unlock(UserTrashes& trashes, const std::string& path, const std::atomic<boo
     const std::string name(splitPath(path).name);
     const auto state = lockStateAt((*folder)->descriptor(), name.c_str());
     if (state != LockState::Locked) return state == LockState::Unlocked;
-    auto locks = ClearedLocks::clear((*folder)->descriptor(), name.c_str());
+    auto locks = ClearedLocks::clear((*folder)->descriptor(), name.c_str(), path);
     if (!locks) return false;
     locks->leaveCleared();
     return true;

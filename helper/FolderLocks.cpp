@@ -8,7 +8,7 @@
 
 namespace kestrin {
 
-Result<std::unique_ptr<FolderLocks::Need>> FolderLocks::clear(int folder) {
+Result<std::unique_ptr<FolderLocks::Need>> FolderLocks::clear(int folder, std::string_view path) {
     // This is asked under the lock, so that a folder whose last need is just ending is locked again
     // before.
     const std::lock_guard guard(m_mutex);
@@ -18,7 +18,7 @@ Result<std::unique_ptr<FolderLocks::Need>> FolderLocks::clear(int folder) {
     auto found = m_cleared.find(key);
     if (found == m_cleared.end()) {
         if (!facts.isLocked) return std::unique_ptr<Need>();
-        auto locks = ClearedLocks::clearFolder(folder);
+        auto locks = ClearedLocks::clearFolder(folder, path);
         if (!locks) return locks.error();
         found = m_cleared.emplace(key, Cleared{std::move(*locks)}).first;
     }

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <string_view>
 #include <utility>
 
 #include "base/Result.h"
@@ -33,8 +34,9 @@ class FolderLocks {
     };
 
     /// Clears the attributes of an open folder while the result lives. Nullptr when the folder has
-    /// none and nobody else's need has cleared any. Errors: as ClearedLocks::clearFolder.
-    Result<std::unique_ptr<Need>> clear(int folder);
+    /// none and nobody else's need has cleared any. `path` and errors: as of
+    /// ClearedLocks::clearFolder.
+    Result<std::unique_ptr<Need>> clear(int folder, std::string_view path);
 
  private:
     struct Cleared {

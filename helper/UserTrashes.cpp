@@ -94,7 +94,7 @@ Result<std::shared_ptr<EntryFolder>> UserTrashes::folderOf(std::string_view path
     folder->path = parent;
     if (const MaybeError error = descend(*folder, splitPath(part).folder, stop)) return *error;
     if (locks == Locks::Clear && folder->below) {
-        auto need = m_locks.clear(folder->below.get());
+        auto need = m_locks.clear(folder->below.get(), folder->path);
         if (!need) return need.error();
         folder->need = std::move(*need);
     }

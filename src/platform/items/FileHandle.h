@@ -4,8 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
+#include "platform/disks/MountTable.h"
 #include "platform/items/UniqueFd.h"
 
 namespace kestrin {
@@ -29,8 +32,28 @@ struct FileHandle {
 /// The handle of what is open, also with O_PATH. It is not known where the file system gives none.
 FileHandle handleOf(int fd);
 
-/// Holds (O_PATH) what the handle names, without opening it. No descriptor, with errno, on failure:
-/// ESTALE when it exists no more, ENODEV when its mount is gone. Needs CAP_DAC_READ_SEARCH.
-UniqueFd holdByHandle(const FileHandle& handle);
+/// Opens what the handle names with the flags of open(2), whatever its path has become. `mount` is
+/// any file or folder of the same file system, opened without O_PATH. No descriptor, with errno, on
+/// failure: ESTALE when it exists no more. Needs CAP_DAC_READ_SEARCH.
+UniqueFd openByHandle(int mount, const FileHandle& handle, int flags);
+
+/// Finds files and folders by their handles. Reads the mount table once, and keeps the mount open
+/// that was asked for last. Thread: any, one at a time.
+class HandleFinder {
+ public:
+    /// Holds (O_PATH) what the handle names, without opening it. `deviceId` is that of the item. No
+    /// descriptor, with errno, on failure: ESTALE when it exists no more, ENODEV when its mount is
+    /// gone, which is also said where that cannot be told from ESTALE: in a subvolume below the
+    /// mount. Needs CAP_DAC_READ_SEARCH.
+    UniqueFd hold(const FileHandle& handle, std::uint64_t deviceId);
+    const std::vector<MountEntry>& mounts();
+
+ private:
+    bool openMount(std::int32_t id);
+
+    std::optional<std::vector<MountEntry>> m_mounts;
+    std::int32_t m_mountId = 0;
+    UniqueFd m_mount;  ///< the root folder of the mount of that number
+};
 
 }  // namespace kestrin

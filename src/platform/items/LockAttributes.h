@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "base/FileUrl.h"
 #include "base/Result.h"
@@ -27,8 +28,10 @@ LockState lockStateAt(int folder, const char* name);
 struct UnlockedItem {
     FileHandle handle;
     ItemIdentity identity;
-    std::string path;  ///< by which people know it; empty when it is longer than the kernel tells
-    int flags = 0;     ///< the attributes that were set, by their bits of ioctl_iflags(2)
+    /// By which people know it, at most PATH_MAX bytes. Of a longer one the middle is left out, and
+    /// a component "…" stands there.
+    std::string path;
+    int flags = 0;  ///< the attributes that were set, by their bits of ioctl_iflags(2)
 };
 
 /// Hears of every item whose attributes are cleared, so that somebody else can put them back when
@@ -36,8 +39,9 @@ struct UnlockedItem {
 class LockObserver {
  public:
     virtual ~LockObserver() = default;
-    /// Called before the attributes are cleared; false has them left as they are. `id` is another
-    /// one each time, and never 0.
+    /// Called before the attributes are cleared, also from a thread that can wait here. False has
+    /// them left as they are, and nothing more is told of the item then. `id` is another one each
+    /// time, and never 0.
     virtual bool willClear(std::uint64_t id, const UnlockedItem& item) = 0;
     /// The attributes are back, are to stay cleared, or the item has gone. This is never called for
     /// an item that could not get its attributes back.
@@ -47,11 +51,22 @@ class LockObserver {
 /// for nobody. To be called while there is one thread.
 void setLockObserver(LockObserver* observer);
 
-/// Puts the attributes back that another process had cleared and not put back. The item is found by
-/// its handle; where the file system gives none by its path, and then only if it was made in the
-/// same moment. An item that exists no more needs nothing. Errors: why the attributes are not back,
-/// by errorFromErrno with Write: ESTALE when nothing tells whether this is still the same item;
-/// ENODEV when its mount is gone. Needs CAP_LINUX_IMMUTABLE and CAP_DAC_READ_SEARCH.
+/// Puts attributes back that another process had cleared and not put back. Thread: any, one at a
+/// time.
+class LockRestorer {
+ public:
+    /// The item is found by its handle; where the file system gives none by its path, and then only
+    /// if it was made in the same moment. An item that exists no more needs nothing. Errors: why
+    /// the attributes are not back, by errorFromErrno with Write: ESTALE when nothing tells whether
+    /// this is still the same item; ENODEV when its mount is gone. Needs CAP_LINUX_IMMUTABLE and
+    /// CAP_DAC_READ_SEARCH.
+    MaybeError putBack(const UnlockedItem& item);
+
+ private:
+    UniqueFd hold(const UnlockedItem& item);
+    HandleFinder m_finder;
+};
+/// The same for a single item.
 MaybeError putBackLocks(const UnlockedItem& item);
 
 /// The immutable and append-only attributes of one file or folder, cleared while this lives. When
@@ -65,9 +80,10 @@ class ClearedLocks {
     /// names keeps its attributes, since the others may lie anywhere, and whoever may write to it
     /// can hold the caller up before it is locked again. Errors: errorFromErrno with Write; EPERM
     /// for an entry that can have no such attributes; EMLINK for a file with several names.
-    static Result<ClearedLocks> clear(int folder, const char* name);
+    /// `path` is what the observer is told when the kernel knows no path that is so long.
+    static Result<ClearedLocks> clear(int folder, const char* name, std::string_view path = {});
     /// Clears the attributes of a folder that is open, also with O_PATH.
-    static Result<ClearedLocks> clearFolder(int folder);
+    static Result<ClearedLocks> clearFolder(int folder, std::string_view path = {});
 
     ClearedLocks(ClearedLocks&&) = default;
     ClearedLocks& operator=(ClearedLocks&&) = delete;

@@ -3,11 +3,14 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <functional>
 #include <map>
 
 #include "platform/items/FileLabels.h"
@@ -120,13 +123,25 @@ class RecordingObserver final : public LockObserver {
  public:
     ~RecordingObserver() override { setLockObserver(nullptr); }
     bool willClear(std::uint64_t id, const UnlockedItem& item) override {
-        open.emplace(id, item);
+        if (onClear) onClear();
+        if (allows) open.emplace(id, item);
         return allows;
     }
     void didSettle(std::uint64_t id) override { EXPECT_EQ(open.erase(id), 1u); }
     std::map<std::uint64_t, UnlockedItem> open;
+    std::function<void()> onClear;
     bool allows = true;
 };
+
+/// Answers the flags; see ioctl_iflags(2).
+int toggleFlags(const std::string& path, int toggled) {
+    const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    int flags = 0;
+    EXPECT_EQ(ioctl(file.get(), FS_IOC_GETFLAGS, &flags), 0);
+    flags ^= toggled;
+    EXPECT_TRUE(toggled == 0 || ioctl(file.get(), FS_IOC_SETFLAGS, &flags) == 0);
+    return flags;
+}
 
 TEST(ItemAttributes, UnlockingIsToldSoThatSomebodyElseCanPutItBack) {
     KESTRIN_REQUIRE_ROOT();
@@ -146,6 +161,7 @@ TEST(ItemAttributes, UnlockingIsToldSoThatSomebodyElseCanPutItBack) {
     EXPECT_EQ(clear().error().code, ECANCELED);
     EXPECT_TRUE(isLocked(file) && observer.open.empty());
     observer.allows = true;
+    observer.onClear = [&] { toggleFlags(file, FS_IMMUTABLE_FL | FS_NOATIME_FL); };
     UnlockedItem told;
     {
         const auto cleared = clear();
@@ -170,9 +186,12 @@ TEST(ItemAttributes, UnlockingIsToldSoThatSomebodyElseCanPutItBack) {
     EXPECT_FALSE(putBackLocks(byPath));
     EXPECT_TRUE(isLocked(moved));
     ASSERT_FALSE(clearLocks(url(moved)));
+    EXPECT_NE(toggleFlags(moved, 0) & FS_NOATIME_FL, 0) << "what somebody else set meanwhile";
     ASSERT_EQ(unlink(moved.c_str()), 0);
     EXPECT_TRUE(observer.open.empty());
     EXPECT_FALSE(putBackLocks(told)) << "what has gone needs nothing";
+    told.handle.mountId = handleOf(UniqueFd(open("/dev", O_PATH)).get()).mountId;
+    EXPECT_TRUE(putBackLocks(told)) << "the number of its mount is that of another one now";
     makeFolder(byPath.path = scratch / "silent");
     SilentVolume volume(byPath.path);
     byPath.path += "/file";

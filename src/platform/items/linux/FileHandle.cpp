@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <cstring>
 
-#include "platform/disks/MountTable.h"
 #include "platform/items/FolderDescent.h"
+#include "platform/items/linux/KnownStatus.h"
 
 namespace kestrin {
 namespace {
@@ -35,30 +35,49 @@ FileHandle handleOf(int fd) {
     return found;
 }
 
-UniqueFd holdByHandle(const FileHandle& handle) {
+UniqueFd openByHandle(int mount, const FileHandle& handle, int flags) {
     if (!handle.isKnown() || handle.bytes.size() > FileHandle::kMaximumBytes) {
         errno = EINVAL;
         return {};
     }
-    const auto mounts = currentMounts();
-    const auto mount = std::ranges::find(mounts, handle.mountId, &MountEntry::id);
-    if (mount == mounts.end()) {
-        errno = ENODEV;
-        return {};
-    }
-    const UniqueFd held = holdMountRoot(*mount, mounts);
-    if (!held) {
-        errno = ENODEV;  // something else lies over it by now
-        return {};
-    }
-    // The call takes no O_PATH descriptor for the mount.
-    const UniqueFd root(openat(held.get(), ".", O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (!root) return {};
     HandleBuffer buffer;
     buffer.handle()->handle_bytes = static_cast<unsigned>(handle.bytes.size());
     buffer.handle()->handle_type = handle.type;
     std::memcpy(buffer.content(), handle.bytes.data(), handle.bytes.size());
-    return UniqueFd(open_by_handle_at(root.get(), buffer.handle(), O_PATH | O_CLOEXEC));
+    return UniqueFd(open_by_handle_at(mount, buffer.handle(), flags | O_CLOEXEC));
+}
+
+UniqueFd HandleFinder::hold(const FileHandle& handle, std::uint64_t deviceId) {
+    if (!openMount(handle.mountId)) {
+        errno = ENODEV;
+        return {};
+    }
+    UniqueFd held = openByHandle(m_mount.get(), handle, O_PATH);
+    if (held || errno != ESTALE) return held;
+    // The number of a mount that went may be that of another one by now.
+    struct statx status {};
+    const bool isSameDevice =
+        knownStatus(m_mount.get(), STATX_TYPE, status) && deviceOf(status) == deviceId;
+    errno = isSameDevice ? ESTALE : ENODEV;
+    return held;
+}
+
+const std::vector<MountEntry>& HandleFinder::mounts() {
+    if (!m_mounts) m_mounts = currentMounts();
+    return *m_mounts;
+}
+
+bool HandleFinder::openMount(std::int32_t id) {
+    if (m_mount && m_mountId == id) return true;
+    m_mount.reset();
+    const auto mount = std::ranges::find(mounts(), id, &MountEntry::id);
+    if (mount == mounts().end()) return false;
+    const UniqueFd held = holdMountRoot(*mount, mounts());
+    if (!held) return false;  // something else lies over it by now
+    // Handles are opened by no O_PATH descriptor.
+    m_mount.reset(openat(held.get(), ".", O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    m_mountId = id;
+    return static_cast<bool>(m_mount);
 }
 
 }  // namespace kestrin

@@ -8,10 +8,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/disks/MountTable.h"
 #include "platform/items/FolderDescent.h"
@@ -64,13 +66,28 @@ std::string pathOf(int fd) {
     return path;
 }
 
-/// Tells the observer; false when it forbids to go on.
-bool tellOfClearing(int fd, ClearedFlags& cleared) {
+/// The path with at most PATH_MAX bytes.
+std::string shortened(std::string_view path) {
+    if (path.size() <= PATH_MAX) return std::string(path);
+    constexpr std::string_view kLeftOut = "/…";
+    constexpr std::size_t kPart = (PATH_MAX - kLeftOut.size()) / 2;
+    std::string_view begin = path.substr(0, kPart), end = path.substr(path.size() - kPart);
+    begin = begin.substr(0, begin.rfind('/'));
+    end.remove_prefix(std::min(end.find('/'), end.size()));
+    return std::string(begin).append(kLeftOut).append(end);
+}
+
+/// Tells the observer; false when it forbids to go on, and then wants to hear nothing more of it.
+bool tellOfClearing(int fd, std::string_view knownPath, ClearedFlags& cleared) {
     static std::atomic<std::uint64_t> lastId = 0;
     if (!s_observer) return true;
-    cleared.id = ++lastId;
-    return s_observer->willClear(cleared.id,
-                                 {handleOf(fd), identityOf(fd), pathOf(fd), cleared.flags});
+    std::string path = pathOf(fd);
+    if (path.empty()) path = shortened(knownPath);
+    const std::uint64_t id = ++lastId;
+    const UnlockedItem item{handleOf(fd), identityOf(fd), std::move(path), cleared.flags};
+    if (!s_observer->willClear(id, item)) return false;
+    cleared.id = id;
+    return true;
 }
 
 /// Forgets the flags: all is as it is to be.
@@ -80,8 +97,7 @@ void settleLockFlags(ClearedFlags& cleared) {
 }
 
 /// Holds the entry at a path that nobody vouches for.
-UniqueFd holdByPath(const FileUrl& item) {
-    const auto mounts = currentMounts();
+UniqueFd holdByPath(const FileUrl& item, const std::vector<MountEntry>& mounts) {
     const UniqueFd folder = holdTrustedFolder(item.parent().path(), mounts);
     FolderFacts facts;
     if (!folder || !examineFolder(folder.get(), facts)) return {};
@@ -114,15 +130,21 @@ LockState lockStateAt(int folder, const char* name) {
     return isLocked(status) ? LockState::Locked : LockState::Unlocked;
 }
 
-int clearLockFlags(int fd, ClearedFlags& cleared) {
+int clearLockFlags(int fd, std::string_view path, ClearedFlags& cleared) {
     int flags = 0;
     if (ioctl(fd, FS_IOC_GETFLAGS, &flags) != 0) return errno;
     cleared = {flags & kLockFlags, 0};
     if (cleared.flags == 0) return 0;
-    int error = tellOfClearing(fd, cleared) ? 0 : ECANCELED;
-    flags &= ~kLockFlags;
-    if (error == 0 && ioctl(fd, FS_IOC_SETFLAGS, &flags) != 0) error = errno;
-    if (error != 0) settleLockFlags(cleared);
+    if (!tellOfClearing(fd, path, cleared)) {
+        cleared = {};
+        return ECANCELED;
+    }
+    // Telling may take its time, and others may change the flags meanwhile: none of theirs is lost.
+    int error = ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0 ? 0 : errno;
+    cleared.flags &= flags;
+    flags &= ~cleared.flags;
+    if (error == 0 && cleared.flags != 0 && ioctl(fd, FS_IOC_SETFLAGS, &flags) != 0) error = errno;
+    if (error != 0 || cleared.flags == 0) settleLockFlags(cleared);
     return error;
 }
 
@@ -135,13 +157,18 @@ void restoreLockFlags(int fd, ClearedFlags& cleared) {
     settleLockFlags(cleared);
 }
 
-MaybeError putBackLocks(const UnlockedItem& item) {
-    const bool hasHandle = item.handle.isKnown();
-    if (!hasHandle && item.identity.birthTime == 0)
-        return errorFromErrno(ESTALE, HostAccess::Write);
-    const UniqueFd held =
-        hasHandle ? holdByHandle(item.handle) : holdByPath(FileUrl::fromPath(item.path));
-    if (!held && hasHandle && errno == ESTALE) return std::nullopt;
+UniqueFd LockRestorer::hold(const UnlockedItem& item) {
+    if (item.handle.isKnown()) return m_finder.hold(item.handle, item.identity.deviceId);
+    if (item.identity.birthTime != 0) {
+        return holdByPath(FileUrl::fromPath(item.path), m_finder.mounts());
+    }
+    errno = ESTALE;
+    return {};
+}
+
+MaybeError LockRestorer::putBack(const UnlockedItem& item) {
+    const UniqueFd held = hold(item);
+    if (!held && item.handle.isKnown() && errno == ESTALE) return std::nullopt;
     if (!held) return errorFromErrno(errno, HostAccess::Write);
     const ItemIdentity found = identityOf(held.get());
     if (!found.isKnown() || !(found == item.identity)) {
@@ -155,7 +182,11 @@ MaybeError putBackLocks(const UnlockedItem& item) {
     return std::nullopt;
 }
 
-Result<ClearedLocks> ClearedLocks::clear(int folder, const char* name) {
+MaybeError putBackLocks(const UnlockedItem& item) {
+    return LockRestorer().putBack(item);
+}
+
+Result<ClearedLocks> ClearedLocks::clear(int folder, const char* name, std::string_view path) {
     const UniqueFd held = holdEntry(folder, name);
     struct statx status {};
     if (!held || !knownStatus(held.get(), STATX_TYPE | STATX_NLINK, status)) {
@@ -168,14 +199,14 @@ Result<ClearedLocks> ClearedLocks::clear(int folder, const char* name) {
     if (!S_ISDIR(status.stx_mode) && status.stx_nlink > 1) {
         return errorFromErrno(EMLINK, HostAccess::Write);
     }
-    return clearFolder(held.get());
+    return clearFolder(held.get(), path);
 }
 
-Result<ClearedLocks> ClearedLocks::clearFolder(int folder) {
+Result<ClearedLocks> ClearedLocks::clearFolder(int folder, std::string_view path) {
     UniqueFd fd = openHeld(folder);
     if (!fd) return errorFromErrno(errno, HostAccess::Write);
     ClearedFlags cleared;
-    if (const int error = clearLockFlags(fd.get(), cleared)) {
+    if (const int error = clearLockFlags(fd.get(), path, cleared)) {
         return errorFromErrno(error, HostAccess::Write);
     }
     return ClearedLocks(std::move(fd), cleared.flags, cleared.id);

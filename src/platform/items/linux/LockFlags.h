@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 namespace kestrin {
 
@@ -13,8 +14,8 @@ struct ClearedFlags {
 };
 
 /// Clears both flags on an open file or folder, and sets `cleared` to those that were set. Returns
-/// 0 or an errno: ECANCELED when the observer forbids it.
-int clearLockFlags(int fd, ClearedFlags& cleared);
+/// 0 or an errno: ECANCELED when the observer forbids it. `path` is as of ClearedLocks::clear.
+int clearLockFlags(int fd, std::string_view path, ClearedFlags& cleared);
 
 /// Sets them again, unless the file or folder has no name any more, and forgets them.
 void restoreLockFlags(int fd, ClearedFlags& cleared);

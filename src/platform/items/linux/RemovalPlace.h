@@ -66,6 +66,14 @@ struct Place {
     std::string* knownPath = nullptr;
     bool isRehearsal = false;
 
+    /// A path by which people know the entry, made at little cost: of a deep one the middle is left
+    /// out, and a component "…" stands there.
+    std::string shortPath(std::string_view name) const {
+        std::string path = item.parentPath;
+        if (above) path.append("/").append(item.name);
+        if (above && above->above()) path.append("/…");
+        return path.append("/").append(name);
+    }
     std::string path() const {
         if (!above) return item.parentPath;
         if (!knownPath) return pathOf(*above);

@@ -222,7 +222,7 @@ class Remover {
     /// Takes the name of a locked file away. The attributes are back, on whatever names the file
     /// may have got meanwhile, before anybody is told, since telling may wait.
     int unlinkLocked(const Place& place, const char* name, const EntryFacts& facts) {
-        const auto cleared = ClearedLocks::clear(place.folder, name);
+        const auto cleared = ClearedLocks::clear(place.folder, name, place.shortPath(name));
         return cleared ? unlinkEntry(place, name, facts, 0) : cleared.error().systemError;
     }
 
@@ -258,7 +258,7 @@ class Remover {
         if (!place.above && !folder->is(facts.identity)) {
             error = ENOTDIR;  // exchanged between the look and the opening
         } else if (isToBeUnlocked(facts)) {
-            error = clearLockFlags(opened.descriptor, folder->clearedLocks);
+            error = clearLockFlags(opened.descriptor, place.shortPath(name), folder->clearedLocks);
         }
         if (error == 0) return Step::Entered;
         putBack(*folder, opened.descriptor);
