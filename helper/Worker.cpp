@@ -76,17 +76,31 @@ class ServiceChannel final : public EraseProgress, public LockObserver {
     bool isHeard() const override { return !m_isAlone; }
 
     bool willClear(std::uint64_t id, const UnlockedItem& item) override {
-        takeOver({{id, item}});
-        return send(LocksToClear{id, item});
+        {
+            const std::lock_guard lock(m_mutex);
+            const std::size_t bytes = m_unlockedBytes + memoryOf(item);
+            if (bytes > kMaximumUnlockedBytes / 2) return false;
+            m_unlockedBytes = bytes;
+            m_outstanding.emplace(id, item);
+        }
+        if (send(LocksToClear{id, item})) return true;
+        const std::lock_guard lock(m_mutex);
+        m_outstanding.erase(id);  // it keeps its attributes
+        return false;
     }
     /// Takes these for items that are without their attributes.
     void takeOver(UnlockedItems items) {
         const std::lock_guard lock(m_mutex);
+        for (const auto& [id, item] : items)
+            m_unlockedBytes += memoryOf(item);
         m_outstanding.merge(items);
     }
     void didSettle(std::uint64_t id) override {
         const std::lock_guard lock(m_mutex);
-        m_outstanding.erase(id);
+        const auto found = m_outstanding.find(id);
+        if (found == m_outstanding.end()) return;  // put back by two threads
+        m_settledBytes += memoryOf(found->second);
+        m_outstanding.erase(found);
         add(sizeof id);
         m_settled.ids.push_back(id);
     }
@@ -148,12 +162,14 @@ class ServiceChannel final : public EraseProgress, public LockObserver {
             if (m_bytes == 0) return;
             const EntriesErased erased = std::exchange(m_erased, {});
             const LocksSettled settled = std::exchange(m_settled, {});
+            const std::size_t settledBytes = std::exchange(m_settledBytes, 0);
             m_bytes = 0;
             m_hasRoom.notify_all();
             lock.unlock();
             send(erased);
             send(settled);
             lock.lock();
+            m_unlockedBytes -= settledBytes;  // the service has forgotten them, too
         }
     }
 
@@ -174,6 +190,7 @@ class ServiceChannel final : public EraseProgress, public LockObserver {
 
     /// `last` is the item that was taken last, by any of these threads.
     void putBackAfter(std::uint64_t& last) {
+        LockRestorer restorer;
         std::unique_lock lock(m_mutex);
         for (;;) {
             const auto next = m_outstanding.upper_bound(last);
@@ -181,7 +198,7 @@ class ServiceChannel final : public EraseProgress, public LockObserver {
             const auto [id, item] = *next;
             last = id;
             lock.unlock();
-            if (const auto error = putBackLocks(item)) {
+            if (const auto error = restorer.putBack(item)) {
                 send(LocksLost{id, error->systemError});
             } else {
                 didSettle(id);
@@ -234,8 +251,10 @@ class ServiceChannel final : public EraseProgress, public LockObserver {
     std::size_t m_bytes = 0;  ///< of what waits to be told
     EntriesErased m_erased;
     LocksSettled m_settled;
-    UnlockedItems m_outstanding;  ///< without their attributes, as far as this process knows
-    std::size_t m_restoring = 0;  ///< how many threads put back
+    UnlockedItems m_outstanding;      ///< without their attributes, as far as this process knows
+    std::size_t m_unlockedBytes = 0;  ///< of these, and of those not yet told to be settled
+    std::size_t m_settledBytes = 0;   ///< of those in m_settled
+    std::size_t m_restoring = 0;      ///< how many threads put back
     std::thread m_listener;
     std::thread m_teller;
 };

@@ -50,7 +50,8 @@ void WorkerConnection::read() {
         if (!message) {
             if (message.error().systemError == EAGAIN) return;
             if (message.error().systemError == EPROTO) {
-                qCWarning(lcHelper, "A worker for user %u said what no worker says", m_worker.user);
+                loseTrust();
+                continue;
             }
             // Whether the process has ended or just its socket: it is of no more use.
             kill();
@@ -67,6 +68,13 @@ void WorkerConnection::read() {
         m_patience.start(kStopPatience);
         end(End::Finished);
     }
+}
+
+/// What it unlocked before it is killed is still to be heard.
+void WorkerConnection::loseTrust() {
+    if (!std::exchange(m_isTrusted, false)) return;
+    qCWarning(lcHelper, "A worker for user %u said what no worker says", m_worker.user);
+    kill();
 }
 
 void WorkerConnection::end(End end) {

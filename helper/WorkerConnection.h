@@ -58,6 +58,7 @@ class WorkerConnection final : public QObject {
 
  private:
     void read();
+    void loseTrust();
     void losePatience();
     void end(End end);
 
@@ -70,6 +71,7 @@ class WorkerConnection final : public QObject {
     QSocketNotifier m_closed;
     QTimer m_patience;
     bool m_isStopped = false;
+    bool m_isTrusted = true;
     bool m_isKilled = false;
     bool m_isLeftBehind = false;
     std::optional<End> m_end;

@@ -34,11 +34,6 @@ constexpr std::size_t kMaximumIds = kPacket / sizeof(std::uint64_t) - 1;
 /// A path in the list of an unlock command takes 8 bytes at least.
 constexpr std::size_t kMaximumUnlockPaths = kMaximumInlineList / 8;
 
-/// How much memory an item takes, more or less.
-std::size_t bytesOf(const UnlockedItem& item) {
-    return 200 + item.handle.bytes.size() + item.path.size();
-}
-
 bool isPrintable(char character) {
     return character >= ' ' && character <= '~';
 }
@@ -234,26 +229,31 @@ WorkerMessages::WorkerMessages(WorkerKind kind, UniqueFd socket, UnlockedItems u
       m_outstanding(std::move(unlocked)),
       m_packet(kPacket) {
     for (const auto& [id, item] : m_outstanding)
-        m_outstandingBytes += bytesOf(item);
+        m_outstandingBytes += memoryOf(item);
 }
 
 Result<WorkerMessage> WorkerMessages::receive() {
     for (;;) {
         const auto received = receivePacket(m_socket.get(), m_packet);
-        if (!received) return received.error();
-        PacketReader packet({m_packet.data(), received->size});
+        if (!received && received.error().systemError != EPROTO) return received.error();
+        PacketReader packet({m_packet.data(), received ? received->size : 0});
         Mark mark{};
-        bool isFine = received->descriptors.empty() && packet.take(mark);
-        if (isFine && mark == Mark::PathBegin && takePathBegin(packet)) continue;
-        if (mark != Mark::Erased && !m_pathBegin.empty()) isFine = false;
+        const bool isFine = received && received->descriptors.empty() && packet.take(mark);
+        if (isFine && m_isBelieved && mark == Mark::PathBegin && takePathBegin(packet)) continue;
         WorkerMessage message;
-        const auto noteIt = [this](auto& one) { return note(one); };
-        if (isFine && !m_hasFinished && readMessage(mark, packet, message) &&
-            std::visit(noteIt, message)) {
-            return message;
-        }
+        if (isFine && readMessage(mark, packet, message) && isNext(message)) return message;
+        m_isBelieved = false;
         return errorFromErrno(EPROTO, HostAccess::Read);
     }
+}
+
+/// Takes the message down. What is about to be unlocked is taken down also when nothing else of
+/// this worker is believed, since nobody else would know of it.
+bool WorkerMessages::isNext(WorkerMessage& message) {
+    const bool isEntry = std::holds_alternative<EntriesErased>(message);
+    const bool isExpected = m_isBelieved && !m_hasFinished && (isEntry || m_pathBegin.empty());
+    if (!isExpected && !std::holds_alternative<LocksToClear>(message)) return false;
+    return std::visit([this](auto& one) { return note(one); }, message) && isExpected;
 }
 
 bool WorkerMessages::takePathBegin(PacketReader& packet) {
@@ -285,17 +285,18 @@ bool WorkerMessages::note(EntriesErased& message) {
 }
 
 bool WorkerMessages::note(LocksToClear& message) {
-    const bool isExpected = m_kind == WorkerKind::Erase ? m_hasBegun : m_kind == WorkerKind::Unlock;
-    m_outstandingBytes += bytesOf(message.item);
-    return isExpected && m_outstandingBytes <= kMaximumUnlockedBytes &&
-           m_outstanding.emplace(message.id, message.item).second;
+    const std::size_t bytes = m_outstandingBytes + memoryOf(message.item);
+    if (m_kind == WorkerKind::PutBack || bytes > kMaximumUnlockedBytes) return false;
+    if (!m_outstanding.emplace(message.id, message.item).second) return false;
+    m_outstandingBytes = bytes;
+    return m_hasBegun || m_kind == WorkerKind::Unlock;
 }
 
 bool WorkerMessages::note(LocksSettled& message) {
     return std::ranges::all_of(message.ids, [this](std::uint64_t id) {
         const auto found = m_outstanding.find(id);
         if (found == m_outstanding.end()) return false;
-        m_outstandingBytes -= bytesOf(found->second);
+        m_outstandingBytes -= memoryOf(found->second);
         m_outstanding.erase(found);
         return true;
     });

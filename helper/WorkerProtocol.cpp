@@ -102,6 +102,10 @@ std::vector<std::string> fromUnlockList(std::string_view list) {
     return texts;
 }
 
+std::size_t memoryOf(const UnlockedItem& item) {
+    return 200 + item.handle.bytes.size() + item.path.size();
+}
+
 std::string putBackList(const UnlockedItems& items) {
     PacketWriter list;
     for (const auto& [id, item] : items)

@@ -26,7 +26,8 @@ inline constexpr std::size_t kMaximumWorkers = 64;
 /// The most bytes of a path that is told. Folders can be nested so deep that the whole would take
 /// hundreds of megabytes.
 inline constexpr std::size_t kLongestToldPath = std::size_t{4} << 20;
-/// The most memory, more or less, that a worker may have taken for items without their attributes.
+/// The most memory, more or less, that the service takes for the items that a worker unlocked. A
+/// worker itself goes as far as the half, so that whatever it tells is kept.
 inline constexpr std::size_t kMaximumUnlockedBytes = std::size_t{32} << 20;
 
 /// What a worker does with its list, which is a memory file sealed against every change.
@@ -84,6 +85,8 @@ std::vector<std::string> fromUnlockList(std::string_view list);
 
 /// Items without their attributes, by the ids under which they were told.
 using UnlockedItems = std::map<std::uint64_t, UnlockedItem>;
+/// How much memory an item takes, more or less, in bytes.
+std::size_t memoryOf(const UnlockedItem& item);
 /// The list of a PutBack worker.
 std::string putBackList(const UnlockedItems& items);
 /// Errors: EPROTO for anything that putBackList does not make. Thread: any.
@@ -152,7 +155,8 @@ class WorkerMessages {
     /// The next message that is whole. Errors: EAGAIN when there is none yet; ECONNRESET when the
     /// worker has gone; EPROTO for anything that such a worker does not tell at this point, such as
     /// a list of something else, a path that is too long, an id that is not known, or more after
-    /// the end. After any error but EAGAIN nothing more is to be read.
+    /// the end. From then on all that comes is EPROTO, and of it only what the worker is about to
+    /// unlock is taken down. After ECONNRESET nothing more is to be read.
     Result<WorkerMessage> receive();
 
     /// Whether the worker told its end: CommandFinished or CommandRefused.
@@ -173,11 +177,13 @@ class WorkerMessages {
     bool note(LocksLost& message);
     bool note(CommandFinished& message);
     bool takePathBegin(PacketReader& packet);
+    bool isNext(WorkerMessage& message);
 
     const WorkerKind m_kind;
     const UniqueFd m_socket;
     bool m_hasBegun = false;
     bool m_hasFinished = false;
+    bool m_isBelieved = true;
     std::string m_pathBegin;  ///< of the next entry erased, whose path takes several packets
     UnlockedItems m_outstanding;
     std::size_t m_outstandingBytes = 0;

@@ -31,12 +31,14 @@ std::string_view takePacket(std::string_view& input) {
     return packet;
 }
 
-/// Takes what there is; false when the worker is no longer believed.
-bool hear(WorkerMessages& messages, std::vector<WorkerMessage>& heard) {
+/// Takes what there is; false when the worker is no longer believed, and so not heard.
+bool hear(WorkerMessages& messages, std::vector<WorkerMessage>& heard, bool isBelieved = true) {
     for (;;) {
         auto message = messages.receive();
-        if (!message) return message.error().systemError == EAGAIN;
-        heard.push_back(std::move(*message));
+        if (!message && message.error().systemError == EAGAIN) return isBelieved;
+        if (!message) isBelieved = false;
+        if (message) heard.push_back(std::move(*message));
+        require(isBelieved || !message);
     }
 }
 
@@ -63,9 +65,9 @@ void hearWorker(WorkerKind kind, std::string_view input) {
     WorkerMessages messages(kind, std::move(sockets->service));
     std::vector<WorkerMessage> heard;
     bool isBelieved = true;
-    while (isBelieved && !input.empty()) {
+    while (!input.empty()) {
         require(!sendPacket(sockets->worker.get(), takePacket(input)));
-        isBelieved = hear(messages, heard);
+        isBelieved = hear(messages, heard, isBelieved);
     }
     if (isBelieved) checkAgain(kind, heard, messages.outstanding());
 }

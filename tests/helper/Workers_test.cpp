@@ -369,6 +369,20 @@ TEST(WorkerMessages, RefuseWhatSuchAWorkerDoesNotTell) {
     EXPECT_EQ(error(PutBack, {clear}), EPROTO);
     for (const std::string packet : {"x", "KWA1", "xxxxxxxx"})
         EXPECT_EQ(error(Erase, {accepted}, packet), EPROTO);
+
+    // What it unlocks is put back all the same, as far as the memory for that goes.
+    auto sockets = workerSockets();
+    WorkerMessages messages(Erase, std::move(sockets->service));
+    const auto tell = [&](const WorkerMessage& message) {
+        sendMessage(sockets->worker.get(), message);
+        return messages.receive().hasValue();
+    };
+    EXPECT_TRUE(tell(accepted) && tell(clear) && !tell(clear) && !tell(entry));
+    EXPECT_EQ(messages.outstanding().size(), 1u);
+    for (std::uint64_t id = 2; id < 10'000; ++id)
+        EXPECT_FALSE(tell(LocksToClear{id, {{}, {}, std::string(4000, 'n'), 16}}));
+    EXPECT_FALSE(tell(LocksSettled{{1}}));
+    EXPECT_EQ(messages.outstanding().size(), 1 + kMaximumUnlockedBytes / 4200);
 }
 
 TEST(WorkerMessages, CarryPathsOfAnyLength) {
