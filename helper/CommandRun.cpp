@@ -40,8 +40,9 @@ void CommandRun::told(const WorkerMessage& message) {
     } else if (const auto* const refused = std::get_if<CommandRefused>(&message)) {
         m_refusal = refused->why;
     } else if (const auto* const erased = std::get_if<EntriesErased>(&message)) {
-        m_progress->add(*erased);
+        // Whoever holds its socket goes on telling while it is being killed; nothing of that is kept.
         if (m_progress->isFlooded()) return m_worker->kill();
+        m_progress->add(*erased);
         m_worker->setPaused(!m_progress->hasRoom());
     } else if (const auto* const unlocked = std::get_if<ItemsUnlocked>(&message)) {
         m_isUnlocked = unlocked->isUnlocked;

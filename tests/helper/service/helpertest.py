@@ -206,6 +206,10 @@ class HelperTest(EndToEndTest):
         run_as_root("chown", "-R", "0:0", top)
         return top
 
+    def much(self, name):
+        """Such a folder, of which few entries fill all there is between a worker and its caller."""
+        return self.forbidden(name, [f"{'n' * 250}/" * 14 + f"{'n' * 240}{file}" for file in range(1200)])
+
     @staticmethod
     def status(process):
         with open(f"/proc/{process}/status", encoding="ascii") as file:

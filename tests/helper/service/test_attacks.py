@@ -3,9 +3,13 @@
 nothing else. After every attack all that must stay is compared with modes, times and contents, and the
 helper answers."""
 
+import contextlib
+import ctypes
 import os
 import plistlib
 import signal
+import socket
+import struct
 import time
 
 import harness
@@ -215,6 +219,75 @@ class APatientUser(Attack):
         self.assertEndsAtOnce(lambda: caller.send("setStoppedByUser", "(b)", True))
 
 
+class AWorker(Attack):
+    """That its user's list has taken over: what is said here is said in its place."""
+
+    ACCEPTED, ERASED, TO_CLEAR, SETTLED, LOST, FINISHED = (0x3141574b + number for number in (0, 3, 4, 5, 7, 8))
+
+    def take_over(self):
+        """A worker that does nothing any more; answers its caller, its process, and its end of the socket."""
+        caller = self.hold(permissions=[self.much("top%d" % len(self.trash.names()))])
+        worker, = self.workers()
+        run_as_root("kill", "-STOP", worker)
+        caller.order(do="answer", answers=True)
+        with as_root():
+            folder = f"/proc/{worker}/fd"
+            number, = [int(fd) for fd in os.listdir(folder) if os.readlink(f"{folder}/{fd}").startswith("socket:")]
+            pidfd_getfd = 438
+            end = ctypes.CDLL(None).syscall(pidfd_getfd, os.pidfd_open(int(worker)), number, 0)
+        if end < 0:
+            self.skipTest("the kernel hands over no descriptors")
+        end = socket.socket(fileno=end)
+        end.settimeout(1)
+        return caller, worker, end
+
+    @staticmethod
+    def say(end, packets):
+        """Answers how much of that was said before nobody heard it any more."""
+        said = 0
+        with contextlib.suppress(OSError):
+            for packet in packets:
+                said += end.send(packet)
+        return said
+
+    def test_is_not_believed(self):
+        self.keep_home_in_memory()
+        service, most = None, (1 << 64) - 1
+        entry = struct.pack("<IQI", self.ERASED, most, 50_000) + b"/" * 50_000
+        finished = struct.pack("<IQQ", self.FINISHED, most, most)
+        to_clear = [struct.pack("<IQiiIQQqI4000si", self.TO_CLEAR, number, 0, 0, 0, 1, 1, 0, 4000, b"/" * 4000, 16)
+                    for number in range(1, 10_000)]
+        for lie in ([b"x"], [struct.pack("<IQQQ", self.ACCEPTED, most, 0, 0)], [struct.pack("<IQ", self.SETTLED, 1)],
+                    [struct.pack("<IQI", self.ERASED, most, 0)], [struct.pack("<IQi", self.LOST, 1, 5)],
+                    [entry, finished, entry], to_clear):
+            caller, worker, end = self.take_over()
+            with end:
+                self.say(end, lie)
+                caller.wait(lambda: caller.left or caller.told["interrupted"])
+                self.assertIn((caller.left, caller.told["interrupted"]), (([], [False]), ([most], [])))
+                harness.wait_until(lambda: not self.is_running(worker), "the end of the worker")
+                self.assertEqual(self.caller(OTHER_USER).erase(), 0)
+            self.assertEqual(self.bus.process_of(), service := service or self.bus.process_of())
+        self.assertTrue(caller.told["attributesNotRestored"])
+        self.assertBounded(150)
+
+    def test_does_not_flood_the_service(self):
+        self.keep_home_in_memory()
+        caller, worker, end = self.take_over()
+        caller.order(do="answer", answers=False)
+        entry = struct.pack("<IQI", self.ERASED, 1, 50_000) + b"/" * 50_000
+        with end:
+            self.assertLess(self.say(end, [entry] * 2000), 8 * MEGABYTE)  # it reads no further
+            caller.send("setStoppedByUser", "(b)", True)
+            for _ in range(20):
+                self.say(end, [entry] * 100)
+            harness.wait_until(lambda: not self.is_running(worker), "the end of the worker")
+            self.assertBounded(100)
+        caller.order(do="answer", answers=True)
+        caller.wait(lambda: caller.told["interrupted"])
+        self.assertAlive()
+
+
 class AList(Attack):
     def assertInvalid(self, *lists):
         self.assertAlive()
@@ -318,9 +391,7 @@ class ACaller(Attack):
 
     def test_that_does_not_listen(self):
         self.keep_home_in_memory()
-        tops = [self.forbidden(f"top{number}", [f"{'n' * 200}{file}" for file in range(500)])
-                for number in range(20)]
-        self.hold(permissions=tops)
+        self.hold(permissions=[self.much("top")])
         other = self.caller()
         tag = other.send_erase(items_xml(permissions=[self.forbidden("other")]))
         self.assertIsNone(other.reply(tag)["error"])  # accepted, and waits for its turn

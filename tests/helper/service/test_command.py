@@ -2,11 +2,12 @@
 """What the helper does for a program that is authorised."""
 
 import os
+import re
 import time
 
 import harness
 from caller import form
-from harness import run_as_root
+from harness import as_root, run_as_root
 from helpertest import BUSY, CANCELLED, DENIED, INVALID, Agent, HelperTest, TrashCan, encoded, items_xml
 
 
@@ -26,12 +27,9 @@ class ACommand(HelperTest):
         self.assertEqual(caller.items[-1][1], 115)
 
     def test_that_is_stopped_or_of_another_user_need_not_wait_for_its_turn(self):
-        self.keep_home_in_memory()
-        second = self.caller()
-        tops = [self.forbidden(f"top{number}", [f"{'n' * 250}{file}" for file in range(200)])
-                for number in range(60)]
-        first = self.hold(permissions=tops)
-        self.assertEqual(first.reply(first.send_erase(items_xml(permissions=tops)))["error"], BUSY)
+        second, top = self.caller(), self.much("top")
+        first = self.hold(permissions=[top])
+        self.assertEqual(first.reply(first.send_erase(items_xml(permissions=[top])))["error"], BUSY)
         waiting = self.forbidden("waiting")
         tag = second.send_erase(items_xml(permissions=[waiting]))
         self.assertEqual(second.version(), ["2.0.0"])
@@ -42,6 +40,39 @@ class ACommand(HelperTest):
         other = self.caller(harness.OTHER_USER)
         self.assertEqual(other.erase(permissions=[waiting], timeout=10), 1)  # it is not theirs
         self.assertEqual(first.left, [])
+
+    def test_waits_while_sixteen_are_carried_out_and_behind_users_who_have_waited_longer(self):
+        volume, users = self.tmpfs(self.mount_point("Disk"), "mode=1777"), range(62001, 62019)
+        with as_root(), open("/etc/passwd", "a", encoding="ascii") as accounts:
+            for user in users:
+                accounts.write(f"kestrin-e2e-{user}:x:{user}:{user}::/nonexistent:/bin/sh\n")
+        running, waiting = [], []
+        for user in users:
+            with as_root():
+                self.trash = self.volume_trash(volume, user)
+                self.much("top") if user in users[:16] else self.forbidden("top")
+                self.forbidden("other")
+            run_as_root("chown", str(user), self.trash.folder, self.trash.files, self.trash.info)
+            if user in users[:16]:
+                running.append(self.hold(self.caller(user), permissions=[self.trash.path("top")]))
+        for user in (users[0], *users[16:]):
+            caller = self.caller(user)
+            other = os.path.join(volume, b".Trash-%d/files/other" % user)
+            waiting.append((caller, caller.send_erase(items_xml(permissions=[other]))))
+            caller.version()  # by now it has asked
+        nobody = self.caller(65534)
+        self.assertEqual(nobody.reply(nobody.send_erase(items_xml()))["error"], DENIED)  # by now all may
+        self.assertEqual(len(self.workers()), 16)
+        for caller, tag in waiting:
+            caller.version()
+            self.assertNotIn(tag, caller.replies)
+        running[0].order(do="answer", answers=True)
+        self.assertEqual(running[0].end(), 0)
+        for caller, tag in waiting:
+            self.assertIsNone(caller.reply(tag)["error"])
+            self.assertEqual(caller.end(), 0)
+        accepted = re.findall(r"of user (\d+) accepted", self.bus.messages())
+        self.assertEqual([int(user) for user in accepted], [*users, users[0]])
 
     def test_is_stopped_before_it_begins(self):
         paths = [self.forbidden(f"top{number}", ["a"]) for number in range(20)]
@@ -164,8 +195,7 @@ class AWorker(HelperTest):
 
     def begin(self):
         """A command in the middle of a locked folder; answers its caller, its worker and the folder."""
-        far = f"{'n' * 250}/" * 4  # so that few entries fill all there is between worker and caller
-        top = self.forbidden("top", [f"{far}{'n' * 240}{file}" for file in range(4000)])
+        top = self.much("top")
         self.lock(top)
         caller = self.hold(unlock=[top])
         worker, = self.workers()
