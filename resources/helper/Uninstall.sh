@@ -23,22 +23,36 @@ helper_file=/usr/libexec/$label
 # First what would start it again.
 rm -f -- "/usr/share/dbus-1/system-services/$label.service" || exit 1
 
-# By its program and not by a name, which any process may have.
+# By its program and not by a name, which any process may have. A link leads to a program of
+# somebody else.
 running() {
+    [ -f "$helper_file" ] && [ ! -L "$helper_file" ] || return
     for process in /proc/[0-9]*; do
         if [ "$process/exe" -ef "$helper_file" ]; then echo "${process#/proc/}"; fi
     done
 }
-# A link leads to a program of somebody else.
-if [ -f "$helper_file" ] && [ ! -L "$helper_file" ]; then
-    for attempt in TERM TERM TERM TERM TERM TERM TERM TERM TERM TERM KILL; do
-        pids=$(running)
-        [ -n "$pids" ] || break
-        # Not quoted: it may be several.
-        kill -s "$attempt" $pids 2>/dev/null
-        sleep 0.2
+# Its parent, which none of the others has started: that ends them in order, so that they lock again
+# what they unlocked. It takes moments, and 74 s when everything hangs (helper/Patience.h).
+end_in_order() {
+    for process in $1; do
+        parent=$(sed -n 's/^PPid:[[:space:]]*//p' "/proc/$process/status" 2>/dev/null)
+        case " $1 " in *" $parent "*) continue ;; esac
+        case " $told " in *" $process "*) continue ;; esac
+        kill -s TERM "$process" 2>/dev/null
+        told="$told $process"
     done
-fi
+}
+told=
+rounds=400
+pids=$(echo $(running))
+while [ -n "$pids" ] && [ $rounds -gt 0 ]; do
+    end_in_order "$pids"
+    sleep 0.2
+    rounds=$((rounds - 1))
+    pids=$(echo $(running))
+done
+# Not quoted: it may be several.
+[ -z "$pids" ] || kill -s KILL $pids 2>/dev/null
 
 rm -f -- "$helper_file" "/usr/share/dbus-1/system.d/$label.conf" \
     "/usr/share/polkit-1/actions/com.quorvane.kestrin-$major.policy" || exit 1

@@ -145,15 +145,20 @@ class InstallationTest(EndToEndTest):
             self.assertEqual(self.run_script(words, self.tool), 1, name)
         self.assertEqual(self.found(), [])
 
-    def test_removing_ends_the_helper_that_runs(self):
-        self.assertEqual(self.install(), 0, self.output)
+    def test_removing_has_the_helper_that_runs_end_in_order(self):
+        """Its parent is told, takes its time, and ends the others itself."""
+        with open("/bin/dash", "rb") as file:
+            self.assertEqual(self.install(file.read()), 0, self.output)
         namesake = os.path.join(self.home, LABEL.encode())
         shutil.copy("/usr/bin/sleep", namesake)
-        running, other = (subprocess.Popen([program, "100"]) for program in (HELPER, namesake))
+        parent = "trap 'sleep 3; kill -KILL $!; echo in order; exit' TERM; $0 -c \"$1\" & while :; do wait; done"
+        child = "trap 'echo disturbed' TERM; while :; do sleep 0.1; done"
+        running = subprocess.Popen([HELPER, "-c", parent, HELPER, child], stdout=subprocess.PIPE)
+        other = subprocess.Popen([namesake, "100"])
         self._undo.callback(other.wait)
         self._undo.callback(other.kill)
         self.assertEqual(self.uninstall(), 0, self.output)
-        self.assertLess(running.wait(timeout=10), 0)
+        self.assertEqual(running.communicate(timeout=10)[0], b"in order\n")
         # A link at the helper's place is no reason to end what it leads to.
         with as_root():
             os.symlink(namesake, HELPER)
