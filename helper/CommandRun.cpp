@@ -64,6 +64,7 @@ void CommandRun::accept(const CommandAccepted& command) {
                                       },
                                   .lost = [this] { stop(); }});
     if (m_hasCallerLeft) m_progress->giveUp();
+    if (m_isHurried) m_progress->hurry();
     answer(m_command.message.createReply());
 }
 
@@ -71,6 +72,12 @@ void CommandRun::stop() {
     m_isStopped = true;
     // What puts attributes back is not stopped: it has its own time.
     if (m_worker && !m_end) m_worker->stop();
+}
+
+void CommandRun::hurry() {
+    m_isHurried = true;
+    stop();
+    if (m_progress) m_progress->hurry();
 }
 
 void CommandRun::callerLeft() {

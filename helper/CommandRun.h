@@ -44,7 +44,9 @@ class CommandRun final {
     /// Ends the command at its next entry. It is over within some seconds, whatever the worker
     /// does.
     void stop();
-    /// The same, and tells the caller nothing any more.
+    /// The same, and waits for no answer of the caller's either, because this process ends.
+    void hurry();
+    /// The same as stop, and tells the caller nothing any more.
     void callerLeft();
     bool isAnswered() const { return m_isAnswered; }
 
@@ -69,6 +71,7 @@ class CommandRun final {
     bool m_isAnswered = false;
     bool m_isStopped = false;
     bool m_hasCallerLeft = false;
+    bool m_isHurried = false;
     std::string m_refusal;  ///< why the worker refused the list
     std::vector<bool> m_isUnlocked;
     std::optional<CommandFinished> m_finished;

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 
 #include <QCoreApplication>
+#include <QDBusPendingCallWatcher>
 #include <algorithm>
 #include <cerrno>
 #include <utility>
@@ -14,6 +15,7 @@
 #include "helper/CommandRun.h"
 #include "helper/Hardening.h"
 #include "helper/HelperProtocol.h"
+#include "helper/Patience.h"
 #include "helper/QVCommonHelper.h"
 #include "helper/WorkerProtocol.h"
 #include "platform/items/HostErrors.h"
@@ -117,12 +119,12 @@ void HelperService::shutDown() {
     const auto requests = m_requests;  // refusing takes them out
     for (const auto& [caller, request] : requests) {
         if (request->run) {
-            request->run->stop();
+            request->run->hurry();
         } else {
             refuse(request, HelperErrorName::kBusy, QStringLiteral("the helper is ending"));
         }
     }
-    if (m_requests.empty()) QCoreApplication::quit();
+    leaveWhenAllIsOver();
 }
 
 QString HelperService::getVersion() {
@@ -337,7 +339,20 @@ void HelperService::end(const RequestPtr& request) {
             Qt::QueuedConnection);
         beginNext();
     }
-    if (m_isEnding && m_requests.empty()) QCoreApplication::quit();
+    leaveWhenAllIsOver();
+}
+
+/// What has been told is with the bus when that answers the next question.
+void HelperService::leaveWhenAllIsOver() {
+    if (!m_isEnding || !m_requests.empty() || std::exchange(m_isLeaving, true)) return;
+    const QString bus = QStringLiteral("org.freedesktop.DBus");
+    const QDBusMessage question = QDBusMessage::createMethodCall(
+        bus, QStringLiteral("/org/freedesktop/DBus"), bus, QStringLiteral("GetId"));
+    constexpr std::chrono::milliseconds kPatience = kBusPatience;
+    auto* const watcher = new QDBusPendingCallWatcher(
+        m_bus.asyncCall(question, static_cast<int>(kPatience.count())), this);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, this,
+                     [] { QCoreApplication::quit(); });
 }
 
 void HelperService::callerLeft(const QString& caller) {

@@ -46,7 +46,7 @@ class HelperService final : public QObject, protected QDBusContext {
     /// had.
     bool start();
     /// Refuses what waits, stops every command at its next entry, and ends the process after the
-    /// last.
+    /// last. No caller is waited for.
     Q_SLOT void shutDown();
 
     QString getVersion();
@@ -72,6 +72,7 @@ class HelperService final : public QObject, protected QDBusContext {
     void refuse(const RequestPtr& request, const char* error, const QString& reason);
     void end(const RequestPtr& request);
     void callerLeft(const QString& caller);
+    void leaveWhenAllIsOver();
     void leaveWhenIdle();
     void leaveUnlessCalled();
 
@@ -81,6 +82,7 @@ class HelperService final : public QObject, protected QDBusContext {
     QDBusServiceWatcher m_callers;
     QTimer m_idle;
     bool m_isEnding = false;
+    bool m_isLeaving = false;
     std::map<QString, RequestPtr> m_requests;         ///< by the caller's bus name
     std::vector<RequestPtr> m_waiting;                ///< for their turn, the next first
     std::vector<std::unique_ptr<CommandRun>> m_over;  ///< to be let go by the event loop

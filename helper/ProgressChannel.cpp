@@ -66,13 +66,17 @@ bool ProgressChannel::isFlooded() const {
 }
 
 void ProgressChannel::sendPending() {
-    if (m_unanswered >= kMaximumUnanswered) return;
+    if (mustWait()) return;
     if (!m_pending.isEmpty()) {
         watch(m_caller->itemsErased(std::exchange(m_pending, {})));
         m_pendingBytes = 0;
         m_handlers.hasRoom();
     }
-    if (m_end && m_unanswered < kMaximumUnanswered) sendEnd();
+    if (m_end && !mustWait()) sendEnd();
+}
+
+bool ProgressChannel::mustWait() const {
+    return !m_isHurried && m_unanswered >= kMaximumUnanswered;
 }
 
 void ProgressChannel::watch(const QDBusPendingCall& call) {
@@ -102,6 +106,11 @@ void ProgressChannel::finish(End end, std::function<void()> done) {
     m_end = std::move(end);
     m_done = std::move(done);
     sendPending();
+}
+
+void ProgressChannel::hurry() {
+    m_isHurried = true;
+    if (m_end && !m_isGivenUp) sendPending();
 }
 
 void ProgressChannel::giveUp() {

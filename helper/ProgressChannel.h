@@ -52,6 +52,9 @@ class ProgressChannel final : public QObject {
     /// Sends what is left and then the end. `done` is called when the end is sent, or the caller
     /// given up.
     void finish(End end, std::function<void()> done);
+    /// Waits for no answer any more, because this process ends: what is left and the end go to the
+    /// bus, which keeps them for the caller.
+    void hurry();
     /// Gives the caller up, because nobody listens any more.
     void giveUp();
 
@@ -59,6 +62,7 @@ class ProgressChannel final : public QObject {
 
  private:
     void sendPending();
+    bool mustWait() const;
     void sendEnd();
     void watch(const QDBusPendingCall& call);
 
@@ -70,6 +74,7 @@ class ProgressChannel final : public QObject {
     ErasedItems m_pending;
     std::size_t m_pendingBytes = 0;
     bool m_isGivenUp = false;
+    bool m_isHurried = false;
     std::optional<End> m_end;  ///< set once the command is over
     std::function<void()> m_done;
 };

@@ -178,17 +178,6 @@ class ItsLife(HelperTest):
         with harness.as_root(), open(f"/proc/{process}/smaps_rollup", encoding="ascii") as file:
             return int(next(line for line in file if line.startswith("Pss:")).split()[1])
 
-    def test_ends_in_order_when_told_to(self):
-        top = self.forbidden("top", [f"f{file}" for file in range(6000)])
-        self.lock(top)
-        caller = self.caller()
-        caller.reply(caller.send_erase(items_xml(permissions=[top])))
-        run_as_root("kill", str(self.bus.process_of()))
-        self.assertEqual(caller.end(), 1 if os.path.exists(top) else 0)
-        if os.path.exists(top):
-            self.assertFalse(run_as_root("rmdir", top, check=False))
-            self.assertIn("i", self.attributes(top))
-
 
 class AWorker(HelperTest):
     idle_seconds = 2
@@ -212,6 +201,16 @@ class AWorker(HelperTest):
                                        "attributesNotRestored": []})
         self.assertEqual(caller.erase(unlock=[top]), 0)  # and the next one works
         self.assertGone()
+
+    def test_that_is_held_up_by_its_caller_does_not_hold_up_the_end(self):
+        """And what was told before the end is heard."""
+        caller, _, top = self.begin()
+        service = self.bus.process_of()
+        run_as_root("kill", self.status(service)["PPid"])
+        harness.wait_until(lambda: not self.is_running(service), "the end of the helper", 5)
+        self.assertEqual(caller.end(), 1)
+        self.assertIn("i", self.attributes(top))
+        self.assertEqual(len(caller.items), 1200 - sum(len(files) for _, _, files in os.walk(top)))
 
     def test_that_hangs_when_the_service_dies_locks_again_by_itself(self):
         top = self.held_folder(self.forbidden("top"))
