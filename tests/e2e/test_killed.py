@@ -112,7 +112,9 @@ class ACommand(HelperTest):
             while process.poll() is None and (victim == "workers" or not killed):
                 killed = self.workers(parent, service)
                 for pid in killed:
-                    os.kill(pid, signal.SIGKILL)
+                    os.kill(pid, signal.SIGSTOP if victim == "hanging worker" else signal.SIGKILL)
+            if victim == "hanging worker":
+                process.send_signal(signal.SIGINT)
 
     def round(self, chance, victim, life):
         self.fill(chance)
@@ -131,8 +133,9 @@ class ACommand(HelperTest):
             self.bus.restart()
 
     def check_report(self, run, before, after):
-        """What is there was told; answers what was told to have lost its attributes."""
+        """What is there was told, and nothing else; answers what was told to have lost its attributes."""
         named = {path_of(entry["url"]): entry["reason"] for entry in run.json["notErased"]}
+        self.assertEqual(set(named) - set(after), set(), run)
         for path in after:
             if os.path.dirname(path) == self.trash.files:
                 self.assertTrue(any((name + b"/").startswith(path + b"/") for name in named), (path, run))
@@ -153,7 +156,7 @@ class ACommand(HelperTest):
         self.empty_all()
         for seed in range(SEED, SEED + ROUNDS):
             chance = random.Random(seed)
-            victim = chance.choice(("worker", "workers", "service", "parent", "program", "bus", "policy"))
+            victim = chance.choice(("worker", "workers", "hanging worker", "service", "parent", "program", "bus", "policy"))
             print(f"seed {seed}: the {victim}", flush=True)
             self.round(chance, victim, life)
             self.empty_all()
