@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -10,11 +11,8 @@
 
 #include <array>
 #include <cerrno>
-#include <filesystem>
 #include <functional>
-#include <iterator>
 #include <optional>
-#include <sstream>
 #include <utility>
 
 #include "helper/Hardening.h"
@@ -30,8 +28,6 @@ namespace kestrin {
 namespace {
 
 using namespace test;
-
-constexpr int kStatusOfService = 7;
 
 /// A parent and its service, which lives until it is told to end.
 class ParentProcess {
@@ -52,31 +48,21 @@ class ParentProcess {
         const pid_t service = fork();
         if (service == 0) {
             char nothing = 0;
-            _exit(read(untilEnd.get(), &nothing, 1) == 0 ? kStatusOfService : 1);
+            _exit(static_cast<int>(read(untilEnd.get(), &nothing, 1)));
         }
         keepCapabilitiesForFiles();
         _exit(runParent(std::move(ends->one), service));
     }
     ~ParentProcess() {
-        if (m_process > 0) end();
-    }
-    int service() const { return m_service.get(); }
-    /// Has the service end; answers the parent's exit status.
-    int end() {
         m_service.reset();
         m_life.reset();
-        return wait();
+        if (m_process > 0) wait();
     }
+    int service() const { return m_service.get(); }
     int wait() {
         int status = 0;
         EXPECT_EQ(waitpid(std::exchange(m_process, -1), &status, 0) > 0, WIFEXITED(status));
         return WEXITSTATUS(status);
-    }
-    /// The process ids of its children.
-    std::vector<std::string> children() const {
-        const std::string process = std::to_string(m_process);
-        std::istringstream text(readFile("/proc/" + process + "/task/" + process + "/children"));
-        return {std::istream_iterator<std::string>(text), {}};
     }
 
  private:
@@ -87,26 +73,10 @@ class ParentProcess {
 
 /// What a worker told until it ended.
 struct Told {
-    std::optional<CommandAccepted> accepted;
-    std::string refused;
     std::vector<std::string> paths;
-    std::vector<std::uint64_t> toClear;
-    std::vector<bool> unlocked;
     std::vector<LocksLost> lost;
-    std::optional<CommandFinished> finished;
+    bool isFinished = false;
     int error = 0;
-
-    void operator()(const CommandAccepted& message) { accepted = message; }
-    void operator()(const CommandRefused& message) { refused = message.why; }
-    void operator()(const EntriesErased& message) {
-        for (const auto& entry : message.entries)
-            paths.push_back(entry.path);
-    }
-    void operator()(const LocksToClear& message) { toClear.push_back(message.id); }
-    void operator()(const LocksSettled&) {}
-    void operator()(const ItemsUnlocked& message) { unlocked = message.isUnlocked; }
-    void operator()(const LocksLost& message) { lost.push_back(message); }
-    void operator()(const CommandFinished& message) { finished = message; }
 };
 
 Told readAll(WorkerMessages& messages) {
@@ -115,11 +85,16 @@ Told readAll(WorkerMessages& messages) {
         pollfd readable{messages.socket(), POLLIN, 0};
         if (poll(&readable, 1, 30'000) != 1) return told;
         const auto message = messages.receive();
-        if (message) {
-            std::visit(told, *message);
-        } else if (message.error().systemError != EAGAIN) {
-            told.error = message.error().systemError;
+        if (!message) {
+            if (message.error().systemError != EAGAIN) told.error = message.error().systemError;
+            continue;
         }
+        if (const auto* const erased = std::get_if<EntriesErased>(&*message)) {
+            for (const auto& entry : erased->entries)
+                told.paths.push_back(entry.path);
+        }
+        if (const auto* const lost = std::get_if<LocksLost>(&*message)) told.lost.push_back(*lost);
+        told.isFinished |= std::holds_alternative<CommandFinished>(*message);
     }
     return told;
 }
@@ -146,20 +121,6 @@ class AWorker : public ::testing::Test {
             sendStartWorker(parent.service(), request, file->get(), sockets->worker.get()));
         return {kind, std::move(sockets->service), std::move(unlocked)};
     }
-    /// A locked folder with more in it than a worker tells without being heard.
-    std::string lockedFolder() {
-        const std::string folder = m_files + "/locked";
-        for (int number = 0; number < 4000; ++number)
-            writeFile(folder + "/" + std::string(240, 'n') + std::to_string(number), "");
-        makeImmutable(folder);
-        return folder;
-    }
-    static bool isLocked(const std::string& path) {
-        return lockStateAt(AT_FDCWD, path.c_str()) == LockState::Locked;
-    }
-    static bool isUnlocked(const std::string& path) {
-        return lockStateAt(AT_FDCWD, path.c_str()) == LockState::Unlocked;
-    }
 
     std::optional<ScratchFolder> m_scratch;
     std::optional<TestVolume> m_volume;
@@ -167,107 +128,24 @@ class AWorker : public ::testing::Test {
     std::uint64_t m_number = 0;
 };
 
-TEST_F(AWorker, CarriesOutOneCommandAndTellsWhatItDoes) {
+TEST_F(AWorker, PutsBackWhatIsThereAndTellsWhatItCannot) {
     ParentProcess parent;
-    const std::string file = m_files + "/file", kept = m_files + "/kept";
-    writeFile(file, "12345");
-    writeFile(kept);
-    ASSERT_TRUE(makeImmutable(file) && makeImmutable(kept));
-    const EraseItems items{
-        .unlockItems = {file}, .permissionsItems = {"/etc/passwd"}, .erasedCount = 3};
-    WorkerMessages erase = start(parent, WorkerKind::Erase, items.toXml());
-    const Told told = readAll(erase);
-    EXPECT_EQ(told.accepted->itemCount, 2u);
-    EXPECT_EQ(told.accepted->erasedCount, 3u);
-    EXPECT_EQ(told.paths, std::vector{file});
-    EXPECT_EQ(told.toClear.size(), 1u);
-    EXPECT_EQ(told.finished->nonErasedCount, 1u);
-    EXPECT_TRUE(erase.outstanding().empty() && !exists(file));
-    WorkerMessages refused = start(parent, WorkerKind::Erase, "<plist><nothing/>\n");
-    EXPECT_NE(readAll(refused).refused, "");
-    WorkerMessages unlock =
-        start(parent, WorkerKind::Unlock, unlockList({kept, "%", "/etc/passwd"}));
-    EXPECT_EQ(readAll(unlock).unlocked, (std::vector{true, false, false}));
-    EXPECT_TRUE(isUnlocked(kept) && unlock.outstanding().empty());
-    WorkerMessages garbled = start(parent, WorkerKind::PutBack, "no list");
-    EXPECT_FALSE(readAll(garbled).finished);
-    EXPECT_EQ(parent.end(), kStatusOfService);
-}
-
-TEST_F(AWorker, ThatIsKilledLeavesNothingUnlocked) {
-    ParentProcess parent;
-    const std::string folder = lockedFolder();
-    const EraseItems items{.unlockItems = {folder}};
-    WorkerMessages erase = start(parent, WorkerKind::Erase, items.toXml());
-    ASSERT_TRUE(waitFor([&] { return isUnlocked(folder); }));
-    EXPECT_FALSE(sendKillWorker(parent.service(), m_number));
-    const Told told = readAll(erase);
-    EXPECT_EQ(told.error, ECONNRESET);
-    EXPECT_FALSE(told.finished);
-    ASSERT_EQ(erase.outstanding().size(), 1u);
-    EXPECT_EQ(erase.outstanding().begin()->second.path, folder);
-    EXPECT_TRUE(isUnlocked(folder));
-    UnlockedItems lost = erase.outstanding();
-    UnlockedItem gone = lost.begin()->second;
-    gone.handle.bytes.back() = static_cast<char>(gone.handle.bytes.back() + 1);
-    lost.emplace(99, gone);
-    gone.handle.mountId = 1 << 30;
-    lost.emplace(100, gone);
+    const UniqueFd folder(open(m_files.c_str(), O_RDONLY));
+    UnlockedItem item{handleOf(folder.get()), identityAt(AT_FDCWD, m_files.c_str()), m_files,
+                      FS_IMMUTABLE_FL};
+    UnlockedItems lost{{7, item}};
+    item.handle.bytes.back() = static_cast<char>(item.handle.bytes.back() + 1);
+    lost.emplace(99, item);
+    item.handle.mountId = 1 << 30;
+    lost.emplace(100, item);
     WorkerMessages restorer = start(parent, WorkerKind::PutBack, putBackList(lost), lost);
     const Told last = readAll(restorer);
     ASSERT_EQ(last.lost.size(), 1u) << "an item that exists no more needs nothing";
     EXPECT_EQ(last.lost[0].systemError, ENODEV);
     ASSERT_EQ(restorer.outstanding().size(), 1u);
     EXPECT_EQ(restorer.outstanding().begin()->first, 100u);
-    EXPECT_TRUE(last.finished && isLocked(folder));
-}
-
-TEST_F(AWorker, PutsEverythingBackWhenItIsStoppedOrTheServiceEnds) {
-    const std::string folder = lockedFolder();
-    const std::string list = EraseItems{.unlockItems = {folder}}.toXml();
-    {
-        ParentProcess parent;
-        WorkerMessages erase = start(parent, WorkerKind::Erase, list);
-        ASSERT_TRUE(waitFor([&] { return isUnlocked(folder); }));
-        EXPECT_FALSE(sendStop(erase.socket()));
-        const Told told = readAll(erase);
-        EXPECT_EQ(told.finished->nonErasedCount, 1u);
-        EXPECT_LT(told.paths.size(), 4000u);
-        EXPECT_TRUE(erase.outstanding().empty() && isLocked(folder));
-    }
-    m_number = 0;
-    ParentProcess parent;
-    {
-        WorkerMessages erase = start(parent, WorkerKind::Erase, list);
-        ASSERT_TRUE(waitFor([&] { return isUnlocked(folder); }));
-    }
-    EXPECT_EQ(parent.end(), kStatusOfService);
-    EXPECT_TRUE(isLocked(folder));
-}
-
-TEST_F(AWorker, HasNothingOfTheOthers) {
-    ParentProcess parent;
-    const std::string folder = lockedFolder();
-    const std::string list = EraseItems{.unlockItems = {folder}}.toXml();
-    const WorkerMessages one = start(parent, WorkerKind::Erase, list);
-    ASSERT_TRUE(waitFor([&] { return isUnlocked(folder); }));
-    const WorkerMessages other = start(parent, WorkerKind::Erase, list);
-    const auto isReady = [](const std::string& process) {
-        return getpgid(std::stoi(process)) == std::stoi(process);
-    };
-    ASSERT_TRUE(waitFor([&] {
-        const auto children = parent.children();
-        return children.size() == 3 && isReady(children[1]) && isReady(children[2]);
-    }));
-    const AsRoot root;
-    for (const std::string& process : {parent.children()[1], parent.children()[2]}) {
-        int sockets = 0;
-        std::error_code closed;
-        for (const auto& fd : std::filesystem::directory_iterator("/proc/" + process + "/fd"))
-            // Its threads close what they have read meanwhile.
-            sockets += std::filesystem::read_symlink(fd, closed).string().starts_with("socket:");
-        EXPECT_EQ(sockets, 1) << process;
-    }
+    EXPECT_TRUE(last.isFinished);
+    EXPECT_EQ(lockStateAt(AT_FDCWD, m_files.c_str()), LockState::Locked);
 }
 
 TEST_F(AWorker, IsNotStartedForAServiceThatAsksForAnythingOdd) {

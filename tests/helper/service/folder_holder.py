@@ -2,7 +2,7 @@
 """Holds a folder's lock in the kernel: lists it into memory whose pages a file system of its own serves, which
 never answers. Whoever changes the folder sleeps until this process ends, and cannot be killed.
 
-    folder_holder.py FOLDER MOUNT-POINT [OPTION]
+    folder_holder.py FOLDER MOUNT-POINT
 """
 
 import ctypes
@@ -41,7 +41,6 @@ def hold(folder, mount_point):
 
 if __name__ == "__main__":
     if os.fork() == 0:
-        hold(*sys.argv[1:3])
+        hold(*sys.argv[1:])
         os._exit(0)
-    fuse.FUSE(Page(), sys.argv[2], foreground=True, nothreads=False,
-              **{option: True for option in sys.argv[3:]})
+    fuse.FUSE(Page(), sys.argv[2], foreground=True, nothreads=False)

@@ -233,6 +233,13 @@ class HelperTest(EndToEndTest):
         service = str(self.bus.process_of())
         return [child for child in self.children(self.status(service)["PPid"]) if child != service]
 
+    @staticmethod
+    def sockets(process):
+        """The descriptors of its sockets."""
+        folder = f"/proc/{process}/fd"
+        with as_root():
+            return [int(fd) for fd in os.listdir(folder) if os.readlink(f"{folder}/{fd}").startswith("socket:")]
+
     def attributes(self, path):
         return self.run_as_user("lsattr", "-d", path).split()[0].decode()
 

@@ -7,14 +7,13 @@ import contextlib
 import ctypes
 import os
 import plistlib
-import signal
 import socket
 import struct
 import time
 
 import harness
 from harness import OTHER_USER, USER, TrashCan, as_root, run_as_root
-from helpertest import BUSY, CANCELLED, INVALID, Child, HelperTest, encoded, items_xml, source_of
+from helpertest import BUSY, CANCELLED, INVALID, HelperTest, encoded, items_xml
 
 MEGABYTE = 1 << 20
 
@@ -126,29 +125,6 @@ class APath(Attack):
         self.assertEqual(sorted(os.listdir(top)), [b"bound", b"bound-file", b"mounted"])
 
 
-    def test_into_what_the_user_serves_and_leaves_unanswered(self):
-        harness.require("fusermount")
-        run_as_root("sh", "-c", 'echo user_allow_other > "$1/fuse.conf"; chmod 644 "$1/fuse.conf"; '
-                    'mount --bind "$1/fuse.conf" /etc/fuse.conf', "sh", self.scratch)
-        top, gone = self.trash.tree("top", ["point/x"]), self.forbidden("gone")
-        inner, point = os.path.join(top, b"point"), self.trash.path("point")
-        for folder in (point, os.path.join(self.home, b"held")):
-            os.mkdir(folder)
-        server = Child(self, source_of("folder_holder.py"),
-                       [os.fsdecode(path) for path in (folder, point)] + ["allow_other"], USER)
-        self.assertEqual(server.line(), "held\n")
-        run_as_root("mount", "--bind", point, inner)
-        harness.send(server.process, signal.SIGSTOP)
-        with open(os.path.join(self.trash.folder, b"directorysizes"), "w", encoding="ascii") as file:
-            file.write("5 1 point\n5 1 gone\n")
-        served = [top, inner, point, os.path.join(inner, b"page"), os.path.join(point, b"page")]
-        caller = self.caller()
-        self.assertEqual(caller.erase(unlock=served, permissions=[gone], folders=served, timeout=10), 5)
-        reply = caller.call("unlockItems", "(as)", [encoded(path) for path in served])
-        self.assertEqual(reply["values"], [[encoded(top)]])
-        self.assertFalse(os.path.exists(gone))
-
-
 class APatientUser(Attack):
     """What he does to his entries while they are erased: his program answers no report, so that the worker
     waits for him."""
@@ -230,9 +206,8 @@ class AWorker(Attack):
         worker, = self.workers()
         run_as_root("kill", "-STOP", worker)
         caller.order(do="answer", answers=True)
+        number, = self.sockets(worker)
         with as_root():
-            folder = f"/proc/{worker}/fd"
-            number, = [int(fd) for fd in os.listdir(folder) if os.readlink(f"{folder}/{fd}").startswith("socket:")]
             pidfd_getfd = 438
             end = ctypes.CDLL(None).syscall(pidfd_getfd, os.pidfd_open(int(worker)), number, 0)
         if end < 0:
@@ -263,10 +238,10 @@ class AWorker(Attack):
             caller, worker, end = self.take_over()
             with end:
                 self.say(end, lie)
-                caller.wait(lambda: caller.left or caller.told["interrupted"])
-                self.assertIn((caller.left, caller.told["interrupted"]), (([], [False]), ([most], [])))
                 harness.wait_until(lambda: not self.is_running(worker), "the end of the worker")
-                self.assertEqual(self.caller(OTHER_USER).erase(), 0)
+            caller.wait(lambda: caller.left or caller.told["interrupted"])
+            self.assertIn((caller.left, caller.told["interrupted"]), (([], [False]), ([most], [])))
+            self.assertEqual(self.caller(OTHER_USER).erase(), 0)
             self.assertEqual(self.bus.process_of(), service := service or self.bus.process_of())
         self.assertTrue(caller.told["attributesNotRestored"])
         self.assertBounded(150)

@@ -62,7 +62,7 @@ class ACommand(HelperTest):
             caller.version()  # by now it has asked
         nobody = self.caller(65534)
         self.assertEqual(nobody.reply(nobody.send_erase(items_xml()))["error"], DENIED)  # by now all may
-        self.assertEqual(len(self.workers()), 16)
+        self.assertEqual([len(self.sockets(worker)) for worker in self.workers()], [1] * 16)  # nobody else's
         for caller, tag in waiting:
             caller.version()
             self.assertNotIn(tag, caller.replies)
@@ -199,8 +199,11 @@ class AWorker(HelperTest):
         caller.wait(lambda: caller.told["interrupted"])
         self.assertEqual(caller.told, {"finishedWithNonErasedCount": [], "interrupted": [False],
                                        "attributesNotRestored": []})
-        self.assertEqual(caller.erase(unlock=[top]), 0)  # and the next one works
-        self.assertGone()
+        self.hold(caller, unlock=[top])  # and the next one works
+        caller.send("setStoppedByUser", "(b)", True)
+        caller.order(do="answer", answers=True)
+        self.assertEqual(caller.end(), 1)
+        self.assertIn("i", self.attributes(top))
 
     def test_that_is_held_up_by_its_caller_does_not_hold_up_the_end(self):
         """And what was told before the end is heard."""
