@@ -2,7 +2,6 @@
 #include "cli/EraseReport.h"
 
 #include <algorithm>
-#include <set>
 #include <string>
 #include <string_view>
 
@@ -11,6 +10,7 @@
 #include "cli/Console.h"
 #include "cli/JsonWriter.h"
 #include "erase/StayedDetails.h"
+#include "erase/StayedPaths.h"
 #include "format/DisplayName.h"
 #include "platform/items/ItemIdentity.h"
 
@@ -20,14 +20,6 @@ namespace {
 
 /// How many entries are named; further ones are only counted. JSON has them all.
 constexpr std::size_t kMostNamed = 20;
-
-/// Whether one of `paths` is `item` or lies below it.
-bool isAccountedFor(const FileUrl& item, const std::set<std::string>& paths) {
-    if (paths.contains(item.path())) return true;
-    const std::string below = item.path() + '/';
-    const auto next = paths.lower_bound(below);
-    return next != paths.end() && next->starts_with(below);
-}
 
 std::string_view reasonName(StayReason reason) {
     switch (reason) {
@@ -89,14 +81,13 @@ int exitStatus(const EraseResult& result) {
 void addWhatIsStillThere(EraseResult& result, const ItemsToErase& items, const Console& console) {
     // An erase that was stopped left the rest on purpose, and one that never began left everything.
     if (result.wasStopped || result.end != EraseResult::End::Finished) return;
-    std::set<std::string> paths;
-    for (const StayedEntry& entry : result.stayed)
-        paths.insert(entry.url.path());
+    const StayedPaths named(result.stayed);
     for (const QVItemToErase& item : items) {
         const FileUrl url = item.url();
         const ItemPresence presence = presenceOf(url, item.identity);
         const bool isUnknown = presence == ItemPresence::Unknown;
-        if ((presence != ItemPresence::There && !isUnknown) || isAccountedFor(url, paths)) continue;
+        if ((presence != ItemPresence::There && !isUnknown) || named.hasAtOrBelow(url.path()))
+            continue;
         const auto text = isUnknown ? "cli_perhaps_there"_key : "cli_still_there"_key;
         result.stayed.push_back(
             {.url = url, .reason = StayReason::Error, .cause = console.text(text).toStdString()});

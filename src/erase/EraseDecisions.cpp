@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <iterator>
 #include <set>
 #include <utility>
 
+#include "erase/StayedPaths.h"
 #include "platform/items/HostErrors.h"
 #include "platform/processes/AnswerWithin.h"
 
@@ -66,6 +68,34 @@ Presences presencesOfAll(const std::vector<HelperItem>& items) {
     return presences;
 }
 
+/// The folders that go when the helper has emptied them: those left behind, or where something
+/// stays in one of these, the outermost folders in it that hold an item of the helper's and nothing
+/// that stays.
+std::vector<HelperItem> foldersToTidy(const std::vector<HelperItem>& leftBehind,
+                                      const HelperRequest& share, const StayedPaths& stayed) {
+    std::vector<HelperItem> folders;
+    std::set<std::string> kept, found;
+    for (const HelperItem& folder : leftBehind) {
+        if (stayed.hasAtOrBelow(folder.url.path())) {
+            kept.insert(folder.url.path() + '/');
+        } else {
+            folders.push_back(folder);
+        }
+    }
+    for (const auto* items : {&share.unlockItems, &share.permissionsItems}) {
+        for (const HelperItem& item : *items) {
+            const std::string& path = item.url.path();
+            const auto next = kept.upper_bound(path);
+            if (next == kept.begin() || !path.starts_with(*std::prev(next))) continue;
+            const std::size_t end = path.find('/', stayed.sharedLength(path));
+            if (end != std::string::npos) found.insert(path.substr(0, end));
+        }
+    }
+    for (const std::string& path : found)
+        folders.emplace_back(FileUrl::fromPath(path));
+    return folders;
+}
+
 }  // namespace
 
 void EraseDecisions::Entries::add(const RemovalEntry& entry) {
@@ -85,7 +115,9 @@ EraseDecisions::EraseDecisions(const Settings& settings, Callbacks callbacks)
 EraseDecisions::Decision EraseDecisions::decideLocked(const RemovalEntry& entry) {
     // A file that was looked at goes at once: another one could take its name during the question.
     if (entry.isDirectory()) waitWhileAQuestionIsOpen();
-    if (!entry.isImmutable()) return Decision::Proceed;
+    // From an append-only folder nothing can be removed either.
+    const bool isLocked = entry.isImmutable() || (entry.isDirectory() && entry.isAppendOnly());
+    if (!isLocked) return Decision::Proceed;
     const StayReason reason =
         entry.isLockedWithOtherNames() ? StayReason::HasOtherNames : StayReason::Locked;
     const Decision made = decision(entry, checkForLockedFile(entry), reason);
@@ -118,18 +150,7 @@ EraseDecisions::Check EraseDecisions::checkForLockedFile(const RemovalEntry& ent
         ++notErasedCount;
         return Check::Refused;
     }
-    return userWantsLocked(entry) ? Check::Passed : Check::Skipped;
-}
-
-bool EraseDecisions::userWantsLocked(const RemovalEntry& entry) {
-    const std::lock_guard lock(m_questions);
-    const bool isDecided = m_deleteLockedAlreadyAsked || isHidden(entry);
-    if (!isDecided) {
-        const RefusalAnswer answer = askOnce(entry, About::Locked);
-        m_deleteLocked = answer.eraseFile;
-        m_deleteLockedAlreadyAsked = answer.isForAll;
-    }
-    return m_deleteLocked || isHidden(entry);
+    return userWants(entry, About::Locked);
 }
 
 void EraseDecisions::couldNotUnlock(const RemovalEntry& entry) {
@@ -143,36 +164,47 @@ EraseDecisions::Check EraseDecisions::checkForNoPermissions(const RemovalEntry& 
         ++notErasedCount;
         return Check::Refused;
     }
-    if (!isHidden(entry) && !userWantsForbidden(entry)) return Check::Skipped;
+    const Check check = userWants(entry, About::Forbidden);
+    if (check != Check::Passed) return check;
     const std::lock_guard lock(m_lists);
     m_permissionsItems.add(entry);
     return Check::HandedOver;
 }
 
-bool EraseDecisions::userWantsForbidden(const RemovalEntry& entry) {
+/// What was said about an entry holds, whatever is said about all others later. An entry is asked
+/// about once: for one that is locked and forbidden the first answer holds, but not for others.
+EraseDecisions::Check EraseDecisions::userWants(const RemovalEntry& entry, About about) {
+    if (isHidden(entry)) return Check::Passed;
+    const auto check = [](bool erases) { return erases ? Check::Passed : Check::Skipped; };
+    const bool isLocked = about == About::Locked;
     const std::lock_guard lock(m_questions);
-    if (!m_deleteNoPermissionsAlreadyAsked) {
-        const RefusalAnswer answer = askOnce(entry, About::Forbidden);
-        m_deleteNoPermissions = answer.eraseFile;
-        m_deleteNoPermissionsAlreadyAsked = answer.isForAll;
-    }
-    return m_deleteNoPermissions;
+    bool& erases = isLocked ? m_deleteLocked : m_deleteNoPermissions;
+    bool& isForAll = isLocked ? m_deleteLockedAlreadyAsked : m_deleteNoPermissionsAlreadyAsked;
+    std::string path = entry.path();
+    const auto known = m_answers.find(path);
+    const bool isKnown = known != m_answers.end();
+    if (isKnown && known->second.about == about) return check(known->second.eraseFile);
+    if (isForAll) return check(erases);
+    if (isKnown) return check(known->second.eraseFile);
+    if (m_callbacks.wasStopped()) return Check::NotAnswered;
+    const RefusalAnswer answer = ask({about, std::string(entry.name()), path});
+    if (m_callbacks.wasStopped()) return Check::NotAnswered;
+    erases = answer.eraseFile;
+    isForAll = answer.isForAll;
+    m_answers.emplace(std::move(path), Answer{about, answer.eraseFile});
+    return check(answer.eraseFile);
 }
 
-RefusalAnswer EraseDecisions::askOnce(const RemovalEntry& entry, About about) {
-    const std::string path = entry.path();
-    if (const auto known = m_answers.find(path); known != m_answers.end()) return known->second;
-    if (m_callbacks.wasStopped()) return {};
+RefusalAnswer EraseDecisions::ask(const RefusalQuestion& question) {
     m_questionIsOpen = true;
     RefusalAnswer answer;
     try {
-        answer = m_callbacks.ask({about, std::string(entry.name()), path});
+        answer = m_callbacks.ask(question);
     } catch (...) {  // the other workers wait for the gate, and for nothing else
         openGate();
         throw;
     }
     openGate();
-    m_answers.emplace(path, answer);
     return answer;
 }
 
@@ -191,29 +223,40 @@ void EraseDecisions::waitWhileAQuestionIsOpen() {
 }
 
 void EraseDecisions::didFail(const RemovalEntry& entry, const HostError& error) {
-    {
-        const std::lock_guard lock(m_lists);
-        if (m_unlockItems.contains(entry.path())) return;  // the helper's now
-    }
+    if (waitsForUnlocking(entry, error)) return;
     if (isNoPermission(error) && entry.isLockedWithOtherNames()) {  // append-only
         ++notErasedCount;
         return note(FileUrl::fromPath(entry.path()), StayReason::HasOtherNames, false);
     }
-    manageError(entry, error);
-    if (m_settings.classifiesTwice) manageError(entry, error);
-    noteFailure(entry, error);
+    Check check = manageError(entry, error);
+    if (m_settings.classifiesTwice) check = manageError(entry, error);
+    noteFailure(entry, error, check);
 }
 
-void EraseDecisions::manageError(const RemovalEntry& entry, const HostError& error) {
-    if (isNoPermission(error)) {
-        checkForNoPermissions(entry);
-    } else if (isBusy(error)) {
+/// Whether the entry is held by a lock alone, its own or that of its folder, which the helper is to
+/// take away. An append-only file, or a folder that cannot be read, is refused for its own sake.
+bool EraseDecisions::waitsForUnlocking(const RemovalEntry& entry, const HostError& error) {
+    if (error.domain != kFileErrorDomain || error.code != kFileWriteNoPermission) return false;
+    const FileUrl url = FileUrl::fromPath(entry.path());
+    const std::lock_guard lock(m_lists);
+    if (m_unlockItems.contains(url.path())) return true;
+    if (!m_unlockItems.contains(url.parent().path())) return false;
+    if (entry.isAppendOnly() || !entry.isHeldByLockOfFolder()) return false;
+    m_inUnlockItems.add(entry);
+    return true;
+}
+
+EraseDecisions::Check EraseDecisions::manageError(const RemovalEntry& entry,
+                                                  const HostError& error) {
+    if (isNoPermission(error)) return checkForNoPermissions(entry);
+    if (isBusy(error)) {
         ++itemBusyCount;
         ++notErasedCount;
     }
+    return Check::Refused;
 }
 
-void EraseDecisions::noteFailure(const RemovalEntry& entry, const HostError& error) {
+void EraseDecisions::noteFailure(const RemovalEntry& entry, const HostError& error, Check check) {
     const FileUrl url = FileUrl::fromPath(entry.path());
     if (entry.isReplaced()) return note(url, StayReason::Replaced, false);
     if (entry.isMountRoot()) return note(url, StayReason::MountPoint, false);
@@ -223,17 +266,17 @@ void EraseDecisions::noteFailure(const RemovalEntry& entry, const HostError& err
     if (!isNoPermission(error)) {
         return note(url, StayReason::Error, false, error.localizedDescription());
     }
-    {
+    if (check == Check::HandedOver) return;
+    const bool wasSkipped = check == Check::Skipped;
+    const auto isKeptLocked = [this](const FileUrl& locked) {
         const std::lock_guard lock(m_lists);
-        if (m_permissionsItems.contains(url.path())) return;
-    }
-    if (entry.isImmutable()) return note(url, StayReason::Locked, false);
-    // What a locked folder holds is not refused for its own sake.
-    if (entry.folderIsImmutable()) {
-        return note(url.parent(), StayReason::Locked, m_settings.locked == RefusedEntries::Skip);
-    }
-    const bool wasSkipped = m_settings.forbidden == RefusedEntries::Skip || isHelperAuthorized();
-    note(url, StayReason::Forbidden, wasSkipped);
+        return !m_unlockItems.contains(locked.path());
+    };
+    if (entry.isImmutable() && isKeptLocked(url)) return note(url, StayReason::Locked, wasSkipped);
+    // What such a folder holds is not refused for its own sake.
+    const bool isHeld = entry.isHeldByLockOfFolder() && isKeptLocked(url.parent());
+    note(isHeld ? url.parent() : url, isHeld ? StayReason::Locked : StayReason::Forbidden,
+         wasSkipped);
 }
 
 void EraseDecisions::couldNotBegin(const FileUrl& entry, const HostError& error) {
@@ -245,7 +288,10 @@ void EraseDecisions::couldNotBegin(const FileUrl& entry, const HostError& error)
 }
 
 void EraseDecisions::noteLeftUnlocked(const FileUrl& entry) {
-    note(entry, StayReason::LeftUnlocked, false);
+    const std::lock_guard lock(m_lists);
+    const auto [at, isNew] = m_stayedByPath.emplace(entry.path(), m_stayed.size());
+    if (isNew) m_stayed.emplace_back();
+    m_stayed[at->second] = {entry, StayReason::LeftUnlocked};
 }
 
 void EraseDecisions::noteWhatTheHelperLeft() {
@@ -274,9 +320,25 @@ bool EraseDecisions::isHelperAuthorized() {
     return *m_isHelperAuthorized;
 }
 
-bool EraseDecisions::hasWorkForHelper() const {
+HelperRequest EraseDecisions::shareOfHelper(const std::vector<HelperItem>& leftBehind) {
     const std::lock_guard lock(m_lists);
-    return !m_unlockItems.list.empty() || !m_permissionsItems.list.empty();
+    const StayedPaths stayed(m_stayed);
+    const auto stays = [&](const HelperItem& item) { return stayed.hasAtOrBelow(item.url.path()); };
+    std::erase_if(m_unlockItems.list, stays);
+    for (HelperItem& item : m_inUnlockItems.list) {
+        const bool folderStays = stayed.hasAtOrBelow(item.url.parent().path());
+        if (folderStays && !stays(item)) m_unlockItems.list.push_back(std::move(item));
+    }
+    HelperRequest share;
+    share.unlockItems = m_unlockItems.list;
+    std::ranges::remove_copy_if(m_permissionsItems.list, std::back_inserter(share.permissionsItems),
+                                stays);
+    share.erasedSize = totSizeDeleted;
+    share.erasedCount = totItemsDeleted;
+    if (!leftBehind.empty()) {
+        share.notTrashedBecauseFolderNotEmpty = foldersToTidy(leftBehind, share, stayed);
+    }
+    return share;
 }
 
 std::vector<HelperItem> EraseDecisions::unlockItems() const {

@@ -113,7 +113,10 @@ class EraseDecisions {
 
     /// The answer to the callback of that name, the same from the first call on.
     bool isHelperAuthorized();
-    bool hasWorkForHelper() const;
+    /// Returns what the helper is to erase, and no folder in which something else was left: of such
+    /// a locked one the rest is named entry by entry. `leftBehind` are top-level folders that were
+    /// not empty in the end. Called once, when no entry is decided about any more.
+    HelperRequest shareOfHelper(const std::vector<HelperItem>& leftBehind);
     std::vector<HelperItem> unlockItems() const;
     std::vector<HelperItem> permissionsItems() const;
     std::vector<StayedEntry> stayedEntries() const;
@@ -124,7 +127,11 @@ class EraseDecisions {
     std::atomic<std::uint64_t> itemBusyCount = 0;
 
  private:
-    enum class Check { Passed, Refused, Skipped, HandedOver };
+    enum class Check { Passed, Refused, Skipped, NotAnswered, HandedOver };
+    struct Answer {
+        RefusalQuestion::About about;
+        bool eraseFile;
+    };
     /// A list of entries in which each path stands once.
     struct Entries {
         std::vector<HelperItem> list;
@@ -135,13 +142,13 @@ class EraseDecisions {
 
     Check checkForLockedFile(const RemovalEntry& entry);
     Check checkForNoPermissions(const RemovalEntry& entry);
-    bool userWantsLocked(const RemovalEntry& entry);
-    bool userWantsForbidden(const RemovalEntry& entry);
-    void manageError(const RemovalEntry& entry, const HostError& error);
+    Check userWants(const RemovalEntry& entry, RefusalQuestion::About about);
+    bool waitsForUnlocking(const RemovalEntry& entry, const HostError& error);
+    Check manageError(const RemovalEntry& entry, const HostError& error);
     Decision decision(const RemovalEntry& entry, Check check, StayReason reason);
-    RefusalAnswer askOnce(const RemovalEntry& entry, RefusalQuestion::About about);
+    RefusalAnswer ask(const RefusalQuestion& question);
     void openGate();
-    void noteFailure(const RemovalEntry& entry, const HostError& error);
+    void noteFailure(const RemovalEntry& entry, const HostError& error, Check check);
     void note(const FileUrl& url, StayReason reason, bool skipped, std::string cause = {});
 
     const Settings m_settings;
@@ -155,7 +162,7 @@ class EraseDecisions {
     bool m_deleteLockedAlreadyAsked;
     bool m_deleteNoPermissions;
     bool m_deleteNoPermissionsAlreadyAsked;
-    std::unordered_map<std::string, RefusalAnswer> m_answers;  ///< by path
+    std::unordered_map<std::string, Answer> m_answers;  ///< by path
 
     std::mutex m_gate;
     std::condition_variable m_gateOpened;
@@ -164,6 +171,7 @@ class EraseDecisions {
     mutable std::mutex m_lists;  ///< guards what follows
     Entries m_unlockItems;
     Entries m_permissionsItems;
+    Entries m_inUnlockItems;  ///< kept by the lock of their folder alone, which is to be unlocked
     std::vector<StayedEntry> m_stayed;
     std::unordered_map<std::string, std::size_t> m_stayedByPath;
 };

@@ -127,10 +127,11 @@ bool EraseRun::isStillThere(const TrashLocation& trash) {
     return false;
 }
 
+/// A folder that holds nothing but folders counts as not empty here, for there may be something of
+/// the helper's in these.
 void EraseRun::addToNotTrashed(const QVItemToErase& entry) {
-    const QVFilesUtilities& files = m_services.files;
     const FileUrl url = entry.url();
-    if (!files.isDirectoryWithURL(url) || files.isAnEmptyFolder(url)) return;
+    if (!m_services.files.isDirectoryWithURL(url)) return;
     const std::lock_guard lock(m_lock);
     m_notErased.emplace_back(url, entry.identity);
 }
@@ -149,7 +150,7 @@ RemovalPolicy::Verdict EraseRun::willRemove(const RemovalEntry& entry) {
 
 bool EraseRun::passesLock(const RemovalEntry& entry) {
     const Decision decision = m_decisions.decideLocked(entry);
-    if (decision == Decision::Unlock && entry.clearImmutable()) m_decisions.couldNotUnlock(entry);
+    if (decision == Decision::Unlock && entry.unlock()) m_decisions.couldNotUnlock(entry);
     return decision != Decision::Leave;
 }
 
@@ -185,16 +186,15 @@ RefusalAnswer EraseRun::askToErase(const RefusalQuestion& question) const {
 // --- The helper ---
 
 bool EraseRun::handToHelper() {
-    if (!m_decisions.hasWorkForHelper() || shouldStop()) return false;
-    const auto request = std::make_shared<HelperRequest>();  // it may be long
-    request->unlockItems = m_decisions.unlockItems();
-    request->permissionsItems = m_decisions.permissionsItems();
-    request->erasedSize = m_decisions.totSizeDeleted;
-    request->erasedCount = m_decisions.totItemsDeleted;
+    if (shouldStop()) return false;
+    std::vector<HelperItem> notErased;
     {
         const std::lock_guard lock(m_lock);
-        if (!m_notErased.empty()) request->notTrashedBecauseFolderNotEmpty = m_notErased;
+        notErased = m_notErased;
     }
+    const auto request =
+        std::make_shared<const HelperRequest>(m_decisions.shareOfHelper(notErased));
+    if (request->isEmpty()) return false;
     bool hasBegun = false;
     MainThread::postAndWait([&] { hasBegun = startHelper(request); });
     return hasBegun;

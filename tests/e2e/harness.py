@@ -234,6 +234,7 @@ class EndToEndTest(unittest.TestCase):
         self.outside = self.folder_of_user("outside")
         os.setegid(USER)
         os.seteuid(USER)
+        self.user = USER  # who runs the program
         self._undo.callback(os.seteuid, 0)
         self.fill_outside()
         self.state = os.path.join(self.home, b".local/state")
@@ -335,7 +336,8 @@ class EndToEndTest(unittest.TestCase):
     def start(self, *arguments):
         process = subprocess.Popen(
             [self.program, *map(to_bytes, arguments)], cwd="/", env=self.environment,
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, preexec_fn=lambda: _become(USER))
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+            preexec_fn=lambda: _become(self.user))
         process.began = time.monotonic()
         self._undo.callback(self._end_child, process)
         return process
@@ -438,15 +440,15 @@ class Terminal:
         self.text = b""
         self.process = subprocess.Popen(
             [test.program, *map(to_bytes, arguments)], cwd="/", env=test.environment,
-            stdin=slave, stdout=slave, stderr=slave, preexec_fn=lambda: self._take(slave))
+            stdin=slave, stdout=slave, stderr=slave, preexec_fn=lambda: self._take(slave, test.user))
         os.close(slave)
         test._undo.callback(test._end_child, self.process)
 
     @staticmethod
-    def _take(slave):
+    def _take(slave, user):
         os.setsid()
         fcntl.ioctl(slave, termios.TIOCSCTTY, 0)
-        _become(USER)
+        _become(user)
 
     def read_until(self, condition, timeout=20):
         """Reads until `condition(text)` holds, or the program has closed the terminal."""

@@ -44,8 +44,9 @@ class Entry : public RemovalEntry {
     std::uint64_t size() const override { return 10; }
     bool isWritingDenied() const override { return m_kind == Kind::Forbidden; }
     std::size_t itemTag() const override { return 0; }
-    bool folderIsImmutable() const override { return m_kind == Kind::InLockedFolder; }
-    MaybeError clearImmutable() const override {
+    bool isAppendOnly() const override { return m_name == "append-only"; }
+    bool isHeldByLockOfFolder() const override { return m_kind == Kind::InLockedFolder; }
+    MaybeError unlock() const override {
         ADD_FAILURE() << "who decides changes nothing on disk";
         return {};
     }
@@ -103,19 +104,6 @@ class EraseDecisionsTest : public ::testing::Test {
     std::optional<EraseDecisions> decisions;
 };
 
-TEST_F(EraseDecisionsTest, WithoutAHelperRefusedEntriesAreCountedAndNeverAskedAbout) {
-    isHelperAuthorized = false;
-    decide();
-    EXPECT_EQ(willRemove("plain", Kind::Plain), Decision::Proceed);
-    EXPECT_EQ(willRemove("l", Kind::Locked), Decision::Leave);
-    EXPECT_EQ(willRemove("folder", Kind::Locked), Decision::Leave);
-    EXPECT_EQ(willRemove("f", Kind::Forbidden), Decision::Leave);
-    EXPECT_EQ(decisions->notErasedCount, 3u);
-    EXPECT_THAT(stayed(), ElementsAre("L /t/files/l", "L /t/files/folder", "F /t/files/f"));
-    EXPECT_FALSE(decisions->hasWorkForHelper());
-    EXPECT_THAT(asked, IsEmpty());
-}
-
 TEST_F(EraseDecisionsTest, TheLockedQuestionIsAskedOnceAnEntryUntilItHoldsForAll) {
     settings.deleteLocked = true;  // only the value before the first answer
     settings.classifiesTwice = true;
@@ -155,14 +143,6 @@ TEST_F(EraseDecisionsTest, WhileAQuestionIsOpenNothingElseIsDecided) {
     EXPECT_TRUE(isDecided);
 }
 
-TEST_F(EraseDecisionsTest, HiddenEntriesGoToTheHelperUnasked) {
-    decide();
-    EXPECT_EQ(willRemove(".l", Kind::Locked), Decision::Proceed);
-    EXPECT_EQ(willRemove(".f", Kind::Forbidden), Decision::Leave);
-    EXPECT_THAT(decisions->unlockItems(), ElementsAre(url(".l")));
-    EXPECT_THAT(decisions->permissionsItems(), ElementsAre(url(".f")));
-}
-
 TEST_F(EraseDecisionsTest, FailedRemovalsOfForbiddenEntriesAreAskedAboutOnceThoughClassifiedTwice) {
     settings.classifiesTwice = true;
     answers = {{true, false}, {false, true}};
@@ -195,16 +175,6 @@ TEST_F(EraseDecisionsTest, FailuresAreNamedWithTheirReasonAndSomeAreCounted) {
         EXPECT_EQ(decisions->itemBusyCount, twice ? 4u : 2u);
         EXPECT_EQ(decisions->notErasedCount, twice ? 8u : 4u);
     }
-}
-
-TEST_F(EraseDecisionsTest, StandingChoicesReplaceTheQuestions) {
-    settings.locked = RefusedEntries::Skip;
-    settings.forbidden = RefusedEntries::Erase;
-    decide();
-    EXPECT_EQ(willRemove(".hidden", Kind::Locked), Decision::Leave);
-    EXPECT_THAT(stayed(), ElementsAre("L skipped /t/files/.hidden"));
-    EXPECT_EQ(willRemove("f", Kind::Forbidden), Decision::Leave);
-    EXPECT_EQ(decisions->permissionsItems().size(), 1u);
 }
 
 TEST(AlertLists, NameWhatStayedAndWhatIsCheckedFitToBeRead) {

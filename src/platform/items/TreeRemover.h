@@ -26,8 +26,10 @@ class RemovalEntry {
     /// Whether something else has taken the name of what was listed. Only didFail is told this.
     virtual bool isReplaced() const = 0;
     virtual ItemIdentity identity() const = 0;
-    /// Whether the immutable inode attribute is set, which users know as "locked".
+    /// Whether the immutable, or the append-only, inode attribute is set. False once `unlock`
+    /// succeeded.
     virtual bool isImmutable() const = 0;
+    virtual bool isAppendOnly() const = 0;
     /// Whether a file is immutable or append-only and has several names. Nobody clears that: the
     /// other names may lie anywhere.
     virtual bool isLockedWithOtherNames() const = 0;
@@ -38,10 +40,12 @@ class RemovalEntry {
     virtual bool isWritingDenied() const = 0;
     /// The tag of the item that removal began with.
     virtual std::size_t itemTag() const = 0;
-    /// Whether the folder that directly holds the entry has the immutable attribute.
-    virtual bool folderIsImmutable() const = 0;
-    /// Clears the immutable and append-only attributes. Errors: as ClearedLocks::clear.
-    virtual MaybeError clearImmutable() const = 0;
+    /// Whether the folder that directly holds the entry has one of these attributes, and nothing
+    /// else that keeps the caller from removing entries: it is his own, or he is root.
+    virtual bool isHeldByLockOfFolder() const = 0;
+    /// Has both attributes cleared while the entry is removed, and put back if it stays. Errors: as
+    /// ClearedLocks::clear.
+    virtual MaybeError unlock() const = 0;
 };
 
 /// Decides about every entry and hears what became of it. Called from several workers at once.
@@ -57,8 +61,7 @@ class RemovalPolicy {
     /// Called before an entry is looked at. It may wait, so that nothing takes the entry's place
     /// between the look and the removal.
     virtual void willLook() {}
-    /// Called before a folder below the first level is entered. It may wait for an answer of the
-    /// user.
+    /// Called before a folder is entered. It may wait for an answer of the user.
     virtual Verdict willEnter(const RemovalEntry& folder) = 0;
     /// Called before an entry is removed; for a folder, when nothing is left in it. It may wait.
     virtual Verdict willRemove(const RemovalEntry& entry) = 0;
@@ -103,7 +106,7 @@ class RemovalItems {
 /// What to do with the immutable and append-only attributes, which keep even root from removing an
 /// entry.
 enum class LockedEntries {
-    Keep,    ///< an entry that has one fails
+    Keep,    ///< an entry that has one fails, unless the policy unlocks it
     Unlock,  ///< they are cleared on what is removed and on the folders in it, and put back on what
              ///< stays; a file with several names fails
 };

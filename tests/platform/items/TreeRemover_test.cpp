@@ -184,6 +184,7 @@ TEST_F(TreeRemoverTest, DoesNotFollowALinkThatTakesAFoldersPlace) {
     const std::string victim = trash + "/entry/victim";
     writeFile(victim + "/inner/file");
     policy.onEnter = [&](const RemovalEntry& folder) {
+        if (folder.name() == "entry") return;
         ASSERT_EQ(folder.name(), "victim") << "entered through a link";
         rename(victim.c_str(), (scratch / "moved").c_str());
         ASSERT_EQ(symlink(outside.c_str(), victim.c_str()), 0);

@@ -108,7 +108,7 @@ unsigned affordableWorkers(unsigned wanted) {
 
 DescriptorCache::DescriptorCache() : m_budget(std::clamp<rlim_t>(descriptorLimit() / 2, 16, 512)) {}
 
-bool DescriptorCache::adopt(FolderNode& node, UniqueFd fd) {
+bool DescriptorCache::adopt(FolderNode& node, UniqueFd&& fd) {
     const ItemIdentity identity = identityOf(fd.get());
     if (!identity.isKnown()) return false;
     const std::lock_guard lock(m_mutex);

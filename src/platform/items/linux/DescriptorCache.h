@@ -51,8 +51,9 @@ class DescriptorCache {
     DescriptorCache& operator=(const DescriptorCache&) = delete;
 
     /// Takes over the descriptor of a folder just opened, pinned once. Closes the folder that
-    /// waited longest when too many are open. False when the folder cannot be examined.
-    bool adopt(FolderNode& node, UniqueFd fd);
+    /// waited longest when too many are open. False, and nothing taken, when the folder cannot be
+    /// examined.
+    bool adopt(FolderNode& node, UniqueFd&& fd);
 
     /// The folder's descriptor, which stays open until `unpin`. A closed folder is opened again,
     /// through ".." of a folder inside that is open, else by name from the nearest folder above

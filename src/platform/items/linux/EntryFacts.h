@@ -21,6 +21,7 @@ struct EntryFacts {
     bool isAppendOnly = false;
     bool isMountRoot = false;
     bool isReplaced = false;
+    bool isUnlocked = false;  ///< its attributes are cleared while it is removed
 
     bool isDirectory() const { return S_ISDIR(mode); }
     bool isLocked() const { return isImmutable || isAppendOnly; }

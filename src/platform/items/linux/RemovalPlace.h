@@ -106,7 +106,8 @@ class Entry final : public RemovalEntry {
         if (!hasLastingInodes(m_place.folder)) identity.inode = 0;
         return identity;
     }
-    bool isImmutable() const override { return m_facts.isImmutable; }
+    bool isImmutable() const override { return m_facts.isImmutable && !m_facts.isUnlocked; }
+    bool isAppendOnly() const override { return m_facts.isAppendOnly && !m_facts.isUnlocked; }
     bool isLockedWithOtherNames() const override {
         return m_facts.isLocked() && !m_facts.isDirectory() && m_facts.names > 1;
     }
@@ -119,17 +120,20 @@ class Entry final : public RemovalEntry {
                errno == EACCES;
     }
     std::size_t itemTag() const override { return m_place.item.tag; }
-    bool folderIsImmutable() const override {
+    bool isHeldByLockOfFolder() const override {
         struct statx status {};
-        return knownStatus(m_place.folder, STATX_TYPE, status) &&
-               (status.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
+        if (!knownStatus(m_place.folder, STATX_UID, status)) return false;
+        const uid_t user = geteuid();
+        return (user == 0 || user == status.stx_uid) &&
+               (status.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
     }
-    MaybeError clearImmutable() const override {
+    /// Only tries whether it can: what is entered or removed next clears them for as long as that
+    /// takes.
+    MaybeError unlock() const override {
         if (m_place.isRehearsal) return errorFromErrno(EPERM, HostAccess::Write);
-        auto locks = ClearedLocks::clear(m_place.folder, m_name);
+        const auto locks = ClearedLocks::clear(m_place.folder, m_name);
         if (!locks) return locks.error();
-        locks->leaveCleared();
-        m_facts.isImmutable = false;
+        m_facts.isUnlocked = true;
         return std::nullopt;
     }
 

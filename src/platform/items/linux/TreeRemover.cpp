@@ -205,7 +205,8 @@ class Remover {
     }
 
     bool isToBeUnlocked(const EntryFacts& facts) const {
-        return !m_isRehearsal && m_locked == LockedEntries::Unlock && facts.isLocked();
+        if (m_isRehearsal || !facts.isLocked()) return false;
+        return facts.isUnlocked || m_locked == LockedEntries::Unlock;
     }
 
     Step removeFile(const Place& place, const Entry& entry, const char* name,
@@ -228,9 +229,7 @@ class Remover {
 
     Step openForRemoval(const Place& place, const Entry& entry, const char* name, EntryFacts& facts,
                         Opened& opened, int& error) {
-        if (place.above && m_policy.willEnter(entry) == RemovalPolicy::Verdict::Leave) {
-            return Step::Stayed;
-        }
+        if (m_policy.willEnter(entry) == RemovalPolicy::Verdict::Leave) return Step::Stayed;
         // Made first: from the moment its mode is changed it must be known what to change back.
         RemovalFolder* const folder = makeFolder(place, name, facts);
         UniqueFd fd = m_isRehearsal
@@ -252,6 +251,7 @@ class Remover {
         if (folder->rights.error == EACCES && canBeWidened(facts)) folder->rights.error = 0;
         if (!m_descriptors.adopt(*folder, std::move(fd))) {
             error = errno;
+            putBack(*folder, opened.descriptor);
             letGo(*folder);
             return Step::Stayed;
         }
@@ -353,8 +353,9 @@ class Remover {
             return Step::Gone;
         }
         const bool isNotEmpty = error == ENOTEMPTY || error == EEXIST;
-        return isNotEmpty ? fail(entry, why, HostAccess::Read)
-                          : fail(entry, error, HostAccess::Write);
+        const bool isRefused = error == EACCES || error == EPERM;
+        return isNotEmpty || isRefused ? fail(entry, why, HostAccess::Read)
+                                       : fail(entry, error, HostAccess::Write);
     }
 
     /// Removes the files of a folder, hands its folders to whoever is free, unpins it.
