@@ -136,7 +136,7 @@ TEST_F(QVSecureAccessTest, ItemsAreHandedOverAndLoggedAndZeroFiguresChangeNothin
     EXPECT_EQ(helper->commands[0], expected);
     helper->tellErased(helper->caller, {{4, 35, 5, QStringLiteral("/a%FF%0A")}, {0, 36, 1, {}}});
     helper->tellErased(helper->caller, {{6, 0, 0, QStringLiteral("/c%")}});
-    helper->tellNotRestored(helper->caller, {QStringLiteral("/u%FF")});
+    helper->tell(helper->caller, "attributesNotRestored", QStringList{QStringLiteral("/u%FF")});
     helper->tellFinished(helper->caller, 2);
     ASSERT_TRUE(waitForEnd());
     EXPECT_THAT(delegate.unlocked, ElementsAre("/u\xff"));
@@ -152,8 +152,8 @@ TEST_F(QVSecureAccessTest, NobodyButTheHelperIsBelieved) {
     begin(request());
     stranger.tellErased(helper->caller, {{9, 9, 9, QStringLiteral("/lie")}});
     stranger.tellFinished(helper->caller, 0);
-    stranger.tellInterrupted(helper->caller, false);
-    stranger.tellNotRestored(helper->caller, {QStringLiteral("/lie")});
+    stranger.tell(helper->caller, "interrupted", false);
+    stranger.tell(helper->caller, "attributesNotRestored", QStringList{QStringLiteral("/lie")});
     ASSERT_TRUE(waitFor([&] { return stranger.refusals == 4; }));
     EXPECT_THAT(delegate.log, IsEmpty());
     EXPECT_THAT(delegate.unlocked, IsEmpty());
@@ -187,7 +187,7 @@ TEST_F(QVSecureAccessTest, WhatTheHelperCannotTellIsLookedUp) {
     for (const bool mayGoOn : {false, true}) {
         begin(request());
         std::filesystem::remove(scratch / "forbidden");
-        helper->tellInterrupted(helper->caller, mayGoOn);
+        helper->tell(helper->caller, "interrupted", mayGoOn);
         ASSERT_TRUE(waitForEnd());
         EXPECT_THAT(delegate.notErased, ElementsAre(1)) << "one is still there";
         EXPECT_THAT(delegate.errors,

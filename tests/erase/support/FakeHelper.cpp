@@ -62,27 +62,11 @@ void FakeHelper::take(const std::string& xml, bool isFile) {
     commanded();
 }
 
-void FakeHelper::tellErased(const QString& program, const ErasedItems& items) {
-    call(program, "itemsErased", QVariant::fromValue(items));
-}
-
-void FakeHelper::tellFinished(const QString& program, quint64 count) {
-    call(program, "finishedWithNonErasedCount", count);
-}
-
-void FakeHelper::tellInterrupted(const QString& program, bool mayGoOn) {
-    call(program, "interrupted", mayGoOn);
-}
-
-void FakeHelper::tellNotRestored(const QString& program, const QStringList& paths) {
-    call(program, "attributesNotRestored", paths);
-}
-
 void FakeHelper::refuse(const char* error) {
     m_bus.send(m_held.createErrorReply(QLatin1String(error), QString()));
 }
 
-void FakeHelper::call(const QString& program, const char* method, const QVariant& argument) {
+void FakeHelper::tell(const QString& program, const char* method, const QVariant& argument) {
     QDBusMessage message = QDBusMessage::createMethodCall(
         program, QLatin1String(kProgressPath),
         QStringLiteral("com.quorvane.Kestrin3.QVHelperToolProtocolProgress"),

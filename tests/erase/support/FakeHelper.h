@@ -27,11 +27,14 @@ class FakeHelper : public QObject, protected QDBusContext {
     explicit FakeHelper(const QString& busAddress, bool ownsName = true);
     ~FakeHelper() override;
 
-    // Calls the program back.
-    void tellErased(const QString& program, const ErasedItems& items);
-    void tellFinished(const QString& program, quint64 count);
-    void tellInterrupted(const QString& program, bool mayGoOn);
-    void tellNotRestored(const QString& program, const QStringList& paths);
+    /// Calls the program back.
+    void tell(const QString& program, const char* method, const QVariant& argument);
+    void tellErased(const QString& program, const ErasedItems& items) {
+        tell(program, "itemsErased", QVariant::fromValue(items));
+    }
+    void tellFinished(const QString& program, quint64 count) {
+        tell(program, "finishedWithNonErasedCount", count);
+    }
 
     /// Refuses the command that is held.
     void refuse(const char* error);
@@ -53,7 +56,6 @@ class FakeHelper : public QObject, protected QDBusContext {
 
  private:
     void take(const std::string& xml, bool isFile);
-    void call(const QString& program, const char* method, const QVariant& argument);
 
     QDBusConnection m_bus;
     QDBusMessage m_held;

@@ -87,7 +87,6 @@ class Caller(Child):
     def __init__(self, test, user=USER):
         super().__init__(test, source_of("caller.py"), [], user)
         self.items = []     # (count, total, size, path) of every item told
-        self.batches = 0
         self.told = {"finishedWithNonErasedCount": [], "interrupted": [], "attributesNotRestored": []}
         self.left = self.told["finishedWithNonErasedCount"]
         self.replies = {}
@@ -114,7 +113,6 @@ class Caller(Child):
 
     def _take(self, event):
         if event["event"] == "erased":
-            self.batches += 1
             self.items += [(*item[:3], unquote_to_bytes(item[3])) for item in event["items"]]
         elif event["event"] in self.told:
             self.told[event["event"]].append(event["value"])
@@ -154,9 +152,6 @@ class Caller(Child):
         """Waits for the end of one command; answers the count of what is left."""
         self.wait(lambda: self.left, timeout)
         return self.left.pop(0)
-
-    def paths(self):
-        return [item[3] for item in self.items]
 
 
 class HelperTest(EndToEndTest):
