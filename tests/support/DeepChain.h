@@ -2,6 +2,8 @@
 #pragma once
 
 #include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -12,18 +14,23 @@
 
 namespace kestrin::test {
 
-/// Makes the folder `name` in `parent`, and in it a chain of folders with the longest names that
-/// there are. All of them get the mode.
-inline void makeDeepChain(const std::string& parent, std::string name, int depth, mode_t mode) {
+/// Makes the folder `name` in `parent`, and in it a chain of folders with names of that length. All
+/// of them get the mode and the flags of ioctl_iflags(2).
+inline void makeDeepChain(const std::string& parent, std::string name, int depth, mode_t mode,
+                          int flags = 0, std::size_t nameLength = 255) {
     UniqueFd folder(open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const auto finish = [&] {
+        fchmod(folder.get(), mode);
+        if (flags != 0) ioctl(folder.get(), FS_IOC_SETFLAGS, &flags);
+    };
     for (int level = 0; level < depth; ++level) {
         mkdirat(folder.get(), name.c_str(), 0700);
         UniqueFd next(openat(folder.get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        if (level > 0) fchmod(folder.get(), mode);
+        if (level > 0) finish();
         folder = std::move(next);
-        name.assign(255, 'n');
+        name.assign(nameLength, 'n');
     }
-    fchmod(folder.get(), mode);
+    finish();
 }
 
 /// The most memory that the process ever had, in bytes.

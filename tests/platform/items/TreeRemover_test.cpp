@@ -361,6 +361,42 @@ TEST_F(TreeRemoverTest, LeavesADeepChainSoonAndRemovesItInLittleMemory) {
     EXPECT_TRUE(kIsSanitizedBuild || peakMemory() - before < 100'000'000u);
 }
 
+/// Two parts of a chain are moved away while all of it is unlocked.
+TEST_F(TreeRemoverTest, LocksAgainSoonWhatWasCutOff) {
+    KESTRIN_REQUIRE_MOUNTS();
+    const TestVolume volume(TestVolume::Kind::Tmpfs, trash);
+    const AsRoot root;
+    makeDeepChain(trash, "entry", 2'100, 0700, FS_IMMUTABLE_FL, 1);
+    struct Observer : LockObserver {
+        Observer() { setLockObserver(this); }
+        ~Observer() { setLockObserver(nullptr); }
+        bool willClear(std::uint64_t id, const UnlockedItem& item) override {
+            return !item.path.empty() && unlocked.insert(id).second;
+        }
+        void didSettle(std::uint64_t id) override { unlocked.erase(id); }
+        std::set<std::uint64_t> unlocked;
+    } observer;
+    std::clock_t stopped = 0;
+    policy.onEnter = [&, depth = 0](const RemovalEntry&) mutable {
+        if (++depth < 2'090) return;
+        std::string path = trash + "/entry";
+        for (int level = 1; level <= 1'900; ++level)
+            path += "/n";
+        for (const std::size_t cut : {path.size(), path.size() - 2 * 900})
+            ASSERT_EQ(
+                rename(path.substr(0, cut).c_str(), (trash + "/" + std::to_string(cut)).c_str()),
+                0);
+        policy.stop = true;
+        stopped = std::clock();
+    };
+    Items items(trash, {"entry"});
+    const FewDescriptors few;
+    TreeRemover(policy, 1, LockedEntries::Unlock).remove(items);
+    EXPECT_LT(std::clock() - stopped, CLOCKS_PER_SEC / 2 * (kIsSanitizedBuild ? 8 : 1));
+    EXPECT_NE(stopped, 0);
+    EXPECT_TRUE(observer.unlocked.empty()) << observer.unlocked.size() << " are still unlocked";
+}
+
 TEST_F(TreeRemoverTest, BeginsInOrderAndStopsBeforeTheNextEntry) {
     for (const char* name : {"c", "a", "b"})
         writeFile(trash + "/" + name);

@@ -80,6 +80,12 @@ bool isStill(int folder, const ItemIdentity& identity, const FileHandle& handle)
     return false;
 }
 
+/// Whether a folder that could not be opened for this errno may be opened in a moment.
+bool mayPass(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOMEM || error == EINTR ||
+           error == EAGAIN;
+}
+
 }  // namespace
 
 int openFolderAt(int parent, const char* name, int extraFlags) {
@@ -169,21 +175,36 @@ int DescriptorCache::reopen(FolderNode& node) {
 
 int DescriptorCache::reopenByName(FolderNode& node) {
     std::vector<FolderNode*> way;
-    FolderNode* open = &node;
-    while (open && !open->m_fd) {
-        way.push_back(open);
-        open = open->parent;
-    }
-    int from = open ? open->m_fd.get() : way.back()->rootParent;
+    FolderNode* above = &node;
+    for (; above && !above->m_fd && above->m_lost == 0; above = above->parent)
+        way.push_back(above);
+    int error = above && !above->m_fd ? above->m_lost : 0;
+    int from = above ? above->m_fd.get() : way.back()->rootParent;
     UniqueFd current;
-    for (auto step = way.rbegin(); step != way.rend(); ++step) {
-        UniqueFd next(openFolderAt(from, (*step)->name.c_str(), *step == &node ? 0 : O_PATH));
-        if (!next) return -1;
-        if (!isStill(next.get(), (*step)->m_identity, (*step)->m_handle)) return -1;
+    while (error == 0 && !way.empty()) {
+        const FolderNode& step = *way.back();
+        UniqueFd next(openFolderAt(from, step.name.c_str(), &step == &node ? 0 : O_PATH));
+        if (!next || !isStill(next.get(), step.m_identity, step.m_handle)) {
+            error = errno;
+            break;
+        }
         current = std::move(next);
         from = current.get();
+        way.pop_back();
     }
-    return current.release();
+    if (error == 0) return current.release();
+    for (FolderNode* const lost : way)
+        lost->m_lost = mayPass(error) ? 0 : error;
+    errno = error;
+    return -1;
+}
+
+UniqueFd DescriptorCache::openLost(const FolderNode& node, int mount) {
+    const std::lock_guard lock(m_mutex);
+    const UniqueFd root(openat(mount, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    UniqueFd found = openByHandle(root.get(), node.m_handle, kFolderFlags);
+    if (found && !isStill(found.get(), node.m_identity, node.m_handle)) found.reset();
+    return found;
 }
 
 void DescriptorCache::unpin(FolderNode& node) {

@@ -38,6 +38,7 @@ struct FolderNode {
     // Guarded by the cache's mutex:
     UniqueFd m_fd;
     FileHandle m_handle;                ///< once it was closed
+    int m_lost = 0;                     ///< the errno with which it was not found by name; 0: none
     FolderNode* m_openChild = nullptr;  ///< a folder inside that is open, if one is known
     unsigned m_pins = 0;
     std::list<FolderNode*>::iterator m_idle;  ///< valid while open and not pinned
@@ -60,9 +61,16 @@ class DescriptorCache {
     /// that is open, and must be the same folder as at first, which its inode number alone does not
     /// tell: when it went, another one may have got that. Where the file system keeps nothing else,
     /// who has more rights than a user opens no folder again. -1 with errno on failure: ESTALE when
-    /// it is another one, kNotFoundAgain when nobody can tell.
+    /// it is another one, kNotFoundAgain when nobody can tell. A folder that was once not found by
+    /// name, and those below it, are not looked for in that way again: of a deep chain that somebody
+    /// cut, each would be looked for from the top.
     int pin(FolderNode& node);
     void unpin(FolderNode& node);
+
+    /// Opens a folder that cannot be pinned, wherever it is by now. `mount` is any folder of the
+    /// same mount. No descriptor where the file system gives no handles, and without
+    /// CAP_DAC_READ_SEARCH.
+    UniqueFd openLost(const FolderNode& node, int mount);
 
     /// Closes a folder that is not needed any more. Requires: not pinned.
     void close(FolderNode& node);

@@ -429,6 +429,8 @@ class Remover {
         if (held >= 0) {
             if (step != Step::Again) putBack(folder, held);
             m_descriptors.unpin(folder);
+        } else {
+            putBackLost(folder);
         }
         if (holdsAbove) m_descriptors.unpin(*folder.above());
         return step;
@@ -490,9 +492,16 @@ class Remover {
 
     void restoreFolder(RemovalFolder& folder) {
         const int descriptor = folder.wasChanged() ? m_descriptors.pin(folder) : -1;
-        if (descriptor < 0) return;
+        if (descriptor < 0) return putBackLost(folder);
         putBack(folder, descriptor);
         m_descriptors.unpin(folder);
+    }
+
+    /// The same for a folder that is not found by its name any more.
+    void putBackLost(RemovalFolder& folder) {
+        if (!folder.wasChanged()) return;
+        const UniqueFd found = m_descriptors.openLost(folder, folder.item->parentDescriptor);
+        if (found) putBack(folder, found.get());
     }
 
     /// The walk gave up: every folder is restored that can still be found, from the deepest
