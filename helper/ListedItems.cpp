@@ -14,6 +14,8 @@ namespace kestrin {
 
 namespace {
 
+constexpr std::size_t kMaximumLogged = 20;  // a user's entries must not fill the journal
+
 /// Gathers paths, each once.
 class DistinctItems {
  public:
@@ -64,6 +66,11 @@ ListedItems::ListedItems(UserTrashes& trashes, std::vector<ListedItem> items,
                          UserTrashes::Locks locks, const std::atomic<bool>& stop)
     : m_trashes(trashes), m_items(std::move(items)), m_locks(locks), m_stop(stop) {}
 
+ListedItems::~ListedItems() {
+    if (m_recordsLeft <= kMaximumLogged) return;
+    qCWarning(lcHelper, "%zu records of erased entries stay", m_recordsLeft.load());
+}
+
 bool ListedItems::next(RemovalItem& item) {
     while (m_next < countOfTurn() && !m_stop) {
         const std::size_t index = indexAt(m_next++);
@@ -101,22 +108,27 @@ bool ListedItems::takeUpWhatWasPutOff() {
     return true;
 }
 
-std::shared_ptr<EntryFolder> ListedItems::end(std::size_t index, bool isLeft) {
-    const std::lock_guard guard(m_mutex);
-    if (isLeft) m_stayed.push_back(index);
-    return std::move(m_folders.extract(index).mapped());
-}
-
 void ListedItems::finished(const RemovalItem& item, RemovalOutcome outcome) {
     const bool isGone = outcome == RemovalOutcome::Gone;
-    // The folder that held it is locked again when this goes.
-    const auto folder = end(item.tag, !isGone && outcome != RemovalOutcome::Replaced);
-    if (!isGone || !folder->isFiles()) return;
-    folder->trash->somethingWent = true;
-    if (const MaybeError error = folder->trash->folder.removeRecord(item.name)) {
-        qCWarning(lcHelper, "The record of an erased entry stays: %s",
-                  error->localizedDescription().c_str());
+    std::shared_ptr<EntryFolder> folder;
+    {
+        const std::lock_guard guard(m_mutex);
+        if (!isGone && outcome != RemovalOutcome::Replaced) m_stayed.push_back(item.tag);
+        folder = std::move(m_folders.at(item.tag));
     }
+    if (isGone && folder->isFiles()) removeRecord(*folder->trash, item.name);
+    // The folder that held it is locked again by that, and only then may an item around it begin.
+    folder.reset();
+    const std::lock_guard guard(m_mutex);
+    m_folders.erase(item.tag);
+}
+
+void ListedItems::removeRecord(UserTrash& trash, const std::string& name) {
+    trash.somethingWent = true;
+    const MaybeError error = trash.folder.removeRecord(name);
+    if (!error || m_recordsLeft++ >= kMaximumLogged) return;
+    qCWarning(lcHelper, "The record of an erased entry stays: %s",
+              error->localizedDescription().c_str());
 }
 
 std::uint64_t ListedItems::countLeft() {
@@ -133,7 +145,10 @@ std::uint64_t ListedItems::countLeft() {
 /// Nothing is told about a path that is refused, not even that there is nothing.
 bool ListedItems::isThere(const ListedItem& item) {
     const auto folder = m_trashes.folderOf(item.path, UserTrashes::Locks::Keep, m_stop);
-    if (!folder) return folder.error().systemError != ENOENT;
+    if (!folder) {
+        const int error = folder.error().systemError;
+        return error != ENOENT && error != ENOTDIR;
+    }
     const std::string name(splitPath(item.path).name);
     const ItemIdentity found = identityAt((*folder)->descriptor(), name.c_str());
     return found.isKnown() ? isSameItem(item.identity, found) : errno != ENOENT;

@@ -38,6 +38,7 @@ class ListedItems final : public RemovalItems {
     /// item is handed out.
     ListedItems(UserTrashes& trashes, std::vector<ListedItem> items, UserTrashes::Locks locks,
                 const std::atomic<bool>& stop);
+    ~ListedItems() override;
 
     /// An item that lies in another one under way, or around it, is put off: each of the two would
     /// lock folders again that the other still needs unlocked.
@@ -59,7 +60,7 @@ class ListedItems final : public RemovalItems {
         return m_order.empty() ? place : m_order[place];
     }
     bool isToBePutOff(std::string_view path) const;
-    std::shared_ptr<EntryFolder> end(std::size_t index, bool isLeft);
+    void removeRecord(UserTrash& trash, const std::string& name);
     bool isThere(const ListedItem& item);
 
     UserTrashes& m_trashes;
@@ -69,7 +70,8 @@ class ListedItems final : public RemovalItems {
     std::vector<std::size_t> m_order;  ///< indexes of those to hand out; none: all, as they stand
     std::size_t m_next = 0;            ///< in that order
     std::vector<std::size_t> m_putOff;
-    mutable std::mutex m_mutex;  ///< guards what follows
+    std::atomic<std::size_t> m_recordsLeft = 0;  ///< how many could not be removed
+    mutable std::mutex m_mutex;                  ///< guards what follows
     /// Of the items under way, by index. There are never more of these than workers.
     std::map<std::size_t, std::shared_ptr<EntryFolder>> m_folders;
     std::vector<std::size_t> m_stayed;  ///< indexes
