@@ -8,12 +8,13 @@
 #include "base/SystemLog.h"
 #include "helper/HelperProtocol.h"
 #include "helper/Patience.h"
+#include "helper/ProgressInterface.h"
 #include "platform/items/SealedFile.h"
 
 namespace kestrin {
 namespace {
 
-/// The most bytes of paths that are told at the end, and the most paths that are logged.
+/// The most bytes of paths that one message tells at the end, and the most paths that are logged.
 constexpr std::size_t kMaximumTold = std::size_t{1} << 20;
 constexpr std::size_t kMaximumLogged = 20;
 
@@ -21,7 +22,11 @@ constexpr std::size_t kMaximumLogged = 20;
 
 CommandRun::CommandRun(const QDBusConnection& bus, Workers& workers, Command command,
                        std::function<void()> over)
-    : m_bus(bus), m_workers(workers), m_command(std::move(command)), m_over(std::move(over)) {}
+    : m_bus(bus),
+      m_workers(workers),
+      m_command(std::move(command)),
+      m_caller(m_command.message.service()),
+      m_over(std::move(over)) {}
 
 CommandRun::~CommandRun() = default;
 
@@ -40,10 +45,11 @@ void CommandRun::told(const WorkerMessage& message) {
     } else if (const auto* const refused = std::get_if<CommandRefused>(&message)) {
         m_refusal = refused->why;
     } else if (const auto* const erased = std::get_if<EntriesErased>(&message)) {
-        // Whoever holds its socket goes on telling while it is being killed; nothing of that is kept.
-        if (m_progress->isFlooded()) return m_worker->kill();
-        m_progress->add(*erased);
-        m_worker->setPaused(!m_progress->hasRoom());
+        // Whoever holds the socket of a worker that is killed goes on telling; nothing of that is
+        // kept.
+        if (!m_progress->isFlooded()) m_progress->add(*erased);
+        // A worker that waits does not end: once it is stopped it is heard as far as memory goes.
+        m_worker->setPaused(m_isStopped ? m_progress->isFlooded() : !m_progress->hasRoom());
     } else if (const auto* const unlocked = std::get_if<ItemsUnlocked>(&message)) {
         m_isUnlocked = unlocked->isUnlocked;
     } else if (const auto* const finished = std::get_if<CommandFinished>(&message)) {
@@ -56,8 +62,7 @@ void CommandRun::accept(const CommandAccepted& command) {
            static_cast<unsigned long long>(command.itemCount));
     m_erasedBefore = command.erasedCount;
     m_progress = std::make_unique<ProgressChannel>(
-        m_bus, m_command.message.service(),
-        ProgressChannel::Totals{command.erasedCount, command.erasedSize},
+        m_bus, m_caller, ProgressChannel::Totals{command.erasedCount, command.erasedSize},
         ProgressChannel::Handlers{.hasRoom =
                                       [this] {
                                           if (m_worker) m_worker->setPaused(false);
@@ -118,6 +123,7 @@ void CommandRun::putBack(UnlockedItems unlocked) {
 
 void CommandRun::tellEnd() {
     logEnd();
+    if (!m_lost.empty() && !m_hasCallerLeft) nameLost();
     if (!m_progress) {
         answer(lastReply());
         return m_over();
@@ -125,7 +131,6 @@ void CommandRun::tellEnd() {
     ProgressChannel::End end;
     if (m_finished) end.nonErasedCount = m_finished->nonErasedCount;
     end.mayGoOn = m_end == WorkerConnection::End::LeftBehind;
-    end.notRestored = namesOfLost();
     m_progress->finish(std::move(end), m_over);
 }
 
@@ -172,16 +177,27 @@ void CommandRun::logEnd() const {
     if (!m_lost.empty()) qCWarning(lcHelper, "%zu items could not be locked again", m_lost.size());
 }
 
-QStringList CommandRun::namesOfLost() const {
+/// In several messages where they are many, since the bus takes none above 32 MB.
+void CommandRun::nameLost() {
     QStringList names;
     std::size_t bytes = 0;
+    const auto send = [&] {
+        QDBusMessage call = QDBusMessage::createMethodCall(
+            m_caller, QString::fromLatin1(kProgressPath),
+            QString::fromLatin1(
+                ComQuorvaneKestrin3QVHelperToolProtocolProgressInterface::staticInterfaceName()),
+            QStringLiteral("attributesNotRestored"));
+        call << std::exchange(names, {});
+        m_bus.send(call);
+        bytes = 0;
+    };
     for (const auto& [id, item] : m_lost) {
         const std::string name = percentEncode(item.path, true);
+        if (bytes + name.size() > kMaximumTold) send();
         bytes += name.size();
-        if (bytes > kMaximumTold) break;
-        if (!name.empty()) names << QString::fromStdString(name);
+        names << QString::fromStdString(name);
     }
-    return names;
+    send();
 }
 
 }  // namespace kestrin

@@ -59,11 +59,12 @@ class CommandRun final {
     void answer(const QDBusMessage& reply);
     QDBusMessage lastReply() const;
     void logEnd() const;
-    QStringList namesOfLost() const;
+    void nameLost();
 
     QDBusConnection m_bus;
     Workers& m_workers;
     Command m_command;
+    const QString m_caller;  ///< the bus name
     const std::function<void()> m_over;
     WorkerConnection* m_worker = nullptr;         ///< the command's, then the one that puts back
     std::unique_ptr<ProgressChannel> m_progress;  ///< once the list is accepted

@@ -92,7 +92,6 @@ void ProgressChannel::watch(const QDBusPendingCall& call) {
 /// Sends the end. Messages between two connections keep their order, so that nothing follows it.
 void ProgressChannel::sendEnd() {
     m_tick.stop();
-    if (!m_end->notRestored.isEmpty()) m_caller->attributesNotRestored(m_end->notRestored);
     if (m_end->nonErasedCount) {
         m_caller->finishedWithNonErasedCount(*m_end->nonErasedCount);
     } else {

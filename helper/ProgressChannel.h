@@ -31,7 +31,6 @@ class ProgressChannel final : public QObject {
     struct End {
         std::optional<std::uint64_t> nonErasedCount;  ///< none: nobody knows
         bool mayGoOn = false;                         ///< what was under way may yet go
-        QStringList notRestored{};  ///< percent-encoded paths of what could not be locked again
     };
     struct Handlers {
         std::function<void()> hasRoom;  ///< called whenever there may be room again

@@ -42,8 +42,8 @@ class WorkerConnection final : public QObject {
     void kill();
     /// Ends it when it has not told its end by then.
     void killAfter(std::chrono::milliseconds time) { m_patience.start(time); }
-    /// Takes no messages for a while; the worker waits meanwhile. A worker that was stopped is
-    /// always heard, since it could not end otherwise, and so is the rest of one that has gone.
+    /// Takes no messages for a while; the worker waits meanwhile, and when it was stopped that is a
+    /// part of its 5 s. One that is killed or has gone is always heard to its end.
     void setPaused(bool paused);
 
     /// As of WorkerMessages.
@@ -57,7 +57,10 @@ class WorkerConnection final : public QObject {
     void gone();
 
  private:
-    void read();
+    void read(int most);
+    void hearOut();
+    void lose();
+    void leaveWhenKilled();
     void loseTrust();
     void losePatience();
     void end(End end);
@@ -72,7 +75,10 @@ class WorkerConnection final : public QObject {
     QTimer m_patience;
     bool m_isStopped = false;
     bool m_isTrusted = true;
+    bool m_isHeardOut = false;
+    bool m_isLost = false;
     bool m_isKilled = false;
+    int m_kills = 0;  ///< how often the parent was to be told
     bool m_isLeftBehind = false;
     std::optional<End> m_end;
 };

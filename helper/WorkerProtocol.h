@@ -73,7 +73,7 @@ struct WorkerSockets {
 Result<WorkerSockets> workerSockets();
 
 /// Ends the worker's command at its next entry. So does the end of the service's socket. From then
-/// on the service must read whatever comes, since a worker that waits cannot end. Errors: of
+/// on the service is to read what comes, since a worker that waits cannot end. Errors: of
 /// sendPacket.
 MaybeError sendStop(int worker);
 
