@@ -3,20 +3,15 @@
 #include <sys/mman.h>
 
 #include <QGuiApplication>
-#include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 
+#include "Require.h"
 #include "base/WriteAll.h"
 #include "viewer/MediaDecoder.h"
 
 using namespace kestrin;
 
 namespace {
-
-void require(bool condition) {
-    if (!condition) std::abort();
-}
 
 /// Texts are drawn with the fonts of the system, on no screen.
 bool prepare() {

@@ -1,20 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The lists that programs send to the helper: the property-list reader and the items dictionary.
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <string_view>
 
+#include "Require.h"
 #include "base/PropertyList.h"
 #include "helper/HelperProtocol.h"
 
 using namespace kestrin;
 
 namespace {
-
-void require(bool condition) {
-    if (!condition) std::abort();
-}
 
 /// What was read is written and read again as the same.
 void checkList(std::string_view xml) {

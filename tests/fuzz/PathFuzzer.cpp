@@ -5,15 +5,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "Require.h"
 #include "helper/TrashPath.h"
 #include "helper/UserTrashes.h"
 
@@ -21,10 +19,6 @@ using namespace kestrin;
 namespace fs = std::filesystem;
 
 namespace {
-
-void require(bool condition) {
-    if (!condition) std::abort();
-}
 
 /// A home with a trash, and links in it that lead out.
 struct World {

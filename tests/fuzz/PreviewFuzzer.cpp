@@ -3,22 +3,11 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-
+#include "Require.h"
 #include "base/WriteAll.h"
 #include "viewer/ViewerProtocol.h"
 
 using namespace kestrin;
-
-namespace {
-
-void require(bool condition) {
-    if (!condition) std::abort();
-}
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const UniqueFd file(::memfd_create("preview", MFD_CLOEXEC | MFD_ALLOW_SEALING));

@@ -4,23 +4,17 @@
 // that follow, each behind two bytes of its length.
 #include <algorithm>
 #include <cerrno>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "Require.h"
 #include "helper/WorkerProtocol.h"
 #include "platform/processes/PacketSocket.h"
 
 using namespace kestrin;
 
 namespace {
-
-void require(bool condition) {
-    if (!condition) std::abort();
-}
 
 std::string_view takePacket(std::string_view& input) {
     if (input.size() < 2) return std::exchange(input, {});
