@@ -8,14 +8,14 @@ import random
 import re
 import subprocess
 
-from harness import USER, Terminal, path_of, run_as_root
+from harness import USER, Terminal, as_root, path_of, run_as_root
 from test_helper import PROMPT, HelperTest
 
 # i: immutable, a: append-only, r: root's, f: root's alone, c: root's alone and not empty, h: refused by the owner
-# of its folder, m: mounted. Folders end with "/".
-TREE = {"plain": "", "locked": "i", "grows": "a", ".locked": "i", ".private": "f",
+# of its folder, m: mounted, n: with a name outside. Folders end with "/".
+TREE = {"plain": "", "locked": "i", "grows": "a", "named": "in", "named-too": "an", ".locked": "i", ".private": "f",
         "L/": "i", "L/file": "", "L/sub/": "", "L/sub/file": "", "L/sub/empty/": "", "L/inner/": "i", "L/inner/file": "",
-        "L/locked": "i", "L/grows": "a", "L/private": "f", "L/closed/": "c", "L/shut/": "ci",
+        "L/locked": "i", "L/grows": "a", "L/named": "in", "L/private": "f", "L/closed/": "c", "L/shut/": "ci",
         "whole/": "i", "whole/a/": "", "whole/a/file": "", "whole/empty/": "i", "A/": "a", "A/file": "",
         "D/": "", "D/mid/": "", "D/mid/L/": "i", "D/mid/file": "", "E/": "i", "E/empty/": "",
         "M/": "i", "M/file": "", "M/mount/": "m", "R/": "", "R/r/": "r", "R/r/x": "f", "R/r/empty/": "h",
@@ -42,6 +42,8 @@ class EveryAnswer(HelperTest):
                 run_as_root("touch", os.path.join(whole, b"in"))
             if "m" in traits:
                 self.tmpfs(whole)
+            if "n" in traits:
+                run_as_root("ln", whole, os.path.join(self.outside, path.replace("/", " ").encode()))
             if set(traits) & set("rfc"):
                 run_as_root("chown", "0:0", whole)
                 run_as_root("chmod", "go=" + "rx" * ("r" in traits), whole)
@@ -52,20 +54,16 @@ class EveryAnswer(HelperTest):
         finally:
             run_as_root("umount", self.trash.path("M/mount"))
             run_as_root("chattr", "-R", "-ia", self.trash.folder)
-            run_as_root("find", self.trash.files, self.trash.info, "-mindepth", "1", "-delete")
+            run_as_root("find", self.trash.files, self.trash.info, self.outside, "-mindepth", "1", "-delete")
 
     def there(self):
         """The attributes of what is there, by its path."""
-        found = {}
-        listed = subprocess.run(["find", self.trash.files, "-mindepth", "1", "-printf", r"%y%P\0"], check=True,
-                                stdout=subprocess.PIPE, preexec_fn=lambda: os.setresuid(0, 0, 0)).stdout
-        for entry in listed.decode().split("\0")[:-1]:
-            path = entry[1:] + "/" * (entry[0] == "d")
-            if path in TREE:
-                flags = subprocess.run(["lsattr", "-d", self.trash.path(path)], stdout=subprocess.PIPE, check=False,
-                                       preexec_fn=lambda: os.setresuid(0, 0, 0), stderr=subprocess.DEVNULL).stdout
-                found[path] = set(flags.decode().split(" ")[0]) & set("ia")
-        return found
+        with as_root():
+            there = {path: self.trash.path(path) for path in TREE if os.path.lexists(self.trash.path(path))}
+        lines = subprocess.run(["lsattr", "-d", *there.values()], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                               check=False, preexec_fn=lambda: os.setresuid(0, 0, 0)).stdout.decode().splitlines()
+        flags = dict(reversed(line.split()) for line in lines)
+        return {path: set(flags.get(os.fsdecode(whole), "")) & set("ia") for path, whole in there.items()}
 
     def answer(self, path, about):
         """What was said of an entry: for all, or once."""
@@ -86,6 +84,8 @@ class EveryAnswer(HelperTest):
         inside = [other for other in TREE if other != path and os.path.dirname(other.rstrip("/")) + "/" == path]
         if "m" in traits:
             told[path] = "mount-point"
+        elif "n" in traits:
+            told[path] = "other-names"
         elif locked and self.answer(path, "locked") == "skip":
             told[path] = "locked"
         elif forbidden and self.answer(path, "forbidden") == "skip":
@@ -104,16 +104,22 @@ class EveryAnswer(HelperTest):
                                         if path not in gone}, run)
         told = sorted((path_of(one["url"])[len(self.trash.files) + 1:].decode(), one["reason"], "skipped" in one)
                       for one in run["notErased"])
-        self.assertEqual(told, sorted((path.rstrip("/"), reason, self.has_helper and reason != "mount-point")
-                                      for path, reason in reasons.items()))
+        skipped = {path for path, reason in reasons.items() if self.has_helper and reason in ("locked", "forbidden")
+                   or TREE[path] == "in" and self.standing != "ask" and self.standing["locked"] == "skip"}
+        self.assertEqual(told, sorted((path.rstrip("/"), reason, path in skipped) for path, reason in reasons.items()))
         self.assertEqual(run["erasedCount"], len(gone) + len(gone & {"L/closed/", "L/shut/"}))
 
     def run_with(self, user, locked, forbidden, has_helper=True):
         self.user, self.has_helper = user, has_helper
         self.standing = {"locked": locked, "forbidden": forbidden}
         with self.subTest(user=user, **self.standing, has_helper=has_helper), self.filled():
-            self.check(self.succeed("empty", "--yes", "--json", "--no-log", f"--locked={locked}",
-                                    f"--forbidden={forbidden}", status=1).json)
+            command = "empty", "--yes", "--json", "--no-log", f"--locked={locked}", f"--forbidden={forbidden}"
+            forecast = self.succeed(*command, "--dry-run", status=1).json
+            run = self.succeed(*command, status=1).json
+            self.check(run)
+            if not has_helper:
+                run["notErased"].sort(key=str)
+                self.assertEqual({**forecast, "notErased": sorted(forecast["notErased"], key=str), "dryRun": False}, run)
 
     def test_for_all(self):
         for locked in ("erase", "skip"):
