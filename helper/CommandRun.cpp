@@ -79,6 +79,12 @@ void CommandRun::stop() {
     if (m_worker && !m_end) m_worker->stop();
 }
 
+bool CommandRun::answersStop(const QDBusMessage& call) {
+    if (m_isAnswered || m_stopCall) return false;
+    m_stopCall = call;
+    return true;
+}
+
 void CommandRun::hurry() {
     m_isHurried = true;
     stop();
@@ -158,6 +164,8 @@ void CommandRun::answer(const QDBusMessage& reply) {
     m_bus.send(reply);
     m_command.message = {};
     m_isAnswered = true;
+    if (m_stopCall) m_bus.send(m_stopCall->createReply());
+    m_stopCall.reset();
 }
 
 void CommandRun::logEnd() const {

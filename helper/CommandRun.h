@@ -48,6 +48,9 @@ class CommandRun final {
     void hurry();
     /// The same as stop, and tells the caller nothing any more.
     void callerLeft();
+    /// Whether the first call of Stop, this one, is answered here: right after the command's own
+    /// call, so that the caller knows by then whether anything was begun.
+    bool answersStop(const QDBusMessage& call);
     bool isAnswered() const { return m_isAnswered; }
 
  private:
@@ -70,6 +73,7 @@ class CommandRun final {
     std::unique_ptr<ProgressChannel> m_progress;  ///< once the list is accepted
     std::uint64_t m_erasedBefore = 0;
     bool m_isAnswered = false;
+    std::optional<QDBusMessage> m_stopCall;
     bool m_isStopped = false;
     bool m_hasCallerLeft = false;
     bool m_isHurried = false;

@@ -160,13 +160,14 @@ QStringList HelperService::unlockItems(const QStringList& items) {
 void HelperService::setStoppedByUser(bool stopped) {
     m_idle.start();
     const auto found = m_requests.find(message().service());
-    if (stopped && found != m_requests.end()) stop(RequestPtr(found->second));  // it may go
-}
-
-/// What has not begun need not begin any more.
-void HelperService::stop(const RequestPtr& request) {
-    if (request->run) return request->run->stop();
-    refuse(request, HelperErrorName::kCancelled, QStringLiteral("stopped before it began"));
+    if (!stopped || found == m_requests.end()) return;
+    const RequestPtr request = found->second;  // it may go
+    if (!request->run) {
+        return refuse(request, HelperErrorName::kCancelled,
+                      QStringLiteral("stopped before it began"));
+    }
+    setDelayedReply(request->run->answersStop(message()));
+    request->run->stop();
 }
 
 /// The first step: the form of the command. Nothing of a list is looked at yet.

@@ -68,7 +68,6 @@ class HelperService final : public QObject, protected QDBusContext {
     void beginNext();
     bool hasTurn(const Request& request) const;
     MaybeError begin(const RequestPtr& request);
-    void stop(const RequestPtr& request);
     void refuse(const RequestPtr& request, const char* error, const QString& reason);
     void end(const RequestPtr& request);
     void callerLeft(const QString& caller);

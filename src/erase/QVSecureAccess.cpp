@@ -378,7 +378,7 @@ void QVSecureAccess::stoppedByUser() {
 }
 
 void QVSecureAccess::stopAnswered(const QDBusError& answer) {
-    if (!m_run->isAccepted) {  // the user is asked for a password; leaving takes that back
+    if (!m_run->isAccepted) {  // nobody answers the command either; leaving takes it back
         m_helperToolConnection.reset();
         endRunByLooking({});
     } else if (answer.isValid()) {  // it will not tell the end either

@@ -324,7 +324,8 @@ class AList(Attack):
             caller, tag = self.begun({"copy": os.fsdecode(list_file)})
             if is_accepted:
                 self.assertIsNone(caller.reply(tag)["error"])
-            self.assertEndsAtOnce(lambda: caller.send("setStoppedByUser", "(b)", True))
+            self.assertEndsAtOnce(lambda: caller.call("setStoppedByUser", "(b)", True))
+            self.assertIn(tag, caller.replies)  # by now it is known whether anything was begun
             self.assertEqual(caller.reply(tag)["error"], None if is_accepted else CANCELLED)
             self.assertEqual(caller.end() if is_accepted else 1_000_001, 1_000_001)
         self.assertEndsAtOnce(self.begun({"copy": os.fsdecode(list_file)})[0].kill)
