@@ -123,6 +123,12 @@ void limitWorker(int list, int socket) {
     if (score) (void)writeAll(score.get(), "500");  // some kernels have none
 }
 
+void giveBackFreedMemory() {
+    constexpr int kLarge = 128 << 10;
+    require(::mallopt(M_MMAP_THRESHOLD, kLarge) == 1, "M_MMAP_THRESHOLD");
+    require(::mallopt(M_ARENA_MAX, 1) == 1, "M_ARENA_MAX");
+}
+
 void giveUpUnusedMemory() {
     ::malloc_trim(0);
     const auto giveUpLibrary = [](dl_phdr_info* library, std::size_t, void*) {

@@ -26,6 +26,11 @@ void keepCapabilitiesForFiles();
 /// the standard ones and these two is closed.
 void limitWorker(int list, int socket);
 
+/// For the service: large blocks go back to the kernel when they are freed, whatever their number,
+/// and all that others are taken from can be given up. By default blocks as long as the longest
+/// that was freed stay.
+void giveBackFreedMemory();
+
 /// Leaves the kernel all memory that is of no use just now: what was freed, and the pages of
 /// program and libraries, which come back from their files when they are needed. Thread: any.
 void giveUpUnusedMemory();

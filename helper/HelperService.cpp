@@ -35,16 +35,22 @@ constexpr std::size_t kMaximumCallBytes = std::size_t{32} << 20;
 /// what a worker takes for itself is bounded where it begins.
 constexpr std::size_t kMaximumRunning = 16;
 
+/// How long memory that a call took may stay.
+constexpr std::chrono::milliseconds kMemoryPatience{500};
+
 QString latin1(const char* text) {
     return QString::fromLatin1(text);
 }
 
-/// How many bytes the texts take in a message at most.
+/// How many bytes the texts take in a message at most. Those of a list that is too long are not
+/// counted to the end.
 std::size_t bytesOf(const QStringList& texts) {
     constexpr std::size_t kBesidesText = 8;  // the length, a NUL, and what aligns the next
     std::size_t bytes = 0;
-    for (const QString& text : texts)
+    for (const QString& text : texts) {
         bytes += static_cast<std::size_t>(text.toUtf8().size()) + kBesidesText;
+        if (bytes > kMaximumInlineList) break;
+    }
     return bytes;
 }
 
@@ -105,13 +111,22 @@ HelperService::HelperService(const QDBusConnection& bus, UniqueFd parent,
     m_idle.setSingleShot(true);
     m_idle.setInterval(idleTime);
     QObject::connect(&m_idle, &QTimer::timeout, this, &HelperService::leaveWhenIdle);
+    m_memory.setSingleShot(true);
+    m_memory.setInterval(kMemoryPatience);
+    QObject::connect(&m_memory, &QTimer::timeout, this, &giveUpUnusedMemory);
 }
 
 HelperService::~HelperService() = default;
 
 bool HelperService::start() {
-    m_idle.start();
+    wasUsed();
     return m_bus.registerService(latin1(kHelperService));
+}
+
+/// A call may have been large, whatever became of it.
+void HelperService::wasUsed() {
+    m_idle.start();
+    if (!m_memory.isActive()) m_memory.start();
 }
 
 void HelperService::shutDown() {
@@ -128,7 +143,7 @@ void HelperService::shutDown() {
 }
 
 QString HelperService::getVersion() {
-    m_idle.start();
+    wasUsed();
     return latin1(kHelperVersion);
 }
 
@@ -158,7 +173,7 @@ QStringList HelperService::unlockItems(const QStringList& items) {
 }
 
 void HelperService::setStoppedByUser(bool stopped) {
-    m_idle.start();
+    wasUsed();
     const auto found = m_requests.find(message().service());
     if (!stopped || found == m_requests.end()) return;
     const RequestPtr request = found->second;  // it may go
@@ -172,7 +187,7 @@ void HelperService::setStoppedByUser(bool stopped) {
 
 /// The first step: the form of the command. Nothing of a list is looked at yet.
 void HelperService::admit(const RequestPtr& request, const QByteArray* authorization) {
-    m_idle.start();
+    wasUsed();
     // Such calls cost their sender nothing, and come faster than they can be checked.
     if (!message().isReplyRequired()) return;
     setDelayedReply(true);
@@ -325,19 +340,14 @@ void HelperService::end(const RequestPtr& request) {
         m_requests.erase(found);
         m_callers.removeWatchedService(request->caller);
     }
-    m_idle.start();
+    wasUsed();
     if (request->run) {
         std::ranges::stable_partition(
             m_waiting, [&](const RequestPtr& other) { return other->user != request->user; });
         // It is on the stack.
         m_over.push_back(std::move(request->run));
         QMetaObject::invokeMethod(
-            this,
-            [this] {
-                m_over.clear();
-                giveUpUnusedMemory();
-            },
-            Qt::QueuedConnection);
+            this, [this] { m_over.clear(); }, Qt::QueuedConnection);
         beginNext();
     }
     leaveWhenAllIsOver();
@@ -367,7 +377,7 @@ void HelperService::callerLeft(const QString& caller) {
 void HelperService::leaveWhenIdle() {
     // A helper that came after this one would know nothing of workers that cannot be ended, so that
     // their user could have ever more of them.
-    if (!m_requests.empty() || m_workers.areThere()) return m_idle.start();
+    if (!m_requests.empty() || m_workers.areThere()) return wasUsed();
     // What is sent to the name from now on starts another helper; what came before is served first.
     m_bus.unregisterService(latin1(kHelperService));
     QMetaObject::invokeMethod(this, &HelperService::leaveUnlessCalled, Qt::QueuedConnection);

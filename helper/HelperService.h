@@ -71,6 +71,7 @@ class HelperService final : public QObject, protected QDBusContext {
     void refuse(const RequestPtr& request, const char* error, const QString& reason);
     void end(const RequestPtr& request);
     void callerLeft(const QString& caller);
+    void wasUsed();
     void leaveWhenAllIsOver();
     void leaveWhenIdle();
     void leaveUnlessCalled();
@@ -80,6 +81,7 @@ class HelperService final : public QObject, protected QDBusContext {
     QSocketNotifier m_parentWatch;
     QDBusServiceWatcher m_callers;
     QTimer m_idle;
+    QTimer m_memory;  ///< until what calls took is given up
     bool m_isEnding = false;
     bool m_isLeaving = false;
     std::map<QString, RequestPtr> m_requests;         ///< by the caller's bus name

@@ -76,6 +76,7 @@ int serveOnBus(std::chrono::seconds idle, UniqueFd parent) {
 int runService(std::chrono::seconds idle, UniqueFd parent, char** argv) {
     giveUpAllCapabilities();
     giveUpFiles();
+    giveBackFreedMemory();
     int applicationArguments = 1;
     const QCoreApplication application(applicationArguments, argv);
     return serveOnBus(idle, std::move(parent));
