@@ -148,7 +148,7 @@ QDBusMessage CommandRun::lastReply() const {
     };
     const auto count = static_cast<std::size_t>(m_command.unlockItems.size());
     if (!m_finished || m_isUnlocked.size() != count) {
-        if (m_isStopped) return refusal(HelperErrorName::kCancelled, "stopped before it began");
+        if (m_isStopped) return refusal(HelperErrorName::kCancelled, "stopped before its end");
         if (!m_refusal.empty()) return refusal(HelperErrorName::kInvalid, m_refusal.c_str());
         return refusal(HelperErrorName::kInterrupted, "the command was interrupted");
     }
