@@ -73,7 +73,6 @@ class ParentProcess {
 
 /// What a worker told until it ended.
 struct Told {
-    std::vector<std::string> paths;
     std::vector<LocksLost> lost;
     bool isFinished = false;
     int error = 0;
@@ -89,66 +88,43 @@ Told readAll(WorkerMessages& messages) {
             if (message.error().systemError != EAGAIN) told.error = message.error().systemError;
             continue;
         }
-        if (const auto* const erased = std::get_if<EntriesErased>(&*message)) {
-            for (const auto& entry : erased->entries)
-                told.paths.push_back(entry.path);
-        }
         if (const auto* const lost = std::get_if<LocksLost>(&*message)) told.lost.push_back(*lost);
         told.isFinished |= std::holds_alternative<CommandFinished>(*message);
     }
     return told;
 }
 
-/// A trash of the test user on a volume of its own.
-class AWorker : public ::testing::Test {
- protected:
-    void SetUp() override {
-        KESTRIN_REQUIRE_MOUNTS();
-        m_scratch.emplace();
-        m_volume.emplace(TestVolume::Kind::Ext4, *m_scratch / "volume", "TestDisk", 64);
-        ASSERT_TRUE(m_volume->isMounted());
-        const std::string trash = m_volume->mountPoint() + "/.Trash-" + std::to_string(kTestUser);
-        m_files = trash + "/files";
-        for (const char* folder : {"/files", "/info"})
-            makeFolder(trash + folder);
-    }
-    WorkerMessages start(ParentProcess& parent, WorkerKind kind, std::string_view list,
-                         UnlockedItems unlocked = {}) {
-        auto sockets = workerSockets();
-        const auto file = sealedFile(list);
-        const StartWorker request{++m_number, kTestUser, kind};
-        EXPECT_FALSE(
-            sendStartWorker(parent.service(), request, file->get(), sockets->worker.get()));
-        return {kind, std::move(sockets->service), std::move(unlocked)};
-    }
-
-    std::optional<ScratchFolder> m_scratch;
-    std::optional<TestVolume> m_volume;
-    std::string m_files;
-    std::uint64_t m_number = 0;
-};
-
-TEST_F(AWorker, PutsBackWhatIsThereAndTellsWhatItCannot) {
-    ParentProcess parent;
-    const UniqueFd folder(open(m_files.c_str(), O_RDONLY));
-    UnlockedItem item{handleOf(folder.get()), identityAt(AT_FDCWD, m_files.c_str()), m_files,
+TEST(AWorker, PutsBackWhatIsThereAndTellsWhatItCannot) {
+    KESTRIN_REQUIRE_MOUNTS();
+    const ScratchFolder scratch;
+    const TestVolume volume(TestVolume::Kind::Ext4, scratch / "volume", "TestDisk", 64);
+    const std::string path = volume.mountPoint() + "/folder";
+    makeFolder(path);
+    const UniqueFd folder(open(path.c_str(), O_RDONLY));
+    UnlockedItem item{handleOf(folder.get()), identityAt(AT_FDCWD, path.c_str()), path,
                       FS_IMMUTABLE_FL};
     UnlockedItems lost{{7, item}};
     item.handle.bytes.back() = static_cast<char>(item.handle.bytes.back() + 1);
     lost.emplace(99, item);
     item.handle.mountId = 1 << 30;
     lost.emplace(100, item);
-    WorkerMessages restorer = start(parent, WorkerKind::PutBack, putBackList(lost), lost);
+    ParentProcess parent;
+    auto sockets = workerSockets();
+    const auto list = sealedFile(putBackList(lost));
+    const StartWorker request{1, kTestUser, WorkerKind::PutBack};
+    EXPECT_FALSE(sendStartWorker(parent.service(), request, list->get(), sockets->worker.get()));
+    sockets->worker.reset();
+    WorkerMessages restorer(WorkerKind::PutBack, std::move(sockets->service), lost);
     const Told last = readAll(restorer);
     ASSERT_EQ(last.lost.size(), 1u) << "an item that exists no more needs nothing";
     EXPECT_EQ(last.lost[0].systemError, ENODEV);
     ASSERT_EQ(restorer.outstanding().size(), 1u);
     EXPECT_EQ(restorer.outstanding().begin()->first, 100u);
     EXPECT_TRUE(last.isFinished);
-    EXPECT_EQ(lockStateAt(AT_FDCWD, m_files.c_str()), LockState::Locked);
+    EXPECT_EQ(lockStateAt(AT_FDCWD, path.c_str()), LockState::Locked);
 }
 
-TEST_F(AWorker, IsNotStartedForAServiceThatAsksForAnythingOdd) {
+TEST(AWorker, IsNotStartedForAServiceThatAsksForAnythingOdd) {
     const auto file = sealedFile("");
     const auto sockets = workerSockets();
     const std::array two{file->get(), sockets->worker.get()};
@@ -261,26 +237,6 @@ TEST(WorkerMessages, RefuseWhatSuchAWorkerDoesNotTell) {
         EXPECT_FALSE(tell(LocksToClear{id, {{}, {}, std::string(4000, 'n'), 16}}));
     EXPECT_FALSE(tell(LocksSettled{{1}}));
     EXPECT_EQ(messages.outstanding().size(), 1 + kMaximumUnlockedBytes / 4200);
-}
-
-TEST(WorkerMessages, CarryPathsOfAnyLength) {
-    auto sockets = workerSockets();
-    const std::string longest(kLongestToldPath, 'n');
-    EntriesErased told{{{"/a", 1}, {longest + "cut", 2}, {"/b", 3}}};
-    const pid_t worker = fork();  // which waits for the reader
-    if (worker == 0) {
-        sockets->service.reset();
-        const bool isTold = !sendMessage(sockets->worker.get(), CommandAccepted{}) &&
-                            !sendMessage(sockets->worker.get(), told);
-        _exit(isTold ? 0 : 1);
-    }
-    sockets->worker.reset();
-    WorkerMessages messages(WorkerKind::Erase, std::move(sockets->service));
-    const Told heard = readAll(messages);
-    EXPECT_EQ(heard.paths, (std::vector<std::string>{"/a", longest, "/b"}));
-    int status = 0;
-    EXPECT_EQ(waitpid(worker, &status, 0), worker);
-    EXPECT_EQ(status, 0);
 }
 
 }  // namespace

@@ -27,16 +27,11 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Con
   <auth>EXTERNAL</auth>
   <servicedir>{folder}/services</servicedir>
   <policy context="default">
-    <allow user="*"/>
-    <deny own="*"/>
-    <deny send_type="method_call"/>
-    <allow send_type="signal"/>
+    <allow user="*"/> <deny own="*"/> <deny send_type="method_call"/> <allow send_type="signal"/>
     <allow send_requested_reply="true" send_type="method_return"/>
     <allow send_requested_reply="true" send_type="error"/>
-    <allow receive_type="method_call"/>
-    <allow receive_type="method_return"/>
-    <allow receive_type="error"/>
-    <allow receive_type="signal"/>
+    <allow receive_type="method_call"/> <allow receive_type="method_return"/>
+    <allow receive_type="error"/> <allow receive_type="signal"/>
     <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus"/>
   </policy>
   <includedir>{folder}/system.d</includedir>
