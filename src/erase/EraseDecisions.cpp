@@ -3,23 +3,18 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <iterator>
 #include <set>
 #include <utility>
 
+#include "erase/ItemPresences.h"
 #include "erase/StayedPaths.h"
 #include "platform/items/HostErrors.h"
-#include "platform/processes/AnswerWithin.h"
 
 namespace kestrin {
 namespace {
 
 using About = RefusalQuestion::About;
-
-/// How long a volume may take to say what the helper left on it. A silent one does not hold the
-/// end.
-constexpr std::chrono::seconds kPatience(5);
 
 /// Inside a trash only the leading full stop hides.
 bool isHidden(const RemovalEntry& entry) {
@@ -33,39 +28,6 @@ bool isNoPermission(const HostError& error) {
 
 bool isBusy(const HostError& error) {
     return error.domain == kOSStatusErrorDomain && error.code == kFileBusy;
-}
-
-using Presences = std::vector<ItemPresence>;
-
-std::optional<Presences> presencesOf(std::vector<HelperItem> items) {
-    return answerWithin<Presences>(kPatience, [items = std::move(items)] {
-        Presences presences;
-        for (const HelperItem& item : items)
-            presences.push_back(presenceOf(item.url, item.identity));
-        return presences;
-    });
-}
-
-/// Asks a few items of one volume at a time, since many take long without anything being wrong. A
-/// volume that was silent is not asked again: its items may still be there.
-Presences presencesOfAll(const std::vector<HelperItem>& items) {
-    constexpr std::ptrdiff_t kMostAtOnce = 256;
-    Presences presences;
-    std::set<std::uint64_t> silent;
-    for (auto begin = items.begin(); begin != items.end();) {
-        const std::uint64_t volume = begin->identity.deviceId;
-        const auto limit = begin + std::min(kMostAtOnce, items.end() - begin);
-        const auto end = std::find_if(
-            begin, limit, [&](const HelperItem& item) { return item.identity.deviceId != volume; });
-        std::optional<Presences> answer;
-        if (!silent.contains(volume)) answer = presencesOf({begin, end});
-        if (!answer) silent.insert(volume);
-        const auto count = static_cast<std::size_t>(end - begin);
-        const Presences told = answer.value_or(Presences(count, ItemPresence::Unknown));
-        presences.insert(presences.end(), told.begin(), told.end());
-        begin = end;
-    }
-    return presences;
 }
 
 /// The folders that go when the helper has emptied them: those left behind, or where something
@@ -298,7 +260,7 @@ void EraseDecisions::noteWhatTheHelperLeft() {
     const std::vector<HelperItem> locked = unlockItems(), forbidden = permissionsItems();
     std::vector<HelperItem> items = locked;
     items.insert(items.end(), forbidden.begin(), forbidden.end());
-    const Presences presence = presencesOfAll(items);
+    const std::vector<ItemPresence> presence = presencesOfAll(items);
     for (std::size_t index = 0; index < items.size(); ++index) {
         if (presence[index] == ItemPresence::Gone) continue;
         const StayReason refused =

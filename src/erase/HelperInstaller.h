@@ -37,8 +37,8 @@ class HelperInstaller {
     /// when the script failed: nothing is changed then.
     MaybeError install(std::string_view label) const;
     /// Removes the helper of that major version of the program, with what makes it known. One that
-    /// runs ends in order before, which takes moments, and 80 s when what it works on hangs. Errors:
-    /// as above.
+    /// runs ends in order before, which takes moments, and 80 s when what it works on hangs.
+    /// Errors: as above.
     MaybeError remove(int majorVersion = kMajorVersion) const;
 
  private:

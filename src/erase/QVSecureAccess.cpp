@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
+#include <cstddef>
 #include <utility>
 
 #include "base/MainThread.h"
@@ -12,6 +12,7 @@
 #include "base/UserDefaults.h"
 #include "erase/HelperBatches.h"
 #include "erase/HelperInstaller.h"
+#include "erase/ItemPresences.h"
 #include "erase/QVErrorDelegate.h"
 #include "platform/items/HostErrors.h"
 #include "platform/items/ItemAttributes.h"
@@ -19,10 +20,6 @@
 
 namespace kestrin {
 namespace {
-
-using namespace std::chrono_literals;
-
-constexpr auto kCountPatience = 5s;
 
 QString& versionOfHelper() {
     static QString version;
@@ -56,18 +53,16 @@ HostError endedEarly(std::string_view key, const StringTable& texts) {
             {{"errorString", text.toStdString()}}};
 }
 
-/// Of the items handed over. When their volume does not answer they all count. Thread: any.
-std::uint64_t countStillThere(const std::shared_ptr<const HelperRequest>& request) {
-    const auto count = answerWithin<std::uint64_t>(kCountPatience, [request]() -> std::uint64_t {
-        const auto isThere = [](const HelperItem& item) {
-            const ItemPresence presence = presenceOf(item.url, item.identity);
+/// Of the items handed over. Those of a volume that does not answer count. Thread: any that may
+/// wait.
+std::uint64_t countStillThere(const HelperRequest& request) {
+    std::ptrdiff_t count = 0;
+    for (const auto* const items : {&request.unlockItems, &request.permissionsItems}) {
+        count += std::ranges::count_if(presencesOfAll(*items), [](ItemPresence presence) {
             return presence == ItemPresence::There || presence == ItemPresence::Unknown;
-        };
-        return static_cast<std::uint64_t>(
-            std::ranges::count_if(request->unlockItems, isThere) +
-            std::ranges::count_if(request->permissionsItems, isThere));
-    });
-    return count.value_or(countOf(*request));
+        });
+    }
+    return static_cast<std::uint64_t>(count);
 }
 
 /// The user has read so in the question that led here.
@@ -356,7 +351,7 @@ void QVSecureAccess::endRunByLooking(const MaybeError& error) {
             if (!life.expired()) endRun(count, error);
         });
     };
-    if (!runAbandoned([request, counted] { counted(countStillThere(request)); })) {
+    if (!runAbandoned([request, counted] { counted(countStillThere(*request)); })) {
         counted(countOf(*request));
     }
 }

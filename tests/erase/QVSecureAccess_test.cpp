@@ -16,6 +16,7 @@
 #include "platform/desktop/ui/support/PrivateBus.h"
 #include "support/ScopedVariable.h"
 #include "support/ScriptedAlertPanel.h"
+#include "support/SilentVolume.h"
 #include "support/TestEnvironment.h"
 
 namespace kestrin {
@@ -194,6 +195,15 @@ TEST_F(QVSecureAccessTest, WhatTheHelperCannotTellIsLookedUp) {
                     ElementsAre(errorText(mayGoOn ? "helper_hangs"_errorKey
                                                   : "helper_interrupted"_errorKey)));
     }
+    KESTRIN_REQUIRE_MOUNTS();
+    makeFolder(scratch / "silent");
+    const SilentVolume volume(scratch / "silent");
+    HelperRequest work = request();
+    work.unlockItems.push_back({FileUrl::fromPath(scratch / "silent/item"), {.deviceId = 1}});
+    begin(work);
+    helper->tell(helper->caller, "interrupted", false);
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_THAT(delegate.notErased, ElementsAre(3)) << "what is silent counts, and what is there";
     // The refusal of a command that Stop took back is no error.
     helper->holdsCommands = true;
     begin(request());
