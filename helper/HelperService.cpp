@@ -35,6 +35,8 @@ constexpr std::size_t kMaximumCallBytes = std::size_t{32} << 20;
 /// what a worker takes for itself is bounded where it begins.
 constexpr std::size_t kMaximumRunning = 16;
 
+/// The most refusals that are written down in a minute; anybody can bring about ever more of them.
+constexpr std::size_t kLoggedRefusals = 20;
 /// How long memory that a call took may stay.
 constexpr std::chrono::milliseconds kMemoryPatience{500};
 
@@ -111,16 +113,29 @@ HelperService::HelperService(const QDBusConnection& bus, UniqueFd parent,
     m_idle.setSingleShot(true);
     m_idle.setInterval(idleTime);
     QObject::connect(&m_idle, &QTimer::timeout, this, &HelperService::leaveWhenIdle);
+    m_logging.setSingleShot(true);
+    m_logging.setInterval(std::chrono::minutes(1));
+    QObject::connect(&m_logging, &QTimer::timeout, this, &HelperService::logRefusals);
     m_memory.setSingleShot(true);
     m_memory.setInterval(kMemoryPatience);
     QObject::connect(&m_memory, &QTimer::timeout, this, &giveUpUnusedMemory);
 }
 
-HelperService::~HelperService() = default;
+HelperService::~HelperService() {
+    logRefusals();
+}
 
 bool HelperService::start() {
     wasUsed();
     return m_bus.registerService(latin1(kHelperService));
+}
+
+/// The next refusals are written down one by one again.
+void HelperService::logRefusals() {
+    if (m_refusals > kLoggedRefusals) {
+        qCWarning(lcHelper, "%zu more commands were refused", m_refusals - kLoggedRefusals);
+    }
+    m_refusals = 0;
 }
 
 /// A call may have been large, whatever became of it.
@@ -262,8 +277,11 @@ void HelperService::checked(const RequestPtr& request, const CallerCheck::Answer
     // The check is on the stack, and may be destroyed only when it has returned.
     request->check.release()->deleteLater();
     if (answer.error) {
-        qCWarning(lcHelper, "%s of user %u refused: %s", request->command.c_str(), answer.userId,
-                  qPrintable(answer.reason));
+        if (m_refusals++ < kLoggedRefusals) {
+            qCWarning(lcHelper, "%s of user %u refused: %s", request->command.c_str(),
+                      answer.userId, qPrintable(answer.reason));
+        }
+        if (!m_logging.isActive()) m_logging.start();
         return refuse(request, answer.error, answer.reason);
     }
     const auto* const file = std::get_if<QDBusUnixFileDescriptor>(&request->content);

@@ -72,6 +72,7 @@ class HelperService final : public QObject, protected QDBusContext {
     void end(const RequestPtr& request);
     void callerLeft(const QString& caller);
     void wasUsed();
+    void logRefusals();
     void leaveWhenAllIsOver();
     void leaveWhenIdle();
     void leaveUnlessCalled();
@@ -81,7 +82,9 @@ class HelperService final : public QObject, protected QDBusContext {
     QSocketNotifier m_parentWatch;
     QDBusServiceWatcher m_callers;
     QTimer m_idle;
-    QTimer m_memory;  ///< until what calls took is given up
+    QTimer m_memory;             ///< until what calls took is given up
+    QTimer m_logging;            ///< the minute in which refusals are counted
+    std::size_t m_refusals = 0;  ///< in that minute
     bool m_isEnding = false;
     bool m_isLeaving = false;
     std::map<QString, RequestPtr> m_requests;         ///< by the caller's bus name

@@ -275,5 +275,11 @@ class TheForm(HelperTest):
             self.bus.policy.kill()
             self.bus.policy.wait()
         xml = items_xml(permissions=[self.forbidden("other")])
-        self.assertEqual(caller.reply(caller.send_erase(xml))["error"], DENIED)
+        for _ in range(20):
+            self.assertEqual(caller.reply(caller.send_erase(xml))["error"], DENIED)
         self.assertEqual(self.trash.names(), [b"other"])
+        service = self.bus.process_of()
+        run_as_root("kill", str(service))
+        harness.wait_until(lambda: not self.is_running(service), "the end of the helper")
+        self.assertEqual(self.bus.messages().count(" refused: "), 20)
+        self.assertIn("5 more commands were refused", self.bus.messages())
