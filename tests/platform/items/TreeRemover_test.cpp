@@ -176,6 +176,16 @@ TEST_F(TreeRemoverTest, LeavesWhatHasTakenTheNameOfAnItem) {
                     std::pair(trash + "/emptied", ESTALE), std::pair(trash + "/late", ESTALE)));
     EXPECT_TRUE(exists(trash + "/file") && exists(trash + "/folder/precious") &&
                 exists(trash + "/emptied") && exists(trash + "/late"));
+
+    KESTRIN_REQUIRE_ROOT();
+    const std::string closed = trash + "/closed", other = trash + "/other";
+    ASSERT_EQ(runAsRoot("mkdir -m 700 '" + closed + "' '" + other + "'"), 0);
+    policy.onEnter = [&](const RemovalEntry&) {
+        rename(closed.c_str(), (trash + "/old closed").c_str());
+        rename(other.c_str(), closed.c_str());
+    };
+    EXPECT_EQ(remove({"closed"}).at("closed"), RemovalOutcome::Replaced);
+    EXPECT_TRUE(exists(closed));
 }
 
 TEST_F(TreeRemoverTest, DoesNotFollowALinkThatTakesAFoldersPlace) {

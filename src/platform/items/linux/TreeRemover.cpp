@@ -167,9 +167,7 @@ class Remover {
                 return fail(entry, error, HostAccess::Read);
             }
             if (!place.above && !isSameItem(place.item.identity, facts.identity)) {
-                facts.isReplaced = true;
-                fail(entry, ESTALE, HostAccess::Read);
-                return Step::Replaced;
+                return failAsReplaced(entry, facts);
             }
             if (facts.isDirectory() && !opened) return Step::IsFolder;
             if (facts.isMountRoot) return fail(entry, EBUSY, HostAccess::Write);
@@ -344,8 +342,10 @@ class Remover {
 
     /// A folder that cannot be listed goes when it is empty; else it is told as unreadable.
     Step removeUnlistedFolder(const Place& place, const Entry& entry, const char* name,
-                              const EntryFacts& facts, int why) {
+                              EntryFacts& facts, int why) {
         if (m_policy.willRemove(entry) == RemovalPolicy::Verdict::Leave) return Step::Stayed;
+        if (!place.above && isReplaced(place.folder, name, facts))
+            return failAsReplaced(entry, facts);
         int error = unlinkEntry(place, name, facts, AT_REMOVEDIR);
         if (m_isRehearsal && error == 0 && !canBeWidened(facts)) error = ENOTEMPTY;
         if (error == 0) {
@@ -443,10 +443,8 @@ class Remover {
         const Entry entry(place, name, folder.facts);
         if (m_policy.willRemove(entry) == RemovalPolicy::Verdict::Leave) return Step::Stayed;
         if (m_policy.shouldStop()) return Step::Stayed;
-        if (!folder.above() && isReplaced(folder, parent)) {
-            folder.facts.isReplaced = true;
-            fail(entry, ESTALE, HostAccess::Read);
-            return Step::Replaced;
+        if (!folder.above() && isReplaced(parent, name, folder.facts)) {
+            return failAsReplaced(entry, folder.facts);
         }
         const int error = unlinkEntry(place, name, folder.facts, AT_REMOVEDIR);
         if (error == 0) {
@@ -464,10 +462,16 @@ class Remover {
         return fail(entry, error, HostAccess::Write);
     }
 
-    /// Whether something else has taken the item's name while the item was emptied.
-    static bool isReplaced(const RemovalFolder& folder, int parent) {
-        const ItemIdentity found = identityAt(parent, folder.name.c_str());
-        return found.isKnown() && !isSameItem(found, folder.facts.identity);
+    /// Whether something else has taken the item's name since it was looked at.
+    static bool isReplaced(int parent, const char* name, const EntryFacts& facts) {
+        const ItemIdentity found = identityAt(parent, name);
+        return found.isKnown() && !isSameItem(found, facts.identity);
+    }
+
+    Step failAsReplaced(const Entry& entry, EntryFacts& facts) {
+        facts.isReplaced = true;
+        fail(entry, ESTALE, HostAccess::Read);
+        return Step::Replaced;
     }
 
     void listAgain(RemovalFolder* folder) {
