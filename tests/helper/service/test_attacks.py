@@ -192,7 +192,9 @@ class APatientUser(Attack):
         worker, = self.workers()
         self.assertBounded(100, worker)
         self.assertBounded(100)
-        self.assertEndsAtOnce(lambda: caller.send("setStoppedByUser", "(b)", True))
+        caller.send("setStoppedByUser", "(b)", True)
+        caller.order(do="answer", answers=True)
+        self.assertEqual(caller.end(), 1)
 
 
 class AWorker(Attack):
