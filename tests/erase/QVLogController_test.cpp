@@ -132,18 +132,6 @@ TEST_F(QVLogControllerTest, FollowsNoLinkInItsFolders) {
     EXPECT_TRUE(std::filesystem::is_empty(elsewhere));
 }
 
-TEST_F(QVLogControllerTest, AFileThatCannotBeOpenedIsToldButStopsNothing) {
-    const std::string file = chosenFile();
-    chmod(file.c_str(), 0);
-    const auto log = makeLog();
-    EXPECT_TRUE(log->openLogFile());
-    EXPECT_TRUE(log->writeFailed());
-    EXPECT_TRUE(log->lastProblem().contains(QStringLiteral("Permission denied")));
-    EXPECT_TRUE(log->lastProblem().contains(QString::fromStdString(file)));
-    log->writeEntryWithPath("/t/a", 5);
-    EXPECT_EQ(log->itemsCount(), 1U);
-}
-
 TEST_F(QVLogControllerTest, LinesReachTheFileWithinASecondAndInTheEnd) {
     auto log = makeLog();
     ASSERT_TRUE(log->openLogFile());

@@ -351,22 +351,6 @@ class AList(Attack):
 
 
 class ACaller(Attack):
-    def test_that_leaves_at_once(self):
-        """Between the check and the command, or a little before or after: the whole or nothing."""
-        for number in range(12):
-            top = self.forbidden(f"top{number}")
-            caller = self.caller()
-            tag = caller.send_erase(items_xml(permissions=[top]))
-            if number % 3 == 0:
-                caller.reply(tag)
-            elif number % 3 == 1:
-                caller.process.stdin.close()  # when the call is on its way
-                caller.process.wait()
-            caller.kill()
-        last = self.caller()
-        self.assertEqual(last.erase(permissions=[]), 0)
-        self.assertAlive()
-
     def test_that_does_not_listen(self):
         self.keep_home_in_memory()
         self.hold(permissions=[self.much("top")])

@@ -26,21 +26,6 @@ class ACommand(HelperTest):
         self.assertEqual([item[0] for item in caller.items], [8, 9, 10, 11, 12])
         self.assertEqual(caller.items[-1][1], 115)
 
-    def test_that_is_stopped_or_of_another_user_need_not_wait_for_its_turn(self):
-        second, top = self.caller(), self.much("top")
-        first = self.hold(permissions=[top])
-        self.assertEqual(first.reply(first.send_erase(items_xml(permissions=[top])))["error"], BUSY)
-        waiting = self.forbidden("waiting")
-        tag = second.send_erase(items_xml(permissions=[waiting]))
-        self.assertEqual(second.version(), ["2.0.0"])
-        self.assertNotIn(tag, second.replies)  # one after the other
-        second.send("setStoppedByUser", "(b)", True)
-        self.assertEqual(second.reply(tag, timeout=10)["error"], CANCELLED)
-        self.assertTrue(os.path.exists(waiting))
-        other = self.caller(harness.OTHER_USER)
-        self.assertEqual(other.erase(permissions=[waiting], timeout=10), 1)  # it is not theirs
-        self.assertEqual(first.left, [])
-
     def test_waits_while_sixteen_are_carried_out_and_behind_users_who_have_waited_longer(self):
         volume, users = self.tmpfs(self.mount_point("Disk"), "mode=1777"), range(62001, 62019)
         with as_root(), open("/etc/passwd", "a", encoding="ascii") as accounts:
@@ -228,8 +213,16 @@ class AWorker(HelperTest):
         top, other = self.held_folder(self.forbidden("top")), self.forbidden("other")
         caller, again = self.caller(), self.caller()
         self.assertIsNone(caller.reply(caller.send_erase(items_xml(permissions=[top])))["error"])
+        self.assertEqual(caller.reply(caller.send_erase(items_xml()))["error"], BUSY)
+        stopped = self.caller()
+        tag = stopped.send_erase(items_xml(permissions=[other]))
+        self.assertEqual(stopped.version(), ["2.0.0"])
+        self.assertNotIn(tag, stopped.replies)  # one after the other
+        stopped.send("setStoppedByUser", "(b)", True)
+        self.assertEqual(stopped.reply(tag, timeout=10)["error"], CANCELLED)
+        self.assertTrue(os.path.exists(other))
         tag = again.send_erase(items_xml(permissions=[other]))
-        self.assertEqual(self.caller(harness.OTHER_USER).erase(permissions=[top], timeout=5), 1)
+        self.assertEqual(self.caller(harness.OTHER_USER).erase(permissions=[other], timeout=5), 1)  # not theirs
         self.assertEqual(again.version(), ["2.0.0"])
         self.assertNotIn(tag, again.replies)
         caller.send("setStoppedByUser", "(b)", True)
