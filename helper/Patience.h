@@ -8,6 +8,8 @@ namespace kestrin {
 
 /// A worker that was stopped, or told its end, has this long to end before it is killed.
 inline constexpr std::chrono::seconds kStopPatience{5};
+/// A parent that takes no requests is asked for this long to kill a worker.
+inline constexpr std::chrono::seconds kKillRequestPatience{2};
 /// A process that was killed has this long to go. What still stays sleeps in the kernel, where no
 /// signal reaches it, and is left behind.
 inline constexpr std::chrono::seconds kKillPatience{2};
@@ -27,8 +29,8 @@ static_assert(kAlonePatience > kAloneCommandPatience + kAlonePutBackPatience);
 /// The parent gives the service this long from SIGTERM on, and then kills it. In the worst case the
 /// service stops, kills and leaves behind a worker, and then one that locks again.
 inline constexpr std::chrono::seconds kServicePatience{60};
-static_assert(kServicePatience >
-              kStopPatience + kKillPatience + kPutBackPatience + kKillPatience + kBusPatience);
+static_assert(kServicePatience > kStopPatience + kPutBackPatience +
+                                     2 * (kKillRequestPatience + kKillPatience) + kBusPatience);
 
 /// From SIGTERM on everything is over after this time at the latest. Uninstall.sh waits a little
 /// longer, and so should whoever else ends the helper.

@@ -18,7 +18,7 @@ constexpr int kMostAtOnce = 32;
 constexpr int kAllThereIs = 1024;
 /// How soon the parent is told again to kill a worker when it could not be told, and how often.
 constexpr std::chrono::milliseconds kKillAgain{50};
-constexpr int kMaximumKills = 40;
+constexpr int kMaximumKills = kKillRequestPatience / kKillAgain;
 
 /// What was sent before the end is still to be read then.
 UniqueFd watchHangUp(int socket) {
