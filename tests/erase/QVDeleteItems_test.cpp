@@ -194,12 +194,6 @@ TEST_F(QVDeleteItemsTest, NamesATrashThatCannotBeReadAnyMore) {
     trashFile("one");
     ASSERT_TRUE(run(request));
     ASSERT_EQ(engine->stayedEntries().size(), 1u);
-
-    services.isMounted = [](const FileUrl&, std::uint64_t) { return false; };
-    ASSERT_TRUE(run(allDisks()));
-    ASSERT_EQ(engine->stayedEntries().size(), 1u);
-    EXPECT_EQ(engine->stayedEntries()[0].url.path(), "/");
-    EXPECT_TRUE(exists(trash + "/one")) << "it is of another volume in the place of the first";
 }
 
 /// Erases nothing and complains.
