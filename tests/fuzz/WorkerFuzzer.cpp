@@ -60,7 +60,9 @@ void hearWorker(WorkerKind kind, std::string_view input) {
     std::vector<WorkerMessage> heard;
     bool isBelieved = true;
     while (!input.empty()) {
-        require(!sendPacket(sockets->worker.get(), takePacket(input)));
+        const std::string_view packet = takePacket(input);
+        if (packet.empty()) break;  // which is heard as the end of the worker
+        require(!sendPacket(sockets->worker.get(), packet));
         isBelieved = hear(messages, heard, isBelieved);
     }
     if (isBelieved) checkAgain(kind, heard, messages.outstanding());
