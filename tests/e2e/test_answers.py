@@ -129,11 +129,11 @@ class EveryAnswer(HelperTest):
         self.bus.stop()
         self.run_with(USER, "erase", "erase", has_helper=False)
 
-    def ask(self, dice, most=1000):
-        """Answers so many questions; answers the terminal."""
+    def ask(self, dice, most=None):
+        """Answers so many questions, or all, now and then for all entries; answers the terminal."""
         self.asked, self.for_all = {}, {}
         terminal = Terminal(self, "empty", "--json", "--no-log")
-        for count in range(1, most + 2):
+        for count in range(1, (most or len(TREE)) + 2):
             terminal.read_until(lambda text, count=count: len(PROMPT.findall(text)) >= count)
             prompts = PROMPT.split(terminal.text)
             if len(prompts) <= count:
@@ -146,7 +146,7 @@ class EveryAnswer(HelperTest):
             about = "locked" if b" is locked" in prompts[count - 1] else "forbidden"
             self.assertNotIn(path, self.asked, "asked twice")
             self.asked[path] = about, dice.choice(["erase", "skip"])
-            for_all = about == "locked" and dice.random() < 0.1
+            for_all = not most and about == "locked" and dice.random() < 0.1
             if for_all:
                 self.for_all[about] = self.asked[path][1]
             terminal.type(self.asked[path][1].encode() + b" all" * for_all + b"\n")
