@@ -24,7 +24,7 @@ struct FolderFacts {
 };
 
 /// Holds (O_PATH) the folder `name`, one component, in the open folder `parent`. No descriptor, and
-/// errno, on failure: ELOOP or ENOTDIR for a link or a file, EXDEV where something is mounted,
+/// errno, on failure: ELOOP for a link, ENOTDIR for a file, EXDEV where something is mounted,
 /// EINVAL for what is not the name of an entry.
 UniqueFd holdFolder(int parent, const std::string& name);
 

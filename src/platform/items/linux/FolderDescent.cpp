@@ -34,7 +34,14 @@ UniqueFd holdFolder(int parent, const std::string& name) {
         errno = EINVAL;
         return {};
     }
-    return UniqueFd(openFolderAt(parent, name.c_str(), O_PATH));
+    UniqueFd folder(openFolderAt(parent, name.c_str(), O_PATH));
+    if (folder || errno != ENOTDIR) return folder;
+    // The kernel says the same of a link, which may lead to a folder.
+    struct statx status {};
+    const bool isFile = knownStatus(parent, name.c_str(), STATX_TYPE, status) &&
+                        !S_ISLNK(status.stx_mode) && !S_ISDIR(status.stx_mode);
+    errno = isFile ? ENOTDIR : ELOOP;
+    return {};
 }
 
 UniqueFd holdSystemFolder(const std::string& path) {
