@@ -32,9 +32,10 @@ inline constexpr std::chrono::seconds kServicePatience{60};
 static_assert(kServicePatience > kStopPatience + kPutBackPatience +
                                      2 * (kKillRequestPatience + kKillPatience) + kBusPatience);
 
-/// From SIGTERM on everything is over after this time at the latest. Uninstall.sh waits a little
-/// longer, and so should whoever else ends the helper.
+/// From SIGTERM on everything is over after this time at the latest. Uninstall.sh waits for 80 s,
+/// the machine's manager of services for 90 s when the machine goes down.
 inline constexpr std::chrono::seconds kEndPatience =
     kServicePatience + kKillPatience + kAlonePatience + kKillPatience;
+static_assert(kEndPatience < std::chrono::seconds(80));
 
 }  // namespace kestrin
