@@ -30,6 +30,13 @@ bool isBusy(const HostError& error) {
     return error.domain == kOSStatusErrorDomain && error.code == kFileBusy;
 }
 
+/// Whether `path` lies in one of these folders. None of them holds another, and each has a "/" at
+/// its end.
+bool liesInOneOf(const std::set<std::string>& folders, const std::string& path) {
+    const auto next = folders.upper_bound(path);
+    return next != folders.begin() && path.starts_with(*std::prev(next));
+}
+
 /// The folders that go when the helper has emptied them: those left behind, or where something
 /// stays in one of these, the outermost folders in it that hold an item of the helper's and nothing
 /// that stays.
@@ -47,8 +54,7 @@ std::vector<HelperItem> foldersToTidy(const std::vector<HelperItem>& leftBehind,
     for (const auto* items : {&share.unlockItems, &share.permissionsItems}) {
         for (const HelperItem& item : *items) {
             const std::string& path = item.url.path();
-            const auto next = kept.upper_bound(path);
-            if (next == kept.begin() || !path.starts_with(*std::prev(next))) continue;
+            if (!liesInOneOf(kept, path)) continue;
             const std::size_t end = path.find('/', stayed.sharedLength(path));
             if (end != std::string::npos) found.insert(path.substr(0, end));
         }
@@ -286,7 +292,16 @@ HelperRequest EraseDecisions::shareOfHelper(const std::vector<HelperItem>& leftB
     const std::lock_guard lock(m_lists);
     const StayedPaths stayed(m_stayed);
     const auto stays = [&](const HelperItem& item) { return stayed.hasAtOrBelow(item.url.path()); };
-    std::erase_if(m_unlockItems.list, stays);
+    // A folder goes with all it holds, and stands in the list before that.
+    std::set<std::string> handedOver;
+    const auto needsNoMention = [&](const HelperItem& item) {
+        return stays(item) || liesInOneOf(handedOver, item.url.path());
+    };
+    std::erase_if(m_unlockItems.list, [&](const HelperItem& item) {
+        if (needsNoMention(item)) return true;
+        handedOver.insert(item.url.path() + '/');
+        return false;
+    });
     for (HelperItem& item : m_inUnlockItems.list) {
         const bool folderStays = stayed.hasAtOrBelow(item.url.parent().path());
         if (folderStays && !stays(item)) m_unlockItems.list.push_back(std::move(item));
@@ -294,7 +309,7 @@ HelperRequest EraseDecisions::shareOfHelper(const std::vector<HelperItem>& leftB
     HelperRequest share;
     share.unlockItems = m_unlockItems.list;
     std::ranges::remove_copy_if(m_permissionsItems.list, std::back_inserter(share.permissionsItems),
-                                stays);
+                                needsNoMention);
     share.erasedSize = totSizeDeleted;
     share.erasedCount = totItemsDeleted;
     if (!leftBehind.empty()) {
