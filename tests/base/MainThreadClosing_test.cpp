@@ -5,7 +5,6 @@
 #include <QCoreApplication>
 #include <latch>
 #include <memory>
-#include <optional>
 #include <thread>
 
 #include "base/MainThread.h"

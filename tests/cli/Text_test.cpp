@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <ctime>
 
 #include "base/StringTable.h"
 #include "cli/Arguments.h"

@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <QStringList>
 #include <atomic>
 #include <cerrno>
 #include <chrono>

@@ -3,9 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <QStringList>
 #include <filesystem>
 #include <sstream>
 #include <thread>

@@ -5,7 +5,6 @@
 #include <unicode/locid.h>
 #include <unicode/numberformatter.h>
 
-#include <cmath>
 #include <limits>
 #include <random>
 #include <tuple>

@@ -2,7 +2,6 @@
 #include "fsutil/EntryKind.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <fstream>

@@ -2,7 +2,6 @@
 // What the helper's processes tell each other: a worker that was taken over to the service, the
 // service to the parent, and the lists that workers get. The first byte says who hears the packets
 // that follow, each behind two bytes of its length.
-#include <algorithm>
 #include <cerrno>
 #include <string_view>
 #include <utility>

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Parent and workers as real processes; the test speaks for the service.
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/fs.h>
 #include <poll.h>
@@ -12,11 +11,9 @@
 #include <array>
 #include <cerrno>
 #include <functional>
-#include <optional>
 #include <utility>
 
 #include "helper/Hardening.h"
-#include "helper/HelperProtocol.h"
 #include "helper/Parent.h"
 #include "helper/WorkerProtocol.h"
 #include "platform/items/SealedFile.h"

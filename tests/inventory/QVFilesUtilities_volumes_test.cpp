@@ -5,10 +5,8 @@
 #include <unistd.h>
 
 #include <QStringList>
-#include <algorithm>
 #include <optional>
 
-#include "base/SystemLog.h"
 #include "fsutil/QVFilesUtilities.h"
 #include "inventory/TrashListing.h"
 #include "platform/desktop/Places.h"

@@ -2,7 +2,6 @@
 #include "smartwindow/ContentRows.h"
 
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
 #include <QAbstractItemModelTester>
 #include <QScrollBar>

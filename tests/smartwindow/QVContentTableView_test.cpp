@@ -2,7 +2,6 @@
 #include "smartwindow/QVContentTableView.h"
 
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 #include <sys/xattr.h>
 
 #include <QApplication>

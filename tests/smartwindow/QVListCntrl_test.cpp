@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
 #include <QLabel>
 #include <algorithm>

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "viewer/Archives.h"
 #include "viewer/DecodedBytes.h"
 

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <gtest/gtest.h>
 
-#include <QFile>
-#include <QFontDatabase>
 #include <QRawFont>
 #include <QtEndian>
-#include <set>
 
 #include "viewer/Archives.h"
 #include "viewer/DecodedBytes.h"

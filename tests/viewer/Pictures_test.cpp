@@ -6,7 +6,6 @@
 
 #include <QBuffer>
 #include <QColorSpace>
-#include <QImageReader>
 #include <QImageWriter>
 #include <QPainter>
 #include <QPdfWriter>

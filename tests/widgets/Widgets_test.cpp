@@ -8,7 +8,6 @@
 #include <QPropertyAnimation>
 #include <QTest>
 #include <QTextDocument>
-#include <cmath>
 
 #include "support/TestEnvironment.h"
 #include "widgets/AnimatedProgressBar.h"

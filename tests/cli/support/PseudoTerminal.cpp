@@ -6,8 +6,6 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <cstdio>
-
 namespace kestrin::test {
 
 PseudoTerminal::PseudoTerminal(unsigned short columns) {

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <QMimeDatabase>
-#include <QMimeType>
 #include <sstream>
 
 #include "support/TestEnvironment.h"

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <ctime>
 
 #include "platform/trash/TrashFolders.h"
 #include "support/TestEnvironment.h"

@@ -7,7 +7,6 @@
 #include <QLabel>
 #include <QTest>
 #include <QToolBar>
-#include <QWindow>
 #include <algorithm>
 #include <map>
 #include <set>

@@ -3,14 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <QBoxLayout>
 #include <QClipboard>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
-#include <QToolButton>
 #include <QTreeView>
 #include <set>
 

@@ -2,7 +2,6 @@
 // A decoder without a sandbox that does what the file it was handed says, which may be anything
 // that one does whom a file has taken over. The first word is what it does, the rest is the
 // preview, a text. The title of the preview is the decoder's process id.
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
