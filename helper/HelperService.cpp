@@ -196,7 +196,7 @@ void HelperService::setStoppedByUser(bool stopped) {
         return refuse(request, HelperErrorName::kCancelled,
                       QStringLiteral("stopped before it began"));
     }
-    setDelayedReply(request->run->answersStop(message()));
+    if (message().isReplyRequired()) setDelayedReply(request->run->answersStop(message()));
     request->run->stop();
 }
 
