@@ -92,18 +92,18 @@ void ProgressChannel::watch(const QDBusPendingCall& call) {
 /// Sends the end. Messages between two connections keep their order, so that nothing follows it.
 void ProgressChannel::sendEnd() {
     m_tick.stop();
-    if (m_end->nonErasedCount) {
+    if (m_end->nonErasedCount && !m_isGivenUp) {
         m_caller->finishedWithNonErasedCount(*m_end->nonErasedCount);
     } else {
         m_caller->interrupted(m_end->mayGoOn);
     }
-    if (m_done) std::exchange(m_done, nullptr)();
+    std::exchange(m_done, nullptr)();
 }
 
 void ProgressChannel::finish(End end, std::function<void()> done) {
-    if (m_isGivenUp) return done();
     m_end = std::move(end);
     m_done = std::move(done);
+    if (m_isGivenUp) return sendEnd();
     sendPending();
 }
 
@@ -119,7 +119,7 @@ void ProgressChannel::giveUp() {
     m_tick.stop();
     m_handlers.hasRoom();
     m_handlers.lost();
-    if (m_done) std::exchange(m_done, nullptr)();
+    if (m_done) sendEnd();
 }
 
 }  // namespace kestrin

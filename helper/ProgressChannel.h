@@ -20,7 +20,8 @@ namespace kestrin {
 /// Gathers the entries that went and sends them in calls, each with all that came in 20 ms, so that
 /// the bus carries at most some fifty calls a second. When several calls are unanswered there is no
 /// room for more. A caller that does not answer for 30 seconds, or answers with an error, is given
-/// up. Main thread.
+/// up: of what follows it is told the end alone, as one that it has to look into, should it hear
+/// again (a program that its user had put to sleep). Main thread.
 class ProgressChannel final : public QObject {
  public:
     struct Totals {
@@ -48,8 +49,7 @@ class ProgressChannel final : public QObject {
     /// Whether far more waits than an honest worker tells without room.
     bool isFlooded() const;
 
-    /// Sends what is left and then the end. `done` is called when the end is sent, or the caller
-    /// given up.
+    /// Sends what is left and then the end. `done` is called when the end is sent.
     void finish(End end, std::function<void()> done);
     /// Waits for no answer any more, because this process ends: what is left and the end go to the
     /// bus, which keeps them for the caller.

@@ -353,12 +353,15 @@ class AList(Attack):
 class ACaller(Attack):
     def test_that_does_not_listen(self):
         self.keep_home_in_memory()
-        self.hold(permissions=[self.much("top")])
+        silent = self.hold(permissions=[self.much("top")])
         other = self.caller()
         tag = other.send_erase(items_xml(permissions=[self.forbidden("other")]))
         self.assertIsNone(other.reply(tag)["error"])  # accepted, and waits for its turn
         self.assertEqual(other.end(timeout=100), 0)
         self.assertBounded(100)
+        silent.order(do="answer", answers=True)  # as a program does that was put to sleep
+        silent.wait(lambda: silent.told["interrupted"])
+        self.assertEqual([silent.told["interrupted"], silent.left], [[False], []])
 
     def test_has_seven_commands_behind_the_one_that_is_carried_out(self):
         self.hold(permissions=[self.much("top")])
