@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "erase/QVSecureAccess.h"
 
+#include <QTimer>
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -378,6 +379,11 @@ void QVSecureAccess::stopAnswered(const QDBusError& answer) {
         endRunByLooking({});
     } else if (answer.isValid()) {  // it will not tell the end either
         endRunByLooking(helperError(answer, m_services.texts));
+    } else {  // it may yet hang before it tells the end, and then does not answer this
+        QTimer::singleShot(m_services.stopAgain,
+                           [this, life = std::weak_ptr(m_life), run = std::weak_ptr(m_run)] {
+                               if (!life.expired() && m_run && m_run == run.lock()) stoppedByUser();
+                           });
     }
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QString>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -32,6 +33,8 @@ struct SecureAccessServices {
     std::function<bool()> programEnds = [] { return false; };
     FileUrl helperFile = location(Place::HelperTool);
     std::size_t maximumList = kMaximumList;  ///< bytes of one command's list; longer ones are split
+    /// How soon Stop is said again while the helper has not told the end.
+    std::chrono::milliseconds stopAgain{5000};
 };
 
 /// Main thread; a call from another thread ends the process, as does an authorization that cannot
@@ -81,7 +84,8 @@ class QVSecureAccess final : public HelperClient {
     /// a delegate, and no other work under way.
     void authorizedEraseWithDictionary(std::shared_ptr<const HelperRequest> request) override;
     /// The helper stops at its next entry, and what is left of the work is not begun. A helper that
-    /// does not answer within 5 s is left to itself: the end comes as with one that died.
+    /// does not answer within 5 s, also later before its end, is left to itself: the end comes as
+    /// with one that died.
     void stoppedByUser() override;
 
  private:

@@ -92,6 +92,7 @@ class QVSecureAccessTest : public SecureAccessTest {
     void connect(std::size_t maximumList) {
         SecureAccessServices made = services();
         made.maximumList = maximumList;
+        made.stopAgain = std::chrono::milliseconds(500);
         access.emplace(std::move(made), &delegate);
     }
     /// Of two files that are there and one that is not.
@@ -249,6 +250,15 @@ TEST_F(QVSecureAccessTest, StopReachesTheHelperAndNothingMoreBegins) {
     helper->tellFinished(helper->caller, 1);
     ASSERT_TRUE(waitForEnd());
     EXPECT_THAT(delegate.notErased, ElementsAre(2));
+
+    begin(request());
+    delegate.isStopped = true;
+    access->stoppedByUser();
+    ASSERT_TRUE(waitFor([&] { return helper->stops == 2; }));
+    helper->hangs = true;
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(helper->stops, 3) << "an end that does not come is asked for";
+    EXPECT_THAT(delegate.errors, ElementsAre(errorText("helper_not_answering"_errorKey)));
 
     for (const bool isLate : {false, true}) {
         delegate = {};

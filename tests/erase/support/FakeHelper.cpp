@@ -48,6 +48,7 @@ void FakeHelper::eraseFromFile(const QByteArray&, const QDBusUnixFileDescriptor&
 
 void FakeHelper::setStoppedByUser(bool stopped) {
     if (stopped) ++stops;
+    if (hangs) sendErrorReply(QDBusError::NoReply, QStringLiteral("no answer in time"));
 }
 
 void FakeHelper::take(const std::string& xml, bool isFile) {
