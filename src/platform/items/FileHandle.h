@@ -27,6 +27,9 @@ struct FileHandle {
     bool isSameAs(const FileHandle& other) const {
         return isKnown() && type == other.type && bytes == other.bytes;
     }
+    /// The handle of whatever has the same inode number, which some file systems let their users
+    /// give another generation. Not known where handles are made in another way.
+    FileHandle ofAnyGeneration() const;
 };
 
 /// The handle of what is open, also with O_PATH. It is not known where the file system gives none.

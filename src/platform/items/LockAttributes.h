@@ -55,15 +55,17 @@ void setLockObserver(LockObserver* observer);
 /// time.
 class LockRestorer {
  public:
-    /// The item is found by its handle; where the file system gives none by its path, and then only
-    /// if it was made in the same moment. An item that exists no more needs nothing. Errors: why
-    /// the attributes are not back, by errorFromErrno with Write: ESTALE when nothing tells whether
-    /// this is still the same item; ENODEV when its mount is gone. Needs CAP_LINUX_IMMUTABLE and
+    /// The item is found by its handle, also when its owner gave it another generation; where the
+    /// file system gives none by its path, and then only if it was made in the same moment. An item
+    /// that exists no more needs nothing. Errors: why the attributes are not back, by
+    /// errorFromErrno with Write: ESTALE or kNotFoundAgain when nothing tells whether this is still
+    /// the same item; ENODEV when its mount is gone. Needs CAP_LINUX_IMMUTABLE and
     /// CAP_DAC_READ_SEARCH.
     MaybeError putBack(const UnlockedItem& item);
 
  private:
     UniqueFd hold(const UnlockedItem& item);
+    UniqueFd holdByHandle(const UnlockedItem& item);
     HandleFinder m_finder;
 };
 /// The same for a single item.

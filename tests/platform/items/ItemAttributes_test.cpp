@@ -186,6 +186,16 @@ TEST(ItemAttributes, UnlockingIsToldSoThatSomebodyElseCanPutItBack) {
     EXPECT_FALSE(putBackLocks(byPath));
     EXPECT_TRUE(isLocked(moved));
     ASSERT_FALSE(clearLocks(url(moved)));
+    if (told.handle.ofAnyGeneration().isKnown() && told.identity.birthTime != 0) {
+        other.handle = told.handle;
+        other.handle.bytes.back() ^= 1;  // as if its owner had given it another generation
+        EXPECT_FALSE(putBackLocks(other));
+        EXPECT_TRUE(isLocked(moved));
+        ASSERT_FALSE(clearLocks(url(moved)));
+        ++other.identity.birthTime;
+        EXPECT_FALSE(putBackLocks(other)) << "another file got its inode number";
+        EXPECT_FALSE(isLocked(moved));
+    }
     EXPECT_NE(toggleFlags(moved, 0) & FS_NOATIME_FL, 0) << "what somebody else set meanwhile";
     ASSERT_EQ(unlink(moved.c_str()), 0);
     EXPECT_TRUE(observer.open.empty());

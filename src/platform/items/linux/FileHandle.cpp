@@ -25,6 +25,17 @@ struct HandleBuffer {
 
 }  // namespace
 
+FileHandle FileHandle::ofAnyGeneration() const {
+    // Inode number and generation, of which 0 stands for any; see exportfs in the kernel.
+    constexpr std::int32_t kInodeAndGeneration = 1;
+    constexpr std::size_t kEach = 4;
+    FileHandle any{mountId, type};
+    if (type == kInodeAndGeneration && bytes.size() == 2 * kEach) {
+        any.bytes = bytes.substr(0, kEach).append(kEach, '\0');
+    }
+    return any;
+}
+
 FileHandle handleOf(int fd) {
     HandleBuffer buffer;
     buffer.handle()->handle_bytes = MAX_HANDLE_SZ;

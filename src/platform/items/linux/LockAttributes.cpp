@@ -158,11 +158,22 @@ void restoreLockFlags(int fd, ClearedFlags& cleared) {
 }
 
 UniqueFd LockRestorer::hold(const UnlockedItem& item) {
-    if (item.handle.isKnown()) return m_finder.hold(item.handle, item.identity.deviceId);
+    if (item.handle.isKnown()) return holdByHandle(item);
     if (item.identity.birthTime != 0) {
         return holdByPath(FileUrl::fromPath(item.path), m_finder.mounts());
     }
     errno = ESTALE;
+    return {};
+}
+
+/// Whoever owns an item may have given it another generation, so that its handle leads nowhere.
+UniqueFd LockRestorer::holdByHandle(const UnlockedItem& item) {
+    UniqueFd held = m_finder.hold(item.handle, item.identity.deviceId);
+    if (held || errno != ESTALE) return held;
+    held = m_finder.hold(item.handle.ofAnyGeneration(), item.identity.deviceId);
+    const bool hasItsNumber = held && identityOf(held.get()) == item.identity;
+    if (hasItsNumber && item.identity.birthTime != 0) return held;
+    errno = hasItsNumber ? kNotFoundAgain : ESTALE;
     return {};
 }
 
