@@ -73,7 +73,7 @@ void removeEmptyFolders(UserTrashes& trashes, const std::vector<ListedItem>& fol
     }
     EmptyFoldersPolicy policy(progress, stop);
     for (auto& [depth, ofDepth] : byDepth) {
-        ListedItems items(trashes, std::move(ofDepth), Locks::Keep, stop);
+        ListedItems items(trashes, std::move(ofDepth), Locks::Clear, stop);
         TreeRemover(policy, 1, LockedEntries::Keep).remove(items);
     }
 }
