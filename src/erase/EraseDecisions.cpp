@@ -121,18 +121,27 @@ EraseDecisions::Check EraseDecisions::checkForLockedFile(const RemovalEntry& ent
     return userWants(entry, About::Locked);
 }
 
-void EraseDecisions::couldNotUnlock(const RemovalEntry& entry) {
+EraseDecisions::Decision EraseDecisions::couldNotUnlock(const RemovalEntry& entry) {
+    if (entry.isForbiddenBesidesItsLock()) {
+        const Decision made = decision(entry, wantsForbidden(entry), StayReason::Forbidden);
+        if (made == Decision::Leave) return made;
+    }
     const std::lock_guard lock(m_lists);
     m_unlockItems.add(entry);
+    return Decision::Proceed;
 }
 
-EraseDecisions::Check EraseDecisions::checkForNoPermissions(const RemovalEntry& entry) {
+EraseDecisions::Check EraseDecisions::wantsForbidden(const RemovalEntry& entry) {
     if (m_settings.forbidden == RefusedEntries::Skip) return Check::Skipped;
     if (!isHelperAuthorized()) {
         ++notErasedCount;
         return Check::Refused;
     }
-    const Check check = userWants(entry, About::Forbidden);
+    return userWants(entry, About::Forbidden);
+}
+
+EraseDecisions::Check EraseDecisions::checkForNoPermissions(const RemovalEntry& entry) {
+    const Check check = wantsForbidden(entry);
     if (check != Check::Passed) return check;
     const std::lock_guard lock(m_lists);
     m_permissionsItems.add(entry);
@@ -262,13 +271,25 @@ void EraseDecisions::noteLeftUnlocked(const FileUrl& entry) {
     m_stayed[at->second] = {entry, StayReason::LeftUnlocked};
 }
 
+void EraseDecisions::helperErased(const std::string& path) {
+    const std::lock_guard lock(m_lists);
+    m_unlockItems.known.erase(path);
+    m_permissionsItems.known.erase(path);
+}
+
 void EraseDecisions::noteWhatTheHelperLeft() {
+    const auto wasToldErased = [this](const HelperItem& item) {
+        const std::lock_guard lock(m_lists);
+        const std::string& path = item.url.path();
+        return !m_unlockItems.contains(path) && !m_permissionsItems.contains(path);
+    };
     const std::vector<HelperItem> locked = unlockItems(), forbidden = permissionsItems();
     std::vector<HelperItem> items = locked;
     items.insert(items.end(), forbidden.begin(), forbidden.end());
     const std::vector<ItemPresence> presence = presencesOfAll(items);
     for (std::size_t index = 0; index < items.size(); ++index) {
         if (presence[index] == ItemPresence::Gone) continue;
+        if (presence[index] == ItemPresence::Unknown && wasToldErased(items[index])) continue;
         const StayReason refused =
             index < locked.size() ? StayReason::Locked : StayReason::Forbidden;
         const bool isReplaced = presence[index] == ItemPresence::Replaced;
@@ -304,7 +325,9 @@ HelperRequest EraseDecisions::shareOfHelper(const std::vector<HelperItem>& leftB
     });
     for (HelperItem& item : m_inUnlockItems.list) {
         const bool folderStays = stayed.hasAtOrBelow(item.url.parent().path());
-        if (folderStays && !stays(item)) m_unlockItems.list.push_back(std::move(item));
+        if (!folderStays || stays(item)) continue;
+        m_unlockItems.known.insert(item.url.path());
+        m_unlockItems.list.push_back(std::move(item));
     }
     HelperRequest share;
     share.unlockItems = m_unlockItems.list;

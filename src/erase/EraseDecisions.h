@@ -95,8 +95,9 @@ class EraseDecisions {
     /// Is called before an entry is entered or removed. Waits with folders alone.
     Decision decideLocked(const RemovalEntry& entry);
     /// Notes that the attribute could not be cleared. The helper will clear it, once the removal
-    /// has been tried all the same.
-    void couldNotUnlock(const RemovalEntry& entry);
+    /// has been tried all the same; but where that is not allowed either, both is to be wanted.
+    /// Never answers Unlock.
+    Decision couldNotUnlock(const RemovalEntry& entry);
     /// Is called before an entry is removed, when no lock stands in its way any more. Never answers
     /// Unlock.
     Decision decideForbidden(const RemovalEntry& entry);
@@ -107,6 +108,8 @@ class EraseDecisions {
     void couldNotBegin(const FileUrl& entry, const HostError& error);
     /// Notes what the helper unlocked and could not lock again.
     void noteLeftUnlocked(const FileUrl& entry);
+    /// Keeps in mind what the helper told as erased: the user may not be able to look.
+    void helperErased(const std::string& path);
     /// Notes what of the helper's share is still there. Called when the helper is done, or has not
     /// been asked.
     void noteWhatTheHelperLeft();
@@ -141,6 +144,7 @@ class EraseDecisions {
     };
 
     Check checkForLockedFile(const RemovalEntry& entry);
+    Check wantsForbidden(const RemovalEntry& entry);
     Check checkForNoPermissions(const RemovalEntry& entry);
     Check userWants(const RemovalEntry& entry, RefusalQuestion::About about);
     bool waitsForUnlocking(const RemovalEntry& entry, const HostError& error);

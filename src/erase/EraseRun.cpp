@@ -149,8 +149,10 @@ RemovalPolicy::Verdict EraseRun::willRemove(const RemovalEntry& entry) {
 }
 
 bool EraseRun::passesLock(const RemovalEntry& entry) {
-    const Decision decision = m_decisions.decideLocked(entry);
-    if (decision == Decision::Unlock && entry.unlock()) m_decisions.couldNotUnlock(entry);
+    Decision decision = m_decisions.decideLocked(entry);
+    if (decision == Decision::Unlock && entry.unlock()) {
+        decision = m_decisions.couldNotUnlock(entry);
+    }
     return decision != Decision::Leave;
 }
 
@@ -237,6 +239,7 @@ void EraseRun::setIsWorking(bool working) {
 
 void EraseRun::writeLogEntryWithPath(const std::string& path, std::uint64_t itemSize) {
     if (m_log) m_log->writeEntryWithPath(path, itemSize);
+    m_decisions.helperErased(path);
     const FileUrl url = FileUrl::fromPath(path);
     if (isTrashFolder(url.parent())) m_thumbnails.add(url.parent(), url.lastPathComponent());
 }

@@ -12,13 +12,15 @@ from harness import USER, Terminal, as_root, path_of, run_as_root
 from test_helper import PROMPT, HelperTest
 
 # i: immutable, a: append-only, r: root's, f: root's alone, c: root's alone and not empty, h: refused by the owner
-# of its folder, m: mounted, n: with a name outside. Folders end with "/".
+# of its folder, m: mounted, n: with a name outside, x: of mode 0. Folders end with "/".
 TREE = {"plain": "", "locked": "i", "grows": "a", "named": "in", "named-too": "an", ".locked": "i", ".private": "f",
         "L/": "i", "L/file": "", "L/sub/": "", "L/sub/file": "", "L/sub/empty/": "", "L/inner/": "i", "L/inner/file": "",
         "L/locked": "i", "L/grows": "a", "L/named": "in", "L/private": "f", "L/closed/": "c", "L/shut/": "ci",
+        "L/mine/": "", "L/mine/x": "f", "L/mode/": "x", "L/mode/x": "f",
         "whole/": "i", "whole/a/": "", "whole/a/file": "", "whole/empty/": "i", "A/": "a", "A/file": "",
         "D/": "", "D/mid/": "", "D/mid/L/": "i", "D/mid/file": "", "E/": "i", "E/empty/": "",
         "M/": "i", "M/file": "", "M/mount/": "m", "R/": "", "R/r/": "r", "R/r/x": "f", "R/r/empty/": "h",
+        "R/r/locked": "ih", "R/r/L/": "ih", "R/r/L/file": "", "theirs": "if",
         "S/": "", "S/locked": "i", "S/r/": "r", "S/r/x": "f", "I/": "ri", "I/x": "f", "I/mine": "h"}
 
 
@@ -44,6 +46,8 @@ class EveryAnswer(HelperTest):
                 self.tmpfs(whole)
             if "n" in traits:
                 run_as_root("ln", whole, os.path.join(self.outside, path.replace("/", " ").encode()))
+            if "x" in traits:
+                run_as_root("chmod", "0", whole)
             if set(traits) & set("rfc"):
                 run_as_root("chown", "0:0", whole)
                 run_as_root("chmod", "go=" + "rx" * ("r" in traits), whole)

@@ -45,6 +45,7 @@ class Entry : public RemovalEntry {
     std::size_t itemTag() const override { return 0; }
     bool isAppendOnly() const override { return m_name == "append-only"; }
     bool isHeldByLockOfFolder() const override { return m_kind == Kind::InLockedFolder; }
+    bool isForbiddenBesidesItsLock() const override { return false; }
     MaybeError unlock() const override {
         ADD_FAILURE() << "who decides changes nothing on disk";
         return {};
@@ -80,7 +81,8 @@ class EraseDecisionsTest : public ::testing::Test {
         const Decision decision = decisions->decideLocked(entry);
         if (decision == Decision::Leave) return decision;
         EXPECT_EQ(decision == Decision::Unlock, kind == Kind::Locked);
-        if (decision == Decision::Unlock) decisions->couldNotUnlock(entry);
+        if (decision == Decision::Unlock && decisions->couldNotUnlock(entry) == Decision::Leave)
+            return Decision::Leave;
         return decisions->decideForbidden(entry);
     }
     void didFail(const char* name, int error, Kind kind = Kind::Plain) {

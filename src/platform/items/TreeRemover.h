@@ -43,6 +43,9 @@ class RemovalEntry {
     /// Whether the folder that directly holds the entry has one of these attributes, and nothing
     /// else that keeps the caller from removing entries: it is his own, or he is root.
     virtual bool isHeldByLockOfFolder() const = 0;
+    /// Whether the caller may not remove it, or write to the file, though nothing were locked. Goes
+    /// by the mode where the lock hides what else is refused.
+    virtual bool isForbiddenBesidesItsLock() const = 0;
     /// Has both attributes cleared while the entry is removed, and put back if it stays. Errors: as
     /// ClearedLocks::clear.
     virtual MaybeError unlock() const = 0;

@@ -127,6 +127,18 @@ class Entry final : public RemovalEntry {
         return (user == 0 || user == status.stx_uid) &&
                (status.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
     }
+    bool isForbiddenBesidesItsLock() const override {
+        const uid_t user = geteuid();
+        if (user == 0) return false;
+        const bool isOthers = m_facts.owner != user;
+        if (isOthers && S_ISREG(m_facts.mode) && (m_facts.mode & S_IWOTH) == 0) return true;
+        struct statx folder {};
+        if (!knownStatus(m_place.folder, STATX_UID | STATX_MODE, folder)) return true;
+        if (folder.stx_uid == user) return false;
+        return faccessat(m_place.folder, ".", W_OK | X_OK, AT_EACCESS) != 0 ||
+               (folder.stx_attributes & STATX_ATTR_APPEND) != 0 ||
+               (isOthers && (folder.stx_mode & S_ISVTX) != 0);
+    }
     /// Only tries whether it can: what is entered or removed next clears them for as long as that
     /// takes.
     MaybeError unlock() const override {
