@@ -94,6 +94,10 @@ EraseDecisions::Decision EraseDecisions::decideLocked(const RemovalEntry& entry)
 
 EraseDecisions::Decision EraseDecisions::decideForbidden(const RemovalEntry& entry) {
     if (!entry.isWritingDenied()) return Decision::Proceed;
+    if (entry.isLockedWithOtherNames()) {  // append-only
+        noteOtherNames(entry);
+        return Decision::Leave;
+    }
     return decision(entry, checkForNoPermissions(entry), StayReason::Forbidden);
 }
 
@@ -201,13 +205,16 @@ void EraseDecisions::waitWhileAQuestionIsOpen() {
 
 void EraseDecisions::didFail(const RemovalEntry& entry, const HostError& error) {
     if (waitsForUnlocking(entry, error)) return;
-    if (isNoPermission(error) && entry.isLockedWithOtherNames()) {  // append-only
-        ++notErasedCount;
-        return note(FileUrl::fromPath(entry.path()), StayReason::HasOtherNames, false);
-    }
+    if (isNoPermission(error) && entry.isLockedWithOtherNames()) return noteOtherNames(entry);
     Check check = manageError(entry, error);
     if (m_settings.classifiesTwice) check = manageError(entry, error);
     noteFailure(entry, error, check);
+}
+
+/// Nobody is asked about what the helper would leave, too.
+void EraseDecisions::noteOtherNames(const RemovalEntry& entry) {
+    ++notErasedCount;
+    note(FileUrl::fromPath(entry.path()), StayReason::HasOtherNames, false);
 }
 
 /// Whether the entry is held by a lock alone, its own or that of its folder, which the helper is to

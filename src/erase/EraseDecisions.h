@@ -152,6 +152,7 @@ class EraseDecisions {
     Decision decision(const RemovalEntry& entry, Check check, StayReason reason);
     RefusalAnswer ask(const RefusalQuestion& question);
     void openGate();
+    void noteOtherNames(const RemovalEntry& entry);
     void noteFailure(const RemovalEntry& entry, const HostError& error, Check check);
     void note(const FileUrl& url, StayReason reason, bool skipped, std::string cause = {});
 

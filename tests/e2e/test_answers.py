@@ -13,7 +13,8 @@ from test_helper import PROMPT, HelperTest
 
 # i: immutable, a: append-only, r: root's, f: root's alone, c: root's alone and not empty, h: refused by the owner
 # of its folder, m: mounted, n: with a name outside, x: of mode 0. Folders end with "/".
-TREE = {"plain": "", "locked": "i", "grows": "a", "named": "in", "named-too": "an", ".locked": "i", ".private": "f",
+TREE = {"plain": "", "locked": "i", "grows": "a", "named": "in", "named-too": "an", "named-else": "anf",
+        ".locked": "i", ".private": "f",
         "L/": "i", "L/file": "", "L/sub/": "", "L/sub/file": "", "L/sub/empty/": "", "L/inner/": "i", "L/inner/file": "",
         "L/locked": "i", "L/grows": "a", "L/named": "in", "L/private": "f", "L/closed/": "c", "L/shut/": "ci",
         "L/mine/": "", "L/mine/x": "f", "L/mode/": "x", "L/mode/x": "f",
