@@ -6,6 +6,7 @@
 #include <QDBusPendingReply>
 #include <QDBusUnixFileDescriptor>
 #include <QEventLoop>
+#include <chrono>
 #include <climits>
 #include <utility>
 
@@ -13,12 +14,15 @@
 #include "erase/QVHelperToolProtocolProgressAdaptor.h"
 #include "erase/QVHelperToolProtocolProxy.h"
 #include "platform/items/SealedFile.h"
+#include "platform/processes/LivingBus.h"
 
 namespace kestrin {
 namespace {
 
 constexpr int kPatience = 5000;           // milliseconds
 constexpr int kNoReplyTimeOut = INT_MAX;  // what the bus library takes for "none"
+/// Where the bus library looks for it.
+constexpr char kSystemBus[] = "unix:path=/run/dbus/system_bus_socket";
 
 QString nextConnectionName() {
     static int count = 0;
@@ -65,6 +69,11 @@ Result<QString> versionIn(const QDBusPendingCallWatcher& answer, const StringTab
 }  // namespace
 
 QDBusConnection openSystemBus(const QString& name) {
+    const QByteArray address = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
+    if (!busAnswers(address.isEmpty() ? kSystemBus : address.toStdString(),
+                    std::chrono::milliseconds(kPatience))) {
+        return QDBusConnection(name);
+    }
     return QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
 }
 

@@ -31,6 +31,7 @@ inline constexpr int kAuthorizationCancelled = -60006;
 
 /// Opens a connection of that name to the bus that the helper is on.
 using BusOpener = std::function<QDBusConnection(const QString& name)>;
+/// To the system bus. Not connected when nobody answers there within 5 s.
 QDBusConnection openSystemBus(const QString& name);
 
 /// The program's error for an error of the bus or the helper: kOSStatusErrorDomain with

@@ -160,3 +160,6 @@ class NotUsable(HelperTest):
                 self.check_stays(*words)
                 self.bus.stop()
         self.check_stays(b"system bus")
+        self.start_bus()
+        run_as_root("kill", "-STOP", str(self.bus.daemon.pid))  # it listens, and never answers
+        self.check_stays(b"system bus")
