@@ -83,6 +83,7 @@ void addWhatIsStillThere(EraseResult& result, const ItemsToErase& items, const C
     if (result.wasStopped || result.end != EraseResult::End::Finished) return;
     const StayedPaths named(result.stayed);
     for (const QVItemToErase& item : items) {
+        if (item.trash && named.has(item.trash->path())) continue;  // that tells why
         const FileUrl url = item.url();
         const ItemPresence presence = presenceOf(url, item.identity);
         const bool isUnknown = presence == ItemPresence::Unknown;

@@ -21,6 +21,10 @@ StayedPaths::StayedPaths(const std::vector<StayedEntry>& stayed) {
     std::ranges::sort(m_paths);
 }
 
+bool StayedPaths::has(std::string_view path) const {
+    return std::ranges::binary_search(m_paths, std::string(path) + '/');
+}
+
 std::size_t StayedPaths::sharedLength(std::string_view path) const {
     const std::string folder = std::string(path) + '/';
     // Of sorted texts the neighbours have most in common with it.

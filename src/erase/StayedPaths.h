@@ -16,6 +16,8 @@ class StayedPaths {
  public:
     explicit StayedPaths(const std::vector<StayedEntry>& stayed);
 
+    /// Whether the entry at `path` stayed itself.
+    bool has(std::string_view path) const;
     /// Whether the entry at `path` stayed, or something in it.
     bool hasAtOrBelow(std::string_view path) const { return sharedLength(path) > path.size(); }
 

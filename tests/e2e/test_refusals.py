@@ -48,6 +48,8 @@ class RefusalsTest(EndToEndTest):
         run_as_root("mkdir", "-m", "700", self.trash.path("empty and closed"))
         self.succeed("empty", "--yes", status=1)
         self.assertEqual(self.trash.names(), [b"closed", b"sticky", b"tree"])
+        self.lock(self.trash.files)
+        self.assertStayed(self.empty(), self.trash.files, "locked")
 
     def test_read_only_volume(self):
         volume = self.ext4("Disk")
