@@ -39,6 +39,7 @@ class RecordingPolicy : public RemovalPolicy {
         return Verdict::Proceed;
     }
     Verdict willRemove(const RemovalEntry& entry) override {
+        if (onQuestion) onQuestion();
         if (!leave.contains(std::string(entry.name()))) return Verdict::Proceed;
         if (onLeave) onLeave();
         return Verdict::Leave;
@@ -56,7 +57,7 @@ class RecordingPolicy : public RemovalPolicy {
 
     std::set<std::string> leave;
     std::function<void(const RemovalEntry&)> onEnter, onRemove;
-    std::function<void()> onLeave, onLook;
+    std::function<void()> onLeave, onLook, onQuestion;
     bool stop = false;  ///< with one worker
     std::mutex mutex;
     std::vector<std::string> removed;
@@ -186,6 +187,16 @@ TEST_F(TreeRemoverTest, LeavesWhatHasTakenTheNameOfAnItem) {
     };
     EXPECT_EQ(remove({"closed"}).at("closed"), RemovalOutcome::Replaced);
     EXPECT_TRUE(exists(closed));
+
+    const std::string locked = trash + "/locked", beside = scratch / "old locked";
+    writeFile(locked);
+    if (runAsRoot("chattr +i '" + locked + "'") != 0) GTEST_SKIP() << "no such attribute";
+    policy.onQuestion = [&] {
+        runAsRoot("chattr -i '" + locked + "' && mv '" + locked + "' '" + beside + "'");
+        writeFile(locked);
+    };
+    EXPECT_EQ(remove({"locked"}).at("locked"), RemovalOutcome::Replaced);
+    EXPECT_TRUE(exists(locked) && exists(beside));
 }
 
 TEST_F(TreeRemoverTest, DoesNotFollowALinkThatTakesAFoldersPlace) {

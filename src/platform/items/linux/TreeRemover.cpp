@@ -207,10 +207,15 @@ class Remover {
         return facts.isUnlocked || m_locked == LockedEntries::Unlock;
     }
 
-    Step removeFile(const Place& place, const Entry& entry, const char* name,
-                    const EntryFacts& facts, int& error) {
+    Step removeFile(const Place& place, const Entry& entry, const char* name, EntryFacts& facts,
+                    int& error) {
         if (m_policy.willRemove(entry) == RemovalPolicy::Verdict::Leave) return Step::Stayed;
         if (m_policy.shouldStop()) return Step::Stayed;
+        // A question about it may have been open since the look.
+        if (facts.isLocked() && isReplaced(place.folder, name, facts)) {
+            const Step replaced = failAsReplaced(entry, facts);
+            return place.above ? Step::Stayed : replaced;
+        }
         error = isToBeUnlocked(facts) ? unlinkLocked(place, name, facts)
                                       : unlinkEntry(place, name, facts, 0);
         if (error != 0) return Step::Stayed;
