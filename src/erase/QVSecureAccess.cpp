@@ -374,11 +374,11 @@ void QVSecureAccess::stoppedByUser() {
 }
 
 void QVSecureAccess::stopAnswered(const QDBusError& answer) {
-    if (!m_run->isAccepted) {  // nobody answers the command either; leaving takes it back
+    if (answer.isValid()) {  // it will not tell the end either
+        endRunByLooking(helperError(answer, m_services.texts));
+    } else if (!m_run->isAccepted) {  // nothing was begun; leaving takes the command back
         m_helperToolConnection.reset();
         endRunByLooking({});
-    } else if (answer.isValid()) {  // it will not tell the end either
-        endRunByLooking(helperError(answer, m_services.texts));
     } else {  // it may yet hang before it tells the end, and then does not answer this
         QTimer::singleShot(m_services.stopAgain,
                            [this, life = std::weak_ptr(m_life), run = std::weak_ptr(m_run)] {

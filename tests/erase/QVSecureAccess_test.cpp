@@ -251,14 +251,18 @@ TEST_F(QVSecureAccessTest, StopReachesTheHelperAndNothingMoreBegins) {
     ASSERT_TRUE(waitForEnd());
     EXPECT_THAT(delegate.notErased, ElementsAre(2));
 
-    begin(request());
-    delegate.isStopped = true;
-    access->stoppedByUser();
-    ASSERT_TRUE(waitFor([&] { return helper->stops == 2; }));
-    helper->hangs = true;
-    ASSERT_TRUE(waitForEnd());
-    EXPECT_EQ(helper->stops, 3) << "an end that does not come is asked for";
-    EXPECT_THAT(delegate.errors, ElementsAre(errorText("helper_not_answering"_errorKey)));
+    for (const bool isAccepted : {true, false}) {
+        helper->holdsCommands = helper->hangs = !isAccepted;
+        helper->stops = 0;
+        begin(request());
+        delegate.isStopped = true;
+        access->stoppedByUser();
+        ASSERT_TRUE(waitFor([&] { return helper->stops == 1; }));
+        helper->hangs = true;
+        ASSERT_TRUE(waitForEnd());
+        EXPECT_EQ(helper->stops, isAccepted ? 2 : 1) << "an end that does not come is asked for";
+        EXPECT_THAT(delegate.errors, ElementsAre(errorText("helper_not_answering"_errorKey)));
+    }
 
     for (const bool isLate : {false, true}) {
         delegate = {};
