@@ -87,6 +87,7 @@ bool CommandRun::answersStop(const QDBusMessage& call) {
 
 void CommandRun::hurry() {
     m_isHurried = true;
+    m_isCutOff = !m_isStopped && !m_end;
     stop();
     if (m_progress) m_progress->hurry();
 }
@@ -135,7 +136,9 @@ void CommandRun::tellEnd() {
         return m_over();
     }
     ProgressChannel::End end;
-    if (m_finished) end.nonErasedCount = m_finished->nonErasedCount;
+    if (m_finished && (!m_isCutOff || m_finished->nonErasedCount == 0)) {
+        end.nonErasedCount = m_finished->nonErasedCount;
+    }
     end.mayGoOn = m_end == WorkerConnection::End::LeftBehind;
     m_progress->finish(std::move(end), m_over);
 }

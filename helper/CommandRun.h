@@ -44,7 +44,8 @@ class CommandRun final {
     /// Ends the command at its next entry. It is over within some seconds, whatever the worker
     /// does.
     void stop();
-    /// The same, and waits for no answer of the caller's either, because this process ends.
+    /// The same, and waits for no answer of the caller's either, because this process ends. Unless
+    /// all was erased the caller is told so, as of an interrupted command.
     void hurry();
     /// The same as stop, and tells the caller nothing any more.
     void callerLeft();
@@ -77,7 +78,8 @@ class CommandRun final {
     bool m_isStopped = false;
     bool m_hasCallerLeft = false;
     bool m_isHurried = false;
-    std::string m_refusal;  ///< why the worker refused the list
+    bool m_isCutOff = false;  ///< stopped because this process ends, by nobody's wish
+    std::string m_refusal;    ///< why the worker refused the list
     std::vector<bool> m_isUnlocked;
     std::optional<CommandFinished> m_finished;
     std::optional<WorkerConnection::End> m_end;  ///< of the command's worker

@@ -194,7 +194,8 @@ class AWorker(HelperTest):
         service = self.bus.process_of()
         run_as_root("kill", self.status(service)["PPid"])
         harness.wait_until(lambda: not self.is_running(service), "the end of the helper", 5)
-        self.assertEqual(caller.end(), 1)
+        caller.wait(lambda: caller.told["interrupted"])
+        self.assertEqual([caller.told["interrupted"], caller.left], [[False], []])
         self.assertIn("i", self.attributes(top))
         self.assertEqual(len(caller.items), 1200 - sum(len(files) for _, _, files in os.walk(top)))
 
