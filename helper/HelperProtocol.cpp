@@ -128,6 +128,13 @@ MaybeError takeNumber(const PropertyList& value, std::uint64_t& number) {
     return {};
 }
 
+MaybeError takeBool(const PropertyList& value, bool& isTrue) {
+    const auto* const found = value.get<bool>();
+    if (!found) return invalid("a flag is neither true nor false");
+    isTrue = *found;
+    return {};
+}
+
 MaybeError takeEntry(const std::string& key, const PropertyList& value, EraseItems& items,
                      Stop stop) {
     if (key == "unlockItems") return takePaths(value, items.unlockItems, stop);
@@ -137,6 +144,7 @@ MaybeError takeEntry(const std::string& key, const PropertyList& value, EraseIte
     if (key == "notTrashedBecauseFolderNotEmpty") {
         return takePaths(value, items.notTrashedBecauseFolderNotEmpty.emplace(), stop);
     }
+    if (key == "keepsLocked") return takeBool(value, items.keepsLocked);
     if (key == "identities") return takeIdentities(value, items.identities, stop);
     return invalid("an unknown key");
 }
@@ -204,6 +212,7 @@ std::string EraseItems::toXml() const {
         dictionary.emplace("notTrashedBecauseFolderNotEmpty",
                            encoded(*notTrashedBecauseFolderNotEmpty));
     }
+    if (keepsLocked) dictionary.emplace("keepsLocked", true);
     if (!identities.empty()) {
         PropertyList::Array list;
         list.reserve(identities.size());

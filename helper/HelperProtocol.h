@@ -81,6 +81,9 @@ struct EraseItems {
     /// is left alone. A path whose identity is not known is not compared; when this is empty, no
     /// path is.
     std::vector<ItemIdentity> identities{};
+    /// Whether "permissionsItems" that are locked stay, and so does what is locked in them, with
+    /// all that a locked folder holds.
+    bool keepsLocked = false;
 
     std::string toXml() const;
     /// Errors: those of the property list reader; kPropertyListReadCorrupt for a list that is no

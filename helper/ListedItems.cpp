@@ -23,15 +23,16 @@ class DistinctItems {
         : m_identities(items.identities), m_stop(stop) {}
 
     /// `first` is the index at which the identities of these paths begin.
-    void add(const std::vector<std::string>& paths, std::size_t first) {
+    void add(const std::vector<std::string>& paths, std::size_t first, bool keepsLocked = false) {
         m_items.reserve(m_items.size() + paths.size());
         m_known.reserve(m_known.size() + paths.size());
         for (std::size_t index = 0; index < paths.size(); ++index) {
             if (m_stop) return;
             if (!m_known.insert(paths[index]).second) continue;
             const std::size_t at = first + index;
-            m_items.push_back(
-                {paths[index], m_identities.empty() ? ItemIdentity() : m_identities.at(at)});
+            m_items.push_back({paths[index],
+                               m_identities.empty() ? ItemIdentity() : m_identities.at(at),
+                               keepsLocked});
         }
     }
     std::vector<ListedItem> take() { return std::move(m_items); }
@@ -49,7 +50,7 @@ class DistinctItems {
 std::vector<ListedItem> itemsToErase(const EraseItems& items, const std::atomic<bool>& stop) {
     DistinctItems distinct(items, stop);
     distinct.add(items.unlockItems, 0);
-    distinct.add(items.permissionsItems, items.unlockItems.size());
+    distinct.add(items.permissionsItems, items.unlockItems.size(), items.keepsLocked);
     return distinct.take();
 }
 
@@ -85,8 +86,12 @@ bool ListedItems::next(RemovalItem& item) {
             m_stayed.push_back(index);
             continue;
         }
-        item = {index, (*folder)->descriptor(), (*folder)->path, std::string(splitPath(path).name),
-                m_items[index].identity};
+        item = {index,
+                (*folder)->descriptor(),
+                (*folder)->path,
+                std::string(splitPath(path).name),
+                m_items[index].identity,
+                m_items[index].keepsLocked};
         m_folders.emplace(index, std::move(*folder));
         return true;
     }

@@ -21,6 +21,7 @@ namespace kestrin {
 struct ListedItem {
     std::string_view path;
     ItemIdentity identity{};
+    bool keepsLocked = false;  ///< as in RemovalItem
 };
 
 /// The items to erase, with the locked ones first, or the folders left behind. Each path stands

@@ -316,7 +316,15 @@ bool EraseDecisions::isHelperAuthorized() {
     return *m_isHelperAuthorized;
 }
 
+bool EraseDecisions::skipsAllLocked() {
+    const std::lock_guard lock(m_questions);
+    return m_settings.locked == RefusedEntries::Skip ||
+           (m_deleteLockedAlreadyAsked && !m_deleteLocked);
+}
+
 HelperRequest EraseDecisions::shareOfHelper(const std::vector<HelperItem>& leftBehind) {
+    // Nobody was asked about what is locked where the user may not look.
+    const bool keepsLocked = skipsAllLocked();
     const std::lock_guard lock(m_lists);
     const StayedPaths stayed(m_stayed);
     const auto stays = [&](const HelperItem& item) { return stayed.hasAtOrBelow(item.url.path()); };
@@ -342,6 +350,7 @@ HelperRequest EraseDecisions::shareOfHelper(const std::vector<HelperItem>& leftB
                                 needsNoMention);
     share.erasedSize = totSizeDeleted;
     share.erasedCount = totItemsDeleted;
+    share.keepsLocked = keepsLocked;
     if (!leftBehind.empty()) {
         share.notTrashedBecauseFolderNotEmpty = foldersToTidy(leftBehind, share, stayed);
     }

@@ -151,6 +151,7 @@ class EraseDecisions {
     Check manageError(const RemovalEntry& entry, const HostError& error);
     Decision decision(const RemovalEntry& entry, Check check, StayReason reason);
     RefusalAnswer ask(const RefusalQuestion& question);
+    bool skipsAllLocked();
     void openGate();
     void noteOtherNames(const RemovalEntry& entry);
     void noteFailure(const RemovalEntry& entry, const HostError& error, Check check);

@@ -37,6 +37,7 @@ std::optional<EraseItems> HelperBatches::next(std::uint64_t erasedCount, std::ui
     EraseItems items;
     items.erasedCount = erasedCount;
     items.erasedSize = erasedSize;
+    items.keepsLocked = m_request->keepsLocked;
     std::size_t bytes = kBytesOfList;
     bool isFirst = true;
     for (; m_position < m_end; ++m_position) {

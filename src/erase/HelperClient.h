@@ -34,6 +34,8 @@ struct HelperRequest {
     std::uint64_t erasedCount = 0;             ///< entries already erased in this run
     /// Folders left behind.
     std::optional<std::vector<HelperItem>> notTrashedBecauseFolderNotEmpty;
+    /// Whether what is locked stays wherever it is met below `permissionsItems`.
+    bool keepsLocked = false;
 
     bool isEmpty() const { return unlockItems.empty() && permissionsItems.empty(); }
 };

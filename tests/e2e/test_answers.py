@@ -12,9 +12,9 @@ from harness import USER, Terminal, as_root, path_of, run_as_root
 from test_helper import PROMPT, HelperTest
 
 # i: immutable, a: append-only, r: root's, f: root's alone, c: root's alone and not empty, h: refused by the owner
-# of its folder, m: mounted, n: with a name outside, x: of mode 0. Folders end with "/".
+# of its folder, m: mounted, n: with a name outside, x: of mode 0, k: what is in it is locked. Folders end with "/".
 TREE = {"plain": "", "locked": "i", "grows": "a", "named": "in", "named-too": "an", "named-else": "anf",
-        ".locked": "i", ".private": "f",
+        ".locked": "i", ".private": "f", "keeps/": "ck",
         "L/": "i", "L/file": "", "L/sub/": "", "L/sub/file": "", "L/sub/empty/": "", "L/inner/": "i", "L/inner/file": "",
         "L/locked": "i", "L/grows": "a", "L/named": "in", "L/private": "f", "L/closed/": "c", "L/shut/": "ci",
         "L/mine/": "", "L/mine/x": "f", "L/mode/": "x", "L/mode/x": "f",
@@ -43,6 +43,8 @@ class EveryAnswer(HelperTest):
             whole = self.trash.path(path)
             if "c" in traits:
                 run_as_root("touch", os.path.join(whole, b"in"))
+            if "k" in traits:
+                self.lock(os.path.join(whole, b"in"))
             if "m" in traits:
                 self.tmpfs(whole)
             if "n" in traits:
@@ -70,6 +72,9 @@ class EveryAnswer(HelperTest):
         flags = dict(reversed(line.split()) for line in lines)
         return {path: set(flags.get(os.fsdecode(whole), "")) & set("ia") for path, whole in there.items()}
 
+    def said_of_all(self, about):
+        return self.for_all.get(about) if self.standing == "ask" else self.standing[about]
+
     def answer(self, path, about):
         """What was said of an entry: for all, or once."""
         if self.standing != "ask":
@@ -77,7 +82,7 @@ class EveryAnswer(HelperTest):
         if path.startswith("."):
             return "erase"
         asked, answer = self.asked.get(path, (None, None))
-        answer = answer if asked == about else self.for_all.get(about) or answer
+        answer = answer if asked == about else self.said_of_all(about) or answer
         self.assertTrue(answer, "nobody asked about " + path)
         return answer
 
@@ -95,13 +100,16 @@ class EveryAnswer(HelperTest):
             told[path] = "locked"
         elif forbidden and self.answer(path, "forbidden") == "skip":
             told[path] = "forbidden"
+        elif "k" in traits and self.said_of_all("locked") == "skip":
+            told[path if self.user else path + "in"] = "forbidden" if self.user else "locked"
+            self.kept.add(path)
         elif all([self.goes(other, gone, told) for other in inside]):
             gone.add(path)
         return path in gone
 
     def check(self, run):
         """`run`: what was told, as JSON."""
-        gone, reasons = set(), {}
+        gone, reasons, self.kept = set(), {}, set()
         for path in TREE:
             if "/" not in path.rstrip("/"):
                 self.goes(path, gone, reasons)
@@ -110,9 +118,9 @@ class EveryAnswer(HelperTest):
         told = sorted((path_of(one["url"])[len(self.trash.files) + 1:].decode(), one["reason"], "skipped" in one)
                       for one in run["notErased"])
         skipped = {path for path, reason in reasons.items() if self.has_helper and reason in ("locked", "forbidden")
-                   or TREE[path] == "in" and self.standing != "ask" and self.standing["locked"] == "skip"}
+                   or TREE[path] == "in" and self.standing != "ask" and self.standing["locked"] == "skip"} - self.kept
         self.assertEqual(told, sorted((path.rstrip("/"), reason, path in skipped) for path, reason in reasons.items()))
-        self.assertEqual(run["erasedCount"], len(gone) + len(gone & {"L/closed/", "L/shut/"}))
+        self.assertEqual(run["erasedCount"], len(gone) + len(gone & {"L/closed/", "L/shut/", "keeps/"}))
 
     def run_with(self, user, locked, forbidden, has_helper=True):
         self.user, self.has_helper = user, has_helper

@@ -16,7 +16,8 @@ TEST(EraseItems, carriesEveryNameAndTakesNothingElse) {
                            .erasedSize = ~std::uint64_t{0},
                            .erasedCount = 7,
                            .notTrashedBecauseFolderNotEmpty = {{"/a"}},
-                           .identities = {{~std::uint64_t{0}, 2, INT64_MIN}, {}, {1}, {1, 0, 2}}};
+                           .identities = {{~std::uint64_t{0}, 2, INT64_MIN}, {}, {1}, {1, 0, 2}},
+                           .keepsLocked = true};
     const auto read = EraseItems::fromXml(items.toXml());
     ASSERT_TRUE(read) << read.error().localizedDescription();
     EXPECT_EQ(*read, items);
@@ -30,6 +31,7 @@ TEST(EraseItems, carriesEveryNameAndTakesNothingElse) {
           "<dict><key>identities</key><string>1 2 3</string></dict>", ONE_IDENTITY("1 2"),
           ONE_IDENTITY("1 2 3 "), ONE_IDENTITY("1 2 3 4"), ONE_IDENTITY("0 2 3"),
           ONE_IDENTITY("-1 2 3"), ONE_IDENTITY("1 18446744073709551616 3"),
+          "<dict><key>keepsLocked</key><string>true</string></dict>",
           "<dict><key>further</key><true/></dict>"}) {
         EXPECT_FALSE(
             EraseItems::fromXml("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"

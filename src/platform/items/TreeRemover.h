@@ -94,6 +94,9 @@ struct RemovalItem {
     /// What is to be removed. An item that has taken the name since then stays. When the identity
     /// is not known, whatever has the name is removed.
     ItemIdentity identity{};
+    /// Whether it stays when it is locked (immutable, or an append-only folder), and so does
+    /// whatever is locked in it, a folder with all it holds; told as failed with EPERM.
+    bool keepsLocked = false;
 };
 
 /// Hands out the items to be removed and hears when each is finished. `next` is called by one

@@ -205,6 +205,7 @@ class AWorker(Attack):
     def take_over(self):
         """A worker that does nothing any more; answers its caller, its process, and its end of the socket."""
         caller = self.hold(permissions=[self.much("top%d" % len(self.trash.names()))])
+        harness.wait_until(lambda: len(self.workers()) == 1, "the end of the worker before")
         worker, = self.workers()
         run_as_root("kill", "-STOP", worker)
         caller.order(do="answer", answers=True)

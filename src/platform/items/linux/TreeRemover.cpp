@@ -170,6 +170,9 @@ class Remover {
                 return failAsReplaced(entry, facts);
             }
             if (facts.isDirectory() && !opened) return Step::IsFolder;
+            if (place.item.keepsLocked && facts.countsAsLocked()) {
+                return fail(entry, EPERM, HostAccess::Write);
+            }
             if (facts.isMountRoot) return fail(entry, EBUSY, HostAccess::Write);
             int error = 0;
             const Step step = facts.isDirectory()
