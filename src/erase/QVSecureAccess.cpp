@@ -89,6 +89,7 @@ struct QVSecureAccess::Run {
     int command = 0;                   ///< number of the one under way
     bool isSent = false;               ///< that one is; before, its list is being made
     bool isAccepted = false;           ///< that one is: it ends by commandFinished
+    int silences = 0;  ///< how often the helper gave no sign of life, one after the other
 };
 
 QVSecureAccess::QVSecureAccess(SecureAccessServices services, HelperDelegate* delegate)
@@ -224,6 +225,7 @@ void QVSecureAccess::later(std::function<void()> call) {
 void QVSecureAccess::authorizedEraseWithDictionary(std::shared_ptr<const HelperRequest> request) {
     requireMainThread();
     m_run = std::make_shared<Run>(std::move(request), m_services.maximumList);
+    watchHelper();
     // Stop may have come while this client was made.
     if (!m_delegate->isStoppedByUser()) return sendNextCommand();
     later([this] {
@@ -355,6 +357,31 @@ void QVSecureAccess::endRunByLooking(const MaybeError& error) {
     if (!runAbandoned([request, counted] { counted(countStillThere(*request)); })) {
         counted(countOf(*request));
     }
+}
+
+/// A helper that hangs tells no end, and there may be nobody to say Stop.
+void QVSecureAccess::watchHelper() {
+    const auto inThisRun = [this, life = std::weak_ptr(m_life),
+                            run = std::weak_ptr(m_run)](const std::function<void()>& call) {
+        if (!life.expired() && m_run && m_run == run.lock()) call();
+    };
+    const auto answered = [this, inThisRun](const Result<QString>& version) {
+        later([this, inThisRun, version] {
+            inThisRun([&] {
+                m_run->silences = version ? 0 : m_run->silences + 1;
+                if (m_run->silences == 2) return endRunByLooking(version.error());
+                watchHelper();
+            });
+        });
+    };
+    QTimer::singleShot(m_services.signOfLife, [this, inThisRun, answered] {
+        inThisRun([&] {
+            if (m_run->isSent && m_helperToolConnection) {
+                return m_helperToolConnection->askVersion(answered);
+            }
+            watchHelper();
+        });
+    });
 }
 
 void QVSecureAccess::stoppedByUser() {

@@ -35,6 +35,8 @@ struct SecureAccessServices {
     std::size_t maximumList = kMaximumList;  ///< bytes of one command's list; longer ones are split
     /// How soon Stop is said again while the helper has not told the end.
     std::chrono::milliseconds stopAgain{5000};
+    /// How often a helper that is at work is asked for a sign of life.
+    std::chrono::milliseconds signOfLife{30000};
 };
 
 /// Main thread; a call from another thread ends the process, as does an authorization that cannot
@@ -80,8 +82,9 @@ class QVSecureAccess final : public HelperClient {
     void connectAndExecuteCommandBlock(const std::function<void(const MaybeError&)>& block);
 
     /// As described in HelperClient. Whatever happens to the helper or the bus, the end comes: the
-    /// items that are still there count as not erased, and the delegate shows the error. Requires:
-    /// a delegate, and no other work under way.
+    /// items that are still there count as not erased, and the delegate shows the error. A helper
+    /// that gives no sign of life twice, each for 5 s, is left to itself. Requires: a delegate, and
+    /// no other work under way.
     void authorizedEraseWithDictionary(std::shared_ptr<const HelperRequest> request) override;
     /// The helper stops at its next entry, and what is left of the work is not begun. A helper that
     /// does not answer within 5 s, also later before its end, is left to itself: the end comes as
@@ -104,6 +107,7 @@ class QVSecureAccess final : public HelperClient {
     void stopAnswered(const QDBusError& answer);
     void endRun(std::uint64_t nonErasedCount, const MaybeError& error);
     void endRunByLooking(const MaybeError& error);
+    void watchHelper();
     void later(std::function<void()> call);
 
     const SecureAccessServices m_services;

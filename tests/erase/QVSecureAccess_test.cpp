@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <optional>
 
@@ -23,6 +24,7 @@ namespace kestrin {
 namespace {
 
 using namespace test;
+using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -89,10 +91,11 @@ class QVSecureAccessTest : public SecureAccessTest {
         helper.emplace(address());
         connect(kMaximumList);
     }
-    void connect(std::size_t maximumList) {
+    void connect(std::size_t maximumList, std::chrono::milliseconds signOfLife = 30s) {
         SecureAccessServices made = services();
         made.maximumList = maximumList;
-        made.stopAgain = std::chrono::milliseconds(500);
+        made.stopAgain = 500ms;
+        made.signOfLife = signOfLife;
         access.emplace(std::move(made), &delegate);
     }
     /// Of two files that are there and one that is not.
@@ -263,6 +266,17 @@ TEST_F(QVSecureAccessTest, StopReachesTheHelperAndNothingMoreBegins) {
         EXPECT_EQ(helper->stops, isAccepted ? 2 : 1) << "an end that does not come is asked for";
         EXPECT_THAT(delegate.errors, ElementsAre(errorText("helper_not_answering"_errorKey)));
     }
+
+    connect(kMaximumList, 20ms);
+    helper->holdsCommands = helper->hangs = false;
+    helper->stops = 0;
+    begin(request());
+    EXPECT_EQ(delegate.ends, 0) << "it shows that it lives";
+    helper->hangs = true;
+    ASSERT_TRUE(waitForEnd()) << "though nobody says Stop";
+    EXPECT_THAT(delegate.errors, ElementsAre(errorText("helper_not_answering"_errorKey)));
+    EXPECT_EQ(helper->stops, 0);
+    connect(kMaximumList);
 
     for (const bool isLate : {false, true}) {
         delegate = {};

@@ -31,6 +31,7 @@ FakeHelper::~FakeHelper() {
 }
 
 QString FakeHelper::getVersion() {
+    if (hangs) sendErrorReply(QDBusError::NoReply, QStringLiteral("no answer in time"));
     return version;
 }
 

@@ -46,7 +46,7 @@ class FakeHelper : public QObject, protected QDBusContext {
     std::vector<EraseItems> commands;
     std::vector<bool> cameAsFile;  ///< of each command
     int stops = 0;
-    bool hangs = false;  ///< Stop is answered as the bus does it when nobody else has
+    bool hangs = false;  ///< it answers as the bus does it when nobody else has
     int refusals = 0;    ///< calls that the program answered with an error
 
  public Q_SLOTS:
