@@ -83,9 +83,7 @@ EraseDecisions::EraseDecisions(const Settings& settings, Callbacks callbacks)
 EraseDecisions::Decision EraseDecisions::decideLocked(const RemovalEntry& entry) {
     // A file that was looked at goes at once: another one could take its name during the question.
     if (entry.isDirectory()) waitWhileAQuestionIsOpen();
-    // From an append-only folder nothing can be removed either.
-    const bool isLocked = entry.isImmutable() || (entry.isDirectory() && entry.isAppendOnly());
-    if (!isLocked) return Decision::Proceed;
+    if (!entry.countsAsLocked()) return Decision::Proceed;
     const StayReason reason =
         entry.isLockedWithOtherNames() ? StayReason::HasOtherNames : StayReason::Locked;
     const Decision made = decision(entry, checkForLockedFile(entry), reason);

@@ -30,6 +30,8 @@ class RemovalEntry {
     /// succeeded.
     virtual bool isImmutable() const = 0;
     virtual bool isAppendOnly() const = 0;
+    /// Immutable, or an append-only folder, from which nothing can be removed either.
+    bool countsAsLocked() const { return isImmutable() || (isDirectory() && isAppendOnly()); }
     /// Whether a file is immutable or append-only and has several names. Nobody clears that: the
     /// other names may lie anywhere.
     virtual bool isLockedWithOtherNames() const = 0;
@@ -94,8 +96,8 @@ struct RemovalItem {
     /// What is to be removed. An item that has taken the name since then stays. When the identity
     /// is not known, whatever has the name is removed.
     ItemIdentity identity{};
-    /// Whether it stays when it is locked (immutable, or an append-only folder), and so does
-    /// whatever is locked in it, a folder with all it holds; told as failed with EPERM.
+    /// Whether it stays when it countsAsLocked, and so does whatever does in it, a folder with all
+    /// it holds; told as failed with EPERM.
     bool keepsLocked = false;
 };
 

@@ -62,8 +62,8 @@ class DescriptorCache {
     /// tell: when it went, another one may have got that. Where the file system keeps nothing else,
     /// who has more rights than a user opens no folder again. -1 with errno on failure: ESTALE when
     /// it is another one, kNotFoundAgain when nobody can tell. A folder that was once not found by
-    /// name, and those below it, are not looked for in that way again: of a deep chain that somebody
-    /// cut, each would be looked for from the top.
+    /// name, and those below it, are not looked for in that way again: of a deep chain that
+    /// somebody cut, each would be looked for from the top.
     int pin(FolderNode& node);
     void unpin(FolderNode& node);
 

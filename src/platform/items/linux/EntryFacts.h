@@ -25,8 +25,6 @@ struct EntryFacts {
 
     bool isDirectory() const { return S_ISDIR(mode); }
     bool isLocked() const { return isImmutable || isAppendOnly; }
-    /// What users call locked. They may write to an append-only file.
-    bool countsAsLocked() const { return isImmutable || (isDirectory() && isAppendOnly); }
 };
 
 /// Fills in the facts of the entry `name` in an open folder. Returns 0 or an errno. No link is

@@ -170,7 +170,7 @@ class Remover {
                 return failAsReplaced(entry, facts);
             }
             if (facts.isDirectory() && !opened) return Step::IsFolder;
-            if (place.item.keepsLocked && facts.countsAsLocked()) {
+            if (place.item.keepsLocked && entry.countsAsLocked()) {
                 return fail(entry, EPERM, HostAccess::Write);
             }
             if (facts.isMountRoot) return fail(entry, EBUSY, HostAccess::Write);
